@@ -1,0 +1,53 @@
+# Everything a person does here day by day. `make run` and `make test` need nothing but a Debian 12
+# machine with make: they install what is missing.
+SCENARIO ?= scenarios/bring-up.scenario
+RUN_FLAGS ?=
+TEST_FLAGS ?=
+BENCH_FLAGS ?=
+
+.DEFAULT_GOAL := help
+.PHONY: help run test bench format lint update-golden clean
+
+help:
+	@echo 'make run            build, then run a scenario on the simulated chip'
+	@echo '                      SCENARIO=$(SCENARIO)  RUN_FLAGS=...'
+	@echo 'make test           build and run all tests          TEST_FLAGS="-R <pattern>"'
+	@echo 'make bench          build and run the benchmarks     BENCH_FLAGS="--benchmark_filter=<pattern>"'
+	@echo 'make update-golden  make the transcripts of now the golden ones'
+	@echo 'make format         format all C++ files'
+	@echo 'make lint           format, layering and clang-tidy checks'
+	@echo 'make clean          remove the build directories'
+	@echo 'The command is build/debug/bin/strata-l3; try it with --help.'
+
+run:
+	@sh ci/setup.sh build
+	@sh ci/build.sh debug strata-l3-tool
+	@build/debug/bin/strata-l3 run $(SCENARIO) $(RUN_FLAGS)
+
+test:
+	@sh ci/setup.sh build
+	@sh ci/build.sh debug
+	@sh ci/test.sh debug $(TEST_FLAGS)
+
+bench:
+	@sh ci/setup.sh bench
+	@sh ci/build.sh release strata-l3-bench
+	@build/release/bin/strata-l3-bench $(BENCH_FLAGS)
+
+update-golden:
+	@sh ci/setup.sh build
+	@sh ci/build.sh debug strata-l3-tool
+	@sh ci/build.sh debug update-golden
+
+format:
+	@sh ci/setup.sh ci
+	@sh ci/format.sh
+
+lint:
+	@sh ci/setup.sh ci
+	@sh ci/format.sh --check
+	@sh ci/layering.sh
+	@sh ci/tidy.sh
+
+clean:
+	rm -rf build

@@ -1,0 +1,15 @@
+// In a process of one thread the C library leaves atomic operations out, which flatters every count
+// and lock. So each benchmark first makes sure that a second thread exists. Thread-safe.
+#pragma once
+
+#include <chrono>
+#include <thread>
+
+/// Starts the thread at the first call.
+inline void startSleepingThread()
+{
+   static std::jthread sleeper( []( std::stop_token stop ) {
+      while( !stop.stop_requested() )
+         std::this_thread::sleep_for( std::chrono::milliseconds( 100 ) );
+   } );
+}

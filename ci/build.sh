@@ -1,0 +1,19 @@
+#!/bin/sh
+# build.sh PRESET [TARGET...]
+# Configures and builds, saying little: a progress line on a terminal, nothing elsewhere.
+set -u
+cd "$(dirname "$0")/.." || exit
+preset=$1
+shift
+
+mkdir -p build
+log=build/configure-$preset.log
+if ! cmake --preset "$preset" >"$log" 2>&1; then
+   cat "$log"
+   exit 1
+fi
+
+quiet=--quiet
+[ -t 1 ] && quiet=
+# shellcheck disable=SC2086 # may be empty
+cmake --build --preset "$preset" ${1:+--target} "$@" -- $quiet

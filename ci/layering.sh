@@ -1,0 +1,85 @@
+#!/bin/sh
+# Which room may include which. Arrows run downwards only:
+#    tool -> routing, sim -> platform; routing -> messages -> platform
+# Prints one line for each include that runs another way, and fails.
+set -u
+cd "$(dirname "$0")/.." || exit
+
+rooms=
+for room in platform messages routing sim tool tests bench examples; do
+   [ -d $room ] && rooms="$rooms $room"
+done
+
+# shellcheck disable=SC2086 # a list of words
+find $rooms -type f \( -name '*.h' -o -name '*.cpp' -o -name '*.def' \) | LC_ALL=C sort | xargs -r awk '
+BEGIN {
+   # A place is a room or a part of platform/; what it may include, as a list of prefixes.
+   may["platform/runtime"] = "platform/runtime/"
+   may["platform/types"] = "platform/runtime/ platform/types/"
+   may["platform/sdk"] = "platform/runtime/ platform/types/ platform/sdk/"
+   may["platform/tcam"] = "platform/runtime/ platform/types/ platform/sdk/ platform/tcam/"
+   may["platform"] = "platform/"
+   may["messages"] = "platform/ messages/"
+   may["routing"] = "platform/ messages/ routing/"
+   may["sim"] = "platform/ sim/"
+   may["tool"] = "platform/ messages/ routing/ sim/ tool/"
+   everything = "platform/ messages/ routing/ sim/ tool/ tests/ bench/ examples/"
+   may["tests"] = may["bench"] = may["examples"] = everything
+}
+
+function complain( text ) {
+   printf "%s:%d: %s\n", FILENAME, FNR, text
+   bad = 1
+}
+
+function hasPrefixOf( path, list,    prefixes, n, i ) {
+   n = split( list, prefixes, " " )
+   for( i = 1; i <= n; ++i )
+      if( index( path, prefixes[i] ) == 1 )
+         return 1
+   return 0
+}
+
+FNR == 1 {
+   split( FILENAME, part, "/" )
+   place = part[1] "/" part[2]
+   if( !( place in may ) )
+      place = part[1]
+   isHeader = FILENAME ~ /\.(h|def)$/
+   isLibrary = FILENAME ~ /^(platform|messages|routing)\//
+   isInstalled = isLibrary && isHeader && FILENAME !~ /^routing\/tcam\// \
+      && FILENAME != "platform/sdk/SdkNames.h"
+   mayNameTheSdk = FILENAME ~ /^routing\/.*\.cpp$/ || FILENAME ~ /^routing\/tcam\// \
+      || FILENAME == "platform/sdk/SdkNames.cpp"
+}
+
+/^[ \t]*#[ \t]*include[ \t]*[<"]/ {
+   quoted = $0 ~ /include[ \t]*"/
+   path = $0
+   sub( /^[^<"]*[<"]/, "", path )
+   sub( /[>"].*$/, "", path )
+
+   if( !quoted ) {
+      if( hasPrefixOf( path, everything ) )
+         complain( "write \"" path "\" with quotes: it is a file of this project" )
+      else if( isLibrary && path ~ /\/|\.hpp$/ && path !~ /^sys\// )
+         complain( "<" path ">: the library depends on the C++ standard library alone" )
+      next
+   }
+   if( !hasPrefixOf( path, everything ) ) {
+      complain( "\"" path "\": include paths start at the project root" )
+      next
+   }
+   if( !hasPrefixOf( path, may[place] ) )
+      complain( place "/ may not include \"" path "\"; it may include " may[place] )
+   if( path == "platform/sdk/SdkNames.h" && !mayNameTheSdk )
+      complain( "\"" path "\" is for the sources of routing/ and the headers of routing/tcam/ only" )
+   if( isInstalled && path ~ /^routing\/tcam\// )
+      complain( "\"" path "\" is not installed, so an installed header may not include it" )
+}
+
+END { exit bad }
+' || {
+   echo "ci/layering.sh: includes that the rooms do not allow, see above"
+   exit 1
+}

@@ -1,0 +1,84 @@
+#!/bin/sh
+# setup.sh build|bench|ci
+# Makes sure that the Debian packages of a group are there, and installs what is missing if it may.
+# Quiet when nothing is missing.
+set -u
+group=${1:-build}
+
+# Each line: a package, and the command or header whose presence shows that it need not be installed.
+build='
+g++ g++
+make make
+cmake cmake
+ninja-build ninja
+libcli11-dev /usr/include/CLI/CLI.hpp
+nlohmann-json3-dev /usr/include/nlohmann/json.hpp
+libgtest-dev /usr/include/gtest/gtest.h
+libgmock-dev /usr/include/gmock/gmock.h
+'
+bench='
+libbenchmark-dev /usr/include/benchmark/benchmark.h
+libabsl-dev /usr/include/absl/container/flat_hash_map.h
+'
+ci='
+git git
+clang clang++
+clang-format clang-format
+clang-tidy clang-tidy
+valgrind valgrind
+binutils strings
+util-linux setarch
+'
+
+case $group in
+build) wanted=$build ;;
+bench) wanted=$build$bench ;;
+ci) wanted=$build$bench$ci ;;
+*)
+   echo "setup.sh: unknown group '$group'; one of build, bench, ci" >&2
+   exit 2
+   ;;
+esac
+
+missing() {
+   echo "$wanted" | while read -r package probe; do
+      case $probe in
+      '') ;;
+      /*) [ -e "$probe" ] || echo "$package" ;;
+      *) command -v "$probe" >/dev/null || echo "$package" ;;
+      esac
+   done | tr '\n' ' '
+}
+
+packages=$(missing)
+[ -n "$packages" ] || exit 0
+
+install="apt-get install -y --no-install-recommends $packages"
+if ! command -v apt-get >/dev/null; then
+   echo "Missing, and there is no apt-get here. On Debian the packages are called: $packages" >&2
+   exit 1
+elif [ "$(id -u)" = 0 ]; then
+   as_root='env'
+elif command -v sudo >/dev/null && sudo -n true 2>/dev/null; then
+   as_root='sudo -n env'
+else
+   echo "Missing packages. Run this, then try again:" >&2
+   echo "   sudo apt-get update && sudo $install" >&2
+   exit 1
+fi
+
+echo "Installing: $packages"
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+# shellcheck disable=SC2086 # both are lists of words
+if ! { $as_root DEBIAN_FRONTEND=noninteractive apt-get update -q &&
+   $as_root DEBIAN_FRONTEND=noninteractive $install; } >"$log" 2>&1 </dev/null; then
+   cat "$log" >&2
+   echo "setup.sh: could not install $packages" >&2
+   exit 1
+fi
+
+packages=$(missing)
+[ -z "$packages" ] && exit 0
+echo "setup.sh: installed, but still not found: $packages" >&2
+exit 1

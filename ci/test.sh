@@ -1,0 +1,17 @@
+#!/bin/sh
+# test.sh PRESET [CTEST-ARGUMENT...]
+# Runs the tests of a preset that is built.
+set -u
+cd "$(dirname "$0")/.." || exit
+preset=$1
+shift
+
+run=
+tests=build/$preset/bin/strata-l3-tests
+if [ "$preset" = tsan ] && [ -x "$tests" ] && ! "$tests" --gtest_list_tests >/dev/null 2>&1; then
+   # Thread sanitizers of this age cannot place their shadow memory under a kernel that spreads
+   # addresses widely.
+   run="setarch $(uname -m) --addr-no-randomize"
+fi
+# shellcheck disable=SC2086 # a list of words
+exec $run ctest --preset "$preset" --parallel "$(nproc)" --progress "$@"

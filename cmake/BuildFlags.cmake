@@ -1,0 +1,51 @@
+# Compiler and linker flags that every target of this project is built with.
+include( CheckCXXCompilerFlag )
+include( CheckPIESupported )
+
+if( NOT CMAKE_BUILD_TYPE )
+   set( CMAKE_BUILD_TYPE Debug )
+endif()
+set( CMAKE_CXX_VISIBILITY_PRESET hidden )
+set( CMAKE_VISIBILITY_INLINES_HIDDEN ON )
+set( CMAKE_POSITION_INDEPENDENT_CODE ON )
+check_pie_supported()
+
+add_compile_options( -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror )
+if( CMAKE_CXX_COMPILER_ID STREQUAL "GNU" )
+   # GCC 12 sees overlapping copies inside std::string's own operator+ once it is inlined.
+   add_compile_options( -Wno-restrict )
+endif()
+
+# Messages carry file names relative to the project root, and no binary tells where it was built.
+# The later option wins where both match: a build directory inside the tree stays relative to it.
+add_compile_options(
+   -ffile-prefix-map=${CMAKE_BINARY_DIR}=.
+   -ffile-prefix-map=${CMAKE_SOURCE_DIR}/= )
+
+# Nobody replaces the library's functions at load time, so calls inside it may be direct.
+add_compile_options( -fno-semantic-interposition )
+
+add_compile_options( -fstack-protector-strong )
+foreach( flag -fstack-clash-protection -fcf-protection )
+   string( MAKE_C_IDENTIFIER "HAVE${flag}" have )
+   check_cxx_compiler_flag( ${flag} ${have} )
+   if( ${have} )
+      add_compile_options( ${flag} )
+   endif()
+endforeach()
+add_link_options( -Wl,-z,relro,-z,now )
+
+if( STRATA_SANITIZE )
+   add_compile_options( -fsanitize=${STRATA_SANITIZE} -fno-sanitize-recover=all
+      -fno-omit-frame-pointer )
+   add_link_options( -fsanitize=${STRATA_SANITIZE} )
+   if( CMAKE_CXX_COMPILER_ID STREQUAL "GNU" )
+      # The sanitizers' extra branches make GCC guess wrongly here; the other builds keep the warning.
+      add_compile_options( -Wno-maybe-uninitialized )
+   endif()
+else()
+   add_link_options( $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,SHARED_LIBRARY>:-Wl,-z,defs> )
+   # Fortification needs an optimised build: all configurations of the presets are.
+   add_compile_options( -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 )
+endif()
+add_compile_definitions( $<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS> )

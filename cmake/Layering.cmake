@@ -1,0 +1,19 @@
+# Which room may include which is checked before anything is compiled, in every build.
+file( GLOB_RECURSE layeredFiles CONFIGURE_DEPENDS
+   platform/*.h platform/*.cpp platform/*.def
+   messages/*.h messages/*.cpp messages/*.def
+   routing/*.h routing/*.cpp routing/*.def
+   sim/*.h sim/*.cpp sim/*.def
+   tool/*.h tool/*.cpp tool/*.def
+   tests/*.h tests/*.cpp bench/*.h bench/*.cpp examples/*.h examples/*.cpp )
+set( layeringStamp ${CMAKE_BINARY_DIR}/layering.stamp )
+add_custom_command(
+   OUTPUT ${layeringStamp}
+   COMMAND sh ci/layering.sh
+   COMMAND ${CMAKE_COMMAND} -E touch ${layeringStamp}
+   DEPENDS ${layeredFiles} ${CMAKE_SOURCE_DIR}/ci/layering.sh
+   WORKING_DIRECTORY ${CMAKE_SOURCE_DIR}
+   COMMENT "Checking which room includes which"
+   VERBATIM )
+add_custom_target( check-layering ALL DEPENDS ${layeringStamp} )
+add_test( NAME layering COMMAND sh ci/layering.sh WORKING_DIRECTORY ${CMAKE_SOURCE_DIR} )

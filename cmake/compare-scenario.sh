@@ -1,0 +1,32 @@
+#!/bin/sh
+# compare-scenario.sh check|update TOOL NAME OUTPUT
+# Runs scenarios/NAME.scenario and compares its transcript with the golden one, or makes it the golden one.
+set -u
+mode=$1 tool=$2 name=$3 output=$4
+scenario=scenarios/$name.scenario
+golden=scenarios/golden/$name.txt
+
+mkdir -p "$(dirname "$output")"
+rm -f "$output"
+"$tool" run "$scenario" --transcript "$output" >"$output.log" 2>&1
+status=$?
+if [ $status -ne 0 ]; then
+   tail -n 50 "$output.log"
+   echo "$scenario: ended with status $status; expected 0"
+   exit 1
+fi
+
+if [ "$mode" = update ]; then
+   mkdir -p "$(dirname "$golden")"
+   cmp -s "$output" "$golden" && exit 0
+   cp "$output" "$golden" && echo "rewritten: $golden"
+   exit
+fi
+
+if [ ! -f "$golden" ]; then
+   echo "$scenario: there is no $golden; make it with 'make update-golden' and read it"
+   exit 1
+fi
+diff -u "$golden" "$output" && exit 0
+echo "$scenario: the transcript differs from $golden (- golden, + now); 'make update-golden' accepts it"
+exit 1

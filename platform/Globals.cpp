@@ -1,0 +1,78 @@
+// What exists once per process: the shim, the activity lock and manager, the table of chip attributes.
+// They are in one source file because an inline variable would be doubled per shared object.
+#include "platform/runtime/Activity.h"
+#include "platform/runtime/Assert.h"
+#include "platform/runtime/Clock.h"
+#include "platform/sdk/ChipInfo.h"
+#include "platform/sdk/SdkShimInterface.h"
+
+namespace Vormel {
+
+ActivityLock& activityLock()
+{
+   static ActivityLock lock;
+   return lock;
+}
+
+ActivityManager& activityManager()
+{
+   static ActivityManager manager;
+   return manager;
+}
+
+ActivityManager::ActivityManager() : clock_( std::make_shared<RealClock>() ) {}
+ActivityManager::~ActivityManager() = default;
+
+void ActivityManager::clockIs( std::shared_ptr<Clock> clock )
+{
+   clock_ = std::move( clock );
+}
+
+#if VORMEL_CHECKING
+void checkActivityLock( const char* what )
+{
+   if( !activityLock().heldByThisThread() )
+      assertionFailed( __FILE__, __LINE__, what, "the activity lock is held" );
+}
+#endif
+
+} // namespace Vormel
+
+namespace Strata {
+
+SdkShimInterface::~SdkShimInterface() = default;
+
+namespace {
+
+SdkShimInterface* theShim = nullptr;
+
+} // namespace
+
+void sdkShimIs( SdkShimInterface* shim )
+{
+   theShim = shim;
+}
+
+SdkShimInterface* sdkShim()
+{
+   return theShim;
+}
+
+StrataAttributes& strataAttributes()
+{
+   static StrataAttributes attributes;
+   return attributes;
+}
+
+ChipAttributes StrataAttributes::chipAttributes( const ChipInfo& chip ) const
+{
+   const auto at = chips_.find( chip );
+   return at == chips_.end() ? ChipAttributes() : at->second;
+}
+
+void StrataAttributes::chipAttributesIs( const ChipInfo& chip, const ChipAttributes& attributes )
+{
+   chips_.insert_or_assign( chip, attributes );
+}
+
+} // namespace Strata

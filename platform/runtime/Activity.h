@@ -1,0 +1,110 @@
+// The activity lock: whoever reads or changes the slice's state holds it. The reactor thread holds it all
+// the time and gives it away for the length of each SDK call; other threads take it to look.
+#pragma once
+
+#include "platform/runtime/Export.h"
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+namespace Vormel {
+
+class Clock;
+
+class VORMEL_EXPORT ActivityLock
+{
+ public:
+   void lock()
+   {
+      mutex_.lock();
+      owner_.store( std::this_thread::get_id(), std::memory_order_relaxed );
+   }
+   void unlock()
+   {
+      owner_.store( std::thread::id(), std::memory_order_relaxed );
+      mutex_.unlock();
+   }
+   bool heldByThisThread() const
+   {
+      return owner_.load( std::memory_order_relaxed ) == std::this_thread::get_id();
+   }
+
+ private:
+   std::mutex mutex_;
+   std::atomic<std::thread::id> owner_;
+};
+
+VORMEL_EXPORT ActivityLock& activityLock();
+
+/// Holds the lock for a scope. The thread must not hold it already.
+class LockAnchor
+{
+ public:
+   explicit LockAnchor( ActivityLock& lock ) : lock_( lock ) { lock_.lock(); }
+   ~LockAnchor() { lock_.unlock(); }
+   LockAnchor( const LockAnchor& ) = delete;
+   LockAnchor& operator=( const LockAnchor& ) = delete;
+
+ private:
+   ActivityLock& lock_;
+};
+
+/// Releases the lock for a scope, if this thread holds it, and takes it back at the end.
+class UnlockAnchor
+{
+ public:
+   explicit UnlockAnchor( ActivityLock& lock ) : lock_( lock ), held_( lock.heldByThisThread() )
+   {
+      if( held_ )
+         lock_.unlock();
+   }
+   ~UnlockAnchor()
+   {
+      if( held_ )
+         lock_.lock();
+   }
+   UnlockAnchor( const UnlockAnchor& ) = delete;
+   UnlockAnchor& operator=( const UnlockAnchor& ) = delete;
+
+ private:
+   ActivityLock& lock_;
+   bool held_;
+};
+
+/// Would give away an embedded interpreter's lock; none is configured here.
+class MaybeGilUnlockAnchor
+{
+ public:
+   MaybeGilUnlockAnchor() {}
+};
+
+/// The process's one activity manager: it owns the clock that timers run on.
+class VORMEL_EXPORT ActivityManager
+{
+ public:
+   ActivityManager();
+   ~ActivityManager();
+   ActivityManager( const ActivityManager& ) = delete;
+   ActivityManager& operator=( const ActivityManager& ) = delete;
+
+   /// A real clock until another is set. Timers that run on the clock before stay with it.
+   Clock& clock() const { return *clock_; }
+   void clockIs( std::shared_ptr<Clock> clock );
+
+ private:
+   std::shared_ptr<Clock> clock_;
+};
+
+/// Asking creates it.
+VORMEL_EXPORT ActivityManager& activityManager();
+
+/// In checking builds, fails the process when `what` is touched without the activity lock.
+#if VORMEL_CHECKING
+VORMEL_EXPORT void checkActivityLock( const char* what );
+#else
+inline void checkActivityLock( const char* ) {}
+#endif
+
+} // namespace Vormel

@@ -1,0 +1,41 @@
+// The fatal assertion. Its text is the checked expression itself; it is never compiled out.
+#pragma once
+
+#include "platform/runtime/Export.h"
+
+#include <string>
+#include <string_view>
+
+namespace Vormel {
+
+struct AssertionFailure
+{
+   const char* file; // relative to the project root
+   int line;
+   std::string signature;
+   std::string_view text; // the expression as written
+};
+
+/// Runs after the report is on standard error and before the process aborts. A hook may throw or
+/// leave the process; when it returns, the process aborts.
+using AssertionHook = void ( * )( const AssertionFailure& );
+
+/// Sets the hook and returns the one before; null means none.
+VORMEL_EXPORT AssertionHook assertionHookIs( AssertionHook hook );
+
+/// Writes `<file>:<line>: <signature>: Assertion '<text>' failed.` to standard error and ends the
+/// process.
+[[noreturn]] VORMEL_EXPORT void assertionFailed(
+   const char* file, int line, const char* signature, const char* text );
+
+/// The compiler's pretty signature as messages print it: the same from every compiler (" &" becomes
+/// "&").
+VORMEL_EXPORT std::string signatureText( const char* prettyFunction );
+
+} // namespace Vormel
+
+// Stringified here and not deeper, so that names that are macros elsewhere stay as written.
+#define VORMEL_ASSERT( ... ) \
+   ( static_cast<bool>( __VA_ARGS__ ) \
+         ? static_cast<void>( 0 ) \
+         : ::Vormel::assertionFailed( __FILE__, __LINE__, __PRETTY_FUNCTION__, #__VA_ARGS__ ) )

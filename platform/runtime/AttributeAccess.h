@@ -1,0 +1,235 @@
+// Typed attributes and operations behind the generic interface.
+#pragma once
+
+#include "platform/runtime/Entity.h"
+#include "platform/runtime/EntityType.h"
+#include "platform/runtime/Value.h"
+
+#include <memory>
+#include <string>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+namespace Vormel {
+namespace Detail {
+
+template<class T>
+Value valueOf( const T& value )
+{
+   return ValueTraits<T>::value( value );
+}
+
+constexpr std::string_view defaultText( AttributeKind kind )
+{
+   return kind == AttributeKind::Array ? "all empty" : "empty";
+}
+
+/// AccessError: "<where>: '<given>' is not <expected>".
+[[noreturn]] VORMEL_EXPORT void badValue(
+   const std::string& where, const Value& given, const std::string& expected );
+
+template<class T>
+T converted( const Value& given, std::string_view attribute, std::string_view what )
+{
+   auto value = ValueTraits<T>::from( given );
+   if( !value )
+      badValue(
+         std::string( attribute ) + ": " + std::string( what ), given, ValueTraits<T>::expected() );
+   return *std::move( value );
+}
+
+template<class E, class T>
+class ScalarAttribute final : public Attribute
+{
+ public:
+   using Get = T ( * )( const E& );
+   using Set = void ( * )( E&, const T& ); // null for fields
+
+   ScalarAttribute( const AttributeInfo& info, Get get, Set set )
+      : Attribute( info ),
+        get_( get ),
+        set_( set )
+   {}
+
+   Value read( const Entity& entity ) const override
+   {
+      return valueOf<T>( get_( static_cast<const E&>( entity ) ) );
+   }
+
+   void write( Entity& entity, const Value& value ) const override
+   {
+      if( !set_ )
+         refuse( "be written: it is set by the constructor" );
+      set_( static_cast<E&>( entity ), converted<T>( value, info().name, "value" ) );
+   }
+
+ private:
+   Get get_;
+   Set set_;
+};
+
+template<class E, class K, class T>
+struct CollectionAccess
+{
+   std::vector<std::pair<K, T>> ( *members )( const E& );
+   void ( *is )( E&, const K&, const T& );
+   Value ( *del )( E&, const K& );
+   void ( *delAll )( E& );
+};
+
+template<class K, class T>
+std::vector<std::pair<K, T>> membersOf( const SlotArray<K, T>& slots )
+{
+   std::vector<std::pair<K, T>> members;
+   for( const auto& slot : slots )
+      members.emplace_back( slot.key(), slot.value() );
+   return members;
+}
+
+template<class Map>
+auto membersOf( const Map& map )
+{
+   std::vector<std::pair<typename Map::Key, typename Map::Value>> members;
+   members.reserve( map.size() );
+   for( const auto& entry : map )
+      members.emplace_back( entry.key, entry.value );
+   return members;
+}
+
+template<class E, class K, class T>
+class CollectionAttribute final : public Attribute
+{
+ public:
+   CollectionAttribute( const AttributeInfo& info, const CollectionAccess<E, K, T>& access )
+      : Attribute( info ),
+        access_( access )
+   {}
+
+   using Attribute::read;
+   Value read( const Entity& entity, const Value& key ) const override
+   {
+      const K wanted = keyOf( key );
+      for( const auto& [ at, value ] : access_.members( static_cast<const E&>( entity ) ) )
+         if( at == wanted )
+            return valueOf<T>( value );
+      refuse( "be read at key " + ValueTraits<K>::text( wanted ) + ": there is no such member" );
+   }
+
+   std::vector<Member> members( const Entity& entity ) const override
+   {
+      std::vector<Member> all;
+      for( const auto& [ key, value ] : access_.members( static_cast<const E&>( entity ) ) )
+         all.push_back( { valueOf<K>( key ), valueOf<T>( value ) } );
+      return all;
+   }
+
+   using Attribute::write;
+   void write( Entity& entity, const Value& key, const Value& value ) const override
+   {
+      access_.is(
+         static_cast<E&>( entity ), keyOf( key ), converted<T>( value, info().name, "value" ) );
+   }
+
+   Value del( Entity& entity, const Value& key ) const override
+   {
+      return access_.del( static_cast<E&>( entity ), keyOf( key ) );
+   }
+
+   void delAll( Entity& entity ) const override { access_.delAll( static_cast<E&>( entity ) ); }
+
+ private:
+   K keyOf( const Value& key ) const { return converted<K>( key, info().name, "key" ); }
+
+   CollectionAccess<E, K, T> access_;
+};
+
+template<class R, class E, class... Args>
+struct Signature
+{
+   using Result = R;
+   using Arguments = std::tuple<std::decay_t<Args>...>;
+};
+
+template<class R, class E, class... Args>
+Signature<R, E, Args...> signatureOf( R ( E::* )( Args... ) );
+template<class R, class E, class... Args>
+Signature<R, E, Args...> signatureOf( R ( E::* )( Args... ) const );
+template<class R, class... Args>
+Signature<R, Entity, Args...> signatureOf( R ( * )( Args... ) );
+
+/// Calls a member function, or a static one, with arguments that are converted one by one.
+template<class E, auto function>
+class BoundOperation final : public Operation
+{
+   using Sig = decltype( signatureOf( function ) );
+   using Arguments = typename Sig::Arguments;
+   static constexpr std::size_t count = std::tuple_size_v<Arguments>;
+
+ public:
+   using Operation::Operation;
+
+   Value call( Entity& entity, std::span<const Value> given ) const override
+   {
+      checkCount( given.size() );
+      return run( static_cast<E&>( entity ), given, std::make_index_sequence<count>() );
+   }
+
+   /// Each parameter's name with what it takes.
+   static std::vector<std::string> described( const std::vector<std::string>& names )
+   {
+      return describe( names, std::make_index_sequence<count>() );
+   }
+
+ private:
+   template<std::size_t... I>
+   static std::vector<std::string> describe(
+      [[maybe_unused]] const std::vector<std::string>& names, std::index_sequence<I...> )
+   {
+      return { (
+         names.at( I ) + ": " + ValueTraits<std::tuple_element_t<I, Arguments>>::expected() )... };
+   }
+
+   template<std::size_t I>
+   auto argument( std::span<const Value> given ) const
+   {
+      auto value = ValueTraits<std::tuple_element_t<I, Arguments>>::from( given[ I ] );
+      if( !value )
+         badArgument( I, given[ I ] );
+      return *std::move( value );
+   }
+
+   template<std::size_t... I>
+   Value run(
+      E& entity, [[maybe_unused]] std::span<const Value> given, std::index_sequence<I...> ) const
+   {
+      // Converted in order before the call, so that a bad argument changes nothing.
+      [[maybe_unused]] Arguments arguments{ argument<I>( given )... };
+      const auto invoke = [ & ]() -> decltype( auto ) {
+         if constexpr( std::is_member_function_pointer_v<decltype( function )> )
+            return ( entity.*function )( std::get<I>( arguments )... );
+         else
+            return function( std::get<I>( arguments )... );
+      };
+      if constexpr( std::is_void_v<typename Sig::Result> ) {
+         invoke();
+         return {};
+      } else {
+         return valueOf<std::decay_t<typename Sig::Result>>( invoke() );
+      }
+   }
+};
+
+} // namespace Detail
+
+/// For an EntityType's list of operations; the argument types come from the function.
+template<class E, auto function>
+std::unique_ptr<const Operation> operation(
+   std::string_view name, const std::vector<std::string>& parameters, std::string_view summary )
+{
+   using Bound = Detail::BoundOperation<E, function>;
+   return std::make_unique<Bound>( name, Bound::described( parameters ), summary );
+}
+
+} // namespace Vormel

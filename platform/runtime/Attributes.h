@@ -1,0 +1,207 @@
+// The rows of an attribute table and what they turn into.
+//
+// A table is a macro with one parameter: ROW( kind, ... ). Numbers are permanent; gaps are allowed. The
+// kinds, with their columns:
+//
+//   FIELD( name, type, meaning, maintainer )                     set by the constructor, no mutator
+//   SCALAR( number, name, type, default, meaning, maintainer )   name(), nameIs( value )
+//   ARRAY( number, name, key, type, meaning, maintainer )        name( key ), name(), nameIs( key, value ),
+//                                                                nameDel( key | iterator ), nameDelAll()
+//   MAP( number, name, key, type, seed, meaning, maintainer )    name( key ), name(), nameIs( key, value ),
+//                                                                nameDel( key ), nameDelAll()
+//   SCALAR_CHECKED, MAP_CHECKED( ..., check )   `check( value )` or `check( key, value )` may throw
+//                                               ValueError before anything is changed
+//   SCALAR_STEP, MAP_STEP( ..., step )          `step()` or `step( key )` runs between store and
+//                                               publication. A MAP_STEP's Del tells presence, its
+//                                               DelAll always goes member by member.
+//
+// Each notifying attribute also has its number as nameNumber. An absent member reads as the type's default. DelAll of a map clears at once when nobody subscribes.
+#pragma once
+
+#include "platform/runtime/AttributeAccess.h"
+#include "platform/runtime/Entity.h"
+#include "platform/runtime/EntityType.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+// clang-format off
+
+#define VORMEL_ENTITY( Class, TABLE )                                                              \
+ public:                                                                                           \
+   using Self = Class;                                                                             \
+   static const ::Vormel::EntityType& type();                                                      \
+   const ::Vormel::EntityType& entityType() const override { return type(); }                      \
+   TABLE( VORMEL_DECLARE )
+
+#define VORMEL_DECLARE( kind, ... ) VORMEL_DECLARE_##kind( __VA_ARGS__ )
+
+#define VORMEL_DECLARE_READ( name, T )                                                             \
+   ::Vormel::In<T> name() const                                                                    \
+   {                                                                                               \
+      ::Vormel::checkActivityLock( #name );                                                        \
+      return name##_;                                                                              \
+   }
+
+#define VORMEL_DECLARE_FIELD( name, T, meaning, by )                                               \
+   VORMEL_DECLARE_READ( name, T )                                                                  \
+ private: T name##_{};                                                                             \
+ public:
+
+#define VORMEL_DECLARE_SCALAR_WITH( number, name, T, dflt, check, ... )                            \
+   static constexpr ::Vormel::AttributeNumber name##Number = number;                               \
+   VORMEL_DECLARE_READ( name, T )                                                                  \
+   void name##Is( ::Vormel::In<T> value )                                                          \
+   {                                                                                               \
+      ::Vormel::checkActivityLock( #name );                                                        \
+      check;                                                                                       \
+      scalarIs<T>( number, name##_, value __VA_OPT__(, ) __VA_ARGS__ );                            \
+   }                                                                                               \
+ private: T name##_{ dflt };                                                                       \
+ public:
+
+#define VORMEL_DECLARE_SCALAR( number, name, T, dflt, meaning, by )                                \
+   VORMEL_DECLARE_SCALAR_WITH( number, name, T, dflt, (void)0 )
+#define VORMEL_DECLARE_SCALAR_CHECKED( number, name, T, dflt, meaning, by, check )                 \
+   VORMEL_DECLARE_SCALAR_WITH( number, name, T, dflt, check( value ) )
+#define VORMEL_DECLARE_SCALAR_STEP( number, name, T, dflt, meaning, by, step )                     \
+   VORMEL_DECLARE_SCALAR_WITH( number, name, T, dflt, (void)0, [ this ] { step(); } )
+
+#define VORMEL_DECLARE_ARRAY( number, name, K, T, meaning, by )                                    \
+   static constexpr ::Vormel::AttributeNumber name##Number = number;                               \
+   ::Vormel::In<T> name( K key ) const                                                             \
+   {                                                                                               \
+      ::Vormel::checkActivityLock( #name );                                                        \
+      return name##_[ key ];                                                                       \
+   }                                                                                               \
+   const ::Vormel::SlotArray<K, T>& name() const                                                   \
+   {                                                                                               \
+      ::Vormel::checkActivityLock( #name );                                                        \
+      return name##_;                                                                              \
+   }                                                                                               \
+   void name##Is( K key, ::Vormel::In<T> value )                                                   \
+   {                                                                                               \
+      ::Vormel::checkActivityLock( #name );                                                        \
+      slotIs( number, name##_, key, value );                                                       \
+   }                                                                                               \
+   T name##Del( K key )                                                                            \
+   {                                                                                               \
+      ::Vormel::checkActivityLock( #name );                                                        \
+      return slotDel( number, name##_, key );                                                      \
+   }                                                                                               \
+   T name##Del( const ::Vormel::SlotArray<K, T>::Iterator& at ) { return name##Del( at.key() ); }  \
+   void name##DelAll()                                                                             \
+   {                                                                                               \
+      for( const auto& slot : name##_ )                                                            \
+         name##Del( slot.key() );                                                                  \
+   }                                                                                               \
+ private: ::Vormel::SlotArray<K, T> name##_;                                                       \
+ public:
+
+#define VORMEL_DECLARE_MAP_WITH( number, name, K, T, seed, check, ... )                            \
+   static constexpr ::Vormel::AttributeNumber name##Number = number;                               \
+   using name##Map = ::Vormel::HashMap<K, T, seed>;                                                \
+   const name##Map& name() const                                                                   \
+   {                                                                                               \
+      ::Vormel::checkActivityLock( #name );                                                        \
+      return name##_;                                                                              \
+   }                                                                                               \
+   T name( const K& key ) const                                                                    \
+   {                                                                                               \
+      const T* const member = name().find( key );                                                  \
+      return member ? *member : T{};                                                               \
+   }                                                                                               \
+   void name##Is( const K& key, const T& value )                                                   \
+   {                                                                                               \
+      ::Vormel::checkActivityLock( #name );                                                        \
+      check;                                                                                       \
+      memberIs( number, name##_, key, value __VA_OPT__(, ) __VA_ARGS__ );                          \
+   }                                                                                               \
+ private: name##Map name##_;                                                                       \
+ public:
+
+#define VORMEL_DECLARE_MAP_DELS( number, name, K, T )                                              \
+   T name##Del( const K& key )                                                                     \
+   {                                                                                               \
+      ::Vormel::checkActivityLock( #name );                                                        \
+      return memberDel( number, name##_, key ).value_or( T{} );                                    \
+   }                                                                                               \
+   void name##DelAll()                                                                             \
+   {                                                                                               \
+      ::Vormel::checkActivityLock( #name );                                                        \
+      if( !hasSubscribers() )                                                                      \
+         return name##_.clear();                                                                   \
+      for( const K& key : keysOf( name##_ ) )                                                      \
+         name##Del( key );                                                                         \
+   }
+
+#define VORMEL_DECLARE_MAP( number, name, K, T, seed, meaning, by )                                \
+   VORMEL_DECLARE_MAP_WITH( number, name, K, T, seed, (void)0 )                                    \
+   VORMEL_DECLARE_MAP_DELS( number, name, K, T )
+#define VORMEL_DECLARE_MAP_CHECKED( number, name, K, T, seed, meaning, by, check )                 \
+   VORMEL_DECLARE_MAP_WITH( number, name, K, T, seed, check( key, value ) )                        \
+   VORMEL_DECLARE_MAP_DELS( number, name, K, T )
+#define VORMEL_DECLARE_MAP_STEP( number, name, K, T, seed, meaning, by, step )                     \
+   VORMEL_DECLARE_MAP_WITH(                                                                        \
+      number, name, K, T, seed, (void)0, [ this ]( const K& changed ) { step( changed ); } )       \
+   bool name##Del( const K& key )                                                                  \
+   {                                                                                               \
+      ::Vormel::checkActivityLock( #name );                                                        \
+      const auto run = [ this ]( const K& changed ) { step( changed ); };                          \
+      return memberDel( number, name##_, key, run ).has_value();                                   \
+   }                                                                                               \
+   void name##DelAll()                                                                             \
+   {                                                                                               \
+      for( const K& key : keysOf( name##_ ) )                                                      \
+         name##Del( key );                                                                         \
+   }
+
+#define VORMEL_ENTITY_TYPE( Class, TABLE, ... )                                                    \
+   const ::Vormel::EntityType& Class::type()                                                       \
+   {                                                                                               \
+      static const ::Vormel::EntityType type = [] {                                                \
+         ::Vormel::EntityType::Attributes attributes;                                              \
+         TABLE( VORMEL_DESCRIBE )                                                                  \
+         return ::Vormel::EntityType( #Class, std::move( attributes ) __VA_OPT__(, ) __VA_ARGS__ );\
+      }();                                                                                         \
+      return type;                                                                                 \
+   }
+
+#define VORMEL_DESCRIBE( kind, ... ) VORMEL_DESCRIBE_##kind( __VA_ARGS__ )
+
+#define VORMEL_DESCRIBE_FIELD( name, T, meaning, by )                                              \
+   attributes.push_back( std::make_unique<::Vormel::Detail::ScalarAttribute<Self, T>>(             \
+      ::Vormel::AttributeInfo{                                                                     \
+         ::Vormel::AttributeKind::Field, 0, #name, #T, "", "", meaning, by },                      \
+      []( const Self& self ) -> T { return self.name(); }, nullptr ) );
+#define VORMEL_DESCRIBE_SCALAR( number, name, T, dflt, meaning, by, ... )                          \
+   attributes.push_back( std::make_unique<::Vormel::Detail::ScalarAttribute<Self, T>>(             \
+      ::Vormel::AttributeInfo{                                                                     \
+         ::Vormel::AttributeKind::Scalar, number, #name, #T, "", #dflt, meaning, by },             \
+      []( const Self& self ) -> T { return self.name(); },                                         \
+      []( Self& self, const T& value ) { self.name##Is( value ); } ) );
+#define VORMEL_DESCRIBE_SCALAR_CHECKED( ... ) VORMEL_DESCRIBE_SCALAR( __VA_ARGS__ )
+#define VORMEL_DESCRIBE_SCALAR_STEP( ... ) VORMEL_DESCRIBE_SCALAR( __VA_ARGS__ )
+#define VORMEL_DESCRIBE_COLLECTION( number, name, K, T, seed, meaning, by, Kind )                  \
+   attributes.push_back( std::make_unique<::Vormel::Detail::CollectionAttribute<Self, K, T>>(      \
+      ::Vormel::AttributeInfo{ ::Vormel::AttributeKind::Kind, number, #name, #T, #K,               \
+         ::Vormel::Detail::defaultText( ::Vormel::AttributeKind::Kind ), meaning, by, seed },      \
+      ::Vormel::Detail::CollectionAccess<Self, K, T>{                                              \
+         []( const Self& self ) { return ::Vormel::Detail::membersOf( self.name() ); },            \
+         []( Self& self, const K& key, const T& value ) { self.name##Is( key, value ); },          \
+         []( Self& self, const K& key ) {                                                          \
+            return ::Vormel::Detail::valueOf( self.name##Del( key ) );                             \
+         },                                                                                        \
+         []( Self& self ) { self.name##DelAll(); } } ) );
+#define VORMEL_DESCRIBE_ARRAY( number, name, K, T, meaning, by )                                   \
+   VORMEL_DESCRIBE_COLLECTION( number, name, K, T, 0, meaning, by, Array )
+#define VORMEL_DESCRIBE_MAP( number, name, K, T, seed, meaning, by, ... )                          \
+   VORMEL_DESCRIBE_COLLECTION( number, name, K, T, seed, meaning, by, Map )
+#define VORMEL_DESCRIBE_MAP_CHECKED( ... ) VORMEL_DESCRIBE_MAP( __VA_ARGS__ )
+#define VORMEL_DESCRIBE_MAP_STEP( ... ) VORMEL_DESCRIBE_MAP( __VA_ARGS__ )
+
+// clang-format on

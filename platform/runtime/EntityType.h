@@ -1,0 +1,138 @@
+// The generic attribute interface: what a type of entity declares, and access to it by name or number.
+#pragma once
+
+#include "platform/runtime/Export.h"
+#include "platform/runtime/Publisher.h"
+#include "platform/runtime/Value.h"
+
+#include <initializer_list>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace Vormel {
+
+enum class AttributeKind : U8
+{
+   Field,  // set by the constructor, publishes nothing
+   Scalar, // one notifying value
+   Array,  // notifying slots, one per enumerator of the key
+   Map,    // notifying members by key
+};
+
+/// What the declaration of an attribute says about it.
+struct AttributeInfo
+{
+   AttributeKind kind;
+   AttributeNumber number; // 0 for fields
+   std::string_view name;
+   std::string_view type;
+   std::string_view keyType; // empty unless array or map
+   std::string_view defaultText;
+   std::string_view meaning;    // with unit and range where they are not obvious
+   std::string_view maintainer; // whose operations write it
+   U32 seed = 0;                // of the hash map, for maps
+};
+
+struct Member
+{
+   Value key;
+   Value value;
+};
+
+/// One attribute of a type. All errors are AccessError unless the attribute's own check throws.
+class VORMEL_EXPORT Attribute
+{
+ public:
+   explicit Attribute( const AttributeInfo& info ) : info_( info ) {}
+   virtual ~Attribute();
+
+   const AttributeInfo& info() const { return info_; }
+
+   /// Reads a field or scalar.
+   virtual Value read( const Entity& entity ) const;
+   /// Reads one slot or member; an absent member is an error.
+   virtual Value read( const Entity& entity, const Value& key ) const;
+   /// All slots, or all members in iteration order.
+   virtual std::vector<Member> members( const Entity& entity ) const;
+   virtual void write( Entity& entity, const Value& value ) const;
+   virtual void write( Entity& entity, const Value& key, const Value& value ) const;
+   /// Returns the removed value.
+   virtual Value del( Entity& entity, const Value& key ) const;
+   virtual void delAll( Entity& entity ) const;
+
+ protected:
+   [[noreturn]] void refuse( std::string_view wish ) const;
+
+ private:
+   AttributeInfo info_;
+};
+
+/// One operation that can be called by name.
+class VORMEL_EXPORT Operation
+{
+ public:
+   Operation( std::string_view name, std::vector<std::string> parameters, std::string_view summary )
+      : name_( name ),
+        parameters_( std::move( parameters ) ),
+        summary_( summary )
+   {}
+   virtual ~Operation();
+
+   std::string_view name() const { return name_; }
+   /// "name: what is expected", one for each argument.
+   const std::vector<std::string>& parameters() const { return parameters_; }
+   std::string_view summary() const { return summary_; }
+
+   /// Calls it; the result is monostate for operations that return nothing.
+   virtual Value call( Entity& entity, std::span<const Value> arguments ) const = 0;
+
+ protected:
+   void checkCount( std::size_t given ) const;
+   [[noreturn]] void badArgument( std::size_t index, const Value& given ) const;
+
+ private:
+   std::string_view name_;
+   std::vector<std::string> parameters_;
+   std::string_view summary_;
+};
+
+/// Everything that a type of entity offers by name. Made once per type, never changed.
+class VORMEL_EXPORT EntityType
+{
+ public:
+   using Attributes = std::vector<std::unique_ptr<const Attribute>>;
+   using Operations = std::vector<std::unique_ptr<const Operation>>;
+
+   EntityType( std::string_view name, Attributes attributes, Operations operations = {} );
+
+   std::string_view name() const { return name_; }
+   const Attributes& attributes() const { return attributes_; }
+   const Operations& operations() const { return operations_; }
+
+   /// Null when there is none.
+   const Attribute* findAttribute( std::string_view name ) const;
+   const Attribute* findAttribute( AttributeNumber number ) const;
+   const Operation* findOperation( std::string_view name ) const;
+
+   /// AccessError, with the nearest name, when there is none.
+   const Attribute& attribute( std::string_view name ) const;
+   const Attribute& attribute( AttributeNumber number ) const;
+   const Operation& operation( std::string_view name ) const;
+
+ private:
+   std::string_view name_;
+   Attributes attributes_;
+   Operations operations_;
+   std::unordered_map<std::string_view, const Attribute*> attributeByName_;
+   std::unordered_map<std::string_view, const Operation*> operationByName_;
+};
+
+/// Of `names`, the one that `wrong` was most likely meant to be; empty when none is near.
+VORMEL_EXPORT std::string_view nearestName(
+   std::string_view wrong, std::span<const std::string_view> names );
+
+} // namespace Vormel

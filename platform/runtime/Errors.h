@@ -1,0 +1,50 @@
+// What the runtime throws. Every text says what was wrong and what would be right.
+#pragma once
+
+#include "platform/runtime/Export.h"
+#include "platform/runtime/Types.h"
+
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace Vormel {
+
+class VORMEL_EXPORT Error : public std::runtime_error
+{
+ public:
+   using std::runtime_error::runtime_error;
+};
+
+/// An array index out of bounds: "cannot access index 3 of an array with size 3".
+class VORMEL_EXPORT RangeError : public Error
+{
+ public:
+   RangeError( U64 index, U64 size );
+};
+
+/// A null pointer given to a mutator that needs an object: "intfStatusIs: argument 'status' must
+/// not be null".
+class VORMEL_EXPORT NullArgumentError : public Error
+{
+ public:
+   NullArgumentError( std::string_view mutator, std::string_view argument );
+};
+
+/// A value outside what an attribute accepts; the text names the attribute, the value and the valid
+/// range.
+class VORMEL_EXPORT ValueError : public Error
+{
+ public:
+   using Error::Error;
+};
+
+/// The generic interface was asked for an attribute or operation that does not exist, or with a
+/// wrong argument; the text says which name, which argument and what was expected.
+class VORMEL_EXPORT AccessError : public Error
+{
+ public:
+   using Error::Error;
+};
+
+} // namespace Vormel

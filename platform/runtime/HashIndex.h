@@ -1,0 +1,143 @@
+// The open-addressing table under HashMap: from a hash to a position in a dense array. A slot is
+// one word that holds part of the hash beside the position, so that nearly every miss is decided in
+// the table alone. The table is kept at most a quarter full: an empty first slot is then the rule,
+// which a processor predicts, and the words are small enough to afford it. Not thread-safe.
+#pragma once
+
+#include "platform/runtime/Types.h"
+
+#include <algorithm>
+#include <memory>
+#include <stdexcept>
+#include <utility>
+
+namespace Vormel {
+
+class HashIndex
+{
+ public:
+   HashIndex() = default;
+   HashIndex( HashIndex&& other ) noexcept { swap( other ); }
+   HashIndex( const HashIndex& other ) : owned_{ copyOf( other ) }
+   {
+      mask_ = other.mask_;
+      slots_ = owned_ ? owned_.get() : &noSlot_;
+   }
+   HashIndex& operator=( HashIndex other ) noexcept
+   {
+      swap( other );
+      return *this;
+   }
+   ~HashIndex() = default;
+
+   void swap( HashIndex& other ) noexcept
+   {
+      std::swap( owned_, other.owned_ );
+      std::swap( slots_, other.slots_ );
+      std::swap( mask_, other.mask_ );
+   }
+
+   /// Offers the positions filed under `hash` to `accept( position )` until that returns a pointer
+   /// that is not null, and returns it; null when none is accepted.
+   template<class Accept>
+   auto find( U64 hash, Accept accept ) const -> decltype( accept( U64{} ) )
+   {
+      const U32 tag = tagOf( hash );
+      const U32 mask = mask_;
+      for( U64 slot = homeOf( hash ); const U32 word = slots_[ slot ]; slot = ( slot + 1 ) & mask )
+         if( ( word ^ tag ) <= mask )
+            if( const auto found = accept( U64{ word & mask } - 1 ) ) [[likely]]
+               return found;
+      return nullptr;
+   }
+
+   /// Whether `count` positions fit without growing.
+   bool fits( U64 count ) const { return count * 4 <= U64{ mask_ } + ( mask_ ? 1 : 0 ); }
+
+   /// Files the positions 0 to count - 1 anew, under hashOf( position ), in a table for `capacity`
+   /// of them.
+   template<class HashOf>
+   void rebuild( U64 capacity, U32 count, HashOf hashOf )
+   {
+      if( capacity > maxCapacity_ )
+         throw std::length_error( "a hash map holds at most 536870912 entries" );
+      U32 slots = minSlots_;
+      while( slots < capacity * 4 )
+         slots *= 2;
+      owned_ = std::make_unique<U32[]>( slots );
+      slots_ = owned_.get();
+      mask_ = slots - 1;
+      for( U32 position = 0; position < count; ++position )
+         insert( hashOf( position ), position );
+   }
+
+   /// Requires that fits() held for one position more.
+   void insert( U64 hash, U32 position ) noexcept
+   {
+      U32 slot = homeOf( hash );
+      while( slots_[ slot ] )
+         slot = ( slot + 1 ) & mask_;
+      owned_[ slot ] = ( tagOf( hash ) & ~mask_ ) | ( position + 1 );
+   }
+
+   /// Files `position`, which must be there, under the same hash as `moved`.
+   void reposition( U64 hash, U32 position, U32 moved ) noexcept
+   {
+      const U32 slot = slotOf( hash, position );
+      owned_[ slot ] = ( slots_[ slot ] & ~mask_ ) | ( moved + 1 );
+   }
+
+   /// Removes `position`, which must be there. Later slots of its run move up, so no tombstones
+   /// remain.
+   template<class HashOf>
+   void erase( U64 hash, U32 position, HashOf hashOf ) noexcept
+   {
+      U32 hole = slotOf( hash, position );
+      for( U32 slot = ( hole + 1 ) & mask_; slots_[ slot ]; slot = ( slot + 1 ) & mask_ ) {
+         const U32 home = homeOf( hashOf( ( slots_[ slot ] & mask_ ) - 1 ) );
+         if( ( ( slot - home ) & mask_ ) >= ( ( slot - hole ) & mask_ ) ) {
+            owned_[ hole ] = slots_[ slot ];
+            hole = slot;
+         }
+      }
+      owned_[ hole ] = 0;
+   }
+
+   void clear() noexcept
+   {
+      if( owned_ )
+         std::fill_n( owned_.get(), U64{ mask_ } + 1, 0 );
+   }
+
+ private:
+   static constexpr U32 minSlots_ = 16;
+   static constexpr U64 maxCapacity_ = U64{ 1 } << 29;
+   static constexpr U32 noSlot_ = 0; // what an index without a table searches
+
+   U32 homeOf( U64 hash ) const { return static_cast<U32>( hash ) & mask_; }
+   static U32 tagOf( U64 hash ) { return static_cast<U32>( hash >> 32 ); }
+
+   /// The slot of a position that is filed under `hash`.
+   U32 slotOf( U64 hash, U32 position ) const
+   {
+      U32 slot = homeOf( hash );
+      while( ( slots_[ slot ] & mask_ ) != position + 1 )
+         slot = ( slot + 1 ) & mask_;
+      return slot;
+   }
+
+   static std::unique_ptr<U32[]> copyOf( const HashIndex& other )
+   {
+      if( !other.owned_ )
+         return nullptr;
+      auto copy = std::make_unique<U32[]>( U64{ other.mask_ } + 1 );
+      std::copy_n( other.owned_.get(), U64{ other.mask_ } + 1, copy.get() );
+      return copy;
+   }
+
+   std::unique_ptr<U32[]> owned_;
+   const U32* slots_ = &noSlot_;
+   U32 mask_ = 0;
+};
+
+} // namespace Vormel

@@ -1,0 +1,182 @@
+#include "platform/runtime/Trace.h"
+
+#include "platform/runtime/Errors.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <deque>
+#include <optional>
+
+namespace Vormel {
+
+namespace {
+
+struct Registry
+{
+   std::vector<TraceHandle*> handles;
+   TraceSink sink;
+};
+
+struct Setting
+{
+   std::string_view pattern;
+   U32 mask;
+};
+
+} // namespace
+
+// Made by the first handle, of whichever source file, and so destroyed after the last.
+static Registry& registry()
+{
+   static Registry instance;
+   return instance;
+}
+
+static constexpr U32 maskUpTo( U32 level )
+{
+   return ( 2u << level ) - 1;
+}
+
+TraceHandle::TraceHandle( const char* name ) : name_{ name }
+{
+   registry().handles.push_back( this );
+}
+
+TraceHandle::~TraceHandle()
+{
+   std::erase( registry().handles, this );
+}
+
+void TraceHandle::levelIs( U32 level )
+{
+   if( level > maxLevel )
+      throw ValueError( std::string( "trace handle " ) + name_ + ": level " +
+                        std::to_string( level ) + " is not one of 0 to 9" );
+   levelsIs( maskUpTo( level ) );
+}
+
+TraceHandle* traceHandle( std::string_view name )
+{
+   const auto& handles = registry().handles;
+   const auto it = std::ranges::find_if( handles, [ & ]( auto* h ) { return h->name() == name; } );
+   return it == handles.end() ? nullptr : *it;
+}
+
+std::vector<TraceHandle*> traceHandles()
+{
+   return registry().handles;
+}
+
+static bool matches( std::string_view pattern, std::string_view name )
+{
+   if( pattern.empty() )
+      return name.empty();
+   if( pattern[ 0 ] == '*' )
+      return matches( pattern.substr( 1 ), name ) ||
+             ( !name.empty() && matches( pattern, name.substr( 1 ) ) );
+   return !name.empty() && ( pattern[ 0 ] == '?' || pattern[ 0 ] == name[ 0 ] ) &&
+          matches( pattern.substr( 1 ), name.substr( 1 ) );
+}
+
+static std::optional<U32> parseMask( std::string_view text )
+{
+   if( text == "off" )
+      return 0;
+   if( text.size() == 1 && text[ 0 ] >= '0' && text[ 0 ] <= '9' )
+      return maskUpTo( static_cast<U32>( text[ 0 ] - '0' ) );
+   return std::nullopt;
+}
+
+static Setting parseSetting( std::string_view item )
+{
+   const auto equals = item.find( '=' );
+   const auto mask = equals == item.npos ? std::nullopt : parseMask( item.substr( equals + 1 ) );
+   if( !mask )
+      throw ValueError( "trace setting '" + std::string( item ) +
+                        "' is not HANDLE=LEVEL with a level of 0 to 9 or off" );
+   const Setting setting{ item.substr( 0, equals ), *mask };
+   const auto matched = [ & ]( auto* h ) { return matches( setting.pattern, h->name() ); };
+   if( std::ranges::none_of( registry().handles, matched ) ) {
+      std::string known;
+      for( const auto* handle : registry().handles )
+         known += std::string( known.empty() ? "" : ", " ) + handle->name();
+      throw ValueError( "trace setting '" + std::string( item ) +
+                        "': no trace handle has such a name; there are: " + known );
+   }
+   return setting;
+}
+
+void traceLevelsIs( std::string_view settings )
+{
+   std::vector<Setting> parsed;
+   for( bool more = true; more; ) {
+      const auto comma = settings.find( ',' );
+      parsed.push_back( parseSetting( settings.substr( 0, comma ) ) );
+      more = comma != settings.npos;
+      if( more )
+         settings.remove_prefix( comma + 1 );
+   }
+   for( const Setting& setting : parsed )
+      for( TraceHandle* handle : registry().handles )
+         if( matches( setting.pattern, handle->name() ) )
+            handle->levelsIs( setting.mask );
+}
+
+TraceSink traceSinkIs( TraceSink sink )
+{
+   return std::exchange( registry().sink, std::move( sink ) );
+}
+
+static void writeLine( const TraceRecord& record )
+{
+   std::string line{ record.handle };
+   ( line += ' ' ) += std::to_string( record.level );
+   ( line += ' ' ) += record.function;
+   ( ( line += ' ' ) += record.text ) += '\n';
+   std::fwrite( line.data(), 1, line.size(), stderr );
+}
+
+void traceRecord(
+   const TraceHandle& handle, U32 level, std::string_view function, std::string_view text )
+{
+   const TraceRecord record{ handle.name(), level, function, text };
+   // A copy, since a sink may replace itself while it runs.
+   if( const TraceSink sink = registry().sink )
+      sink( record );
+   else
+      writeLine( record );
+}
+
+struct StreamPool
+{
+   std::deque<TraceStream> streams;
+   U64 depth = 0;
+};
+
+static StreamPool& streamPool()
+{
+   static thread_local StreamPool pool;
+   return pool;
+}
+
+TraceStream& traceBegin()
+{
+   StreamPool& pool = streamPool();
+   // A piece of a trace may trace itself while it is made.
+   if( pool.depth == pool.streams.size() )
+      pool.streams.emplace_back();
+   TraceStream& stream = pool.streams[ pool.depth ];
+   stream.depth_ = pool.depth++;
+   std::ostringstream().swap( stream.stream_ );
+   return stream;
+}
+
+void traceEnd(
+   const TraceHandle& handle, U32 level, std::string_view function, TraceStream& stream )
+{
+   const std::string text = std::move( stream.stream_ ).str();
+   streamPool().depth = stream.depth_;
+   traceRecord( handle, level, function, text );
+}
+
+} // namespace Vormel

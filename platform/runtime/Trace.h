@@ -1,0 +1,133 @@
+// Trace records: named handles, each with ten levels (0 to 9) that are switched separately, and one
+// sink that gets the records. All levels are off at first, and a trace that is off costs a load, a
+// test and a branch: its arguments are not evaluated (declare the handles with
+// VORMEL_DECLARE_TRACE). Switching levels is safe from any thread; registering handles, the sink
+// and emitting are for the holder of the activity lock.
+#pragma once
+
+#include "platform/runtime/Export.h"
+#include "platform/runtime/Text.h"
+#include "platform/runtime/Types.h"
+
+#include <atomic>
+#include <functional>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace Vormel {
+
+class VORMEL_EXPORT TraceHandle
+{
+ public:
+   static constexpr U32 maxLevel = 9;
+
+   /// Registers itself; `name` must outlive the handle.
+   explicit TraceHandle( const char* name );
+   ~TraceHandle();
+   TraceHandle( const TraceHandle& ) = delete;
+   TraceHandle& operator=( const TraceHandle& ) = delete;
+
+   const char* name() const { return name_; }
+
+   bool enabled( U32 level ) const
+   {
+      return ( levels_.load( std::memory_order_relaxed ) & ( 1u << level ) ) != 0;
+   }
+
+   /// The enabled levels, bit n for level n.
+   U32 levels() const { return levels_.load( std::memory_order_relaxed ); }
+   void levelsIs( U32 mask ) { levels_.store( mask, std::memory_order_relaxed ); }
+
+   /// Enables the levels 0 to `level` and no others; ValueError above 9.
+   void levelIs( U32 level );
+   void levelsOff() { levelsIs( 0 ); }
+
+ private:
+   std::atomic<U32> levels_{ 0 };
+   const char* name_;
+};
+
+struct TraceRecord
+{
+   std::string_view handle;
+   U32 level;
+   std::string_view function;
+   std::string_view text;
+};
+
+using TraceSink = std::function<void( const TraceRecord& )>;
+
+/// Null when there is no handle of that name.
+VORMEL_EXPORT TraceHandle* traceHandle( std::string_view name );
+/// All handles in order of creation.
+VORMEL_EXPORT std::vector<TraceHandle*> traceHandles();
+
+/// Sets levels of the existing handles: "ApiStrata=4,Strata*=7", read from left to right. A pattern
+/// may hold `*` and `?`; the level is 0 to 9 (it and all below) or "off". ValueError when an item
+/// is malformed or matches no handle; nothing is changed then.
+VORMEL_EXPORT void traceLevelsIs( std::string_view settings );
+
+/// An empty sink puts back the default one, which writes "<handle> <level> <function> <text>" to
+/// standard error. Returns the sink before (empty for the default).
+VORMEL_EXPORT TraceSink traceSinkIs( TraceSink sink );
+
+/// Hands a record to the sink, whether or not the level is enabled.
+VORMEL_EXPORT void traceRecord(
+   const TraceHandle& handle, U32 level, std::string_view function, std::string_view text );
+
+/// Collects the pieces of one trace; see Text.h for how values read. The streams are kept for reuse
+/// and handed out by reference, so that a function that traces needs no room for one on its stack.
+class TraceStream
+{
+ public:
+   template<class T>
+   TraceStream& operator<<( const T& value )
+   {
+      writeText( stream_, value );
+      return *this;
+   }
+   TraceStream& operator<<( std::ios_base& ( *manipulator )( std::ios_base& ))
+   {
+      stream_ << manipulator;
+      return *this;
+   }
+   TraceStream& operator<<( std::ostream& ( *manipulator )( std::ostream& ))
+   {
+      stream_ << manipulator;
+      return *this;
+   }
+
+ private:
+   friend TraceStream& traceBegin();
+   friend void traceEnd( const TraceHandle&, U32, std::string_view, TraceStream& );
+   std::ostringstream stream_;
+   U64 depth_ = 0; // how many traces of this thread were under way when this one began
+};
+
+/// A stream for one trace, empty.
+VORMEL_EXPORT TraceStream& traceBegin();
+/// As traceRecord(), with the text of a stream from traceBegin(), which goes back.
+VORMEL_EXPORT void traceEnd(
+   const TraceHandle& handle, U32 level, std::string_view function, TraceStream& stream );
+
+} // namespace Vormel
+
+/// Declares a handle that another source file defines, and tells the compiler that it lies in the
+/// same shared object: the test of a level is then three instructions, not one more to find the
+/// handle.
+#define VORMEL_DECLARE_TRACE( name ) \
+   extern __attribute__( ( visibility( "hidden" ) ) ) ::Vormel::TraceHandle name
+
+/// VORMEL_TRACE( strataTrace, 7, "handleIntfFlood" << " intf: " << intf );
+#define VORMEL_TRACE( handle, level, ... ) VORMEL_TRACE_AS( handle, level, __func__, __VA_ARGS__ )
+
+/// The same, attributed to the function that `function` names.
+#define VORMEL_TRACE_AS( handle, level, function, ... ) \
+   do { \
+      if( ( handle ).enabled( level ) ) [[unlikely]] \
+         ::Vormel::traceEnd( \
+            ( handle ), ( level ), ( function ), ::Vormel::traceBegin() << __VA_ARGS__ ); \
+   } while( false )

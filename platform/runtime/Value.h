@@ -1,0 +1,163 @@
+// Values as the generic interface carries them, and how each C++ type turns into one and back.
+#pragma once
+
+#include "platform/runtime/Enum.h"
+#include "platform/runtime/Errors.h"
+#include "platform/runtime/Export.h"
+#include "platform/runtime/Ref.h"
+#include "platform/runtime/Text.h"
+#include "platform/runtime/Types.h"
+
+#include <concepts>
+#include <limits>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+#include <variant>
+
+namespace Vormel {
+
+class Entity;
+
+/// What a generic read returns and a generic write or call takes. Types that are none of these travel as
+/// their text form. Text is accepted for every type that has one, so a shell needs no other form.
+using Value = std::variant<std::monostate, bool, S64, U64, double, std::string, Ref<const Entity>>;
+
+VORMEL_EXPORT std::string toText( const Value& value );
+
+/// How a type is named, shown and parsed. Types with `std::string toText( const T& )` and
+/// `static std::optional<T> T::parse( std::string_view )` need no traits of their own.
+template<class T>
+struct ValueTraits
+{
+   static std::string text( const T& value ) { return toText( value ); }
+   static Value value( const T& v ) { return toText( v ); }
+   static std::optional<T> from( const Value& v )
+   {
+      const auto* const text = std::get_if<std::string>( &v );
+      return text ? T::parse( *text ) : std::nullopt;
+   }
+   static std::string expected() { return std::string( T::valueSyntax ); }
+};
+
+namespace Detail {
+
+VORMEL_EXPORT std::optional<bool> boolFrom( const Value& value );
+VORMEL_EXPORT std::optional<double> doubleFrom( const Value& value );
+/// Accepts integers, and text in decimal or with 0x in hexadecimal.
+VORMEL_EXPORT std::optional<S64> signedFrom( const Value& value, S64 low, S64 high );
+VORMEL_EXPORT std::optional<U64> unsignedFrom( const Value& value, U64 high );
+VORMEL_EXPORT std::string entityText( const Entity* entity );
+
+} // namespace Detail
+
+template<>
+struct ValueTraits<bool>
+{
+   static std::string text( bool v ) { return v ? "true" : "false"; }
+   static Value value( bool v ) { return v; }
+   static std::optional<bool> from( const Value& v ) { return Detail::boolFrom( v ); }
+   static std::string expected() { return "true or false"; }
+};
+
+template<std::unsigned_integral T>
+requires( !std::same_as<T, bool> ) struct ValueTraits<T>
+{
+   static std::string text( T v ) { return std::to_string( v ); }
+   static Value value( T v ) { return static_cast<U64>( v ); }
+   static std::optional<T> from( const Value& v )
+   {
+      const auto wide = Detail::unsignedFrom( v, std::numeric_limits<T>::max() );
+      return wide ? std::optional<T>( static_cast<T>( *wide ) ) : std::nullopt;
+   }
+   static std::string expected()
+   {
+      return "a number from 0 to " + std::to_string( std::numeric_limits<T>::max() );
+   }
+};
+
+template<std::signed_integral T>
+struct ValueTraits<T>
+{
+   static std::string text( T v ) { return std::to_string( v ); }
+   static Value value( T v ) { return static_cast<S64>( v ); }
+   static std::optional<T> from( const Value& v )
+   {
+      const auto wide =
+         Detail::signedFrom( v, std::numeric_limits<T>::min(), std::numeric_limits<T>::max() );
+      return wide ? std::optional<T>( static_cast<T>( *wide ) ) : std::nullopt;
+   }
+   static std::string expected()
+   {
+      return "a number from " + std::to_string( std::numeric_limits<T>::min() ) + " to " +
+             std::to_string( std::numeric_limits<T>::max() );
+   }
+};
+
+template<>
+struct ValueTraits<double>
+{
+   static std::string text( double v ) { return toText( Value( v ) ); }
+   static Value value( double v ) { return v; }
+   static std::optional<double> from( const Value& v ) { return Detail::doubleFrom( v ); }
+   static std::string expected() { return "a number"; }
+};
+
+template<>
+struct ValueTraits<std::string>
+{
+   static std::string text( const std::string& v ) { return v; }
+   static Value value( const std::string& v ) { return v; }
+   static std::optional<std::string> from( const Value& v ) { return toText( v ); }
+   static std::string expected() { return "a text"; }
+};
+
+/// Named enumerations also take their number, so that any slot of an array can be addressed.
+template<NamedEnum E>
+struct ValueTraits<E>
+{
+   using Number = std::underlying_type_t<E>;
+
+   static std::string text( E v ) { return enumText( v ); }
+   static Value value( E v ) { return enumText( v ); }
+   static std::optional<E> from( const Value& v )
+   {
+      if( const auto* const name = std::get_if<std::string>( &v ) )
+         if( const auto named = enumParse<E>( *name ) )
+            return named;
+      const auto number = ValueTraits<Number>::from( v );
+      return number ? std::optional<E>( static_cast<E>( *number ) ) : std::nullopt;
+   }
+   static std::string expected()
+   {
+      std::string names;
+      for( const auto& entry : enumTable<E> )
+         names += ( names.empty() ? "" : " or " ) + std::string( entry.name );
+      return names;
+   }
+};
+
+template<class T>
+struct ValueTraits<Ref<T>>
+{
+   static std::string text( const Ref<T>& v ) { return Detail::entityText( v.get() ); }
+   static Value value( const Ref<T>& v ) { return Ref<const Entity>( v ); }
+   static std::optional<Ref<T>> from( const Value& v )
+   {
+      if( std::holds_alternative<std::monostate>( v ) )
+         return Ref<T>();
+      const auto* const ref = std::get_if<Ref<const Entity>>( &v );
+      if( !ref )
+         return std::nullopt;
+      // The caller that hands an object in owns it for writing.
+      auto* const object = dynamic_cast<T*>( const_cast<Entity*>( ref->get() ) );
+      if( ref->get() && !object )
+         return std::nullopt;
+      return Ref<T>( object );
+   }
+   static std::string expected() { return "an object of the attribute's class, or none"; }
+};
+
+} // namespace Vormel

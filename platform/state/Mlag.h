@@ -1,0 +1,55 @@
+// The state of the MLAG pair and of the recirculation feature.
+#pragma once
+
+#include "platform/runtime/Attributes.h"
+#include "platform/runtime/Export.h"
+#include "platform/types/EthAddr.h"
+#include "platform/types/IntfId.h"
+
+namespace Mlag {
+
+using Vormel::EthAddr;
+using Vormel::IntfId;
+
+// clang-format off
+#define MLAG_STATUS_ATTRIBUTES( ROW ) \
+   ROW( SCALAR, 258, peerMacAddr, EthAddr, EthAddr(), "the peer's router MAC; zero when there is no peer", "agent" ) \
+   ROW( SCALAR, 259, peerLinkIntf, IntfId, IntfId(), "the link to the peer, an interface or a LAG", "agent" ) \
+   ROW( SCALAR, 260, peerMacRoutingEnabled, bool, false, "packets to the peer's router MAC are routed here too", "agent" )
+
+#define MLAG_HARDWARE_STATUS_ATTRIBUTES( ROW ) \
+   ROW( SCALAR, 258, peerMacRoutingSupported, bool, false, "the chip can route for the peer's MAC", "agent" )
+// clang-format on
+
+class VORMEL_EXPORT Status : public Vormel::Entity
+{
+   VORMEL_ENTITY( Status, MLAG_STATUS_ATTRIBUTES )
+};
+
+VORMEL_EXPORT bool isPeerMacRoutingStatusEnabled( const Status& status );
+
+namespace Hardware {
+
+class VORMEL_EXPORT Status : public Vormel::Entity
+{
+   VORMEL_ENTITY( Status, MLAG_HARDWARE_STATUS_ATTRIBUTES )
+};
+
+} // namespace Hardware
+} // namespace Mlag
+
+namespace Lag {
+namespace Recirc {
+
+// clang-format off
+#define RECIRC_FEATURE_STATUS_ATTRIBUTES( ROW ) \
+   ROW( MAP, 258, recircPort, U16, S32, 0, "the recirculation port of a unit (SDK port number), by unit number", "agent" )
+// clang-format on
+
+class VORMEL_EXPORT RecircFeatureStatus : public Vormel::Entity
+{
+   VORMEL_ENTITY( RecircFeatureStatus, RECIRC_FEATURE_STATUS_ATTRIBUTES )
+};
+
+} // namespace Recirc
+} // namespace Lag

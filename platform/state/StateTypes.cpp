@@ -1,0 +1,131 @@
+// The generic interface of the input objects, and their checks.
+#include "platform/state/AgentConfig.h"
+#include "platform/state/Interfaces.h"
+#include "platform/state/L3State.h"
+#include "platform/state/Mlag.h"
+#include "platform/state/StrataCommonSmData.h"
+#include "platform/state/StrataPort.h"
+
+#include <charconv>
+#include <cmath>
+#include <sstream>
+
+VORMEL_ENTITY_TYPE( Interface::EthIntfStatus, ETH_INTF_STATUS_ATTRIBUTES )
+VORMEL_ENTITY_TYPE( Interface::EthIntfStatusDir, ETH_INTF_STATUS_DIR_ATTRIBUTES )
+VORMEL_ENTITY_TYPE( IntfVlanId::Table, INTF_VLAN_ID_TABLE_ATTRIBUTES )
+VORMEL_ENTITY_TYPE( Mlag::Status, MLAG_STATUS_ATTRIBUTES )
+VORMEL_ENTITY_TYPE( Mlag::Hardware::Status, MLAG_HARDWARE_STATUS_ATTRIBUTES )
+VORMEL_ENTITY_TYPE( Lag::Recirc::RecircFeatureStatus, RECIRC_FEATURE_STATUS_ATTRIBUTES )
+
+namespace Strata {
+
+VORMEL_ENTITY_TYPE( VirtualPortStatus, VIRTUAL_PORT_STATUS_ATTRIBUTES )
+VORMEL_ENTITY_TYPE( StrataCommonSmData, STRATA_COMMON_SM_DATA_ATTRIBUTES )
+VORMEL_ENTITY_TYPE( Features, FEATURES_ATTRIBUTES )
+VORMEL_ENTITY_TYPE( StrataMiscConfig, STRATA_MISC_CONFIG_ATTRIBUTES )
+VORMEL_ENTITY_TYPE( StrataPbrInfo, STRATA_PBR_INFO_ATTRIBUTES )
+VORMEL_ENTITY_TYPE( BastleSourceIpLookupConfig, BASTLE_SOURCE_IP_LOOKUP_CONFIG_ATTRIBUTES )
+VORMEL_ENTITY_TYPE( L2McastTableAllocationEnt, L2_MCAST_TABLE_ALLOCATION_ATTRIBUTES )
+VORMEL_ENTITY_TYPE( StrataUrpfCommonData, STRATA_URPF_COMMON_DATA_ATTRIBUTES )
+VORMEL_ENTITY_TYPE( HwStatus, HW_STATUS_ATTRIBUTES )
+VORMEL_ENTITY_TYPE( NexthopStatus, NEXTHOP_STATUS_ATTRIBUTES )
+VORMEL_ENTITY_TYPE( NexthopStatusDir, NEXTHOP_STATUS_DIR_ATTRIBUTES )
+
+void StrataMiscConfig::checkTrafficClass( U16 trafficClass, bool member )
+{
+   if( trafficClass > highestTrafficClass )
+      throw Vormel::ValueError( "unknownMacDropTrafficClass: traffic class " +
+                                std::to_string( trafficClass ) + " is out of the range 0 to " +
+                                std::to_string( highestTrafficClass ) );
+   if( !member )
+      throw Vormel::ValueError(
+         "unknownMacDropTrafficClass: a member is always true; remove traffic class " +
+         std::to_string( trafficClass ) + " instead" );
+}
+
+void StrataMiscConfig::checkSyslogTimeout( double seconds )
+{
+   if( std::isfinite( seconds ) && seconds >= 0 )
+      return;
+   std::ostringstream text;
+   text << "syslogTimeout: " << seconds << " is not a finite number of seconds, 0 or more";
+   throw Vormel::ValueError( text.str() );
+}
+
+ChipAttributes chipAttributes( const StrataCommonSmData& scsd )
+{
+   if( scsd.units().empty() )
+      return {};
+   const U16 first = scsd.units().begin().key();
+   return strataAttributes().chipAttributes( scsd.units().find( first )->chipInfo );
+}
+
+bool isFloodingPortSupported( const StrataCommonSmData& scsd )
+{
+   return chipAttributes( scsd ).floodingPortSupported;
+}
+
+std::optional<StrataPort> StrataPort::parse( std::string_view text )
+{
+   U32 numbers[ 3 ] = {};
+   std::size_t count = 0;
+   const char* at = text.data();
+   const char* const end = text.data() + text.size();
+   for( ;; ) {
+      const auto result = std::from_chars( at, end, numbers[ count ] );
+      if( result.ec != std::errc() )
+         return std::nullopt;
+      ++count;
+      at = result.ptr;
+      if( at == end )
+         break;
+      if( *at != '/' || count == 3 )
+         return std::nullopt;
+      ++at;
+   }
+   if( count < 2 || numbers[ 1 ] > 0x7FFFFFFF )
+      return std::nullopt;
+   return StrataPort( numbers[ 0 ], static_cast<int>( numbers[ 1 ] ), numbers[ count - 1 ] );
+}
+
+std::string toText( const StrataPort& port )
+{
+   if( !port )
+      return "none";
+   return std::to_string( port.unit() ) + "/" + std::to_string( port.sdkPort() ) + "/" +
+          std::to_string( port.logicalPort() );
+}
+
+std::optional<IntfIdList> IntfIdList::parse( std::string_view text )
+{
+   std::vector<IntfId> intfs;
+   while( !text.empty() ) {
+      const auto comma = text.find( ',' );
+      const auto intf = IntfId::parse( text.substr( 0, comma ) );
+      if( !intf )
+         return std::nullopt;
+      intfs.push_back( *intf );
+      text.remove_prefix( comma == text.npos ? text.size() : comma + 1 );
+   }
+   return IntfIdList( std::move( intfs ) );
+}
+
+std::string toText( const IntfIdList& list )
+{
+   std::string text;
+   for( const IntfId intf : list )
+      text += ( text.empty() ? "" : "," ) + intf.toString();
+   return text;
+}
+
+} // namespace Strata
+
+std::string Interface::EthIntfStatus::entityName() const
+{
+   return intfId_.toString();
+}
+
+bool Mlag::isPeerMacRoutingStatusEnabled( const Status& status )
+{
+   return status.peerMacRoutingEnabled();
+}

@@ -1,0 +1,115 @@
+// The agent's shared data: chip units, where interfaces sit, LAGs, and what forwarding looks like.
+#pragma once
+
+#include "platform/runtime/Attributes.h"
+#include "platform/runtime/Export.h"
+#include "platform/sdk/ChipInfo.h"
+#include "platform/sdk/SdkShimInterface.h"
+#include "platform/state/StrataPort.h"
+#include "platform/types/PortBitmap.h"
+
+#include <map>
+#include <optional>
+
+namespace Strata {
+
+struct StrataUnit
+{
+   ChipInfo chipInfo;
+   U32 modId = 0;                    // how other units address this one
+   PortBitmap ports;                 // every port: front panel, CPU, loopback, recirculation
+   std::optional<int> loopbackPort;  // the internal loopback port
+   bool hasIpOptionsProfile = false; // the unit keeps an IPv4 options profile of its own
+};
+
+/// The chip units in order of their numbers. A walk stays valid while the table changes: the activity lock
+/// is given away within its steps.
+class UnitTable
+{
+ public:
+   class Iterator
+   {
+    public:
+      Iterator( const std::map<U16, StrataUnit>& units, std::optional<U16> key )
+         : units_( &units ),
+           key_( key )
+      {}
+      U16 key() const { return *key_; }
+      const Iterator& operator*() const { return *this; }
+      Iterator& operator++()
+      {
+         const auto next = units_->upper_bound( *key_ );
+         key_ = next == units_->end() ? std::nullopt : std::optional<U16>( next->first );
+         return *this;
+      }
+      bool operator==( const Iterator& other ) const { return key_ == other.key_; }
+
+    private:
+      const std::map<U16, StrataUnit>* units_;
+      std::optional<U16> key_;
+   };
+
+   Iterator begin() const
+   {
+      return { units_, empty() ? std::nullopt : std::optional<U16>( units_.begin()->first ) };
+   }
+   Iterator end() const { return { units_, std::nullopt }; }
+   bool empty() const { return units_.empty(); }
+   std::size_t size() const { return units_.size(); }
+
+   /// Null when there is no such unit.
+   const StrataUnit* find( U32 number ) const
+   {
+      const auto at = number > 0xFFFF ? units_.end() : units_.find( static_cast<U16>( number ) );
+      return at == units_.end() ? nullptr : &at->second;
+   }
+
+   void unitIs( U16 number, const StrataUnit& unit ) { units_.insert_or_assign( number, unit ); }
+   void unitDel( U16 number ) { units_.erase( number ); }
+
+ private:
+   std::map<U16, StrataUnit> units_;
+};
+
+// clang-format off
+#define STRATA_COMMON_SM_DATA_ATTRIBUTES( ROW ) \
+   ROW( MAP, 272, lagOfMember, IntfId, IntfId, 0, "the LAG that an interface is a member of", "agent" ) \
+   ROW( MAP, 273, lagMembers, IntfId, IntfIdList, 0, "the members of a LAG, in member order", "agent" ) \
+   ROW( MAP, 387, strataIntfToPort, IntfId, StrataPort, 0, "the port of an Ethernet interface", "agent" ) \
+   ROW( MAP, 388, intfToLogicalPort, IntfId, U32, 0, "the logical port number of an interface; outlives its row in strataIntfToPort", "agent" ) \
+   ROW( SCALAR, 464, vxlanEnabled, bool, false, "VXLAN is configured", "agent" ) \
+   ROW( SCALAR, 465, vfiForwarding, bool, false, "VLANs are forwarded through VFIs; routed floods go to the CPU", "agent" ) \
+   ROW( SCALAR, 466, nextHopToCpuSuppressed, bool, false, "no next-hop-to-CPU entry is made", "agent" ) \
+   ROW( SCALAR, 467, floodingModId, U32, 249, "module id of the flooding destinations, 0 to 255", "agent" ) \
+   ROW( SCALAR, 468, vxlanFloodL2Mc, U32, 0, "L2 multicast group of every port and every tunnel; 0 for none", "agent" )
+// clang-format on
+
+class VORMEL_EXPORT StrataCommonSmData : public Vormel::Entity
+{
+   VORMEL_ENTITY( StrataCommonSmData, STRATA_COMMON_SM_DATA_ATTRIBUTES )
+
+   explicit StrataCommonSmData( SdkShimInterface* shim ) : sdkShim_( shim ) {}
+
+   SdkShimInterface* sdkShim() const { return sdkShim_; }
+   const UnitTable& units() const { return units_; }
+   UnitTable& units() { return units_; }
+
+   /// The unit keeps an IPv4 options profile of its own.
+   bool hasIpOptionsProfile( U32 unit ) const
+   {
+      const StrataUnit* const found = units_.find( unit );
+      return found && found->hasIpOptionsProfile;
+   }
+
+ private:
+   SdkShimInterface* sdkShim_;
+   UnitTable units_;
+};
+
+/// What the slice's chip can do: the first unit's; with no units, nothing.
+VORMEL_EXPORT ChipAttributes chipAttributes( const StrataCommonSmData& scsd );
+
+/// Routed floods are marked by the flooding destination port.
+VORMEL_EXPORT bool isFloodingPortSupported( const StrataCommonSmData& scsd );
+
+} // namespace Strata

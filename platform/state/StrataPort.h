@@ -1,0 +1,74 @@
+// Where an interface sits on the chips.
+#pragma once
+
+#include "platform/runtime/Export.h"
+#include "platform/runtime/Types.h"
+#include "platform/types/IntfId.h"
+
+#include <compare>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Strata {
+
+using Vormel::IntfId;
+
+/// A front-panel port: its unit, the SDK's port number there, and the logical port number that port bitmaps
+/// use. A default-made port is not valid.
+class VORMEL_EXPORT StrataPort
+{
+ public:
+   StrataPort() = default;
+   StrataPort( U32 unit, int sdkPort, U32 logicalPort )
+      : valid_( true ),
+        unit_( unit ),
+        sdkPort_( sdkPort ),
+        logicalPort_( logicalPort )
+   {}
+
+   explicit operator bool() const { return valid_; }
+   U32 unit() const { return unit_; }
+   int sdkPort() const { return sdkPort_; }
+   U32 logicalPort() const { return logicalPort_; }
+
+   auto operator<=>( const StrataPort& ) const = default;
+
+   /// "unit/sdkPort/logicalPort"; the last may be left out when it equals the SDK's number.
+   static std::optional<StrataPort> parse( std::string_view text );
+   static constexpr std::string_view valueSyntax = "a port written unit/sdkPort[/logicalPort]";
+
+ private:
+   bool valid_ = false;
+   U32 unit_ = 0;
+   int sdkPort_ = 0;
+   U32 logicalPort_ = 0;
+};
+
+VORMEL_EXPORT std::string toText( const StrataPort& port );
+
+/// The members of a LAG, in member order.
+class VORMEL_EXPORT IntfIdList
+{
+ public:
+   IntfIdList() = default;
+   explicit IntfIdList( std::vector<IntfId> intfs ) : intfs_( std::move( intfs ) ) {}
+
+   auto begin() const { return intfs_.begin(); }
+   auto end() const { return intfs_.end(); }
+   bool empty() const { return intfs_.empty(); }
+
+   bool operator==( const IntfIdList& ) const = default;
+
+   /// "Ethernet1,Ethernet2".
+   static std::optional<IntfIdList> parse( std::string_view text );
+   static constexpr std::string_view valueSyntax = "interfaces separated by commas";
+
+ private:
+   std::vector<IntfId> intfs_;
+};
+
+VORMEL_EXPORT std::string toText( const IntfIdList& list );
+
+} // namespace Strata

@@ -1,0 +1,78 @@
+// Chip initialisation: the order in which L3 comes up.
+#include "messages/Traces.h"
+#include "routing/RoutingStatusHelper.h"
+#include "routing/tcam/CheckedCall.h"
+
+namespace Strata {
+
+void RoutingStatusHelper::init( bool enable, bool initHw )
+{
+   VORMEL_TRACE( routingTrace, 2, "init, enable: " << enable << ", initHw: " << initHw );
+   const ChipAttributes chip = chipAttributes( *scsd() );
+
+   if( scsd()->vfiForwarding() )
+      initTtlCheck();
+
+   for( const auto& i : scsd()->units() ) {
+      VORMEL_TRACE( routingTrace, 2, "setting L3DstMissToCpu to true" );
+      CHECKED_WITH_SIGNATURE( bcm_switch_control_set( i.key(), bcmSwitchV4L3DstMissToCpu, true ) );
+      CHECKED_WITH_SIGNATURE( bcm_switch_control_set( i.key(), bcmSwitchV6L3DstMissToCpu, true ) );
+      CHECKED_WITH_SIGNATURE( bcm_switch_control_set( i.key(), bcmSwitchL3UcastTtl1ToCpu, true ) );
+      CHECKED_WITH_SIGNATURE( bcm_switch_control_set( i.key(), bcmSwitchL3UcTtlErrToCpu, true ) );
+      VORMEL_TRACE( routingTrace, 2, "setting bcmSwitchIPv4DoNotVerifyIncomingChecksum to true" );
+      if( chip.ipv4ChecksumNoVerify )
+         CHECKED_WITH_SIGNATURE(
+            bcm_switch_control_set( i.key(), bcmSwitchIPv4DoNotVerifyIncomingChecksum, true ) );
+   }
+
+   if( chip.l3CpuFpEntries && !chip.noNextHopToCpuEntry )
+      initializeNextHopToCpuTcam();
+
+   // Before the flood entries: they take another shape where floods go through the loopback port.
+   useLbIs( chip.lbPortAvailable && !chip.lbViaRecircOnly );
+   if( useLb() )
+      initLoopback();
+
+   if( chip.l3CpuFpEntries ) {
+      handleTcamEntryVlanFlood( true );
+      handleTcamEntryVxlanEncapFlood( true );
+      if( !fabricMode() ) {
+         handleTcamEntryVlanFloodVxlan( true );
+         handleTcamEntryL3Recirc( true );
+         handleTcamEntryVlanFloodPbr( true );
+      }
+   }
+
+   if( enable ) {
+      l3InitializingIs( true );
+      handleTcamEntryL2McastCpu( true );
+      handleTcamEntryMplsTrafficDrop( true );
+      initCpuControlM();
+      l3InitializingIs( false );
+   } else {
+      l3CleaningUpIs( true );
+      handleTcamEntryL2McastCpu( false );
+      handleTcamEntryMplsTrafficDrop( false );
+      l3CleaningUpIs( false );
+   }
+
+   programSkipL2McastPktFromCoreToCpu( scsd()->vxlanEnabled() );
+}
+
+void RoutingStatusHelper::l3Init( bool enable )
+{
+   init( enable, true );
+}
+
+void RoutingStatusHelper::initLoopback()
+{
+   // The last group of the allocation is the one of all ports.
+   if( l2McastTableAllocation() && l2McastTableAllocation()->size() > 0 )
+      allPortsL2McIs( l2McastTableAllocation()->size() - 1 );
+   else
+      VORMEL_TRACE( routingTrace, 1, "init: no L2 multicast table allocation" );
+   VORMEL_TRACE( routingTrace, 2, "useLb: " << useLb() << ", allPortsL2Mc: " << allPortsL2Mc() );
+   handleTcamEntryLb();
+}
+
+} // namespace Strata

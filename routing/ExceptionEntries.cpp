@@ -1,0 +1,63 @@
+// Exceptions: TTL 0 and 1, and packets whose next hop is the CPU. Made at chip initialisation, never removed.
+#include "messages/Traces.h"
+#include "platform/runtime/Format.h"
+#include "routing/RoutingStatusHelper.h"
+#include "routing/StrataCommon.h"
+#include "routing/tcam/CheckedCall.h"
+#include "routing/tcam/TcamEntry.h"
+
+namespace Strata {
+
+// IP packets with TTL 0 or 1 go to the CPU, on a queue of their own, and no further.
+static void initializeTtlCheckTcam( const Ref<StrataBoundedTcamEntryManager>& manager, U8 unit )
+{
+   using StrataCommon::cpuCosqTtl1_;
+
+   if( SdkShim->trapsTtlExceptions( unit ) )
+      return;
+   for( U32 ttl = 0; ttl <= 1; ++ttl ) {
+      const U32 entryId = manager->baseEntryId() + ttl;
+      manager->getEntry( unit, entryId, Vormel::format( "VFI IP TTL %d", ttl ), {} );
+      CHECKED( bcm_field_qualify_Ttl( unit, entryId, ttl, 0xFF ) );
+      CHECKED( bcm_field_qualify_L3Routable( unit, entryId, 1, 1 ) );
+      CHECKED( bcm_field_qualify_Drop( unit, entryId, 0, 1 ) );
+      CHECKED( bcm_field_action_add( unit, entryId, bcmFieldActionCopyToCpu, 0, 0 ) );
+      CHECKED( bcm_field_action_add( unit, entryId, bcmFieldActionDrop, 0, 0 ) );
+      CHECKED( bcm_field_action_add( unit, entryId, bcmFieldActionCosQCpuNew, cpuCosqTtl1_, 0 ) );
+      installEntry( *manager, unit, entryId );
+   }
+}
+
+void RoutingStatusHelper::initTtlCheck()
+{
+   ttlCheckTcamManagerIs( tcamGroupManager()
+                             ? tcamGroupManager()->boundedTcamEntryManager( TcamGroup::ttlCheck )
+                             : nullptr );
+   if( !ttlCheckTcamManager() ) {
+      VORMEL_TRACE( routingTrace, 1, "init: no entry manager for the TTL check" );
+      return;
+   }
+   for( const auto& i : scsd()->units() ) {
+      if( i.key() > 0xFF )
+         throw Vormel::ValueError( "init: unit " + std::to_string( i.key() ) +
+                                   " cannot have TTL-check entries; units 0 to 255 can" );
+      initializeTtlCheckTcam( ttlCheckTcamManager(), static_cast<U8>( i.key() ) );
+   }
+}
+
+void RoutingStatusHelper::initializeNextHopToCpuTcam()
+{
+   if( scsd()->nextHopToCpuSuppressed() ||
+       !hasManager( tcamManager(), "initializeNextHopToCpuTcam" ) )
+      return;
+   TcamEntry nextHop( tcamManager(), TcamL3EntryId::nexthopToCpu, "NextHop to Cpu" );
+   for( const auto& i : scsd()->units() ) {
+      const U32 entry = nextHop.claim( i.key() );
+      CHECKED( bcm_field_qualify_DstPort(
+         i.key(), entry, StrataCommon::cpuNhInvalidModId_, StrataCommon::maskModId_, 0, 0 ) );
+      CHECKED( bcm_field_action_add( i.key(), entry, bcmFieldActionCopyToCpu, 0, 0 ) );
+      nextHop.install( i.key() );
+   }
+}
+
+} // namespace Strata

@@ -1,0 +1,151 @@
+// The ports that receive routed floods, and pushing them into the entries that carry them.
+#include "messages/Traces.h"
+#include "platform/runtime/Assert.h"
+#include "routing/RoutingStatusHelper.h"
+#include "routing/tcam/CheckedCall.h"
+#include "routing/tcam/FieldLock.h"
+#include "routing/tcam/TcamEntry.h"
+
+namespace Strata {
+
+// What an interface without a logical port number is taken for.
+static constexpr U32 noLogicalPort = 1023;
+
+bool RoutingStatusHelper::routedIntf( IntfId intf )
+{
+   if( !ethIntfStatusDir() )
+      return false;
+   const auto* const status = ethIntfStatusDir()->intfStatus().find( intf );
+   if( !status || !*status || ( *status )->forwardingModel() != Interface::ForwardingModel::routed )
+      return false;
+   VORMEL_TRACE( routingTrace, 2, "routedIntf intf: " << intf );
+   return true;
+}
+
+bool RoutingStatusHelper::routedLagMember( IntfId intf )
+{
+   const IntfId lag = scsd()->lagOfMember( intf );
+   if( lag.empty() || !routedIntf( lag ) )
+      return false;
+   VORMEL_TRACE( routingTrace, 2, "routedLagMember lag: " << lag << " intf: " << intf );
+   return true;
+}
+
+void RoutingStatusHelper::updateVlanFloodIgnoreIntf( IntfId intf )
+{
+   VORMEL_TRACE( routingTrace, 2, "updateVlanFloodIgnoreIntf intf: " << intf );
+   if( intf.isPortChannel() ) {
+      const bool routed = routedIntf( intf );
+      bool handled = false;
+      const IntfIdList members = scsd()->lagMembers( intf ); // a copy: subscribers may change LAGs
+      for( const IntfId member : members ) {
+         if( !scsd()->strataIntfToPort( member ) )
+            continue;
+         handled = true;
+         if( routed )
+            routedPortsAndRoutedLagMemberIs( member, true );
+         else
+            routedPortsAndRoutedLagMemberDel( member );
+      }
+      if( !handled )
+         return;
+   } else if( intf.isEthernet() ) {
+      if( !scsd()->strataIntfToPort( intf ) )
+         return;
+      if( !routedIntf( intf ) && !routedLagMember( intf ) )
+         routedPortsAndRoutedLagMemberDel( intf );
+      else
+         routedPortsAndRoutedLagMemberIs( intf, true );
+   } else {
+      return;
+   }
+   reprogramVlanFloodRequiredInc( 1 );
+}
+
+void RoutingStatusHelper::updateVlanFloodTcamEntriesOnSpeedChange( IntfId intf, bool active )
+{
+   VORMEL_TRACE( routingTrace, 2,
+      "updateVlanFloodTcamEntriesOnSpeedChange intf: " << intf << " active: " << active );
+   if( routedPortsAndRoutedLagMember().contains( intf ) )
+      return;
+   const U32* const known = scsd()->intfToLogicalPort().find( intf );
+   const U32 port = known ? *known : noLogicalPort;
+   bcm_pbmp_t ports = vlanFloodPbmp();
+   if( active )
+      ports.add( port );
+   else
+      ports.remove( port );
+   vlanFloodPbmpIs( ports );
+   reprogramVlanFloodRequiredInc( 1 );
+}
+
+void RoutingStatusHelper::unitRecordIs( const UnitRecord& record )
+{
+   bcm_pbmp_t ports = bcm_pbmp_t::fromWords( record );
+   for( const auto& routed : routedPortsAndRoutedLagMember() ) {
+      const StrataPort sp = scsd()->strataIntfToPort( routed.key );
+      if( routed.value && sp )
+         ports.remove( sp.logicalPort() );
+   }
+   vlanFloodPbmpIs( ports );
+}
+
+void RoutingStatusHelper::updateVlanFloodPbmp( IntfId intf )
+{
+   const StrataPort sp = scsd()->strataIntfToPort( intf );
+   VORMEL_ASSERT( !!sp );
+   const bool remove = routedPortsAndRoutedLagMember( intf );
+   VORMEL_TRACE( routingTrace, 2, "updateVlanFloodPbmp intf: " << intf << " remove: " << remove );
+   bcm_pbmp_t ports = vlanFloodPbmp();
+   if( remove )
+      ports.remove( sp.logicalPort() );
+   else
+      ports.add( sp.logicalPort() );
+   vlanFloodPbmpIs( ports );
+}
+
+void RoutingStatusHelper::reprogramVlanFloodEntries()
+{
+   if( scsd()->units().empty() )
+      return;
+   const U32 unit = scsd()->units().begin().key();
+   if( tcamEntryVlanFloodPbr() != 0 )
+      updateVlanFloodTcamEntryPbmp( unit, true );
+   if( scsd()->vfiForwarding() ) {
+      VORMEL_TRACE( routingTrace, 2, "reprogramVlanFloodEntries, pbmp not used for flooding " );
+      return;
+   }
+   if( tcamEntryVlanFlood() != 0 && !useLb() )
+      updateVlanFloodTcamEntryPbmp( unit, false );
+}
+
+void RoutingStatusHelper::updateVlanFloodTcamEntryPbmp( U32 unit, bool pbr )
+{
+   VORMEL_TRACE( routingTrace, 2, "updateVlanFloodTcamEntryPbmp" );
+   if( !hasManager( tcamManager(), "updateVlanFloodTcamEntryPbmp" ) )
+      return;
+   U32 entry = 0;
+   int action = 0;
+   if( pbr ) {
+      VORMEL_ASSERT( !tcamManager()->supportsAclGroup() );
+      entry = tcamEntryVlanFloodPbr();
+      action = bcmFieldActionEgressPortsAdd;
+   } else {
+      VORMEL_ASSERT( !scsd()->vfiForwarding() );
+      entry = tcamEntryVlanFlood();
+      action = bcmFieldActionRedirectPbmp;
+   }
+   if( !fabricMode() || entry == tcamEntryVlanFlood() ) {
+      // The first form can not be met today: the assertion above stands before it.
+      if( !pbr && scsd()->vfiForwarding() )
+         CHECKED( FP_LOCK_INTERNAL_CHK( unit, setAddAction( unit, entry ) ) );
+      else
+         CHECKED( FP_LOCK_INTERNAL_CHK(
+            unit, setPortsAddAction( unit, entry, action, vlanFloodPbmp() ) ) );
+   }
+   installEntry( *tcamManager(), unit, entry );
+   if( pbr )
+      enableEntry( *tcamManager(), unit, entry, strataPbrInfo() && strataPbrInfo()->pbrEnabled() );
+}
+
+} // namespace Strata

@@ -1,0 +1,145 @@
+// Layer-2 multicast and the CPU: MAC table entries point some addresses to three reserved groups; these
+// entries give the groups their meaning.
+#include "messages/Traces.h"
+#include "routing/RoutingStatusHelper.h"
+#include "routing/tcam/CheckedCall.h"
+#include "routing/tcam/TcamEntry.h"
+
+namespace Strata {
+
+void RoutingStatusHelper::handleTcamEntryL2McastCpu( bool create )
+{
+   VORMEL_TRACE( routingTrace, 2, "handleTcamEntryL2McastCpu, create: " << create );
+   if( !hasManager( tcamManager(), "handleTcamEntryL2McastCpu" ) )
+      return;
+   if( create ) {
+      makeMcastRsvdMacRx();
+      if( !l2McastTableAllocation() ) {
+         VORMEL_TRACE(
+            routingTrace, 1, "handleTcamEntryL2McastCpu: no L2 multicast table allocation" );
+         return;
+      }
+      makeL2McastCpuTx();
+      makeL2McastCpuRx();
+      makeL2McastCpuAndFlood();
+      makeL2McastFlood();
+   } else {
+      const UnitTable& units = scsd()->units();
+      tcamEntryL2McastFloodIs( deleteEntry( tcamManager(), units, tcamEntryL2McastFlood() ) );
+      tcamEntryL2McastCpuAndFloodIs(
+         deleteEntry( tcamManager(), units, tcamEntryL2McastCpuAndFlood() ) );
+      tcamEntryL2McastCpuRxIs( deleteEntry( tcamManager(), units, tcamEntryL2McastCpuRx() ) );
+      tcamEntryL2McastCpuTxIs( deleteEntry( tcamManager(), units, tcamEntryL2McastCpuTx() ) );
+      tcamEntryMcastRsvdMacRxIs( deleteEntry( tcamManager(), units, tcamEntryMcastRsvdMacRx() ) );
+   }
+}
+
+void RoutingStatusHelper::makeMcastRsvdMacRx()
+{
+   static constexpr EthAddr mac( 0x01, 0x00, 0x5e, 0x00, 0x00, 0x00 );
+   static constexpr EthAddr macMask( 0xff, 0xff, 0xff, 0xff, 0xff, 0x00 );
+   TcamEntry rx( tcamManager(), TcamL3EntryId::mcastDataRsvdMacAddress, "mcast rsvd mac rx" );
+   for( const auto& i : scsd()->units() ) {
+      const U32 entryId = rx.claim( i.key() );
+      CHECKED( bcm_field_qualify_DstMac( i.key(), entryId, mac, macMask ) );
+      qualifyInPorts( *tcamManager(), i.key(), entryId, rxPorts( i.key() ), allPorts( i.key() ) );
+      CHECKED( bcm_field_qualify_Drop( i.key(), entryId, 0x0, 0x1 ) );
+      CHECKED( bcm_field_action_add( i.key(), entryId, bcmFieldActionCopyToCpu, 0, 0 ) );
+      rx.install( i.key() );
+   }
+   tcamEntryMcastRsvdMacRxIs( rx.allocated() );
+}
+
+void RoutingStatusHelper::makeL2McastCpuTx()
+{
+   TcamEntry tx( tcamManager(), TcamL3EntryId::l2McastCpuTx, "l2 mcast cpu tx" );
+   for( const auto& i : scsd()->units() ) {
+      const U32 entryId = tx.claim( i.key() );
+      CHECKED( bcm_field_qualify_DstMcastGroup(
+         i.key(), entryId, l2McastTableAllocation()->cpuGroup(), BCM_FIELD_EXACT_MATCH_MASK ) );
+      qualifyInPorts( *tcamManager(), i.key(), entryId, cpuPorts( i.key() ), allPorts( i.key() ) );
+      CHECKED( bcm_field_action_add( i.key(), entryId, bcmFieldActionCopyToCpuCancel, 0, 0 ) );
+      if( allPortsL2Mc() != 0 )
+         CHECKED( bcm_field_action_add(
+            i.key(), entryId, bcmFieldActionRedirectMcast, allPortsL2Mc(), 0 ) );
+      tx.install( i.key() );
+   }
+   tcamEntryL2McastCpuTxIs( tx.allocated() );
+}
+
+void RoutingStatusHelper::makeL2McastCpuRx()
+{
+   TcamEntry rx( tcamManager(), TcamL3EntryId::l2McastCpuRx, "l2 mcast cpu rx" );
+   for( const auto& i : scsd()->units() ) {
+      const U32 entryId = rx.claim( i.key() );
+      CHECKED( bcm_field_qualify_DstMcastGroup(
+         i.key(), entryId, l2McastTableAllocation()->cpuGroup(), BCM_FIELD_EXACT_MATCH_MASK ) );
+      qualifyInPorts( *tcamManager(), i.key(), entryId, rxPorts( i.key() ), allPorts( i.key() ) );
+      CHECKED( bcm_field_action_add( i.key(), entryId, bcmFieldActionCopyToCpu, 0, 0 ) );
+      CHECKED( bcm_field_action_add( i.key(), entryId, bcmFieldActionDrop, 0, 0 ) );
+      rx.install( i.key() );
+   }
+   tcamEntryL2McastCpuRxIs( rx.allocated() );
+}
+
+void RoutingStatusHelper::makeL2McastCpuAndFlood()
+{
+   TcamEntry both( tcamManager(), TcamL3EntryId::l2McastCpuAndFlood, "l2 mcast cpu and flood" );
+   for( const auto& i : scsd()->units() ) {
+      const U32 entryId = both.claim( i.key() );
+      CHECKED( bcm_field_qualify_DstMcastGroup( i.key(), entryId,
+         l2McastTableAllocation()->cpuAndFloodGroup(), BCM_FIELD_EXACT_MATCH_MASK ) );
+      CHECKED( bcm_field_action_add( i.key(), entryId, bcmFieldActionCopyToCpu, 0, 0 ) );
+      if( allPortsL2Mc() != 0 )
+         CHECKED( bcm_field_action_add(
+            i.key(), entryId, bcmFieldActionRedirectMcast, allPortsL2Mc(), 0 ) );
+      both.install( i.key() );
+   }
+   tcamEntryL2McastCpuAndFloodIs( both.allocated() );
+}
+
+void RoutingStatusHelper::makeL2McastFlood()
+{
+   TcamEntry flood( tcamManager(), TcamL3EntryId::l2McastFlood, "l2 mcast flood" );
+   for( const auto& i : scsd()->units() ) {
+      const U32 entryId = flood.claim( i.key() );
+      CHECKED( bcm_field_qualify_DstMcastGroup(
+         i.key(), entryId, l2McastTableAllocation()->floodGroup(), BCM_FIELD_EXACT_MATCH_MASK ) );
+      CHECKED( bcm_field_action_add( i.key(), entryId, bcmFieldActionCopyToCpuCancel, 0, 0 ) );
+      if( allPortsL2Mc() != 0 )
+         CHECKED( bcm_field_action_add(
+            i.key(), entryId, bcmFieldActionRedirectMcast, allPortsL2Mc(), 0 ) );
+      flood.install( i.key() );
+   }
+   tcamEntryL2McastFloodIs( flood.allocated() );
+}
+
+void RoutingStatusHelper::programSkipL2McastPktFromCoreToCpu( bool vxlanEnabled )
+{
+   VORMEL_TRACE( routingTrace, 2, "programSkipL2McastPktFromCoreToCpu, create: " << vxlanEnabled );
+   if( !hasManager( tcamManager(), "programSkipL2McastPktFromCoreToCpu" ) )
+      return;
+   if( !vxlanEnabled ) {
+      tcamEntrySkipL2McastPktFromCoreToCpuIs(
+         deleteEntry( tcamManager(), scsd()->units(), tcamEntrySkipL2McastPktFromCoreToCpu() ) );
+      return;
+   }
+   // Without the tunnel qualifier the entry would keep all known multicast from the CPU.
+   if( !chipAttributes( *scsd() ).vxlanSupported ) {
+      VORMEL_TRACE( routingTrace, 1, "programSkipL2McastPktFromCoreToCpu: no VXLAN on this chip" );
+      return;
+   }
+   TcamEntry skip(
+      tcamManager(), TcamL3EntryId::skipL2McastPktFromCoreToCpu, "skip l2 mcast from core to cpu" );
+   for( const auto& i : scsd()->units() ) {
+      const U32 entryId = skip.claim( i.key() );
+      CHECKED( bcm_field_qualify_TunnelTerminated( i.key(), entryId, 1, 1 ) );
+      CHECKED( bcm_field_qualify_PacketRes(
+         i.key(), entryId, BCM_FIELD_PKT_RES_L2MCKNOWN, BCM_FIELD_EXACT_MATCH_MASK ) );
+      CHECKED( bcm_field_action_add( i.key(), entryId, bcmFieldActionCopyToCpuCancel, 0, 0 ) );
+      skip.install( i.key() );
+   }
+   tcamEntrySkipL2McastPktFromCoreToCpuIs( skip.allocated() );
+}
+
+} // namespace Strata

@@ -1,0 +1,146 @@
+// Frames to a router MAC that are not routed go to the CPU: the last entries of a MAC kind, which catch what
+// its VXLAN and ARP entries leave.
+#include "messages/Traces.h"
+#include "platform/runtime/Assert.h"
+#include "routing/RoutingStatusHelper.h"
+#include "routing/StrataCommon.h"
+#include "routing/tcam/CheckedCall.h"
+#include "routing/tcam/TcamEntry.h"
+
+namespace Strata {
+
+void RoutingStatusHelper::handleTcamEntryL2ToCpu()
+{
+   VORMEL_TRACE( routingTrace, 2, "handleTcamEntryL2ToCpu" );
+   if( !hasManager( tcamManager(), "handleTcamEntryL2ToCpu" ) )
+      return;
+   if( routerMacAddr().isZero() )
+      return withdrawTrap( MacType::bridgeMac );
+   if( tcamEntryTrapCpuForL2Only( MacType::bridgeMac ) != 0 &&
+       tcamEntryRouterMac() == routerMacAddr() )
+      return;
+   installVxlanEntries( MacType::bridgeMac );
+   tcamEntryRouterMacIs( routerMacAddr() );
+   installTcamEntryForNonRoutableToCpu( MacType::bridgeMac );
+}
+
+void RoutingStatusHelper::handleTcamEntryL2FennicToCpu()
+{
+   VORMEL_TRACE( routingTrace, 2, "handleTcamEntryL2FennicToCpu" );
+   if( !hasManager( tcamManager(), "handleTcamEntryL2FennicToCpu" ) )
+      return;
+   if( virtualRouterMacAddr().isZero() )
+      return withdrawTrap( MacType::fennicMac );
+   if( tcamEntryTrapCpuForL2Only( MacType::fennicMac ) != 0 &&
+       trap_.fennicMac == virtualRouterMacAddr() )
+      return;
+   installVxlanEntries( MacType::fennicMac );
+   trap_.fennicMac = virtualRouterMacAddr();
+   installTcamEntryForNonRoutableToCpu( MacType::fennicMac );
+}
+
+// First, so that the trap never catches tunnel traffic.
+void RoutingStatusHelper::installVxlanEntries( MacType macType )
+{
+   if( !chipAttributes( *scsd() ).vxlanSupported )
+      return;
+   installTcamEntryForL3Vxlan( macType );
+   programL2VxlanTcam( macType );
+}
+
+EthAddr RoutingStatusHelper::macOf( MacType macType ) const
+{
+   VORMEL_ASSERT( macType == MacType::bridgeMac || macType == MacType::fennicMac );
+   return macType == MacType::bridgeMac ? routerMacAddr() : virtualRouterMacAddr();
+}
+
+void RoutingStatusHelper::installTcamEntryForNonRoutableToCpu( MacType macType )
+{
+   VORMEL_TRACE( routingTrace, 2, "installTcamEntryForNonRoutableToCpu, macType: " << macType );
+   if( !hasManager( tcamManager(), "installTcamEntryForNonRoutableToCpu" ) )
+      return;
+   if( macOf( macType ).isZero() )
+      return removeTrapEntries( macType );
+   makeTrapEntries( macType );
+   if( macType == MacType::bridgeMac )
+      handleTcamEntryArpReqUnicastDrop();
+   handleTcamEntryArpReplyToCpu( macType );
+}
+
+void RoutingStatusHelper::makeTrapEntries( MacType macType )
+{
+   using StrataCommon::classOpenFlow_;
+
+   const ChipAttributes chip = chipAttributes( *scsd() );
+   const bool higig = chip.higigTrunkCancelSupported && chip.higigQualifierSupported;
+   const bool bridge = macType == MacType::bridgeMac;
+   const EthAddr mac = macOf( macType );
+   const EthAddr macMask = EthAddr::broadcast;
+
+   TcamEntry fromPorts( tcamManager(),
+      bridge ? TcamL3EntryId::l2OnlyCpuRx : TcamL3EntryId::l2OnlyFennicCpuRx,
+      bridge ? "trap to cpu for l2 only with dmac=bridgeMac"
+             : "trap to cpu for l2 only with dmac=fennicMac" );
+   TcamEntry fromCpu( tcamManager(),
+      bridge ? TcamL3EntryId::l2OnlyCpuRxFromCpu : TcamL3EntryId::l2OnlyFennicCpuRxFromCpu,
+      bridge ? "trap to cpu for l2 only from cpu with dmac=bridgeMac"
+             : "trap to cpu for l2 only from cpu with dmac=fennicMac" );
+   for( const auto& i : scsd()->units() ) {
+      U32 entryId = fromPorts.claim( i.key() );
+      CHECKED( bcm_field_qualify_DstMac( i.key(), entryId, mac, macMask ) );
+      qualifyInPorts( *tcamManager(), i.key(), entryId, rxPorts( i.key() ), allPorts( i.key() ) );
+      if( higig )
+         CHECKED( bcm_field_qualify_HiGig( i.key(), entryId, 0, 1 ) );
+      // An ACL group's key has no class fields.
+      if( !tcamManager()->supportsAclGroup() ) {
+         CHECKED(
+            bcm_field_qualify_InterfaceClassL2( i.key(), entryId, StrataCommon::classSviConfigured_,
+               StrataCommon::classSviConfigured_ | StrataCommon::classDropRoutedTraffic_ ) );
+         CHECKED( bcm_field_qualify_SrcClassField( i.key(), entryId, 0, classOpenFlow_ ) );
+      }
+      CHECKED( bcm_field_qualify_L3Routable( i.key(), entryId, 0, 1 ) );
+      CHECKED( bcm_field_qualify_Drop( i.key(), entryId, 0x0, 0x1 ) );
+      CHECKED( bcm_field_action_add( i.key(), entryId, bcmFieldActionCopyToCpu, 0, 0 ) );
+      CHECKED( bcm_field_action_add( i.key(), entryId, bcmFieldActionDrop, 0, 0 ) );
+      if( higig )
+         CHECKED(
+            bcm_field_action_add( i.key(), entryId, BCM_HG_TRUNK_CANCEL_ACTION( i.key() ), 0, 0 ) );
+      fromPorts.install( i.key() );
+
+      entryId = fromCpu.claim( i.key() );
+      CHECKED( bcm_field_qualify_DstMac( i.key(), entryId, mac, macMask ) );
+      qualifyInPorts( *tcamManager(), i.key(), entryId, cpuPorts( i.key() ), allPorts( i.key() ) );
+      CHECKED( bcm_field_qualify_L3Routable( i.key(), entryId, 0, 1 ) );
+      CHECKED( bcm_field_action_add( i.key(), entryId, bcmFieldActionCopyToCpu, 0, 0 ) );
+      CHECKED( bcm_field_action_add( i.key(), entryId, bcmFieldActionDrop, 0, 0 ) );
+      fromCpu.install( i.key() );
+   }
+   tcamEntryTrapCpuForL2OnlyIs( macType, fromPorts.allocated() );
+   tcamEntryTrapCpuFromCpuIs( macType, fromCpu.allocated() );
+}
+
+void RoutingStatusHelper::removeTrapEntries( MacType macType )
+{
+   const UnitTable& units = scsd()->units();
+   deleteEntry( tcamManager(), units, tcamEntryArpReply( macType ) );
+   tcamEntryArpReplyDel( macType );
+   if( macType == MacType::bridgeMac )
+      tcamEntryArpReqUnicastIs( deleteEntry( tcamManager(), units, tcamEntryArpReqUnicast() ) );
+   deleteEntry( tcamManager(), units, tcamEntryTrapCpuFromCpu( macType ) );
+   tcamEntryTrapCpuFromCpuDel( macType );
+   deleteEntry( tcamManager(), units, tcamEntryTrapCpuForL2Only( macType ) );
+   tcamEntryTrapCpuForL2OnlyDel( macType );
+}
+
+void RoutingStatusHelper::withdrawTrap( MacType macType )
+{
+   removeTrapEntries( macType );
+   removeL2Vxlan( macType );
+   removeL3Vxlan( macType );
+   if( macType == MacType::bridgeMac )
+      tcamEntryRouterMacIs( EthAddr() );
+   else
+      trap_.fennicMac = EthAddr();
+}
+
+} // namespace Strata

@@ -1,0 +1,54 @@
+// Keeps the redirect of ARP for the MLAG peer's router MAC in line with the MLAG state.
+//
+// Runs on the reactor thread with the activity lock held.
+#pragma once
+
+#include "platform/runtime/Export.h"
+#include "platform/runtime/Reactor.h"
+#include "platform/state/Mlag.h"
+#include "platform/state/StrataCommonSmData.h"
+#include "routing/RoutingStatusHelper.h"
+
+namespace Strata {
+
+class VORMEL_EXPORT L3PeerMacArpRedirectSm : public Vormel::Reactor
+{
+ public:
+   L3PeerMacArpRedirectSm( const Ref<const StrataCommonSmData>& scsd,
+      const Ref<const Mlag::Status>& mlagStatus,
+      const Ref<const Mlag::Hardware::Status>& mlagHwStatus,
+      const Ref<RoutingStatusHelper>& routingStatusHelper );
+
+   /// The redirect is wanted while there is a peer MAC, routing for it is enabled and supported, and the peer
+   /// link has a port.
+   void handlePeerMacArpRedirect();
+
+ private:
+   ~L3PeerMacArpRedirectSm() override;
+
+   void subscriptionsAre( bool active ) override;
+   void onMlag( const Vormel::Change& change );
+   void onScsd( const Vormel::Change& change );
+   bool concernsPeerLink( IntfId intf ) const;
+   bool peerLinkHasPort() const;
+
+   Ref<const StrataCommonSmData> scsd_;
+   Ref<const Mlag::Status> mlagStatus_;
+   Ref<const Mlag::Hardware::Status> mlagHwStatus_;
+   Ref<RoutingStatusHelper> routingStatusHelper_;
+
+   template<auto dispatcher>
+   using Input = Vormel::Subscription<L3PeerMacArpRedirectSm, dispatcher>;
+   Input<&L3PeerMacArpRedirectSm::onMlag> mlagStatusInput_;
+   Input<&L3PeerMacArpRedirectSm::onMlag> mlagHwStatusInput_;
+   Input<&L3PeerMacArpRedirectSm::onScsd> scsdInput_;
+};
+
+/// Makes the reactor and switches its notifications on. An input that is null is not subscribed, and without it
+/// the redirect is not wanted. Destruction leaves the hardware as it is.
+VORMEL_EXPORT Ref<L3PeerMacArpRedirectSm> l3PeerMacArpRedirectSmFactory(
+   const Ref<const StrataCommonSmData>& scsd, const Ref<const Mlag::Status>& mlagStatus,
+   const Ref<const Mlag::Hardware::Status>& mlagHwStatus,
+   const Ref<RoutingStatusHelper>& routingStatusHelper );
+
+} // namespace Strata

@@ -1,0 +1,45 @@
+#include "routing/NestedReactors.h"
+
+#include "routing/RoutingStatusSm.h"
+
+namespace Strata {
+
+NestedSm_IntfStatus::NestedSm_IntfStatus(
+   const Ref<const Interface::EthIntfStatus>& status, RoutingStatusSm* owner )
+   : intf_( status->intfId() ),
+     owner_( owner ),
+     status_( *this, status )
+{}
+
+void NestedSm_IntfStatus::notifierIs( const Ref<const Interface::EthIntfStatus>& status )
+{
+   status_.notifierIs( status );
+}
+
+void NestedSm_IntfStatus::onStatus( const Vormel::Change& change )
+{
+   const Ref<RoutingStatusSm> keep( owner_ );
+   if( change.number == Interface::EthIntfStatus::forwardingModelNumber )
+      kib_handleIntfStatus_forwardingModel();
+}
+
+void NestedSm_IntfStatus::kib_handleIntfStatus_forwardingModel()
+{
+   if( owner_ )
+      owner_->handleIntfFlood( intf_ );
+}
+
+KibNexthopStatusDir::KibNexthopStatusDir(
+   const Ref<const NexthopStatusDir>& dir, RoutingStatusSm* owner )
+   : owner_( owner ),
+     dir_( *this, dir )
+{}
+
+void KibNexthopStatusDir::onDir( const Vormel::Change& change )
+{
+   const Ref<RoutingStatusSm> keep( owner_ );
+   if( owner_ && change.number == NexthopStatusDir::entityNumber )
+      owner_->handleNexthopStatus( change.key.as<std::string>() );
+}
+
+} // namespace Strata

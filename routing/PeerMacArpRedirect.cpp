@@ -1,0 +1,66 @@
+// ARP for the MLAG peer's router MAC goes to the peer: IP packets to it we route ourselves.
+#include "messages/Traces.h"
+#include "routing/RoutingStatusHelper.h"
+#include "routing/tcam/CheckedCall.h"
+#include "routing/tcam/TcamEntry.h"
+
+namespace Strata {
+
+// The link's own port, or the ports of the LAG's members, in member order.
+std::vector<StrataPort> RoutingStatusHelper::portsOfLink( IntfId link ) const
+{
+   std::vector<StrataPort> ports;
+   const auto add = [ & ]( IntfId intf ) {
+      if( const StrataPort port = scsd()->strataIntfToPort( intf ) )
+         ports.push_back( port );
+   };
+   add( link );
+   if( ports.empty() )
+      for( const IntfId member : scsd()->lagMembers( link ) )
+         add( member );
+   return ports;
+}
+
+void RoutingStatusHelper::handlePeerMacArpRedirect(
+   const EthAddr& mac, IntfId peerLink, bool enable )
+{
+   VORMEL_TRACE( routingTrace, 2,
+      "handlePeerMacArpRedirect, mac: " << mac << ", peerLink: " << peerLink
+                                        << ", create: " << enable );
+   const Ref<StrataBoundedTcamEntryManager> manager =
+      tcamGroupManager() ? tcamGroupManager()->boundedTcamEntryManager( TcamGroup::peerMacArp )
+                         : nullptr;
+   if( !hasManager( manager, "handlePeerMacArpRedirect" ) )
+      return;
+   const ArpRedirect wanted{ mac, portsOfLink( peerLink ) };
+   if( !enable || wanted.ports.empty() ) {
+      peerMacArpRedirectIs( deleteEntry( manager, scsd()->units(), peerMacArpRedirect() ) );
+      arpRedirect_ = {};
+      return;
+   }
+   if( peerMacArpRedirect() != 0 && wanted == arpRedirect_ )
+      return;
+
+   const EthAddr macMask = EthAddr::broadcast;
+   const StrataPort port = wanted.ports.front(); // one, not all: several would duplicate
+   const StrataUnit* const portUnit = scsd()->units().find( port.unit() );
+   const U32 modId = portUnit ? portUnit->modId : port.unit();
+   TcamEntry redirect( manager, 0, "arp redirect to mlag peer" );
+   for( const auto& i : scsd()->units() ) {
+      bcm_pbmp_t inPorts = rxPorts( i.key() );
+      for( const StrataPort& linkPort : wanted.ports )
+         if( linkPort.unit() == i.key() )
+            inPorts.remove( linkPort.logicalPort() );
+      const U32 entryId = redirect.claim( i.key() );
+      CHECKED( bcm_field_qualify_DstMac( i.key(), entryId, mac, macMask ) );
+      CHECKED( bcm_field_qualify_EtherType( i.key(), entryId, 0x0806, 0xFFFF ) );
+      qualifyInPorts( *manager, i.key(), entryId, inPorts, allPorts( i.key() ) );
+      CHECKED( bcm_field_action_add(
+         i.key(), entryId, bcmFieldActionRedirectPort, modId, port.sdkPort() ) );
+      redirect.install( i.key() );
+   }
+   peerMacArpRedirectIs( redirect.allocated() );
+   arpRedirect_ = wanted;
+}
+
+} // namespace Strata

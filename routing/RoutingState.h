@@ -1,0 +1,27 @@
+// Which kinds of routing a VLAN does.
+#pragma once
+
+#include "platform/runtime/Export.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace Strata {
+
+struct RoutingState
+{
+   bool routing = false;      // IPv4 unicast
+   bool routing6 = false;     // IPv6 unicast
+   bool mcastRouting = false; // multicast
+
+   bool operator==( const RoutingState& ) const = default;
+
+   /// "ip4,ip6,mcast" with what is off left out; "off" for nothing.
+   VORMEL_EXPORT static std::optional<RoutingState> parse( std::string_view text );
+   static constexpr std::string_view valueSyntax = "a list of ip4, ip6 and mcast, or off";
+};
+
+VORMEL_EXPORT std::string toText( const RoutingState& state );
+
+} // namespace Strata

@@ -1,0 +1,39 @@
+#include "routing/RoutingStatusHelper.h"
+
+#include "messages/Traces.h"
+
+namespace Strata {
+
+RoutingStatusHelper::RoutingStatusHelper( const std::string& name,
+   const Ref<StrataCommonSmData>& scsd, const Ref<StrataTcamGroupManager>& tcamGroupManager,
+   const Ref<const StrataPbrInfo>& strataPbrInfo, bool fabricMode,
+   const Ref<const Mlag::Status>& mlagStatus, const Ref<const Mlag::Hardware::Status>& mlagHwStatus,
+   const Ref<Lag::Recirc::RecircFeatureStatus>& recircStatus,
+   const Ref<const Interface::EthIntfStatusDir>& ethIntfStatusDir,
+   const Ref<const IntfVlanId::Table>& intfVlanIdTable,
+   const Ref<StrataUrpfCommonData>& strataUrpfCommonData,
+   const Ref<const VirtualPortStatus>& virtualPortStatus, const Ref<PortSwTable>& portSwTablePtr )
+   : name_( name ),
+     scsd_( scsd ),
+     tcamGroupManager_( tcamGroupManager ),
+     strataPbrInfo_( strataPbrInfo ),
+     fabricMode_( fabricMode ),
+     mlagStatus_( mlagStatus ),
+     mlagHwStatus_( mlagHwStatus ),
+     recircStatus_( recircStatus ),
+     ethIntfStatusDir_( ethIntfStatusDir ),
+     intfVlanIdTable_( intfVlanIdTable ),
+     strataUrpfCommonData_( strataUrpfCommonData ),
+     virtualPortStatus_( virtualPortStatus ),
+     portSwTablePtr_( portSwTablePtr )
+{}
+
+RoutingStatusHelper::~RoutingStatusHelper() = default;
+
+U32 RoutingStatusHelper::reprogramVlanFloodRequiredInc( U32 delta )
+{
+   reprogramVlanFloodRequiredIs( reprogramVlanFloodRequired() + delta );
+   return reprogramVlanFloodRequired();
+}
+
+} // namespace Strata

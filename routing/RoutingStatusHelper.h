@@ -1,0 +1,335 @@
+// The object that owns the slice's hardware state: inputs, ids of installed entries, router MACs, and which
+// routing features are on.
+//
+// Everything runs on the agent's reactor thread with the activity lock held. Operations that touch hardware
+// give the lock away for the length of each SDK call. An SDK call that fails ends the agent. All operations
+// can be repeated: an entry that exists is claimed and installed again.
+#pragma once
+
+#include "platform/runtime/Attributes.h"
+#include "platform/runtime/Export.h"
+#include "platform/sdk/SdkShimInterface.h"
+#include "platform/state/AgentConfig.h"
+#include "platform/state/Interfaces.h"
+#include "platform/state/Mlag.h"
+#include "platform/state/PortSwTable.h"
+#include "platform/state/StrataCommonSmData.h"
+#include "platform/tcam/TcamEntryManager.h"
+#include "platform/types/EthAddr.h"
+#include "platform/types/IntfId.h"
+#include "platform/types/PortBitmap.h"
+#include "routing/MacType.h"
+#include "routing/RoutingState.h"
+#include "routing/RoutingStatusHelperAttributes.h"
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Strata {
+
+using Vormel::EthAddr;
+using Vormel::IntfId;
+using Vormel::Ref;
+
+/// The value of ipOptionsProfile while no IPv4 options profile exists.
+constexpr S32 noIpOptionsProfile = -1;
+
+/// Whether an interface checks the source of routed packets.
+enum class UrpfStatus : U8
+{
+   off,
+   loose,
+   strict,
+};
+
+class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
+{
+   VORMEL_ENTITY( RoutingStatusHelper, ROUTING_STATUS_HELPER_ATTRIBUTES )
+
+   /// Keeps a reference to each input; null inputs are stored as null. Touches no hardware: that is init's.
+   RoutingStatusHelper( const std::string& name, const Ref<StrataCommonSmData>& scsd,
+      const Ref<StrataTcamGroupManager>& tcamGroupManager,
+      const Ref<const StrataPbrInfo>& strataPbrInfo, bool fabricMode,
+      const Ref<const Mlag::Status>& mlagStatus,
+      const Ref<const Mlag::Hardware::Status>& mlagHwStatus,
+      const Ref<Lag::Recirc::RecircFeatureStatus>& recircStatus,
+      const Ref<const Interface::EthIntfStatusDir>& ethIntfStatusDir,
+      const Ref<const IntfVlanId::Table>& intfVlanIdTable,
+      const Ref<StrataUrpfCommonData>& strataUrpfCommonData,
+      const Ref<const VirtualPortStatus>& virtualPortStatus,
+      const Ref<PortSwTable>& portSwTablePtr );
+
+   std::string entityName() const override { return "RoutingStatusHelper"; }
+
+   /// Raises the counter, re-programs the flood entries, publishes; returns the new value. 0 does nothing.
+   U32 reprogramVlanFloodRequiredInc( U32 delta );
+
+   // Chip initialisation (ChipInit.cpp, ChipRegisters.cpp)
+
+   /// Brings the chips' L3 engine up (`enable`) or down. Either way sends L3 exceptions to the CPU and makes
+   /// the entries that must exist from the start; only the L2 multicast CPU and MPLS drop entries follow
+   /// `enable`. `initHw` is traced only. Publishes ttlCheckTcamManager, useLb, allPortsL2Mc, l3Initializing,
+   /// l3CleaningUp and the entry ids.
+   void init( bool enable, bool initHw );
+   /// init( enable, true ).
+   void l3Init( bool enable );
+   /// Sends MPLS label misses and TTL errors to the CPU, where the chip steers them by CPU_CONTROL_M.
+   void initCpuControlM();
+   /// Programs the uRPF and IGMP controls and the ingress configuration register of the single unit.
+   void doWriteIngConfig();
+   /// Packets that the CPU sends are never copied back to it. Single unit.
+   void doNotCopyPacketFromCpuToCpu();
+
+   // Next hop to CPU (ExceptionEntries.cpp)
+
+   /// Copies packets whose next hop is the CPU to it, on every unit. Nothing is recorded: the id is fixed.
+   void initializeNextHopToCpuTcam();
+
+   // Flood entries (FloodEntries.cpp, VxlanFloodEntries.cpp)
+
+   /// Routed packets to be flooded in their VLAN go to the ports of vlanFloodPbmp(), through the loopback
+   /// port (useLb), or to the CPU (vfiForwarding). Records tcamEntryVlanFlood.
+   void handleTcamEntryVlanFlood( bool create );
+   /// The same for packets that policy routing steers; enabled while policy routing is. Never in fabric mode
+   /// or an ACL group. Records tcamEntryVlanFloodPbr.
+   void handleTcamEntryVlanFloodPbr( bool create );
+   /// Switches the policy-routing entry, if there is one, on every unit.
+   void handleEnableTcamEntryVlanFloodPbr( bool enable );
+   /// Floods in a VXLAN VLAN take a second pass, on chips that need one. Records tcamEntryVlanFloodVxlan.
+   void handleTcamEntryVlanFloodVxlan( bool create );
+   /// Floods in a VXLAN VLAN in one pass. Records tcamEntryVxlanEncapFlood.
+   void handleTcamEntryVxlanEncapFlood( bool create );
+
+   // Loopback and recirculation entries (LoopbackEntries.cpp)
+
+   /// What comes back from the loopback port is forwarded in its VLAN; exists while useLb holds. Records
+   /// tcamEntryLbRecircL2Uc and tcamEntryLbRecirc.
+   void handleTcamEntryLb();
+   /// Second passes into and out of tunnels, on chips that need them. Records tcamEntryL3RecircAfterDecap and
+   /// tcamEntryL3RecircForEncap.
+   void handleTcamEntryL3Recirc( bool create );
+
+   // L2 multicast and the CPU (L2McastCpuEntries.cpp)
+
+   /// The entries that give the reserved multicast groups their meaning. Records the five tcamEntry...Mcast
+   /// attributes.
+   void handleTcamEntryL2McastCpu( bool create );
+   /// Known L2 multicast that a tunnel delivers skips the CPU while VXLAN is on. Records
+   /// tcamEntrySkipL2McastPktFromCoreToCpu.
+   void programSkipL2McastPktFromCoreToCpu( bool vxlanEnabled );
+
+   // MPLS (MplsEntries.cpp)
+
+   /// MPLS to a router MAC is dropped while MPLS routing is off, else given its own CPU queue. Records
+   /// tcamEntryMplsPkt and tcamEntryMplsActionDrop.
+   void handleTcamEntryMplsTrafficDrop( bool create );
+
+   /// MPLS routing on or off: that entry's action, and the LSP ping entry. Publishes mplsRoutingEnabled.
+   void handleMplsRouting( bool enable );
+   /// LSP ping requests whose last label the hop before has popped go to the CPU. Records vfpEntryPhpLspPing.
+   void handleTcamEntryMplsPhpLspPing( bool create );
+
+   // Global routing (GlobalRouting.cpp)
+
+   /// IPv4 and IPv6 routing of the whole chip. Only turning routing on or off as a whole writes controls.
+   /// Publishes routing4Enabled, routing6Enabled and ipOptionsProfile. The first time routing is turned on in
+   /// a process, STRATA_SMALLTABLES_ENABLE in the environment ends it.
+   void handleRouting( bool enable, bool enable6 );
+   /// The same controls for the port of an interface; the interface must have a port.
+   void programSwitchCtrlPortSet( IntfId intf );
+
+   // Routing per VLAN (VlanRouting.cpp)
+
+   /// Rewrites the VLAN's routing flags on every unit; foreign flags are kept. Keeps no state: the later
+   /// writer of a VLAN's flags wins. VLAN ids are 1 to 4094.
+   void handleVlanRoutingState( U32 vlanId, RoutingState state );
+   /// Off: a VLAN routes whenever routing is on. On: only as its own state says. Applies every known VLAN
+   /// that exists and forgets the others. Publishes perVlanRoutingEnabled.
+   void handlePerVlanRouting( bool enable );
+   /// Records that the VLAN routes, or not, and applies it.
+   void enableVlanRouting( U32 vlanId, bool enable );
+   /// Records which families the VLAN's interface has an address of. With neither, the CPU leaves the VLAN.
+   void handleIpAddressState( U32 vlanId, bool ip4, bool ip6 );
+   /// Takes the CPU port out of the VLAN or puts it back, tagged. Unchanged, it does nothing.
+   void handleVlanCpuPort( U32 vlanId, bool block );
+
+   // Router MACs (MyStation.cpp)
+
+   /// Writes one entry of the my-station memory: the MAC (and VLAN 1 to 4094, and arrival by the CPU port)
+   /// counts as the router's. `routing` terminates IPv4, IPv6 and MPLS.
+   static void addMyStationTcamEntry( U32 unit, U32 index, const EthAddr& mac, bool vlanIdValid,
+      U32 vlanId, bool ingressPortCpu, bool arpTermination, bool routing );
+   /// Clears one entry.
+   static void removeMyStationTcamEntry( U32 unit, U32 index );
+   /// Reads one entry back, twice, and fails an assertion where it is not as expected.
+   static void verifyMyStationTcamEntry( U32 unit, U32 index, bool valid, const EthAddr& mac,
+      bool vlanIdValid, U32 vlanId, bool ingressPortCpu, bool expectArpTermination, bool routing );
+   /// Installs or removes the two entries of the MLAG peer's MAC, where the chip can route for it. Publishes
+   /// peerRouterMacAddr and both indexes.
+   void handlePeerMacRouting( const EthAddr& mac, bool add );
+   /// Fails an assertion where the indexes or the hardware do not follow the MLAG state.
+   void verifyPeerMacRoutingStatus();
+
+   // Entries of a router MAC (L2OnlyTrap.cpp, VxlanEntries.cpp, ArpEntries.cpp)
+
+   /// What is addressed to routerMacAddr and not routed goes to the CPU; nothing while the MAC in hardware is
+   /// the same, everything is withdrawn for a zero MAC. Publishes tcamEntryRouterMac.
+   void handleTcamEntryL2ToCpu();
+   /// The same for virtualRouterMacAddr.
+   void handleTcamEntryL2FennicToCpu();
+   /// Makes the trap and ARP entries of a MAC kind; with a zero MAC removes them. Records
+   /// tcamEntryTrapCpuForL2Only and tcamEntryTrapCpuFromCpu.
+   void installTcamEntryForNonRoutableToCpu( MacType macType );
+   /// Tunnelled packets for the router that are not routed go to the CPU. Records tcamEntryL3Vxlan.
+   void installTcamEntryForL3Vxlan( MacType macType );
+   /// Tunnelled packets for stations are not trapped. Records tcamEntryL2Vxlan.
+   void programL2VxlanTcam( MacType macType );
+   /// ARP replies to the MAC go to the CPU, on units that do not take them there by themselves. Actions are
+   /// added only while no id is recorded. Records tcamEntryArpReply.
+   void handleTcamEntryArpReplyToCpu( MacType macType );
+   /// Unicast ARP requests to routerMacAddr are dropped. Records tcamEntryArpReqUnicast.
+   void handleTcamEntryArpReqUnicastDrop();
+
+   // ARP for the MLAG peer (PeerMacArpRedirect.cpp)
+
+   /// ARP packets to `mac` from anywhere but the peer link leave on the peer link: on its port, or on the first
+   /// member of the LAG that has one; with no such port, or without `enable`, the entry is removed. Unchanged,
+   /// it does nothing. Records peerMacArpRedirect.
+   void handlePeerMacArpRedirect( const EthAddr& mac, IntfId peerLink, bool enable );
+
+   // uRPF (Urpf.cpp)
+
+   /// The manager of the uRPF entries for the width that is configured; null when it is not assigned.
+   Ref<StrataBoundedTcamEntryManager> getUrpfTcamEntryManager();
+   /// Makes or releases the exemption entry of a family on the single unit. False when there is no room for
+   /// it, after a log message. Records in strataUrpfCommonData, which must be there.
+   bool handleTcamEntryUrpf( bool enable, bool ipv4 );
+   /// IPv4, then IPv6 unless IPv4 failed.
+   bool doUrpfHwInitStage1( bool enable );
+   /// Never called: uRPF per interface is handled elsewhere. Ends the agent.
+   void handleUrpf( IntfId intf, U32 vrf, UrpfStatus oldStatus, UrpfStatus newStatus );
+
+   // Unknown-MAC drop (UnknownMacDrop.cpp)
+
+   /// Makes the pair of drop entries of a traffic class (0 to 7), or removes it. Making a pair that exists
+   /// ends the agent; removing one that does not is nothing. Records tcamEntryVlanFloodDrop.
+   void handleTcamEntryVlanFloodDrop( U16 tc, bool create );
+   /// Returns the lower of the pair's two consecutive ids.
+   U32 createTcamEntryVlanFloodTc( U16 tc );
+   void deleteTcamEntryVlanFloodTc( U16 tc, U32 id );
+   /// Stores the hits of both entries on all units in unknownMacCountersPerTc; a log message tells when there
+   /// are more than before. Nothing for a class without entries.
+   void updateUnknownMacDropCounters( U16 tc );
+   /// The class's counter starts at 0 again.
+   void resetUnknownMacDropCounters( U16 tc );
+
+   // Feature controls (FeatureControls.cpp)
+
+   /// Two hash functions for a table, on every unit: HashL2Dual or HashL3Dual.
+   void programDualHash( SwitchControl control, bool on );
+   /// Bridged IP packets have their source looked up in the L3 tables, on every unit.
+   void programL2TrafficRouting( bool on );
+
+   // Flood ports (FloodPorts.cpp)
+
+   /// The ports that receive routed floods, by logical port number. Publishes nothing.
+   const PortBitmap& vlanFloodPbmp() const { return floodPorts_.vlanFloodPbmp; }
+   void vlanFloodPbmpIs( const PortBitmap& ports ) { floodPorts_.vlanFloodPbmp = ports; }
+
+   /// The bitmap starts from a unit's active ports, without those of interfaces that are routed.
+   void unitRecordIs( const UnitRecord& record );
+
+   /// The interface's forwarding model is routed. An unknown interface is not.
+   bool routedIntf( IntfId intf );
+   /// The interface is a member of a LAG that is routed.
+   bool routedLagMember( IntfId intf );
+   /// Moves the port of an Ethernet interface, or of each LAG member, out of the bitmap or back in, as the
+   /// interface is routed or not, and pushes the bitmap once. Publishes routedPortsAndRoutedLagMember and
+   /// reprogramVlanFloodRequired.
+   void updateVlanFloodIgnoreIntf( IntfId intf );
+   /// A port that goes down, or changes its speed, leaves the bitmap until it is active again. Routed ports
+   /// stay out. An interface without a logical port number counts as port 1023.
+   void updateVlanFloodTcamEntriesOnSpeedChange( IntfId intf, bool active );
+   /// Takes the interface's port out of the bitmap while it is stored true in routedPortsAndRoutedLagMember,
+   /// puts it in otherwise. The port must exist. Software only.
+   void updateVlanFloodPbmp( IntfId intf );
+   /// Pushes the bitmap into whichever flood entries carry it, on the first unit.
+   void reprogramVlanFloodEntries();
+   /// Rewrites the port action of one flood entry on one unit and installs it again.
+   void updateVlanFloodTcamEntryPbmp( U32 unit, bool pbr );
+
+ private:
+   ~RoutingStatusHelper() override;
+
+   // Port sets of a unit (PortSets.cpp).
+   PortBitmap allPorts( U32 unit ) const;
+   PortBitmap cpuPorts( U32 unit ) const;
+   PortBitmap rxPorts( U32 unit ) const;
+   std::optional<int> loopbackPort( U32 unit ) const;
+   std::optional<int> recircPort( U32 unit ) const;
+   PortBitmap loopbackPorts( U32 unit ) const;
+   static PortBitmap portBitmap( int port );
+
+   void initTtlCheck();
+   void initLoopback();
+   /// The chip needs a second pass for tunnels, and the helper makes the entries for it; else a level-1 trace
+   /// says that `operation` is skipped.
+   bool routesTunnelsInTwoPasses( const char* operation ) const;
+
+   void makeL2McastCpuTx();
+   void makeMcastRsvdMacRx();
+   void makeL2McastCpuRx();
+   void makeL2McastCpuAndFlood();
+   void makeL2McastFlood();
+   void makeLbRecircL2Uc();
+   void makeLbRecirc();
+   void makeL3RecircAfterDecap();
+   void makeL3RecircForEncap();
+
+   bool terminatesTunnels( const char* operation ) const;
+   EthAddr macOf( MacType macType ) const;
+   void installVxlanEntries( MacType macType );
+   void makeTrapEntries( MacType macType );
+   void removeTrapEntries( MacType macType );
+   void withdrawTrap( MacType macType );
+   void removeL3Vxlan( MacType macType );
+   void removeL2Vxlan( MacType macType );
+   void noteIpOptionsProfile( U32 unit, S32 profile );
+   std::vector<StrataPort> portsOfLink( IntfId link ) const;
+   bool vlanOnEveryUnit( U32 vlanId ) const;
+   void applyVlanRouting( U32 vlanId );
+
+   struct FloodPorts
+   {
+      PortBitmap vlanFloodPbmp;
+   };
+   FloodPorts floodPorts_;
+
+   struct Trap
+   {
+      EthAddr fennicMac; // the virtual router MAC in hardware
+   };
+   Trap trap_;
+
+   struct ArpRedirect
+   {
+      EthAddr mac;
+      std::vector<StrataPort> ports; // of the peer link; the first is where ARP goes
+
+      bool operator==( const ArpRedirect& ) const = default;
+   };
+   ArpRedirect arpRedirect_; // as it is in hardware
+
+   struct VlanRouting
+   {
+      bool enabled = false;
+      bool ip4 = false; // the VLAN's interface has an address
+      bool ip6 = false;
+      std::optional<bool> cpuBlocked;
+   };
+   std::map<U32, VlanRouting> vlanRouting_;
+};
+
+} // namespace Strata

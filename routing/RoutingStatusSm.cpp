@@ -1,0 +1,186 @@
+// Life and dispatch of the main reactor; its reactions are in IntfReactions.cpp and FeatureReactions.cpp.
+#include "routing/RoutingStatusSm.h"
+
+#include "messages/Traces.h"
+#include "platform/runtime/Assert.h"
+#include "platform/sdk/SdkNames.h"
+#include "routing/NestedReactors.h"
+
+namespace Strata {
+
+Ref<RoutingStatusSm> RoutingStatusSmIs( const Ref<const StrataCommonSmData>& scsd,
+   const Ref<const Features>& features, const Ref<const StrataMiscConfig>& miscConfig,
+   const Ref<RoutingStatusHelper>& routingStatusHelper,
+   const Ref<const StrataPbrInfo>& strataPbrInfo,
+   const Ref<const Interface::EthIntfStatusDir>& ethIntfStatusDir,
+   const Ref<const BastleSourceIpLookupConfig>& bastleSourceIpLookupConfig,
+   const Ref<HwStatus>& hwStatus, const Ref<const NexthopStatusDir>& nexthopStatusDir )
+{
+   const Ref<RoutingStatusSm> sm(
+      new RoutingStatusSm( scsd, features, miscConfig, routingStatusHelper, strataPbrInfo,
+         ethIntfStatusDir, bastleSourceIpLookupConfig, hwStatus, nexthopStatusDir ) );
+   sm->start();
+   sm->hasNotificationActiveIs( true );
+   return sm;
+}
+
+RoutingStatusSm::RoutingStatusSm( const Ref<const StrataCommonSmData>& scsd,
+   const Ref<const Features>& features, const Ref<const StrataMiscConfig>& miscConfig,
+   const Ref<RoutingStatusHelper>& routingStatusHelper,
+   const Ref<const StrataPbrInfo>& strataPbrInfo,
+   const Ref<const Interface::EthIntfStatusDir>& ethIntfStatusDir,
+   const Ref<const BastleSourceIpLookupConfig>& bastleSourceIpLookupConfig,
+   const Ref<HwStatus>& hwStatus, const Ref<const NexthopStatusDir>& nexthopStatusDir )
+   : scsd_( scsd ),
+     features_( features ),
+     miscConfig_( miscConfig ),
+     routingStatusHelper_( routingStatusHelper ),
+     strataPbrInfo_( strataPbrInfo ),
+     ethIntfStatusDir_( ethIntfStatusDir ),
+     bastleSourceIpLookupConfig_( bastleSourceIpLookupConfig ),
+     hwStatus_( hwStatus ),
+     nexthopStatusDir_( nexthopStatusDir ),
+     scsdInput_( *this, scsd ),
+     miscConfigInput_( *this, miscConfig ),
+     pbrInfoInput_( *this, strataPbrInfo ),
+     intfStatusDirInput_( *this, ethIntfStatusDir ),
+     sourceIpLookupInput_( *this, bastleSourceIpLookupConfig )
+{}
+
+// Apart from the constructor, because handlers that run meanwhile may take references.
+void RoutingStatusSm::start()
+{
+   kibNexthopStatusDir_ = Vormel::make<KibNexthopStatusDir>( nexthopStatusDir_, this );
+   kibNexthopStatusDir_->hasNotificationActiveIs( true );
+   if( ethIntfStatusDir_ )
+      for( const IntfId intf : Vormel::keysOf( ethIntfStatusDir_->intfStatus() ) )
+         if( const auto status = ethIntfStatusDir_->intfStatus( intf ) )
+            intfStatusIs( status );
+   handleInitialized();
+}
+
+RoutingStatusSm::~RoutingStatusSm()
+{
+   markForDeletion();
+   unknownMacDropLoggingSmDel();
+   kibDoZombieReactors();
+}
+
+void RoutingStatusSm::kibDoZombieReactors()
+{
+   intfStatusDelAll();
+   if( kibNexthopStatusDir_ )
+      kibNexthopStatusDir_->zombieIs();
+   kibNexthopStatusDir_ = nullptr;
+}
+
+void RoutingStatusSm::subscriptionsAre( bool active )
+{
+   scsdInput_.activeIs( active );
+   miscConfigInput_.activeIs( active );
+   pbrInfoInput_.activeIs( active );
+   intfStatusDirInput_.activeIs( active );
+   sourceIpLookupInput_.activeIs( active );
+}
+
+void RoutingStatusSm::handleInitialized()
+{
+   VORMEL_TRACE( routingTrace, 8, "handleInitialized" );
+   handleDualHash();
+   handleUnknownMacDrop();
+   unknownMacDropLoggingSmIs( miscConfig_, routingStatusHelper_ );
+
+   // Ports that were mapped before the reactor started are flooded to; the pass over the interfaces below takes
+   // the routed ones out.
+   VORMEL_ASSERT( scsd() );
+   if( routingStatusHelper_ && !scsd_->units().empty() )
+      routingStatusHelper_->unitRecordIs( SdkShim->unitRecord( scsd_->units().begin().key() ) );
+
+   if( nexthopStatusDir_ ) {
+      for( const std::string& name : Vormel::keysOf( nexthopStatusDir_->entity() ) )
+         handleNexthopStatus( name );
+   } else {
+      VORMEL_TRACE( routingTrace, 1, "handleInitialized: nexthopStatusDir is not present" );
+   }
+
+   initialized_ = true;
+   handleIntfFlood();
+}
+
+Ref<UnknownMacDropLoggingSm> RoutingStatusSm::unknownMacDropLoggingSmIs(
+   const Ref<const StrataMiscConfig>& miscConfig, const Ref<RoutingStatusHelper>& helper )
+{
+   if( unknownMacDropLoggingSm_ && unknownMacDropLoggingSm_->miscConfig() == miscConfig &&
+       unknownMacDropLoggingSm_->routingStatusHelper() == helper )
+      return unknownMacDropLoggingSm_;
+   unknownMacDropLoggingSmDel();
+   unknownMacDropLoggingSm_ = unknownMacDropLoggingSmFactory( miscConfig, helper );
+   return unknownMacDropLoggingSm_;
+}
+
+Ref<UnknownMacDropLoggingSm> RoutingStatusSm::unknownMacDropLoggingSmDel()
+{
+   const Ref<UnknownMacDropLoggingSm> old = std::exchange( unknownMacDropLoggingSm_, nullptr );
+   if( old )
+      old->hasNotificationActiveIs( false );
+   return old;
+}
+
+// Each dispatcher keeps the reactor for as long as its handler runs: a subscriber of the helper may drop it.
+
+void RoutingStatusSm::onScsd( const Vormel::Change& change )
+{
+   const Ref<RoutingStatusSm> keep( this );
+   switch( change.number ) {
+   case StrataCommonSmData::strataIntfToPortNumber:
+      return handleStrataIntfToPort( change.key.as<IntfId>() );
+   case StrataCommonSmData::vxlanEnabledNumber:
+      return handleVxlanEnabled();
+   case StrataCommonSmData::lagOfMemberNumber:
+      return doAddOrRemoveLagPortFlood( change.key.as<IntfId>() );
+   default:
+      return;
+   }
+}
+
+void RoutingStatusSm::onMiscConfig( const Vormel::Change& change )
+{
+   const Ref<RoutingStatusSm> keep( this );
+   switch( change.number ) {
+   case StrataMiscConfig::l2DualHashNumber:
+   case StrataMiscConfig::l3DualHashNumber:
+      return handleDualHash();
+   case StrataMiscConfig::unknownMacDropTrafficClassNumber:
+      return handleUnknownMacDrop( change.key.as<U16>() );
+   default:
+      return;
+   }
+}
+
+void RoutingStatusSm::onPbrInfo( const Vormel::Change& change )
+{
+   const Ref<RoutingStatusSm> keep( this );
+   if( change.number == StrataPbrInfo::pbrEnabledNumber )
+      handleStrataPbrEnabled();
+}
+
+void RoutingStatusSm::onIntfStatusDir( const Vormel::Change& change )
+{
+   const Ref<RoutingStatusSm> keep( this );
+   if( change.number != Interface::EthIntfStatusDir::intfStatusNumber )
+      return;
+   const IntfId intf = change.key.as<IntfId>();
+   if( const auto status = ethIntfStatusDir_->intfStatus( intf ) )
+      intfStatusIs( status );
+   else
+      intfStatusDel( intf );
+}
+
+void RoutingStatusSm::onSourceIpLookup( const Vormel::Change& change )
+{
+   const Ref<RoutingStatusSm> keep( this );
+   if( change.number == BastleSourceIpLookupConfig::l2TrafficRoutingNumber )
+      handleL2TrafficRoutingStatus();
+}
+
+} // namespace Strata

@@ -1,0 +1,169 @@
+// The slice's main reactor: turns changes of configuration and status into operations on the helper.
+//
+// The agent makes it with RoutingStatusSmIs after the helper's init and l3Init. Everything runs on the
+// reactor thread with the activity lock held; handlers run inside the notification that causes them, and one
+// that throws ends the process. The handlers are public: an agent may call them.
+#pragma once
+
+#include "platform/runtime/Export.h"
+#include "platform/runtime/Reactor.h"
+#include "platform/state/AgentConfig.h"
+#include "platform/state/Interfaces.h"
+#include "platform/state/L3State.h"
+#include "platform/state/StrataCommonSmData.h"
+#include "routing/RoutingStatusHelper.h"
+#include "routing/UnknownMacDropLoggingSm.h"
+
+#include <string>
+
+namespace Strata {
+
+class NestedSm_IntfStatus;
+class KibNexthopStatusDir;
+
+class VORMEL_EXPORT RoutingStatusSm : public Vormel::Reactor
+{
+ public:
+   const Ref<const StrataCommonSmData>& scsd() const { return scsd_; }
+   const Ref<const Features>& features() const { return features_; }
+   const Ref<const StrataMiscConfig>& miscConfig() const { return miscConfig_; }
+   const Ref<RoutingStatusHelper>& routingStatusHelper() const { return routingStatusHelper_; }
+   const Ref<const StrataPbrInfo>& strataPbrInfo() const { return strataPbrInfo_; }
+   const Ref<const Interface::EthIntfStatusDir>& ethIntfStatusDir() const
+   {
+      return ethIntfStatusDir_;
+   }
+   const Ref<const BastleSourceIpLookupConfig>& bastleSourceIpLookupConfig() const
+   {
+      return bastleSourceIpLookupConfig_;
+   }
+   const Ref<HwStatus>& hwStatus() const { return hwStatus_; }
+   const Ref<const NexthopStatusDir>& nexthopStatusDir() const { return nexthopStatusDir_; }
+   const Ref<UnknownMacDropLoggingSm>& unknownMacDropLoggingSm() const
+   {
+      return unknownMacDropLoggingSm_;
+   }
+   bool initialized() const { return initialized_; }
+
+   /// Interfaces that have a nested reactor: those whose status is in ethIntfStatusDir.
+   std::size_t intfStatusCount() const { return intfStatus_.size(); }
+   /// Makes the interface's nested reactor, or points it at another status, and runs its handler once.
+   /// NullArgumentError for null.
+   void intfStatusIs( const Ref<const Interface::EthIntfStatus>& status );
+   void intfStatusDel( IntfId intf );
+   void intfStatusDelAll();
+
+   /// Keeps and returns the logging reactor when it was made for the same inputs, else makes a new one.
+   Ref<UnknownMacDropLoggingSm> unknownMacDropLoggingSmIs(
+      const Ref<const StrataMiscConfig>& miscConfig, const Ref<RoutingStatusHelper>& helper );
+   /// Detaches the logging reactor, switches its notifications off and returns it.
+   Ref<UnknownMacDropLoggingSm> unknownMacDropLoggingSmDel();
+
+   void handleInitialized();
+
+   // Interfaces, ports and floods (IntfReactions.cpp). The keyed flood handlers do nothing before
+   // initialized().
+   void handleIntfFlood();
+   void handleIntfFlood( IntfId intf );
+   void doAddOrRemoveLagPortFlood();
+   void doAddOrRemoveLagPortFlood( IntfId intf );
+   void handleStrataIntfToPort();
+   void handleStrataIntfToPort( IntfId intf );
+
+   // Features (FeatureReactions.cpp)
+
+   /// Assertion "strataPbrInfo()" without the input.
+   void handleStrataPbrEnabled();
+   void handleVxlanEnabled();
+   /// Every configured class, then one. Assertion "miscConfig()" without the input.
+   void handleUnknownMacDrop();
+   void handleUnknownMacDrop( U16 tc );
+   void handleDualHash();
+   void handleL2TrafficRoutingStatus();
+   void handleNexthopStatus( const std::string& name );
+
+ private:
+   friend VORMEL_EXPORT Ref<RoutingStatusSm> RoutingStatusSmIs(
+      const Ref<const StrataCommonSmData>&, const Ref<const Features>&,
+      const Ref<const StrataMiscConfig>&, const Ref<RoutingStatusHelper>&,
+      const Ref<const StrataPbrInfo>&, const Ref<const Interface::EthIntfStatusDir>&,
+      const Ref<const BastleSourceIpLookupConfig>&, const Ref<HwStatus>&,
+      const Ref<const NexthopStatusDir>& );
+
+   RoutingStatusSm( const Ref<const StrataCommonSmData>& scsd, const Ref<const Features>& features,
+      const Ref<const StrataMiscConfig>& miscConfig,
+      const Ref<RoutingStatusHelper>& routingStatusHelper,
+      const Ref<const StrataPbrInfo>& strataPbrInfo,
+      const Ref<const Interface::EthIntfStatusDir>& ethIntfStatusDir,
+      const Ref<const BastleSourceIpLookupConfig>& bastleSourceIpLookupConfig,
+      const Ref<HwStatus>& hwStatus, const Ref<const NexthopStatusDir>& nexthopStatusDir );
+   ~RoutingStatusSm() override;
+
+   void start();
+   void subscriptionsAre( bool active ) override;
+   void kibDoZombieReactors();
+
+   void onScsd( const Vormel::Change& change );
+   void onMiscConfig( const Vormel::Change& change );
+   void onPbrInfo( const Vormel::Change& change );
+   void onIntfStatusDir( const Vormel::Change& change );
+   void onSourceIpLookup( const Vormel::Change& change );
+
+   /// What the chips do now: hwStatus has it, or the reactor itself where there is none.
+   struct InForce
+   {
+      bool l2DualHash = false;
+      bool l3DualHash = false;
+      bool l2TrafficRouting = false;
+   };
+   InForce inForce() const;
+   void reportInForce( const InForce& now );
+
+   struct Nexthop
+   {
+      bool programmed = false;
+      bool usesL3Egress = false;
+   };
+
+   template<auto dispatcher>
+   using Input = Vormel::Subscription<RoutingStatusSm, dispatcher>;
+
+   // In the order in which they are held.
+   Ref<const StrataCommonSmData> scsd_;
+   Ref<const Features> features_;
+   Ref<const StrataMiscConfig> miscConfig_;
+   Ref<RoutingStatusHelper> routingStatusHelper_;
+   Ref<const StrataPbrInfo> strataPbrInfo_;
+   Ref<const Interface::EthIntfStatusDir> ethIntfStatusDir_;
+   Ref<const BastleSourceIpLookupConfig> bastleSourceIpLookupConfig_;
+   Ref<HwStatus> hwStatus_;
+   Ref<const NexthopStatusDir> nexthopStatusDir_;
+   Ref<KibNexthopStatusDir> kibNexthopStatusDir_;
+   Vormel::HashMap<IntfId, Ref<NestedSm_IntfStatus>> intfStatus_;
+   Ref<UnknownMacDropLoggingSm> unknownMacDropLoggingSm_;
+   bool initialized_ = false;
+
+   InForce ownInForce_;
+   Vormel::HashMap<std::string, Nexthop> nexthops_;
+   U32 nexthopsProgrammed_ = 0;
+   U32 nexthopsUsingL3Egress_ = 0;
+
+   Input<&RoutingStatusSm::onScsd> scsdInput_;
+   Input<&RoutingStatusSm::onMiscConfig> miscConfigInput_;
+   Input<&RoutingStatusSm::onPbrInfo> pbrInfoInput_;
+   Input<&RoutingStatusSm::onIntfStatusDir> intfStatusDirInput_;
+   Input<&RoutingStatusSm::onSourceIpLookup> sourceIpLookupInput_;
+};
+
+/// Makes the reactor, which handles everything that is already there, and switches its notifications on.
+/// Inputs that may be null: features, strataPbrInfo, ethIntfStatusDir, bastleSourceIpLookupConfig, hwStatus,
+/// nexthopStatusDir; with a null helper every call on it is skipped.
+VORMEL_EXPORT Ref<RoutingStatusSm> RoutingStatusSmIs( const Ref<const StrataCommonSmData>& scsd,
+   const Ref<const Features>& features, const Ref<const StrataMiscConfig>& miscConfig,
+   const Ref<RoutingStatusHelper>& routingStatusHelper,
+   const Ref<const StrataPbrInfo>& strataPbrInfo,
+   const Ref<const Interface::EthIntfStatusDir>& ethIntfStatusDir,
+   const Ref<const BastleSourceIpLookupConfig>& bastleSourceIpLookupConfig,
+   const Ref<HwStatus>& hwStatus, const Ref<const NexthopStatusDir>& nexthopStatusDir );
+
+} // namespace Strata

@@ -1,0 +1,78 @@
+// Where uRPF is off: packets of these interface classes are not checked. On the single unit, in a range of
+// their own, recorded in the data shared with the agent.
+#include "messages/Messages.h"
+#include "messages/Traces.h"
+#include "platform/runtime/Assert.h"
+#include "routing/RoutingStatusHelper.h"
+#include "routing/tcam/CheckedCall.h"
+#include "routing/tcam/TcamEntry.h"
+
+namespace Strata {
+
+Ref<StrataBoundedTcamEntryManager> RoutingStatusHelper::getUrpfTcamEntryManager()
+{
+   const bool doubleWide = strataUrpfCommonData() && strataUrpfCommonData()->doubleWideMode();
+   if( doubleWide )
+      VORMEL_TRACE( routingTrace, 7, "uRPF Feature is in double wide mode " );
+   else
+      VORMEL_TRACE( routingTrace, 7, "uRPF Feature is in single wide mode" );
+   if( !tcamGroupManager() )
+      return nullptr;
+   return tcamGroupManager()->boundedTcamEntryManager(
+      doubleWide ? TcamGroup::urpfDoubleWide : TcamGroup::urpfSingleWide );
+}
+
+bool RoutingStatusHelper::handleTcamEntryUrpf( bool enable, bool ipv4 )
+{
+   VORMEL_TRACE( routingTrace, 2, "uRPF tcam entry enable " << enable << ", ipv4: " << ipv4 );
+   const Ref<StrataUrpfCommonData> sucd = strataUrpfCommonData();
+   VORMEL_ASSERT( !!sucd );
+   const Ref<StrataBoundedTcamEntryManager> manager = getUrpfTcamEntryManager();
+   const U32 recorded = ipv4 ? sucd->tcamEntryUrpf4() : sucd->tcamEntryUrpf6();
+   const auto record = [ & ]( U32 id ) {
+      ipv4 ? sucd->tcamEntryUrpf4Is( id ) : sucd->tcamEntryUrpf6Is( id );
+   };
+
+   if( !enable ) {
+      if( recorded != 0 && manager )
+         manager->releaseEntry( SdkShim->kbSingleUnit(), recorded );
+      record( 0 );
+      return true;
+   }
+   if( recorded != 0 )
+      return true;
+   const U32 urpfClass = ipv4 ? 1 : 2;
+   const U32 urpfEntryId = manager ? manager->baseEntryId() + ( ipv4 ? 0 : 1 ) : 0;
+   if( !manager ||
+       manager->getEntry( SdkShim->kbSingleUnit(), urpfEntryId, "Do not check uRPF", {} ) == 0 ) {
+      logMessage( STRATA_URPF_HW_RESOURCE_FULL );
+      return false;
+   }
+   CHECKED( bcm_field_qualify_InterfaceClassL3(
+      SdkShim->kbSingleUnit(), urpfEntryId, urpfClass, urpfClass ) );
+   if( ipv4 )
+      CHECKED(
+         bcm_field_qualify_IpType( SdkShim->kbSingleUnit(), urpfEntryId, bcmFieldIpTypeIpv4Any ) );
+   else
+      CHECKED(
+         bcm_field_qualify_IpType( SdkShim->kbSingleUnit(), urpfEntryId, bcmFieldIpTypeIpv6 ) );
+   CHECKED( bcm_field_action_add(
+      SdkShim->kbSingleUnit(), urpfEntryId, bcmFieldActionDoNotCheckUrpf, 1, 0 ) );
+   installEntry( *manager, SdkShim->kbSingleUnit(), urpfEntryId );
+   record( urpfEntryId );
+   VORMEL_TRACE( routingTrace, 2, "Allocated uRPF tcam entry (ID:" << urpfEntryId );
+   return true;
+}
+
+bool RoutingStatusHelper::doUrpfHwInitStage1( bool enable )
+{
+   VORMEL_TRACE( routingTrace, 7, "doUrpfHwInitStage1, enable: " << enable );
+   return handleTcamEntryUrpf( enable, true ) && handleTcamEntryUrpf( enable, false );
+}
+
+void RoutingStatusHelper::handleUrpf( IntfId, U32, UrpfStatus, UrpfStatus )
+{
+   VORMEL_ASSERT( false );
+}
+
+} // namespace Strata

@@ -1,0 +1,147 @@
+// Routing per VLAN: the flags of a VLAN's control record, and whether the CPU is a member.
+#include "messages/Traces.h"
+#include "routing/RoutingStatusHelper.h"
+#include "routing/tcam/CheckedCall.h"
+
+#include <ios>
+
+namespace Strata {
+
+std::optional<RoutingState> RoutingState::parse( std::string_view text )
+{
+   RoutingState state;
+   while( text != "off" && !text.empty() ) {
+      const auto comma = text.find( ',' );
+      const std::string_view word = text.substr( 0, comma );
+      bool* const flag = word == "ip4"     ? &state.routing
+                         : word == "ip6"   ? &state.routing6
+                         : word == "mcast" ? &state.mcastRouting
+                                           : nullptr;
+      if( !flag )
+         return std::nullopt;
+      *flag = true;
+      text.remove_prefix( comma == text.npos ? text.size() : comma + 1 );
+   }
+   return state;
+}
+
+std::string toText( const RoutingState& state )
+{
+   std::string text;
+   const auto add = [ &text ]( bool on, const char* word ) {
+      if( on )
+         text += ( text.empty() ? "" : "," ) + std::string( word );
+   };
+   add( state.routing, "ip4" );
+   add( state.routing6, "ip6" );
+   add( state.mcastRouting, "mcast" );
+   return text.empty() ? "off" : text;
+}
+
+void RoutingStatusHelper::handleVlanRoutingState( U32 vlanId, RoutingState state )
+{
+   VORMEL_TRACE( routingTrace, 4,
+      "handleVlanRoutingState, Vlan: " << vlanId << ", routing: " << state.routing
+                                       << ", routing6: " << state.routing6
+                                       << ", mcastRouting: " << state.mcastRouting );
+   bcm_vlan_control_vlan_t vlanControl;
+   for( const auto& i : scsd()->units() ) {
+      CHECKED( bcm_vlan_control_vlan_get( i.key(), vlanId, &vlanControl ) );
+      VORMEL_TRACE( routingTrace, 5,
+         "handleVlanRoutingStateUnit: " << i.key() << ", current flags: 0x" << std::hex
+                                        << vlanControl.flags() );
+      const U32 clearMask = vlanIp4RoutingOff | vlanIp6RoutingOff | vlanMcastRoutingOff |
+                            vlanRoutingFlagA | vlanRoutingFlagB | vlanMcastRoutingOn;
+      const U32 set =
+         ( state.routing ? 0 : U32( vlanIp4RoutingOff ) ) |
+         ( state.routing6 ? 0 : U32( vlanIp6RoutingOff ) ) |
+         ( state.mcastRouting ? U32( vlanMcastRoutingOn ) : U32( vlanMcastRoutingOff ) );
+      vlanControl.flagsIs( ( vlanControl.flags() & ~clearMask ) | set );
+      CHECKED( bcm_vlan_control_vlan_set( i.key(), vlanId, vlanControl ) );
+      VORMEL_TRACE( routingTrace, 5,
+         "handleVlanRoutingStateUnit: " << i.key() << ", new flags: 0x" << std::hex
+                                        << vlanControl.flags() );
+   }
+}
+
+void RoutingStatusHelper::handlePerVlanRouting( bool enable )
+{
+   VORMEL_TRACE( routingTrace, 2, "handlePerVlanRouting, create: " << enable );
+   if( enable == perVlanRoutingEnabled() )
+      return;
+   perVlanRoutingEnabledIs( enable );
+   for( auto at = vlanRouting_.begin(); at != vlanRouting_.end(); ) {
+      const U32 vlanId = at->first;
+      if( vlanOnEveryUnit( vlanId ) ) {
+         applyVlanRouting( vlanId );
+         at = vlanRouting_.upper_bound( vlanId );
+      } else {
+         at = vlanRouting_.erase( at );
+      }
+   }
+}
+
+void RoutingStatusHelper::enableVlanRouting( U32 vlanId, bool enable )
+{
+   VORMEL_TRACE( routingTrace, 2, "enableVlanRouting, Vlan: " << vlanId << ", enable: " << enable );
+   vlanRouting_[ vlanId ].enabled = enable;
+   applyVlanRouting( vlanId );
+}
+
+void RoutingStatusHelper::handleIpAddressState( U32 vlanId, bool ip4, bool ip6 )
+{
+   VORMEL_TRACE( routingTrace, 2,
+      "handleIpAddressState, Vlan: " << vlanId << ", ip4: " << ip4 << ", ip6: " << ip6 );
+   VlanRouting& vlan = vlanRouting_[ vlanId ];
+   const bool changed = !vlan.cpuBlocked || vlan.ip4 != ip4 || vlan.ip6 != ip6;
+   if( !changed )
+      return;
+   vlan.ip4 = ip4;
+   vlan.ip6 = ip6;
+   handleVlanCpuPort( vlanId, !ip4 && !ip6 );
+   if( perVlanRoutingEnabled() )
+      applyVlanRouting( vlanId );
+}
+
+void RoutingStatusHelper::handleVlanCpuPort( U32 vlanId, bool block )
+{
+   VORMEL_TRACE( routingTrace, 2, "handleVlanCpuPort, Vlan: " << vlanId << ", block: " << block );
+   VlanRouting& vlan = vlanRouting_[ vlanId ];
+   if( vlan.cpuBlocked == block )
+      return;
+   vlan.cpuBlocked = block;
+   for( const auto& i : scsd()->units() ) {
+      const bcm_pbmp_t cpuPbmp = cpuPorts( i.key() );
+      if( block ) {
+         CHECKED( bcm_vlan_port_remove( i.key(), vlanId, cpuPbmp ) );
+      } else {
+         const bcm_pbmp_t untaggedPbmp; // the CPU gets tagged frames
+         CHECKED( bcm_vlan_port_add( i.key(), vlanId, cpuPbmp, untaggedPbmp ) );
+      }
+   }
+}
+
+bool RoutingStatusHelper::vlanOnEveryUnit( U32 vlanId ) const
+{
+   for( const auto& i : scsd()->units() )
+      if( !SdkShim->vlanExists( i.key(), static_cast<U16>( vlanId ) ) )
+         return false;
+   return true;
+}
+
+void RoutingStatusHelper::applyVlanRouting( U32 vlanId )
+{
+   for( const auto& i : scsd()->units() ) {
+      bcm_vlan_control_vlan_t vlanControl;
+      CHECKED( bcm_vlan_control_vlan_get( i.key(), vlanId, &vlanControl ) );
+      const VlanRouting& vlan = vlanRouting_[ vlanId ];
+      const bool all = !perVlanRoutingEnabled();
+      const U32 set = ( all || ( vlan.enabled && vlan.ip4 ) ? 0 : U32( vlanIp4RoutingOff ) ) |
+                      ( all || ( vlan.enabled && vlan.ip6 ) ? 0 : U32( vlanIp6RoutingOff ) );
+      const U32 clearMask = vlanIp4RoutingOff | vlanIp6RoutingOff;
+      vlanControl.flagsIs( ( vlanControl.flags() & ~clearMask ) | set );
+      CHECKED( bcm_vlan_control_vlan_set( i.key(), vlanId, vlanControl ) );
+   }
+}
+
+} // namespace Strata

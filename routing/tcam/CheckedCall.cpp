@@ -1,0 +1,32 @@
+#include "routing/tcam/CheckedCall.h"
+
+#include "platform/runtime/Assert.h"
+
+#include <iostream>
+#include <sstream>
+
+namespace Strata {
+
+[[noreturn]] static void fatalCode( int rc, const CallSite& site )
+{
+   std::ostringstream line;
+   line << site.file << ':' << site.line << ' ';
+   if( site.signature )
+      line << Vormel::signatureText( site.signature ) << ' ';
+   line << site.text << " API ERROR:" << SdkShim->errorText( rc ) << " (" << rc << ')';
+   std::cerr << line.str() << std::endl;
+   VORMEL_TRACE_AS( apiTrace, 4, site.function, line.str() );
+   SdkShim->errorHook();
+   VORMEL_ASSERT( 0 );
+   std::abort(); // an assertion hook that returns does not bring the agent back
+}
+
+void callOutcome( int rc, const CallSite& site )
+{
+   if( rc < 0 && rc != SdkShim->featureNotAvailableCode() )
+      fatalCode( rc, site );
+   VORMEL_TRACE_AS( apiTrace, 4, site.function,
+      site.file << ':' << site.line << ' ' << site.text << " (rc:" << rc << ')' );
+}
+
+} // namespace Strata

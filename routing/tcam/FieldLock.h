@@ -1,0 +1,60 @@
+// SDK operations that run under a unit's Field Processor lock.
+//
+// setPortsAddAction, setAddAction and setMplsAction return a call that is still to be made; it holds its
+// arguments by value, so that no slice state is read once the activity lock is given away:
+//
+//    CHECKED( FP_LOCK_INTERNAL_CHK( unit, setAddAction( unit, entry ) ) );
+#pragma once
+
+#include "platform/sdk/SdkNames.h"
+
+#include <type_traits>
+
+namespace Strata {
+
+/// Runs a deferred call with the activity lock given away and the unit's FP lock held. Returns the SDK's
+/// code for taking or dropping the lock; the call's own failures end the agent from within.
+template<class Deferred>
+int FP_LOCK_INTERNAL_CHK( U32 unit, const Deferred& deferred )
+{
+   SdkShimInterface& shim = *sdkShim();
+   shim.preCall();
+   Vormel::MaybeGilUnlockAnchor gil;
+   Vormel::UnlockAnchor anchor( Vormel::activityLock() );
+   const int rc = shim.fieldLock( unit );
+   if( rc < 0 )
+      return rc;
+   deferred();
+   return shim.fieldUnlock( unit );
+}
+
+/// A call with its arguments, by value.
+template<class Function, class... Arguments>
+auto deferred( Function function, Arguments... arguments )
+{
+   return [ = ] { function( arguments... ); };
+}
+
+void runSetPortsAddAction( U32 unit, U32 entry, int action, const bcm_pbmp_t& pbmp );
+void runSetAddAction( U32 unit, U32 entry );
+void runSetMplsAction( U32 unit, U32 entry, bool drop );
+
+/// Leaves the entry with one action: `action` with the whole bitmap.
+inline auto setPortsAddAction( U32 unit, U32 entry, int action, const bcm_pbmp_t& pbmp )
+{
+   return deferred( runSetPortsAddAction, unit, entry, action, pbmp );
+}
+
+/// Leaves the entry with one action: copy to the CPU.
+inline auto setAddAction( U32 unit, U32 entry )
+{
+   return deferred( runSetAddAction, unit, entry );
+}
+
+/// Leaves the entry with one action: drop, or the CPU queue of MPLS packets.
+inline auto setMplsAction( U32 unit, U32 entry, bool drop )
+{
+   return deferred( runSetMplsAction, unit, entry, drop );
+}
+
+} // namespace Strata

@@ -1,0 +1,94 @@
+#include "routing/tcam/TcamEntry.h"
+
+#include "messages/Traces.h"
+#include "platform/runtime/Assert.h"
+#include "platform/sdk/SdkNames.h"
+
+#include <ios>
+
+namespace Strata {
+
+bool hasManager( const Ref<StrataBoundedTcamEntryManager>& manager, const char* operation )
+{
+   if( !manager )
+      VORMEL_TRACE_AS( routingTrace, 1, operation, operation << ": no entry manager" );
+   return static_cast<bool>( manager );
+}
+
+void installEntry( StrataTcamEntryManager& manager, U32 unit, U32 entryId )
+{
+   const int rc = manager.installEntry( unit, entryId );
+   VORMEL_ASSERT( rc == BCM_E_NONE && "installEntry failed" );
+}
+
+void reinstallEntry( StrataTcamEntryManager& manager, U32 unit, U32 entryId )
+{
+   const int rc = manager.reinstallEntry( unit, entryId );
+   VORMEL_ASSERT( rc == BCM_E_NONE && "reinstallEntry failed" );
+}
+
+void enableEntry( StrataTcamEntryManager& manager, U32 unit, U32 entryId, bool enable )
+{
+   const int rc = manager.enableEntry( unit, entryId, enable, SdkShim->fieldEntryEnableMode() );
+   VORMEL_ASSERT( rc == BCM_E_NONE && "enableEntry failed" );
+}
+
+void qualifyInPorts( StrataTcamEntryManager& manager, U32 unit, U32 entryId,
+   const PortBitmap& ports, const PortBitmap& allPorts )
+{
+   if( manager.supportsAclGroup() ) {
+      const int rc = manager.qualifyPortsClassId( unit, entryId, ports, true );
+      VORMEL_ASSERT( rc == BCM_E_NONE && "qualifyPortsClassId failed" );
+   } else {
+      const int rc = manager.addInPortsForEntry( unit, entryId, ports, allPorts );
+      VORMEL_ASSERT( rc == BCM_E_NONE && "addInPortsForEntry failed" );
+   }
+}
+
+void qualifyOutLoopback( StrataTcamEntryManager& manager, U32 unit, U32 entryId, int recircPort,
+   const PortBitmap& allPorts )
+{
+   const int rc = manager.addOutLoopbackPortForEntry( unit, entryId, recircPort, allPorts );
+   VORMEL_ASSERT( rc == BCM_E_NONE && "addOutLoopbackPortForEntry failed" );
+}
+
+U32 deleteEntry(
+   const Ref<StrataBoundedTcamEntryManager>& manager, const UnitTable& units, U32 recordedId )
+{
+   if( recordedId == 0 )
+      return 0;
+   for( const auto& i : units ) {
+      VORMEL_TRACE( routingTrace, 2,
+         "Deleting tcam entry (ID: 0x" << std::hex << recordedId << std::dec << ")" );
+      manager->releaseEntry( i.key(), recordedId );
+   }
+   return 0;
+}
+
+U32 TcamEntry::claim( U32 unit )
+{
+   manager_.getEntry( unit, id_, name_, {} );
+   return id_;
+}
+
+void TcamEntry::install( U32 unit )
+{
+   installEntry( manager_, unit, id_ );
+   carried_ = true;
+}
+
+void TcamEntry::passOver( U32 unit, U32 recordedId )
+{
+   if( recordedId != 0 )
+      manager_.releaseEntry( unit, recordedId );
+}
+
+U32 TcamEntry::allocated() const
+{
+   if( !carried_ )
+      return 0;
+   VORMEL_TRACE( routingTrace, 2, "Allocated " << name_ << " tcam entry (ID:" << id_ );
+   return id_;
+}
+
+} // namespace Strata

@@ -1,0 +1,76 @@
+// What all FP entries share: claim, install with its assertion, recording, removal.
+//
+// An operation that makes an entry reads like a table:
+//
+//    TcamEntry entry( tcamManager(), TcamL3EntryId::mplsPkt, "mpls traffic drop" );
+//    for( const auto& i : scsd()->units() ) {
+//       const U32 entryId = entry.claim( i.key() );
+//       CHECKED( bcm_field_qualify_... );
+//       CHECKED( bcm_field_action_add( ... ) );
+//       entry.install( i.key() );
+//    }
+//    tcamEntryMplsPktIs( entry.allocated() );
+#pragma once
+
+#include "platform/state/StrataCommonSmData.h"
+#include "platform/tcam/TcamEntryManager.h"
+#include "routing/TcamL3EntryId.h"
+
+#include <string>
+
+namespace Strata {
+
+using Vormel::Ref;
+
+/// True when the slice has its entry manager; else a level-1 trace says that `operation` is skipped.
+bool hasManager( const Ref<StrataBoundedTcamEntryManager>& manager, const char* operation );
+
+/// Each fails its assertion, such as "rc == BCM_E_NONE && \"installEntry failed\"", on any other code.
+void installEntry( StrataTcamEntryManager& manager, U32 unit, U32 entryId );
+void reinstallEntry( StrataTcamEntryManager& manager, U32 unit, U32 entryId );
+void enableEntry( StrataTcamEntryManager& manager, U32 unit, U32 entryId, bool enable );
+
+/// Qualifies on arrival by one of `ports`, in the shape that the manager's group has.
+void qualifyInPorts( StrataTcamEntryManager& manager, U32 unit, U32 entryId,
+   const PortBitmap& ports, const PortBitmap& allPorts );
+/// Qualifies on not having been through the recirculation port yet.
+void qualifyOutLoopback( StrataTcamEntryManager& manager, U32 unit, U32 entryId, int recircPort,
+   const PortBitmap& allPorts );
+
+/// Releases a recorded entry on every unit; 0 is none. Returns what to record now: 0.
+U32 deleteEntry(
+   const Ref<StrataBoundedTcamEntryManager>& manager, const UnitTable& units, U32 recordedId );
+
+class TcamEntry
+{
+ public:
+   /// The manager is not null.
+   TcamEntry(
+      const Ref<StrataBoundedTcamEntryManager>& manager, U32 offset, const std::string& name )
+      : manager_( *manager ),
+        id_( manager->baseEntryId() + offset ),
+        name_( name )
+   {}
+   TcamEntry( const Ref<StrataBoundedTcamEntryManager>& manager, TcamL3EntryId offset,
+      const std::string& name )
+      : TcamEntry( manager, static_cast<U32>( offset ), name )
+   {}
+
+   U32 id() const { return id_; }
+
+   U32 claim( U32 unit );
+   void install( U32 unit );
+   /// For a unit that lacks what the entry needs: takes it out there if it was recorded.
+   void passOver( U32 unit, U32 recordedId );
+
+   /// The id to record, 0 when no unit carries the entry; traces the allocation.
+   U32 allocated() const;
+
+ private:
+   StrataBoundedTcamEntryManager& manager_;
+   U32 id_;
+   std::string name_;
+   bool carried_ = false;
+};
+
+} // namespace Strata

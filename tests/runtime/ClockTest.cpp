@@ -1,0 +1,129 @@
+#include "platform/runtime/Clock.h"
+#include "platform/runtime/Errors.h"
+
+#include <cmath>
+#include <functional>
+#include <gtest/gtest.h>
+#include <memory>
+#include <sstream>
+#include <utility>
+
+namespace Vormel {
+namespace {
+
+class Alarm : public Timer
+{
+ public:
+   Alarm( Clock& clock, std::function<void()> handler )
+      : Timer( clock ),
+        handler_( std::move( handler ) )
+   {}
+
+ private:
+   void expired() noexcept override
+   {
+      const auto handler = handler_; // outlives an alarm that destroys itself
+      handler();
+   }
+   std::function<void()> handler_;
+};
+
+class ClockTest : public testing::Test
+{
+ protected:
+   ManualClock clock;
+   std::ostringstream log;
+
+   std::function<void()> note( const char* name )
+   {
+      return [ this, name ] { log << name << "@" << clock.now() << " "; };
+   }
+};
+
+TEST_F( ClockTest, TimersFireInOrderOfTimeThenOfCreationEvenAfterRemovals )
+{
+   auto gone = std::make_unique<Alarm>( clock, note( "gone" ) );
+   Alarm a( clock, note( "a" ) );
+   Alarm b( clock, note( "b" ) );
+   Alarm c( clock, note( "c" ) );
+   gone->nextTimeIs( 1 );
+   gone.reset();
+   c.nextTimeIs( 2 );
+   b.nextTimeIs( 2 );
+   a.nextTimeIs( 3 );
+   EXPECT_EQ( clock.nextExpiry(), 2 );
+   clock.advanceTo( 2.5 );
+   clock.advanceBy( 10 );
+   clock.advanceBy( 10 );
+   EXPECT_EQ( log.str(), "b@2 c@2 a@3 " );
+   EXPECT_EQ( clock.now(), 22.5 );
+   EXPECT_EQ( clock.nextExpiry(), Timer::never );
+   a.nextTimeIs( 1 ); // has passed: due at once, and time does not go back
+   clock.advanceBy( 0 );
+   EXPECT_EQ( log.str(), "b@2 c@2 a@3 a@22.5 " );
+}
+
+TEST_F( ClockTest, AHandlerMayArmDestroyAndMakeTimers )
+{
+   std::unique_ptr<Alarm> victim, made;
+   auto self = std::make_unique<Alarm>( clock, std::function<void()>() );
+   Alarm poll( clock, [ & ] {
+      note( "poll" )();
+      EXPECT_EQ( poll.nextTime(), Timer::never );
+      poll.nextTimeIs( clock.now() + 2 );
+   } );
+   self = std::make_unique<Alarm>( clock, [ & ] {
+      note( "self" )();
+      self.reset();
+      victim.reset();
+      made = std::make_unique<Alarm>( clock, note( "made" ) );
+      made->nextTimeIs( 3 );
+   } );
+   victim = std::make_unique<Alarm>( clock, note( "victim" ) );
+   for( Timer* timer : { static_cast<Timer*>( &poll ), static_cast<Timer*>( self.get() ),
+           static_cast<Timer*>( victim.get() ) } )
+      timer->nextTimeIs( 1 );
+   clock.advanceTo( 5 );
+   EXPECT_EQ( log.str(), "poll@1 self@1 poll@3 made@3 poll@5 " );
+}
+
+TEST_F( ClockTest, RefusesTimesThatAreNone )
+{
+   Alarm alarm( clock, note( "alarm" ) );
+   alarm.nextTimeIs( 1 );
+   EXPECT_THROW( alarm.nextTimeIs( -1 ), ValueError );
+   EXPECT_THROW( alarm.nextTimeIs( std::nan( "" ) ), ValueError );
+   EXPECT_EQ( alarm.nextTime(), 1 );
+   EXPECT_THROW( clock.advanceBy( -1 ), ValueError );
+   EXPECT_THROW( clock.advanceTo( Timer::never ), ValueError );
+}
+
+TEST_F( ClockTest, ATimerThatOutlivesItsClockIsOff )
+{
+   auto shortLived = std::make_unique<ManualClock>();
+   Alarm alarm( *shortLived, note( "alarm" ) );
+   alarm.nextTimeIs( 1 );
+   shortLived.reset();
+   EXPECT_EQ( alarm.nextTime(), Timer::never );
+   alarm.nextTimeIs( 1 );
+   EXPECT_EQ( alarm.clock(), nullptr );
+}
+
+TEST( RealClockTest, RunsWhatBecomesDueWhileItSleeps )
+{
+   RealClock clock;
+   int fired = 0;
+   Alarm alarm( clock, [ & ] {
+      if( ++fired < 3 )
+         alarm.nextTimeIs( clock.now() + 0.001 );
+   } );
+   alarm.nextTimeIs( 0 );
+   clock.runDue();
+   EXPECT_EQ( fired, 1 );
+   clock.runFor( 0.05 );
+   EXPECT_EQ( fired, 3 );
+   EXPECT_GE( clock.now(), 0.05 );
+}
+
+} // namespace
+} // namespace Vormel

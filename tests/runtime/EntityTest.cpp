@@ -1,0 +1,214 @@
+#include "tests/runtime/Lamp.h"
+
+#include <functional>
+#include <gtest/gtest.h>
+
+namespace Lamps {
+
+using Vormel::Change;
+using Vormel::make;
+using Vormel::Value;
+
+VORMEL_ENTITY_TYPE( Lamp, LAMP_ATTRIBUTES, [] {
+   Vormel::EntityType::Operations all;
+   all.push_back( Vormel::operation<Lamp, &Lamp::dim>( "dim", { "percent", "slowly" }, "dims" ) );
+   return all;
+}() )
+
+namespace {
+
+struct Recorder : Vormel::Subscriber
+{
+   explicit Recorder( std::vector<std::string>& log, std::string name = "" )
+      : log_( log ),
+        name_( std::move( name ) )
+   {}
+   void onChange( const Change& change ) noexcept override
+   {
+      log_.push_back( name_ + changeText( change ) );
+      if( also )
+         also();
+   }
+   void onPublisherGone() noexcept override { log_.push_back( name_ + "gone" ); }
+
+   std::function<void()> also;
+
+ private:
+   std::vector<std::string>& log_;
+   std::string name_;
+};
+
+class EntityTest : public testing::Test
+{
+ protected:
+   using Log = std::vector<std::string>;
+
+   Vormel::LockAnchor lock{ Vormel::activityLock() };
+   Ref<Lamp> lamp = make<Lamp>( "hall" );
+   Log log;
+
+   Log taken() { return std::exchange( log, {} ); }
+};
+
+TEST_F( EntityTest, MutatorsPublishWhatChangedAndNothingElse )
+{
+   Recorder recorder( log );
+   lamp->subscriberAdd( recorder );
+
+   lamp->litIs( false );
+   EXPECT_EQ( taken(), Log() );
+   lamp->litIs( true );
+   lamp->bulbIs( Side::right, 5 );
+   lamp->bulbIs( Side::right, 5 );
+   lamp->lumensIs( 3, 0 ); // an absent member is inserted even as 0
+   lamp->lumensIs( 3, 0 );
+   lamp->lumensIs( 3, 9 );
+   EXPECT_EQ( taken(), Log( { "lit changed old false", "bulb changed [right] old 0",
+                          "lumens inserted [3]", "lumens changed [3] old 0" } ) );
+   EXPECT_EQ( lamp->lumensDel( 3 ), 9u );
+   EXPECT_EQ( lamp->lumensDel( 3 ), 0u );
+   EXPECT_EQ( lamp->bulbDel( Side::right ), 5u );
+   EXPECT_EQ( lamp->bulbDel( Side::right ), 0u );
+   EXPECT_EQ( taken(), Log( { "lumens removed [3] old 9", "bulb changed [right] old 5" } ) );
+   lamp->subscriberDel( recorder );
+}
+
+TEST_F( EntityTest, DelAllPublishesEachRemovalWhileSomebodyListens )
+{
+   Recorder recorder( log );
+   lamp->subscriberAdd( recorder );
+   lamp->lumensIs( 1, 10 );
+   lamp->lumensIs( 2, 20 );
+   lamp->guestIs( "ann", true );
+   taken();
+   lamp->lumensDelAll();
+   EXPECT_EQ( taken(), Log( { "lumens removed [1] old 10", "lumens removed [2] old 20" } ) );
+
+   lamp->subscriberDel( recorder );
+   lamp->lumensIs( 1, 10 );
+   lamp->steps.clear();
+   lamp->lumensDelAll();
+   lamp->guestDelAll(); // the step runs for every member, heard or not
+   EXPECT_EQ( lamp->lumens().size(), 0u );
+   EXPECT_EQ( lamp->steps, Log( { "guest ann" } ) );
+   EXPECT_EQ( log, Log() );
+}
+
+TEST_F( EntityTest, StepsRunBetweenStoreAndPublication )
+{
+   Recorder recorder( log );
+   recorder.also = [ & ] { log.push_back( "after " + lamp->steps.back() ); };
+   lamp->subscriberAdd( recorder );
+   lamp->generationIs( 4 );
+   EXPECT_TRUE( lamp->guestDel( "bob" ) == false );
+   lamp->guestIs( "bob", false );
+   EXPECT_TRUE( lamp->guestDel( "bob" ) ); // presence, not the stored value
+   EXPECT_EQ(
+      taken(), Log( { "generation changed old 0", "after generation 4", "guest inserted [bob]",
+                  "after guest bob", "guest removed [bob] old false", "after guest bob" } ) );
+   lamp->subscriberDel( recorder );
+}
+
+TEST_F( EntityTest, IndexesAndChecksAreHeld )
+{
+   const auto rangeText = [ & ]( auto act ) {
+      try {
+         act();
+      } catch( const Vormel::RangeError& error ) {
+         return std::string( error.what() );
+      }
+      return std::string( "no error" );
+   };
+   const Side outside = static_cast<Side>( 3 );
+   const std::string text = "cannot access index 3 of an array with size 3";
+   EXPECT_EQ( rangeText( [ & ] { lamp->bulbIs( outside, 1 ); } ), text );
+   EXPECT_EQ( rangeText( [ & ] { lamp->bulbDel( outside ); } ), text );
+   EXPECT_NO_THROW( lamp->bulbIs( static_cast<Side>( 2 ), 1 ) );
+   EXPECT_THROW( lamp->wattsIs( 101 ), Vormel::ValueError );
+   EXPECT_EQ( lamp->watts(), 10u );
+}
+
+TEST_F( EntityTest, SubscribersComeAndGoDuringANotification )
+{
+   Recorder first( log, "1 " ), second( log, "2 " ), third( log, "3 " ), late( log, "late " );
+   for( Recorder* recorder : { &first, &second, &third } )
+      lamp->subscriberAdd( *recorder );
+   first.also = [ & ] {
+      lamp->subscriberDel( first );
+      lamp->subscriberDel( second );
+      lamp->subscriberAdd( late );
+   };
+   lamp->litIs( true );
+   EXPECT_EQ( taken(), Log( { "1 lit changed old false", "3 lit changed old false" } ) );
+   lamp->litIs( false );
+   EXPECT_EQ( taken(), Log( { "3 lit changed old true", "late lit changed old true" } ) );
+   lamp->subscriberDel( third );
+   lamp->subscriberDel( late );
+   EXPECT_FALSE( lamp->hasSubscribers() );
+}
+
+TEST_F( EntityTest, ANotificationMayChangeThePublisherAgainOrDestroyIt )
+{
+   Recorder first( log, "1 " ), second( log, "2 " );
+   lamp->subscriberAdd( first );
+   lamp->subscriberAdd( second );
+   first.also = [ & ] {
+      if( lamp->watts() == 10 )
+         lamp->wattsIs( 20 );
+   };
+   lamp->litIs( true );
+   EXPECT_EQ( taken(), Log( { "1 lit changed old false", "1 watts changed old 10",
+                          "2 watts changed old 10", "2 lit changed old false" } ) );
+
+   first.also = [ & ] { lamp = nullptr; };
+   Lamp& dying = *lamp;
+   dying.litIs( false );
+   EXPECT_EQ( taken(), Log( { "1 lit changed old true", "1 gone", "2 gone" } ) );
+}
+
+TEST_F( EntityTest, EverythingIsReachableByName )
+{
+   const Vormel::EntityType& type = lamp->entityType();
+   type.attribute( "watts" ).write( *lamp, std::string( "0x20" ) );
+   type.attribute( 261 ).write( *lamp, std::string( "right" ), U64( 7 ) );
+   type.attribute( "twin" ).write( *lamp, Ref<const Vormel::Entity>( make<Lamp>( "cellar" ) ) );
+   EXPECT_EQ( lamp->watts(), 32u );
+   EXPECT_EQ( toText( type.attribute( "bulb" ).read( *lamp, std::string( "right" ) ) ), "7" );
+   EXPECT_EQ( toText( type.attribute( "twin" ).read( *lamp ) ), "cellar" );
+   EXPECT_EQ( type.attribute( "bulb" ).members( *lamp ).size(), 3u );
+   EXPECT_EQ( toText( type.attribute( "bulb" ).del( *lamp, U64( 1 ) ) ), "7" );
+
+   const Value arguments[] = { std::string( "60" ), true };
+   EXPECT_EQ( toText( type.operation( "dim" ).call( *lamp, arguments ) ), "30" );
+}
+
+TEST_F( EntityTest, WrongNamesAndArgumentsSayWhatWouldBeRight )
+{
+   const Vormel::EntityType& type = lamp->entityType();
+   const auto errorOf = []( auto act ) {
+      try {
+         act();
+      } catch( const Vormel::AccessError& error ) {
+         return std::string( error.what() );
+      }
+      return std::string( "no error" );
+   };
+   EXPECT_EQ( errorOf( [ & ] { type.attribute( "wats" ); } ),
+      "Lamp has no attribute 'wats'; did you mean 'watts'?" );
+   EXPECT_EQ( errorOf( [ & ] { type.attribute( "watts" ).write( *lamp, std::string( "-1" ) ); } ),
+      "watts: value '-1' is not a number from 0 to 4294967295" );
+   EXPECT_EQ(
+      errorOf( [ & ] { type.attribute( "bulb" ).write( *lamp, std::string( "top" ), U64( 1 ) ); } ),
+      "bulb: key 'top' is not left or right" );
+   EXPECT_EQ( errorOf( [ & ] { type.attribute( "lit" ).members( *lamp ); } ),
+      "attribute 'lit' cannot be iterated: it is a single value" );
+   const Value one[] = { U64( 5 ) };
+   EXPECT_EQ( errorOf( [ & ] { type.operation( "dim" ).call( *lamp, one ); } ),
+      "dim takes 2 arguments (percent: a number from 0 to 4294967295; slowly: true or false), not 1" );
+   const Value wrong[] = { U64( 5 ), std::string( "maybe" ) };
+   EXPECT_EQ( errorOf( [ & ] { type.operation( "dim" ).call( *lamp, wrong ); } ),
+      "dim: argument 2 (slowly) 'maybe' is not true or false" );
+}
+
+} // namespace
+} // namespace Lamps

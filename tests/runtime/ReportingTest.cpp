@@ -1,0 +1,171 @@
+// Formats, traces, system log messages and assertions: what the agent tells people.
+#include "platform/runtime/Assert.h"
+#include "platform/runtime/Errors.h"
+#include "platform/runtime/Format.h"
+#include "platform/runtime/Syslog.h"
+#include "platform/runtime/Trace.h"
+
+#include <cstdio>
+#include <gtest/gtest.h>
+#include <string>
+
+namespace Vormel {
+namespace {
+
+template<class... Args>
+std::string formatError( const char* fmt, const Args&... args )
+{
+   try {
+      return "no error: " + format( fmt, args... );
+   } catch( const Error& error ) {
+      return error.what();
+   }
+}
+
+TEST( FormatTest, EveryConversionTakesTextAndHexTakesIntegersInTheirOwnWidth )
+{
+   EXPECT_EQ( format( "%d/%s %u%% %d", "a", 7, U8{ 3 }, true ), "a/7 3% 1" );
+   EXPECT_EQ(
+      format( "%x %02x %02x %4x", -1, U8{ 10 }, 0x1ff, S64{ 11 } ), "ffffffff 0a 1ff    b" );
+   EXPECT_EQ( format( "%s", "%d" ), "%d" ); // arguments are not formats
+}
+
+TEST( FormatTest, MistakesNameTheFormat )
+{
+   EXPECT_EQ( formatError( "TTL %d" ), "format \"TTL %d\": takes 1 arguments, not 0" );
+   EXPECT_EQ( formatError( "100%% %d", 1, 2 ), "format \"100%% %d\": takes 1 arguments, not 2" );
+   EXPECT_EQ( formatError( "%x", "a" ), "format \"%x\": %x takes an integer, not 'a'" );
+   for( const char* fmt : { "%f", "%", "%0", "%2d" } )
+      EXPECT_EQ( formatError( fmt, 1 ).find( std::string( "format \"" ) + fmt ), 0u ) << fmt;
+}
+
+class TraceTest : public testing::Test
+{
+ protected:
+   TraceHandle apple{ "FruitApple" };
+   TraceHandle pear{ "FruitPear" };
+   std::string log;
+
+   void SetUp() override
+   {
+      traceSinkIs( [ this ]( const TraceRecord& record ) {
+         log +=
+            format( "%s %d %s %s\n", record.handle, record.level, record.function, record.text );
+      } );
+   }
+   void TearDown() override { traceSinkIs( nullptr ); }
+
+   int traced( int value )
+   {
+      VORMEL_TRACE( pear, 1, "inner " << value );
+      return value + 1;
+   }
+};
+
+TEST_F( TraceTest, ArgumentsAreEvaluatedOnlyWhenTheLevelIsOn )
+{
+   apple.levelIs( 4 );
+   int evaluated = 0;
+   for( U32 level = 0; level <= TraceHandle::maxLevel; ++level )
+      VORMEL_TRACE_AS( apple, level, "f", ++evaluated );
+   EXPECT_EQ( log, "FruitApple 0 f 1\nFruitApple 1 f 2\nFruitApple 2 f 3\nFruitApple 3 f 4\n"
+                   "FruitApple 4 f 5\n" );
+   EXPECT_EQ( evaluated, 5 );
+   EXPECT_THROW( apple.levelIs( 10 ), ValueError );
+}
+
+TEST_F( TraceTest, APieceOfATraceMayTraceItself )
+{
+   apple.levelIs( 9 );
+   pear.levelIs( 9 );
+   VORMEL_TRACE( apple, 9, "outer " << std::hex << 255 << " " << traced( 1 ) << U8{ 65 } << true );
+   VORMEL_TRACE( apple, 9, 255 );
+   EXPECT_EQ( log, "FruitPear 1 traced inner 1\nFruitApple 9 TestBody outer ff 2411\n"
+                   "FruitApple 9 TestBody 255\n" );
+}
+
+TEST_F( TraceTest, SettingsApplyAsAWholeOrNotAtAll )
+{
+   traceLevelsIs( "Fruit*=7,*P?ar=off" );
+   EXPECT_EQ( apple.levels(), 0xffu );
+   EXPECT_EQ( pear.levels(), 0u );
+   for( const char* settings : { "", "FruitApple", "FruitApple=10", "=1", "Fruit=1",
+           "FruitApple=1,FruitPlum=1", "FruitApple=1," } )
+      EXPECT_THROW( traceLevelsIs( settings ), ValueError ) << settings;
+   EXPECT_EQ( apple.levels(), 0xffu );
+   EXPECT_EQ( traceHandle( "FruitPear" ), &pear );
+   {
+      const TraceHandle plum( "FruitPlum" );
+      EXPECT_EQ( traceHandles().back(), &plum );
+   }
+   EXPECT_EQ( traceHandle( "FruitPlum" ), nullptr );
+}
+
+class SyslogTest : public testing::Test
+{
+ protected:
+   ManualClock clock;
+   std::string log;
+
+   void SetUp() override
+   {
+      syslogClockIs( &clock );
+      syslogSinkIs(
+         [ this ]( const SyslogRecord& record ) { log += syslogLine( record ) + "\n"; } );
+   }
+   void TearDown() override
+   {
+      syslogClockIs( nullptr );
+      syslogSinkIs( nullptr );
+   }
+};
+
+TEST_F( SyslogTest, RepeatsWithinTheIntervalAreHeldBack )
+{
+   SyslogHandle fruit( "FRUIT", Severity::warning, "%d of %s", "", NoActionRequired, { 10.0 } );
+   SyslogHandle always( "ALWAYS", Severity::info, "always", "", NoActionRequired );
+   for( const double time : { 0.0, 9.0, 10.0, 19.0 } ) {
+      clock.advanceTo( time );
+      logMessage( fruit, time, U16{ 3 } );
+   }
+   logMessage( always );
+   logMessage( always );
+   EXPECT_EQ( log, "%FRUIT-4: 0 of 3\n%FRUIT-4: 10 of 3\n%ALWAYS-6: always\n%ALWAYS-6: always\n" );
+   EXPECT_EQ( fruit.suppressed(), 2u );
+}
+
+TEST_F( SyslogTest, RaisingAMessageNeverFails )
+{
+   SyslogHandle fruit( "FRUIT", Severity::error, "%d", "", NoActionRequired );
+   logMessage( fruit );
+   EXPECT_EQ( log, "%FRUIT-3: format \"%d\": takes 1 arguments, not 0\n" );
+   syslogSinkIs( []( const SyslogRecord& ) { throw Error( "disk full" ); } );
+   testing::internal::CaptureStderr();
+   logMessage( fruit, 1 );
+   EXPECT_EQ( testing::internal::GetCapturedStderr(), "message FRUIT was lost: disk full\n" );
+}
+
+struct Orchard
+{
+   static void pick( const std::string&, int* ) { VORMEL_ASSERT( EOF == 2 ); }
+};
+
+TEST( AssertTest, TheHookSeesTheExpressionAndASignatureWithoutBlanksBeforeReferences )
+{
+   assertionHookIs( []( const AssertionFailure& failure ) {
+      throw Error( failure.signature + ": " + std::string( failure.text ) );
+   } );
+   testing::internal::CaptureStderr();
+   EXPECT_THROW( Orchard::pick( "", nullptr ), Error );
+   const std::string report = testing::internal::GetCapturedStderr();
+   assertionHookIs( nullptr );
+   EXPECT_NE( report.find( "ReportingTest.cpp:" ), report.npos );
+   // The macro EOF stays as written.
+   EXPECT_NE( report.find( "string&, int*): Assertion 'EOF == 2' failed.\n" ), report.npos )
+      << report;
+   EXPECT_EQ( signatureText( "void f(const A &, B *)" ), "void f(const A&, B*)" );
+   EXPECT_DEATH( VORMEL_ASSERT( !report.size() ), "Assertion '!report.size\\(\\)' failed." );
+}
+
+} // namespace
+} // namespace Vormel

@@ -1,0 +1,151 @@
+// The value types: addresses, interface identifiers, port bitmaps, and the names of enumerations.
+#include "platform/runtime/Enum.h"
+#include "platform/runtime/Text.h"
+#include "platform/types/EthAddr.h"
+#include "platform/types/IntfId.h"
+#include "platform/types/PortBitmap.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <random>
+#include <set>
+#include <vector>
+
+namespace Vormel {
+
+enum Fruit : U8
+{
+   apple = 3,
+   pear = 65,
+};
+VORMEL_ENUM_NAMES( Fruit, { apple, "apple" }, { pear, "pear" } )
+enum Nameless : U8
+{
+   nameless = 65,
+};
+
+namespace {
+
+using Strata::PortBitmap;
+
+TEST( EthAddrTest, EveryByteCountsInComparisonAndHash )
+{
+   const EthAddr addr( 0x00, 0x1c, 0x73, 0x00, 0x00, 0x01 );
+   for( U32 i = 0; i < EthAddr::size; ++i ) {
+      EthAddr other = addr;
+      other.byteIs( i, 0xfe );
+      EXPECT_NE( addr, other );
+      EXPECT_LT( addr, other );
+      EXPECT_NE( std::hash<EthAddr>{}( addr ), std::hash<EthAddr>{}( other ) );
+   }
+   EXPECT_THROW( addr.byte( 6 ), RangeError );
+   EXPECT_TRUE( EthAddr::broadcast.isBroadcast() && EthAddr::broadcast.isMulticast() );
+   EXPECT_TRUE( EthAddr().isZero() && !addr.isZero() && !addr.isMulticast() );
+}
+
+TEST( EthAddrTest, ParsesBothNotationsAndNothingElse )
+{
+   const EthAddr addr( 0x00, 0x1c, 0x73, 0xab, 0x00, 0x01 );
+   EXPECT_EQ( addr.toString(), "00:1c:73:ab:00:01" );
+   for( const char* text : { "00:1c:73:ab:00:01", "00:1C:73:AB:00:01", "001c.73ab.0001" } )
+      EXPECT_EQ( EthAddr::parse( text ), addr ) << text;
+   for( const char* text : { "", "00:1c:73:ab:00", "00:1c:73:ab:00:0g", "00:1c:73:ab:00:01 ",
+           "00:1c:73:ab:00.01", "001c:73ab:0001", "0:1c:73:ab:00:001", "00:1c:73:ab:00:-1" } )
+      EXPECT_FALSE( EthAddr::parse( text ) ) << text;
+}
+
+TEST( IntfIdTest, OrderIsByKindThenByNumber )
+{
+   std::vector<IntfId> intfs;
+   const std::vector<const char*> ordered{ "", "Ethernet2", "Ethernet3", "Ethernet3/1",
+      "Ethernet3/1/2", "Ethernet3/2", "Ethernet10", "Port-Channel5", "Vlan1", "Vlan4094",
+      "Loopback0", "Management0", "Management1/1" };
+   for( const char* text : ordered )
+      intfs.emplace_back( text );
+   std::shuffle( intfs.begin(), intfs.end(), std::mt19937( 1 ) );
+   std::ranges::sort( intfs );
+   for( std::size_t i = 0; i < intfs.size(); ++i )
+      EXPECT_EQ( toText( intfs[ i ] ), ordered[ i ] );
+}
+
+TEST( IntfIdTest, RefusesWhatIsNoInterface )
+{
+   for( const char* text :
+      { "", "Ethernet", "Ethernet0", "Ethernet01", "Ethernet1/0", "Ethernet1/", "Ethernet1/1/1/1",
+         "Ethernet-1", "Ethernet1 ", "ethernet1", "Ethernet16777216", "Ethernet1/65536",
+         "Port-Channel0", "Port-Channel1/1", "Vlan0", "Vlan4095", "Loopback", "Loopback0/1" } )
+      EXPECT_FALSE( IntfId::parse( text ) ) << text;
+   EXPECT_THROW( IntfId( "Vlan4095" ), ValueError );
+   EXPECT_THROW( IntfId::ethernet( 1, 0, 2 ), ValueError );
+   EXPECT_TRUE( IntfId::vlan( 4094 ).isVlan() && IntfId().empty() );
+}
+
+TEST( PortBitmapTest, AgreesWithASetOfPorts )
+{
+   std::mt19937 random( 1 );
+   PortBitmap bitmap, other;
+   std::set<U32> ports, others;
+   for( U32 i = 0; i < 600; ++i ) {
+      const U32 port = static_cast<U32>( random() ) % 1024;
+      if( random() % 4 ) {
+         bitmap.add( port );
+         ports.insert( port );
+      } else {
+         bitmap.remove( port );
+         ports.erase( port );
+      }
+      other.add( port / 2 );
+      others.insert( port / 2 );
+   }
+   const auto expect = []( const PortBitmap& actual, const std::vector<U32>& expected ) {
+      std::vector<U32> listed;
+      for( const U32 port : actual )
+         listed.push_back( port );
+      EXPECT_EQ( listed, expected );
+      EXPECT_EQ( actual.count(), expected.size() );
+      EXPECT_EQ( PortBitmap::parse( actual.toString() ), actual );
+   };
+   const auto combined = [ & ]( auto algorithm ) {
+      std::vector<U32> result;
+      algorithm( ports, others, std::back_inserter( result ) );
+      return result;
+   };
+   expect( bitmap, { ports.begin(), ports.end() } );
+   expect( bitmap | other, combined( std::ranges::set_union ) );
+   expect( bitmap & other, combined( std::ranges::set_intersection ) );
+   expect( bitmap - other, combined( std::ranges::set_difference ) );
+}
+
+TEST( PortBitmapTest, TextWordsAndBounds )
+{
+   PortBitmap ports;
+   EXPECT_EQ( ports.toString(), "-" );
+   for( const U32 port : { 1u, 2u, 3u, 4u, 7u, 63u, 64u, 1022u, 1023u } )
+      ports.add( port );
+   EXPECT_EQ( ports.toString(), "1-4,7,63-64,1022-1023" );
+   EXPECT_THROW( ports.add( 1024 ), RangeError );
+   EXPECT_THROW( ports.contains( 1024 ), RangeError );
+   for( const char* text : { "", "1,", ",1", "4-1", "1024", "0-4294967296", "1-", "1-2-3", "1 " } )
+      EXPECT_FALSE( PortBitmap::parse( text ) ) << text;
+
+   std::vector<U32> words( 32 );
+   words[ 0 ] = 0x80000001;
+   words[ 1 ] = 1;
+   words[ 31 ] = 0x80000000;
+   EXPECT_EQ( PortBitmap::fromWords( words ).toString(), "0,31-32,1023" );
+   words.push_back( 0 );
+   EXPECT_THROW( PortBitmap::fromWords( words ), RangeError );
+}
+
+TEST( TextTest, OneByteValuesReadAsNumbersAndNamedOnesAsNames )
+{
+   EXPECT_EQ( toText( true ) + toText( U8{ 65 } ) + toText( nameless ), "16565" );
+   EXPECT_EQ( toText( pear ) + toText( static_cast<Fruit>( 4 ) ), "pear4" );
+   EXPECT_EQ( toText( static_cast<const char*>( nullptr ) ), "(null)" );
+   EXPECT_EQ( enumParse<Fruit>( "apple" ), apple );
+   EXPECT_FALSE( enumParse<Fruit>( "Apple" ) );
+}
+
+} // namespace
+} // namespace Vormel
