@@ -1,6 +1,6 @@
 # Everything a person does here day by day. `make run` and `make test` need nothing but a Debian 12
 # machine with make: they install what is missing.
-SCENARIO ?= scenarios/bring-up.scenario
+SCENARIO ?= scenarios/two-units.scenario
 RUN_FLAGS ?=
 TEST_FLAGS ?=
 BENCH_FLAGS ?=
@@ -31,8 +31,9 @@ test:
 
 bench:
 	@sh ci/setup.sh bench
-	@sh ci/build.sh release strata-l3-bench
+	@sh ci/build.sh release strata-l3-bench strata-l3-instructions
 	@build/release/bin/strata-l3-bench $(BENCH_FLAGS)
+	@sh bench/instructions.sh build/release/bin/strata-l3-instructions
 
 update-golden:
 	@sh ci/setup.sh build

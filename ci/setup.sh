@@ -19,13 +19,13 @@ libgmock-dev /usr/include/gmock/gmock.h
 bench='
 libbenchmark-dev /usr/include/benchmark/benchmark.h
 libabsl-dev /usr/include/absl/container/flat_hash_map.h
+valgrind valgrind
 '
 ci='
 git git
 clang clang++
 clang-format clang-format
 clang-tidy clang-tidy
-valgrind valgrind
 binutils strings
 util-linux setarch
 '

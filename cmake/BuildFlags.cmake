@@ -24,6 +24,7 @@ add_compile_options(
 
 # Nobody replaces the library's functions at load time, so calls inside it may be direct.
 add_compile_options( -fno-semantic-interposition )
+add_link_options( $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,SHARED_LIBRARY>:-Wl,-Bsymbolic-functions> )
 
 add_compile_options( -fstack-protector-strong )
 foreach( flag -fstack-clash-protection -fcf-protection )

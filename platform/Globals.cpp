@@ -8,11 +8,7 @@
 
 namespace Vormel {
 
-ActivityLock& activityLock()
-{
-   static ActivityLock lock;
-   return lock;
-}
+ActivityLock Detail::theActivityLock;
 
 ActivityManager& activityManager()
 {
@@ -42,20 +38,11 @@ namespace Strata {
 
 SdkShimInterface::~SdkShimInterface() = default;
 
-namespace {
-
-SdkShimInterface* theShim = nullptr;
-
-} // namespace
+constinit SdkShimInterface* Detail::theSdkShim = nullptr;
 
 void sdkShimIs( SdkShimInterface* shim )
 {
-   theShim = shim;
-}
-
-SdkShimInterface* sdkShim()
-{
-   return theShim;
+   Detail::theSdkShim = shim;
 }
 
 StrataAttributes& strataAttributes()

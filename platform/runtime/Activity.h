@@ -16,11 +16,7 @@ class Clock;
 class VORMEL_EXPORT ActivityLock
 {
  public:
-   void lock()
-   {
-      mutex_.lock();
-      owner_.store( std::this_thread::get_id(), std::memory_order_relaxed );
-   }
+   void lock() { lockAs( std::this_thread::get_id() ); }
    void unlock()
    {
       owner_.store( std::thread::id(), std::memory_order_relaxed );
@@ -32,11 +28,27 @@ class VORMEL_EXPORT ActivityLock
    }
 
  private:
+   friend class UnlockAnchor;
+
+   void lockAs( std::thread::id thread )
+   {
+      mutex_.lock();
+      owner_.store( thread, std::memory_order_relaxed );
+   }
+
    std::mutex mutex_;
    std::atomic<std::thread::id> owner_;
 };
 
-VORMEL_EXPORT ActivityLock& activityLock();
+namespace Detail {
+extern VORMEL_EXPORT ActivityLock theActivityLock;
+}
+
+/// The process's one activity lock.
+inline ActivityLock& activityLock()
+{
+   return Detail::theActivityLock;
+}
 
 /// Holds the lock for a scope. The thread must not hold it already.
 class LockAnchor
@@ -55,7 +67,10 @@ class LockAnchor
 class UnlockAnchor
 {
  public:
-   explicit UnlockAnchor( ActivityLock& lock ) : lock_( lock ), held_( lock.heldByThisThread() )
+   explicit UnlockAnchor( ActivityLock& lock )
+      : lock_( lock ),
+        thread_( std::this_thread::get_id() ),
+        held_( lock.owner_.load( std::memory_order_relaxed ) == thread_ )
    {
       if( held_ )
          lock_.unlock();
@@ -63,13 +78,14 @@ class UnlockAnchor
    ~UnlockAnchor()
    {
       if( held_ )
-         lock_.lock();
+         lock_.lockAs( thread_ );
    }
    UnlockAnchor( const UnlockAnchor& ) = delete;
    UnlockAnchor& operator=( const UnlockAnchor& ) = delete;
 
  private:
    ActivityLock& lock_;
+   std::thread::id thread_;
    bool held_;
 };
 

@@ -8,6 +8,7 @@ void Publisher::subscriberAdd( Subscriber& subscriber ) const
 {
    subscribers_.push_back( &subscriber );
    ++live_;
+   only_ = subscribers_.size() == 1 ? &subscriber : nullptr;
 }
 
 void Publisher::subscriberDel( Subscriber& subscriber ) const noexcept
@@ -16,38 +17,69 @@ void Publisher::subscriberDel( Subscriber& subscriber ) const noexcept
    if( at == subscribers_.end() )
       return;
    --live_;
-   if( delivery_ )
-      *at = nullptr; // the loop under way keeps its place; it closes the gap at its end
-   else
+   if( delivery_ ) {
+      *at = nullptr; // the loop under way keeps its place; the gap is closed at its end
+      only_ = nullptr;
+      note( Event::subscriberGone );
+   } else {
       subscribers_.erase( at );
+      only_ = live_ == 1 ? subscribers_.front() : nullptr;
+   }
 }
 
-void Publisher::publish( const Change& change ) const noexcept
+// There is no buffer here to guard, and the guard would be a tenth of what a notification costs.
+__attribute__( ( no_stack_protector ) ) void Publisher::publish(
+   const Change& change ) const noexcept
 {
-   Delivery delivery{ delivery_, false };
+   Subscriber* const only = only_;
+   if( !only )
+      return publishToAll( change );
+   Delivery delivery{ delivery_, Event::none };
+   delivery_ = &delivery;
+   only->onChange( change );
+   if( delivery.event != Event::none ) [[unlikely]]
+      return settle( delivery );
+   delivery_ = delivery.outer;
+}
+
+void Publisher::publishToAll( const Change& change ) const noexcept
+{
+   Delivery delivery{ delivery_, Event::none };
    delivery_ = &delivery;
    const std::size_t end = subscribers_.size();
    for( std::size_t i = 0; i < end; ++i ) {
       if( Subscriber* const subscriber = subscribers_[ i ] ) {
          subscriber->onChange( change );
-         if( delivery.publisherGone ) [[unlikely]]
+         if( delivery.event == Event::publisherGone ) [[unlikely]]
             return;
       }
    }
+   if( delivery.event != Event::none ) [[unlikely]]
+      return settle( delivery );
    delivery_ = delivery.outer;
-   if( subscribers_.size() != live_ && !delivery_ ) [[unlikely]]
-      compact();
 }
 
-void Publisher::compact() const noexcept
+void Publisher::note( Event event ) const noexcept
 {
+   for( Delivery* delivery = delivery_; delivery; delivery = delivery->outer )
+      delivery->event = event;
+}
+
+void Publisher::settle( const Delivery& delivery ) const noexcept
+{
+   if( delivery.event == Event::publisherGone )
+      return; // there is nothing left to touch
+   delivery_ = delivery.outer;
+   if( delivery_ )
+      return;
    std::erase( subscribers_, nullptr );
+   only_ = live_ == 1 ? subscribers_.front() : nullptr;
 }
 
 Publisher::~Publisher()
 {
-   for( Delivery* delivery = delivery_; delivery; delivery = delivery->outer )
-      delivery->publisherGone = true;
+   note( Event::publisherGone );
+   delivery_ = nullptr;
    // Detached first: a subscriber may drop others while it is told.
    while( live_ != 0 ) {
       const auto at =

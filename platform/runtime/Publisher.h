@@ -46,7 +46,7 @@ class AnyView
    ToText toText_ = nullptr;
 };
 
-enum class ChangeKind : U8
+enum class ChangeKind : U32
 {
    Changed,  // a scalar, slot or member has a new value
    Inserted, // a new member; there is no old value
@@ -88,21 +88,31 @@ class VORMEL_EXPORT Publisher
    Publisher& operator=( const Publisher& ) = delete;
    ~Publisher();
 
+   /// Call it while hasSubscribers() holds.
    void publish( const Change& change ) const noexcept;
 
  private:
-   // One per publish() under way; tells the loop that its publisher has gone.
+   // One per publish() under way. What happens to the publisher meanwhile is noted in each of them.
+   enum class Event : U8
+   {
+      none,
+      subscriberGone,
+      publisherGone,
+   };
    struct Delivery
    {
       Delivery* outer;
-      bool publisherGone;
+      Event event;
    };
 
-   void compact() const noexcept;
+   void publishToAll( const Change& change ) const noexcept;
+   void note( Event event ) const noexcept;
+   void settle( const Delivery& delivery ) const noexcept;
 
    // Subscribing does not change what a publisher says, so inputs held as const can be watched.
    mutable std::vector<Subscriber*> subscribers_; // null: removed during a delivery
    mutable std::size_t live_ = 0;
+   mutable Subscriber* only_ = nullptr; // the one subscriber, when there is just one
    mutable Delivery* delivery_ = nullptr;
 };
 

@@ -100,6 +100,14 @@ class VORMEL_EXPORT SdkShimInterface
 
 /// The process's one shim. An agent sets it before it makes the first helper and keeps it alive.
 VORMEL_EXPORT void sdkShimIs( SdkShimInterface* shim );
-VORMEL_EXPORT SdkShimInterface* sdkShim();
+
+namespace Detail {
+extern VORMEL_EXPORT SdkShimInterface* theSdkShim;
+}
+
+inline SdkShimInterface* sdkShim()
+{
+   return Detail::theSdkShim;
+}
 
 } // namespace Strata

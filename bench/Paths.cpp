@@ -1,0 +1,204 @@
+#include "bench/Paths.h"
+
+#include "bench/NullShim.h"
+#include "platform/runtime/Activity.h"
+#include "platform/runtime/Attributes.h"
+#include "platform/runtime/Clock.h"
+#include "platform/runtime/Reactor.h"
+#include "platform/runtime/Trace.h"
+#include "routing/tcam/CheckedCall.h"
+
+#include <memory>
+#include <vector>
+
+namespace Bench {
+
+using Vormel::Change;
+using Vormel::make;
+using Vormel::Ref;
+
+// clang-format off
+#define DIAL_ATTRIBUTES( ROW ) \
+   ROW( SCALAR, 258, level, U32, 0, "a value", "bench" ) \
+   ROW( SCALAR, 259, other, U32, 0, "another", "bench" )
+// clang-format on
+
+class Dial final : public Vormel::Entity
+{
+   VORMEL_ENTITY( Dial, DIAL_ATTRIBUTES )
+};
+
+VORMEL_ENTITY_TYPE( Dial, DIAL_ATTRIBUTES )
+VORMEL_ENTITY_TYPE( NullManager, NULL_MANAGER_ATTRIBUTES )
+
+namespace {
+
+template<class T>
+void keep( T& value )
+{
+   asm volatile( "" : "+m"( value ) : : "memory" );
+}
+
+class Ear final : public Vormel::Subscriber
+{
+ public:
+   void onChange( const Change& change ) noexcept override { heard += change.number; }
+   U64 heard = 0;
+};
+
+class Hand final : public Vormel::Reactor
+{
+ public:
+   explicit Hand( const Ref<Dial>& dial ) : dial_( *this, dial ) {}
+   U64 handled = 0;
+
+ private:
+   void subscriptionsAre( bool active ) override { dial_.activeIs( active ); }
+   void onDial( const Change& change )
+   {
+      switch( change.number ) {
+      case Dial::levelNumber:
+         ++handled;
+         return;
+      case Dial::otherNumber:
+         --handled;
+         return;
+      default:
+         return;
+      }
+   }
+   Vormel::Subscription<Hand, &Hand::onDial> dial_;
+};
+
+Dial& dial()
+{
+   static const Ref<Dial> it = make<Dial>();
+   return *it;
+}
+
+void turn( Dial& d, std::size_t rounds )
+{
+   for( ; rounds != 0; --rounds )
+      d.levelIs( static_cast<U32>( rounds ) );
+   d.levelIs( 0 );
+}
+
+void unchanged( std::size_t rounds )
+{
+   Dial& d = dial();
+   for( ; rounds != 0; --rounds ) {
+      d.levelIs( 0 );
+      keep( d );
+   }
+}
+
+void noSubscriber( std::size_t rounds )
+{
+   turn( dial(), rounds );
+}
+
+void subscribers( std::size_t count, std::size_t rounds )
+{
+   std::vector<Ear> ears( count );
+   for( Ear& ear : ears )
+      dial().subscriberAdd( ear );
+   turn( dial(), rounds );
+   for( Ear& ear : ears )
+      dial().subscriberDel( ear );
+}
+
+void oneSubscriber( std::size_t rounds )
+{
+   subscribers( 1, rounds );
+}
+
+void sixteenSubscribers( std::size_t rounds )
+{
+   subscribers( 16, rounds );
+}
+
+void reactor( std::size_t rounds )
+{
+   const auto hand = make<Hand>( Ref<Dial>( &dial() ) );
+   hand->hasNotificationActiveIs( true );
+   turn( dial(), rounds );
+   hand->hasNotificationActiveIs( false );
+}
+
+void copyReference( std::size_t rounds )
+{
+   Ref<Dial> original( &dial() );
+   for( ; rounds != 0; --rounds ) {
+      Ref<Dial> copy( original );
+      keep( copy );
+   }
+}
+
+void traceOff( std::size_t rounds )
+{
+   for( ; rounds != 0; --rounds ) {
+      VORMEL_TRACE( apiTrace, 4, "round " << rounds );
+      asm volatile( "" : : : "memory" );
+   }
+}
+
+void checkedCall( std::size_t rounds )
+{
+   for( ; rounds != 0; --rounds )
+      CHECKED( bcm_field_qualify_Ttl( 0, 1, 0, 0xFF ) );
+}
+
+// What a checked call cannot do without.
+void bareCall( std::size_t rounds )
+{
+   for( ; rounds != 0; --rounds ) {
+      SdkShimInterface& shim = *sdkShim();
+      Vormel::activityLock().unlock();
+      int rc = shim.fieldQualifyTtl( 0, 1, 0, 0xFF );
+      Vormel::activityLock().lock();
+      keep( rc );
+   }
+}
+
+class NullTimer final : public Vormel::Timer
+{
+ public:
+   using Timer::Timer;
+
+ private:
+   void expired() noexcept override {}
+};
+
+void rearmTimer( std::size_t rounds )
+{
+   Vormel::ManualClock clock;
+   std::vector<std::unique_ptr<NullTimer>> timers;
+   for( int i = 0; i < 4; ++i )
+      timers.push_back( std::make_unique<NullTimer>( clock ) );
+   for( ; rounds != 0; --rounds ) {
+      timers[ rounds % 4 ]->nextTimeIs( static_cast<double>( rounds ) );
+      keep( *timers[ rounds % 4 ] );
+   }
+}
+
+constexpr Path all[] = {
+   { "mutator, value unchanged", "10", unchanged },
+   { "mutator, no subscriber", "14", noSubscriber },
+   { "mutator, one subscriber", "50", oneSubscriber },
+   { "mutator, 16 subscribers", "352", sixteenSubscribers },
+   { "mutator, one reactor's handler", "82", reactor },
+   { "reference, copy and drop", VORMEL_ATOMIC_REFS ? "" : "10", copyReference },
+   { "trace that is off", "5", traceOff },
+   { "bare call: unlock, call, lock", "", bareCall },
+   { "checked call", "100", checkedCall },
+   { "timer, re-armed", "", rearmTimer },
+};
+
+} // namespace
+
+std::span<const Path> paths()
+{
+   return all;
+}
+
+} // namespace Bench

@@ -1,0 +1,20 @@
+// The paths whose costs are kept, each as a loop of n rounds. Timed by RuntimeBench, counted in instructions
+// by InstructionCounts.
+#pragma once
+
+#include <cstddef>
+#include <span>
+#include <string_view>
+
+namespace Bench {
+
+struct Path
+{
+   std::string_view name;
+   std::string_view goal; // instructions a round, the loop's two included; empty when there is none
+   void ( *run )( std::size_t rounds );
+};
+
+std::span<const Path> paths();
+
+} // namespace Bench
