@@ -1,8 +1,9 @@
-// What exists once per process: the shim, the activity lock and manager, the table of chip attributes.
+// What exists once per process: the shim, the activity lock and manager, the registries, the chip attributes.
 // They are in one source file because an inline variable would be doubled per shared object.
 #include "platform/runtime/Activity.h"
 #include "platform/runtime/Assert.h"
 #include "platform/runtime/Clock.h"
+#include "platform/runtime/Registries.h"
 #include "platform/sdk/ChipInfo.h"
 #include "platform/sdk/SdkShimInterface.h"
 
@@ -22,6 +23,18 @@ ActivityManager::~ActivityManager() = default;
 void ActivityManager::clockIs( std::shared_ptr<Clock> clock )
 {
    clock_ = std::move( clock );
+}
+
+Detail::TraceRegistry& Detail::traceRegistry()
+{
+   static TraceRegistry registry;
+   return registry;
+}
+
+Detail::SyslogRegistry& Detail::syslogRegistry()
+{
+   static SyslogRegistry registry;
+   return registry;
 }
 
 #if VORMEL_CHECKING

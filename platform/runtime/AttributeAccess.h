@@ -5,6 +5,9 @@
 #include "platform/runtime/EntityType.h"
 #include "platform/runtime/Value.h"
 
+#include <algorithm>
+#include <functional>
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <tuple>
@@ -24,6 +27,12 @@ Value valueOf( const T& value )
 constexpr std::string_view defaultText( AttributeKind kind )
 {
    return kind == AttributeKind::Array ? "all empty" : "empty";
+}
+
+constexpr bool ascending( std::initializer_list<AttributeNumber> numbers )
+{
+   return std::adjacent_find( numbers.begin(), numbers.end(), std::greater_equal<>() ) ==
+          numbers.end();
 }
 
 /// AccessError: "<where>: '<given>' is not <expected>".

@@ -161,6 +161,8 @@
    }
 
 #define VORMEL_ENTITY_TYPE( Class, TABLE, ... )                                                    \
+   static_assert( ::Vormel::Detail::ascending( { TABLE( VORMEL_NUMBER ) 0xFFFFFFFF } ),            \
+      "attribute numbers of " #Class " must rise and be unique" );                                 \
    const ::Vormel::EntityType& Class::type()                                                       \
    {                                                                                               \
       static const ::Vormel::EntityType type = [] {                                                \
@@ -170,6 +172,17 @@
       }();                                                                                         \
       return type;                                                                                 \
    }
+
+// The numbers of a table, fields left out.
+#define VORMEL_NUMBER( kind, ... ) VORMEL_NUMBER_##kind( __VA_ARGS__ )
+#define VORMEL_NUMBER_FIELD( ... )
+#define VORMEL_NUMBER_SCALAR( number, ... ) number,
+#define VORMEL_NUMBER_SCALAR_CHECKED( number, ... ) number,
+#define VORMEL_NUMBER_SCALAR_STEP( number, ... ) number,
+#define VORMEL_NUMBER_ARRAY( number, ... ) number,
+#define VORMEL_NUMBER_MAP( number, ... ) number,
+#define VORMEL_NUMBER_MAP_CHECKED( number, ... ) number,
+#define VORMEL_NUMBER_MAP_STEP( number, ... ) number,
 
 #define VORMEL_DESCRIBE( kind, ... ) VORMEL_DESCRIBE_##kind( __VA_ARGS__ )
 

@@ -1,6 +1,7 @@
 #include "platform/runtime/Syslog.h"
 
 #include "platform/runtime/Errors.h"
+#include "platform/runtime/Registries.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -11,28 +12,10 @@
 
 namespace Vormel {
 
-namespace {
-
-struct Registry
-{
-   std::vector<const SyslogHandle*> handles;
-   SyslogSink sink;
-   const Clock* clock = nullptr;
-};
-
-} // namespace
-
-// Made by the first handle, of whichever source file, and so destroyed after the last.
-static Registry& registry()
-{
-   static Registry instance;
-   return instance;
-}
-
 static double now()
 {
    static const RealClock realClock;
-   const Clock* clock = registry().clock;
+   const Clock* clock = Detail::syslogRegistry().clock;
    return clock ? clock->now() : realClock.now();
 }
 
@@ -45,12 +28,12 @@ SyslogHandle::SyslogHandle( const char* key, Severity severity, const char* form
      rate_{ rate },
      severity_{ severity }
 {
-   registry().handles.push_back( this );
+   Detail::syslogRegistry().handles.push_back( this );
 }
 
 SyslogHandle::~SyslogHandle()
 {
-   std::erase( registry().handles, this );
+   std::erase( Detail::syslogRegistry().handles, this );
 }
 
 bool SyslogHandle::admit( double now )
@@ -65,17 +48,17 @@ bool SyslogHandle::admit( double now )
 
 std::vector<const SyslogHandle*> syslogHandles()
 {
-   return registry().handles;
+   return Detail::syslogRegistry().handles;
 }
 
 SyslogSink syslogSinkIs( SyslogSink sink )
 {
-   return std::exchange( registry().sink, std::move( sink ) );
+   return std::exchange( Detail::syslogRegistry().sink, std::move( sink ) );
 }
 
 void syslogClockIs( const Clock* clock )
 {
-   registry().clock = clock;
+   Detail::syslogRegistry().clock = clock;
 }
 
 std::string syslogLine( const SyslogRecord& record )
@@ -113,7 +96,7 @@ void logArguments( SyslogHandle& handle, std::span<const FormatArgument> argumen
       const std::string text = messageText( handle, arguments );
       const SyslogRecord record{ handle, text };
       // A copy, since a sink may replace itself while it runs.
-      if( const SyslogSink sink = registry().sink )
+      if( const SyslogSink sink = Detail::syslogRegistry().sink )
          sink( record );
       else
          writeLine( syslogLine( record ) );

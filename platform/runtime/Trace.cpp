@@ -1,6 +1,7 @@
 #include "platform/runtime/Trace.h"
 
 #include "platform/runtime/Errors.h"
+#include "platform/runtime/Registries.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -11,12 +12,6 @@ namespace Vormel {
 
 namespace {
 
-struct Registry
-{
-   std::vector<TraceHandle*> handles;
-   TraceSink sink;
-};
-
 struct Setting
 {
    std::string_view pattern;
@@ -25,13 +20,6 @@ struct Setting
 
 } // namespace
 
-// Made by the first handle, of whichever source file, and so destroyed after the last.
-static Registry& registry()
-{
-   static Registry instance;
-   return instance;
-}
-
 static constexpr U32 maskUpTo( U32 level )
 {
    return ( 2u << level ) - 1;
@@ -39,12 +27,12 @@ static constexpr U32 maskUpTo( U32 level )
 
 TraceHandle::TraceHandle( const char* name ) : name_{ name }
 {
-   registry().handles.push_back( this );
+   Detail::traceRegistry().handles.push_back( this );
 }
 
 TraceHandle::~TraceHandle()
 {
-   std::erase( registry().handles, this );
+   std::erase( Detail::traceRegistry().handles, this );
 }
 
 void TraceHandle::levelIs( U32 level )
@@ -57,14 +45,14 @@ void TraceHandle::levelIs( U32 level )
 
 TraceHandle* traceHandle( std::string_view name )
 {
-   const auto& handles = registry().handles;
+   const auto& handles = Detail::traceRegistry().handles;
    const auto it = std::ranges::find_if( handles, [ & ]( auto* h ) { return h->name() == name; } );
    return it == handles.end() ? nullptr : *it;
 }
 
 std::vector<TraceHandle*> traceHandles()
 {
-   return registry().handles;
+   return Detail::traceRegistry().handles;
 }
 
 static bool matches( std::string_view pattern, std::string_view name )
@@ -96,9 +84,9 @@ static Setting parseSetting( std::string_view item )
                         "' is not HANDLE=LEVEL with a level of 0 to 9 or off" );
    const Setting setting{ item.substr( 0, equals ), *mask };
    const auto matched = [ & ]( auto* h ) { return matches( setting.pattern, h->name() ); };
-   if( std::ranges::none_of( registry().handles, matched ) ) {
+   if( std::ranges::none_of( Detail::traceRegistry().handles, matched ) ) {
       std::string known;
-      for( const auto* handle : registry().handles )
+      for( const auto* handle : Detail::traceRegistry().handles )
          known += std::string( known.empty() ? "" : ", " ) + handle->name();
       throw ValueError( "trace setting '" + std::string( item ) +
                         "': no trace handle has such a name; there are: " + known );
@@ -117,14 +105,14 @@ void traceLevelsIs( std::string_view settings )
          settings.remove_prefix( comma + 1 );
    }
    for( const Setting& setting : parsed )
-      for( TraceHandle* handle : registry().handles )
+      for( TraceHandle* handle : Detail::traceRegistry().handles )
          if( matches( setting.pattern, handle->name() ) )
             handle->levelsIs( setting.mask );
 }
 
 TraceSink traceSinkIs( TraceSink sink )
 {
-   return std::exchange( registry().sink, std::move( sink ) );
+   return std::exchange( Detail::traceRegistry().sink, std::move( sink ) );
 }
 
 static void writeLine( const TraceRecord& record )
@@ -141,7 +129,7 @@ void traceRecord(
 {
    const TraceRecord record{ handle.name(), level, function, text };
    // A copy, since a sink may replace itself while it runs.
-   if( const TraceSink sink = registry().sink )
+   if( const TraceSink sink = Detail::traceRegistry().sink )
       sink( record );
    else
       writeLine( record );

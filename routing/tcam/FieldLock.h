@@ -12,8 +12,9 @@
 
 namespace Strata {
 
-/// Runs a deferred call with the activity lock given away and the unit's FP lock held. Returns the SDK's
-/// code for taking or dropping the lock; the call's own failures end the agent from within.
+/// Runs a deferred call with the activity lock given away and the unit's FP lock held, or without it on a chip
+/// that has none. Returns the SDK's code for taking or dropping the lock; the call's own failures end the agent
+/// from within.
 template<class Deferred>
 int FP_LOCK_INTERNAL_CHK( U32 unit, const Deferred& deferred )
 {
@@ -22,10 +23,10 @@ int FP_LOCK_INTERNAL_CHK( U32 unit, const Deferred& deferred )
    Vormel::MaybeGilUnlockAnchor gil;
    Vormel::UnlockAnchor anchor( Vormel::activityLock() );
    const int rc = shim.fieldLock( unit );
-   if( rc < 0 )
+   if( rc < 0 && rc != shim.featureNotAvailableCode() )
       return rc;
    deferred();
-   return shim.fieldUnlock( unit );
+   return rc < 0 ? rc : shim.fieldUnlock( unit );
 }
 
 /// A call with its arguments, by value.

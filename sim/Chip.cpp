@@ -1,0 +1,145 @@
+#include "sim/Chip.h"
+
+#include "sim/RegisterLayout.h"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace Strata::Sim {
+
+Chip::Chip( U32 unit, const ChipProfile& profile, U32 frontPanelPorts )
+   : resolvesHigigTrunksAsLag( profile.resolvesHigigTrunksAsLag ),
+     unit_( unit ),
+     profile_( profile ),
+     myStation_( profile.myStationEntries )
+{
+   for( U32 port = 1; port <= frontPanelPorts; ++port )
+      frontPanel_.add( port );
+   active_ = ports_ = frontPanel_;
+   const SpecialPorts& special = profile.specialPorts;
+   ports_.add( static_cast<U32>( special.cpu ) );
+   for( const auto& port : { special.loopback, special.recirculation } )
+      if( port )
+         ports_.add( static_cast<U32>( *port ) );
+   for( std::size_t i = 0; i < registers_.size(); ++i )
+      registers_[ i ] = registerReset( static_cast<Register>( i ) );
+   for( const FieldGroupProfile& group : profile.groups )
+      groups_.emplace_back( group );
+   vlanIs( 1 );
+}
+
+bool Chip::hasPort( int port ) const
+{
+   return port >= 0 && static_cast<U32>( port ) < PortBitmap::size &&
+          ports_.contains( static_cast<U32>( port ) );
+}
+
+void Chip::portActiveIs( int port, bool active )
+{
+   if( !hasPort( port ) || !frontPanel_.contains( static_cast<U32>( port ) ) )
+      return;
+   if( active )
+      active_.add( static_cast<U32>( port ) );
+   else
+      active_.remove( static_cast<U32>( port ) );
+}
+
+SdkCode Chip::controlIs( SwitchControl control, int value )
+{
+   if( !profile_.supports( control ) )
+      return SdkCode::Unavail;
+   controls_[ control ] = value;
+   std::erase_if(
+      portSwitchControls_, [ & ]( const auto& item ) { return item.first.second == control; } );
+   return SdkCode::None;
+}
+
+SdkCode Chip::controlIs( int port, SwitchControl control, int value )
+{
+   if( !hasPort( port ) )
+      return SdkCode::Port;
+   if( !profile_.supports( control ) )
+      return SdkCode::Unavail;
+   portSwitchControls_[ { port, control } ] = value;
+   return SdkCode::None;
+}
+
+int Chip::control( SwitchControl control ) const
+{
+   const auto at = controls_.find( control );
+   return at == controls_.end() ? 0 : at->second;
+}
+
+int Chip::control( int port, SwitchControl which ) const
+{
+   const auto at = portSwitchControls_.find( { port, which } );
+   return at == portSwitchControls_.end() ? control( which ) : at->second;
+}
+
+SdkCode Chip::portControlIs( int port, PortControl control, int value )
+{
+   if( !hasPort( port ) )
+      return SdkCode::Port;
+   portControls_[ { port, control } ] = value;
+   return SdkCode::None;
+}
+
+void Chip::vlanIs( U16 vlanId )
+{
+   const auto [ at, isNew ] = vlans_.try_emplace( vlanId );
+   if( !isNew )
+      return;
+   ChipVlan& vlan = at->second;
+   vlan.otherFlags = 0x5;
+   vlan.rest.fill( static_cast<std::byte>( vlanId ) );
+   vlan.members = vlan.untagged = frontPanel_;
+   vlan.members.add( static_cast<U32>( profile_.specialPorts.cpu ) );
+}
+
+ChipVlan* Chip::vlan( U16 vlanId )
+{
+   const auto at = vlans_.find( vlanId );
+   return at == vlans_.end() ? nullptr : &at->second;
+}
+
+SdkCode Chip::ipOptionsProfileCreate( IpOptionAction action, int& profile )
+{
+   for( int id = 1; id <= static_cast<int>( profile_.ipOptionsProfiles ); ++id ) {
+      if( !ipOptionsProfiles_.emplace( id, action ).second )
+         continue;
+      profile = id;
+      return SdkCode::None;
+   }
+   return SdkCode::Full;
+}
+
+SdkCode Chip::ipOptionsProfileDestroy( int profile )
+{
+   return ipOptionsProfiles_.erase( profile ) != 0 ? SdkCode::None : SdkCode::NotFound;
+}
+
+FieldGroup* Chip::group( std::string_view name )
+{
+   for( FieldGroup& group : groups_ )
+      if( group.profile().name == name )
+         return &group;
+   return nullptr;
+}
+
+FieldGroup* Chip::groupOf( U32 entryId )
+{
+   for( FieldGroup& group : groups_ )
+      if( group.contains( entryId ) )
+         return &group;
+   return nullptr;
+}
+
+bool Chip::wasTurnedAway( U32 entryId ) const
+{
+   return std::ranges::any_of( groups_, [ & ]( const FieldGroup& group ) {
+      const std::set<U32>& ids = group.turnedAway();
+      return entryId == 0 ? !ids.empty() : ids.contains( entryId );
+   } );
+}
+
+} // namespace Strata::Sim

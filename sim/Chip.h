@@ -1,0 +1,126 @@
+// One simulated chip: everything that was programmed into a unit. It knows neither entities nor
+// locks; SDK operations change it while the activity lock is given away, so only the thread that
+// drives the switch looks at it.
+#pragma once
+
+#include "platform/runtime/Types.h"
+#include "platform/sdk/SdkShimInterface.h"
+#include "platform/types/PortBitmap.h"
+#include "sim/ChipProfile.h"
+#include "sim/FieldGroup.h"
+#include "sim/MyStationTable.h"
+#include "sim/SdkCodes.h"
+
+#include <array>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Strata::Sim {
+
+/// A VLAN of a chip. `otherFlags` and `rest` are the chip's own and survive the slice.
+struct ChipVlan
+{
+   std::set<VlanFlag> flags;
+   U32 otherFlags = 0;
+   std::array<std::byte, 252> rest{};
+   PortBitmap members;
+   PortBitmap untagged;
+};
+
+class Chip
+{
+ public:
+   Chip( U32 unit, const ChipProfile& profile, U32 frontPanelPorts );
+   Chip( const Chip& ) = delete;
+   Chip& operator=( const Chip& ) = delete;
+
+   U32 unit() const { return unit_; }
+   const ChipProfile& profile() const { return profile_; }
+
+   // Ports.
+   const PortBitmap& frontPanelPorts() const { return frontPanel_; }
+   /// Front panel, CPU, loopback and recirculation.
+   const PortBitmap& ports() const { return ports_; }
+   bool hasPort( int port ) const;
+   /// The front-panel ports that are up; all of them at first. What the unit record tells.
+   const PortBitmap& activePorts() const { return active_; }
+   void portActiveIs( int port, bool active );
+
+   // Properties that differ between units of one kind.
+   bool trapsTtlExceptions = false;
+   bool resolvesHigigTrunksAsLag;
+
+   // Switch controls. A chip-wide write goes to all ports; a port that was written by itself since
+   // then has a value of its own.
+   SdkCode controlIs( SwitchControl control, int value );
+   SdkCode controlIs( int port, SwitchControl control, int value );
+   int control( SwitchControl control ) const;
+   int control( int port, SwitchControl control ) const;
+   /// What was written chip-wide, and for single ports.
+   const std::map<SwitchControl, int>& controls() const { return controls_; }
+   const std::map<std::pair<int, SwitchControl>, int>& portSwitchControls() const
+   {
+      return portSwitchControls_;
+   }
+
+   SdkCode portControlIs( int port, PortControl control, int value );
+   const std::map<std::pair<int, PortControl>, int>& portControls() const { return portControls_; }
+
+   // Registers, as raw values; RegisterLayout.h has their fields.
+   U64 registerValue( Register reg ) const { return registers_[ static_cast<std::size_t>( reg ) ]; }
+   void registerIs( Register reg, U64 value )
+   {
+      registers_[ static_cast<std::size_t>( reg ) ] = value;
+   }
+
+   MyStationTable& myStation() { return myStation_; }
+   const MyStationTable& myStation() const { return myStation_; }
+
+   // VLANs. A new one holds all front-panel ports, untagged, and the CPU.
+   void vlanIs( U16 vlanId );
+   void vlanDel( U16 vlanId ) { vlans_.erase( vlanId ); }
+   const std::map<U16, ChipVlan>& vlans() const { return vlans_; }
+   /// Null when it does not exist.
+   ChipVlan* vlan( U16 vlanId );
+
+   // IPv4 options profiles by id, with what they do.
+   SdkCode ipOptionsProfileCreate( IpOptionAction action, int& profile );
+   SdkCode ipOptionsProfileDestroy( int profile );
+   const std::map<int, IpOptionAction>& ipOptionsProfiles() const { return ipOptionsProfiles_; }
+
+   // The Field Processor.
+   bool fieldLocked = false;
+   std::vector<FieldGroup>& groups() { return groups_; }
+   const std::vector<FieldGroup>& groups() const { return groups_; }
+   /// Null when there is no such group.
+   FieldGroup* group( std::string_view name );
+   /// The group whose range holds the id, or null.
+   FieldGroup* groupOf( U32 entryId );
+   /// A claim of the entry failed through no fault of the caller; for entry 0, any claim on the
+   /// unit.
+   bool wasTurnedAway( U32 entryId ) const;
+
+ private:
+   U32 unit_;
+   const ChipProfile& profile_;
+   PortBitmap frontPanel_;
+   PortBitmap ports_;
+   PortBitmap active_;
+   std::map<SwitchControl, int> controls_;
+   std::map<std::pair<int, SwitchControl>, int> portSwitchControls_;
+   std::map<std::pair<int, PortControl>, int> portControls_;
+   std::array<U64, roleNames<Register>.size()> registers_;
+   MyStationTable myStation_;
+   std::map<U16, ChipVlan> vlans_;
+   std::map<int, IpOptionAction> ipOptionsProfiles_;
+   std::vector<FieldGroup> groups_;
+};
+
+/// The chips of a switch by unit number.
+using Chips = std::map<U32, Chip>;
+
+} // namespace Strata::Sim

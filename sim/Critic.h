@@ -1,0 +1,72 @@
+// Watches whether the slice keeps the conventions of the hardware calls. A broken one ends the
+// process, after one line that names the rule, the call and the unit, unless another handler is
+// set.
+#pragma once
+
+#include "platform/runtime/Types.h"
+#include "platform/sdk/SdkRoles.h"
+#include "sim/Chip.h"
+#include "sim/Transcript.h"
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Strata::Sim {
+
+struct Breach
+{
+   std::string rule;        // what was broken: "the activity lock is held"
+   std::string call;        // by which call: "bcm_field_qualify_Ttl"
+   std::optional<U32> unit; // calls without a unit have none
+
+   /// "broken convention: bcm_field_qualify_Ttl on unit 0: the activity lock is held"
+   std::string text() const;
+};
+
+class Critic
+{
+ public:
+   using Handler = std::function<void( const Breach& )>;
+
+   Critic( Chips& chips, Transcript& transcript ) : chips_( chips ), transcript_( transcript ) {}
+   Critic( const Critic& ) = delete;
+   Critic& operator=( const Critic& ) = delete;
+
+   /// Empty for the default one, which writes the breach to standard error and aborts. When a
+   /// handler returns, the call goes on.
+   void handlerIs( Handler handler ) { handler_ = std::move( handler ); }
+   /// From now on breaches are only collected.
+   void collect();
+   const std::vector<Breach>& breaches() const { return breaches_; }
+   void breachesDel() { breaches_.clear(); }
+
+   void preCalled();
+   void errorHookRan();
+   /// An SDK operation begins.
+   void operationBegins( SdkOperation operation, U32 unit );
+   /// An entry-manager operation begins.
+   void managerCallBegins( std::string_view call, U32 unit );
+
+   void breach( std::string rule, std::string_view call, std::optional<U32> unit );
+
+   /// Forgets the error hook, the FP locks and a pre-call hook without its call: for tests whose
+   /// assertion hook throws instead of ending the process.
+   void restart();
+
+ private:
+   void checkAlive( std::string_view call, std::optional<U32> unit );
+   void checkFieldLock( SdkOperation operation, U32 unit );
+   bool anyFieldLocked() const;
+
+   Chips& chips_;
+   Transcript& transcript_;
+   Handler handler_;
+   std::vector<Breach> breaches_;
+   bool preCalled_ = false; // and the call it announces has not come yet
+   bool dead_ = false;
+};
+
+} // namespace Strata::Sim

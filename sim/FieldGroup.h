@@ -1,0 +1,91 @@
+// One group of a unit's Field Processor: the entries that are claimed in it and the copies that the
+// hardware holds of them. Hardware knows one winner per group and packet: the lowest id that
+// matches.
+#pragma once
+
+#include "platform/runtime/Types.h"
+#include "platform/tcam/TcamEntryManager.h"
+#include "sim/ChipProfile.h"
+#include "sim/FieldRule.h"
+#include "sim/SdkCodes.h"
+
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+
+namespace Strata::Sim {
+
+struct FieldEntry
+{
+   std::string name;
+   RequestKey key;
+   FieldRule claim;                   // what the next install will put into hardware
+   std::optional<FieldRule> hardware; // what packets meet
+   bool enabled = true;
+   bool holdsRoom = true;
+   bool qualifierRefused = false; // since the claim, for a feature that the chip lacks
+   U64 hits = 0;                  // since the first claim
+
+   bool installed() const { return hardware.has_value(); }
+   /// Packets can meet it.
+   bool active() const { return installed() && enabled; }
+};
+
+class FieldGroup
+{
+ public:
+   enum class ClaimFailure : U8
+   {
+      none,
+      outOfRange,
+      heldByOther,
+      noRoom,
+   };
+   struct ClaimResult
+   {
+      U32 id = 0; // 0 when the claim failed
+      ClaimFailure failure = ClaimFailure::none;
+   };
+
+   explicit FieldGroup( const FieldGroupProfile& profile );
+
+   const FieldGroupProfile& profile() const { return profile_; }
+   bool contains( U32 id ) const
+   {
+      return id >= profile_.base && id - profile_.base < profile_.size;
+   }
+   /// The claimed entries by id.
+   const std::map<U32, FieldEntry>& entries() const { return entries_; }
+   /// Null when the id is not claimed.
+   const FieldEntry* find( U32 id ) const;
+   FieldEntry* find( U32 id );
+
+   U32 room() const { return room_; }
+   U32 roomLeft() const { return roomUsed_ < room_ ? room_ - roomUsed_ : 0; }
+   /// Entries that have room keep it when it shrinks.
+   void roomIs( U32 room ) { room_ = room; }
+
+   /// The entry manager's rules for getEntry, and so on below.
+   ClaimResult claim( U32 id, const std::string& name, const RequestKey& key );
+   SdkCode install( U32 id );
+   SdkCode reinstall( U32 id );
+   void remove( U32 id );
+   void release( U32 id );
+   SdkCode enable( U32 id, bool enabled );
+
+   /// Ids whose last claim failed through no fault of the caller.
+   const std::set<U32>& turnedAway() const { return turnedAway_; }
+   void turnedAwayIs( U32 id ) { turnedAway_.insert( id ); }
+
+ private:
+   bool takeRoom( FieldEntry& entry );
+
+   FieldGroupProfile profile_;
+   U32 room_;
+   U32 roomUsed_ = 0;
+   std::map<U32, FieldEntry> entries_;
+   std::set<U32> turnedAway_;
+};
+
+} // namespace Strata::Sim

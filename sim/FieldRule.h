@@ -1,0 +1,100 @@
+// What an entry of the Field Processor says: qualifiers and actions as data, for printing them and
+// for deciding about packets.
+#pragma once
+
+#include "platform/runtime/Enum.h"
+#include "platform/runtime/Types.h"
+#include "platform/sdk/SdkRoles.h"
+#include "platform/types/PortBitmap.h"
+
+#include <string>
+#include <vector>
+
+namespace Strata::Sim {
+
+enum class Qualifier : U8
+{
+   Drop,
+   DstIp,
+   DstMac,
+   DstMcastGroup,
+   DstPort,
+   EtherType,
+   HiGig,
+   IngressStpState,
+   IntPriority,
+   InterfaceClassL2,
+   InterfaceClassL3,
+   IpProtocol,
+   IpType,
+   L3Routable,
+   L4DstPort,
+   MyStationHit,
+   PacketRes,
+   SrcClassField,
+   Ttl,
+   TunnelTerminated,
+   // What entry managers qualify on for the slice.
+   InPorts,
+   InPortsClass,
+   OutPortsClass,
+   OutLoopback,
+};
+
+VORMEL_ENUM_NAMES( Qualifier, { Qualifier::Drop, "Drop" }, { Qualifier::DstIp, "DstIp" },
+   { Qualifier::DstMac, "DstMac" }, { Qualifier::DstMcastGroup, "DstMcastGroup" },
+   { Qualifier::DstPort, "DstPort" }, { Qualifier::EtherType, "EtherType" },
+   { Qualifier::HiGig, "HiGig" }, { Qualifier::IngressStpState, "IngressStpState" },
+   { Qualifier::IntPriority, "IntPriority" }, { Qualifier::InterfaceClassL2, "InterfaceClassL2" },
+   { Qualifier::InterfaceClassL3, "InterfaceClassL3" }, { Qualifier::IpProtocol, "IpProtocol" },
+   { Qualifier::IpType, "IpType" }, { Qualifier::L3Routable, "L3Routable" },
+   { Qualifier::L4DstPort, "L4DstPort" }, { Qualifier::MyStationHit, "MyStationHit" },
+   { Qualifier::PacketRes, "PacketRes" }, { Qualifier::SrcClassField, "SrcClassField" },
+   { Qualifier::Ttl, "Ttl" }, { Qualifier::TunnelTerminated, "TunnelTerminated" },
+   { Qualifier::InPorts, "InPorts" }, { Qualifier::InPortsClass, "InPortsClass" },
+   { Qualifier::OutPortsClass, "OutPortsClass" }, { Qualifier::OutLoopback, "OutLoopback" } )
+
+/// Data and mask are in the packet's own terms: exact matches have all bits of the mask set, and IP
+/// types and packet results are their roles' positions in the enum.
+struct FieldQualifier
+{
+   Qualifier role;
+   U64 data = 0;
+   U64 mask = 0;
+   // DstPort: `data` is the module and this is the port. OutLoopback: the loopback port in `data`.
+   U64 port = 0;
+   U64 portMask = 0;
+   // The port sets that managers qualify on.
+   PortBitmap ports{};
+   PortBitmap allPorts{}; // InPorts: a port outside always passes
+
+   bool operator==( const FieldQualifier& ) const = default;
+   /// "DstPort mod 249/0xff port 240/0xff"
+   std::string text() const;
+};
+
+struct FieldActionData
+{
+   FieldAction role;
+   U32 parameter0 = 0;
+   U32 parameter1 = 0;
+   PortBitmap ports{}; // of the actions that carry a port bitmap
+
+   bool operator==( const FieldActionData& ) const = default;
+   /// "CosQCpuNew 26", "RedirectPbmp 1-4"
+   std::string text() const;
+};
+
+struct FieldRule
+{
+   std::vector<FieldQualifier> qualifiers; // in the order in which they were first given
+   std::vector<FieldActionData> actions;
+
+   /// Replaces a qualifier or action of the same role.
+   void qualifierIs( const FieldQualifier& qualifier );
+   void actionIs( const FieldActionData& action );
+
+   bool operator==( const FieldRule& ) const = default;
+};
+
+} // namespace Strata::Sim

@@ -1,0 +1,39 @@
+// Writes the changes that entities publish to the transcript. All of it under the activity lock.
+#pragma once
+
+#include "platform/runtime/Entity.h"
+#include "sim/Transcript.h"
+
+#include <memory>
+#include <string>
+#include <unordered_map>
+
+namespace Strata::Sim {
+
+using Vormel::Entity;
+using Vormel::Ref;
+
+class Recorder
+{
+ public:
+   explicit Recorder( Transcript& transcript );
+   Recorder( const Recorder& ) = delete;
+   Recorder& operator=( const Recorder& ) = delete;
+   ~Recorder();
+
+   /// Holds a reference to the entity until forget(). The name stands before the attribute's; empty
+   /// for the type's name without namespaces. An entity that is recorded already keeps its place.
+   void record( const Ref<const Entity>& entity, std::string name = {} );
+   void forget( const Entity& entity );
+
+   /// "RoutingStatusHelper.useLb (171): false -> true"
+   static std::string changeText( const std::string& name, const Vormel::Change& change );
+
+ private:
+   class Watch;
+
+   Transcript& transcript_;
+   std::unordered_map<const Entity*, std::unique_ptr<Watch>> watches_;
+};
+
+} // namespace Strata::Sim

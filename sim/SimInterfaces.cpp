@@ -1,0 +1,124 @@
+// Interfaces, LAGs and VLANs of a simulated switch: what an agent keeps consistent for the slice.
+#include "platform/runtime/Errors.h"
+#include "sim/SimSwitch.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+namespace Strata::Sim {
+
+using Interface::EthIntfStatus;
+using Interface::ForwardingModel;
+using Vormel::IntfId;
+using Vormel::ValueError;
+
+Ref<EthIntfStatus> SimSwitch::intfStatus( IntfId intf )
+{
+   if( Ref<EthIntfStatus> known = ethIntfStatusDir_->intfStatus( intf ) )
+      return known;
+   const auto status = Vormel::make<EthIntfStatus>( intf );
+   status->forwardingModelIs( ForwardingModel::bridged );
+   if( sinks_ )
+      recorder_.record( status, intf.toString() );
+   ethIntfStatusDir_->intfStatusIs( intf, status );
+   return status;
+}
+
+void SimSwitch::addInterface(
+   IntfId intf, U32 unit, int port, std::optional<ForwardingModel> model )
+{
+   if( !intf.isEthernet() )
+      throw ValueError( intf.toString() + " has no port: only Ethernet interfaces have" );
+   if( port < 1 || static_cast<U32>( port ) > ports_ )
+      throw ValueError( "the front-panel ports of a unit are 1 to " + std::to_string( ports_ ) +
+                        ", not " + std::to_string( port ) );
+   chip( unit ); // ValueError for an unknown one
+   const Ref<EthIntfStatus> status = intfStatus( intf );
+   if( model )
+      status->forwardingModelIs( *model );
+   const U32 logicalPort = static_cast<U32>( port );
+   scsd_->intfToLogicalPortIs( intf, logicalPort );
+   scsd_->strataIntfToPortIs( intf, StrataPort( unit, port, logicalPort ) );
+}
+
+void SimSwitch::removeStatus( IntfId intf )
+{
+   const Ref<EthIntfStatus> status = ethIntfStatusDir_->intfStatusDel( intf );
+   if( status )
+      recorder_.forget( *status );
+}
+
+void SimSwitch::removeInterface( IntfId intf )
+{
+   if( const IntfId lag = scsd_->lagOfMember( intf ); !lag.empty() )
+      takeOutOfLag( lag, intf );
+   scsd_->strataIntfToPortDel( intf );
+   scsd_->intfToLogicalPortDel( intf );
+   removeStatus( intf );
+}
+
+void SimSwitch::takeOutOfLag( IntfId lag, IntfId member )
+{
+   const IntfIdList members = scsd_->lagMembers( lag );
+   std::vector<IntfId> others;
+   std::ranges::copy_if(
+      members, std::back_inserter( others ), [ & ]( IntfId other ) { return other != member; } );
+   scsd_->lagMembersIs( lag, IntfIdList( std::move( others ) ) );
+   scsd_->lagOfMemberDel( member );
+}
+
+void SimSwitch::lagIs( IntfId lag, const std::vector<IntfId>& members )
+{
+   if( !lag.isPortChannel() )
+      throw ValueError( lag.toString() + " is no LAG: LAGs are Port-Channel interfaces" );
+   for( const IntfId member : members )
+      if( !member.isEthernet() )
+         throw ValueError(
+            member.toString() + " cannot be a member of a LAG: only Ethernet interfaces can" );
+   intfStatus( lag );
+   const IntfIdList before = scsd_->lagMembers( lag );
+   for( const IntfId member : members )
+      if( const IntfId other = scsd_->lagOfMember( member ); !other.empty() && other != lag )
+         takeOutOfLag( other, member );
+   // The reactors look at the LAG's members when a member tells that its LAG has changed.
+   scsd_->lagMembersIs( lag, IntfIdList( members ) );
+   for( const IntfId member : before )
+      if( std::ranges::find( members, member ) == members.end() )
+         scsd_->lagOfMemberDel( member );
+   for( const IntfId member : members )
+      scsd_->lagOfMemberIs( member, lag );
+}
+
+void SimSwitch::lagDel( IntfId lag )
+{
+   const IntfIdList members = scsd_->lagMembers( lag );
+   scsd_->lagMembersDel( lag );
+   for( const IntfId member : members )
+      scsd_->lagOfMemberDel( member );
+   removeStatus( lag );
+}
+
+void SimSwitch::vlanIs( U16 vlanId )
+{
+   if( vlanId < 1 || vlanId > 4094 )
+      throw ValueError( "VLANs are 1 to 4094, not " + std::to_string( vlanId ) );
+   for( auto& [ unit, chip ] : chips_ )
+      chip.vlanIs( vlanId );
+}
+
+void SimSwitch::vlanDel( U16 vlanId )
+{
+   for( auto& [ unit, chip ] : chips_ )
+      chip.vlanDel( vlanId );
+}
+
+void SimSwitch::hasIpOptionsProfileIs( U32 unit, bool has )
+{
+   chip( unit ); // ValueError for an unknown one
+   StrataUnit record = *scsd_->units().find( unit );
+   record.hasIpOptionsProfile = has;
+   scsd_->units().unitIs( static_cast<U16>( unit ), record );
+}
+
+} // namespace Strata::Sim

@@ -1,0 +1,165 @@
+// A whole simulated switch: chips, the SDK shim, the entry managers, and every input object that an
+// agent hands to the slice. One at a time per process, because there is one shim.
+//
+// The activity lock is held while a switch is made, used and destroyed. Whatever calls its shim
+// or its entry managers is destroyed before it.
+#pragma once
+
+#include "platform/runtime/Ref.h"
+#include "platform/state/AgentConfig.h"
+#include "platform/state/Interfaces.h"
+#include "platform/state/L3State.h"
+#include "platform/state/Mlag.h"
+#include "platform/state/StrataCommonSmData.h"
+#include "sim/Hardware.h"
+#include "sim/Recorder.h"
+#include "sim/SimPortSwTable.h"
+#include "sim/SimShim.h"
+#include "sim/TcamManagers.h"
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Strata::Sim {
+
+constexpr U32 maxUnits = 64;
+
+struct SimSwitchConfig
+{
+   std::string profile = "hsdk";
+   std::vector<U32> units{ 0 }; // 1 to 64 unit numbers, each up to 65535
+   std::optional<U32> ports{};  // front-panel ports of a unit, 1 to 256; else as the profile has it
+   std::optional<U64> seed{};   // of the SDK's numbers; else another one in every process
+   /// Where the chip differs from its profile: capabilities by name (capabilityNames()).
+   std::map<std::string, bool> capabilities{};
+   bool record = true; // notifications, traces and log messages go to the transcript
+};
+
+/// Units 0 to count - 1.
+std::vector<U32> unitNumbers( U32 count );
+
+class SimSwitch
+{
+ public:
+   /// ValueError when the configuration makes no sense. Sets the process's shim, the trace sink and
+   /// the syslog sink; the destructor puts them back.
+   explicit SimSwitch( const SimSwitchConfig& config );
+   SimSwitch( const SimSwitch& ) = delete;
+   SimSwitch& operator=( const SimSwitch& ) = delete;
+   ~SimSwitch();
+
+   const ChipProfile& profile() const { return profile_; }
+   /// In ascending order.
+   const std::vector<U32>& units() const { return units_; }
+   U32 portsPerUnit() const { return ports_; }
+   U64 seed() const { return seed_; }
+
+   Transcript& transcript() { return transcript_; }
+   Critic& critic() { return critic_; }
+   Faults& faults() { return faults_; }
+   SimShim& shim() { return shim_; }
+   const SdkNumbers& numbers() const { return numbers_; }
+   Chips& chips() { return chips_; }
+   /// ValueError when there is no such unit.
+   Chip& chip( U32 unit );
+
+   // The entry managers by group name ("main", "ttl-check", ...); null when the profile has no such
+   // group.
+   Ref<SimTcamEntryManager> tcamManager( std::string_view group = "main" ) const;
+   const std::vector<Ref<SimTcamEntryManager>>& tcamManagers() const { return tcamManagers_; }
+   const Ref<SimTcamGroupManager>& tcamGroupManager() const { return tcamGroupManager_; }
+
+   // The input objects.
+   const Ref<StrataCommonSmData>& scsd() const { return scsd_; }
+   const Ref<Features>& features() const { return features_; }
+   const Ref<StrataMiscConfig>& miscConfig() const { return miscConfig_; }
+   const Ref<StrataPbrInfo>& pbrInfo() const { return pbrInfo_; }
+   const Ref<BastleSourceIpLookupConfig>& sourceIpLookup() const { return sourceIpLookup_; }
+   const Ref<L2McastTableAllocationEnt>& l2McastTableAllocation() const { return l2Mcast_; }
+   const Ref<StrataUrpfCommonData>& urpfCommonData() const { return urpf_; }
+   const Ref<Interface::EthIntfStatusDir>& ethIntfStatusDir() const { return ethIntfStatusDir_; }
+   const Ref<IntfVlanId::Table>& intfVlanIdTable() const { return intfVlanId_; }
+   const Ref<VirtualPortStatus>& virtualPortStatus() const { return virtualPorts_; }
+   const Ref<HwStatus>& hwStatus() const { return hwStatus_; }
+   const Ref<NexthopStatusDir>& nexthopStatusDir() const { return nexthops_; }
+   const Ref<Mlag::Status>& mlagStatus() const { return mlagStatus_; }
+   const Ref<Mlag::Hardware::Status>& mlagHwStatus() const { return mlagHwStatus_; }
+   const Ref<Lag::Recirc::RecircFeatureStatus>& recircStatus() const { return recircStatus_; }
+   const Ref<SimPortSwTable>& portSwTable() const { return portSwTable_; }
+
+   /// An input object by its short name (objectNames()), or an interface's status by the
+   /// interface's name; null when there is none.
+   Ref<Entity> object( std::string_view name ) const;
+   static std::vector<std::string_view> objectNames();
+
+   /// Also writes this entity's changes to the transcript, under the name given, or its type's.
+   void record( const Ref<const Entity>& entity, const std::string& name = {} )
+   {
+      recorder_.record( entity, name );
+   }
+   void forget( const Entity& entity ) { recorder_.forget( entity ); }
+
+   /// Puts an Ethernet interface on a port: its status (bridged when it is new), its logical port
+   /// number, then the port itself. ValueError when the unit or port does not exist.
+   void addInterface( Vormel::IntfId intf, U32 unit, int port,
+      std::optional<Interface::ForwardingModel> model = std::nullopt );
+   /// Takes it away in the reverse order, and out of its LAG first.
+   void removeInterface( Vormel::IntfId intf );
+   /// Makes the LAG, if it is new, with just these members, in this order; takes them out of other
+   /// LAGs.
+   void lagIs( Vormel::IntfId lag, const std::vector<Vormel::IntfId>& members );
+   void lagDel( Vormel::IntfId lag );
+   /// The status of an interface of any kind, made when it does not exist.
+   Ref<Interface::EthIntfStatus> intfStatus( Vormel::IntfId intf );
+   /// Makes the VLAN on every unit, or removes it.
+   void vlanIs( U16 vlanId );
+   void vlanDel( U16 vlanId );
+   /// The unit keeps an IPv4 options profile of its own.
+   void hasIpOptionsProfileIs( U32 unit, bool has );
+
+ private:
+   void makeManagers();
+   void makeObjects();
+   void takeOutOfLag( Vormel::IntfId lag, Vormel::IntfId member );
+   void removeStatus( Vormel::IntfId intf );
+
+   ChipProfile profile_;
+   std::vector<U32> units_;
+   U32 ports_;
+   U64 seed_;
+   Transcript transcript_;
+   Faults faults_;
+   SdkNumbers numbers_;
+   Chips chips_;
+   Critic critic_{ chips_, transcript_ };
+   Hardware hardware_{ chips_, numbers_, critic_, faults_, transcript_ };
+   SimShim shim_;
+   std::vector<Ref<SimTcamEntryManager>> tcamManagers_;
+   Ref<SimTcamGroupManager> tcamGroupManager_;
+   Recorder recorder_{ transcript_ };
+   class Sinks;
+   std::unique_ptr<Sinks> sinks_;
+
+   Ref<StrataCommonSmData> scsd_;
+   Ref<Features> features_;
+   Ref<StrataMiscConfig> miscConfig_;
+   Ref<StrataPbrInfo> pbrInfo_;
+   Ref<BastleSourceIpLookupConfig> sourceIpLookup_;
+   Ref<L2McastTableAllocationEnt> l2Mcast_;
+   Ref<StrataUrpfCommonData> urpf_;
+   Ref<Interface::EthIntfStatusDir> ethIntfStatusDir_;
+   Ref<IntfVlanId::Table> intfVlanId_;
+   Ref<VirtualPortStatus> virtualPorts_;
+   Ref<HwStatus> hwStatus_;
+   Ref<NexthopStatusDir> nexthops_;
+   Ref<Mlag::Status> mlagStatus_;
+   Ref<Mlag::Hardware::Status> mlagHwStatus_;
+   Ref<Lag::Recirc::RecircFeatureStatus> recircStatus_;
+   Ref<SimPortSwTable> portSwTable_;
+};
+
+} // namespace Strata::Sim

@@ -1,0 +1,221 @@
+#include "sim/TcamManagers.h"
+
+#include "sim/Outcome.h"
+
+#include <utility>
+
+namespace Strata::Sim {
+
+VORMEL_ENTITY_TYPE( SimTcamEntryManager, SIM_TCAM_ENTRY_MANAGER_ATTRIBUTES )
+
+VORMEL_ENTITY_TYPE( SimTcamGroupManager, SIM_TCAM_GROUP_MANAGER_ATTRIBUTES )
+
+SimTcamEntryManager::SimTcamEntryManager(
+   const FieldGroupProfile& profile, const Hardware& hardware )
+   : profile_( profile ),
+     hardware_( hardware )
+{
+   name_ = profile.name;
+}
+
+FieldGroup* SimTcamEntryManager::group( U32 unit ) const
+{
+   const auto at = hardware_.chips.find( unit );
+   return at == hardware_.chips.end() ? nullptr : at->second.group( profile_.name );
+}
+
+template<class Work>
+SdkCode SimTcamEntryManager::perform(
+   std::string_view call, U32 unit, U32 entryId, const std::string& details, Work work )
+{
+   hardware_.critic.managerCallBegins( call, unit );
+   const auto fault = hardware_.faults.strike( call, unit, 0 );
+   FieldGroup* const at = group( unit );
+   if( !at )
+      hardware_.critic.breach( "there is no such unit", call, unit );
+   const SdkCode code = fault ? *fault : at ? work( *at ) : SdkCode::Unit;
+   write( call, unit, entryId, details, outcomeText( code, fault.has_value() ),
+      outcomeFields( code, fault.has_value() ) );
+   return code;
+}
+
+void SimTcamEntryManager::write( std::string_view call, U32 unit, U32 entryId,
+   const std::string& details, const std::string& outcome, std::vector<RecordField> fields ) const
+{
+   std::vector<RecordField> all{
+      { "manager", name_ }, { "call", call }, { "unit", unit }, { "id", entryId } };
+   if( !details.empty() )
+      all.emplace_back( "details", details );
+   for( RecordField& field : fields )
+      all.push_back( std::move( field ) );
+   std::string text = name_ + " " + std::string( call ) + " unit " + std::to_string( unit ) +
+                      " id " + std::to_string( entryId );
+   if( !details.empty() )
+      text += " " + details;
+   hardware_.transcript.add( RecordKind::entry, text + outcome, std::move( all ) );
+}
+
+static const char* mistake( FieldGroup::ClaimFailure failure )
+{
+   switch( failure ) {
+   case FieldGroup::ClaimFailure::outOfRange:
+      return "outside the manager's range";
+   case FieldGroup::ClaimFailure::heldByOther:
+      return "held under another name";
+   default:
+      return nullptr; // no room: the hardware's doing, not the caller's
+   }
+}
+
+U32 SimTcamEntryManager::getEntry(
+   U32 unit, U32 entryId, const std::string& name, const RequestKey& key )
+{
+   const char* const call = "getEntry";
+   hardware_.critic.managerCallBegins( call, unit );
+   FieldGroup* const at = group( unit );
+   if( !at )
+      hardware_.critic.breach( "there is no such unit", call, unit );
+   const bool struck = hardware_.faults.strike( call, unit, 0 ).has_value();
+   FieldGroup::ClaimResult result;
+   if( struck && at )
+      at->turnedAwayIs( entryId );
+   else if( at )
+      result = at->claim( entryId, name, key );
+
+   std::string details = "\"" + name + "\"";
+   if( key.orNext )
+      details += " or next";
+   for( const std::string& label : { key.feature, key.detail } )
+      if( !label.empty() )
+         details += " (" + label + ")";
+   write( call, unit, entryId, details,
+      " -> " + std::to_string( result.id ) + ( struck ? " (injected)" : "" ),
+      { { "result", result.id }, { "injected", struck } } );
+   if( const char* const wrong = mistake( result.failure ) )
+      hardware_.critic.breach(
+         "entry " + std::to_string( entryId ) + " \"" + name + "\" is " + wrong, call, unit );
+   return result.id;
+}
+
+int SimTcamEntryManager::installed( std::string_view call, U32 unit, U32 entryId, bool again )
+{
+   return static_cast<int>( perform( call, unit, entryId, "", [ & ]( FieldGroup& at ) {
+      const FieldEntry* const entry = at.find( entryId );
+      if( entry && entry->claim.actions.empty() )
+         hardware_.critic.breach( "the entry has no action", call, unit );
+      if( entry && entry->qualifierRefused )
+         hardware_.critic.breach(
+            "the chip refused a qualifier of the entry, so it would match too much", call, unit );
+      return again ? at.reinstall( entryId ) : at.install( entryId );
+   } ) );
+}
+
+int SimTcamEntryManager::installEntry( U32 unit, U32 entryId )
+{
+   return installed( "installEntry", unit, entryId, false );
+}
+
+int SimTcamEntryManager::reinstallEntry( U32 unit, U32 entryId )
+{
+   return installed( "reinstallEntry", unit, entryId, true );
+}
+
+void SimTcamEntryManager::removeEntry( U32 unit, U32 entryId )
+{
+   perform( "removeEntry", unit, entryId, "", [ & ]( FieldGroup& at ) {
+      at.remove( entryId );
+      return SdkCode::None;
+   } );
+}
+
+void SimTcamEntryManager::releaseEntry( U32 unit, U32 entryId )
+{
+   perform( "releaseEntry", unit, entryId, "", [ & ]( FieldGroup& at ) {
+      at.release( entryId );
+      return SdkCode::None;
+   } );
+}
+
+int SimTcamEntryManager::enableEntry( U32 unit, U32 entryId, bool enable, int mode )
+{
+   const char* const call = "enableEntry";
+   const auto work = [ & ]( FieldGroup& at ) {
+      if( mode != hardware_.numbers.fieldEntryEnableMode ) {
+         hardware_.critic.breach( "the SDK has no such number for the mode", call, unit );
+         return SdkCode::Param;
+      }
+      return at.enable( entryId, enable );
+   };
+   return static_cast<int>( perform( call, unit, entryId, enable ? "enable" : "disable", work ) );
+}
+
+U64 SimTcamEntryManager::hitsForEntry( U32 unit, U32 entryId ) const
+{
+   hardware_.critic.managerCallBegins( "hitsForEntry", unit );
+   FieldGroup* const at = group( unit );
+   const FieldEntry* const entry = at ? at->find( entryId ) : nullptr;
+   const U64 hits = entry ? entry->hits : 0;
+   write(
+      "hitsForEntry", unit, entryId, "", " -> " + std::to_string( hits ), { { "result", hits } } );
+   return hits;
+}
+
+int SimTcamEntryManager::qualified(
+   std::string_view call, U32 unit, U32 entryId, const FieldQualifier& qualifier )
+{
+   const auto work = [ & ]( FieldGroup& at ) {
+      FieldEntry* const entry = at.find( entryId );
+      if( !entry ) {
+         if( !at.turnedAway().contains( entryId ) )
+            hardware_.critic.breach(
+               "entry " + std::to_string( entryId ) + " is not claimed on the unit", call, unit );
+         return SdkCode::NotFound;
+      }
+      if( profile_.acl && qualifier.role != Qualifier::InPortsClass &&
+          qualifier.role != Qualifier::OutPortsClass )
+         return SdkCode::Unavail; // no port bitmap in the key
+      entry->claim.qualifierIs( qualifier );
+      return SdkCode::None;
+   };
+   return static_cast<int>( perform( call, unit, entryId, qualifier.text(), work ) );
+}
+
+int SimTcamEntryManager::addInPortsForEntry(
+   U32 unit, U32 entryId, const PortBitmap& ports, const PortBitmap& mask )
+{
+   return qualified( "addInPortsForEntry", unit, entryId,
+      { .role = Qualifier::InPorts, .ports = ports, .allPorts = mask } );
+}
+
+int SimTcamEntryManager::qualifyPortsClassId(
+   U32 unit, U32 entryId, const PortBitmap& ports, bool ingress )
+{
+   return qualified( "qualifyPortsClassId", unit, entryId,
+      { .role = ingress ? Qualifier::InPortsClass : Qualifier::OutPortsClass, .ports = ports } );
+}
+
+int SimTcamEntryManager::addOutLoopbackPortForEntry(
+   U32 unit, U32 entryId, int port, const PortBitmap& ports )
+{
+   PortBitmap others = ports;
+   others.remove( static_cast<U32>( port ) );
+   return qualified( "addOutLoopbackPortForEntry", unit, entryId,
+      { .role = Qualifier::OutLoopback, .data = static_cast<U64>( port ), .ports = others } );
+}
+
+Ref<StrataBoundedTcamEntryManager> SimTcamGroupManager::boundedTcamEntryManager(
+   TcamGroup group ) const
+{
+   const auto at = managers_.find( group );
+   return at == managers_.end() ? nullptr : Ref<StrataBoundedTcamEntryManager>( at->second );
+}
+
+void SimTcamGroupManager::managerIs( TcamGroup group, Ref<SimTcamEntryManager> manager )
+{
+   if( manager )
+      managers_[ group ] = std::move( manager );
+   else
+      managers_.erase( group );
+}
+
+} // namespace Strata::Sim

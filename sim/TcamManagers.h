@@ -1,0 +1,75 @@
+// The agent's entry managers over simulated chips: each serves one group of every unit's Field
+// Processor.
+#pragma once
+
+#include "platform/tcam/TcamEntryManager.h"
+#include "sim/Hardware.h"
+
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Strata::Sim {
+
+// clang-format off
+#define SIM_TCAM_ENTRY_MANAGER_ATTRIBUTES( ROW ) \
+   ROW( FIELD, name, std::string, "the group that it serves", "simulator" )
+
+#define SIM_TCAM_GROUP_MANAGER_ATTRIBUTES( ROW )
+// clang-format on
+
+class SimTcamEntryManager : public StrataBoundedTcamEntryManager
+{
+   VORMEL_ENTITY( SimTcamEntryManager, SIM_TCAM_ENTRY_MANAGER_ATTRIBUTES )
+
+   SimTcamEntryManager( const FieldGroupProfile& profile, const Hardware& hardware );
+
+   std::string entityName() const override { return name_; }
+   const FieldGroupProfile& profile() const { return profile_; }
+
+   U32 getEntry( U32 unit, U32 entryId, const std::string& name, const RequestKey& key ) override;
+   int installEntry( U32 unit, U32 entryId ) override;
+   int reinstallEntry( U32 unit, U32 entryId ) override;
+   void removeEntry( U32 unit, U32 entryId ) override;
+   void releaseEntry( U32 unit, U32 entryId ) override;
+   int enableEntry( U32 unit, U32 entryId, bool enable, int mode ) override;
+   U64 hitsForEntry( U32 unit, U32 entryId ) const override;
+   int addInPortsForEntry(
+      U32 unit, U32 entryId, const PortBitmap& ports, const PortBitmap& mask ) override;
+   int qualifyPortsClassId( U32 unit, U32 entryId, const PortBitmap& ports, bool ingress ) override;
+   int addOutLoopbackPortForEntry(
+      U32 unit, U32 entryId, int port, const PortBitmap& ports ) override;
+
+   bool supportsAclGroup() const override { return profile_.acl; }
+   U32 baseEntryId() const override { return profile_.base; }
+
+ private:
+   FieldGroup* group( U32 unit ) const;
+   /// Runs `work` on the unit's group unless a fault strikes the call, and writes the call down.
+   template<class Work>
+   SdkCode perform(
+      std::string_view call, U32 unit, U32 entryId, const std::string& details, Work work );
+   void write( std::string_view call, U32 unit, U32 entryId, const std::string& details,
+      const std::string& outcome, std::vector<RecordField> fields ) const;
+   int installed( std::string_view call, U32 unit, U32 entryId, bool again );
+   int qualified( std::string_view call, U32 unit, U32 entryId, const FieldQualifier& qualifier );
+
+   FieldGroupProfile profile_;
+   Hardware hardware_;
+};
+
+/// Knows the groups that its profile has; each can be taken away.
+class SimTcamGroupManager : public StrataTcamGroupManager
+{
+   VORMEL_ENTITY( SimTcamGroupManager, SIM_TCAM_GROUP_MANAGER_ATTRIBUTES )
+
+   Ref<StrataBoundedTcamEntryManager> boundedTcamEntryManager( TcamGroup group ) const override;
+   /// Null takes the group's assignment away.
+   void managerIs( TcamGroup group, Ref<SimTcamEntryManager> manager );
+
+ private:
+   std::map<TcamGroup, Ref<SimTcamEntryManager>> managers_;
+};
+
+} // namespace Strata::Sim

@@ -1,0 +1,114 @@
+// The one ordered transcript: hardware calls, entry-manager calls, notifications, traces, log
+// messages and whatever else happened, in the order in which it happened. Nothing in it depends on
+// pointers, times or hash order, so two runs of the same events differ only where behaviour does.
+//
+// Records may be added from any thread; records() is for the thread that drives the switch.
+#pragma once
+
+#include "platform/runtime/Enum.h"
+#include "platform/runtime/Types.h"
+
+#include <array>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+namespace Strata::Sim {
+
+enum class RecordKind : U8
+{
+   call,   // an SDK operation
+   entry,  // an entry-manager operation
+   notify, // a published change
+   trace,
+   log,
+   error,  // the shim's error hook: the agent is about to end
+   breach, // a broken convention
+   packet,
+   command, // of whoever drives the switch
+   note,
+};
+
+VORMEL_ENUM_NAMES( RecordKind, { RecordKind::call, "call" }, { RecordKind::entry, "entry" },
+   { RecordKind::notify, "notify" }, { RecordKind::trace, "trace" }, { RecordKind::log, "log" },
+   { RecordKind::error, "error" }, { RecordKind::breach, "breach" },
+   { RecordKind::packet, "packet" }, { RecordKind::command, "command" },
+   { RecordKind::note, "note" } )
+
+/// A named value of a record, for programs.
+struct RecordField
+{
+   using Value = std::variant<bool, S64, U64, std::string>;
+
+   RecordField( std::string_view fieldName, bool v ) : name( fieldName ), value( v ) {}
+   RecordField( std::string_view fieldName, S64 v ) : name( fieldName ), value( v ) {}
+   RecordField( std::string_view fieldName, S32 v ) : RecordField( fieldName, S64{ v } ) {}
+   RecordField( std::string_view fieldName, U64 v ) : name( fieldName ), value( v ) {}
+   RecordField( std::string_view fieldName, U32 v ) : RecordField( fieldName, U64{ v } ) {}
+   RecordField( std::string_view fieldName, std::string v )
+      : name( fieldName ),
+        value( std::move( v ) )
+   {}
+   RecordField( std::string_view fieldName, std::string_view v )
+      : RecordField( fieldName, std::string( v ) )
+   {}
+   RecordField( std::string_view fieldName, const char* v )
+      : RecordField( fieldName, std::string( v ) )
+   {}
+
+   std::string name;
+   Value value;
+};
+
+struct Record
+{
+   U64 number; // 1 is the transcript's first
+   RecordKind kind;
+   std::string text; // for people, without the kind
+   std::vector<RecordField> fields;
+
+   /// "call   bcm_field_lock( unit 0 )"
+   std::string line() const;
+   /// One JSON object: number, kind, then the fields in order.
+   std::string json() const;
+   /// The field as text; empty when the record has none of that name.
+   std::string field( std::string_view name ) const;
+};
+
+class Transcript
+{
+ public:
+   using Listener = std::function<void( const Record& )>;
+
+   void add( RecordKind kind, std::string text, std::vector<RecordField> fields = {} );
+
+   /// Stays valid, and so do its elements, while records are added.
+   const std::deque<Record>& records() const { return records_; }
+   U64 size() const { return records_.size(); }
+   /// How many records of a kind were added, also those that were not kept.
+   U64 count( RecordKind kind ) const;
+
+   /// Sees each record when it is added and may not add any itself. Whoever writes a file flushes
+   /// there, so that a crash loses no line. Empty for none.
+   void listenerIs( Listener listener );
+
+   /// Whether records are kept; on at first. Numbers, counts and the listener go on when they are
+   /// not.
+   void keepIs( bool keep ) { keep_ = keep; }
+   /// Forgets the kept records; numbers go on.
+   void clear() { records_.clear(); }
+
+ private:
+   mutable std::mutex mutex_;
+   std::deque<Record> records_;
+   std::array<U64, Vormel::enumTable<RecordKind>.size()> counts_{};
+   Listener listener_;
+   U64 added_ = 0;
+   bool keep_ = true;
+};
+
+} // namespace Strata::Sim

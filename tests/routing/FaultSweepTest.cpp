@@ -1,0 +1,202 @@
+// Every hardware call of the slice fails once: the agent ends with the one line, and nothing is called after it.
+#include "tests/routing/Fixture.h"
+
+#include "sim/ChipProfile.h"
+#include "sim/SdkCodes.h"
+
+#include <functional>
+#include <gmock/gmock.h>
+#include <regex>
+
+namespace Strata {
+namespace {
+
+using Sim::Fault;
+using Sim::RecordKind;
+using Sim::SdkCode;
+
+void bringUp( Tool::Agent& agent )
+{
+   RoutingStatusHelper& helper = *agent.helper();
+   helper.init( true, true );
+   helper.l3Init( true );
+   helper.doWriteIngConfig();
+   helper.doNotCopyPacketFromCpuToCpu();
+}
+
+// The operations that no bring-up runs, each at least once with something to do.
+void everythingElse( Tool::Agent& agent )
+{
+   RoutingStatusHelper& helper = *agent.helper();
+   Sim::SimSwitch& hardware = agent.hardware();
+   const EthAddr mac = *EthAddr::parse( "00:1c:73:00:00:01" );
+   helper.routerMacAddrIs( mac );
+   helper.virtualRouterMacAddrIs( *EthAddr::parse( "00:1c:73:00:00:99" ) );
+   helper.handleRouting( true, true );
+   helper.handleVlanRoutingState( 10, { true, false, true } );
+   helper.handleIpAddressState( 10, true, false );
+   helper.enableVlanRouting( 10, true );
+   helper.handlePerVlanRouting( true );
+   helper.handleIpAddressState( 10, false, false );
+   helper.handleMplsRouting( true );
+   helper.addMyStationTcamEntry( 0, 1, mac, true, 10, false, true, true );
+   helper.verifyMyStationTcamEntry( 0, 1, true, mac, true, 10, false, true, true );
+   hardware.mlagHwStatus()->peerMacRoutingSupportedIs( true );
+   helper.handlePeerMacRouting( mac, true );
+   helper.handlePeerMacRouting( mac, false );
+   helper.doUrpfHwInitStage1( true );
+   helper.handleTcamEntryVlanFloodDrop( 3, true );
+   helper.programDualHash( SwitchControl::HashL2Dual, true );
+   helper.programDualHash( SwitchControl::HashL3Dual, true );
+   helper.programL2TrafficRouting( true );
+   hardware.addInterface( IntfId( "Ethernet1" ), 0, 1 );
+   helper.programSwitchCtrlPortSet( IntfId( "Ethernet1" ) );
+   helper.updateVlanFloodTcamEntriesOnSpeedChange( IntfId( "Ethernet1" ), true );
+   helper.handlePeerMacArpRedirect( mac, IntfId( "Ethernet1" ), true );
+   helper.handleMplsRouting( false );
+   helper.handleRouting( false, false );
+   helper.routerMacAddrIs( EthAddr() );
+   helper.handleTcamEntryL2ToCpu();
+   helper.init( false, true );
+}
+
+class FaultSweepTest : public SwitchTest, public testing::WithParamInterface<std::string_view>
+{
+ protected:
+   using Run = std::function<void( Tool::Agent& )>;
+
+   Tool::Agent& fresh( bool up )
+   {
+      Tool::Agent& made = make( std::string( GetParam() ) );
+      made.hardware().vlanIs( 10 );
+      for( const U32 unit : made.hardware().units() )
+         made.hardware().hasIpOptionsProfileIs( unit, true );
+      made.hardware().scsd()->vxlanEnabledIs( true );
+      if( up )
+         bringUp( made );
+      return made;
+   }
+
+   struct Ending
+   {
+      bool died = false;
+      std::string assertion;
+      std::string errors; // standard error
+   };
+
+   Ending endingOf( const Run& run )
+   {
+      Ending ending;
+      testing::internal::CaptureStderr();
+      try {
+         run( *agent );
+      } catch( const Died& died ) {
+         ending.died = true;
+         ending.assertion = died.text;
+      }
+      ending.errors = testing::internal::GetCapturedStderr();
+      return ending;
+   }
+
+   std::string callText( U64 wanted )
+   {
+      U64 n = 0;
+      for( const Sim::Record& record : transcript().records() )
+         if( record.kind == RecordKind::call && ++n == wanted )
+            return record.text;
+      return {};
+   }
+
+   U64 callsOf( bool up, const Run& run )
+   {
+      fresh( up );
+      const U64 before = transcript().count( RecordKind::call );
+      run( *agent );
+      return transcript().count( RecordKind::call ) - before;
+   }
+
+   void failEachCall( bool up, const Run& run )
+   {
+      const U64 calls = callsOf( up, run );
+      ASSERT_GT( calls, 10u );
+      for( U64 n = 1; n <= calls; ++n ) {
+         SCOPED_TRACE( "call " + std::to_string( n ) + " of " + std::to_string( calls ) );
+         fresh( up );
+         const U64 before = transcript().count( RecordKind::call );
+         agent->hardware().faults().inject( { .nth = n, .code = SdkCode::Fail } );
+         const Ending ending = endingOf( run );
+         EXPECT_EQ( ending.assertion, "0" );
+         EXPECT_EQ( transcript().count( RecordKind::call ) - before, n );
+         EXPECT_EQ( transcript().count( RecordKind::error ), 1u );
+         static const std::regex report(
+            "routing/[A-Za-z0-9/]+\\.cpp:[0-9]+ (static )?[^\n]+ API ERROR:[^\n]+ \\(-[0-9]+\\)\n"
+            "routing/tcam/CheckedCall\\.cpp:[0-9]+: [^\n]+: Assertion '0' failed\\.\n" );
+         EXPECT_TRUE( std::regex_match( ending.errors, report ) ) << ending.errors;
+      }
+   }
+};
+
+TEST_P( FaultSweepTest, EachCallOfTheBringUpIsFatalAndTheLast )
+{
+   failEachCall( false, bringUp );
+}
+
+TEST_P( FaultSweepTest, EachCallOfTheOtherOperationsIsFatalAndTheLast )
+{
+   failEachCall( true, everythingElse );
+}
+
+TEST_P( FaultSweepTest, AFeatureThatTheChipLacksStopsNothing )
+{
+   const U64 calls = callsOf( false, bringUp );
+   for( U64 n = 1; n <= calls; ++n ) {
+      SCOPED_TRACE( "call " + std::to_string( n ) );
+      fresh( false );
+      // Entries whose qualifier was refused are not what this is about.
+      agent->hardware().critic().collect();
+      agent->hardware().faults().inject( { .nth = n, .code = SdkCode::Unavail } );
+      const Ending ending = endingOf( bringUp );
+      // A lock that cannot be dropped is no lacking feature: the next one cannot be had.
+      if( callText( n ).starts_with( "bcm_field_unlock" ) )
+         continue;
+      EXPECT_EQ( ending.errors.find( "API ERROR" ), std::string::npos );
+      // An entry that was left without an action cannot be installed; anything else goes on.
+      if( ending.died ) {
+         EXPECT_THAT( callText( n ), testing::StartsWith( "bcm_field_action_" ) );
+      }
+   }
+}
+
+TEST_P( FaultSweepTest, AFailingInstallEndsTheAgentByItsAssertionAlone )
+{
+   for( U64 n = 1;; ++n ) {
+      fresh( false );
+      agent->hardware().faults().inject(
+         { .call = "installEntry", .nth = n, .code = SdkCode::Full } );
+      const Ending ending = endingOf( bringUp );
+      if( !ending.died ) {
+         EXPECT_GT( n, 5u ); // all installs were tried
+         return;
+      }
+      EXPECT_EQ( ending.assertion, "rc == BCM_E_NONE && \"installEntry failed\"" );
+      EXPECT_EQ( ending.errors.find( "API ERROR" ), std::string::npos );
+   }
+}
+
+std::vector<std::string_view> profileNames()
+{
+   std::vector<std::string_view> names;
+   for( const Sim::ChipProfile& profile : Sim::chipProfiles() )
+      names.push_back( profile.name );
+   return names;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+   Profiles, FaultSweepTest, testing::ValuesIn( profileNames() ), []( const auto& profile ) {
+      std::string name( profile.param );
+      std::erase( name, '-' );
+      return name;
+   } );
+
+} // namespace
+} // namespace Strata

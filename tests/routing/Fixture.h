@@ -1,0 +1,63 @@
+// A simulated switch with its agent, for tests of the slice. The activity lock is held for the test.
+#pragma once
+
+#include "platform/runtime/Activity.h"
+#include "platform/runtime/Assert.h"
+#include "tool/Agent.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace Strata {
+
+using Vormel::EthAddr;
+using Vormel::IntfId;
+
+/// What an assertion throws in these tests instead of ending the process.
+struct Died
+{
+   std::string text;
+};
+
+class SwitchTest : public testing::Test
+{
+ protected:
+   SwitchTest()
+   {
+      Vormel::assertionHookIs(
+         []( const auto& failure ) { throw Died{ std::string( failure.text ) }; } );
+   }
+   ~SwitchTest() override { Vormel::assertionHookIs( nullptr ); }
+
+   Tool::Agent& make( const std::string& profile, std::vector<U32> units = { 0, 1 } )
+   {
+      agent.reset();
+      Tool::AgentConfig config;
+      config.hardware.profile = profile;
+      config.hardware.units = std::move( units );
+      agent.emplace( config );
+      return *agent;
+   }
+
+   RoutingStatusHelper& helper() { return *agent->helper(); }
+   Sim::Transcript& transcript() { return agent->hardware().transcript(); }
+
+   /// Records of a kind since record number `from`, one text a line.
+   std::string texts( Sim::RecordKind kind, U64 from = 0 )
+   {
+      std::string all;
+      for( const Sim::Record& record : transcript().records() )
+         if( record.kind == kind && record.number > from )
+            all += record.text + "\n";
+      return all;
+   }
+
+   Vormel::LockAnchor lock{ Vormel::activityLock() };
+   std::optional<Tool::Agent> agent;
+};
+
+} // namespace Strata

@@ -1,0 +1,27 @@
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
+#include <string>
+
+namespace Strata {
+namespace {
+
+// Operators and their tools search logs for these texts. They come out of the code itself, so a renamed local
+// would change them unnoticed.
+TEST( QuotedTextsTest, EveryTextThatLogsShowIsInTheLibrary )
+{
+   std::ifstream file( STRATA_LIBRARY_FILE, std::ios::binary );
+   const std::string library{ std::istreambuf_iterator<char>( file ), {} };
+   ASSERT_FALSE( library.empty() ) << STRATA_LIBRARY_FILE;
+   std::ifstream texts( "tests/routing/quoted-texts.txt" );
+   int count = 0;
+   for( std::string text; std::getline( texts, text ); ++count ) {
+      const bool found = library.find( text + '\0' ) != std::string::npos;
+      EXPECT_TRUE( found ) << text;
+   }
+   EXPECT_GT( count, 90 );
+}
+
+} // namespace
+} // namespace Strata

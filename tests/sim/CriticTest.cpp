@@ -1,0 +1,136 @@
+// Each convention of the hardware calls, broken once.
+#include "tests/sim/SimTest.h"
+
+namespace Strata::Sim {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class CriticTest : public SimTest
+{
+ protected:
+   int lockField( U32 unit ) { return call( &SdkShimInterface::fieldLock, unit ); }
+   int unlockField( U32 unit ) { return bareCall( &SdkShimInterface::fieldUnlock, unit ); }
+
+   SimShim& shim = hardware.shim();
+   Ref<SimTcamEntryManager> manager = hardware.tcamManager();
+   const U32 id = manager->baseEntryId();
+};
+
+TEST_F( CriticTest, OperationsNeedTheirHookAndNoActivityLock )
+{
+   const int control = shim.switchControl( SwitchControl::L3EgressMode );
+   EXPECT_EQ( call( &SdkShimInterface::switchControlSet, 0, control, 1 ), ok );
+   EXPECT_THAT( breaches(), IsEmpty() );
+
+   bareCall( &SdkShimInterface::switchControlSet, 0, control, 1 );
+   EXPECT_THAT(
+      breaches(), ElementsAre( "bcm_switch_control_set: the pre-call hook runs right before "
+                               "each SDK operation" ) );
+   shim.preCall();
+   shim.switchControlSet( 0, control, 1 );
+   EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "made without the activity lock" ) ) );
+   shim.preCall();
+   manager->getEntry( 0, id, "one", {} );
+   bareCall( &SdkShimInterface::switchControlSet, 0, control, 1 );
+   EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "right before" ) ) );
+   {
+      const Vormel::UnlockAnchor anchor( Vormel::activityLock() );
+      shim.preCall();
+      manager->installEntry( 0, id + 1 );
+   }
+   EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "with the activity lock held" ),
+                               HasSubstr( "installEntry: an entry-manager call" ) ) );
+   EXPECT_EQ( call( &SdkShimInterface::switchControlSet, 1, control, 1 ), code( SdkCode::Unit ) );
+   EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "there is no such unit" ) ) );
+}
+
+TEST_F( CriticTest, ActionsAreRewrittenUnderTheFieldLock )
+{
+   manager->getEntry( 0, id, "one", {} );
+   EXPECT_EQ( lockField( 0 ), ok );
+   {
+      // Within the section each call has its hook, and nobody holds the activity lock.
+      const Vormel::UnlockAnchor anchor( Vormel::activityLock() );
+      EXPECT_EQ( call( &SdkShimInterface::fieldActionRemoveAll, 0, id ), ok );
+      EXPECT_EQ( call( &SdkShimInterface::fieldActionPortsAdd, 0, id,
+                    shim.fieldAction( FieldAction::RedirectPbmp ), PortBitmap() ),
+         ok );
+      bareCall( &SdkShimInterface::fieldActionRemoveAll, 0, id );
+   }
+   EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "pre-call hook" ) ) );
+   EXPECT_EQ( lockField( 0 ), code( SdkCode::Busy ) );
+   EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "FP lock is held already" ) ) );
+   call( &SdkShimInterface::fieldActionRemoveAll, 4, id );
+   EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "needs the unit's FP lock" ),
+                               HasSubstr( "is not claimed on the unit" ) ) );
+   EXPECT_EQ( unlockField( 0 ), ok );
+   EXPECT_THAT( breaches(), IsEmpty() );
+   unlockField( 0 );
+   EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "FP lock is not held" ) ) );
+}
+
+TEST_F( CriticTest, EntriesAreInstalledWithAnActionAndEveryQualifier )
+{
+   manager->getEntry( 0, id, "one", {} );
+   EXPECT_EQ( manager->installEntry( 0, id ), code( SdkCode::Config ) );
+   EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "the entry has no action" ) ) );
+
+   // This chip knows no HiGig, and the slice can know that.
+   addAction( 0, id, FieldAction::Drop );
+   EXPECT_EQ( call( &SdkShimInterface::fieldQualifyHiGig, 0, id, U8{ 0 }, U8{ 1 } ),
+      code( SdkCode::Unavail ) );
+   manager->installEntry( 0, id );
+   EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "refused a qualifier" ) ) );
+   manager->getEntry( 0, id, "one", {} );
+   EXPECT_EQ( manager->installEntry( 0, id ), ok );
+
+   // An injected refusal is not the slice's fault.
+   hardware.faults().inject( { .call = "bcm_field_qualify_Ttl", .code = SdkCode::Unavail } );
+   EXPECT_EQ( call( &SdkShimInterface::fieldQualifyTtl, 0, id, U8{ 0 }, U8{ 0xFF } ),
+      code( SdkCode::Unavail ) );
+   EXPECT_EQ( manager->installEntry( 0, id ), ok );
+   EXPECT_THAT( breaches(), IsEmpty() );
+
+   EXPECT_EQ( call( &SdkShimInterface::fieldQualifyTtl, 4, id, U8{ 0 }, U8{ 0xFF } ),
+      code( SdkCode::NotFound ) );
+   EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "entry 1001 is not claimed on the unit" ) ) );
+}
+
+TEST_F( CriticTest, NumbersMustBeTheSdks )
+{
+   manager->getEntry( 0, id, "one", {} );
+   EXPECT_EQ( call( &SdkShimInterface::fieldActionAdd, 0, id, 3, 0, 0 ), code( SdkCode::Param ) );
+   // Right numbers in the wrong place are as bad.
+   call( &SdkShimInterface::switchControlSet, 0, shim.fieldAction( FieldAction::Drop ), 1 );
+   call( &SdkShimInterface::fieldQualifyIntPriority, 0, id, 5, 0xFFFFFFFF );
+   call( &SdkShimInterface::fieldQualifyIngressStpState, 0, id,
+      static_cast<U8>( shim.stpForward() + 1 ), U8{ 0xFF } );
+   EXPECT_THAT( breaches(),
+      ElementsAre( HasSubstr( "number for the action" ), HasSubstr( "number for the control" ),
+         HasSubstr( "exact-match mask" ), HasSubstr( "spanning-tree state" ) ) );
+   U32 value = 0;
+   shim.registerFieldSet( Register::CpuControlM, value, RegisterField::Ip4UrpfOnL3Iif, 1 );
+   EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "is not a field of the register" ) ) );
+   EXPECT_EQ( value, 0u );
+}
+
+TEST_F( CriticTest, NothingFollowsTheErrorHook )
+{
+   shim.errorHook();
+   manager->getEntry( 0, id, "one", {} );
+   EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "the agent should have ended" ) ) );
+   hardware.critic().restart();
+   manager->getEntry( 0, id, "one", {} );
+   EXPECT_THAT( breaches(), IsEmpty() );
+}
+
+TEST_F( CriticTest, ABreachEndsTheProcessUnlessItIsCollected )
+{
+   hardware.critic().handlerIs( {} );
+   EXPECT_DEATH( bareCall( &SdkShimInterface::fieldLock, 4 ),
+      "broken convention: bcm_field_lock on unit 4: the pre-call hook runs right before" );
+}
+
+} // namespace Strata::Sim

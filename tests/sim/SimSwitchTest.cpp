@@ -1,0 +1,140 @@
+// The switch as a whole: its transcript, its input objects, how it is made and taken down.
+#include "platform/runtime/Errors.h"
+#include "platform/runtime/Syslog.h"
+#include "platform/runtime/Trace.h"
+#include "tests/sim/SimTest.h"
+
+#include <nlohmann/json.hpp>
+
+namespace Strata::Sim {
+
+using Interface::ForwardingModel;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using Vormel::IntfId;
+
+class SimSwitchTest : public SimTest
+{
+};
+
+TEST_F( SimSwitchTest, TheTranscriptNamesWhatWasCalled )
+{
+   const Ref<SimTcamEntryManager> manager = hardware.tcamManager( "ttl-check" );
+   SimShim& shim = hardware.shim();
+   manager->getEntry( 4, 101, "VFI IP TTL 0", {} );
+   call( &SdkShimInterface::fieldQualifyTtl, 4, 101, U8{ 0 }, U8{ 0xFF } );
+   call( &SdkShimInterface::fieldQualifyPacketRes, 4, 101,
+      shim.packetResult( PacketResult::L2UNKNOWN ), shim.exactMatchMask() );
+   call( &SdkShimInterface::fieldActionAdd, 4, 101, shim.fieldAction( FieldAction::CosQCpuNew ), 26,
+      0 );
+   call( &SdkShimInterface::switchControlPortSet, 4, shim.chipWidePort(),
+      shim.switchControl( SwitchControl::IgmpReservedMcastEnable ), 1 );
+   const auto& records = hardware.transcript().records();
+   std::vector<std::string> all;
+   for( const Record& record : records )
+      all.push_back( record.line() );
+   EXPECT_THAT(
+      all, ElementsAre( "entry  ttl-check getEntry unit 4 id 101 \"VFI IP TTL 0\" -> 101",
+              "call   bcm_field_qualify_Ttl( unit 4, entry 101, data 0, mask 0xff )",
+              "call   bcm_field_qualify_PacketRes( unit 4, entry 101, data L2UNKNOWN, mask exact )",
+              "call   bcm_field_action_add( unit 4, entry 101, action CosQCpuNew, parameter0 26, "
+              "parameter1 0 )",
+              "call   bcm_switch_control_port_set( unit 4, port chip-wide, control "
+              "IgmpReservedMcastEnable, value 1 ) -> BCM_E_UNAVAIL" ) );
+   EXPECT_EQ( records.at( 1 ).json(),
+      R"({"number":2,"kind":"call","call":"bcm_field_qualify_Ttl","callNumber":1,"unit":4,"entry":101,)"
+      R"("data":0,"mask":255,"rc":"BCM_E_NONE"})" );
+   EXPECT_EQ( records.at( 4 ).field( "rc" ), "BCM_E_UNAVAIL" );
+   EXPECT_EQ( hardware.transcript().count( RecordKind::call ), 4u );
+   EXPECT_EQ( shim.calls( SdkOperation::fieldQualifyTtl ), 1u );
+}
+
+TEST_F( SimSwitchTest, ChangesAreToldWithOldAndNewValue )
+{
+   std::vector<std::string> heard;
+   hardware.transcript().listenerIs( [ & ]( const Record& r ) { heard.push_back( r.text ); } );
+   hardware.scsd()->vxlanEnabledIs( false );
+   hardware.miscConfig()->unknownMacDropTrafficClassIs( 5, true );
+   hardware.addInterface( IntfId( "Ethernet1" ), 4, 2 );
+   hardware.intfStatus( IntfId( "Ethernet1" ) )->forwardingModelIs( ForwardingModel::routed );
+   hardware.miscConfig()->unknownMacDropTrafficClassDel( 5 );
+   EXPECT_THAT( heard, ElementsAre( "scsd.vxlanEnabled (464): true -> false",
+                          "miscConfig.unknownMacDropTrafficClass[5] (275): inserted true",
+                          "ethIntfStatusDir.intfStatus[Ethernet1] (386): inserted Ethernet1",
+                          "scsd.intfToLogicalPort[Ethernet1] (388): inserted 2",
+                          "scsd.strataIntfToPort[Ethernet1] (387): inserted 4/2/2",
+                          "Ethernet1.forwardingModel (262): bridged -> routed",
+                          "miscConfig.unknownMacDropTrafficClass[5] (275): removed true" ) );
+   const auto json = nlohmann::json::parse( hardware.transcript().records().at( 5 ).json() );
+   EXPECT_EQ( json.at( "new" ), "routed" );
+}
+
+TEST_F( SimSwitchTest, TracesAndLogMessagesStandInTheTranscript )
+{
+   static Vormel::TraceHandle trace( "SimSwitchTest" );
+   static Vormel::SyslogHandle message( "SIM_TEST", Vormel::Severity::warning, "port %d", "", "" );
+   VORMEL_TRACE_AS( trace, 0, "nobody", "off" );
+   trace.levelIs( 2 );
+   VORMEL_TRACE_AS( trace, 2, "init", "init, enable: " << true );
+   Vormel::logMessage( message, 7 );
+   trace.levelsOff();
+   EXPECT_THAT(
+      lines( RecordKind::trace ), ElementsAre( "trace  SimSwitchTest 2 init: init, enable: 1" ) );
+   EXPECT_THAT( lines( RecordKind::log ), ElementsAre( HasSubstr( "%SIM_TEST-4: port 7" ) ) );
+}
+
+TEST_F( SimSwitchTest, LagsAndTheirMembersAgree )
+{
+   const IntfId one( "Ethernet1" ), two( "Ethernet2" ), three( "Ethernet3" );
+   const IntfId lag( "Port-Channel5" ), other( "Port-Channel6" );
+   int port = 1;
+   for( const IntfId intf : { one, two, three } )
+      hardware.addInterface( intf, 0, port++ );
+   hardware.lagIs( lag, { one, two } );
+   hardware.lagIs( lag, { three, two } );
+   hardware.lagIs( other, { two } );
+   const auto& scsd = *hardware.scsd();
+   EXPECT_EQ( toText( scsd.lagMembers( lag ) ), "Ethernet3" );
+   EXPECT_EQ( scsd.lagOfMember( two ), other );
+   EXPECT_TRUE( scsd.lagOfMember( one ).empty() );
+   hardware.removeInterface( three );
+   EXPECT_TRUE( scsd.lagMembers( lag ).empty() );
+   EXPECT_EQ( hardware.object( "Ethernet3" ), nullptr );
+   EXPECT_NE( hardware.object( "Port-Channel5" ), nullptr );
+   hardware.lagDel( other );
+   EXPECT_TRUE( scsd.lagOfMember( two ).empty() );
+   EXPECT_THROW( hardware.addInterface( one, 0, 5 ), Vormel::ValueError );
+   EXPECT_THROW( hardware.addInterface( one, 1, 1 ), Vormel::ValueError );
+   EXPECT_THROW( hardware.lagIs( one, {} ), Vormel::ValueError );
+}
+
+TEST( SimSwitchMaking, RefusesWhatMakesNoSense )
+{
+   const Vormel::LockAnchor lock( Vormel::activityLock() );
+   const auto refusal = []( const SimSwitchConfig& config ) -> std::string {
+      try {
+         const SimSwitch hardware( config );
+      } catch( const Vormel::ValueError& error ) {
+         return error.what();
+      }
+      return "accepted";
+   };
+   EXPECT_THAT( refusal( { .profile = "hsdc" } ), HasSubstr( "did you mean 'hsdk'?" ) );
+   EXPECT_THAT( refusal( { .units = unitNumbers( 65 ) } ), HasSubstr( "1 to 64 units, not 65" ) );
+   EXPECT_THAT( refusal( { .units = { 3, 3 } } ), HasSubstr( "number of its own" ) );
+   EXPECT_THAT( refusal( { .ports = 0 } ), HasSubstr( "1 to 256 ports, not 0" ) );
+   EXPECT_THAT(
+      refusal( { .capabilities = { { "usesHsdc", true } } } ), HasSubstr( "'usesHsdk'" ) );
+   EXPECT_EQ( sdkShim(), nullptr );
+
+   for( const ChipProfile& profile : chipProfiles() ) {
+      SimSwitch hardware( { .profile = profile.name } );
+      EXPECT_EQ( sdkShim(), &hardware.shim() );
+      EXPECT_EQ( chipAttributes( *hardware.scsd() ).usesHsdk(), profile.attributes.usesHsdk() );
+      for( const TcamGroup group : { TcamGroup::urpfSingleWide, TcamGroup::ttlCheck } )
+         EXPECT_TRUE( hardware.tcamGroupManager()->boundedTcamEntryManager( group ) );
+   }
+   EXPECT_EQ( sdkShim(), nullptr );
+}
+
+} // namespace Strata::Sim

@@ -1,0 +1,102 @@
+#include "tool/Catalogue.h"
+
+#include "platform/runtime/Value.h"
+#include "platform/state/AgentConfig.h"
+#include "platform/state/Interfaces.h"
+#include "platform/state/L3State.h"
+#include "platform/state/Mlag.h"
+#include "platform/state/StrataCommonSmData.h"
+#include "routing/RoutingStatusHelper.h"
+
+namespace Strata::Tool {
+
+using Vormel::AttributeInfo;
+using Vormel::AttributeKind;
+
+namespace {
+
+std::string typeText( const AttributeInfo& info )
+{
+   const std::string type( info.type );
+   switch( info.kind ) {
+   case AttributeKind::Array:
+      return type + " by " + std::string( info.keyType ) + " (array)";
+   case AttributeKind::Map:
+      return type + " by " + std::string( info.keyType ) + " (map)";
+   case AttributeKind::Field:
+      return type + " (fixed)";
+   case AttributeKind::Scalar:
+      break;
+   }
+   return type;
+}
+
+std::string describe( const AttributeInfo& info )
+{
+   std::string text( info.name );
+   text += "\n   " + typeText( info );
+   if( info.kind == AttributeKind::Scalar )
+      text += ", default " + std::string( info.defaultText );
+   return text + "\n   " + std::string( info.meaning ) +
+          "\n   written by: " + std::string( info.maintainer );
+}
+
+} // namespace
+
+Table attributeTable( const Vormel::EntityType& type )
+{
+   Table table( { { "Number", Align::right }, { "Attribute" } } );
+   for( const auto& attribute : type.attributes() ) {
+      const AttributeInfo& info = attribute->info();
+      table.row( { info.number == 0 ? "-" : std::to_string( info.number ), describe( info ) } );
+   }
+   return table;
+}
+
+Table operationTable( const Vormel::EntityType& type )
+{
+   Table table( { { "Operation" } } );
+   for( const auto& operation : type.operations() ) {
+      std::string text( operation->name() );
+      text += "\n   " + std::string( operation->summary() );
+      for( const std::string& parameter : operation->parameters() )
+         text += "\n   " + parameter;
+      table.row( { text } );
+   }
+   return table;
+}
+
+const std::vector<NamedType>& namedTypes()
+{
+   static const std::vector<NamedType> types{ { "helper", &RoutingStatusHelper::type() },
+      { "scsd", &StrataCommonSmData::type() }, { "features", &Features::type() },
+      { "miscConfig", &StrataMiscConfig::type() }, { "pbr", &StrataPbrInfo::type() },
+      { "sourceIpLookup", &BastleSourceIpLookupConfig::type() },
+      { "l2Mcast", &L2McastTableAllocationEnt::type() }, { "urpf", &StrataUrpfCommonData::type() },
+      { "ethIntfStatusDir", &Interface::EthIntfStatusDir::type() },
+      { "interface", &Interface::EthIntfStatus::type() },
+      { "intfVlanId", &IntfVlanId::Table::type() }, { "virtualPorts", &VirtualPortStatus::type() },
+      { "hwStatus", &HwStatus::type() }, { "nexthops", &NexthopStatusDir::type() },
+      { "mlagStatus", &Mlag::Status::type() }, { "mlagHwStatus", &Mlag::Hardware::Status::type() },
+      { "recircStatus", &Lag::Recirc::RecircFeatureStatus::type() } };
+   return types;
+}
+
+std::vector<AttributeValue> attributeValues( const Vormel::Entity& entity )
+{
+   std::vector<AttributeValue> values;
+   for( const auto& attribute : entity.entityType().attributes() ) {
+      const AttributeInfo& info = attribute->info();
+      const std::string name( info.name );
+      if( info.kind == AttributeKind::Field || info.kind == AttributeKind::Scalar ) {
+         values.push_back( { attribute.get(), name, attribute->read( entity ) } );
+         continue;
+      }
+      for( const Vormel::Member& member : attribute->members( entity ) )
+         values.push_back(
+            { attribute.get(), name + "[" + toText( member.key ) + "]", member.value } );
+   }
+   return values;
+}
+
+} // namespace Strata::Tool

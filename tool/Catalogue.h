@@ -1,0 +1,35 @@
+// Tables of what entities offer by name and of what they hold.
+#pragma once
+
+#include "platform/runtime/Entity.h"
+#include "platform/runtime/EntityType.h"
+#include "tool/Table.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Strata::Tool {
+
+/// The attributes of a type: number, name, type, default, meaning.
+Table attributeTable( const Vormel::EntityType& type );
+Table operationTable( const Vormel::EntityType& type );
+
+/// The types of the objects that a scenario can name, with those names.
+struct NamedType
+{
+   std::string_view object;
+   const Vormel::EntityType* type;
+};
+const std::vector<NamedType>& namedTypes();
+
+/// One row for each value of an entity: members of collections go by their keys.
+struct AttributeValue
+{
+   const Vormel::Attribute* attribute;
+   std::string name; // "useLb", "tcamEntryArpReply[bridgeMac]"
+   Vormel::Value value;
+};
+std::vector<AttributeValue> attributeValues( const Vormel::Entity& entity );
+
+} // namespace Strata::Tool

@@ -1,0 +1,280 @@
+#include "tool/Console.h"
+
+#include <cerrno>
+#include <cstring>
+#include <ostream>
+#include <regex>
+
+namespace Strata::Tool {
+
+using nlohmann::ordered_json;
+
+namespace {
+
+std::string_view colourOf( Tone tone )
+{
+   switch( tone ) {
+   case Tone::heading:
+      return "\033[1;36m";
+   case Tone::title:
+      return "\033[1m";
+   case Tone::note:
+      return "\033[33m";
+   case Tone::good:
+      return "\033[32m";
+   case Tone::bad:
+      return "\033[1;31m";
+   case Tone::faint:
+      return "\033[2m";
+   case Tone::plain:
+      break;
+   }
+   return {};
+}
+
+/// The command without its comment.
+std::string commandText( const Line& line )
+{
+   const std::size_t start = line.words.front().column - 1;
+   const Word& last = line.words.back();
+   return line.text.substr( start, last.column - 1 + last.width - start );
+}
+
+Tone toneOf( const Sim::Record& record )
+{
+   switch( record.kind ) {
+   case Sim::RecordKind::error:
+   case Sim::RecordKind::breach:
+      return Tone::bad;
+   case Sim::RecordKind::notify:
+      return Tone::good;
+   case Sim::RecordKind::trace:
+      return Tone::faint;
+   default:
+      return Tone::plain;
+   }
+}
+
+/// Code moves; what it reports should read the same afterwards.
+std::string withoutSourceLines( const std::string& text )
+{
+   static const std::regex sourceLine( "\\.(cpp|h):[0-9]+" );
+   const bool mayName = text.find( ".cpp:" ) != text.npos || text.find( ".h:" ) != text.npos;
+   return mayName ? std::regex_replace( text, sourceLine, ".$1:*" ) : text;
+}
+
+std::string where( const Line& line )
+{
+   return line.file + ":" + std::to_string( line.number );
+}
+
+std::string dump( const ordered_json& object )
+{
+   // Names may hold any bytes; a transcript is valid text all the same.
+   return object.dump( -1, ' ', false, ordered_json::error_handler_t::replace );
+}
+
+} // namespace
+
+ChildChannel::~ChildChannel() = default;
+
+Console::Console( std::ostream& out, std::ostream& err, const ConsoleConfig& config )
+   : out_( out ),
+     err_( err ),
+     config_( config )
+{
+   if( config_.transcriptFile.empty() )
+      return;
+   transcript_.open( config_.transcriptFile, std::ios::trunc );
+   if( !transcript_ )
+      throw std::runtime_error( "cannot write the transcript '" + config_.transcriptFile +
+                                "': " + std::strerror( errno ) );
+}
+
+void Console::write( std::ostream& stream, bool colour, const std::vector<Toned>& lines )
+{
+   for( const Toned& line : lines ) {
+      const std::string_view code = colour ? colourOf( line.tone ) : std::string_view();
+      stream << code << line.text << ( code.empty() ? "" : "\033[0m" ) << '\n';
+   }
+   stream.flush();
+}
+
+void Console::writeTranscript( const std::vector<Toned>& lines )
+{
+   for( const Toned& line : lines )
+      transcript_ << withoutSourceLines( line.text ) << '\n';
+   transcript_.flush();
+}
+
+void Console::emit( Weight weight, const std::vector<Toned>& lines, const Json& json )
+{
+   reported_ = true;
+   blank_ = !lines.empty() && lines.back().text.empty();
+   if( channel_ ) {
+      if( config_.json )
+         channel_->send( 'J', json() );
+      else
+         for( const Toned& line : lines )
+            channel_->send( 'T', line.text );
+      return;
+   }
+   const std::string object = config_.json ? json() + "\n" : std::string();
+   if( config_.json )
+      out_ << object << std::flush;
+   else if( !config_.quiet || weight == Weight::asked )
+      write( out_, config_.colour, lines );
+   if( !transcript_.is_open() )
+      return;
+   if( config_.json )
+      transcript_ << object << std::flush;
+   else
+      writeTranscript( lines );
+}
+
+void Console::command( const Line& line )
+{
+   const std::string text = commandText( line );
+   std::vector<Toned> lines{ { Tone::heading, "> " + text } };
+   if( reported_ && !blank_ )
+      lines.insert( lines.begin(), { Tone::plain, "" } );
+   emit( Weight::ordinary, lines, [ & ] {
+      return dump( { { "kind", "command" }, { "line", line.number }, { "text", text } } );
+   } );
+   reported_ = false;
+}
+
+void Console::note( std::string_view text )
+{
+   std::vector<Toned> lines;
+   if( !blank_ )
+      lines.push_back( { Tone::plain, "" } );
+   for( const std::string& part : wrapped( text, Table::lineWidth ) )
+      lines.push_back( { Tone::note, part } );
+   emit( Weight::ordinary, lines, [ & ] {
+      return dump( { { "kind", "note" }, { "text", text } } );
+   } );
+}
+
+void Console::record( const Sim::Record& record )
+{
+   emit( Weight::ordinary, { { toneOf( record ), "  " + record.line() } },
+      [ & ] { return record.json(); } );
+}
+
+void Console::table( const std::string& title, const Table& table )
+{
+   Console::table( title, table, table.json() );
+}
+
+void Console::table( const std::string& title, const Table& table, const ordered_json& json )
+{
+   using Role = Table::TextLine::Role;
+   std::vector<Toned> lines{ { Tone::title, title } };
+   if( table.empty() )
+      lines.push_back( { Tone::faint, "  none" } );
+   else
+      for( const auto& [ role, text ] : table.lines() )
+         lines.push_back( { role == Role::heading   ? Tone::faint
+                            : role == Role::section ? Tone::title
+                                                    : Tone::plain,
+            text } );
+   lines.push_back( { Tone::plain, "" } );
+   emit( Weight::asked, lines, [ & ] {
+      return dump( { { "kind", "show" }, { "title", title }, { "rows", json } } );
+   } );
+}
+
+void Console::records( const std::string& title, const std::vector<const Sim::Record*>& records )
+{
+   std::vector<Toned> lines{ { Tone::title, title } };
+   auto rows = ordered_json::array();
+   for( const Sim::Record* const record : records ) {
+      lines.push_back( { toneOf( *record ), "  " + record->line() } );
+      rows.push_back( ordered_json::parse( record->json() ) );
+   }
+   emit( Weight::asked, lines, [ & ] {
+      return dump( { { "kind", "show" }, { "title", title }, { "rows", rows } } );
+   } );
+}
+
+void Console::result( std::string_view operation, const std::string& value )
+{
+   emit( Weight::ordinary, { { Tone::plain, "  = " + value } }, [ & ] {
+      return dump( { { "kind", "result" }, { "operation", operation }, { "value", value } } );
+   } );
+}
+
+void Console::held()
+{
+   emit( Weight::ordinary, { { Tone::good, "  held" } }, [] {
+      return dump( { { "kind", "expect" }, { "held", true } } );
+   } );
+}
+
+void Console::failed( const Line& line, const std::string& expected, const std::string& found )
+{
+   emit( Weight::asked,
+      { { Tone::bad, "  FAILED  " + where( line ) + ": " + commandText( line ) },
+         { Tone::plain, "    expected  " + expected }, { Tone::plain, "    found     " + found } },
+      [ & ] {
+         return dump( { { "kind", "expect" }, { "held", false }, { "file", line.file },
+            { "line", line.number }, { "text", commandText( line ) }, { "expected", expected },
+            { "found", found } } );
+      } );
+   if( config_.json && !channel_ )
+      error( where( line ) + ": expected " + expected + ", found " + found );
+}
+
+void Console::died( const Line& line, const std::string& reason )
+{
+   emit( Weight::asked, { { Tone::bad, "  DIED    " + where( line ) + ": " + reason } }, [ & ] {
+      return dump( { { "kind", "died" }, { "file", line.file }, { "line", line.number },
+         { "reason", reason } } );
+   } );
+}
+
+void Console::childError( const std::string& text )
+{
+   emit( Weight::ordinary, { { Tone::faint, "  | stderr " + text } }, [ & ] {
+      return dump( { { "kind", "stderr" }, { "child", true }, { "text", text } } );
+   } );
+}
+
+void Console::childLine( char form, std::string_view text )
+{
+   emit( Weight::ordinary, { { Tone::faint, "  |" + std::string( text ) } }, [ & ] {
+      if( form != 'J' )
+         return dump( { { "kind", "text" }, { "child", true }, { "text", text } } );
+      auto object = ordered_json::parse( text );
+      object[ "child" ] = true;
+      return dump( object );
+   } );
+}
+
+void Console::summary( const std::string& file, U32 expectations, U32 failures )
+{
+   const std::string all =
+      std::to_string( expectations ) + ( expectations == 1 ? " expectation" : " expectations" );
+   const std::string text =
+      failures == 0 ? all + " held" : std::to_string( failures ) + " of " + all + " failed";
+   std::vector<Toned> lines{ { failures == 0 ? Tone::good : Tone::bad, file + ": " + text } };
+   if( !blank_ )
+      lines.insert( lines.begin(), { Tone::plain, "" } );
+   emit( failures == 0 ? Weight::ordinary : Weight::asked, lines, [ & ] {
+      return dump( { { "kind", "end" }, { "file", file }, { "expectations", expectations },
+         { "failed", failures } } );
+   } );
+}
+
+void Console::error( const std::string& text )
+{
+   err_ << text << std::endl;
+}
+
+void Console::childOf( ChildChannel& channel )
+{
+   channel_ = &channel;
+}
+
+} // namespace Strata::Tool

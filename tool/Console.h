@@ -1,0 +1,103 @@
+// Where a run reports to: the terminal and, if asked for, a transcript file. Both get everything in order, as
+// text or as JSON lines, and every line is out before the next thing happens, so a crash loses none.
+#pragma once
+
+#include "platform/runtime/Types.h"
+#include "sim/Transcript.h"
+#include "tool/Table.h"
+#include "tool/Words.h"
+
+#include <fstream>
+#include <functional>
+#include <iosfwd>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Strata::Tool {
+
+/// What a line of text is, for those who colour it.
+enum class Tone : U8
+{
+   plain,
+   heading, // a command
+   title,   // of a table or section
+   note,
+   good,
+   bad,
+   faint,
+};
+
+struct ConsoleConfig
+{
+   bool json = false;
+   bool quiet = false; // on the terminal only what was asked for, and what failed
+   bool colour = false;
+   std::string transcriptFile; // empty for none
+};
+
+/// What happened in a child process, line by line, on its way to the parent's console.
+class ChildChannel
+{
+ public:
+   virtual ~ChildChannel();
+   virtual void send( char form, std::string_view text ) = 0;
+};
+
+class Console
+{
+ public:
+   /// std::runtime_error when the transcript file cannot be written.
+   Console( std::ostream& out, std::ostream& err, const ConsoleConfig& config );
+
+   void command( const Line& line );
+   void note( std::string_view text );
+   void record( const Sim::Record& record );
+   /// Something that the scenario asked to see. `json` is put in for programs instead of the table.
+   void table( const std::string& title, const Table& table );
+   void table( const std::string& title, const Table& table, const nlohmann::ordered_json& json );
+   void records( const std::string& title, const std::vector<const Sim::Record*>& records );
+   void result( std::string_view operation, const std::string& value );
+   void held();
+   void failed( const Line& line, const std::string& expected, const std::string& found );
+   /// The agent ended although nobody expected it to.
+   void died( const Line& line, const std::string& reason );
+   /// What a child process wrote to its standard error.
+   void childError( const std::string& text );
+   /// What a child process sent through its channel.
+   void childLine( char form, std::string_view text );
+   void summary( const std::string& file, U32 expectations, U32 failures );
+   /// To standard error, in either form.
+   void error( const std::string& text );
+
+   /// This process is a child: from now on everything goes there. The channel must outlive the console.
+   void childOf( ChildChannel& channel );
+
+ private:
+   enum class Weight : U8
+   {
+      ordinary,
+      asked, // shown even when quiet
+   };
+   struct Toned
+   {
+      Tone tone;
+      std::string text;
+   };
+   using Json = std::function<std::string()>;
+
+   void emit( Weight weight, const std::vector<Toned>& lines, const Json& json );
+   static void write( std::ostream& stream, bool colour, const std::vector<Toned>& lines );
+   void writeTranscript( const std::vector<Toned>& lines );
+
+   std::ostream& out_;
+   std::ostream& err_;
+   ConsoleConfig config_;
+   std::ofstream transcript_;
+   ChildChannel* channel_ = nullptr;
+   bool reported_ = false; // something since the last heading
+   bool blank_ = true;     // the last line was
+};
+
+} // namespace Strata::Tool

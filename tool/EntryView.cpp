@@ -1,0 +1,150 @@
+#include "tool/EntryView.h"
+
+#include "routing/TcamL3EntryId.h"
+#include "sim/SimSwitch.h"
+#include "tool/ByUnit.h"
+
+#include <algorithm>
+#include <array>
+#include <functional>
+
+namespace Strata::Tool {
+
+namespace {
+
+struct EntryRow
+{
+   std::string group;
+   U32 id;
+   std::string state;
+   std::string text;
+
+   bool operator==( const EntryRow& ) const = default;
+};
+
+/// What packets meet; for an entry that is only claimed, what they would meet.
+const Sim::FieldRule& ruleOf( const Sim::FieldEntry& entry )
+{
+   return entry.hardware ? *entry.hardware : entry.claim;
+}
+
+template<class Items>
+std::string joinedTexts( const Items& items )
+{
+   std::string text;
+   for( const auto& item : items )
+      text += ( text.empty() ? "" : "; " ) + item.text();
+   return text.empty() ? "nothing" : text;
+}
+
+std::string describe( const Sim::FieldEntry& entry )
+{
+   const Sim::FieldRule& rule = ruleOf( entry );
+   return entry.name + "\n  match " +
+          ( rule.qualifiers.empty() ? "every packet" : joinedTexts( rule.qualifiers ) ) +
+          "\n  do " + joinedTexts( rule.actions );
+}
+
+using Visit =
+   std::function<void( U32 unit, const Sim::FieldGroup&, U32 id, const Sim::FieldEntry& )>;
+
+void forEachEntry( Sim::SimSwitch& hardware, std::string_view filter, const Visit& visit )
+{
+   for( const auto& [ unit, chip ] : hardware.chips() )
+      for( const Sim::FieldGroup& group : chip.groups() )
+         for( const auto& [ id, entry ] : group.entries() )
+            if( entry.name.find( filter ) != filter.npos || group.profile().name == filter ||
+                std::to_string( id ) == filter )
+               visit( unit, group, id, entry );
+}
+
+struct OffsetName
+{
+   std::string_view name;
+   TcamL3EntryId id;
+};
+
+#define OFFSET( name ) \
+   OffsetName \
+   { \
+#name, TcamL3EntryId::name \
+   }
+constexpr std::array offsetNames{ OFFSET( l3RecircAfterDecap ), OFFSET( l3RecircForEncap ),
+   OFFSET( lbRecircL2Uc ), OFFSET( mcastDataRsvdMacAddress ), OFFSET( vlanFloodingDrop ),
+   OFFSET( vlanFloodingPbr ), OFFSET( vlanFloodingVxlan ), OFFSET( vxlanEncapFlooding ),
+   OFFSET( vlanFlooding ), OFFSET( vlanFloodingFabric ), OFFSET( lbRecirc ),
+   OFFSET( lbRecircFabric ), OFFSET( l2McastCpuTx ), OFFSET( skipL2McastPktFromCoreToCpu ),
+   OFFSET( l2McastCpuRx ), OFFSET( l2McastCpuAndFlood ), OFFSET( l2McastFlood ),
+   OFFSET( nexthopToCpu ), OFFSET( mplsPkt ), OFFSET( l3Vxlan ), OFFSET( l2VxlanForBridgeMac ),
+   OFFSET( arpReply ), OFFSET( arpRequestUnicast ), OFFSET( l2OnlyCpuRx ),
+   OFFSET( l2OnlyCpuRxFromCpu ), OFFSET( l3VxlanFennic ), OFFSET( l2VxlanForFennicMac ),
+   OFFSET( arpFennicReply ), OFFSET( l2OnlyFennicCpuRx ), OFFSET( l2OnlyFennicCpuRxFromCpu ) };
+#undef OFFSET
+
+} // namespace
+
+std::string_view entryState( const Sim::FieldEntry& entry )
+{
+   if( !entry.installed() )
+      return "claimed";
+   if( !entry.enabled )
+      return "disabled";
+   return *entry.hardware == entry.claim ? "installed" : "changed";
+}
+
+Table entryTable( Sim::SimSwitch& hardware, std::string_view filter )
+{
+   ByUnit<EntryRow> byUnit;
+   forEachEntry( hardware, filter,
+      [ & ]( U32 unit, const Sim::FieldGroup& group, U32 id, const Sim::FieldEntry& entry ) {
+         byUnit.add( unit,
+            { group.profile().name, id, std::string( entryState( entry ) ), describe( entry ) } );
+      } );
+   auto rows = byUnit.rows();
+   std::ranges::stable_sort( rows, {}, []( const auto& row ) { return row.first.id; } );
+   Table table( { { "Id", Align::right }, { "Units" }, { "State" }, { "Entry" } } );
+   std::string group;
+   for( const auto& [ row, units ] : rows ) {
+      if( row.group != group )
+         table.section( row.group );
+      group = row.group;
+      table.row( { std::to_string( row.id ), numberRanges( units ), row.state, row.text } );
+   }
+   return table;
+}
+
+nlohmann::ordered_json entryJson( Sim::SimSwitch& hardware, std::string_view filter )
+{
+   auto rows = nlohmann::ordered_json::array();
+   forEachEntry( hardware, filter,
+      [ & ]( U32 unit, const Sim::FieldGroup& group, U32 id, const Sim::FieldEntry& entry ) {
+         nlohmann::ordered_json row{ { "unit", unit }, { "group", group.profile().name },
+            { "id", id }, { "name", entry.name }, { "state", entryState( entry ) },
+            { "hits", entry.hits } };
+         const Sim::FieldRule& rule = ruleOf( entry );
+         for( const auto& qualifier : rule.qualifiers )
+            row[ "qualifiers" ].push_back( qualifier.text() );
+         for( const auto& action : rule.actions )
+            row[ "actions" ].push_back( action.text() );
+         rows.push_back( std::move( row ) );
+      } );
+   return rows;
+}
+
+std::optional<U32> entryOffset( std::string_view name )
+{
+   for( const OffsetName& known : offsetNames )
+      if( known.name == name )
+         return static_cast<U32>( known.id );
+   return std::nullopt;
+}
+
+std::vector<std::string_view> entryOffsetNames()
+{
+   std::vector<std::string_view> names;
+   for( const OffsetName& known : offsetNames )
+      names.push_back( known.name );
+   return names;
+}
+
+} // namespace Strata::Tool

@@ -1,0 +1,141 @@
+#include "tool/Session.h"
+
+#include "platform/runtime/Assert.h"
+#include "platform/runtime/EntityType.h"
+#include "platform/runtime/Errors.h"
+#include "tool/Command.h"
+
+namespace Strata::Tool {
+
+Session::Session( Console& console ) : console_( console ) {}
+
+Session::~Session() = default;
+
+void Session::run( const Line& line )
+{
+   if( line.words.empty() )
+      return;
+   if( line.words.front().text != "note" ) // which speaks for itself
+      console_.command( line );
+   running_ = &line;
+   const std::unique_ptr<const Line*, void ( * )( const Line** )> atEnd(
+      &running_, []( const Line** running ) { *running = nullptr; } );
+   runPart( line );
+}
+
+void Session::runPart( const Line& line )
+{
+   Words words( line );
+   const Command& command = takeCommand( words );
+   try {
+      command.run( *this, words );
+   } catch( const Vormel::Error& error ) {
+      words.fail( error.what() );
+   }
+}
+
+Agent& Session::agent( const Words& words )
+{
+   if( !agent_ )
+      words.failAt( words.line().words.front(),
+         "there is no switch yet; describe one first, as in 'switch hsdk'" );
+   return *agent_;
+}
+
+void Session::agentIs( const AgentConfig& config )
+{
+   agent_.reset(); // one shim per process
+   agent_ = std::make_unique<Agent>( config );
+   agent_->hardware().transcript().listenerIs(
+      [ this ]( const Sim::Record& record ) { console_.record( record ); } );
+   windowStart_ = 0;
+}
+
+Ref<Entity> Session::objectNamed( const Words& words, std::string_view name )
+{
+   Agent& known = agent( words );
+   if( Ref<Entity> object = known.object( name ) )
+      return object;
+   const std::vector<std::string> names = known.objectNames();
+   const std::vector<std::string_view> views( names.begin(), names.end() );
+   words.fail( "there is no object '" + std::string( name ) + "'" + didYouMean( name, views ) +
+               " ('show objects' lists them; interfaces go by their own names)" );
+}
+
+Ref<Entity> Session::takeObject( Words& words )
+{
+   const Word& word = words.take( "an object, such as helper" );
+   return objectNamed( words, word.text );
+}
+
+AttributePath Session::takeAttribute( Words& words )
+{
+   const std::string text = words.take( "an attribute, as in helper.useLb" ).text;
+   AttributePath path{ {}, nullptr, text, std::nullopt };
+   const std::size_t bracket = text.find( '[' );
+   if( bracket != std::string::npos ) {
+      if( !text.ends_with( ']' ) )
+         words.fail( "the key is not closed; end it with ]" );
+      path.key = text.substr( bracket + 1, text.size() - bracket - 2 );
+   }
+   const std::string name = text.substr( 0, bracket );
+   const std::size_t dot = name.find( '.' );
+   path.object = objectNamed( words, dot == std::string::npos ? "helper" : name.substr( 0, dot ) );
+   path.attribute = &path.object->entityType().attribute(
+      dot == std::string::npos ? name : name.substr( dot + 1 ) );
+   return path;
+}
+
+U32 Session::takeUnit( Words& words )
+{
+   const U32 unit = words.value<U32>( "a unit number" );
+   std::string known;
+   for( const U32 number : agent( words ).hardware().units() ) {
+      if( number == unit )
+         return unit;
+      known += ( known.empty() ? "" : ", " ) + std::to_string( number );
+   }
+   words.fail( "there is no unit " + std::to_string( unit ) + "; the switch has " + known );
+}
+
+std::vector<U32> Session::takeUnits( Words& words )
+{
+   if( words.accept( "unit" ) )
+      return { takeUnit( words ) };
+   return agent( words ).hardware().units();
+}
+
+std::vector<const Sim::Record*> Session::window() const
+{
+   std::vector<const Sim::Record*> records;
+   if( agent_ )
+      for( const Sim::Record& record : agent_->hardware().transcript().records() )
+         if( record.number > windowStart_ )
+            records.push_back( &record );
+   return records;
+}
+
+void Session::mark()
+{
+   if( !agent_ )
+      return;
+   const auto& records = agent_->hardware().transcript().records();
+   windowStart_ = records.empty() ? 0 : records.back().number;
+}
+
+void Session::expect( bool held, const std::string& expected, const std::string& found )
+{
+   ++expectations_;
+   if( held )
+      return console_.held();
+   ++failures_;
+   console_.failed( *running_, expected, found );
+}
+
+void Session::childOf( ChildChannel& channel )
+{
+   Vormel::assertionHookIs( nullptr );
+   console_.childOf( channel );
+}
+
+} // namespace Strata::Tool

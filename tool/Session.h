@@ -1,0 +1,81 @@
+// One run of commands: the agent that they drive, what they expect, and where they stand.
+//
+// The activity lock is held throughout.
+#pragma once
+
+#include "tool/Agent.h"
+#include "tool/Console.h"
+#include "tool/Words.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Strata::Tool {
+
+/// "OBJECT.attribute" or "OBJECT.attribute[KEY]", resolved.
+struct AttributePath
+{
+   Ref<Entity> object;
+   const Vormel::Attribute* attribute;
+   std::string text; // as given
+   std::optional<std::string> key;
+};
+
+class Session
+{
+ public:
+   explicit Session( Console& console );
+   Session( const Session& ) = delete;
+   Session& operator=( const Session& ) = delete;
+   ~Session();
+
+   /// Runs one command; an empty line is nothing. InputError when it cannot be run.
+   void run( const Line& line );
+   /// The same for a line that is a part of one that runs already.
+   void runPart( const Line& line );
+
+   Console& console() { return console_; }
+
+   bool hasAgent() const { return agent_ != nullptr; }
+   /// InputError when there is no switch yet.
+   Agent& agent( const Words& words );
+   void agentIs( const AgentConfig& config );
+
+   /// Takes the name of an object.
+   Ref<Entity> takeObject( Words& words );
+   /// Takes an attribute's path; without an object it is the helper's.
+   AttributePath takeAttribute( Words& words );
+   /// Takes a unit number of the switch.
+   U32 takeUnit( Words& words );
+   /// The unit, if `unit N` comes next, else all units.
+   std::vector<U32> takeUnits( Words& words );
+
+   /// What happened since the last mark.
+   std::vector<const Sim::Record*> window() const;
+   void mark();
+
+   /// States an expectation about which the running command has found out.
+   void expect( bool held, const std::string& expected, const std::string& found );
+   U32 expectations() const { return expectations_; }
+   U32 failures() const { return failures_; }
+
+   /// The line that runs, for whoever must report from the middle of it; null when none does.
+   const Line* running() const { return running_; }
+
+   /// This process is a child that runs one more command.
+   void childOf( ChildChannel& channel );
+
+ private:
+   Ref<Entity> objectNamed( const Words& words, std::string_view name );
+
+   Console& console_;
+   std::unique_ptr<Agent> agent_;
+   const Line* running_ = nullptr;
+   U64 windowStart_ = 0; // number of the last record before it
+   U32 expectations_ = 0;
+   U32 failures_ = 0;
+};
+
+} // namespace Strata::Tool

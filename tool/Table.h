@@ -1,0 +1,78 @@
+// Tables for people, no wider than a terminal of 80 columns: the last column takes what the others leave and
+// continues on further lines. The same rows serve programs, as objects by column.
+#pragma once
+
+#include "platform/runtime/Types.h"
+
+#include <initializer_list>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Strata::Tool {
+
+enum class Align : U8
+{
+   left,
+   right,
+};
+
+struct Column
+{
+   std::string title;
+   Align align = Align::left;
+};
+
+class Table
+{
+ public:
+   static constexpr std::size_t lineWidth = 80;
+
+   explicit Table( std::vector<Column> columns ) : columns_( std::move( columns ) ) {}
+
+   /// Missing cells at the end are empty.
+   void row( std::vector<std::string> cells );
+   /// Rows that follow are set apart under this title.
+   void section( const std::string& title );
+
+   bool empty() const { return rows_.empty(); }
+   std::size_t rows() const { return rows_.size(); }
+
+   struct TextLine
+   {
+      enum class Role : U8
+      {
+         heading,
+         section,
+         row,
+      };
+      Role role;
+      std::string text;
+   };
+   std::vector<TextLine> lines() const;
+
+   /// An array of objects; the section, if any, is the member "section".
+   nlohmann::ordered_json json() const;
+
+ private:
+   struct Row
+   {
+      std::size_t section; // 0 for none, else index in sections_ plus 1
+      std::vector<std::string> cells;
+   };
+
+   std::vector<std::size_t> widths() const;
+   void addRow( std::vector<TextLine>& lines, TextLine::Role role,
+      const std::vector<std::string>& cells, const std::vector<std::size_t>& widths ) const;
+
+   std::vector<Column> columns_;
+   std::vector<std::string> sections_;
+   std::vector<Row> rows_;
+};
+
+/// The text in lines of at most `width`, broken at blanks where there are any. Line breaks in it are kept; an
+/// indented line continues two blanks further in.
+std::vector<std::string> wrapped( std::string_view text, std::size_t width );
+
+} // namespace Strata::Tool

@@ -1,0 +1,149 @@
+#include "tool/Words.h"
+
+#include "platform/runtime/EntityType.h"
+
+#include <algorithm>
+
+namespace Strata::Tool {
+
+namespace {
+
+std::string describe( const Line& line, U32 column, U32 width, const std::string& problem )
+{
+   std::string shown = line.text;
+   std::ranges::replace( shown, '\t', ' ' ); // the caret counts characters
+   return line.file + ":" + std::to_string( line.number ) + ":" + std::to_string( column ) + ": " +
+          problem + "\n   " + shown + "\n   " + std::string( column - 1, ' ' ) + "^" +
+          std::string( std::max( width, 1u ) - 1, '~' );
+}
+
+bool isBlank( char c )
+{
+   return c == ' ' || c == '\t' || c == '\r';
+}
+
+/// Takes the word that starts at `at` and leaves `at` behind it.
+Word takeWord( const Line& line, std::size_t& at )
+{
+   const std::string& text = line.text;
+   const std::size_t start = at;
+   Word word{ {}, static_cast<U32>( start + 1 ), 0, text[ start ] == '"' };
+   std::size_t open = std::string::npos;
+   for( ; at < text.size(); ++at ) {
+      const bool inQuotes = open != std::string::npos;
+      const char c = text[ at ];
+      if( !inQuotes && ( isBlank( c ) || c == '#' ) )
+         break;
+      if( c == '"' )
+         open = inQuotes ? std::string::npos : at;
+      else if( inQuotes && c == '\\' && at + 1 < text.size() )
+         word.text += text[ ++at ];
+      else
+         word.text += c;
+   }
+   if( open != std::string::npos )
+      throw InputError( line, static_cast<U32>( open + 1 ), static_cast<U32>( at - open ),
+         "this quote is not closed; end the text with \"" );
+   word.width = static_cast<U32>( at - start );
+   return word;
+}
+
+} // namespace
+
+InputError::InputError( const Line& line, U32 column, U32 width, const std::string& problem )
+   : std::runtime_error( describe( line, column, width, problem ) ),
+     problem_( problem )
+{}
+
+Line splitLine( std::string file, U32 number, std::string text )
+{
+   Line line{ std::move( file ), number, std::move( text ), {} };
+   std::size_t at = 0;
+   while( at < line.text.size() && line.text[ at ] != '#' ) {
+      if( isBlank( line.text[ at ] ) )
+         ++at;
+      else
+         line.words.push_back( takeWord( line, at ) );
+   }
+   return line;
+}
+
+std::string didYouMean( std::string_view wrong, std::span<const std::string_view> names )
+{
+   const std::string_view nearest = Vormel::nearestName( wrong, names );
+   return nearest.empty() ? "" : "; did you mean '" + std::string( nearest ) + "'?";
+}
+
+std::string joined( std::span<const std::string_view> names )
+{
+   std::string text;
+   for( const std::string_view name : names )
+      text += ( text.empty() ? "" : ", " ) + std::string( name );
+   return text;
+}
+
+const Word* Words::peek( std::size_t ahead ) const
+{
+   return next_ + ahead < line_.words.size() ? &line_.words[ next_ + ahead ] : nullptr;
+}
+
+const Word& Words::take( std::string_view what )
+{
+   if( done() )
+      failAtEnd( "expected " + std::string( what ) );
+   return line_.words[ next_++ ];
+}
+
+bool Words::accept( std::string_view keyword )
+{
+   const Word* const word = peek();
+   if( !word || word->quoted || word->text != keyword )
+      return false;
+   ++next_;
+   return true;
+}
+
+std::string_view Words::choose( std::string_view what, std::span<const std::string_view> choices )
+{
+   const Word& word = take( std::string( what ) + ", one of " + joined( choices ) );
+   const auto found = std::ranges::find( choices, word.text );
+   if( found != choices.end() )
+      return *found;
+   const std::string hint = didYouMean( word.text, choices );
+   fail( "'" + word.text + "' is not " + std::string( what ) +
+         ( hint.empty() ? "; choose one of " + joined( choices ) : hint ) );
+}
+
+void Words::end() const
+{
+   if( const Word* const word = peek() )
+      failAt( *word, "nothing is expected here" );
+}
+
+Line Words::rest()
+{
+   Line rest = line_;
+   rest.words.erase(
+      rest.words.begin(), rest.words.begin() + static_cast<std::ptrdiff_t>( next_ ) );
+   next_ = line_.words.size();
+   return rest;
+}
+
+void Words::fail( const std::string& problem ) const
+{
+   next_ == 0 ? failAtEnd( problem ) : failAt( line_.words[ next_ - 1 ], problem );
+}
+
+void Words::failAt( const Word& word, const std::string& problem ) const
+{
+   throw InputError( line_, word.column, word.width, problem );
+}
+
+void Words::failAtEnd( const std::string& problem ) const
+{
+   const U32 column =
+      line_.words.empty() ? 1 : line_.words.back().column + line_.words.back().width + 1;
+   throw InputError( line_, column, 1, problem );
+}
+
+} // namespace Strata::Tool

@@ -1,0 +1,102 @@
+// A line of a scenario as words, and the cursor by which a command takes its arguments. Everything that is
+// wrong with a line is an InputError, which knows where the line stands and what would be right.
+//
+// A line is words with blanks between them; `#` starts a comment. Quotes, anywhere in a word, keep blanks and
+// `#` as they are; inside them \" is a quote and \\ a backslash.
+#pragma once
+
+#include "platform/runtime/Entity.h" // a Value may hold one
+#include "platform/runtime/Types.h"
+#include "platform/runtime/Value.h"
+
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Strata::Tool {
+
+struct Word
+{
+   std::string text; // without quotes
+   U32 column;       // of its first character, from 1
+   U32 width;        // on the line, quotes included
+   bool quoted;      // starts with a quote
+};
+
+struct Line
+{
+   std::string file;
+   U32 number; // from 1
+   std::string text;
+   std::vector<Word> words;
+};
+
+class InputError : public std::runtime_error
+{
+ public:
+   /// Reads "file:line:column: problem", then the line, then a caret below its place.
+   InputError( const Line& line, U32 column, U32 width, const std::string& problem );
+
+   const std::string& problem() const { return problem_; }
+
+ private:
+   std::string problem_;
+};
+
+/// InputError when a quote is not closed.
+Line splitLine( std::string file, U32 number, std::string text );
+
+/// "; did you mean 'x'?", or nothing when no name is near.
+std::string didYouMean( std::string_view wrong, std::span<const std::string_view> names );
+
+/// "a, b, c"
+std::string joined( std::span<const std::string_view> names );
+
+class Words
+{
+ public:
+   explicit Words( const Line& line ) : line_( line ) {}
+
+   const Line& line() const { return line_; }
+
+   bool done() const { return next_ == line_.words.size(); }
+   /// The word that comes next, or null.
+   const Word* peek( std::size_t ahead = 0 ) const;
+
+   /// Takes a word; `what` says what is missing when there is none.
+   const Word& take( std::string_view what );
+   /// Takes the next word if it is `keyword`.
+   bool accept( std::string_view keyword );
+   /// Takes a word that must be one of `choices`.
+   std::string_view choose( std::string_view what, std::span<const std::string_view> choices );
+
+   /// Takes a word that must read as a T.
+   template<class T>
+   T value( std::string_view what )
+   {
+      const Word& word = take( what );
+      const auto parsed = Vormel::ValueTraits<T>::from( Vormel::Value( word.text ) );
+      if( !parsed )
+         fail( "'" + word.text + "' is not " + Vormel::ValueTraits<T>::expected() );
+      return *parsed;
+   }
+
+   /// Everything must have been taken.
+   void end() const;
+   /// The words that are left become a line of their own, in the same place.
+   Line rest();
+
+   /// About the word taken last.
+   [[noreturn]] void fail( const std::string& problem ) const;
+   [[noreturn]] void failAt( const Word& word, const std::string& problem ) const;
+   /// About what is missing at the end of the line.
+   [[noreturn]] void failAtEnd( const std::string& problem ) const;
+
+ private:
+   const Line& line_;
+   std::size_t next_ = 0;
+};
+
+} // namespace Strata::Tool

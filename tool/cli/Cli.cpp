@@ -1,0 +1,51 @@
+#include "tool/cli/Cli.h"
+
+#include "tool/cli/Subcommand.h"
+
+#include <utility>
+#include <vector>
+
+namespace Strata::Tool {
+
+Subcommand::~Subcommand() = default;
+
+namespace {
+
+constexpr const char* version = "strata-l3 " STRATA_VERSION;
+
+std::vector<std::unique_ptr<Subcommand>> allSubcommands()
+{
+   std::vector<std::unique_ptr<Subcommand>> all;
+   all.push_back( runSubcommand() );
+   all.push_back( profilesSubcommand() );
+   all.push_back( attributesSubcommand() );
+   all.push_back( operationsSubcommand() );
+   all.push_back( commandsSubcommand() );
+   return all;
+}
+
+} // namespace
+
+int runCommandLine( int argc, const char* const* argv, Terminal& terminal )
+{
+   CLI::App app( "The layer-3 slice of a switch agent, on a simulated switch.", "strata-l3" );
+   app.set_version_flag( "--version", version );
+   app.require_subcommand( 1 );
+   app.failure_message( CLI::FailureMessage::help );
+   const auto subcommands = allSubcommands();
+   std::vector<CLI::App*> declared;
+   for( const auto& subcommand : subcommands )
+      declared.push_back( subcommand->declare( app ) );
+   try {
+      app.parse( argc, argv );
+   } catch( const CLI::ParseError& error ) {
+      const bool asked = app.exit( error, terminal.out, terminal.err ) == 0;
+      return static_cast<int>( asked ? ExitStatus::held : ExitStatus::error );
+   }
+   for( std::size_t i = 0; i < subcommands.size(); ++i )
+      if( declared[ i ]->parsed() )
+         return static_cast<int>( subcommands[ i ]->run( terminal ) );
+   return static_cast<int>( ExitStatus::error );
+}
+
+} // namespace Strata::Tool

@@ -1,0 +1,145 @@
+// strata-l3 profiles, attributes, operations, commands: what there is, as a table or as JSON.
+#include "sim/ChipProfile.h"
+#include "tool/Catalogue.h"
+#include "tool/Command.h"
+#include "tool/Console.h"
+#include "tool/cli/Subcommand.h"
+
+#include <algorithm>
+#include <functional>
+#include <string>
+
+namespace Strata::Tool {
+
+namespace {
+
+using nlohmann::ordered_json;
+
+struct List
+{
+   Table table;
+   ordered_json json;
+};
+
+/// A subcommand that lists something.
+class ListSubcommand : public Subcommand
+{
+ public:
+   ListSubcommand(
+      std::string name, std::string help, std::function<List( const std::string& )> make )
+      : name_( std::move( name ) ),
+        help_( std::move( help ) ),
+        make_( std::move( make ) )
+   {}
+
+   CLI::App* declare( CLI::App& app ) override
+   {
+      CLI::App* const list = app.add_subcommand( name_, help_ );
+      list->add_flag( "--json", json_, "Write a JSON array" );
+      if( name_ == "attributes" ) {
+         std::vector<std::string> objects;
+         for( const NamedType& type : namedTypes() )
+            objects.emplace_back( type.object );
+         list->add_option( "object", object_, "Whose attributes, the helper's unless given" )
+            ->check( CLI::IsMember( objects ) );
+      }
+      return list;
+   }
+
+   ExitStatus run( Terminal& terminal ) override
+   {
+      const List list = make_( object_ );
+      if( json_ )
+         terminal.out << list.json.dump( 3 ) << std::endl;
+      else
+         for( const Table::TextLine& line : list.table.lines() )
+            terminal.out << line.text << '\n';
+      return ExitStatus::held;
+   }
+
+ private:
+   std::string name_;
+   std::string help_;
+   std::function<List( const std::string& )> make_;
+   bool json_ = false;
+   std::string object_ = "helper";
+};
+
+List profiles( const std::string& )
+{
+   List list{ Table( { { "Profile" }, { "Ports", Align::right }, { "Description" } } ),
+      ordered_json::array() };
+   for( const Sim::ChipProfile& profile : Sim::chipProfiles() ) {
+      list.table.row(
+         { profile.name, std::to_string( profile.frontPanelPorts ), profile.description } );
+      list.json.push_back( { { "name", profile.name }, { "ports", profile.frontPanelPorts },
+         { "description", profile.description } } );
+   }
+   return list;
+}
+
+List attributes( const std::string& object )
+{
+   const auto& types = namedTypes();
+   const auto found = std::ranges::find( types, object, &NamedType::object );
+   List list{ attributeTable( *found->type ), ordered_json::array() };
+   for( const auto& attribute : found->type->attributes() ) {
+      const Vormel::AttributeInfo& info = attribute->info();
+      static constexpr const char* kinds[] = { "field", "scalar", "array", "map" };
+      list.json.push_back( { { "number", info.number }, { "name", info.name },
+         { "kind", kinds[ static_cast<std::size_t>( info.kind ) ] }, { "type", info.type },
+         { "key", info.keyType }, { "default", info.defaultText }, { "meaning", info.meaning },
+         { "maintainer", info.maintainer } } );
+   }
+   return list;
+}
+
+List operations( const std::string& )
+{
+   const Vormel::EntityType& type = *namedTypes().front().type;
+   List list{ operationTable( type ), ordered_json::array() };
+   for( const auto& operation : type.operations() )
+      list.json.push_back( { { "name", operation->name() },
+         { "parameters", operation->parameters() }, { "summary", operation->summary() } } );
+   return list;
+}
+
+List scenarioCommands( const std::string& )
+{
+   List list{ Table( { { "Command" } } ), ordered_json::array() };
+   for( const Command& command : commands() ) {
+      list.table.row( { std::string( command.name ) + " " + std::string( command.syntax ) +
+                        "\n   " + std::string( command.summary ) } );
+      list.json.push_back( { { "name", command.name }, { "syntax", command.syntax },
+         { "summary", command.summary } } );
+   }
+   return list;
+}
+
+} // namespace
+
+std::unique_ptr<Subcommand> profilesSubcommand()
+{
+   return std::make_unique<ListSubcommand>(
+      "profiles", "List the chips that can be simulated", profiles );
+}
+
+std::unique_ptr<Subcommand> attributesSubcommand()
+{
+   return std::make_unique<ListSubcommand>(
+      "attributes", "List the attributes of the helper or of an input object", attributes );
+}
+
+std::unique_ptr<Subcommand> operationsSubcommand()
+{
+   return std::make_unique<ListSubcommand>(
+      "operations", "List the helper's operations that can be called by name", operations );
+}
+
+std::unique_ptr<Subcommand> commandsSubcommand()
+{
+   return std::make_unique<ListSubcommand>(
+      "commands", "List the commands that a scenario can use", scenarioCommands );
+}
+
+} // namespace Strata::Tool

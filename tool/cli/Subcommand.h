@@ -1,0 +1,28 @@
+// The subcommands of strata-l3: one file each. To add one, write its file and list it in Cli.cpp.
+#pragma once
+
+#include "tool/ScenarioRun.h"
+#include "tool/cli/Terminal.h"
+
+#include <CLI/CLI.hpp>
+#include <memory>
+
+namespace Strata::Tool {
+
+class Subcommand
+{
+ public:
+   virtual ~Subcommand();
+
+   /// Declares its name, options and help below `app`.
+   virtual CLI::App* declare( CLI::App& app ) = 0;
+   virtual ExitStatus run( Terminal& terminal ) = 0;
+};
+
+std::unique_ptr<Subcommand> runSubcommand();
+std::unique_ptr<Subcommand> profilesSubcommand();
+std::unique_ptr<Subcommand> attributesSubcommand();
+std::unique_ptr<Subcommand> operationsSubcommand();
+std::unique_ptr<Subcommand> commandsSubcommand();
+
+} // namespace Strata::Tool

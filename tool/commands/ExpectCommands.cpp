@@ -1,0 +1,230 @@
+// Expectations about the state of chips and objects.
+#include "platform/runtime/EntityType.h"
+#include "sim/RegisterLayout.h"
+#include "tool/Command.h"
+#include "tool/EntryView.h"
+#include "tool/Session.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <functional>
+
+namespace Strata::Tool {
+
+namespace {
+
+std::optional<U64> numberIn( std::string_view text )
+{
+   const int base = text.starts_with( "0x" ) ? 16 : 10;
+   text.remove_prefix( base == 16 ? 2 : 0 );
+   U64 number = 0;
+   const auto result = std::from_chars( text.data(), text.data() + text.size(), number, base );
+   const bool whole = result.ec == std::errc() && result.ptr == text.data() + text.size();
+   return whole ? std::optional<U64>( number ) : std::nullopt;
+}
+
+/// Texts are equal, or both are the same number.
+bool sameValue( const std::string& a, const std::string& b )
+{
+   const auto number = numberIn( a );
+   return a == b || ( number && number == numberIn( b ) );
+}
+
+std::string memberText( const Agent& agent, const AttributePath& path )
+{
+   const Vormel::Attribute& attribute = *path.attribute;
+   for( const Vormel::Member& member : attribute.members( *path.object ) )
+      if( sameValue( toText( member.key ), *path.key ) )
+         return agent.valueText( member.value );
+   return "absent";
+}
+
+void expectAttribute( Session& session, Words& words )
+{
+   const AttributePath path = session.takeAttribute( words );
+   const std::string expected = words.take( "the value that is expected" ).text;
+   words.end();
+   const Agent& agent = session.agent( words );
+   const std::string found = path.key ? memberText( agent, path )
+                                      : agent.valueText( path.attribute->read( *path.object ) );
+   session.expect( sameValue( expected, found ), path.text + " to be " + expected, found );
+}
+
+/// Looks at each unit; one that differs makes the expectation fail.
+void expectOnUnits( Session& session, const std::vector<U32>& units, const std::string& expected,
+   const std::string& value, const std::function<std::string( U32 unit )>& look )
+{
+   for( const U32 unit : units ) {
+      const std::string found = look( unit );
+      if( !sameValue( value, found ) )
+         return session.expect( false, expected, found + " on unit " + std::to_string( unit ) );
+   }
+   session.expect( true, expected, {} );
+}
+
+void expectControl( Session& session, Words& words )
+{
+   Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   const std::string_view name = words.choose( "a switch control", roleNames<SwitchControl> );
+   const auto control = static_cast<SwitchControl>(
+      std::ranges::find( roleNames<SwitchControl>, name ) - roleNames<SwitchControl>.begin() );
+   std::optional<int> port;
+   if( words.accept( "port" ) )
+      port = words.value<int>( "a port number" );
+   const std::vector<U32> units = session.takeUnits( words );
+   const std::string value = words.take( "the value that is expected" ).text;
+   words.end();
+   expectOnUnits(
+      session, units, std::string( name ) + " to be " + value, value, [ & ]( U32 unit ) {
+         const Sim::Chip& chip = hardware.chip( unit );
+         return std::to_string( port ? chip.control( *port, control ) : chip.control( control ) );
+      } );
+}
+
+void expectRegister( Session& session, Words& words )
+{
+   Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   const std::string regName = words.take( "a register, as in CPU_CONTROL_Mr" ).text;
+   const auto reg = Sim::findRegister( regName );
+   if( !reg )
+      words.fail(
+         "there is no register '" + regName + "'; there are " + joined( roleNames<Register> ) );
+   const std::string fieldName = words.take( "a field of the register" ).text;
+   const auto field = Sim::findRegisterField( fieldName );
+   if( !field || Sim::registerOf( *field ) != *reg )
+      words.fail( regName + " has no field '" + fieldName + "'" +
+                  didYouMean( fieldName, roleNames<RegisterField> ) );
+   const std::vector<U32> units = session.takeUnits( words );
+   const std::string value = words.take( "the value that is expected" ).text;
+   words.end();
+   expectOnUnits(
+      session, units, regName + " " + fieldName + " to be " + value, value, [ & ]( U32 unit ) {
+         const U64 raw = hardware.chip( unit ).registerValue( *reg );
+         return std::to_string( Sim::registerField( raw, *field ) );
+      } );
+}
+
+/// Which entry an expectation is about: by its claimed name, or by its place in a group's range.
+struct EntryChoice
+{
+   std::string text;
+   std::string group;
+   std::optional<U32> offset;
+   std::string name;
+};
+
+EntryChoice takeEntry( Session& session, Words& words )
+{
+   Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   EntryChoice choice;
+   if( const Word* const word = words.peek(); word && hardware.tcamManager( word->text ) )
+      choice.group = words.take( {} ).text;
+   const Word& word = words.take( "an entry: an offset, a name such as nexthopToCpu, or the "
+                                  "name it is claimed under in quotes" );
+   choice.text = choice.group + ( choice.group.empty() ? "" : " " ) + word.text;
+   if( word.quoted ) {
+      choice.name = word.text;
+      return choice;
+   }
+   if( choice.group.empty() )
+      choice.group = "main";
+   const auto number = numberIn( word.text );
+   choice.offset = number && *number < hardware.tcamManager( choice.group )->profile().size
+                      ? std::optional<U32>( static_cast<U32>( *number ) )
+                   : choice.group == "main" ? entryOffset( word.text )
+                                            : std::nullopt;
+   if( !choice.offset )
+      words.fail( "'" + word.text + "' is no entry of the " + choice.group + " range" +
+                  didYouMean( word.text, entryOffsetNames() ) );
+   return choice;
+}
+
+const Sim::FieldEntry* findEntry( const Sim::Chip& chip, const EntryChoice& choice )
+{
+   for( const Sim::FieldGroup& group : chip.groups() ) {
+      if( !choice.group.empty() && group.profile().name != choice.group )
+         continue;
+      if( choice.offset )
+         return group.find( group.profile().base + *choice.offset );
+      for( const auto& [ id, entry ] : group.entries() )
+         if( entry.name == choice.name )
+            return &entry;
+   }
+   return nullptr;
+}
+
+struct EntryState
+{
+   std::string_view name;
+   bool ( *holds )( const Sim::FieldEntry* entry );
+};
+
+constexpr std::array<EntryState, 5> entryStates{ {
+   { "installed", []( const Sim::FieldEntry* e ) { return e && e->installed(); } },
+   { "enabled", []( const Sim::FieldEntry* e ) { return e && e->active(); } },
+   { "disabled", []( const Sim::FieldEntry* e ) { return e && e->installed() && !e->enabled; } },
+   { "claimed", []( const Sim::FieldEntry* e ) { return e && !e->installed(); } },
+   { "absent", []( const Sim::FieldEntry* e ) { return !e; } },
+} };
+
+std::string ruleText( const Sim::FieldEntry& entry )
+{
+   const Sim::FieldRule& rule = entry.hardware ? *entry.hardware : entry.claim;
+   std::string text;
+   for( const auto& qualifier : rule.qualifiers )
+      text += ( text.empty() ? "" : "; " ) + qualifier.text();
+   for( const auto& action : rule.actions )
+      text += "; " + action.text();
+   return text;
+}
+
+void expectEntry( Session& session, Words& words )
+{
+   const EntryChoice choice = takeEntry( session, words );
+   std::array<std::string_view, entryStates.size()> names;
+   std::ranges::transform( entryStates, names.begin(), &EntryState::name );
+   const std::string_view state = words.choose( "a state", names );
+   const auto& wanted = *std::ranges::find( entryStates, state, &EntryState::name );
+   std::string part;
+   if( words.accept( "with" ) )
+      part = words.take( "a qualifier or action" ).text;
+   const std::vector<U32> units = session.takeUnits( words );
+   words.end();
+   std::string expected = "entry " + choice.text + " to be " + std::string( state );
+   if( !part.empty() )
+      expected += " with " + part;
+   for( const U32 unit : units ) {
+      const Sim::FieldEntry* const entry =
+         findEntry( session.agent( words ).hardware().chip( unit ), choice );
+      const bool held =
+         wanted.holds( entry ) &&
+         ( part.empty() || ( entry && ruleText( *entry ).find( part ) != part.npos ) );
+      if( held )
+         continue;
+      const std::string found =
+         entry ? std::string( entryState( *entry ) ) + ": " + ruleText( *entry ) : "absent";
+      return session.expect( false, expected, found + " on unit " + std::to_string( unit ) );
+   }
+   session.expect( true, expected, {} );
+}
+
+} // namespace
+
+std::vector<Command> expectCommands()
+{
+   return {
+      { "expect attribute", "[OBJECT.]ATTRIBUTE[KEY] VALUE|absent", "an attribute has this value",
+         expectAttribute },
+      { "expect entry",
+         "[GROUP] OFFSET|NAME|\"CLAIMED NAME\" installed|enabled|disabled|claimed|absent "
+         "[with TEXT] [unit N]",
+         "an entry is in this state, on one unit or all", expectEntry },
+      { "expect control", "CONTROL [port N] [unit N] VALUE", "a switch control has this value",
+         expectControl },
+      { "expect register", "REGISTER FIELD [unit N] VALUE", "a register's field has this value",
+         expectRegister },
+   };
+}
+
+} // namespace Strata::Tool

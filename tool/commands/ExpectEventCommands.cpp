@@ -1,0 +1,219 @@
+// Expectations about what happened since the last mark, and about commands that must fail.
+#include "platform/sdk/SdkRoles.h"
+#include "tool/ChildProcess.h"
+#include "tool/Command.h"
+#include "tool/Session.h"
+
+#include <algorithm>
+#include <array>
+#include <functional>
+
+namespace Strata::Tool {
+
+namespace {
+
+using Sim::Record;
+using Sim::RecordKind;
+
+/// How often something is expected: at least once unless a number is given.
+struct Times
+{
+   std::optional<U64> exactly;
+
+   bool hold( U64 found ) const { return exactly ? found == *exactly : found > 0; }
+   std::string text() const
+   {
+      return exactly ? std::to_string( *exactly ) + " times" : "at least once";
+   }
+};
+
+Times takeTimes( Words& words )
+{
+   Times times;
+   if( words.accept( "none" ) )
+      times.exactly = 0;
+   else if( words.accept( "times" ) )
+      times.exactly = words.value<U64>( "a number" );
+   words.end();
+   return times;
+}
+
+using Matches = std::function<bool( const Record& )>;
+
+void expectRecords(
+   Session& session, const std::string& what, const Times& times, const Matches& matches )
+{
+   U64 found = 0;
+   for( const Record* const record : session.window() )
+      found += matches( *record ) ? 1 : 0;
+   session.expect( times.hold( found ), what + " " + times.text(),
+      std::to_string( found ) + " since the last mark" );
+}
+
+bool isCall( const Record& record )
+{
+   return record.kind == RecordKind::call || record.kind == RecordKind::entry;
+}
+
+std::vector<std::string_view> callNames()
+{
+   std::vector<std::string_view> names{ "getEntry", "installEntry", "reinstallEntry", "removeEntry",
+      "releaseEntry", "enableEntry", "hitsForEntry", "addInPortsForEntry", "qualifyPortsClassId",
+      "addOutLoopbackPortForEntry" };
+   names.insert( names.end(), roleNames<SdkOperation>.begin(), roleNames<SdkOperation>.end() );
+   return names;
+}
+
+void expectCall( Session& session, Words& words )
+{
+   session.agent( words );
+   const std::string name = words.take( "a call, as in bcm_switch_control_set" ).text;
+   if( const auto names = callNames(); std::ranges::find( names, name ) == names.end() )
+      words.fail( "there is no call '" + name + "'" + didYouMean( name, names ) );
+   std::string what = name;
+   std::string unit;
+   std::string part;
+   if( words.accept( "unit" ) ) {
+      unit = std::to_string( session.takeUnit( words ) );
+      what += " on unit " + unit;
+   }
+   if( words.accept( "with" ) ) {
+      part = words.take( "a part of the call's text" ).text;
+      what += " with '" + part + "'";
+   }
+   expectRecords( session, what, takeTimes( words ), [ & ]( const Record& record ) {
+      return isCall( record ) && record.field( "call" ) == name &&
+             ( unit.empty() || record.field( "unit" ) == unit ) &&
+             record.text.find( part ) != std::string::npos;
+   } );
+}
+
+void expectNoCalls( Session& session, Words& words )
+{
+   words.end();
+   expectRecords( session, "hardware calls", Times{ 0 }, isCall );
+}
+
+void expectNotification( Session& session, Words& words )
+{
+   const AttributePath path = session.takeAttribute( words );
+   const std::string place =
+      path.text.find( '.' ) == path.text.npos ? "helper." + path.text : path.text;
+   std::optional<std::string> before;
+   std::optional<std::string> after;
+   if( const Word* const arrow = words.peek( 1 ); arrow && arrow->text == "->" ) {
+      before = words.take( {} ).text;
+      words.take( {} );
+      after = words.take( "the new value" ).text;
+   }
+   const std::string what =
+      place + ( before ? ": " + *before + " -> " + *after : "" ) + " to be notified";
+   expectRecords( session, what, takeTimes( words ), [ & ]( const Record& record ) {
+      const auto valueOf = [ & ]( const char* field, const char* whenNone ) {
+         return record.field( "change" ) == whenNone ? "-" : record.field( field );
+      };
+      const std::string key = record.field( "key" );
+      const std::string at = record.field( "object" ) + "." + record.field( "attribute" );
+      return record.kind == RecordKind::notify &&
+             ( place == at || ( !key.empty() && place == at + "[" + key + "]" ) ) &&
+             ( !before || ( valueOf( "old", "inserted" ) == *before &&
+                             valueOf( "new", "removed" ) == *after ) );
+   } );
+}
+
+void expectText( Session& session, Words& words, RecordKind kind, const std::string& what )
+{
+   const std::string text = words.take( "a text" ).text;
+   expectRecords(
+      session, what + " '" + text + "'", takeTimes( words ), [ & ]( const Record& record ) {
+         return record.kind == kind && record.text.find( text ) != std::string::npos;
+      } );
+}
+
+void expectTrace( Session& session, Words& words )
+{
+   expectText( session, words, RecordKind::trace, "the trace" );
+}
+
+void expectLog( Session& session, Words& words )
+{
+   expectText( session, words, RecordKind::log, "the log message" );
+}
+
+/// Checks the command's name here, so that a slip is not taken for the failure that is expected.
+Line takeCommandLine( Words& words )
+{
+   if( words.done() )
+      words.failAtEnd( "expected a command" );
+   const Line line = words.rest();
+   Words inner( line );
+   takeCommand( inner );
+   return line;
+}
+
+std::vector<std::string> splitLines( const std::string& text )
+{
+   std::vector<std::string> lines;
+   for( std::size_t at = 0; at < text.size(); ) {
+      const std::size_t newline = std::min( text.find( '\n', at ), text.size() );
+      lines.push_back( text.substr( at, newline - at ) );
+      at = newline + 1;
+   }
+   return lines;
+}
+
+void expectDead( Session& session, Words& words )
+{
+   session.agent( words );
+   const std::string text = words.take( "a part of what the agent says when it dies" ).text;
+   const Line command = takeCommandLine( words );
+   const ChildEnd end = runInChild( [ & ]( ChildChannel& channel ) {
+      session.childOf( channel );
+      session.runPart( command );
+   } );
+   if( end.how == "ended with status " + std::to_string( exceptionStatus ) )
+      words.failAtEnd( "this command cannot run: " + end.errorText );
+   for( const auto& [ form, line ] : end.lines )
+      session.console().childLine( form, line );
+   for( const std::string& line : splitLines( end.errorText ) )
+      session.console().childError( line );
+   const bool held = end.aborted && end.errorText.find( text ) != std::string::npos;
+   session.expect( held, "to abort, saying '" + text + "'",
+      "it " + end.how +
+         ( end.errorText.empty() ? " and said nothing" : ", saying: " + end.errorText ) );
+}
+
+void expectError( Session& session, Words& words )
+{
+   const std::string text = words.take( "a part of the error" ).text;
+   const Line command = takeCommandLine( words );
+   std::string found = "no error";
+   try {
+      session.runPart( command );
+   } catch( const InputError& error ) {
+      found = error.problem();
+   }
+   session.expect( found.find( text ) != std::string::npos, "an error with '" + text + "'", found );
+}
+
+} // namespace
+
+std::vector<Command> expectEventCommands()
+{
+   return {
+      { "expect call", "CALL [unit N] [with TEXT] [times N|none]",
+         "a hardware call was made since the last mark", expectCall },
+      { "expect no calls", "", "no hardware call was made since the last mark", expectNoCalls },
+      { "expect notification", "[OBJECT.]ATTRIBUTE[KEY] [OLD -> NEW] [times N|none]",
+         "a change was published since the last mark; - stands for no value", expectNotification },
+      { "expect trace", "TEXT [times N|none]", "a trace was written since the last mark",
+         expectTrace },
+      { "expect log", "TEXT [times N|none]", "a log message was raised since the last mark",
+         expectLog },
+      { "expect dead", "TEXT COMMAND...",
+         "the command, run in a copy of the process, aborts and says this", expectDead },
+      { "expect error", "TEXT COMMAND...", "the command is refused with this error", expectError },
+   };
+}
+
+} // namespace Strata::Tool

@@ -1,0 +1,73 @@
+// Faults: the codes that hardware calls are to return.
+#include "sim/Faults.h"
+#include "tool/Command.h"
+#include "tool/Session.h"
+
+#include <algorithm>
+#include <array>
+
+namespace Strata::Tool {
+
+namespace {
+
+Sim::SdkCode takeCode( Words& words )
+{
+   const std::string text = words.take( "a code, as in BCM_E_FAIL" ).text;
+   if( const auto code = Sim::parseSdkCode( text ) )
+      return *code;
+   std::vector<std::string_view> names;
+   for( const Sim::SdkCodeInfo& info : Sim::sdkCodes() )
+      names.push_back( info.name );
+   const std::string hint = didYouMean( text, names );
+   words.fail( "there is no code '" + text + "'" +
+               ( hint.empty() ? "; there are " + joined( names ) : hint ) );
+}
+
+void inject( Session& session, Words& words )
+{
+   static constexpr std::array<std::string_view, 4> options{ "nth", "unit", "code", "always" };
+   Agent& agent = session.agent( words );
+   Sim::Fault fault;
+   if( words.accept( "call-number" ) ) {
+      fault.callNumber = words.value<U64>( "the number of a call" );
+   } else {
+      std::vector<std::string_view> names{ "any" };
+      for( const std::string_view name : Sim::Faults::callNames() )
+         names.push_back( name );
+      const std::string name = words.take( "a call, as in bcm_field_action_add" ).text;
+      if( std::ranges::find( names, name ) == names.end() )
+         words.fail( "there is no call '" + name + "'" + didYouMean( name, names ) );
+      fault.call = name == "any" ? "" : name;
+   }
+   while( !words.done() ) {
+      const std::string_view option = words.choose( "an option", options );
+      if( option == "nth" )
+         fault.nth = words.value<U64>( "which of the calls, 1 for the next" );
+      else if( option == "unit" )
+         fault.unit = session.takeUnit( words );
+      else if( option == "code" )
+         fault.code = takeCode( words );
+      else
+         fault.always = true;
+   }
+   agent.hardware().faults().inject( fault );
+}
+
+void clear( Session& session, Words& words )
+{
+   words.end();
+   session.agent( words ).hardware().faults().clear();
+}
+
+} // namespace
+
+std::vector<Command> faultCommands()
+{
+   return {
+      { "fault", "CALL|any [nth N] [unit N] [code CODE] [always], call-number N [code CODE]",
+         "let a hardware call fail", inject },
+      { "no fault", "", "forget all faults", clear },
+   };
+}
+
+} // namespace Strata::Tool

@@ -1,0 +1,70 @@
+// What moves a run along: the clock, traces, notes and marks.
+#include "platform/runtime/Trace.h"
+#include "tool/Command.h"
+#include "tool/Session.h"
+
+#include <charconv>
+
+namespace Strata::Tool {
+
+namespace {
+
+/// "5s", "250ms", "2m", in seconds.
+double takeDuration( Words& words )
+{
+   const std::string text = words.take( "a duration, as in 5s" ).text;
+   double number = 0;
+   const char* const end = text.data() + text.size();
+   const auto result = std::from_chars( text.data(), end, number );
+   const std::string_view unit( result.ptr, end );
+   if( result.ec == std::errc() && number >= 0 ) {
+      if( unit == "ms" )
+         return number / 1000;
+      if( unit == "s" )
+         return number;
+      if( unit == "m" )
+         return number * 60;
+   }
+   words.fail( "'" + text + "' is not a duration; write 250ms, 5s or 2m" );
+}
+
+void advance( Session& session, Words& words )
+{
+   const double seconds = takeDuration( words );
+   words.end();
+   session.agent( words ).clock().advanceBy( seconds );
+}
+
+void trace( Session&, Words& words )
+{
+   do
+      Vormel::traceLevelsIs( words.take( "a trace handle and its level, as in ApiStrata=4" ).text );
+   while( !words.done() );
+}
+
+void note( Session& session, Words& words )
+{
+   const std::string text = words.take( "a text" ).text;
+   words.end();
+   session.console().note( text );
+}
+
+void mark( Session& session, Words& words )
+{
+   words.end();
+   session.mark();
+}
+
+} // namespace
+
+std::vector<Command> runCommands()
+{
+   return {
+      { "advance", "DURATION", "move the clock; timers run when they are due", advance },
+      { "trace", "HANDLE=LEVEL...", "set trace levels: 0 to 9, or off", trace },
+      { "note", "TEXT", "say something to the reader", note },
+      { "mark", "", "start a new window for what is expected and shown", mark },
+   };
+}
+
+} // namespace Strata::Tool

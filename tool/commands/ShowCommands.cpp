@@ -1,0 +1,250 @@
+// Looking: tables of what the chips hold, of what the agent knows, and of what happened.
+#include "platform/runtime/Entity.h"
+#include "sim/RegisterLayout.h"
+#include "tool/ByUnit.h"
+#include "tool/Catalogue.h"
+#include "tool/Command.h"
+#include "tool/EntryView.h"
+#include "tool/Session.h"
+
+#include <algorithm>
+#include <array>
+#include <map>
+
+namespace Strata::Tool {
+
+namespace {
+
+using Cells = std::vector<std::string>;
+
+std::string takeFilter( Words& words )
+{
+   const std::string filter = words.done() ? std::string() : words.take( {} ).text;
+   words.end();
+   return filter;
+}
+
+void showEntries( Session& session, Words& words )
+{
+   Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   const std::string filter = takeFilter( words );
+   session.console().table(
+      "Field Processor entries", entryTable( hardware, filter ), entryJson( hardware, filter ) );
+}
+
+/// What the entity held when it was made, where that is known.
+std::map<std::string, std::string> initialValues( Agent& agent, const Entity& entity )
+{
+   std::map<std::string, std::string> initial;
+   if( &entity == agent.helper().get() )
+      for( const AttributeValue& value : attributeValues( *agent.newHelper() ) )
+         initial[ value.name ] = agent.valueText( value.value );
+   else
+      for( const AttributeValue& value : attributeValues( entity ) )
+         initial[ value.name ] = std::string( value.attribute->info().defaultText );
+   return initial;
+}
+
+void showAttributes( Session& session, Words& words )
+{
+   Agent& agent = session.agent( words );
+   bool changed = words.accept( "changed" );
+   Ref<Entity> object = agent.helper();
+   std::string title = "helper";
+   if( !changed && !words.done() ) {
+      title = words.peek()->text;
+      object = session.takeObject( words );
+      changed = words.accept( "changed" );
+   }
+   words.end();
+   std::map<std::string, std::string> initial = initialValues( agent, *object );
+   Table table(
+      changed ? std::vector<Column>{ { "Number", Align::right }, { "Attribute" }, { "Initially" },
+                   { "Now" } }
+              : std::vector<Column>{ { "Number", Align::right }, { "Attribute" }, { "Value" } } );
+   for( const AttributeValue& value : attributeValues( *object ) ) {
+      const Vormel::AttributeNumber number = value.attribute->info().number;
+      const std::string numberText = number == 0 ? "-" : std::to_string( number );
+      const std::string& before = initial[ value.name ];
+      const std::string now = agent.valueText( value.value );
+      if( !changed )
+         table.row( { numberText, value.name, now } );
+      else if( number != 0 && before != now )
+         table.row( { numberText, value.name, before.empty() ? "-" : before, now } );
+   }
+   session.console().table(
+      ( changed ? "Changed attributes of " : "Attributes of " ) + title, table );
+}
+
+/// Rows of equal cells become one, with their units in a column of their own in front of the last.
+Table unitTable( std::vector<Column> columns, const ByUnit<Cells>& byUnit )
+{
+   columns.insert( columns.end() - 1, Column{ "Units" } );
+   Table table( columns );
+   for( const auto& [ row, units ] : byUnit.rows() ) {
+      Cells cells = row;
+      cells.insert( cells.end() - 1, numberRanges( units ) );
+      table.row( cells );
+   }
+   return table;
+}
+
+void showControls( Session& session, Words& words )
+{
+   Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   const std::string filter = takeFilter( words );
+   ByUnit<Cells> rows;
+   const auto add = [ & ]( U32 unit, std::string_view name, const std::string& where, int value ) {
+      if( name.find( filter ) != name.npos )
+         rows.add( unit, { std::string( name ), where, std::to_string( value ) } );
+   };
+   for( const auto& [ unit, chip ] : hardware.chips() ) {
+      for( const auto& [ control, value ] : chip.controls() )
+         add( unit, roleName( control ), "chip", value );
+      for( const auto& [ place, value ] : chip.portSwitchControls() )
+         add( unit, roleName( place.second ), "port " + std::to_string( place.first ), value );
+      for( const auto& [ place, value ] : chip.portControls() )
+         add( unit, roleName( place.second ), "port " + std::to_string( place.first ), value );
+   }
+   session.console().table( "Controls that were written",
+      unitTable( { { "Control" }, { "Where" }, { "Value" } }, rows ) );
+}
+
+void showRegisters( Session& session, Words& words )
+{
+   Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   const std::string filter = takeFilter( words );
+   ByUnit<Cells> rows;
+   for( const auto& [ unit, chip ] : hardware.chips() )
+      for( std::size_t i = 0; i < roleNames<Register>.size(); ++i ) {
+         const auto reg = static_cast<Register>( i );
+         const std::string name( roleName( reg ) );
+         if( chip.profile().supports( reg ) && name.find( filter ) != name.npos )
+            rows.add( unit, { name, Sim::registerText( reg, chip.registerValue( reg ) ) } );
+      }
+   session.console().table( "Registers", unitTable( { { "Register" }, { "Value" } }, rows ) );
+}
+
+void showCalls( Session& session, Words& words )
+{
+   session.agent( words );
+   const std::string filter = takeFilter( words );
+   std::map<std::string, std::map<std::string, U32>> counts; // by call, by unit
+   for( const Sim::Record* const record : session.window() )
+      if( record->kind == Sim::RecordKind::call || record->kind == Sim::RecordKind::entry )
+         if( const std::string call = record->field( "call" ); call.find( filter ) != call.npos )
+            ++counts[ call ][ record->field( "unit" ) ];
+   Table table( { { "Call" }, { "Times", Align::right }, { "By unit" } } );
+   for( const auto& [ call, units ] : counts ) {
+      U32 total = 0;
+      std::string each;
+      for( const auto& [ unit, times ] : units ) {
+         total += times;
+         each += ( each.empty() ? "" : ", " ) + ( unit.empty() ? "-" : unit ) + ": " +
+                 std::to_string( times );
+      }
+      table.row( { call, std::to_string( total ), each } );
+   }
+   session.console().table( "Calls since the last mark", table );
+}
+
+void showInterfaces( Session& session, Words& words )
+{
+   Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   words.end();
+   const StrataCommonSmData& scsd = *hardware.scsd();
+   std::vector<Vormel::IntfId> intfs = keysOf( hardware.ethIntfStatusDir()->intfStatus() );
+   std::ranges::sort( intfs );
+   Table table( { { "Interface" }, { "Model" }, { "Port (unit/port/logical)" }, { "LAG" } } );
+   for( const Vormel::IntfId intf : intfs ) {
+      const auto status = hardware.ethIntfStatusDir()->intfStatus( intf );
+      const std::string lag = intf.isPortChannel() ? "of " + toText( scsd.lagMembers( intf ) )
+                                                   : scsd.lagOfMember( intf ).toString();
+      table.row( { intf.toString(), Vormel::enumText( status->forwardingModel() ),
+         toText( scsd.strataIntfToPort( intf ) ), lag } );
+   }
+   session.console().table( "Interfaces", table );
+}
+
+void showUnits( Session& session, Words& words )
+{
+   Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   words.end();
+   ByUnit<Cells> rows;
+   for( const auto& [ unit, chip ] : hardware.chips() ) {
+      const Sim::SpecialPorts& special = chip.profile().specialPorts;
+      std::string ports =
+         "front " + chip.frontPanelPorts().toString() + ", cpu " + std::to_string( special.cpu );
+      if( special.loopback )
+         ports += ", loopback " + std::to_string( *special.loopback );
+      if( special.recirculation )
+         ports += ", recirculation " + std::to_string( *special.recirculation );
+      std::string entries;
+      for( const Sim::FieldGroup& group : chip.groups() )
+         entries += ( entries.empty() ? "" : ", " ) + group.profile().name + " " +
+                    std::to_string( group.room() - group.roomLeft() ) + "/" +
+                    std::to_string( group.room() );
+      const StrataUnit* const known = hardware.scsd()->units().find( unit );
+      std::string text = "ports: " + ports + "\nentries: " + entries;
+      text += chip.trapsTtlExceptions ? "\ntraps TTL exceptions by itself" : "";
+      text += known && known->hasIpOptionsProfile ? "\nkeeps an IPv4 options profile" : "";
+      rows.add( unit, { chip.profile().name, text } );
+   }
+   session.console().table( "Units", unitTable( { { "Chip" }, { "Has" } }, rows ) );
+}
+
+void showObjects( Session& session, Words& words )
+{
+   Agent& agent = session.agent( words );
+   words.end();
+   Table table( { { "Object" }, { "Attributes", Align::right }, { "Type" } } );
+   for( const std::string& name : agent.objectNames() ) {
+      const Vormel::EntityType& type = agent.object( name )->entityType();
+      table.row( { name, std::to_string( type.attributes().size() ), std::string( type.name() ) } );
+   }
+   session.console().table( "Objects", table );
+}
+
+void showFaults( Session& session, Words& words )
+{
+   Table table( { { "Fault" } } );
+   for( const Sim::Fault& fault : session.agent( words ).hardware().faults().armed() )
+      table.row( { fault.text() } );
+   words.end();
+   session.console().table( "Faults that are armed", table );
+}
+
+void showTranscript( Session& session, Words& words )
+{
+   session.agent( words );
+   const std::string filter = takeFilter( words );
+   std::vector<const Sim::Record*> records = session.window();
+   std::erase_if( records, [ & ]( const Sim::Record* record ) {
+      return record->line().find( filter ) == std::string::npos;
+   } );
+   session.console().records( "Transcript since the last mark", records );
+}
+
+} // namespace
+
+std::vector<Command> showCommands()
+{
+   return {
+      { "show entries", "[NAME|GROUP|ID]", "Field Processor entries: state, qualifiers, actions",
+         showEntries },
+      { "show attributes", "[OBJECT] [changed]",
+         "attributes of the helper or another object, or those that are not as they were made",
+         showAttributes },
+      { "show controls", "[TEXT]", "controls that were written", showControls },
+      { "show registers", "[TEXT]", "registers, with their fields", showRegisters },
+      { "show calls", "[TEXT]", "how often each hardware call was made since the last mark",
+         showCalls },
+      { "show interfaces", "", "interfaces, their ports and LAGs", showInterfaces },
+      { "show units", "", "units, their ports and the room for entries", showUnits },
+      { "show objects", "", "objects that can be named", showObjects },
+      { "show faults", "", "faults that are armed", showFaults },
+      { "show transcript", "[TEXT]", "records since the last mark", showTranscript },
+   };
+}
+
+} // namespace Strata::Tool

@@ -1,0 +1,244 @@
+// Describing the switch: its chips, units, ports, interfaces, LAGs and VLANs.
+#include "platform/runtime/Errors.h"
+#include "platform/types/IntfId.h"
+#include "sim/ChipProfile.h"
+#include "tool/Command.h"
+#include "tool/Session.h"
+
+#include <array>
+#include <charconv>
+
+namespace Strata::Tool {
+
+namespace {
+
+using Interface::ForwardingModel;
+using Vormel::IntfId;
+
+/// "2" for the first two, or "0,4,7".
+std::vector<U32> takeUnitNumbers( Words& words )
+{
+   const std::string text = words.take( "how many units, or their numbers as in 0,4,7" ).text;
+   std::vector<U32> numbers;
+   const char* at = text.data();
+   const char* const end = at + text.size();
+   for( ;; ) {
+      U32 number = 0;
+      const auto result = std::from_chars( at, end, number );
+      if( result.ec != std::errc() || ( result.ptr != end && *result.ptr != ',' ) )
+         words.fail( "'" + text + "' is neither a number of units nor numbers as in 0,4,7" );
+      numbers.push_back( number );
+      if( result.ptr == end )
+         break;
+      at = result.ptr + 1;
+   }
+   return text.find( ',' ) == text.npos ? Sim::unitNumbers( numbers.front() ) : numbers;
+}
+
+std::string takeCapability( Words& words )
+{
+   return std::string( words.choose( "a chip capability", Sim::capabilityNames() ) );
+}
+
+void makeSwitch( Session& session, Words& words )
+{
+   static constexpr std::array<std::string_view, 7> options{
+      "units", "ports", "with", "without", "fabric", "name", "seed" };
+   AgentConfig config;
+   std::vector<std::string_view> profiles;
+   for( const Sim::ChipProfile& profile : Sim::chipProfiles() )
+      profiles.push_back( profile.name );
+   config.hardware.profile = words.choose( "a chip profile", profiles );
+   while( !words.done() ) {
+      const std::string_view option = words.choose( "an option", options );
+      if( option == "units" )
+         config.hardware.units = takeUnitNumbers( words );
+      else if( option == "ports" )
+         config.hardware.ports = words.value<U32>( "how many front-panel ports" );
+      else if( option == "with" )
+         config.hardware.capabilities[ takeCapability( words ) ] = true;
+      else if( option == "without" )
+         config.hardware.capabilities[ takeCapability( words ) ] = false;
+      else if( option == "fabric" )
+         config.fabricMode = words.value<bool>( "true or false" );
+      else if( option == "name" )
+         config.helperName = words.take( "the helper's name" ).text;
+      else
+         config.hardware.seed = words.value<U64>( "the seed of the SDK's numbers" );
+   }
+   session.agentIs( config );
+}
+
+void unitProperty( Session& session, Words& words )
+{
+   static constexpr std::array<std::string_view, 5> properties{
+      "traps-ttl-exceptions", "ip-options-profile", "higig-trunks-as-lag", "room", "port" };
+   Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   const U32 unit = session.takeUnit( words );
+   Sim::Chip& chip = hardware.chip( unit );
+   const std::string_view property = words.choose( "a property", properties );
+   if( property == "traps-ttl-exceptions" ) {
+      chip.trapsTtlExceptions = words.value<bool>( "true or false" );
+   } else if( property == "ip-options-profile" ) {
+      hardware.hasIpOptionsProfileIs( unit, words.value<bool>( "true or false" ) );
+   } else if( property == "higig-trunks-as-lag" ) {
+      chip.resolvesHigigTrunksAsLag = words.value<bool>( "true or false" );
+   } else if( property == "room" ) {
+      std::vector<std::string_view> names;
+      for( const Sim::FieldGroup& group : chip.groups() )
+         names.push_back( group.profile().name );
+      Sim::FieldGroup& group = *chip.group( words.choose( "an entry group", names ) );
+      group.roomIs( words.value<U32>( "how many entries the hardware has room for" ) );
+   } else {
+      static constexpr std::array<std::string_view, 2> states{ "up", "down" };
+      const int port = words.value<int>( "a port number" );
+      chip.portActiveIs( port, words.choose( "a port's state", states ) == "up" );
+   }
+   words.end();
+}
+
+struct InterfaceRange
+{
+   IntfId first;
+   U32 count;
+};
+
+/// "Ethernet1", or "Ethernet1-48".
+InterfaceRange takeInterfaces( Words& words )
+{
+   const std::string text = words.take( "an interface, as in Ethernet1 or Ethernet1-48" ).text;
+   const std::size_t dash = text.rfind( '-' );
+   const bool range =
+      dash != text.npos && dash > 0 && text[ dash - 1 ] >= '0' && text[ dash - 1 ] <= '9';
+   const auto first =
+      IntfId::parse( std::string_view( text ).substr( 0, range ? dash : text.npos ) );
+   if( !first || first->empty() )
+      words.fail( "'" + text + "' is not " + std::string( IntfId::valueSyntax ) );
+   if( !range )
+      return { *first, 1 };
+   U32 last = 0;
+   const char* const end = text.data() + text.size();
+   const auto result = std::from_chars( text.data() + dash + 1, end, last );
+   if( result.ec != std::errc() || result.ptr != end || !first->isEthernet() ||
+       first->second() != 0 || last < first->number() )
+      words.fail( "'" + text + "' is not a range of interfaces such as Ethernet1-48" );
+   return { *first, last - first->number() + 1 };
+}
+
+IntfId memberOf( const InterfaceRange& range, U32 index )
+{
+   return index == 0 ? range.first : IntfId::ethernet( range.first.number() + index );
+}
+
+std::optional<ForwardingModel> takeModel( Words& words )
+{
+   if( words.done() )
+      return std::nullopt;
+   static constexpr std::array<std::string_view, 2> models{ "routed", "bridged" };
+   return words.choose( "a forwarding model", models ) == "routed" ? ForwardingModel::routed
+                                                                   : ForwardingModel::bridged;
+}
+
+void takeKeyword( Words& words, std::string_view keyword )
+{
+   if( words.accept( keyword ) )
+      return;
+   words.take( "'" + std::string( keyword ) + "'" );
+   words.fail( "'" + std::string( keyword ) + "' is expected here" );
+}
+
+void addInterfaces( Session& session, Words& words )
+{
+   Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   const InterfaceRange range = takeInterfaces( words );
+   takeKeyword( words, "unit" );
+   const U32 unit = session.takeUnit( words );
+   takeKeyword( words, "port" );
+   const int port = words.value<int>( "a port number" );
+   const auto model = takeModel( words );
+   words.end();
+   for( U32 i = 0; i < range.count; ++i )
+      hardware.addInterface( memberOf( range, i ), unit, port + static_cast<int>( i ), model );
+}
+
+void removeInterfaces( Session& session, Words& words )
+{
+   Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   const InterfaceRange range = takeInterfaces( words );
+   words.end();
+   for( U32 i = 0; i < range.count; ++i )
+      hardware.removeInterface( memberOf( range, i ) );
+}
+
+void makeLag( Session& session, Words& words )
+{
+   Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   const IntfId lag = words.value<IntfId>( "a LAG, as in Port-Channel1" );
+   std::vector<IntfId> members;
+   const auto atModel = [ &words ] {
+      const Word* const word = words.peek();
+      return !word || word->text == "routed" || word->text == "bridged";
+   };
+   while( !atModel() ) {
+      const InterfaceRange range = takeInterfaces( words );
+      for( U32 i = 0; i < range.count; ++i )
+         members.push_back( memberOf( range, i ) );
+   }
+   const auto model = takeModel( words );
+   words.end();
+   hardware.lagIs( lag, members );
+   if( model )
+      hardware.intfStatus( lag )->forwardingModelIs( *model );
+}
+
+void removeLag( Session& session, Words& words )
+{
+   const IntfId lag = words.value<IntfId>( "a LAG, as in Port-Channel1" );
+   words.end();
+   session.agent( words ).hardware().lagDel( lag );
+}
+
+U16 takeVlan( Words& words )
+{
+   const U16 vlanId = words.value<U16>( "a VLAN id" );
+   if( vlanId < 1 || vlanId > 4094 )
+      words.fail( "'" + std::to_string( vlanId ) + "' is not a VLAN id from 1 to 4094" );
+   words.end();
+   return vlanId;
+}
+
+void makeVlan( Session& session, Words& words )
+{
+   session.agent( words ).hardware().vlanIs( takeVlan( words ) );
+}
+
+void removeVlan( Session& session, Words& words )
+{
+   session.agent( words ).hardware().vlanDel( takeVlan( words ) );
+}
+
+} // namespace
+
+std::vector<Command> switchCommands()
+{
+   return {
+      { "switch",
+         "PROFILE [units N | units N,N,...] [ports N] [with CAPABILITY]... [without CAPABILITY]... "
+         "[fabric true|false] [name NAME] [seed N]",
+         "make a switch and its agent, in place of the one before", makeSwitch },
+      { "unit",
+         "N traps-ttl-exceptions|ip-options-profile|higig-trunks-as-lag true|false, "
+         "N room GROUP COUNT, N port PORT up|down",
+         "change a property of one unit", unitProperty },
+      { "interface", "INTERFACE[-LAST] unit N port N [routed|bridged]",
+         "put interfaces on consecutive ports", addInterfaces },
+      { "no interface", "INTERFACE[-LAST]", "take interfaces away", removeInterfaces },
+      { "lag", "LAG INTERFACE[-LAST]... [routed|bridged]", "make a LAG with just these members",
+         makeLag },
+      { "no lag", "LAG", "remove a LAG", removeLag },
+      { "vlan", "ID", "make a VLAN of all ports on every unit", makeVlan },
+      { "no vlan", "ID", "remove a VLAN", removeVlan },
+   };
+}
+
+} // namespace Strata::Tool
