@@ -16,7 +16,7 @@ static void check( bool good, const std::string& what, U64 given, const char* ra
          "MplsTunnelKey: " + what + " " + std::to_string( given ) + " is not " + range );
 }
 
-MplsTunnelKey::MplsTunnelKey( std::initializer_list<U32> labels, U8 exp, U8 ttl )
+MplsTunnelKey::MplsTunnelKey( std::span<const U32> labels, U8 exp, U8 ttl )
    : count_( labels.size() ),
      exp_( exp ),
      ttl_( ttl )

@@ -11,6 +11,7 @@
 #include <compare>
 #include <cstddef>
 #include <initializer_list>
+#include <span>
 #include <string>
 
 namespace Strata {
@@ -60,7 +61,10 @@ class VORMEL_EXPORT MplsTunnelKey
    MplsTunnelKey() = default;
    /// Labels outermost first, 1 to 8 of 20 bits; exp 0 to 7; ttl 0 is taken from the packet. ValueError
    /// outside these ranges.
-   MplsTunnelKey( std::initializer_list<U32> labels, U8 exp, U8 ttl );
+   MplsTunnelKey( std::span<const U32> labels, U8 exp, U8 ttl );
+   MplsTunnelKey( std::initializer_list<U32> labels, U8 exp, U8 ttl )
+      : MplsTunnelKey( std::span( labels.begin(), labels.size() ), exp, ttl )
+   {}
 
    std::size_t labelCount() const { return count_; }
    /// RangeError from labelCount() on.

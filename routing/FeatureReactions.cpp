@@ -48,16 +48,7 @@ RoutingStatusSm::InForce RoutingStatusSm::inForce() const
    return { hwStatus_->l2DualHash(), hwStatus_->l3DualHash(), hwStatus_->l2TrafficRouting() };
 }
 
-void RoutingStatusSm::reportInForce( const InForce& now )
-{
-   ownInForce_ = now;
-   if( !hwStatus_ )
-      return;
-   hwStatus_->l2DualHashIs( now.l2DualHash );
-   hwStatus_->l3DualHashIs( now.l3DualHash );
-   hwStatus_->l2TrafficRoutingIs( now.l2TrafficRouting );
-}
-
+// Each value is reported before the next is looked at: who hears the report may change the configuration.
 void RoutingStatusSm::handleDualHash()
 {
    VORMEL_TRACE( routingTrace, 8, "handleDualHash" );
@@ -67,16 +58,18 @@ void RoutingStatusSm::handleDualHash()
    }
    if( !routingStatusHelper_ )
       return;
-   InForce now = inForce();
-   if( now.l2DualHash != miscConfig_->l2DualHash() ) {
-      now.l2DualHash = miscConfig_->l2DualHash();
-      routingStatusHelper_->programDualHash( SwitchControl::HashL2Dual, now.l2DualHash );
+   if( const bool on = miscConfig_->l2DualHash(); on != inForce().l2DualHash ) {
+      routingStatusHelper_->programDualHash( SwitchControl::HashL2Dual, on );
+      ownInForce_.l2DualHash = on;
+      if( hwStatus_ )
+         hwStatus_->l2DualHashIs( on );
    }
-   if( now.l3DualHash != miscConfig_->l3DualHash() ) {
-      now.l3DualHash = miscConfig_->l3DualHash();
-      routingStatusHelper_->programDualHash( SwitchControl::HashL3Dual, now.l3DualHash );
+   if( const bool on = miscConfig_->l3DualHash(); on != inForce().l3DualHash ) {
+      routingStatusHelper_->programDualHash( SwitchControl::HashL3Dual, on );
+      ownInForce_.l3DualHash = on;
+      if( hwStatus_ )
+         hwStatus_->l3DualHashIs( on );
    }
-   reportInForce( now );
 }
 
 void RoutingStatusSm::handleL2TrafficRoutingStatus()
@@ -84,12 +77,13 @@ void RoutingStatusSm::handleL2TrafficRoutingStatus()
    VORMEL_TRACE( routingTrace, 8, "handleL2TrafficRoutingStatus" );
    if( !bastleSourceIpLookupConfig_ || !routingStatusHelper_ )
       return;
-   InForce now = inForce();
-   if( now.l2TrafficRouting == bastleSourceIpLookupConfig_->l2TrafficRouting() )
+   const bool on = bastleSourceIpLookupConfig_->l2TrafficRouting();
+   if( on == inForce().l2TrafficRouting )
       return;
-   now.l2TrafficRouting = bastleSourceIpLookupConfig_->l2TrafficRouting();
-   routingStatusHelper_->programL2TrafficRouting( now.l2TrafficRouting );
-   reportInForce( now );
+   routingStatusHelper_->programL2TrafficRouting( on );
+   ownInForce_.l2TrafficRouting = on;
+   if( hwStatus_ )
+      hwStatus_->l2TrafficRoutingIs( on );
 }
 
 void RoutingStatusSm::handleNexthopStatus( const std::string& name )

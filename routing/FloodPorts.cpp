@@ -92,7 +92,7 @@ void RoutingStatusHelper::unitRecordIs( const UnitRecord& record )
 
 void RoutingStatusHelper::updateVlanFloodPbmp( IntfId intf )
 {
-   const StrataPort sp = scsd()->strataIntfToPort( intf );
+   const StrataPort sp = scsd() ? scsd()->strataIntfToPort( intf ) : StrataPort();
    VORMEL_ASSERT( !!sp );
    const bool remove = routedPortsAndRoutedLagMember( intf );
    VORMEL_TRACE( routingTrace, 2, "updateVlanFloodPbmp intf: " << intf << " remove: " << remove );
@@ -106,17 +106,17 @@ void RoutingStatusHelper::updateVlanFloodPbmp( IntfId intf )
 
 void RoutingStatusHelper::reprogramVlanFloodEntries()
 {
-   if( scsd()->units().empty() )
+   if( !scsd() )
       return;
-   const U32 unit = scsd()->units().begin().key();
-   if( tcamEntryVlanFloodPbr() != 0 )
-      updateVlanFloodTcamEntryPbmp( unit, true );
+   const UnitTable& units = scsd()->units();
+   if( !units.empty() && tcamEntryVlanFloodPbr() != 0 )
+      updateVlanFloodTcamEntryPbmp( units.begin().key(), true );
    if( scsd()->vfiForwarding() ) {
       VORMEL_TRACE( routingTrace, 2, "reprogramVlanFloodEntries, pbmp not used for flooding " );
       return;
    }
-   if( tcamEntryVlanFlood() != 0 && !useLb() )
-      updateVlanFloodTcamEntryPbmp( unit, false );
+   if( !units.empty() && tcamEntryVlanFlood() != 0 && !useLb() )
+      updateVlanFloodTcamEntryPbmp( units.begin().key(), false );
 }
 
 void RoutingStatusHelper::updateVlanFloodTcamEntryPbmp( U32 unit, bool pbr )

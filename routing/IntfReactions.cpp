@@ -73,7 +73,7 @@ void RoutingStatusSm::handleStrataIntfToPort()
 {
    VORMEL_ASSERT( scsd() );
    for( const IntfId intf : Vormel::keysOf( scsd_->strataIntfToPort() ) )
-      if( routingStatusHelper_ )
+      if( routingStatusHelper_ && scsd_->strataIntfToPort().contains( intf ) )
          routingStatusHelper_->programSwitchCtrlPortSet( intf );
 }
 

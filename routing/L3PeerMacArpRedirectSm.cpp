@@ -11,6 +11,7 @@ Ref<L3PeerMacArpRedirectSm> l3PeerMacArpRedirectSmFactory(
 {
    const auto sm =
       Vormel::make<L3PeerMacArpRedirectSm>( scsd, mlagStatus, mlagHwStatus, routingStatusHelper );
+   sm->handleInitialized();
    sm->hasNotificationActiveIs( true );
    return sm;
 }
@@ -25,6 +26,9 @@ L3PeerMacArpRedirectSm::L3PeerMacArpRedirectSm( const Ref<const StrataCommonSmDa
      mlagStatusInput_( *this, mlagStatus ),
      mlagHwStatusInput_( *this, mlagHwStatus ),
      scsdInput_( *this, scsd )
+{}
+
+void L3PeerMacArpRedirectSm::handleInitialized()
 {
    handlePeerMacArpRedirect();
 }
@@ -66,11 +70,13 @@ bool L3PeerMacArpRedirectSm::peerLinkHasPort() const
 
 void L3PeerMacArpRedirectSm::onMlag( const Vormel::Change& )
 {
+   const Ref<L3PeerMacArpRedirectSm> keep( this );
    handlePeerMacArpRedirect();
 }
 
 void L3PeerMacArpRedirectSm::onScsd( const Vormel::Change& change )
 {
+   const Ref<L3PeerMacArpRedirectSm> keep( this );
    switch( change.number ) {
    case StrataCommonSmData::strataIntfToPortNumber:
    case StrataCommonSmData::lagMembersNumber:
@@ -93,6 +99,8 @@ bool L3PeerMacArpRedirectSm::concernsPeerLink( IntfId intf ) const
    if( !mlagStatus_ || intf.empty() )
       return false;
    const IntfId link = mlagStatus_->peerLinkIntf();
+   if( link.empty() )
+      return false;
    if( intf == link || scsd_->lagOfMember( intf ) == link )
       return true;
    for( const IntfId member : scsd_->lagMembers( link ) )

@@ -19,6 +19,8 @@ class VORMEL_EXPORT L3PeerMacArpRedirectSm : public Vormel::Reactor
       const Ref<const Mlag::Hardware::Status>& mlagHwStatus,
       const Ref<RoutingStatusHelper>& routingStatusHelper );
 
+   /// The factory runs it once the reactor is made.
+   void handleInitialized();
    /// The redirect is wanted while there is a peer MAC, routing for it is enabled and supported, and the peer
    /// link has a port.
    void handlePeerMacArpRedirect();

@@ -16,8 +16,13 @@ void NestedSm_IntfStatus::notifierIs( const Ref<const Interface::EthIntfStatus>&
    status_.notifierIs( status );
 }
 
+// Both dispatchers ask for the owner's mark before they take a reference to it: an owner that is being
+// destroyed has none to give.
+
 void NestedSm_IntfStatus::onStatus( const Vormel::Change& change )
 {
+   if( !owner_ || owner_->markedForDeletion() )
+      return;
    const Ref<RoutingStatusSm> keep( owner_ );
    if( change.number == Interface::EthIntfStatus::forwardingModelNumber )
       kib_handleIntfStatus_forwardingModel();
@@ -37,9 +42,11 @@ KibNexthopStatusDir::KibNexthopStatusDir(
 
 void KibNexthopStatusDir::onDir( const Vormel::Change& change )
 {
+   if( !owner_ || owner_->markedForDeletion() )
+      return;
    const Ref<RoutingStatusSm> keep( owner_ );
-   if( owner_ && change.number == NexthopStatusDir::entityNumber )
-      owner_->handleNexthopStatus( change.key.as<std::string>() );
+   if( change.number == NexthopStatusDir::entityNumber )
+      keep->handleNexthopStatus( change.key.as<std::string>() );
 }
 
 } // namespace Strata

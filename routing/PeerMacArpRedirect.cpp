@@ -32,35 +32,49 @@ void RoutingStatusHelper::handlePeerMacArpRedirect(
                          : nullptr;
    if( !hasManager( manager, "handlePeerMacArpRedirect" ) )
       return;
-   const ArpRedirect wanted{ mac, portsOfLink( peerLink ) };
-   if( !enable || wanted.ports.empty() ) {
-      peerMacArpRedirectIs( deleteEntry( manager, scsd()->units(), peerMacArpRedirect() ) );
+   const std::vector<StrataPort> linkPorts = portsOfLink( peerLink );
+   if( !enable || linkPorts.empty() ) {
       arpRedirect_ = {};
+      peerMacArpRedirectIs( deleteEntry( manager, scsd()->units(), peerMacArpRedirect() ) );
       return;
+   }
+   // One port, not all: several would duplicate.
+   ArpRedirect wanted{ mac, linkPorts.front(), {} };
+   for( const auto& i : scsd()->units() ) {
+      bcm_pbmp_t inPorts = rxPorts( i.key() );
+      for( const StrataPort& linkPort : linkPorts )
+         if( linkPort.unit() == i.key() )
+            inPorts.remove( linkPort.logicalPort() );
+      wanted.inPorts.emplace( i.key(), inPorts );
    }
    if( peerMacArpRedirect() != 0 && wanted == arpRedirect_ )
       return;
+   arpRedirect_ = wanted;
+   makeArpRedirect( manager );
+}
 
+void RoutingStatusHelper::makeArpRedirect( const Ref<StrataBoundedTcamEntryManager>& manager )
+{
+   const ArpRedirect wanted = arpRedirect_;
+   const EthAddr mac = wanted.mac;
    const EthAddr macMask = EthAddr::broadcast;
-   const StrataPort port = wanted.ports.front(); // one, not all: several would duplicate
+   const StrataPort port = wanted.port;
    const StrataUnit* const portUnit = scsd()->units().find( port.unit() );
    const U32 modId = portUnit ? portUnit->modId : port.unit();
    TcamEntry redirect( manager, 0, "arp redirect to mlag peer" );
    for( const auto& i : scsd()->units() ) {
-      bcm_pbmp_t inPorts = rxPorts( i.key() );
-      for( const StrataPort& linkPort : wanted.ports )
-         if( linkPort.unit() == i.key() )
-            inPorts.remove( linkPort.logicalPort() );
+      const auto inPorts = wanted.inPorts.find( i.key() );
+      if( inPorts == wanted.inPorts.end() )
+         continue;
       const U32 entryId = redirect.claim( i.key() );
       CHECKED( bcm_field_qualify_DstMac( i.key(), entryId, mac, macMask ) );
       CHECKED( bcm_field_qualify_EtherType( i.key(), entryId, 0x0806, 0xFFFF ) );
-      qualifyInPorts( *manager, i.key(), entryId, inPorts, allPorts( i.key() ) );
+      qualifyInPorts( *manager, i.key(), entryId, inPorts->second, allPorts( i.key() ) );
       CHECKED( bcm_field_action_add(
          i.key(), entryId, bcmFieldActionRedirectPort, modId, port.sdkPort() ) );
       redirect.install( i.key() );
    }
    peerMacArpRedirectIs( redirect.allocated() );
-   arpRedirect_ = wanted;
 }
 
 } // namespace Strata

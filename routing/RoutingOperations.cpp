@@ -30,6 +30,7 @@ static Vormel::EntityType::Operations operations()
    add( op<&H::handleTcamEntryL3Recirc>( "handleTcamEntryL3Recirc", { "create" }, "second passes into and out of tunnels" ) );
    add( op<&H::handleTcamEntryVlanFloodVxlan>( "handleTcamEntryVlanFloodVxlan", { "create" }, "floods in a VXLAN VLAN by recirculation" ) );
    add( op<&H::handleTcamEntryVxlanEncapFlood>( "handleTcamEntryVxlanEncapFlood", { "create" }, "floods in a VXLAN VLAN in one pass" ) );
+   add( op<&H::reprogramVlanFloodRequiredInc>( "reprogramVlanFloodRequiredInc", { "delta" }, "raise the counter; returns the new value" ) );
    add( op<&H::reprogramVlanFloodEntries>( "reprogramVlanFloodEntries", {}, "push the flood bitmap into the flood entries" ) );
    add( op<&H::updateVlanFloodPbmp>( "updateVlanFloodPbmp", { "intf" }, "move one port in or out of the flood bitmap" ) );
    add( op<&H::updateVlanFloodTcamEntryPbmp>( "updateVlanFloodTcamEntryPbmp", { "unit", "pbr" }, "rewrite the ports of one flood entry on one unit" ) );

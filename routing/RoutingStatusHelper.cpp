@@ -32,8 +32,9 @@ RoutingStatusHelper::~RoutingStatusHelper() = default;
 
 U32 RoutingStatusHelper::reprogramVlanFloodRequiredInc( U32 delta )
 {
-   reprogramVlanFloodRequiredIs( reprogramVlanFloodRequired() + delta );
-   return reprogramVlanFloodRequired();
+   const U32 value = reprogramVlanFloodRequired() + delta;
+   reprogramVlanFloodRequiredIs( value );
+   return value;
 }
 
 } // namespace Strata

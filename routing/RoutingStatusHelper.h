@@ -235,8 +235,16 @@ class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
    // Flood ports (FloodPorts.cpp)
 
    /// The ports that receive routed floods, by logical port number. Publishes nothing.
-   const PortBitmap& vlanFloodPbmp() const { return floodPorts_.vlanFloodPbmp; }
-   void vlanFloodPbmpIs( const PortBitmap& ports ) { floodPorts_.vlanFloodPbmp = ports; }
+   const PortBitmap& vlanFloodPbmp() const
+   {
+      Vormel::checkActivityLock( "vlanFloodPbmp" );
+      return floodPorts_.vlanFloodPbmp;
+   }
+   void vlanFloodPbmpIs( const PortBitmap& ports )
+   {
+      Vormel::checkActivityLock( "vlanFloodPbmp" );
+      floodPorts_.vlanFloodPbmp = ports;
+   }
 
    /// The bitmap starts from a unit's active ports, without those of interfaces that are routed.
    void unitRecordIs( const UnitRecord& record );
@@ -298,6 +306,7 @@ class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
    void removeL2Vxlan( MacType macType );
    void noteIpOptionsProfile( U32 unit, S32 profile );
    std::vector<StrataPort> portsOfLink( IntfId link ) const;
+   void makeArpRedirect( const Ref<StrataBoundedTcamEntryManager>& manager );
    bool vlanOnEveryUnit( U32 vlanId ) const;
    void applyVlanRouting( U32 vlanId );
 
@@ -316,7 +325,8 @@ class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
    struct ArpRedirect
    {
       EthAddr mac;
-      std::vector<StrataPort> ports; // of the peer link; the first is where ARP goes
+      StrataPort port;                   // where ARP goes
+      std::map<U16, PortBitmap> inPorts; // by unit
 
       bool operator==( const ArpRedirect& ) const = default;
    };

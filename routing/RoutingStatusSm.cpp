@@ -62,16 +62,18 @@ void RoutingStatusSm::start()
 RoutingStatusSm::~RoutingStatusSm()
 {
    markForDeletion();
-   unknownMacDropLoggingSmDel();
    kibDoZombieReactors();
+   intfStatusDelAll();
+   unknownMacDropLoggingSmDel();
 }
 
+// All of them before any is released: releasing one may destroy its notifier, and others hear of that.
 void RoutingStatusSm::kibDoZombieReactors()
 {
-   intfStatusDelAll();
+   for( const auto& nested : intfStatus_ )
+      nested.value->zombieIs();
    if( kibNexthopStatusDir_ )
       kibNexthopStatusDir_->zombieIs();
-   kibNexthopStatusDir_ = nullptr;
 }
 
 void RoutingStatusSm::subscriptionsAre( bool active )
@@ -113,7 +115,8 @@ Ref<UnknownMacDropLoggingSm> RoutingStatusSm::unknownMacDropLoggingSmIs(
    if( unknownMacDropLoggingSm_ && unknownMacDropLoggingSm_->miscConfig() == miscConfig &&
        unknownMacDropLoggingSm_->routingStatusHelper() == helper )
       return unknownMacDropLoggingSm_;
-   unknownMacDropLoggingSmDel();
+   const Ref<UnknownMacDropLoggingSm> old =
+      unknownMacDropLoggingSmDel(); // arguments may live in it
    unknownMacDropLoggingSm_ = unknownMacDropLoggingSmFactory( miscConfig, helper );
    return unknownMacDropLoggingSm_;
 }

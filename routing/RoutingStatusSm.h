@@ -117,7 +117,6 @@ class VORMEL_EXPORT RoutingStatusSm : public Vormel::Reactor
       bool l2TrafficRouting = false;
    };
    InForce inForce() const;
-   void reportInForce( const InForce& now );
 
    struct Nexthop
    {

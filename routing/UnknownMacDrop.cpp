@@ -32,6 +32,8 @@ void RoutingStatusHelper::handleTcamEntryVlanFloodDrop( U16 tc, bool create )
 
 U32 RoutingStatusHelper::createTcamEntryVlanFloodTc( U16 tc )
 {
+   if( !hasManager( tcamManager(), "createTcamEntryVlanFloodTc" ) )
+      return 0;
    VORMEL_ASSERT( tc <= highestTrafficClass );
    // "This id or the next": both of a pair ask for the lower id, and get the two in turn.
    static const RequestKey pairKey{ "unknown mac drop", true, "" };
@@ -81,6 +83,8 @@ U32 RoutingStatusHelper::createTcamEntryVlanFloodTc( U16 tc )
 
 void RoutingStatusHelper::deleteTcamEntryVlanFloodTc( U16 tc, U32 id )
 {
+   if( !hasManager( tcamManager(), "deleteTcamEntryVlanFloodTc" ) )
+      return;
    for( const auto& i : scsd()->units() ) {
       for( const U32 entry : { id, id + 1 } ) {
          VORMEL_TRACE( routingTrace, 2,

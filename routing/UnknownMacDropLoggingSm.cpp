@@ -4,6 +4,7 @@
 #include "platform/runtime/Activity.h"
 #include "platform/runtime/Assert.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace Strata {
@@ -20,9 +21,8 @@ class KibPollingTimer final : public Vormel::Counted, public Vormel::Timer
  private:
    void expired() noexcept override
    {
-      // A subscriber of the counters may drop the reactor while it polls.
-      const Ref<UnknownMacDropLoggingSm> keep( owner_ );
-      keep->updateCounters();
+      if( !owner_->markedForDeletion() )
+         owner_->updateCounters();
    }
 
    UnknownMacDropLoggingSm* owner_;
@@ -111,11 +111,16 @@ void UnknownMacDropLoggingSm::setTimer()
 {
    VORMEL_TRACE( routingTrace, 5, "UnknownMacDropLoggingSm::setTimer" );
    VORMEL_ASSERT( miscConfig() );
-   if( !pollingTimer_ || !pollingTimer_->clock() )
+   if( !pollingTimer_ )
       return;
+   if( !pollingTimer_->clock() ) // the clock went; the manager has another
+      pollingTimerIs( Vormel::activityManager().clock() );
    const double timeout = miscConfig_->syslogTimeout();
    if( std::isfinite( timeout ) && timeout > 0.0 ) {
-      pollingTimer_->nextTimeIs( pollingTimer_->clock()->now() + timeout );
+      // At least one step of the clock: the smallest intervals would not move it.
+      const double now = pollingTimer_->clock()->now();
+      pollingTimer_->nextTimeIs(
+         std::max( now + timeout, std::nextafter( now, Vormel::Timer::never ) ) );
       return;
    }
    if( timeout != 0.0 )
@@ -125,6 +130,8 @@ void UnknownMacDropLoggingSm::setTimer()
 
 void UnknownMacDropLoggingSm::updateCounters()
 {
+   // A subscriber of the counters may drop the reactor meanwhile.
+   const Ref<UnknownMacDropLoggingSm> keep( this );
    VORMEL_TRACE( routingTrace, 5, "updateCounters" );
    VORMEL_ASSERT( miscConfig() );
    for( const U16 tc : Vormel::keysOf( miscConfig_->unknownMacDropTrafficClass() ) )

@@ -11,6 +11,7 @@ Agent::Agent( const AgentConfig& config )
      hardware_( config.hardware ),
      helper_( newHelper() )
 {
+   hardware_.transcript().listenerIs( config.listener );
    Vormel::activityManager().clockIs( clock_ );
    Vormel::syslogClockIs( clock_.get() );
    hardware_.record( helper_, "helper" );

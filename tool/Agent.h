@@ -23,7 +23,8 @@ struct AgentConfig
 {
    Sim::SimSwitchConfig hardware;
    std::string helperName = "routing";
-   std::optional<bool> fabricMode; // else as the chip's profile has it
+   std::optional<bool> fabricMode;     // else as the chip's profile has it
+   Sim::Transcript::Listener listener; // hears the transcript from the start
 };
 
 class Agent

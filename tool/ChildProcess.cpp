@@ -1,5 +1,6 @@
 #include "tool/ChildProcess.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -82,7 +83,7 @@ class PipeChannel : public ChildChannel
       work( channel );
    } catch( const std::exception& exception ) {
       std::cerr << exception.what() << std::flush;
-      status = exceptionStatus;
+      status = 1;
    }
    std::cout.flush();
    std::fflush( nullptr );

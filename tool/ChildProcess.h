@@ -21,9 +21,8 @@ struct ChildEnd
    std::vector<std::pair<char, std::string>> lines; // what it sent, in order: form and text
 };
 
-/// The child ends with status 0 when the work returns, and with `exceptionStatus` when it throws; the
-/// exception's text is then its standard error. Standard output goes the way of standard error.
-constexpr int exceptionStatus = 99;
+/// The child ends with status 0 when the work returns, and with 1 when it throws; the exception's text is then
+/// on its standard error. Standard output goes the way of standard error.
 ChildEnd runInChild( const std::function<void( ChildChannel& )>& work );
 
 } // namespace Strata::Tool

@@ -64,7 +64,7 @@ std::vector<std::string_view> continuations( const Words& words, std::size_t cou
    for( std::size_t i = 0; i < known; ++i )
       before += words.take( {} ).text + " ";
    if( words.done() )
-      words.failAtEnd( "'" + before + "' goes on with one of " + joined( choices ) );
+      words.failAtEnd( before + "is followed by one of " + joined( choices ) );
    const Word& wrong = words.take( {} );
    const std::string hint = didYouMean( wrong.text, choices );
    words.fail( "there is no command '" + before + wrong.text + "'" +

@@ -17,6 +17,7 @@ struct Command
    std::string_view syntax;  // what follows the name
    std::string_view summary; // one line
    void ( *run )( Session& session, Words& words );
+   bool announced = true; // its line is shown before it runs; else its outcome shows what it was
 };
 
 /// All commands, in the order in which documentation shows them.

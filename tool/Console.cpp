@@ -110,6 +110,7 @@ void Console::writeTranscript( const std::vector<Toned>& lines )
 void Console::emit( Weight weight, const std::vector<Toned>& lines, const Json& json )
 {
    reported_ = true;
+   happened_ = false;
    blank_ = !lines.empty() && lines.back().text.empty();
    if( channel_ ) {
       if( config_.json )
@@ -122,8 +123,11 @@ void Console::emit( Weight weight, const std::vector<Toned>& lines, const Json& 
    const std::string object = config_.json ? json() + "\n" : std::string();
    if( config_.json )
       out_ << object << std::flush;
-   else if( !config_.quiet || weight == Weight::asked )
+   else if( !config_.quiet || weight == Weight::asked ) {
       write( out_, config_.colour, lines );
+      if( config_.quiet && lines.size() > 1 ) // the headings that would set it apart are missing
+         out_ << std::endl;
+   }
    if( !transcript_.is_open() )
       return;
    if( config_.json )
@@ -160,6 +164,7 @@ void Console::record( const Sim::Record& record )
 {
    emit( Weight::ordinary, { { toneOf( record ), "  " + record.line() } },
       [ & ] { return record.json(); } );
+   happened_ = true;
 }
 
 void Console::table( const std::string& title, const Table& table )
@@ -205,22 +210,31 @@ void Console::result( std::string_view operation, const std::string& value )
    } );
 }
 
-void Console::held()
+void Console::outcome( Weight weight, std::vector<Toned> lines, const Json& json )
 {
-   emit( Weight::ordinary, { { Tone::good, "  held" } }, [] {
-      return dump( { { "kind", "expect" }, { "held", true } } );
+   if( happened_ )
+      lines.insert( lines.begin(), { Tone::plain, "" } );
+   emit( weight, lines, json );
+}
+
+void Console::held( const Line& line )
+{
+   const std::string text = commandText( line );
+   outcome( Weight::ordinary, { { Tone::good, "  held    " + text } }, [ & ] {
+      return dump(
+         { { "kind", "expect" }, { "line", line.number }, { "text", text }, { "held", true } } );
    } );
 }
 
 void Console::failed( const Line& line, const std::string& expected, const std::string& found )
 {
-   emit( Weight::asked,
-      { { Tone::bad, "  FAILED  " + where( line ) + ": " + commandText( line ) },
+   const std::string text = commandText( line );
+   outcome( Weight::asked,
+      { { Tone::bad, "  FAILED  " + text + "  (" + where( line ) + ")" },
          { Tone::plain, "    expected  " + expected }, { Tone::plain, "    found     " + found } },
       [ & ] {
-         return dump( { { "kind", "expect" }, { "held", false }, { "file", line.file },
-            { "line", line.number }, { "text", commandText( line ) }, { "expected", expected },
-            { "found", found } } );
+         return dump( { { "kind", "expect" }, { "line", line.number }, { "text", text },
+            { "held", false }, { "expected", expected }, { "found", found } } );
       } );
    if( config_.json && !channel_ )
       error( where( line ) + ": expected " + expected + ", found " + found );

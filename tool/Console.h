@@ -59,7 +59,7 @@ class Console
    void table( const std::string& title, const Table& table, const nlohmann::ordered_json& json );
    void records( const std::string& title, const std::vector<const Sim::Record*>& records );
    void result( std::string_view operation, const std::string& value );
-   void held();
+   void held( const Line& line );
    void failed( const Line& line, const std::string& expected, const std::string& found );
    /// The agent ended although nobody expected it to.
    void died( const Line& line, const std::string& reason );
@@ -87,6 +87,8 @@ class Console
    };
    using Json = std::function<std::string()>;
 
+   void outcome( Weight weight, std::vector<Toned> lines, const Json& json );
+
    void emit( Weight weight, const std::vector<Toned>& lines, const Json& json );
    static void write( std::ostream& stream, bool colour, const std::vector<Toned>& lines );
    void writeTranscript( const std::vector<Toned>& lines );
@@ -98,6 +100,7 @@ class Console
    ChildChannel* channel_ = nullptr;
    bool reported_ = false; // something since the last heading
    bool blank_ = true;     // the last line was
+   bool happened_ = false; // the last thing was an event, not an outcome
 };
 
 } // namespace Strata::Tool

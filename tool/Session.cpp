@@ -15,18 +15,24 @@ void Session::run( const Line& line )
 {
    if( line.words.empty() )
       return;
-   if( line.words.front().text != "note" ) // which speaks for itself
+   Words words( line );
+   const Command& command = takeCommand( words );
+   if( command.announced )
       console_.command( line );
    running_ = &line;
    const std::unique_ptr<const Line*, void ( * )( const Line** )> atEnd(
       &running_, []( const Line** running ) { *running = nullptr; } );
-   runPart( line );
+   runCommand( command, words );
 }
 
 void Session::runPart( const Line& line )
 {
    Words words( line );
-   const Command& command = takeCommand( words );
+   runCommand( takeCommand( words ), words );
+}
+
+void Session::runCommand( const Command& command, Words& words )
+{
    try {
       command.run( *this, words );
    } catch( const Vormel::Error& error ) {
@@ -42,13 +48,12 @@ Agent& Session::agent( const Words& words )
    return *agent_;
 }
 
-void Session::agentIs( const AgentConfig& config )
+void Session::agentIs( AgentConfig config )
 {
+   config.listener = [ this ]( const Sim::Record& record ) { console_.record( record ); };
    agent_.reset(); // one shim per process
    agent_ = std::make_unique<Agent>( config );
-   agent_->hardware().transcript().listenerIs(
-      [ this ]( const Sim::Record& record ) { console_.record( record ); } );
-   windowStart_ = 0;
+   mark();
 }
 
 Ref<Entity> Session::objectNamed( const Words& words, std::string_view name )
@@ -127,7 +132,7 @@ void Session::expect( bool held, const std::string& expected, const std::string&
 {
    ++expectations_;
    if( held )
-      return console_.held();
+      return console_.held( *running_ );
    ++failures_;
    console_.failed( *running_, expected, found );
 }

@@ -14,6 +14,8 @@
 
 namespace Strata::Tool {
 
+struct Command;
+
 /// "OBJECT.attribute" or "OBJECT.attribute[KEY]", resolved.
 struct AttributePath
 {
@@ -41,7 +43,7 @@ class Session
    bool hasAgent() const { return agent_ != nullptr; }
    /// InputError when there is no switch yet.
    Agent& agent( const Words& words );
-   void agentIs( const AgentConfig& config );
+   void agentIs( AgentConfig config );
 
    /// Takes the name of an object.
    Ref<Entity> takeObject( Words& words );
@@ -68,6 +70,7 @@ class Session
    void childOf( ChildChannel& channel );
 
  private:
+   void runCommand( const Command& command, Words& words );
    Ref<Entity> objectNamed( const Words& words, std::string_view name );
 
    Console& console_;

@@ -52,7 +52,9 @@ Word takeWord( const Line& line, std::size_t& at )
 
 InputError::InputError( const Line& line, U32 column, U32 width, const std::string& problem )
    : std::runtime_error( describe( line, column, width, problem ) ),
-     problem_( problem )
+     problem_( problem ),
+     column_( column ),
+     width_( width )
 {}
 
 Line splitLine( std::string file, U32 number, std::string text )

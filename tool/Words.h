@@ -40,9 +40,13 @@ class InputError : public std::runtime_error
    InputError( const Line& line, U32 column, U32 width, const std::string& problem );
 
    const std::string& problem() const { return problem_; }
+   U32 column() const { return column_; }
+   U32 width() const { return width_; }
 
  private:
    std::string problem_;
+   U32 column_;
+   U32 width_;
 };
 
 /// InputError when a quote is not closed.

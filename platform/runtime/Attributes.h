@@ -96,6 +96,7 @@
    T name##Del( const ::Vormel::SlotArray<K, T>::Iterator& at ) { return name##Del( at.key() ); }  \
    void name##DelAll()                                                                             \
    {                                                                                               \
+      const ::Vormel::Ref<const Self> keep( references() != 0 ? this : nullptr );                  \
       for( const auto& slot : name##_ )                                                            \
          name##Del( slot.key() );                                                                  \
    }                                                                                               \
@@ -132,6 +133,7 @@
    }                                                                                               \
    void name##DelAll()                                                                             \
    {                                                                                               \
+      const ::Vormel::Ref<const Self> keep( references() != 0 ? this : nullptr );                  \
       ::Vormel::checkActivityLock( #name );                                                        \
       if( !hasSubscribers() )                                                                      \
          return name##_.clear();                                                                   \
@@ -156,6 +158,7 @@
    }                                                                                               \
    void name##DelAll()                                                                             \
    {                                                                                               \
+      const ::Vormel::Ref<const Self> keep( references() != 0 ? this : nullptr );                  \
       for( const K& key : keysOf( name##_ ) )                                                      \
          name##Del( key );                                                                         \
    }

@@ -120,16 +120,18 @@ class VORMEL_EXPORT Entity : public Counted, public Publisher
       if( T* const member = map.find( key ) ) {
          if( *member == value )
             return;
+         const Key kept = key;
          const T old = std::exchange( *member, T( value ) );
-         step( key );
+         step( kept );
          if( hasSubscribers() )
-            publish( { *this, number, ChangeKind::Changed, view( key ), view( old ) } );
+            publish( { *this, number, ChangeKind::Changed, view( kept ), view( old ) } );
          return;
       }
-      map.insertOrAssign( key, value );
-      step( key );
+      const Key kept = key; // the caller's key may live in a member
+      map.insertOrAssign( kept, value );
+      step( kept );
       if( hasSubscribers() )
-         publish( { *this, number, ChangeKind::Inserted, view( key ), {} } );
+         publish( { *this, number, ChangeKind::Inserted, view( kept ), {} } );
    }
 
    /// Returns the removed value, empty when there was none.

@@ -102,11 +102,11 @@ class HashMap
    U32 size() const { return static_cast<U32>( entries_.size() ); }
    bool empty() const { return entries_.empty(); }
 
-   /// Keeps the memory.
+   /// The map is empty before the first value is destroyed: a value may look into it as it goes.
    void clear() noexcept
    {
-      entries_.clear();
       index_.clear();
+      std::exchange( entries_, {} ).clear();
    }
 
    /// Makes room for `count` entries, so that none of them allocates.

@@ -2,7 +2,8 @@
 // is one of an SDK.
 //
 // Operations (SdkOperations.def) are called with the activity lock released; each is preceded by preCall().
-// Everything else is a question: called with the lock held, answered at once, never failing.
+// Everything else is a question, answered at once and never failing. Hook and questions come with the lock
+// held, except while the Field Processor lock is.
 #pragma once
 
 #include "platform/runtime/Export.h"
@@ -50,7 +51,7 @@ class VORMEL_EXPORT SdkShimInterface
 #define SDK_OPERATION( method, name, parameters, arguments ) virtual int method parameters = 0;
 #include "platform/sdk/SdkOperations.def"
 
-   /// Called right before every operation, with the activity lock held.
+   /// Called right before every operation; fieldUnlock belongs to the call that took the lock.
    virtual void preCall() = 0;
    /// Called after a fatal code was reported and before the agent ends.
    virtual void errorHook() = 0;

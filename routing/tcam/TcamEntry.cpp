@@ -67,20 +67,20 @@ U32 deleteEntry(
 
 U32 TcamEntry::claim( U32 unit )
 {
-   manager_.getEntry( unit, id_, name_, {} );
+   manager_->getEntry( unit, id_, name_, {} );
    return id_;
 }
 
 void TcamEntry::install( U32 unit )
 {
-   installEntry( manager_, unit, id_ );
+   installEntry( *manager_, unit, id_ );
    carried_ = true;
 }
 
 void TcamEntry::passOver( U32 unit, U32 recordedId )
 {
    if( recordedId != 0 )
-      manager_.releaseEntry( unit, recordedId );
+      manager_->releaseEntry( unit, recordedId );
 }
 
 U32 TcamEntry::allocated() const

@@ -47,7 +47,7 @@ class TcamEntry
    /// The manager is not null.
    TcamEntry(
       const Ref<StrataBoundedTcamEntryManager>& manager, U32 offset, const std::string& name )
-      : manager_( *manager ),
+      : manager_( manager ),
         id_( manager->baseEntryId() + offset ),
         name_( name )
    {}
@@ -67,7 +67,7 @@ class TcamEntry
    U32 allocated() const;
 
  private:
-   StrataBoundedTcamEntryManager& manager_;
+   Ref<StrataBoundedTcamEntryManager> manager_;
    U32 id_;
    std::string name_;
    bool carried_ = false;

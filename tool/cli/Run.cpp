@@ -43,7 +43,8 @@ class Run : public Subcommand
       run->add_option( "--transcript", config_.transcriptFile,
          "Also write everything to this file, as text, or as JSON lines with --json" );
       run->add_option( "--trace", traces_, "Set trace levels, as in ApiStrata=4" )
-         ->type_name( "HANDLE=LEVEL" );
+         ->type_name( "HANDLE=LEVEL" )
+         ->allow_extra_args( false );
       run->add_flag(
          "--quiet", config_.quiet, "Show only what the scenario shows, and what fails" );
       run->add_option( "--color", colour_, "When to use colours: auto, always or never" )

@@ -43,7 +43,7 @@ std::string memberText( const Agent& agent, const AttributePath& path )
 void expectAttribute( Session& session, Words& words )
 {
    const AttributePath path = session.takeAttribute( words );
-   const std::string expected = words.take( "the value that is expected" ).text;
+   const std::string expected = words.take( "a value" ).text;
    words.end();
    const Agent& agent = session.agent( words );
    const std::string found = path.key ? memberText( agent, path )
@@ -73,7 +73,7 @@ void expectControl( Session& session, Words& words )
    if( words.accept( "port" ) )
       port = words.value<int>( "a port number" );
    const std::vector<U32> units = session.takeUnits( words );
-   const std::string value = words.take( "the value that is expected" ).text;
+   const std::string value = words.take( "a value" ).text;
    words.end();
    expectOnUnits(
       session, units, std::string( name ) + " to be " + value, value, [ & ]( U32 unit ) {
@@ -96,7 +96,7 @@ void expectRegister( Session& session, Words& words )
       words.fail( regName + " has no field '" + fieldName + "'" +
                   didYouMean( fieldName, roleNames<RegisterField> ) );
    const std::vector<U32> units = session.takeUnits( words );
-   const std::string value = words.take( "the value that is expected" ).text;
+   const std::string value = words.take( "a value" ).text;
    words.end();
    expectOnUnits(
       session, units, regName + " " + fieldName + " to be " + value, value, [ & ]( U32 unit ) {
@@ -215,15 +215,15 @@ std::vector<Command> expectCommands()
 {
    return {
       { "expect attribute", "[OBJECT.]ATTRIBUTE[KEY] VALUE|absent", "an attribute has this value",
-         expectAttribute },
+         expectAttribute, false },
       { "expect entry",
          "[GROUP] OFFSET|NAME|\"CLAIMED NAME\" installed|enabled|disabled|claimed|absent "
          "[with TEXT] [unit N]",
-         "an entry is in this state, on one unit or all", expectEntry },
+         "an entry is in this state, on one unit or all", expectEntry, false },
       { "expect control", "CONTROL [port N] [unit N] VALUE", "a switch control has this value",
-         expectControl },
+         expectControl, false },
       { "expect register", "REGISTER FIELD [unit N] VALUE", "a register's field has this value",
-         expectRegister },
+         expectRegister, false },
    };
 }
 

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <functional>
+#include <sstream>
 
 namespace Strata::Tool {
 
@@ -162,19 +163,44 @@ std::vector<std::string> splitLines( const std::string& text )
    return lines;
 }
 
+/// How a child says that the command could not be run: column, width, problem.
+constexpr char inputErrorForm = 'I';
+
+void runInChannel( Session& session, const Line& command, ChildChannel& channel )
+{
+   session.childOf( channel );
+   try {
+      session.runPart( command );
+   } catch( const InputError& error ) {
+      std::ostringstream text;
+      text << error.column() << ' ' << error.width() << ' ' << error.problem();
+      channel.send( inputErrorForm, text.str() );
+   }
+}
+
+[[noreturn]] void throwInputError( const Line& line, const std::string& text )
+{
+   std::istringstream stream( text );
+   U32 column = 0;
+   U32 width = 0;
+   std::string problem;
+   stream >> column >> width >> std::ws;
+   std::getline( stream, problem );
+   throw InputError( line, column, width, problem );
+}
+
 void expectDead( Session& session, Words& words )
 {
    session.agent( words );
    const std::string text = words.take( "a part of what the agent says when it dies" ).text;
    const Line command = takeCommandLine( words );
-   const ChildEnd end = runInChild( [ & ]( ChildChannel& channel ) {
-      session.childOf( channel );
-      session.runPart( command );
-   } );
-   if( end.how == "ended with status " + std::to_string( exceptionStatus ) )
-      words.failAtEnd( "this command cannot run: " + end.errorText );
-   for( const auto& [ form, line ] : end.lines )
+   const ChildEnd end =
+      runInChild( [ & ]( ChildChannel& channel ) { runInChannel( session, command, channel ); } );
+   for( const auto& [ form, line ] : end.lines ) {
+      if( form == inputErrorForm )
+         throwInputError( command, line );
       session.console().childLine( form, line );
+   }
    for( const std::string& line : splitLines( end.errorText ) )
       session.console().childError( line );
    const bool held = end.aborted && end.errorText.find( text ) != std::string::npos;
@@ -202,14 +228,16 @@ std::vector<Command> expectEventCommands()
 {
    return {
       { "expect call", "CALL [unit N] [with TEXT] [times N|none]",
-         "a hardware call was made since the last mark", expectCall },
-      { "expect no calls", "", "no hardware call was made since the last mark", expectNoCalls },
+         "a hardware call was made since the last mark", expectCall, false },
+      { "expect no calls", "", "no hardware call was made since the last mark", expectNoCalls,
+         false },
       { "expect notification", "[OBJECT.]ATTRIBUTE[KEY] [OLD -> NEW] [times N|none]",
-         "a change was published since the last mark; - stands for no value", expectNotification },
+         "a change was published since the last mark; - stands for no value", expectNotification,
+         false },
       { "expect trace", "TEXT [times N|none]", "a trace was written since the last mark",
-         expectTrace },
+         expectTrace, false },
       { "expect log", "TEXT [times N|none]", "a log message was raised since the last mark",
-         expectLog },
+         expectLog, false },
       { "expect dead", "TEXT COMMAND...",
          "the command, run in a copy of the process, aborts and says this", expectDead },
       { "expect error", "TEXT COMMAND...", "the command is refused with this error", expectError },

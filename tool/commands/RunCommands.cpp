@@ -62,7 +62,7 @@ std::vector<Command> runCommands()
    return {
       { "advance", "DURATION", "move the clock; timers run when they are due", advance },
       { "trace", "HANDLE=LEVEL...", "set trace levels: 0 to 9, or off", trace },
-      { "note", "TEXT", "say something to the reader", note },
+      { "note", "TEXT", "say something to the reader", note, false },
       { "mark", "", "start a new window for what is expected and shown", mark },
    };
 }

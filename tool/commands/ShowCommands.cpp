@@ -155,7 +155,7 @@ void showInterfaces( Session& session, Words& words )
    const StrataCommonSmData& scsd = *hardware.scsd();
    std::vector<Vormel::IntfId> intfs = keysOf( hardware.ethIntfStatusDir()->intfStatus() );
    std::ranges::sort( intfs );
-   Table table( { { "Interface" }, { "Model" }, { "Port (unit/port/logical)" }, { "LAG" } } );
+   Table table( { { "Interface" }, { "Model" }, { "Port" }, { "LAG" } } );
    for( const Vormel::IntfId intf : intfs ) {
       const auto status = hardware.ethIntfStatusDir()->intfStatus( intf );
       const std::string lag = intf.isPortChannel() ? "of " + toText( scsd.lagMembers( intf ) )
@@ -163,7 +163,7 @@ void showInterfaces( Session& session, Words& words )
       table.row( { intf.toString(), Vormel::enumText( status->forwardingModel() ),
          toText( scsd.strataIntfToPort( intf ) ), lag } );
    }
-   session.console().table( "Interfaces", table );
+   session.console().table( "Interfaces, and their ports as unit/port/logical port", table );
 }
 
 void showUnits( Session& session, Words& words )

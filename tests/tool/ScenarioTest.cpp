@@ -1,0 +1,204 @@
+// Scenarios as a person runs them: what they print, what they are worth to programs, how they end.
+#include "tool/cli/Cli.h"
+
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <iostream>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+namespace Strata::Tool {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+struct Outcome
+{
+   int status;
+   std::string out;
+   std::string err;
+};
+
+std::string scenarioFile( const std::string& text )
+{
+   const testing::TestInfo& test = *testing::UnitTest::GetInstance()->current_test_info();
+   const std::string file = testing::TempDir() + test.name() + ".scenario";
+   std::ofstream( file ) << text;
+   return file;
+}
+
+int runLine( std::vector<const char*> arguments, std::ostream& out, std::ostream& err )
+{
+   arguments.insert( arguments.begin(), "strata-l3" );
+   Terminal terminal{ out, err, false };
+   return runCommandLine( static_cast<int>( arguments.size() ), arguments.data(), terminal );
+}
+
+Outcome run( const std::string& text, std::vector<const char*> options = {} )
+{
+   const std::string file = scenarioFile( text );
+   options.insert( options.begin(), { "run", file.c_str() } );
+   std::ostringstream out;
+   std::ostringstream err;
+   const int status = runLine( options, out, err );
+   return { status, out.str(), err.str() };
+}
+
+std::string contents( const std::string& file )
+{
+   std::ostringstream text;
+   text << std::ifstream( file ).rdbuf();
+   return text.str();
+}
+
+TEST( Scenario, AFailedExpectationIsReportedAndTheRunGoesOn )
+{
+   const Outcome outcome = run( "switch hsdk\n"
+                                "expect attribute useLb true\n"
+                                "expect entry 33 absent\n"
+                                "expect attribute routerMacIndex 0xFFFF\n" );
+   EXPECT_EQ( outcome.status, 1 );
+   EXPECT_THAT( outcome.out, HasSubstr( "FAILED  expect attribute useLb true" ) );
+   EXPECT_THAT( outcome.out, HasSubstr( ".scenario:2)" ) );
+   EXPECT_THAT( outcome.out, HasSubstr( "found     false" ) );
+   EXPECT_THAT( outcome.out, HasSubstr( "1 of 3 expectations failed" ) );
+   EXPECT_EQ( run( "switch hsdk\nexpect no calls\n" ).status, 0 );
+}
+
+TEST( Scenario, ALineThatCannotBeRunEndsIt )
+{
+   const Outcome outcome = run( "switch hsdk\ncall init maybe true\nnote never\n" );
+   EXPECT_EQ( outcome.status, 2 );
+   EXPECT_THAT( outcome.err,
+      HasSubstr( ".scenario:2:11: init: argument 1 (enable) 'maybe' is not true or false\n"
+                 "   call init maybe true\n"
+                 "             ^~~~~" ) );
+   EXPECT_THAT( outcome.out, Not( HasSubstr( "never" ) ) );
+   EXPECT_EQ( run( "call init true true\n" ).status, 2 ); // no switch yet
+   EXPECT_EQ( run( "switch hsdk\nset tcamEntryL3Vxlan[3] 5\n" ).status, 2 );
+   EXPECT_EQ( run( "switch hsdk\n", { "--trace", "Nobody=3" } ).status, 2 );
+   std::ostringstream sink;
+   EXPECT_EQ( runLine( { "run", "no/such.scenario" }, sink, sink ), 2 );
+   EXPECT_EQ( runLine( { "rum" }, sink, sink ), 2 );
+   EXPECT_EQ( runLine( { "--version" }, sink, sink ), 0 );
+}
+
+TEST( Scenario, DeathThatIsExpectedLeavesTheSwitchUntouched )
+{
+   const Outcome outcome =
+      run( "switch hsdk\n"
+           "fault bcm_field_action_add code BCM_E_FAIL\n"
+           "expect dead \"API ERROR:\" call initializeNextHopToCpuTcam\n"
+           "expect no calls\n"
+           "expect entry nexthopToCpu absent\n"
+           "no fault\n"
+           "expect dead \"API ERROR:\" call initializeNextHopToCpuTcam\n" // lives: fails
+           "expect dead \"something else\" set reprogramVlanFloodRequired 1\n" );
+   EXPECT_EQ( outcome.status, 1 );
+   EXPECT_THAT( outcome.out, HasSubstr( "2 of 5 expectations failed" ) );
+   EXPECT_THAT( outcome.out, HasSubstr( "  |  call   bcm_field_action_add( unit 0, entry 1034" ) );
+   EXPECT_THAT( outcome.out, HasSubstr( "found     it ended with status 0 and said nothing" ) );
+}
+
+TEST( Scenario, ASlipInACommandThatShouldDieIsNoDeath )
+{
+   const Outcome outcome = run( "switch hsdk\nexpect dead x call ini true\n" );
+   EXPECT_EQ( outcome.status, 2 );
+   EXPECT_THAT(
+      outcome.err, HasSubstr( ".scenario:2:20: RoutingStatusHelper has no operation 'ini'" ) );
+}
+
+TEST( ScenarioDeathTest, DeathThatNobodyExpectedIsStatusThree )
+{
+   const std::string file = scenarioFile( "switch hsdk\n"
+                                          "fault bcm_switch_control_set code BCM_E_FAIL\n"
+                                          "call init true true\n" );
+   const std::string transcript = file + ".txt";
+   EXPECT_EXIT(
+      runLine( { "run", file.c_str(), "--transcript", transcript.c_str() }, std::cout, std::cerr ),
+      testing::ExitedWithCode( 3 ),
+      "API ERROR:.*\n.*Assertion '0' failed.\n.*scenario:3: the agent died here" );
+   EXPECT_THAT(
+      contents( transcript ), HasSubstr( "-> BCM_E_FAIL (injected)\n"
+                                         "  error  a fatal code was reported: the agent ends\n"
+                                         "  DIED" ) );
+}
+
+TEST( Scenario, EveryLineOfJsonParsesAndNothingElseIsOnStandardOutput )
+{
+   const std::string transcript = testing::TempDir() + "lines.json";
+   const Outcome outcome =
+      run( "switch hsdk units 2\n"
+           "note \"a\\\\b \xff\"\n"
+           "trace *=9\n"
+           "call init true true\n"
+           "show entries\n"
+           "expect attribute useLb true\n"
+           "fault installEntry code BCM_E_FULL\n"
+           "expect dead \"installEntry failed\" call initializeNextHopToCpuTcam\n",
+         { "--json", "--transcript", transcript.c_str() } );
+   EXPECT_EQ( outcome.status, 1 );
+   EXPECT_EQ( contents( transcript ), outcome.out );
+   std::map<std::string, U32> kinds;
+   U32 children = 0;
+   U64 number = 0;
+   std::istringstream lines( outcome.out );
+   for( std::string line; std::getline( lines, line ); ) {
+      const auto object = nlohmann::json::parse( line );
+      ++kinds[ object.at( "kind" ) ];
+      children += object.contains( "child" ) ? 1 : 0;
+      if( object.contains( "number" ) && !object.contains( "child" ) ) {
+         EXPECT_EQ( object.at( "number" ), ++number );
+      }
+   }
+   EXPECT_EQ( kinds[ "command" ], 6u );
+   EXPECT_EQ( kinds[ "show" ], 1u );
+   EXPECT_EQ( kinds[ "expect" ], 2u );
+   EXPECT_GT( kinds[ "call" ], 60u );
+   EXPECT_GT( kinds[ "trace" ], 0u );
+   EXPECT_GE( children, 4u );
+}
+
+TEST( Scenario, QuietShowsWhatIsAskedForAndTheTranscriptStaysWhole )
+{
+   const std::string transcript = testing::TempDir() + "quiet.txt";
+   const Outcome outcome = run( "switch hsdk\n"
+                                "interface Ethernet1-2 unit 0 port 3 routed\n"
+                                "call routedIntf Ethernet2\n"
+                                "show interfaces\n"
+                                "trace ApiStrata=4\n"
+                                "call initializeNextHopToCpuTcam\n"
+                                "expect entry nexthopToCpu enabled with CopyToCpu\n",
+      { "--quiet", "--transcript", transcript.c_str() } );
+   EXPECT_EQ( outcome.status, 0 );
+   EXPECT_EQ( outcome.out, "Interfaces, and their ports as unit/port/logical port\n"
+                           "  Interface  Model   Port   LAG\n"
+                           "  Ethernet1  routed  0/3/3\n"
+                           "  Ethernet2  routed  0/4/4\n\n\n" );
+   EXPECT_THAT( contents( transcript ), HasSubstr( "> call routedIntf Ethernet2\n  = true\n" ) );
+   EXPECT_THAT(
+      contents( transcript ), HasSubstr( "ExceptionEntries.cpp:* bcm_field_action_add" ) );
+}
+
+TEST( Scenario, NotificationsAreMatchedByObjectKeyAndValues )
+{
+   EXPECT_EQ( run( "switch hsdk\n"
+                   "interface Ethernet1 unit 0 port 1\n"
+                   "mark\n"
+                   "set Ethernet1.forwardingModel routed\n"
+                   "expect notification Ethernet1.forwardingModel bridged -> routed times 1\n"
+                   "set features.feature[\"a b\"] true\n"
+                   "expect notification \"features.feature[a b]\" - -> true\n"
+                   "expect notification features.feature times 1\n"
+                   "mark\n"
+                   "del features.feature\n"
+                   "expect notification features.feature true -> -\n"
+                   "expect notification Ethernet1.forwardingModel none\n" )
+                 .status,
+      0 );
+}
+
+} // namespace
+} // namespace Strata::Tool
