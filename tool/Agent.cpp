@@ -2,6 +2,7 @@
 
 #include "platform/runtime/Activity.h"
 #include "platform/runtime/Syslog.h"
+#include "tool/Catalogue.h"
 
 namespace Strata::Tool {
 
@@ -14,6 +15,8 @@ Agent::Agent( const AgentConfig& config )
    hardware_.transcript().listenerIs( config.listener );
    Vormel::activityManager().clockIs( clock_ );
    Vormel::syslogClockIs( clock_.get() );
+   for( const std::string& name : objectNames() )
+      initialValues_[ object( name ).get() ] = valuesOf( *object( name ) );
    hardware_.record( helper_, "helper" );
    helper_->tcamManagerIs( hardware_.tcamManager() );
    helper_->l2McastTableAllocationIs( hardware_.l2McastTableAllocation() );
@@ -21,9 +24,33 @@ Agent::Agent( const AgentConfig& config )
 
 Agent::~Agent()
 {
+   stop();
    hardware_.forget( *helper_ );
    Vormel::syslogClockIs( nullptr );
    Vormel::activityManager().clockIs( std::make_shared<Vormel::RealClock>() );
+}
+
+void Agent::bringUp()
+{
+   helper_->init( true, true );
+   helper_->l3Init( true );
+   startReactors();
+}
+
+void Agent::startReactors()
+{
+   stop();
+   reactor_ = RoutingStatusSmIs( hardware_.scsd(), hardware_.features(), hardware_.miscConfig(),
+      helper_, hardware_.pbrInfo(), hardware_.ethIntfStatusDir(), hardware_.sourceIpLookup(),
+      hardware_.hwStatus(), hardware_.nexthopStatusDir() );
+   arpRedirect_ = l3PeerMacArpRedirectSmFactory(
+      hardware_.scsd(), hardware_.mlagStatus(), hardware_.mlagHwStatus(), helper_ );
+}
+
+void Agent::stop()
+{
+   arpRedirect_ = nullptr;
+   reactor_ = nullptr;
 }
 
 Ref<RoutingStatusHelper> Agent::newHelper() const
@@ -33,6 +60,20 @@ Ref<RoutingStatusHelper> Agent::newHelper() const
       hw.pbrInfo(), config_.fabricMode.value_or( hw.profile().fabricMode ), hw.mlagStatus(),
       hw.mlagHwStatus(), hw.recircStatus(), hw.ethIntfStatusDir(), hw.intfVlanIdTable(),
       hw.urpfCommonData(), hw.virtualPortStatus(), hw.portSwTable() );
+}
+
+Agent::Values Agent::valuesOf( const Entity& object ) const
+{
+   Values values;
+   for( const AttributeValue& value : attributeValues( object ) )
+      values[ value.name ] = valueText( value.value );
+   return values;
+}
+
+Agent::Values Agent::initialValues( const Entity& object ) const
+{
+   const auto known = initialValues_.find( &object );
+   return known == initialValues_.end() ? Values() : known->second;
 }
 
 Ref<Entity> Agent::object( std::string_view name ) const

@@ -5,9 +5,12 @@
 #pragma once
 
 #include "platform/runtime/Clock.h"
+#include "routing/L3PeerMacArpRedirectSm.h"
 #include "routing/RoutingStatusHelper.h"
+#include "routing/RoutingStatusSm.h"
 #include "sim/SimSwitch.h"
 
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -38,6 +41,16 @@ class Agent
 
    Sim::SimSwitch& hardware() { return hardware_; }
    const Ref<RoutingStatusHelper>& helper() const { return helper_; }
+   /// As an agent starts: init, l3Init, then the reactors.
+   void bringUp();
+   /// The reactors alone; those from before are dropped first. From here on the hardware follows the input
+   /// objects.
+   void startReactors();
+   /// Drops the reactors; the hardware stays as it is.
+   void stop();
+   /// Null until they are started.
+   const Ref<RoutingStatusSm>& reactor() const { return reactor_; }
+
    /// The clock that the slice's timers run on; it stands until it is moved.
    Vormel::ManualClock& clock() { return *clock_; }
 
@@ -50,14 +63,22 @@ class Agent
    /// How the value reads here: objects by their short names, everything else by its text form.
    std::string valueText( const Vormel::Value& value ) const;
 
-   /// A helper with the same inputs, as the constructor leaves it.
-   Ref<RoutingStatusHelper> newHelper() const;
+   /// The object's values, as valueText() has them, when it was made: the helper by its constructor, the input
+   /// objects with the switch. Empty for what came later.
+   using Values = std::map<std::string, std::string>;
+   Values initialValues( const Entity& object ) const;
 
  private:
+   Ref<RoutingStatusHelper> newHelper() const;
+   Values valuesOf( const Entity& object ) const;
+
    AgentConfig config_;
    std::shared_ptr<Vormel::ManualClock> clock_;
    Sim::SimSwitch hardware_;
    Ref<RoutingStatusHelper> helper_;
+   Ref<RoutingStatusSm> reactor_;
+   Ref<L3PeerMacArpRedirectSm> arpRedirect_;
+   std::map<const Entity*, Values> initialValues_;
 };
 
 } // namespace Strata::Tool

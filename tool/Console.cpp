@@ -123,11 +123,8 @@ void Console::emit( Weight weight, const std::vector<Toned>& lines, const Json& 
    const std::string object = config_.json ? json() + "\n" : std::string();
    if( config_.json )
       out_ << object << std::flush;
-   else if( !config_.quiet || weight == Weight::asked ) {
+   else if( !config_.quiet || weight == Weight::asked )
       write( out_, config_.colour, lines );
-      if( config_.quiet && lines.size() > 1 ) // the headings that would set it apart are missing
-         out_ << std::endl;
-   }
    if( !transcript_.is_open() )
       return;
    if( config_.json )

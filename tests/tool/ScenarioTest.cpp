@@ -176,7 +176,7 @@ TEST( Scenario, QuietShowsWhatIsAskedForAndTheTranscriptStaysWhole )
    EXPECT_EQ( outcome.out, "Interfaces, and their ports as unit/port/logical port\n"
                            "  Interface  Model   Port   LAG\n"
                            "  Ethernet1  routed  0/3/3\n"
-                           "  Ethernet2  routed  0/4/4\n\n\n" );
+                           "  Ethernet2  routed  0/4/4\n\n" );
    EXPECT_THAT( contents( transcript ), HasSubstr( "> call routedIntf Ethernet2\n  = true\n" ) );
    EXPECT_THAT(
       contents( transcript ), HasSubstr( "ExceptionEntries.cpp:* bcm_field_action_add" ) );

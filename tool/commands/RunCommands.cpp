@@ -49,6 +49,24 @@ void note( Session& session, Words& words )
    session.console().note( text );
 }
 
+void bringUp( Session& session, Words& words )
+{
+   words.end();
+   session.agent( words ).bringUp();
+}
+
+void start( Session& session, Words& words )
+{
+   words.end();
+   session.agent( words ).startReactors();
+}
+
+void stop( Session& session, Words& words )
+{
+   words.end();
+   session.agent( words ).stop();
+}
+
 void mark( Session& session, Words& words )
 {
    words.end();
@@ -60,6 +78,10 @@ void mark( Session& session, Words& words )
 std::vector<Command> runCommands()
 {
    return {
+      { "bring-up", "", "init, l3Init, then the reactors: the hardware follows from then on",
+         bringUp },
+      { "reactors start", "", "make the reactors; those from before are dropped first", start },
+      { "reactors stop", "", "drop the reactors; the hardware stays as it is", stop },
       { "advance", "DURATION", "move the clock; timers run when they are due", advance },
       { "trace", "HANDLE=LEVEL...", "set trace levels: 0 to 9, or off", trace },
       { "note", "TEXT", "say something to the reader", note, false },

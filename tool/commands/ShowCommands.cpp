@@ -32,19 +32,6 @@ void showEntries( Session& session, Words& words )
       "Field Processor entries", entryTable( hardware, filter ), entryJson( hardware, filter ) );
 }
 
-/// What the entity held when it was made, where that is known.
-std::map<std::string, std::string> initialValues( Agent& agent, const Entity& entity )
-{
-   std::map<std::string, std::string> initial;
-   if( &entity == agent.helper().get() )
-      for( const AttributeValue& value : attributeValues( *agent.newHelper() ) )
-         initial[ value.name ] = agent.valueText( value.value );
-   else
-      for( const AttributeValue& value : attributeValues( entity ) )
-         initial[ value.name ] = std::string( value.attribute->info().defaultText );
-   return initial;
-}
-
 void showAttributes( Session& session, Words& words )
 {
    Agent& agent = session.agent( words );
@@ -57,7 +44,7 @@ void showAttributes( Session& session, Words& words )
       changed = words.accept( "changed" );
    }
    words.end();
-   std::map<std::string, std::string> initial = initialValues( agent, *object );
+   Agent::Values initial = agent.initialValues( *object );
    Table table(
       changed ? std::vector<Column>{ { "Number", Align::right }, { "Attribute" }, { "Initially" },
                    { "Now" } }

@@ -64,7 +64,7 @@ void call( Session& session, Words& words )
    try {
       const Value result = operation.call( helper, values );
       if( !std::holds_alternative<std::monostate>( result ) )
-         session.console().result( name.text, toText( result ) );
+         session.console().result( name.text, session.agent( words ).valueText( result ) );
    } catch( const Vormel::AccessError& error ) {
       words.failAt( blamed( error.what(), name, arguments ), error.what() );
    }
