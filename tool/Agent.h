@@ -68,8 +68,10 @@ class Agent
    using Values = std::map<std::string, std::string>;
    Values initialValues( const Entity& object ) const;
 
- private:
+   /// A helper with the same inputs, as the constructor leaves it.
    Ref<RoutingStatusHelper> newHelper() const;
+
+ private:
    Values valuesOf( const Entity& object ) const;
 
    AgentConfig config_;

@@ -48,13 +48,22 @@ std::string describe( const Sim::FieldEntry& entry )
 using Visit =
    std::function<void( U32 unit, const Sim::FieldGroup&, U32 id, const Sim::FieldEntry& )>;
 
+bool passes(
+   std::string_view filter, const Sim::FieldGroup& group, U32 id, const Sim::FieldEntry& entry )
+{
+   const std::string& groupName = group.profile().name;
+   const auto offset = entryOffset( filter );
+   return entry.name.find( filter ) != filter.npos || groupName == filter ||
+          std::to_string( id ) == filter ||
+          ( offset && groupName == "main" && id == group.profile().base + *offset );
+}
+
 void forEachEntry( Sim::SimSwitch& hardware, std::string_view filter, const Visit& visit )
 {
    for( const auto& [ unit, chip ] : hardware.chips() )
       for( const Sim::FieldGroup& group : chip.groups() )
          for( const auto& [ id, entry ] : group.entries() )
-            if( entry.name.find( filter ) != filter.npos || group.profile().name == filter ||
-                std::to_string( id ) == filter )
+            if( passes( filter, group, id, entry ) )
                visit( unit, group, id, entry );
 }
 

@@ -20,8 +20,8 @@ namespace Strata::Tool {
 /// "installed", "disabled", "changed" (what is installed is not what is claimed) or "claimed".
 std::string_view entryState( const Sim::FieldEntry& entry );
 
-/// One row for each entry, with its qualifiers and actions as installed. The filter is part of a name or
-/// group, or an id; empty for all.
+/// One row for each entry, with its qualifiers and actions as installed. The filter is part of a
+/// claimed name, a group, an id, or the name of an offset; empty for all.
 Table entryTable( Sim::SimSwitch& hardware, std::string_view filter );
 /// The same for programs, one object for each unit and entry.
 nlohmann::ordered_json entryJson( Sim::SimSwitch& hardware, std::string_view filter );
