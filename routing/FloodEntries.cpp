@@ -50,7 +50,16 @@ void RoutingStatusHelper::handleTcamEntryVlanFlood( bool create )
       }
       flood.install( i.key() );
    }
-   tcamEntryVlanFloodIs( flood.allocated() );
+   tcamEntryVlanFloodIs( flood.recordable() );
+   flood.traceAllocated( __func__ );
+}
+
+bool RoutingStatusHelper::policyRoutingEnabled( const char* operation ) const
+{
+   if( strataPbrInfo() )
+      return strataPbrInfo()->pbrEnabled();
+   VORMEL_TRACE_AS( routingTrace, 1, operation, operation << ": no policy-routing information" );
+   return false;
 }
 
 void RoutingStatusHelper::handleTcamEntryVlanFloodPbr( bool create )
@@ -68,7 +77,7 @@ void RoutingStatusHelper::handleTcamEntryVlanFloodPbr( bool create )
       return;
    }
 
-   const bool pbrEnabled = strataPbrInfo() && strataPbrInfo()->pbrEnabled();
+   const bool pbrEnabled = policyRoutingEnabled( __func__ );
    TcamEntry flood( tcamManager(), TcamL3EntryId::vlanFloodingPbr, "vlan flood pbr" );
    for( const auto& i : scsd()->units() ) {
       const U32 entryId = flood.claim( i.key() );
@@ -81,7 +90,8 @@ void RoutingStatusHelper::handleTcamEntryVlanFloodPbr( bool create )
       flood.install( i.key() );
       enableEntry( *tcamManager(), i.key(), entryId, pbrEnabled );
    }
-   tcamEntryVlanFloodPbrIs( flood.allocated() );
+   tcamEntryVlanFloodPbrIs( flood.recordable() );
+   flood.traceAllocated( __func__ );
 }
 
 void RoutingStatusHelper::handleEnableTcamEntryVlanFloodPbr( bool enable )

@@ -145,7 +145,7 @@ void RoutingStatusHelper::updateVlanFloodTcamEntryPbmp( U32 unit, bool pbr )
    }
    installEntry( *tcamManager(), unit, entry );
    if( pbr )
-      enableEntry( *tcamManager(), unit, entry, strataPbrInfo() && strataPbrInfo()->pbrEnabled() );
+      enableEntry( *tcamManager(), unit, entry, policyRoutingEnabled( __func__ ) );
 }
 
 } // namespace Strata

@@ -47,7 +47,8 @@ void RoutingStatusHelper::makeMcastRsvdMacRx()
       CHECKED( bcm_field_action_add( i.key(), entryId, bcmFieldActionCopyToCpu, 0, 0 ) );
       rx.install( i.key() );
    }
-   tcamEntryMcastRsvdMacRxIs( rx.allocated() );
+   tcamEntryMcastRsvdMacRxIs( rx.recordable() );
+   rx.traceAllocated( __func__ );
 }
 
 void RoutingStatusHelper::makeL2McastCpuTx()
@@ -64,7 +65,8 @@ void RoutingStatusHelper::makeL2McastCpuTx()
             i.key(), entryId, bcmFieldActionRedirectMcast, allPortsL2Mc(), 0 ) );
       tx.install( i.key() );
    }
-   tcamEntryL2McastCpuTxIs( tx.allocated() );
+   tcamEntryL2McastCpuTxIs( tx.recordable() );
+   tx.traceAllocated( __func__ );
 }
 
 void RoutingStatusHelper::makeL2McastCpuRx()
@@ -79,7 +81,8 @@ void RoutingStatusHelper::makeL2McastCpuRx()
       CHECKED( bcm_field_action_add( i.key(), entryId, bcmFieldActionDrop, 0, 0 ) );
       rx.install( i.key() );
    }
-   tcamEntryL2McastCpuRxIs( rx.allocated() );
+   tcamEntryL2McastCpuRxIs( rx.recordable() );
+   rx.traceAllocated( __func__ );
 }
 
 void RoutingStatusHelper::makeL2McastCpuAndFlood()
@@ -95,7 +98,8 @@ void RoutingStatusHelper::makeL2McastCpuAndFlood()
             i.key(), entryId, bcmFieldActionRedirectMcast, allPortsL2Mc(), 0 ) );
       both.install( i.key() );
    }
-   tcamEntryL2McastCpuAndFloodIs( both.allocated() );
+   tcamEntryL2McastCpuAndFloodIs( both.recordable() );
+   both.traceAllocated( __func__ );
 }
 
 void RoutingStatusHelper::makeL2McastFlood()
@@ -111,7 +115,8 @@ void RoutingStatusHelper::makeL2McastFlood()
             i.key(), entryId, bcmFieldActionRedirectMcast, allPortsL2Mc(), 0 ) );
       flood.install( i.key() );
    }
-   tcamEntryL2McastFloodIs( flood.allocated() );
+   tcamEntryL2McastFloodIs( flood.recordable() );
+   flood.traceAllocated( __func__ );
 }
 
 void RoutingStatusHelper::programSkipL2McastPktFromCoreToCpu( bool vxlanEnabled )
@@ -139,7 +144,8 @@ void RoutingStatusHelper::programSkipL2McastPktFromCoreToCpu( bool vxlanEnabled 
       CHECKED( bcm_field_action_add( i.key(), entryId, bcmFieldActionCopyToCpuCancel, 0, 0 ) );
       skip.install( i.key() );
    }
-   tcamEntrySkipL2McastPktFromCoreToCpuIs( skip.allocated() );
+   tcamEntrySkipL2McastPktFromCoreToCpuIs( skip.recordable() );
+   skip.traceAllocated( __func__ );
 }
 
 } // namespace Strata

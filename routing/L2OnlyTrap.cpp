@@ -115,8 +115,10 @@ void RoutingStatusHelper::makeTrapEntries( MacType macType )
       CHECKED( bcm_field_action_add( i.key(), entryId, bcmFieldActionDrop, 0, 0 ) );
       fromCpu.install( i.key() );
    }
-   tcamEntryTrapCpuForL2OnlyIs( macType, fromPorts.allocated() );
-   tcamEntryTrapCpuFromCpuIs( macType, fromCpu.allocated() );
+   tcamEntryTrapCpuForL2OnlyIs( macType, fromPorts.recordable() );
+   tcamEntryTrapCpuFromCpuIs( macType, fromCpu.recordable() );
+   fromPorts.traceAllocated( __func__ );
+   fromCpu.traceAllocated( __func__ );
 }
 
 void RoutingStatusHelper::removeTrapEntries( MacType macType )

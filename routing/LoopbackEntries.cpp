@@ -41,7 +41,8 @@ void RoutingStatusHelper::makeLbRecircL2Uc()
       CHECKED( bcm_field_action_add( i.key(), entryId, bcmFieldActionDoNotLearn, 0, 0 ) );
       recirc.install( i.key() );
    }
-   tcamEntryLbRecircL2UcIs( recirc.allocated() );
+   tcamEntryLbRecircL2UcIs( recirc.recordable() );
+   recirc.traceAllocated( __func__ );
 }
 
 // A VLAN that VXLAN extends is left to bridging, which floods tunnels too.
@@ -66,7 +67,8 @@ void RoutingStatusHelper::makeLbRecirc()
       CHECKED( bcm_field_action_add( i.key(), entryId, bcmFieldActionDoNotLearn, 0, 0 ) );
       recirc.install( i.key() );
    }
-   tcamEntryLbRecircIs( recirc.allocated() );
+   tcamEntryLbRecircIs( recirc.recordable() );
+   recirc.traceAllocated( __func__ );
 }
 
 bool RoutingStatusHelper::routesTunnelsInTwoPasses( const char* operation ) const
@@ -114,7 +116,8 @@ void RoutingStatusHelper::makeL3RecircAfterDecap()
          i.key(), setPortsAddAction( i.key(), entryId, bcmFieldActionRedirectPbmp, pbmp ) ) );
       recirc.install( i.key() );
    }
-   tcamEntryL3RecircAfterDecapIs( recirc.allocated() );
+   tcamEntryL3RecircAfterDecapIs( recirc.recordable() );
+   recirc.traceAllocated( __func__ );
 }
 
 void RoutingStatusHelper::makeL3RecircForEncap()
@@ -135,7 +138,8 @@ void RoutingStatusHelper::makeL3RecircForEncap()
          i.key(), setPortsAddAction( i.key(), entryId, bcmFieldActionRedirectPbmp, pbmp ) ) );
       recirc.install( i.key() );
    }
-   tcamEntryL3RecircForEncapIs( recirc.allocated() );
+   tcamEntryL3RecircForEncapIs( recirc.recordable() );
+   recirc.traceAllocated( __func__ );
 }
 
 } // namespace Strata

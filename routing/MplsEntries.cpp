@@ -26,7 +26,8 @@ void RoutingStatusHelper::handleTcamEntryMplsTrafficDrop( bool create )
       CHECKED( FP_LOCK_INTERNAL_CHK( i.key(), setMplsAction( i.key(), entryId, drop ) ) );
       mpls.install( i.key() );
    }
-   tcamEntryMplsPktIs( mpls.allocated() );
+   tcamEntryMplsPktIs( mpls.recordable() );
+   mpls.traceAllocated( __func__ );
    tcamEntryMplsActionDropIs( drop );
 }
 
@@ -69,7 +70,8 @@ void RoutingStatusHelper::handleTcamEntryMplsPhpLspPing( bool create )
       CHECKED( bcm_field_action_add( i.key(), entryId, bcmFieldActionDrop, 0, 0 ) );
       ping.install( i.key() );
    }
-   vfpEntryPhpLspPingIs( ping.allocated() );
+   vfpEntryPhpLspPingIs( ping.recordable() );
+   ping.traceAllocated( __func__ );
 }
 
 } // namespace Strata

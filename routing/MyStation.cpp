@@ -130,6 +130,8 @@ void RoutingStatusHelper::handlePeerMacRouting( const EthAddr& mac, bool add )
 {
    VORMEL_TRACE( routingTrace, 2,
       "handlePeerMacRouting" << ( add ? " Add " : " Remove " ) << ", mac: " << mac );
+   if( !mlagHwStatus() )
+      VORMEL_TRACE( routingTrace, 1, "handlePeerMacRouting: no MLAG hardware status" );
    if( !mlagHwStatus() || !mlagHwStatus()->peerMacRoutingSupported() )
       return;
    const bool installed = peerRouterMacNoRoutingIndex() != myStationIdxInvalid();
@@ -162,6 +164,8 @@ void RoutingStatusHelper::handlePeerMacRouting( const EthAddr& mac, bool add )
 
 void RoutingStatusHelper::verifyPeerMacRoutingStatus()
 {
+   if( !mlagStatus() )
+      VORMEL_TRACE( routingTrace, 1, "verifyPeerMacRoutingStatus: no MLAG status" );
    const bool enabled = mlagStatus() && !mlagStatus()->peerMacAddr().isZero() &&
                         Mlag::isPeerMacRoutingStatusEnabled( *mlagStatus() ) &&
                         ( routing4Enabled() || routing6Enabled() );

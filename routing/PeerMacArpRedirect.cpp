@@ -74,7 +74,8 @@ void RoutingStatusHelper::makeArpRedirect( const Ref<StrataBoundedTcamEntryManag
          i.key(), entryId, bcmFieldActionRedirectPort, modId, port.sdkPort() ) );
       redirect.install( i.key() );
    }
-   peerMacArpRedirectIs( redirect.allocated() );
+   peerMacArpRedirectIs( redirect.recordable() );
+   redirect.traceAllocated( __func__ );
 }
 
 } // namespace Strata

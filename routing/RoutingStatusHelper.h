@@ -296,6 +296,7 @@ class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
    void makeL3RecircAfterDecap();
    void makeL3RecircForEncap();
 
+   bool policyRoutingEnabled( const char* operation ) const;
    bool terminatesTunnels( const char* operation ) const;
    EthAddr macOf( MacType macType ) const;
    void installVxlanEntries( MacType macType );
@@ -307,8 +308,7 @@ class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
    void noteIpOptionsProfile( U32 unit, S32 profile );
    std::vector<StrataPort> portsOfLink( IntfId link ) const;
    void makeArpRedirect( const Ref<StrataBoundedTcamEntryManager>& manager );
-   bool vlanOnEveryUnit( U32 vlanId ) const;
-   void applyVlanRouting( U32 vlanId );
+   void applyVlanRouting( const UnitTable::Iterator& i, U32 vlanId );
 
    struct FloodPorts
    {
@@ -335,6 +335,7 @@ class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
    struct VlanRouting
    {
       bool enabled = false;
+      bool addressesKnown = false;
       bool ip4 = false; // the VLAN's interface has an address
       bool ip6 = false;
       std::optional<bool> cpuBlocked;

@@ -72,12 +72,16 @@ void RoutingStatusHelper::handlePerVlanRouting( bool enable )
    perVlanRoutingEnabledIs( enable );
    for( auto at = vlanRouting_.begin(); at != vlanRouting_.end(); ) {
       const U32 vlanId = at->first;
-      if( vlanOnEveryUnit( vlanId ) ) {
-         applyVlanRouting( vlanId );
-         at = vlanRouting_.upper_bound( vlanId );
-      } else {
-         at = vlanRouting_.erase( at );
+      bool exists = false;
+      for( const auto& i : scsd()->units() ) {
+         if( !SdkShim->vlanExists( i.key(), static_cast<U16>( vlanId ) ) )
+            continue;
+         exists = true;
+         applyVlanRouting( i, vlanId );
       }
+      if( !exists )
+         vlanRouting_.erase( vlanId );
+      at = vlanRouting_.upper_bound( vlanId );
    }
 }
 
@@ -85,7 +89,8 @@ void RoutingStatusHelper::enableVlanRouting( U32 vlanId, bool enable )
 {
    VORMEL_TRACE( routingTrace, 2, "enableVlanRouting, Vlan: " << vlanId << ", enable: " << enable );
    vlanRouting_[ vlanId ].enabled = enable;
-   applyVlanRouting( vlanId );
+   for( const auto& i : scsd()->units() )
+      applyVlanRouting( i, vlanId );
 }
 
 void RoutingStatusHelper::handleIpAddressState( U32 vlanId, bool ip4, bool ip6 )
@@ -93,14 +98,15 @@ void RoutingStatusHelper::handleIpAddressState( U32 vlanId, bool ip4, bool ip6 )
    VORMEL_TRACE( routingTrace, 2,
       "handleIpAddressState, Vlan: " << vlanId << ", ip4: " << ip4 << ", ip6: " << ip6 );
    VlanRouting& vlan = vlanRouting_[ vlanId ];
-   const bool changed = !vlan.cpuBlocked || vlan.ip4 != ip4 || vlan.ip6 != ip6;
-   if( !changed )
+   if( vlan.addressesKnown && vlan.ip4 == ip4 && vlan.ip6 == ip6 )
       return;
+   vlan.addressesKnown = true;
    vlan.ip4 = ip4;
    vlan.ip6 = ip6;
    handleVlanCpuPort( vlanId, !ip4 && !ip6 );
    if( perVlanRoutingEnabled() )
-      applyVlanRouting( vlanId );
+      for( const auto& i : scsd()->units() )
+         applyVlanRouting( i, vlanId );
 }
 
 void RoutingStatusHelper::handleVlanCpuPort( U32 vlanId, bool block )
@@ -121,27 +127,17 @@ void RoutingStatusHelper::handleVlanCpuPort( U32 vlanId, bool block )
    }
 }
 
-bool RoutingStatusHelper::vlanOnEveryUnit( U32 vlanId ) const
+void RoutingStatusHelper::applyVlanRouting( const UnitTable::Iterator& i, U32 vlanId )
 {
-   for( const auto& i : scsd()->units() )
-      if( !SdkShim->vlanExists( i.key(), static_cast<U16>( vlanId ) ) )
-         return false;
-   return true;
-}
-
-void RoutingStatusHelper::applyVlanRouting( U32 vlanId )
-{
-   for( const auto& i : scsd()->units() ) {
-      bcm_vlan_control_vlan_t vlanControl;
-      CHECKED( bcm_vlan_control_vlan_get( i.key(), vlanId, &vlanControl ) );
-      const VlanRouting& vlan = vlanRouting_[ vlanId ];
-      const bool all = !perVlanRoutingEnabled();
-      const U32 set = ( all || ( vlan.enabled && vlan.ip4 ) ? 0 : U32( vlanIp4RoutingOff ) ) |
-                      ( all || ( vlan.enabled && vlan.ip6 ) ? 0 : U32( vlanIp6RoutingOff ) );
-      const U32 clearMask = vlanIp4RoutingOff | vlanIp6RoutingOff;
-      vlanControl.flagsIs( ( vlanControl.flags() & ~clearMask ) | set );
-      CHECKED( bcm_vlan_control_vlan_set( i.key(), vlanId, vlanControl ) );
-   }
+   bcm_vlan_control_vlan_t vlanControl;
+   CHECKED( bcm_vlan_control_vlan_get( i.key(), vlanId, &vlanControl ) );
+   const VlanRouting vlan = vlanRouting_[ vlanId ];
+   const bool all = !perVlanRoutingEnabled();
+   const U32 set = ( all || ( vlan.enabled && vlan.ip4 ) ? 0 : U32( vlanIp4RoutingOff ) ) |
+                   ( all || ( vlan.enabled && vlan.ip6 ) ? 0 : U32( vlanIp6RoutingOff ) );
+   const U32 clearMask = vlanIp4RoutingOff | vlanIp6RoutingOff;
+   vlanControl.flagsIs( ( vlanControl.flags() & ~clearMask ) | set );
+   CHECKED( bcm_vlan_control_vlan_set( i.key(), vlanId, vlanControl ) );
 }
 
 } // namespace Strata

@@ -43,7 +43,8 @@ void RoutingStatusHelper::installTcamEntryForL3Vxlan( MacType macType )
          i.key(), entryId, bcmFieldActionCosQCpuNew, StrataCommon::cpuCosqVxlan_, 0 ) );
       vxlan.install( i.key() );
    }
-   tcamEntryL3VxlanIs( macType, vxlan.allocated() );
+   tcamEntryL3VxlanIs( macType, vxlan.recordable() );
+   vxlan.traceAllocated( __func__ );
 }
 
 void RoutingStatusHelper::programL2VxlanTcam( MacType macType )
@@ -71,7 +72,8 @@ void RoutingStatusHelper::programL2VxlanTcam( MacType macType )
          i.key(), entryId, bcmFieldActionCosQCpuNew, StrataCommon::cpuCosqVxlan_, 0 ) );
       vxlan.install( i.key() );
    }
-   tcamEntryL2VxlanIs( macType, vxlan.allocated() );
+   tcamEntryL2VxlanIs( macType, vxlan.recordable() );
+   vxlan.traceAllocated( __func__ );
 }
 
 void RoutingStatusHelper::removeL3Vxlan( MacType macType )

@@ -38,7 +38,8 @@ void RoutingStatusHelper::handleTcamEntryVlanFloodVxlan( bool create )
          i.key(), setPortsAddAction( i.key(), entryId, bcmFieldActionRedirectPbmp, pbmp ) ) );
       flood.install( i.key() );
    }
-   tcamEntryVlanFloodVxlanIs( flood.allocated() );
+   tcamEntryVlanFloodVxlanIs( flood.recordable() );
+   flood.traceAllocated( __func__ );
 }
 
 void RoutingStatusHelper::handleTcamEntryVxlanEncapFlood( bool create )
@@ -66,7 +67,8 @@ void RoutingStatusHelper::handleTcamEntryVxlanEncapFlood( bool create )
          i.key(), entryId, bcmFieldActionRedirectMcast, scsd()->vxlanFloodL2Mc(), 0 ) );
       flood.install( i.key() );
    }
-   tcamEntryVxlanEncapFloodIs( flood.allocated() );
+   tcamEntryVxlanEncapFloodIs( flood.recordable() );
+   flood.traceAllocated( __func__ );
 }
 
 } // namespace Strata

@@ -28,8 +28,8 @@ VORMEL_EXPORT AssertionHook assertionHookIs( AssertionHook hook );
 [[noreturn]] VORMEL_EXPORT void assertionFailed(
    const char* file, int line, const char* signature, const char* text );
 
-/// The compiler's pretty signature as messages print it: the same from every compiler (" &" becomes
-/// "&").
+/// The compiler's pretty signature as messages print it, the same from every compiler: " &" becomes "&", and
+/// parameters go without "Strata::".
 VORMEL_EXPORT std::string signatureText( const char* prettyFunction );
 
 } // namespace Vormel

@@ -9,6 +9,7 @@
 #include <functional>
 #include <initializer_list>
 #include <memory>
+#include <optional>
 #include <string>
 #include <tuple>
 #include <type_traits>
@@ -83,10 +84,24 @@ template<class E, class K, class T>
 struct CollectionAccess
 {
    std::vector<std::pair<K, T>> ( *members )( const E& );
+   std::optional<T> ( *get )( const E&, const K& ); // RangeError for what is no slot
    void ( *is )( E&, const K&, const T& );
    Value ( *del )( E&, const K& );
    void ( *delAll )( E& );
 };
+
+template<class K, class T>
+std::optional<T> memberOf( const SlotArray<K, T>& slots, const K& key )
+{
+   return slots[ key ];
+}
+
+template<class Map>
+std::optional<typename Map::Value> memberOf( const Map& map, const typename Map::Key& key )
+{
+   const auto* const value = map.find( key );
+   return value ? std::optional( *value ) : std::nullopt;
+}
 
 template<class K, class T>
 std::vector<std::pair<K, T>> membersOf( const SlotArray<K, T>& slots )
@@ -120,9 +135,8 @@ class CollectionAttribute final : public Attribute
    Value read( const Entity& entity, const Value& key ) const override
    {
       const K wanted = keyOf( key );
-      for( const auto& [ at, value ] : access_.members( static_cast<const E&>( entity ) ) )
-         if( at == wanted )
-            return valueOf<T>( value );
+      if( const auto value = access_.get( static_cast<const E&>( entity ), wanted ) )
+         return valueOf<T>( *value );
       refuse( "be read at key " + ValueTraits<K>::text( wanted ) + ": there is no such member" );
    }
 

@@ -208,6 +208,9 @@
          ::Vormel::Detail::defaultText( ::Vormel::AttributeKind::Kind ), meaning, by, seed },      \
       ::Vormel::Detail::CollectionAccess<Self, K, T>{                                              \
          []( const Self& self ) { return ::Vormel::Detail::membersOf( self.name() ); },            \
+         []( const Self& self, const K& key ) {                                                    \
+            return ::Vormel::Detail::memberOf( self.name(), key );                                 \
+         },                                                                                        \
          []( Self& self, const K& key, const T& value ) { self.name##Is( key, value ); },          \
          []( Self& self, const K& key ) {                                                          \
             return ::Vormel::Detail::valueOf( self.name##Del( key ) );                             \

@@ -5,6 +5,7 @@
 #include "platform/runtime/Syslog.h"
 #include "platform/runtime/Trace.h"
 
+#include <mutex>
 #include <vector>
 
 namespace Vormel::Detail {
@@ -12,6 +13,7 @@ namespace Vormel::Detail {
 struct TraceRegistry
 {
    std::vector<TraceHandle*> handles;
+   std::mutex sinkMutex; // records also come under a chip's lock alone
    TraceSink sink;
 };
 

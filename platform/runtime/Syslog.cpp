@@ -38,7 +38,9 @@ SyslogHandle::~SyslogHandle()
 
 bool SyslogHandle::admit( double now )
 {
-   if( now - lastPassed_ < rate_.minInterval ) {
+   // A clock that was set back, or another one, tells nothing about the time since.
+   const double passed = now - lastPassed_;
+   if( passed >= 0 && passed < rate_.minInterval ) {
       ++suppressed_;
       return false;
    }

@@ -112,6 +112,7 @@ void traceLevelsIs( std::string_view settings )
 
 TraceSink traceSinkIs( TraceSink sink )
 {
+   const std::lock_guard guard( Detail::traceRegistry().sinkMutex );
    return std::exchange( Detail::traceRegistry().sink, std::move( sink ) );
 }
 
@@ -124,12 +125,18 @@ static void writeLine( const TraceRecord& record )
    std::fwrite( line.data(), 1, line.size(), stderr );
 }
 
+// A copy, since a sink may replace itself while it runs.
+static TraceSink currentSink()
+{
+   const std::lock_guard guard( Detail::traceRegistry().sinkMutex );
+   return Detail::traceRegistry().sink;
+}
+
 void traceRecord(
    const TraceHandle& handle, U32 level, std::string_view function, std::string_view text )
 {
    const TraceRecord record{ handle.name(), level, function, text };
-   // A copy, since a sink may replace itself while it runs.
-   if( const TraceSink sink = Detail::traceRegistry().sink )
+   if( const TraceSink sink = currentSink() )
       sink( record );
    else
       writeLine( record );

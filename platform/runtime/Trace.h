@@ -1,8 +1,8 @@
 // Trace records: named handles, each with ten levels (0 to 9) that are switched separately, and one
 // sink that gets the records. All levels are off at first, and a trace that is off costs a load, a
 // test and a branch: its arguments are not evaluated (declare the handles with
-// VORMEL_DECLARE_TRACE). Switching levels is safe from any thread; registering handles, the sink
-// and emitting are for the holder of the activity lock.
+// VORMEL_DECLARE_TRACE). Switching levels, replacing the sink and emitting are safe from any thread; a
+// sink guards itself. Registering handles is for the holder of the activity lock.
 #pragma once
 
 #include "platform/runtime/Export.h"

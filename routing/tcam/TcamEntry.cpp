@@ -83,12 +83,11 @@ void TcamEntry::passOver( U32 unit, U32 recordedId )
       manager_->releaseEntry( unit, recordedId );
 }
 
-U32 TcamEntry::allocated() const
+void TcamEntry::traceAllocated( const char* operation ) const
 {
-   if( !carried_ )
-      return 0;
-   VORMEL_TRACE( routingTrace, 2, "Allocated " << name_ << " tcam entry (ID:" << id_ );
-   return id_;
+   if( carried_ )
+      VORMEL_TRACE_AS(
+         routingTrace, 2, operation, "Allocated " << name_ << " tcam entry (ID:" << id_ );
 }
 
 } // namespace Strata

@@ -9,7 +9,8 @@
 //       CHECKED( bcm_field_action_add( ... ) );
 //       entry.install( i.key() );
 //    }
-//    tcamEntryMplsPktIs( entry.allocated() );
+//    tcamEntryMplsPktIs( entry.recordable() );
+//    entry.traceAllocated( __func__ );
 #pragma once
 
 #include "platform/state/StrataCommonSmData.h"
@@ -63,8 +64,10 @@ class TcamEntry
    /// For a unit that lacks what the entry needs: takes it out there if it was recorded.
    void passOver( U32 unit, U32 recordedId );
 
-   /// The id to record, 0 when no unit carries the entry; traces the allocation.
-   U32 allocated() const;
+   /// The id to record; 0 when no unit carries the entry.
+   U32 recordable() const { return carried_ ? id_ : 0; }
+   /// Once it is recorded.
+   void traceAllocated( const char* operation ) const;
 
  private:
    Ref<StrataBoundedTcamEntryManager> manager_;

@@ -12,7 +12,11 @@ namespace {
 TEST( QuotedTextsTest, EveryTextThatLogsShowIsInTheLibrary )
 {
    std::ifstream file( STRATA_LIBRARY_FILE, std::ios::binary );
-   const std::string library{ std::istreambuf_iterator<char>( file ), {} };
+   std::string library{ std::istreambuf_iterator<char>( file ), {} };
+   // Compilers differ in blanks; signatureText() makes them one.
+   for( auto at = library.find( " &" ); at != std::string::npos; at = library.find( " &", at + 1 ) )
+      if( at + 2 < library.size() && ( library[ at + 2 ] == ',' || library[ at + 2 ] == ')' ) )
+         library.erase( at, 1 );
    ASSERT_FALSE( library.empty() ) << STRATA_LIBRARY_FILE;
    std::ifstream texts( "tests/routing/quoted-texts.txt" );
    int count = 0;
