@@ -9,7 +9,7 @@ Ref<L3PeerMacArpRedirectSm> l3PeerMacArpRedirectSmFactory(
    const Ref<const Mlag::Hardware::Status>& mlagHwStatus,
    const Ref<RoutingStatusHelper>& routingStatusHelper )
 {
-   const auto sm =
+   auto sm =
       Vormel::make<L3PeerMacArpRedirectSm>( scsd, mlagStatus, mlagHwStatus, routingStatusHelper );
    sm->handleInitialized();
    sm->hasNotificationActiveIs( true );

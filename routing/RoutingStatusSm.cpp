@@ -16,9 +16,8 @@ Ref<RoutingStatusSm> RoutingStatusSmIs( const Ref<const StrataCommonSmData>& scs
    const Ref<const BastleSourceIpLookupConfig>& bastleSourceIpLookupConfig,
    const Ref<HwStatus>& hwStatus, const Ref<const NexthopStatusDir>& nexthopStatusDir )
 {
-   const Ref<RoutingStatusSm> sm(
-      new RoutingStatusSm( scsd, features, miscConfig, routingStatusHelper, strataPbrInfo,
-         ethIntfStatusDir, bastleSourceIpLookupConfig, hwStatus, nexthopStatusDir ) );
+   Ref<RoutingStatusSm> sm( new RoutingStatusSm( scsd, features, miscConfig, routingStatusHelper,
+      strataPbrInfo, ethIntfStatusDir, bastleSourceIpLookupConfig, hwStatus, nexthopStatusDir ) );
    sm->start();
    sm->hasNotificationActiveIs( true );
    return sm;
@@ -123,7 +122,7 @@ Ref<UnknownMacDropLoggingSm> RoutingStatusSm::unknownMacDropLoggingSmIs(
 
 Ref<UnknownMacDropLoggingSm> RoutingStatusSm::unknownMacDropLoggingSmDel()
 {
-   const Ref<UnknownMacDropLoggingSm> old = std::exchange( unknownMacDropLoggingSm_, nullptr );
+   Ref<UnknownMacDropLoggingSm> old = std::exchange( unknownMacDropLoggingSm_, nullptr );
    if( old )
       old->hasNotificationActiveIs( false );
    return old;

@@ -47,7 +47,7 @@ UnknownMacDropLoggingSm::~UnknownMacDropLoggingSm()
 Ref<UnknownMacDropLoggingSm> unknownMacDropLoggingSmFactory(
    const Ref<const StrataMiscConfig>& miscConfig, const Ref<RoutingStatusHelper>& helper )
 {
-   const auto sm = Vormel::make<UnknownMacDropLoggingSm>( miscConfig, helper );
+   auto sm = Vormel::make<UnknownMacDropLoggingSm>( miscConfig, helper );
    sm->hasNotificationActiveIs( true );
    return sm;
 }

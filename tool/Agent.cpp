@@ -87,7 +87,7 @@ Ref<Entity> Agent::object( std::string_view name ) const
 
 std::string Agent::valueText( const Vormel::Value& value ) const
 {
-   if( const auto* const entity = std::get_if<Ref<const Entity>>( &value ); entity && *entity )
+   if( const auto* const entity = std::get_if<Vormel::ObjectRef>( &value ); entity && *entity )
       for( const std::string& name : objectNames() )
          if( object( name ) == *entity )
             return name;

@@ -79,7 +79,9 @@ std::string dump( const ordered_json& object )
 ChildChannel::~ChildChannel() = default;
 
 Console::Console( std::ostream& out, std::ostream& err, const ConsoleConfig& config )
-   : out_( out ), err_( err ), config_( config )
+   : out_( out ),
+     err_( err ),
+     config_( config )
 {
    if( config_.transcriptFile.empty() )
       return;

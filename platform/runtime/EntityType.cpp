@@ -118,7 +118,7 @@ const Operation* EntityType::findOperation( std::string_view name ) const
 namespace {
 
 std::string withNearest(
-   std::string text, std::string_view wrong, std::span<const std::string_view> names )
+   const std::string& text, std::string_view wrong, std::span<const std::string_view> names )
 {
    const std::string_view nearest = nearestName( wrong, names );
    return nearest.empty() ? text : text + "; did you mean '" + std::string( nearest ) + "'?";

@@ -42,19 +42,19 @@ std::string toText( const Value& value )
          return text.str();
       }
       std::string operator()( const std::string& v ) const { return v; }
-      std::string operator()( const Ref<const Entity>& v ) const
-      {
-         return Detail::entityText( v.get() );
-      }
+      std::string operator()( const ObjectRef& v ) const { return Detail::objectText( v.get() ); }
    };
    return std::visit( ToText(), value );
 }
 
 namespace Detail {
 
-std::string entityText( const Entity* entity )
+std::string objectText( const Counted* object )
 {
-   return entity ? entity->entityName() : "none";
+   if( !object )
+      return "none";
+   const auto* const entity = dynamic_cast<const Entity*>( object );
+   return entity ? entity->entityName() : "an object";
 }
 
 std::optional<bool> boolFrom( const Value& value )

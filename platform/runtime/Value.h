@@ -19,11 +19,12 @@
 
 namespace Vormel {
 
-class Entity;
+/// Any object, as a generic value holds it.
+using ObjectRef = Ref<const Counted>;
 
 /// What a generic read returns and a generic write or call takes. Types that are none of these travel as
 /// their text form. Text is accepted for every type that has one, so a shell needs no other form.
-using Value = std::variant<std::monostate, bool, S64, U64, double, std::string, Ref<const Entity>>;
+using Value = std::variant<std::monostate, bool, S64, U64, double, std::string, ObjectRef>;
 
 VORMEL_EXPORT std::string toText( const Value& value );
 
@@ -49,7 +50,7 @@ VORMEL_EXPORT std::optional<double> doubleFrom( const Value& value );
 /// Accepts integers, and text in decimal or with 0x in hexadecimal.
 VORMEL_EXPORT std::optional<S64> signedFrom( const Value& value, S64 low, S64 high );
 VORMEL_EXPORT std::optional<U64> unsignedFrom( const Value& value, U64 high );
-VORMEL_EXPORT std::string entityText( const Entity* entity );
+VORMEL_EXPORT std::string objectText( const Counted* object );
 
 } // namespace Detail
 
@@ -142,17 +143,17 @@ struct ValueTraits<E>
 template<class T>
 struct ValueTraits<Ref<T>>
 {
-   static std::string text( const Ref<T>& v ) { return Detail::entityText( v.get() ); }
-   static Value value( const Ref<T>& v ) { return Ref<const Entity>( v ); }
+   static std::string text( const Ref<T>& v ) { return Detail::objectText( v.get() ); }
+   static Value value( const Ref<T>& v ) { return ObjectRef( v ); }
    static std::optional<Ref<T>> from( const Value& v )
    {
       if( std::holds_alternative<std::monostate>( v ) )
          return Ref<T>();
-      const auto* const ref = std::get_if<Ref<const Entity>>( &v );
+      const auto* const ref = std::get_if<ObjectRef>( &v );
       if( !ref )
          return std::nullopt;
       // The caller that hands an object in owns it for writing.
-      auto* const object = dynamic_cast<T*>( const_cast<Entity*>( ref->get() ) );
+      auto* const object = dynamic_cast<T*>( const_cast<Counted*>( ref->get() ) );
       if( ref->get() && !object )
          return std::nullopt;
       return Ref<T>( object );
