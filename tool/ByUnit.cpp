@@ -17,4 +17,16 @@ std::string numberRanges( const std::vector<U32>& numbers )
    return text;
 }
 
+Table unitTable( std::vector<Column> columns, const ByUnit<Cells>& byUnit )
+{
+   columns.insert( columns.end() - 1, Column{ "Units" } );
+   Table table( columns );
+   for( const auto& [ row, units ] : byUnit.rows() ) {
+      Cells cells = row;
+      cells.insert( cells.end() - 1, numberRanges( units ) );
+      table.row( cells );
+   }
+   return table;
+}
+
 } // namespace Strata::Tool

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/runtime/Types.h"
+#include "tool/Table.h"
 
 #include <algorithm>
 #include <string>
@@ -33,5 +34,10 @@ class ByUnit
  private:
    Rows rows_;
 };
+
+using Cells = std::vector<std::string>;
+
+/// Rows of equal cells become one, with their units in a column of their own in front of the last.
+Table unitTable( std::vector<Column> columns, const ByUnit<Cells>& byUnit );
 
 } // namespace Strata::Tool

@@ -10,7 +10,7 @@ std::vector<Command> allCommands()
 {
    std::vector<Command> all;
    for( const auto theme : { switchCommands, stateCommands, runCommands, faultCommands,
-           showCommands, expectCommands, expectEventCommands } )
+           showCommands, expectCommands, expectEventCommands, myStationCommands, chipCommands } )
       std::ranges::copy( theme(), std::back_inserter( all ) );
    return all;
 }

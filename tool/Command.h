@@ -34,5 +34,7 @@ std::vector<Command> runCommands();
 std::vector<Command> showCommands();
 std::vector<Command> expectCommands();
 std::vector<Command> expectEventCommands();
+std::vector<Command> myStationCommands();
+std::vector<Command> chipCommands();
 
 } // namespace Strata::Tool

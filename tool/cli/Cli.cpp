@@ -21,6 +21,7 @@ std::vector<std::unique_ptr<Subcommand>> allSubcommands()
    all.push_back( attributesSubcommand() );
    all.push_back( operationsSubcommand() );
    all.push_back( commandsSubcommand() );
+   all.push_back( messagesSubcommand() );
    return all;
 }
 

@@ -1,4 +1,5 @@
-// strata-l3 profiles, attributes, operations, commands: what there is, as a table or as JSON.
+// strata-l3 profiles, attributes, operations, commands, messages: what there is, as a table or as JSON.
+#include "platform/runtime/Syslog.h"
 #include "sim/ChipProfile.h"
 #include "tool/Catalogue.h"
 #include "tool/Command.h"
@@ -116,6 +117,24 @@ List scenarioCommands( const std::string& )
    return list;
 }
 
+List messages( const std::string& )
+{
+   List list{ Table( { { "Message" } } ), ordered_json::array() };
+   for( const Vormel::SyslogHandle* const message : Vormel::syslogHandles() ) {
+      const std::string severityName = Vormel::enumText( message->severity() );
+      const auto severity = static_cast<U32>( message->severity() );
+      list.table.row(
+         { std::string( message->key() ) + "\n   severity: " + std::to_string( severity ) + " (" +
+            severityName + ")\n   format: " + message->format() + "\n   explanation: " +
+            message->explanation() + "\n   recommended action: " + message->recommendedAction() } );
+      list.json.push_back(
+         { { "key", message->key() }, { "severity", severity }, { "severityName", severityName },
+            { "format", message->format() }, { "explanation", message->explanation() },
+            { "recommendedAction", message->recommendedAction() } } );
+   }
+   return list;
+}
+
 } // namespace
 
 std::unique_ptr<Subcommand> profilesSubcommand()
@@ -140,6 +159,12 @@ std::unique_ptr<Subcommand> commandsSubcommand()
 {
    return std::make_unique<ListSubcommand>(
       "commands", "List the commands that a scenario can use", scenarioCommands );
+}
+
+std::unique_ptr<Subcommand> messagesSubcommand()
+{
+   return std::make_unique<ListSubcommand>(
+      "messages", "List the system log messages, in order of declaration", messages );
 }
 
 } // namespace Strata::Tool

@@ -24,5 +24,6 @@ std::unique_ptr<Subcommand> profilesSubcommand();
 std::unique_ptr<Subcommand> attributesSubcommand();
 std::unique_ptr<Subcommand> operationsSubcommand();
 std::unique_ptr<Subcommand> commandsSubcommand();
+std::unique_ptr<Subcommand> messagesSubcommand();
 
 } // namespace Strata::Tool

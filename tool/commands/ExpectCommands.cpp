@@ -3,33 +3,15 @@
 #include "sim/RegisterLayout.h"
 #include "tool/Command.h"
 #include "tool/EntryView.h"
+#include "tool/Expectation.h"
 #include "tool/Session.h"
 
 #include <algorithm>
 #include <array>
-#include <charconv>
-#include <functional>
 
 namespace Strata::Tool {
 
 namespace {
-
-std::optional<U64> numberIn( std::string_view text )
-{
-   const int base = text.starts_with( "0x" ) ? 16 : 10;
-   text.remove_prefix( base == 16 ? 2 : 0 );
-   U64 number = 0;
-   const auto result = std::from_chars( text.data(), text.data() + text.size(), number, base );
-   const bool whole = result.ec == std::errc() && result.ptr == text.data() + text.size();
-   return whole ? std::optional<U64>( number ) : std::nullopt;
-}
-
-/// Texts are equal, or both are the same number.
-bool sameValue( const std::string& a, const std::string& b )
-{
-   const auto number = numberIn( a );
-   return a == b || ( number && number == numberIn( b ) );
-}
 
 std::string memberText( const Agent& agent, const AttributePath& path )
 {
@@ -49,18 +31,6 @@ void expectAttribute( Session& session, Words& words )
    const std::string found = path.key ? memberText( agent, path )
                                       : agent.valueText( path.attribute->read( *path.object ) );
    session.expect( sameValue( expected, found ), path.text + " to be " + expected, found );
-}
-
-/// Looks at each unit; one that differs makes the expectation fail.
-void expectOnUnits( Session& session, const std::vector<U32>& units, const std::string& expected,
-   const std::string& value, const std::function<std::string( U32 unit )>& look )
-{
-   for( const U32 unit : units ) {
-      const std::string found = look( unit );
-      if( !sameValue( value, found ) )
-         return session.expect( false, expected, found + " on unit " + std::to_string( unit ) );
-   }
-   session.expect( true, expected, {} );
 }
 
 void expectControl( Session& session, Words& words )

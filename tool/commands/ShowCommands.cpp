@@ -15,8 +15,6 @@ namespace Strata::Tool {
 
 namespace {
 
-using Cells = std::vector<std::string>;
-
 std::string takeFilter( Words& words )
 {
    const std::string filter = words.done() ? std::string() : words.take( {} ).text;
@@ -61,19 +59,6 @@ void showAttributes( Session& session, Words& words )
    }
    session.console().table(
       ( changed ? "Changed attributes of " : "Attributes of " ) + title, table );
-}
-
-/// Rows of equal cells become one, with their units in a column of their own in front of the last.
-Table unitTable( std::vector<Column> columns, const ByUnit<Cells>& byUnit )
-{
-   columns.insert( columns.end() - 1, Column{ "Units" } );
-   Table table( columns );
-   for( const auto& [ row, units ] : byUnit.rows() ) {
-      Cells cells = row;
-      cells.insert( cells.end() - 1, numberRanges( units ) );
-      table.row( cells );
-   }
-   return table;
 }
 
 void showControls( Session& session, Words& words )

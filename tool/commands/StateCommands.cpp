@@ -2,7 +2,11 @@
 #include "platform/runtime/EntityType.h"
 #include "platform/runtime/Errors.h"
 #include "tool/Command.h"
+#include "tool/Expectation.h"
 #include "tool/Session.h"
+
+#include <optional>
+#include <string>
 
 namespace Strata::Tool {
 
@@ -50,7 +54,13 @@ const Word& blamed( const std::string& error, const Word& name, const std::vecto
    return name;
 }
 
-void call( Session& session, Words& words )
+struct Called
+{
+   std::string operation;
+   std::optional<std::string> result;
+};
+
+Called takeCall( Session& session, Words& words )
 {
    RoutingStatusHelper& helper = *session.agent( words ).helper();
    const Word name = words.take( "an operation, as in l3Init" );
@@ -63,11 +73,27 @@ void call( Session& session, Words& words )
       values.emplace_back( argument.text );
    try {
       const Value result = operation.call( helper, values );
-      if( !std::holds_alternative<std::monostate>( result ) )
-         session.console().result( name.text, session.agent( words ).valueText( result ) );
+      if( std::holds_alternative<std::monostate>( result ) )
+         return { name.text, std::nullopt };
+      return { name.text, session.agent( words ).valueText( result ) };
    } catch( const Vormel::AccessError& error ) {
       words.failAt( blamed( error.what(), name, arguments ), error.what() );
    }
+}
+
+void call( Session& session, Words& words )
+{
+   const Called called = takeCall( session, words );
+   if( called.result )
+      session.console().result( called.operation, *called.result );
+}
+
+void expectResult( Session& session, Words& words )
+{
+   const std::string value = words.take( "a value" ).text;
+   const Called called = takeCall( session, words );
+   session.expect( called.result && sameValue( value, *called.result ),
+      called.operation + " to return " + value, called.result.value_or( "nothing" ) );
 }
 
 } // namespace
@@ -79,6 +105,8 @@ std::vector<Command> stateCommands()
          set },
       { "del", "[OBJECT.]ATTRIBUTE[KEY]", "remove a member of a collection, or all of them", del },
       { "call", "OPERATION [ARGUMENT]...", "call an operation of the helper", call },
+      { "expect result", "VALUE OPERATION [ARGUMENT]...",
+         "an operation of the helper, called now, returns this", expectResult, false },
    };
 }
 

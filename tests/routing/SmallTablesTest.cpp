@@ -1,0 +1,46 @@
+#include "tests/routing/Fixture.h"
+
+#include <cstdlib>
+
+namespace Strata {
+namespace {
+
+class SmallTablesTest : public SwitchTest
+{
+ protected:
+   void enableRouting()
+   {
+      Vormel::assertionHookIs( nullptr );
+      make( "hsdk" );
+      helper().handleRouting( true, false );
+   }
+};
+
+// Each in a process of its own: the variable is looked at once.
+TEST_F( SmallTablesTest, TheVariableEndsTheAgentThatTurnsRoutingOnEvenIfEmpty )
+{
+   GTEST_FLAG_SET( death_test_style, "threadsafe" );
+   EXPECT_DEATH(
+      {
+         setenv( "STRATA_SMALLTABLES_ENABLE", "", 1 );
+         enableRouting();
+      },
+      "Assertion '0 && \"programming L3 table using the SDK is deprecated\"' failed" );
+}
+
+TEST_F( SmallTablesTest, ItIsNotLookedAtAgain )
+{
+   GTEST_FLAG_SET( death_test_style, "threadsafe" );
+   EXPECT_EXIT(
+      {
+         enableRouting();
+         helper().handleRouting( false, false );
+         setenv( "STRATA_SMALLTABLES_ENABLE", "1", 1 );
+         helper().handleRouting( true, true );
+         _Exit( helper().routing6Enabled() ? 0 : 1 );
+      },
+      testing::ExitedWithCode( 0 ), "" );
+}
+
+} // namespace
+} // namespace Strata

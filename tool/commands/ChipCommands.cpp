@@ -1,0 +1,234 @@
+// The chips' VLANs, IPv4 options profiles and controls of ports, and the agent's software port table. A poke
+// changes a VLAN behind the slice's back.
+#include "platform/types/IntfId.h"
+#include "platform/types/PortBitmap.h"
+#include "tool/ByUnit.h"
+#include "tool/Command.h"
+#include "tool/Expectation.h"
+#include "tool/Session.h"
+
+#include <algorithm>
+#include <array>
+#include <functional>
+
+namespace Strata::Tool {
+
+namespace {
+
+constexpr U32 otherVlanFlags = 32 - roleNames<VlanFlag>.size();
+
+template<class Role>
+Role takeRole( Words& words, std::string_view what )
+{
+   const std::string_view name = words.choose( what, roleNames<Role> );
+   return static_cast<Role>( std::ranges::find( roleNames<Role>, name ) - roleNames<Role>.begin() );
+}
+
+bool takeSet( Words& words )
+{
+   static constexpr std::array<std::string_view, 2> states{ "set", "clear" };
+   return words.choose( "a flag's state", states ) == "set";
+}
+
+U16 takeVlan( Words& words )
+{
+   const U16 vlanId = words.value<U16>( "a VLAN id" );
+   if( vlanId < 1 || vlanId > 4094 )
+      words.fail( "'" + std::to_string( vlanId ) + "' is not a VLAN id from 1 to 4094" );
+   return vlanId;
+}
+
+std::string flagsText( const Sim::ChipVlan& vlan )
+{
+   std::string text;
+   for( const VlanFlag flag : vlan.flags )
+      text += ( text.empty() ? "" : ", " ) + std::string( roleName( flag ) );
+   return text.empty() ? "none" : text;
+}
+
+U32 takeOtherFlags( Words& words )
+{
+   const U32 flags = words.value<U32>( "the other flags" );
+   if( flags >> otherVlanFlags != 0 )
+      words.fail( "a VLAN has " + std::to_string( otherVlanFlags ) + " other flags" );
+   return flags;
+}
+
+void pokeVlan( Session& session, Words& words )
+{
+   Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   const U16 vlanId = takeVlan( words );
+   const std::vector<U32> units = session.takeUnits( words );
+   for( const U32 unit : units )
+      if( !hardware.chip( unit ).vlan( vlanId ) )
+         words.fail(
+            "unit " + std::to_string( unit ) + " has no VLAN " + std::to_string( vlanId ) );
+   std::function<void( Sim::ChipVlan& )> change;
+   if( words.accept( "other-flags" ) ) {
+      change = [ flags = takeOtherFlags( words ) ](
+                  Sim::ChipVlan& vlan ) { vlan.otherFlags = flags; };
+   } else {
+      const auto flag = takeRole<VlanFlag>( words, "a VLAN flag" );
+      if( takeSet( words ) )
+         change = [ flag ]( Sim::ChipVlan& vlan ) { vlan.flags.insert( flag ); };
+      else
+         change = [ flag ]( Sim::ChipVlan& vlan ) { vlan.flags.erase( flag ); };
+   }
+   words.end();
+   for( const U32 unit : units )
+      change( *hardware.chip( unit ).vlan( vlanId ) );
+}
+
+void showVlans( Session& session, Words& words )
+{
+   Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   words.end();
+   ByUnit<Cells> rows;
+   for( const auto& [ unit, chip ] : hardware.chips() )
+      for( const auto& [ vlanId, vlan ] : chip.vlans() )
+         rows.add( unit, { std::to_string( vlanId ), vlan.members.toString(),
+                            vlan.untagged.toString(), flagsText( vlan ) } );
+   session.console().table( "VLANs",
+      unitTable(
+         { { "VLAN", Align::right }, { "Members" }, { "Untagged" }, { "Routing flags" } }, rows ) );
+}
+
+/// What is expected of a VLAN, and how to look at it.
+struct VlanProperty
+{
+   std::string name;
+   std::string value;
+   std::function<std::string( const Sim::ChipVlan& )> look;
+};
+
+VlanProperty takeVlanProperty( Words& words )
+{
+   using Vlan = Sim::ChipVlan;
+   constexpr const char* portsWanted = "ports such as 0-4, or - for none";
+   if( words.accept( "members" ) )
+      return { "members", words.value<PortBitmap>( portsWanted ).toString(),
+         []( const Vlan& vlan ) { return vlan.members.toString(); } };
+   if( words.accept( "untagged" ) )
+      return { "untagged", words.value<PortBitmap>( portsWanted ).toString(),
+         []( const Vlan& vlan ) { return vlan.untagged.toString(); } };
+   if( words.accept( "other-flags" ) )
+      return { "other-flags", std::to_string( takeOtherFlags( words ) ),
+         []( const Vlan& vlan ) { return std::to_string( vlan.otherFlags ); } };
+   const auto flag = takeRole<VlanFlag>( words, "a VLAN flag, other-flags, members or untagged" );
+   return { std::string( roleName( flag ) ), takeSet( words ) ? "set" : "clear",
+      [ flag ]( const Vlan& vlan ) { return vlan.flags.contains( flag ) ? "set" : "clear"; } };
+}
+
+void expectVlan( Session& session, Words& words )
+{
+   Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   const U16 vlanId = takeVlan( words );
+   const std::vector<U32> units = session.takeUnits( words );
+   const VlanProperty property = takeVlanProperty( words );
+   words.end();
+   const std::string expected =
+      "VLAN " + std::to_string( vlanId ) + " " + property.name + " to be " + property.value;
+   expectOnUnits( session, units, expected, property.value, [ & ]( U32 unit ) -> std::string {
+      const Sim::ChipVlan* const vlan = hardware.chip( unit ).vlan( vlanId );
+      return vlan ? property.look( *vlan ) : "no such VLAN";
+   } );
+}
+
+void showOptionsProfiles( Session& session, Words& words )
+{
+   Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   words.end();
+   ByUnit<Cells> rows;
+   for( const auto& [ unit, chip ] : hardware.chips() )
+      for( const auto& [ profile, action ] : chip.ipOptionsProfiles() )
+         rows.add( unit, { std::to_string( profile ), std::string( roleName( action ) ) } );
+   session.console().table(
+      "IPv4 options profiles", unitTable( { { "Profile", Align::right }, { "Action" } }, rows ) );
+}
+
+void expectOptionsProfiles( Session& session, Words& words )
+{
+   Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   const std::vector<U32> units = session.takeUnits( words );
+   const std::string count = std::to_string( words.value<U32>( "how many profiles" ) );
+   words.end();
+   expectOnUnits( session, units, count + " IPv4 options profiles", count, [ & ]( U32 unit ) {
+      return std::to_string( hardware.chip( unit ).ipOptionsProfiles().size() );
+   } );
+}
+
+void expectPortControl( Session& session, Words& words )
+{
+   Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   const auto control = takeRole<PortControl>( words, "a port control" );
+   if( !words.accept( "port" ) ) {
+      words.take( "'port' and a port number" );
+      words.fail( "'port' and a port number are expected here" );
+   }
+   const int port = words.value<int>( "a port number" );
+   const std::vector<U32> units = session.takeUnits( words );
+   const std::string value = words.take( "a value" ).text;
+   words.end();
+   const std::string expected =
+      std::string( roleName( control ) ) + " of port " + std::to_string( port ) + " to be " + value;
+   expectOnUnits( session, units, expected, value, [ & ]( U32 unit ) -> std::string {
+      const auto& controls = hardware.chip( unit ).portControls();
+      const auto at = controls.find( { port, control } );
+      return at == controls.end() ? "unset" : std::to_string( at->second );
+   } );
+}
+
+std::string softwareText( const PortSwEntry& entry )
+{
+   const std::string l3 = entry.l3Enabled ? "l3" : "no-l3";
+   return l3 + ( entry.routingEnabled ? " routing" : " no-routing" );
+}
+
+void showPortTable( Session& session, Words& words )
+{
+   Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   words.end();
+   Table table( { { "Port" }, { "Settings" } } );
+   for( const auto& [ port, entry ] : hardware.portSwTable()->entries() )
+      table.row( { toText( port ), softwareText( entry ) } );
+   session.console().table( "The software port table, by unit/port/logical port", table );
+}
+
+void expectPortTable( Session& session, Words& words )
+{
+   Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   const auto intf = words.value<Vormel::IntfId>( "an interface, as in Ethernet1" );
+   const StrataPort port = hardware.scsd()->strataIntfToPort( intf );
+   if( !port )
+      words.fail( intf.toString() + " has no port" );
+   const std::string value = words.take( "settings, as in 'l3 routing'" ).text;
+   words.end();
+   const std::string found = softwareText( hardware.portSwTable()->entry( port ) );
+   session.expect(
+      found == value, "the settings of " + intf.toString() + " to be " + value, found );
+}
+
+} // namespace
+
+std::vector<Command> chipCommands()
+{
+   return {
+      { "poke vlan", "ID [unit N] FLAG set|clear, ID [unit N] other-flags VALUE",
+         "change a VLAN's flags in the chip", pokeVlan },
+      { "show vlans", "", "VLANs: ports and flags", showVlans },
+      { "show options-profiles", "", "IPv4 options profiles", showOptionsProfiles },
+      { "show port-table", "", "what the agent's software port table holds", showPortTable },
+      { "expect vlan",
+         "ID [unit N] FLAG set|clear, ID [unit N] other-flags VALUE, ID [unit N] members|untagged "
+         "PORTS",
+         "a VLAN has these flags or ports", expectVlan, false },
+      { "expect options-profiles", "[unit N] COUNT",
+         "a unit has this number of IPv4 options profiles", expectOptionsProfiles, false },
+      { "expect port-control", "CONTROL port N [unit N] VALUE", "a port control has this value",
+         expectPortControl, false },
+      { "expect port-table", "INTERFACE \"[no-]l3 [no-]routing\"",
+         "the software port table has this for the interface's port", expectPortTable, false },
+   };
+}
+
+} // namespace Strata::Tool

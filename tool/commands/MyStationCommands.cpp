@@ -1,0 +1,144 @@
+// The chips' my-station memory. Pokes change it behind the slice's back.
+#include "platform/types/EthAddr.h"
+#include "sim/MyStationTable.h"
+#include "tool/ByUnit.h"
+#include "tool/Command.h"
+#include "tool/Expectation.h"
+#include "tool/Session.h"
+
+#include <algorithm>
+#include <functional>
+#include <optional>
+
+namespace Strata::Tool {
+
+namespace {
+
+std::optional<MemoryField> fieldNamed( std::string_view name )
+{
+   const auto at = std::ranges::find( roleNames<MemoryField>, name );
+   if( at == roleNames<MemoryField>.end() )
+      return std::nullopt;
+   return static_cast<MemoryField>( at - roleNames<MemoryField>.begin() );
+}
+
+U32 takeIndex( Session& session, Words& words )
+{
+   const U32 size = session.agent( words ).hardware().chips().begin()->second.myStation().size();
+   const U32 index = words.value<U32>( "the index of a my-station entry" );
+   if( index >= size )
+      words.fail( "the my-station memory has no index " + std::to_string( index ) +
+                  "; it has 0 to " + std::to_string( size - 1 ) );
+   return index;
+}
+
+MemoryEntry entryAt( const Sim::MyStationTable& memory, U32 index )
+{
+   const auto at = memory.entries().find( index );
+   return at == memory.entries().end() ? MemoryEntry() : at->second;
+}
+
+std::string fieldText( const MemoryEntry& entry, MemoryField field )
+{
+   return Sim::isMacField( field ) ? Sim::memoryMacField( entry, field ).toString()
+                                   : std::to_string( Sim::memoryField( entry, field ) );
+}
+
+using SetField = std::function<void( MemoryEntry& )>;
+
+SetField takeField( Words& words, MemoryField field )
+{
+   if( Sim::isMacField( field ) )
+      return [ field, mac = words.value<Vormel::EthAddr>( "the field's MAC address" ) ](
+                MemoryEntry& entry ) { Sim::memoryFieldSet( entry, field, mac ); };
+   const U32 data = words.value<U32>( "the field's value" );
+   if( !Sim::fitsMemoryField( field, data ) )
+      words.fail(
+         std::to_string( data ) + " has more bits than " + std::string( roleName( field ) ) );
+   return [ field, data ]( MemoryEntry& entry ) { Sim::memoryFieldSet( entry, field, data ); };
+}
+
+void pokeMyStation( Session& session, Words& words, bool view )
+{
+   Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   const U32 index = takeIndex( session, words );
+   const std::vector<U32> units = session.takeUnits( words );
+   const std::string_view name = words.choose( "a field of the memory", roleNames<MemoryField> );
+   const SetField set = takeField( words, *fieldNamed( name ) );
+   words.end();
+   for( const U32 unit : units ) {
+      Sim::MyStationTable& memory = hardware.chip( unit ).myStation();
+      MemoryEntry entry = entryAt( memory, index );
+      set( entry );
+      if( view )
+         memory.alternativeViewIs( index, entry );
+      else
+         memory.write( index, entry );
+   }
+}
+
+void pokeMyStationMemory( Session& session, Words& words )
+{
+   pokeMyStation( session, words, false );
+}
+
+void pokeMyStationView( Session& session, Words& words )
+{
+   pokeMyStation( session, words, true );
+}
+
+void showMyStation( Session& session, Words& words )
+{
+   Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   words.end();
+   ByUnit<Cells> rows;
+   for( const auto& [ unit, chip ] : hardware.chips() )
+      for( const auto& [ index, entry ] : chip.myStation().entries() )
+         rows.add( unit, { std::to_string( index ), Sim::myStationText( entry ) } );
+   session.console().table(
+      "My-station entries", unitTable( { { "Index", Align::right }, { "Entry" } }, rows ) );
+}
+
+void expectMyStation( Session& session, Words& words )
+{
+   Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   const U32 index = takeIndex( session, words );
+   const std::vector<U32> units = session.takeUnits( words );
+   std::string value = words.take( "'empty', a field, or the entry's text in quotes" ).text;
+   const auto field = fieldNamed( value );
+   std::string expected = "my-station entry " + std::to_string( index ) + " to ";
+   if( field ) {
+      MemoryEntry wanted;
+      takeField( words, *field )( wanted );
+      value = fieldText( wanted, *field );
+      expected += "have " + std::string( roleName( *field ) ) + " " + value;
+   } else {
+      expected += "be " + value;
+   }
+   words.end();
+   expectOnUnits( session, units, expected, value, [ & ]( U32 unit ) -> std::string {
+      const Sim::MyStationTable& memory = hardware.chip( unit ).myStation();
+      if( !memory.entries().contains( index ) )
+         return "empty";
+      const MemoryEntry entry = entryAt( memory, index );
+      return field ? fieldText( entry, *field ) : Sim::myStationText( entry );
+   } );
+}
+
+} // namespace
+
+std::vector<Command> myStationCommands()
+{
+   return {
+      { "poke my-station", "INDEX [unit N] FIELD VALUE",
+         "change a field of a my-station entry in the chip", pokeMyStationMemory },
+      { "poke my-station-view", "INDEX [unit N] FIELD VALUE",
+         "let the alternative view of the entry differ in a field", pokeMyStationView },
+      { "show my-station", "", "my-station entries", showMyStation },
+      { "expect my-station", "INDEX [unit N] empty|\"ENTRY\"|FIELD VALUE",
+         "a my-station entry is empty, reads like this, or has this in a field", expectMyStation,
+         false },
+   };
+}
+
+} // namespace Strata::Tool
