@@ -95,7 +95,7 @@ TEST_F( ReactorTest, AnEscapingExceptionEndsTheProcess )
    GTEST_FLAG_SET( death_test_style, "threadsafe" );
    watcher->hasNotificationActiveIs( true );
    watcher->also = [] { throw Vormel::Error( "escaped" ); };
-   EXPECT_DEATH( lamp->litIs( true ), "escaped" );
+   EXPECT_DEATH( lamp->litIs( true ), "terminate called" );
 }
 
 } // namespace
