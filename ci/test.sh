@@ -6,11 +6,6 @@ cd "$(dirname "$0")/.." || exit
 preset=$1
 shift
 
-if [ "$preset" = tsan ]; then
-   # The command says what it died of from its handler of SIGABRT; that signal is its own and synchronous.
-   export TSAN_OPTIONS="report_signal_unsafe=0 ${TSAN_OPTIONS:-}"
-fi
-
 run=
 tests=build/$preset/bin/strata-l3-tests
 if [ "$preset" = tsan ] && [ -x "$tests" ] && ! "$tests" --gtest_list_tests >/dev/null 2>&1; then
