@@ -99,6 +99,14 @@ void SimSwitch::lagDel( IntfId lag )
    removeStatus( lag );
 }
 
+void SimSwitch::nexthopIs( const std::string& name, bool programmed, bool usesL3Egress )
+{
+   const auto entity = Vormel::make<NexthopStatus>( name );
+   entity->programmedIs( programmed );
+   entity->usesL3EgressIs( usesL3Egress );
+   nexthops_->entityIs( name, entity );
+}
+
 void SimSwitch::vlanIs( U16 vlanId )
 {
    if( vlanId < 1 || vlanId > 4094 )

@@ -115,6 +115,9 @@ class SimSwitch
    void lagDel( Vormel::IntfId lag );
    /// The status of an interface of any kind, made when it does not exist.
    Ref<Interface::EthIntfStatus> intfStatus( Vormel::IntfId intf );
+   /// Puts a next-hop entity into its directory, in place of one of the same name.
+   void nexthopIs( const std::string& name, bool programmed, bool usesL3Egress );
+   void nexthopDel( const std::string& name ) { nexthops_->entityDel( name ); }
    /// Makes the VLAN on every unit, or removes it.
    void vlanIs( U16 vlanId );
    void vlanDel( U16 vlanId );

@@ -4,6 +4,8 @@
 #include "platform/runtime/Syslog.h"
 #include "tool/Catalogue.h"
 
+#include <array>
+
 namespace Strata::Tool {
 
 Agent::Agent( const AgentConfig& config )
@@ -37,12 +39,25 @@ void Agent::bringUp()
    startReactors();
 }
 
-void Agent::startReactors()
+std::span<const std::string_view> Agent::optionalInputs()
 {
+   static constexpr std::array<std::string_view, 6> names{
+      "features", "pbr", "ethIntfStatusDir", "sourceIpLookup", "hwStatus", "nexthops" };
+   return names;
+}
+
+void Agent::startReactors( const std::set<std::string_view>& without )
+{
+   const auto unless = [ & ]( std::string_view name, const auto& input ) {
+      return without.contains( name ) ? nullptr : input;
+   };
    stop();
-   reactor_ = RoutingStatusSmIs( hardware_.scsd(), hardware_.features(), hardware_.miscConfig(),
-      helper_, hardware_.pbrInfo(), hardware_.ethIntfStatusDir(), hardware_.sourceIpLookup(),
-      hardware_.hwStatus(), hardware_.nexthopStatusDir() );
+   reactor_ = RoutingStatusSmIs( hardware_.scsd(), unless( "features", hardware_.features() ),
+      hardware_.miscConfig(), helper_, unless( "pbr", hardware_.pbrInfo() ),
+      unless( "ethIntfStatusDir", hardware_.ethIntfStatusDir() ),
+      unless( "sourceIpLookup", hardware_.sourceIpLookup() ),
+      unless( "hwStatus", hardware_.hwStatus() ),
+      unless( "nexthops", hardware_.nexthopStatusDir() ) );
    arpRedirect_ = l3PeerMacArpRedirectSmFactory(
       hardware_.scsd(), hardware_.mlagStatus(), hardware_.mlagHwStatus(), helper_ );
 }

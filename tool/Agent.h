@@ -13,6 +13,8 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -44,8 +46,10 @@ class Agent
    /// As an agent starts: init, l3Init, then the reactors.
    void bringUp();
    /// The reactors alone; those from before are dropped first. From here on the hardware follows the input
-   /// objects.
-   void startReactors();
+   /// objects. Inputs named here, of those that optionalInputs() lists, are not handed to them.
+   void startReactors( const std::set<std::string_view>& without = {} );
+   /// The inputs, by object name, that the main reactor can do without.
+   static std::span<const std::string_view> optionalInputs();
    /// Drops the reactors; the hardware stays as it is.
    void stop();
    /// Null until they are started.

@@ -40,7 +40,8 @@ std::string joinedTexts( const Items& items )
 std::string describe( const Sim::FieldEntry& entry )
 {
    const Sim::FieldRule& rule = ruleOf( entry );
-   return entry.name + "\n  match " +
+   return entry.name + ( entry.hits == 0 ? "" : " (" + std::to_string( entry.hits ) + " hits)" ) +
+          "\n  match " +
           ( rule.qualifiers.empty() ? "every packet" : joinedTexts( rule.qualifiers ) ) +
           "\n  do " + joinedTexts( rule.actions );
 }

@@ -1,9 +1,11 @@
-// The chips' VLANs, IPv4 options profiles and controls of ports, and the agent's software port table. A poke
-// changes a VLAN behind the slice's back.
+// The chips' VLANs, IPv4 options profiles, controls of ports and hits of entries, and the agent's software port
+// table. A poke changes a VLAN behind the slice's back.
 #include "platform/types/IntfId.h"
 #include "platform/types/PortBitmap.h"
 #include "tool/ByUnit.h"
 #include "tool/Command.h"
+#include "tool/EntryChoice.h"
+#include "tool/EntryView.h"
 #include "tool/Expectation.h"
 #include "tool/Session.h"
 
@@ -77,6 +79,26 @@ void pokeVlan( Session& session, Words& words )
    words.end();
    for( const U32 unit : units )
       change( *hardware.chip( unit ).vlan( vlanId ) );
+}
+
+void raiseHits( Session& session, Words& words )
+{
+   Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   const EntryChoice choice = takeEntry( session, words );
+   const std::vector<U32> units = session.takeUnits( words );
+   const U64 count = words.value<U64>( "how many packets" );
+   words.end();
+   std::vector<Sim::FieldEntry*> entries;
+   for( const U32 unit : units ) {
+      Sim::FieldEntry* const entry = findEntry( hardware.chip( unit ), choice );
+      if( !entry || !entry->active() )
+         words.fail( "entry " + choice.text + " is " +
+                     std::string( entry ? entryState( *entry ) : "absent" ) + " on unit " +
+                     std::to_string( unit ) + ": no packet can meet it" );
+      entries.push_back( entry );
+   }
+   for( Sim::FieldEntry* const entry : entries )
+      entry->hits += count;
 }
 
 void showVlans( Session& session, Words& words )
@@ -215,6 +237,8 @@ std::vector<Command> chipCommands()
    return {
       { "poke vlan", "ID [unit N] FLAG set|clear, ID [unit N] other-flags VALUE",
          "change a VLAN's flags in the chip", pokeVlan },
+      { "hits", "[GROUP] OFFSET|NAME|\"CLAIMED NAME\" [unit N] COUNT",
+         "raise the hits of an entry, as packets would", raiseHits },
       { "show vlans", "", "VLANs: ports and flags", showVlans },
       { "show options-profiles", "", "IPv4 options profiles", showOptionsProfiles },
       { "show port-table", "", "what the agent's software port table holds", showPortTable },

@@ -57,8 +57,11 @@ void bringUp( Session& session, Words& words )
 
 void start( Session& session, Words& words )
 {
+   std::set<std::string_view> without;
+   while( words.accept( "without" ) )
+      without.insert( words.choose( "an input that may be absent", Agent::optionalInputs() ) );
    words.end();
-   session.agent( words ).startReactors();
+   session.agent( words ).startReactors( without );
 }
 
 void stop( Session& session, Words& words )
@@ -80,7 +83,8 @@ std::vector<Command> runCommands()
    return {
       { "bring-up", "", "init, l3Init, then the reactors: the hardware follows from then on",
          bringUp },
-      { "reactors start", "", "make the reactors; those from before are dropped first", start },
+      { "reactors start", "[without INPUT]...",
+         "make the reactors; those from before are dropped first", start },
       { "reactors stop", "", "drop the reactors; the hardware stays as it is", stop },
       { "advance", "DURATION", "move the clock; timers run when they are due", advance },
       { "trace", "HANDLE=LEVEL...", "set trace levels: 0 to 9, or off", trace },

@@ -198,6 +198,25 @@ void removeLag( Session& session, Words& words )
    session.agent( words ).hardware().lagDel( lag );
 }
 
+void putNexthop( Session& session, Words& words )
+{
+   static constexpr std::array<std::string_view, 2> properties{ "programmed", "l3-egress" };
+   const std::string name = words.take( "the entity's name" ).text;
+   bool programmed = false;
+   bool usesL3Egress = false;
+   while( !words.done() )
+      ( words.choose( "a property", properties ) == "programmed" ? programmed : usesL3Egress ) =
+         true;
+   session.agent( words ).hardware().nexthopIs( name, programmed, usesL3Egress );
+}
+
+void removeNexthop( Session& session, Words& words )
+{
+   const std::string name = words.take( "the entity's name" ).text;
+   words.end();
+   session.agent( words ).hardware().nexthopDel( name );
+}
+
 U16 takeVlan( Words& words )
 {
    const U16 vlanId = words.value<U16>( "a VLAN id" );
@@ -236,6 +255,9 @@ std::vector<Command> switchCommands()
       { "lag", "LAG INTERFACE[-LAST]... [routed|bridged]", "make a LAG with just these members",
          makeLag },
       { "no lag", "LAG", "remove a LAG", removeLag },
+      { "nexthop", "NAME [programmed] [l3-egress]",
+         "put a next-hop entity into its directory, in place of one of this name", putNexthop },
+      { "no nexthop", "NAME", "take a next-hop entity out of its directory", removeNexthop },
       { "vlan", "ID", "make a VLAN of all ports on every unit", makeVlan },
       { "no vlan", "ID", "remove a VLAN", removeVlan },
    };
