@@ -1,0 +1,295 @@
+// The reactors' lives: who is told what while objects come and go, and when polls are due. The sanitizer builds
+// look for what is used after it went.
+#include "tests/routing/Fixture.h"
+
+#include "platform/runtime/Errors.h"
+#include "routing/UnknownMacDropLoggingSm.h"
+
+#include <functional>
+#include <gmock/gmock.h>
+#include <memory>
+#include <utility>
+
+namespace Strata {
+namespace {
+
+using Interface::EthIntfStatus;
+using Interface::ForwardingModel;
+using Sim::RecordKind;
+using Vormel::make;
+using Vormel::Ref;
+using Vormel::Timer;
+
+/// Does something at each change of an attribute.
+class Meddler final : public Vormel::Subscriber
+{
+ public:
+   Meddler(
+      Ref<const Vormel::Entity> entity, Vormel::AttributeNumber number, std::function<void()> act )
+      : entity_( std::move( entity ) ),
+        number_( number ),
+        act_( std::move( act ) )
+   {
+      entity_->subscriberAdd( *this );
+   }
+   Meddler( const Meddler& ) = delete;
+   Meddler& operator=( const Meddler& ) = delete;
+   ~Meddler() { entity_->subscriberDel( *this ); }
+
+   int told = 0;
+
+ private:
+   void onChange( const Vormel::Change& change ) noexcept override
+   {
+      if( change.number == number_ && ++told < 20 )
+         act_();
+   }
+
+   Ref<const Vormel::Entity> entity_;
+   Vormel::AttributeNumber number_;
+   std::function<void()> act_;
+};
+
+const IntfId one( "Ethernet1" );
+const IntfId two( "Ethernet2" );
+const IntfId lag( "Port-Channel1" );
+
+class ReactorsTest : public SwitchTest
+{
+ protected:
+   ReactorsTest()
+   {
+      make( "hsdk", { 0 } );
+      hw().addInterface( one, 0, 1, ForwardingModel::bridged );
+      hw().addInterface( two, 0, 2, ForwardingModel::bridged );
+   }
+
+   using SwitchTest::make;
+   Sim::SimSwitch& hw() { return agent->hardware(); }
+   Ref<EthIntfStatus> status( IntfId intf ) { return hw().intfStatus( intf ); }
+   U64 calls() { return transcript().count( RecordKind::call ); }
+
+   /// What the flood entry sends to.
+   std::string floodPorts()
+   {
+      const Sim::FieldEntry* const entry = hw()
+                                              .chip( 0 )
+                                              .groupOf( helper().tcamEntryVlanFlood() )
+                                              ->find( helper().tcamEntryVlanFlood() );
+      return entry->hardware->actions.front().ports.toString();
+   }
+   double nextPoll() { return agent->reactor()->unknownMacDropLoggingSm()->nextPoll(); }
+};
+
+TEST_F( ReactorsTest, WhoHearsAChangeMayDropTheReactorThatMadeIt )
+{
+   using Attributes = RoutingStatusHelper;
+   agent->bringUp();
+   const Ref<EthIntfStatus> kept = status( one );
+   {
+      const Meddler meddler( agent->helper(), Attributes::routedPortsAndRoutedLagMemberNumber,
+         [ this ] { agent->stop(); } );
+      kept->forwardingModelIs( ForwardingModel::routed );
+      EXPECT_EQ( meddler.told, 1 );
+      EXPECT_EQ( agent->reactor(), nullptr );
+   }
+   // The handler that was under way came to its end; the next change meets nobody.
+   EXPECT_EQ( helper().reprogramVlanFloodRequired(), 3u );
+   const U64 before = calls();
+   kept->forwardingModelIs( ForwardingModel::bridged );
+   hw().scsd()->strataIntfToPortDel( two );
+   hw().miscConfig()->l2DualHashIs( true );
+   EXPECT_EQ( calls(), before );
+
+   agent->startReactors();
+   hw().miscConfig()->unknownMacDropTrafficClassIs( 3, true );
+   hw().miscConfig()->syslogTimeoutIs( 1.0 );
+   const Meddler meddler(
+      agent->helper(), Attributes::tcamEntryVlanFloodDropNumber, [ this ] { agent->stop(); } );
+   hw().miscConfig()->unknownMacDropTrafficClassDel( 3 );
+   EXPECT_EQ( agent->reactor(), nullptr );
+   EXPECT_EQ( agent->clock().nextExpiry(), Timer::never );
+}
+
+TEST_F( ReactorsTest, WhoHearsAPollMayDropTheReactors )
+{
+   hw().miscConfig()->unknownMacDropTrafficClassIs( 3, true );
+   hw().miscConfig()->unknownMacDropTrafficClassIs( 4, true );
+   hw().miscConfig()->syslogTimeoutIs( 1.0 );
+   agent->bringUp();
+   const U32 id = helper().tcamEntryVlanFloodDrop( 3 );
+   hw().chip( 0 ).groupOf( id )->find( id )->hits = 5;
+   const Meddler meddler( agent->helper(), RoutingStatusHelper::unknownMacCountersPerTcNumber,
+      [ this ] { agent->stop(); } );
+   agent->clock().advanceBy( 1.0 );
+   EXPECT_EQ( meddler.told, 1 );
+   EXPECT_EQ( agent->clock().nextExpiry(), Timer::never );
+   agent->clock().advanceBy( 100.0 );
+   EXPECT_EQ( meddler.told, 1 );
+}
+
+TEST_F( ReactorsTest, InterfacesAndLagsMayGoWhileTheyAreHandled )
+{
+   agent->bringUp();
+   hw().lagIs( lag, { one, two } );
+   {
+      // The status that changes goes, and its nested reactor with it.
+      const Meddler meddler( agent->helper(), RoutingStatusHelper::reprogramVlanFloodRequiredNumber,
+         [ this ] { hw().ethIntfStatusDir()->intfStatusDel( one ); } );
+      status( one )->forwardingModelIs( ForwardingModel::routed );
+   }
+   EXPECT_EQ( agent->reactor()->intfStatusCount(), 2u );
+   hw().addInterface( one, 0, 1, ForwardingModel::bridged );
+   EXPECT_EQ( agent->reactor()->intfStatusCount(), 3u );
+   {
+      // The LAG loses its members one after the other while they are walked.
+      const Meddler meddler( agent->helper(),
+         RoutingStatusHelper::routedPortsAndRoutedLagMemberNumber,
+         [ this ] { hw().lagDel( lag ); } );
+      status( lag )->forwardingModelIs( ForwardingModel::routed );
+   }
+   EXPECT_EQ( agent->reactor()->intfStatusCount(), 2u );
+   EXPECT_EQ( helper().vlanFloodPbmp().toString(), floodPorts() );
+}
+
+TEST_F( ReactorsTest, AChangeWithinAChangeIsHandledWholeAndTheLastOneHolds )
+{
+   agent->bringUp();
+   const Meddler flap( agent->helper(), RoutingStatusHelper::routedPortsAndRoutedLagMemberNumber,
+      [ this ] { status( one )->forwardingModelIs( ForwardingModel::bridged ); } );
+   status( one )->forwardingModelIs( ForwardingModel::routed );
+   EXPECT_EQ( flap.told, 2 ); // in, and out again
+   EXPECT_TRUE( helper().routedPortsAndRoutedLagMember().empty() );
+   EXPECT_EQ( floodPorts(), helper().vlanFloodPbmp().toString() );
+   EXPECT_TRUE( helper().vlanFloodPbmp().contains( 1 ) );
+
+   // Who does not like the report changes the configuration back.
+   const Meddler veto( hw().hwStatus(), HwStatus::l2DualHashNumber,
+      [ this ] { hw().miscConfig()->l2DualHashIs( false ); } );
+   hw().miscConfig()->l2DualHashIs( true );
+   EXPECT_EQ( hw().chip( 0 ).control( SwitchControl::HashL2Dual ), 0 );
+   EXPECT_FALSE( hw().hwStatus()->l2DualHash() );
+}
+
+TEST_F( ReactorsTest, AMarkedReactorHandlesNothing )
+{
+   hw().miscConfig()->syslogTimeoutIs( 1.0 );
+   agent->bringUp();
+   agent->reactor()->markForDeletion();
+   agent->reactor()->unknownMacDropLoggingSm()->markForDeletion();
+   const U64 before = calls();
+   status( one )->forwardingModelIs( ForwardingModel::routed );
+   hw().lagIs( lag, { one, two } );
+   hw().scsd()->strataIntfToPortDel( two );
+   hw().scsd()->vxlanEnabledIs( false );
+   hw().miscConfig()->l3DualHashIs( true );
+   hw().miscConfig()->unknownMacDropTrafficClassIs( 1, true );
+   hw().pbrInfo()->pbrEnabledIs( true );
+   hw().sourceIpLookup()->l2TrafficRoutingIs( true );
+   hw().nexthopIs( "flows", true, true );
+   hw().removeInterface( two );
+   agent->clock().advanceBy( 5.0 );
+   EXPECT_EQ( calls(), before );
+   EXPECT_TRUE( helper().unknownMacCountersPerTc().empty() );
+   EXPECT_FALSE( helper().ofFxSupported() );
+}
+
+TEST_F( ReactorsTest, AStatusThatReplacesAnotherTakesItsReactorOver )
+{
+   agent->bringUp();
+   const Ref<EthIntfStatus> old = status( one );
+   const auto fresh = Vormel::make<EthIntfStatus>( one );
+   fresh->forwardingModelIs( ForwardingModel::routed );
+   hw().ethIntfStatusDir()->intfStatusIs( one, fresh );
+   EXPECT_EQ( agent->reactor()->intfStatusCount(), 2u );
+   EXPECT_TRUE( helper().routedPortsAndRoutedLagMember( one ) );
+   const U64 before = calls();
+   old->forwardingModelIs( ForwardingModel::unknown );
+   EXPECT_EQ( calls(), before );
+   fresh->forwardingModelIs( ForwardingModel::bridged );
+   EXPECT_FALSE( helper().routedPortsAndRoutedLagMember( one ) );
+   EXPECT_THROW( agent->reactor()->intfStatusIs( nullptr ), Vormel::NullArgumentError );
+}
+
+TEST_F( ReactorsTest, TheLoggingReactorIsKeptForTheSameInputsAndReplacedForOthers )
+{
+   agent->bringUp();
+   const Ref<RoutingStatusSm> sm = agent->reactor();
+   const Ref<UnknownMacDropLoggingSm> logging = sm->unknownMacDropLoggingSm();
+   EXPECT_EQ( sm->unknownMacDropLoggingSmIs( hw().miscConfig(), agent->helper() ), logging );
+   const auto other = Vormel::make<StrataMiscConfig>();
+   other->syslogTimeoutIs( 2.0 );
+   const auto replaced = sm->unknownMacDropLoggingSmIs( other, agent->helper() );
+   EXPECT_NE( replaced, logging );
+   EXPECT_FALSE( logging->hasNotificationActive() );
+   EXPECT_EQ( replaced->pollingInterval(), 2.0 );
+   EXPECT_EQ( sm->unknownMacDropLoggingSmDel(), replaced );
+   EXPECT_EQ( sm->unknownMacDropLoggingSm(), nullptr );
+   EXPECT_EQ( agent->clock().nextExpiry(), Timer::never );
+}
+
+TEST_F( ReactorsTest, NullInputs )
+{
+   const auto start = [ & ]( const Ref<StrataCommonSmData>& scsd,
+                         const Ref<StrataMiscConfig>& miscConfig ) {
+      return RoutingStatusSmIs(
+         scsd, nullptr, miscConfig, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr );
+   };
+   const U64 before = calls();
+   hw().miscConfig()->unknownMacDropTrafficClassIs( 3, true );
+   const auto sm = start( hw().scsd(), hw().miscConfig() );
+   EXPECT_TRUE( sm->initialized() );
+   hw().miscConfig()->l2DualHashIs( true );
+   hw().scsd()->vxlanEnabledIs( false );
+   hw().scsd()->strataIntfToPortDel( one );
+   hw().lagIs( lag, { two } );
+   EXPECT_EQ( calls(), before );
+   EXPECT_THAT( [ & ] { sm->handleStrataPbrEnabled(); },
+      testing::Throws<Died>( testing::Field( &Died::text, "strataPbrInfo()" ) ) );
+   EXPECT_THAT( [ & ] { start( hw().scsd(), nullptr ); },
+      testing::Throws<Died>( testing::Field( &Died::text, "miscConfig()" ) ) );
+   EXPECT_THAT( [ & ] { start( nullptr, hw().miscConfig() ); },
+      testing::Throws<Died>( testing::Field( &Died::text, "scsd()" ) ) );
+   const auto redirect =
+      l3PeerMacArpRedirectSmFactory( nullptr, nullptr, nullptr, agent->helper() );
+   EXPECT_EQ( helper().peerMacArpRedirect(), 0u );
+}
+
+TEST_F( ReactorsTest, PollsAreDueOneIntervalFromTheEndOfTheLast )
+{
+   auto& config = *hw().miscConfig();
+   agent->bringUp();
+   EXPECT_EQ( nextPoll(), Timer::never );
+   config.syslogTimeoutIs( 0.1 );
+   EXPECT_EQ( nextPoll(), 0.1 );
+   config.unknownMacDropTrafficClassIs( 3, true ); // a class does not move the timer
+   EXPECT_EQ( nextPoll(), 0.1 );
+
+   // A poll that takes 30 ms: the next is an interval from its end.
+   int polls = 0;
+   transcript().listenerIs( [ & ]( const Sim::Record& record ) {
+      if( record.kind != RecordKind::entry ||
+          record.text.find( "hitsForEntry" ) == record.text.npos )
+         return;
+      if( ++polls % 2 == 0 ) // both entries of the pair
+         agent->clock().advanceBy( 0.03 );
+   } );
+   agent->clock().advanceTo( 0.1 );
+   transcript().listenerIs( {} );
+   EXPECT_EQ( polls, 2 );
+   EXPECT_EQ( agent->clock().now(), 0.13 );
+   EXPECT_EQ( nextPoll(), 0.13 + 0.1 );
+
+   // A thousand polls: each exactly one interval after the one before, none lost, none twice.
+   double due = nextPoll();
+   for( int i = 0; i < 1000; ++i ) {
+      agent->clock().advanceTo( due );
+      due += 0.1;
+      ASSERT_EQ( nextPoll(), due );
+   }
+   config.syslogTimeoutIs( 0.0 );
+   EXPECT_EQ( nextPoll(), Timer::never );
+}
+
+} // namespace
+} // namespace Strata
