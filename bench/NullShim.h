@@ -10,7 +10,7 @@ namespace Bench {
 
 using namespace Strata;
 
-class NullShim final : public SdkShimInterface
+class NullShim : public SdkShimInterface
 {
  public:
 #define SDK_OPERATION( method, name, parameters, arguments ) \

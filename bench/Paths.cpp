@@ -1,6 +1,6 @@
 #include "bench/Paths.h"
 
-#include "bench/NullShim.h"
+#include "bench/Slice.h"
 #include "platform/runtime/Activity.h"
 #include "platform/runtime/Attributes.h"
 #include "platform/runtime/Clock.h"
@@ -181,6 +181,29 @@ void rearmTimer( std::size_t rounds )
    }
 }
 
+// The reactor's whole walk, from the forwarding model of an interface to the rewritten flood entries.
+void interfaceEvents( U32 interfaces, std::size_t rounds )
+{
+   Slice slice( 1, interfaces );
+   slice.init();
+   slice.startReactor();
+   for( U32 i = 0; rounds != 0; --rounds, ++i ) {
+      Interface::EthIntfStatus& intf = slice.intf( ( i / 2 ) % 8 );
+      intf.forwardingModelIs(
+         i % 2 == 0 ? Interface::ForwardingModel::routed : Interface::ForwardingModel::bridged );
+   }
+}
+
+void interfaceEventAmongEight( std::size_t rounds )
+{
+   interfaceEvents( 8, rounds );
+}
+
+void interfaceEventAmongThousands( std::size_t rounds )
+{
+   interfaceEvents( 8192, rounds );
+}
+
 constexpr Path all[] = {
    { "mutator, value unchanged", "10", unchanged },
    { "mutator, no subscriber", "14", noSubscriber },
@@ -192,6 +215,8 @@ constexpr Path all[] = {
    { "bare call: unlock, call, lock", "", bareCall },
    { "checked call", "100", checkedCall },
    { "timer, re-armed", "", rearmTimer },
+   { "interface event, 8 interfaces", "", interfaceEventAmongEight },
+   { "interface event, 8,192 interfaces", "", interfaceEventAmongThousands },
 };
 
 } // namespace

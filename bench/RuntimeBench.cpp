@@ -1,9 +1,10 @@
-// Times of the runtime's paths, of a checked call beside a bare one, and of bring-up by units.
+// Times of the runtime's paths, of a checked call beside a bare one, of bring-up by units, and of an interface event
+// by interfaces.
 #include "bench/NullShim.h"
 #include "bench/Paths.h"
 #include "bench/SleepingThread.h"
+#include "bench/Slice.h"
 #include "platform/runtime/Activity.h"
-#include "routing/RoutingStatusHelper.h"
 
 #include <benchmark/benchmark.h>
 
@@ -29,29 +30,36 @@ void runPath( benchmark::State& state, void ( *run )( std::size_t ) )
 void bringUp( benchmark::State& state )
 {
    startSleepingThread();
-   NullShim shim;
-   sdkShimIs( &shim );
    const Vormel::LockAnchor lock( Vormel::activityLock() );
-   ChipAttributes chip;
-   chip.l3CpuFpEntries = chip.floodingPortSupported = chip.vxlanSupported = true;
-   strataAttributes().chipAttributesIs( { "bench" }, chip );
-   const auto scsd = Vormel::make<StrataCommonSmData>( &shim );
-   StrataUnit unit;
-   unit.chipInfo.model = "bench";
-   for( U16 number = 0; number < state.range( 0 ); ++number )
-      scsd->units().unitIs( number, unit );
-   const auto helper = Vormel::make<RoutingStatusHelper>( "bench", scsd, nullptr, nullptr, false,
-      nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr );
-   helper->tcamManagerIs( Vormel::make<NullManager>() );
-   helper->l2McastTableAllocationIs( Vormel::make<L2McastTableAllocationEnt>() );
-   for( auto _ : state ) {
-      helper->init( true, true );
-      helper->l3Init( true );
-   }
+   Slice slice( static_cast<U32>( state.range( 0 ) ), 0 );
+   for( auto _ : state )
+      slice.init();
    state.SetItemsProcessed( state.iterations() * state.range( 0 ) );
-   sdkShimIs( nullptr );
 }
 BENCHMARK( bringUp )->Arg( 1 )->Arg( 8 )->Arg( 64 );
+
+// An interface becomes routed, another one bridged, and so on: what one event costs among many interfaces.
+void interfaceEvent( benchmark::State& state )
+{
+   startSleepingThread();
+   const Vormel::LockAnchor lock( Vormel::activityLock() );
+   const U32 interfaces = static_cast<U32>( state.range( 0 ) );
+   Slice slice( 1, interfaces );
+   slice.init();
+   slice.startReactor();
+   const U64 before = slice.sdkCalls();
+   U32 at = 0;
+   for( auto _ : state ) {
+      at = ( at + 4097 ) % interfaces;
+      Interface::EthIntfStatus& intf = slice.intf( at );
+      intf.forwardingModelIs( intf.forwardingModel() == Interface::ForwardingModel::routed
+                                 ? Interface::ForwardingModel::bridged
+                                 : Interface::ForwardingModel::routed );
+   }
+   state.counters[ "sdkCalls" ] = benchmark::Counter(
+      static_cast<double>( slice.sdkCalls() - before ), benchmark::Counter::kAvgIterations );
+}
+BENCHMARK( interfaceEvent )->Arg( 8 )->Arg( 8192 );
 
 const bool registered = [] {
    for( const Path& path : paths() )

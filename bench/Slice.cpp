@@ -1,0 +1,54 @@
+#include "bench/Slice.h"
+
+namespace Bench {
+
+using Vormel::IntfId;
+using Vormel::make;
+
+constexpr U32 portsPerUnit = 512;
+
+Slice::Slice( U32 units, U32 interfaces )
+{
+   sdkShimIs( &shim_ );
+   ChipAttributes chip;
+   chip.l3CpuFpEntries = chip.floodingPortSupported = chip.vxlanSupported = true;
+   strataAttributes().chipAttributesIs( { "bench" }, chip );
+   scsd_ = make<StrataCommonSmData>( &shim_ );
+   StrataUnit unit;
+   unit.chipInfo.model = "bench";
+   for( U32 number = 0; number < units; ++number )
+      scsd_->units().unitIs( static_cast<U16>( number ), unit );
+   for( U32 i = 0; i < interfaces; ++i ) {
+      const IntfId intf = IntfId::ethernet( i + 1 );
+      const U32 port = 1 + i % portsPerUnit;
+      interfaces_.push_back( make<Interface::EthIntfStatus>( intf ) );
+      interfaces_.back()->forwardingModelIs( Interface::ForwardingModel::bridged );
+      dir_->intfStatusIs( intf, interfaces_.back() );
+      scsd_->intfToLogicalPortIs( intf, port );
+      scsd_->strataIntfToPortIs( intf, StrataPort( 0, static_cast<int>( port ), port ) );
+   }
+   helper_ = make<RoutingStatusHelper>( "bench", scsd_, nullptr, nullptr, false, nullptr, nullptr,
+      nullptr, dir_, nullptr, nullptr, nullptr, nullptr );
+   helper_->tcamManagerIs( make<NullManager>() );
+   helper_->l2McastTableAllocationIs( make<L2McastTableAllocationEnt>() );
+}
+
+Slice::~Slice()
+{
+   reactor_ = nullptr;
+   sdkShimIs( nullptr );
+}
+
+void Slice::init()
+{
+   helper_->init( true, true );
+   helper_->l3Init( true );
+}
+
+void Slice::startReactor()
+{
+   reactor_ = RoutingStatusSmIs(
+      scsd_, nullptr, miscConfig_, helper_, nullptr, dir_, nullptr, nullptr, nullptr );
+}
+
+} // namespace Bench
