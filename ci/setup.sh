@@ -13,6 +13,7 @@ cmake cmake
 ninja-build ninja
 libcli11-dev /usr/include/CLI/CLI.hpp
 nlohmann-json3-dev /usr/include/nlohmann/json.hpp
+libedit-dev /usr/include/editline/readline.h
 libgtest-dev /usr/include/gtest/gtest.h
 libgmock-dev /usr/include/gmock/gmock.h
 '

@@ -7,6 +7,7 @@
 #include "platform/state/Mlag.h"
 #include "platform/state/StrataCommonSmData.h"
 #include "routing/RoutingStatusHelper.h"
+#include "tool/Command.h"
 
 namespace Strata::Tool {
 
@@ -63,6 +64,16 @@ Table operationTable( const Vormel::EntityType& type )
          text += "\n   " + parameter;
       table.row( { text } );
    }
+   return table;
+}
+
+Table commandTable( std::string_view start )
+{
+   Table table( { { "Command" } } );
+   for( const Command& command : commands() )
+      if( command.name.starts_with( start ) )
+         table.row( { std::string( command.name ) + " " + std::string( command.syntax ) + "\n   " +
+                      std::string( command.summary ) } );
    return table;
 }
 

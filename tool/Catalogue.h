@@ -13,6 +13,8 @@ namespace Strata::Tool {
 
 /// The attributes of a type: number, name, type, default, meaning.
 Table attributeTable( const Vormel::EntityType& type );
+/// The commands whose names start with this.
+Table commandTable( std::string_view start );
 Table operationTable( const Vormel::EntityType& type );
 
 /// The types of the objects that a scenario can name, with those names.

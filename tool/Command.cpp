@@ -79,13 +79,24 @@ const std::vector<Command>& commands()
    return all;
 }
 
-const Command& takeCommand( Words& words )
+std::vector<std::string_view> commandWords( const Words& words )
+{
+   return continuations( words, words.line().words.size() );
+}
+
+const Command* findCommand( const Words& words )
 {
    const Command* best = nullptr;
    for( const Command& command : commands() )
       if( startsWith( command, words, wordCount( command.name ) ) &&
           ( !best || wordCount( command.name ) > wordCount( best->name ) ) )
          best = &command;
+   return best;
+}
+
+const Command& takeCommand( Words& words )
+{
+   const Command* const best = findCommand( words );
    if( !best )
       failUnknown( words );
    for( std::size_t i = 0; i < wordCount( best->name ); ++i )

@@ -23,6 +23,10 @@ struct Command
 /// All commands, in the order in which documentation shows them.
 const std::vector<Command>& commands();
 
+/// The words that can follow a line that has so far only words of commands' names.
+std::vector<std::string_view> commandWords( const Words& words );
+/// The command with the longest name that the line starts with, or null.
+const Command* findCommand( const Words& words );
 /// Takes the longest name that the line starts with. InputError, with the nearest name, when there is none.
 const Command& takeCommand( Words& words );
 

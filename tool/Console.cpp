@@ -4,6 +4,7 @@
 #include <cstring>
 #include <ostream>
 #include <regex>
+#include <sstream>
 
 namespace Strata::Tool {
 
@@ -68,10 +69,10 @@ std::string where( const Line& line )
    return line.file + ":" + std::to_string( line.number );
 }
 
-std::string dump( const ordered_json& object )
+std::string dump( const ordered_json& object, int indent = -1 )
 {
    // Names may hold any bytes; a transcript is valid text all the same.
-   return object.dump( -1, ' ', false, ordered_json::error_handler_t::replace );
+   return object.dump( indent, ' ', false, ordered_json::error_handler_t::replace );
 }
 
 } // namespace
@@ -107,6 +108,13 @@ void Console::writeTranscript( const std::vector<Toned>& lines )
    transcript_.flush();
 }
 
+bool Console::shows( Weight weight ) const
+{
+   if( config_.quiet )
+      return weight == Weight::asked;
+   return weight != Weight::echo || config_.echo;
+}
+
 void Console::emit( Weight weight, const std::vector<Toned>& lines, const Json& json )
 {
    reported_ = true;
@@ -123,7 +131,7 @@ void Console::emit( Weight weight, const std::vector<Toned>& lines, const Json& 
    const std::string object = config_.json ? json() + "\n" : std::string();
    if( config_.json )
       out_ << object << std::flush;
-   else if( !config_.quiet || weight == Weight::asked )
+   else if( shows( weight ) )
       write( out_, config_.colour, lines );
    if( !transcript_.is_open() )
       return;
@@ -139,7 +147,7 @@ void Console::command( const Line& line )
    std::vector<Toned> lines{ { Tone::heading, "> " + text } };
    if( reported_ && !blank_ )
       lines.insert( lines.begin(), { Tone::plain, "" } );
-   emit( Weight::ordinary, lines, [ & ] {
+   emit( Weight::echo, lines, [ & ] {
       return dump( { { "kind", "command" }, { "line", line.number }, { "text", text } } );
    } );
    reported_ = false;
@@ -182,9 +190,7 @@ void Console::table( const std::string& title, const Table& table, const ordered
                                                     : Tone::plain,
             text } );
    lines.push_back( { Tone::plain, "" } );
-   emit( Weight::asked, lines, [ & ] {
-      return dump( { { "kind", "show" }, { "title", title }, { "rows", json } } );
-   } );
+   show( title, std::move( lines ), json );
 }
 
 void Console::records( const std::string& title, const std::vector<const Sim::Record*>& records )
@@ -194,6 +200,17 @@ void Console::records( const std::string& title, const std::vector<const Sim::Re
    for( const Sim::Record* const record : records ) {
       lines.push_back( { toneOf( *record ), "  " + record->line() } );
       rows.push_back( ordered_json::parse( record->json() ) );
+   }
+   show( title, std::move( lines ), rows );
+}
+
+void Console::show( const std::string& title, std::vector<Toned> lines, const ordered_json& rows )
+{
+   if( rowsAsJson_ ) {
+      lines.clear();
+      std::istringstream text( dump( rows, 3 ) );
+      for( std::string line; std::getline( text, line ); )
+         lines.push_back( { Tone::plain, line } );
    }
    emit( Weight::asked, lines, [ & ] {
       return dump( { { "kind", "show" }, { "title", title }, { "rows", rows } } );

@@ -33,6 +33,7 @@ struct ConsoleConfig
 {
    bool json = false;
    bool quiet = false; // on the terminal only what was asked for, and what failed
+   bool echo = true;   // commands are shown, too: whoever typed them there has seen them
    bool colour = false;
    std::string transcriptFile; // empty for none
 };
@@ -52,6 +53,8 @@ class Console
    Console( std::ostream& out, std::ostream& err, const ConsoleConfig& config );
 
    void command( const Line& line );
+   /// Whether what is shown next comes as JSON rows instead of a table.
+   void rowsAsJsonIs( bool json ) { rowsAsJson_ = json; }
    void note( std::string_view text );
    void record( const Sim::Record& record );
    /// Something that the scenario asked to see. `json` is put in for programs instead of the table.
@@ -77,6 +80,7 @@ class Console
  private:
    enum class Weight : U8
    {
+      echo, // of what was typed
       ordinary,
       asked, // shown even when quiet
    };
@@ -87,6 +91,9 @@ class Console
    };
    using Json = std::function<std::string()>;
 
+   bool shows( Weight weight ) const;
+   void show(
+      const std::string& title, std::vector<Toned> lines, const nlohmann::ordered_json& rows );
    void outcome( Weight weight, std::vector<Toned> lines, const Json& json );
 
    void emit( Weight weight, const std::vector<Toned>& lines, const Json& json );
@@ -98,6 +105,7 @@ class Console
    ConsoleConfig config_;
    std::ofstream transcript_;
    ChildChannel* channel_ = nullptr;
+   bool rowsAsJson_ = false;
    bool reported_ = false; // something since the last heading
    bool blank_ = true;     // the last line was
    bool happened_ = false; // the last thing was an event, not an outcome

@@ -17,7 +17,13 @@ enum class ExitStatus : int
    died = 3,   // the agent, unexpectedly
 };
 
-/// Reads the whole file before its first line is run. Holds the activity lock meanwhile. When the agent dies
+class Session;
+
+/// Runs the lines of a scenario on a session; reads the whole file before the first. InputError for a line that
+/// cannot be run, std::runtime_error for a file that cannot be read.
+void runLines( const std::string& file, Session& session );
+
+/// Runs a scenario on a session of its own. Holds the activity lock meanwhile. When the agent dies
 /// the process ends at once, with ExitStatus::died.
 ExitStatus runScenario( const std::string& file, Console& console );
 

@@ -15,10 +15,17 @@ void Session::run( const Line& line )
 {
    if( line.words.empty() )
       return;
-   Words words( line );
+   Line asked = line;
+   const bool json = line.words.back().text == "--json" && !line.words.back().quoted;
+   if( json )
+      asked.words.pop_back();
+   Words words( asked );
    const Command& command = takeCommand( words );
+   if( json && !command.name.starts_with( "show " ) )
+      words.failAt( line.words.back(), "only what is shown can be had as JSON" );
    if( command.announced )
       console_.command( line );
+   console_.rowsAsJsonIs( json );
    running_ = &line;
    const std::unique_ptr<const Line*, void ( * )( const Line** )> atEnd(
       &running_, []( const Line** running ) { *running = nullptr; } );

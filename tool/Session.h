@@ -33,7 +33,8 @@ class Session
    Session& operator=( const Session& ) = delete;
    ~Session();
 
-   /// Runs one command; an empty line is nothing. InputError when it cannot be run.
+   /// Runs one command; an empty line is nothing. What a command shows is JSON when its line ends with --json.
+   /// InputError when it cannot be run.
    void run( const Line& line );
    /// The same for a line that is a part of one that runs already.
    void runPart( const Line& line );
@@ -41,6 +42,8 @@ class Session
    Console& console() { return console_; }
 
    bool hasAgent() const { return agent_ != nullptr; }
+   /// While hasAgent().
+   Agent& agent() { return *agent_; }
    /// InputError when there is no switch yet.
    Agent& agent( const Words& words );
    void agentIs( AgentConfig config );

@@ -7,6 +7,7 @@
 int main( int argc, char** argv )
 {
    const bool colours = ::isatty( STDOUT_FILENO ) != 0 && !std::getenv( "NO_COLOR" );
-   Strata::Tool::Terminal terminal{ std::cout, std::cerr, colours };
+   const bool typed = ::isatty( STDIN_FILENO ) != 0 && ::isatty( STDOUT_FILENO ) != 0;
+   Strata::Tool::Terminal terminal{ std::cin, std::cout, std::cerr, colours, typed };
    return Strata::Tool::runCommandLine( argc, argv, terminal );
 }

@@ -1,5 +1,5 @@
 // Scenarios as a person runs them: what they print, what they are worth to programs, how they end.
-#include "tool/cli/Cli.h"
+#include "tests/tool/CommandLine.h"
 
 #include <fstream>
 #include <gmock/gmock.h>
@@ -14,13 +14,6 @@ namespace {
 using testing::HasSubstr;
 using testing::Not;
 
-struct Outcome
-{
-   int status;
-   std::string out;
-   std::string err;
-};
-
 std::string scenarioFile( const std::string& text )
 {
    const testing::TestInfo& test = *testing::UnitTest::GetInstance()->current_test_info();
@@ -29,21 +22,11 @@ std::string scenarioFile( const std::string& text )
    return file;
 }
 
-int runLine( std::vector<const char*> arguments, std::ostream& out, std::ostream& err )
-{
-   arguments.insert( arguments.begin(), "strata-l3" );
-   Terminal terminal{ out, err, false };
-   return runCommandLine( static_cast<int>( arguments.size() ), arguments.data(), terminal );
-}
-
 Outcome run( const std::string& text, std::vector<const char*> options = {} )
 {
    const std::string file = scenarioFile( text );
    options.insert( options.begin(), { "run", file.c_str() } );
-   std::ostringstream out;
-   std::ostringstream err;
-   const int status = runLine( options, out, err );
-   return { status, out.str(), err.str() };
+   return runLine( options );
 }
 
 std::string contents( const std::string& file )
@@ -79,10 +62,9 @@ TEST( Scenario, ALineThatCannotBeRunEndsIt )
    EXPECT_EQ( run( "call init true true\n" ).status, 2 ); // no switch yet
    EXPECT_EQ( run( "switch hsdk\nset tcamEntryL3Vxlan[3] 5\n" ).status, 2 );
    EXPECT_EQ( run( "switch hsdk\n", { "--trace", "Nobody=3" } ).status, 2 );
-   std::ostringstream sink;
-   EXPECT_EQ( runLine( { "run", "no/such.scenario" }, sink, sink ), 2 );
-   EXPECT_EQ( runLine( { "rum" }, sink, sink ), 2 );
-   EXPECT_EQ( runLine( { "--version" }, sink, sink ), 0 );
+   EXPECT_EQ( runLine( { "run", "no/such.scenario" } ).status, 2 );
+   EXPECT_EQ( runLine( { "rum" } ).status, 2 );
+   EXPECT_EQ( runLine( { "--version" } ).status, 0 );
 }
 
 TEST( Scenario, DeathThatIsExpectedLeavesTheSwitchUntouched )
@@ -116,8 +98,8 @@ TEST( ScenarioDeathTest, DeathThatNobodyExpectedIsStatusThree )
                                           "fault bcm_switch_control_set code BCM_E_FAIL\n"
                                           "call init true true\n" );
    const std::string transcript = file + ".txt";
-   EXPECT_EXIT(
-      runLine( { "run", file.c_str(), "--transcript", transcript.c_str() }, std::cout, std::cerr ),
+   EXPECT_EXIT( runLine( { "run", file.c_str(), "--transcript", transcript.c_str() },
+                   Terminal{ std::cin, std::cout, std::cerr } ),
       testing::ExitedWithCode( 3 ),
       "API ERROR:.*\n.*Assertion '0' failed.\n.*scenario:3: the agent died here" );
    EXPECT_THAT(

@@ -107,13 +107,10 @@ List operations( const std::string& )
 
 List scenarioCommands( const std::string& )
 {
-   List list{ Table( { { "Command" } } ), ordered_json::array() };
-   for( const Command& command : commands() ) {
-      list.table.row( { std::string( command.name ) + " " + std::string( command.syntax ) +
-                        "\n   " + std::string( command.summary ) } );
+   List list{ commandTable( {} ), ordered_json::array() };
+   for( const Command& command : commands() )
       list.json.push_back( { { "name", command.name }, { "syntax", command.syntax },
          { "summary", command.summary } } );
-   }
    return list;
 }
 

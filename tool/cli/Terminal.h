@@ -1,4 +1,4 @@
-// Where a subcommand writes to, and how.
+// Where a subcommand reads from and writes to, and how.
 #pragma once
 
 #include <iosfwd>
@@ -7,9 +7,11 @@ namespace Strata::Tool {
 
 struct Terminal
 {
+   std::istream& in;
    std::ostream& out;
    std::ostream& err;
-   bool showsColours;
+   bool showsColours = false;
+   bool typed = false; // somebody sits there, and what is read comes by hand
 };
 
 } // namespace Strata::Tool

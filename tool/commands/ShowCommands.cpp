@@ -138,6 +138,74 @@ void showInterfaces( Session& session, Words& words )
    session.console().table( "Interfaces, and their ports as unit/port/logical port", table );
 }
 
+void showLags( Session& session, Words& words )
+{
+   Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   words.end();
+   const StrataCommonSmData& scsd = *hardware.scsd();
+   std::vector<Vormel::IntfId> lags = keysOf( scsd.lagMembers() );
+   std::ranges::sort( lags );
+   Table table( { { "LAG" }, { "Model" }, { "Members, with their ports" } } );
+   for( const Vormel::IntfId lag : lags ) {
+      const auto status = hardware.ethIntfStatusDir()->intfStatus( lag );
+      std::string members;
+      for( const Vormel::IntfId member : scsd.lagMembers( lag ) )
+         members += ( members.empty() ? "" : ", " ) + member.toString() + " (" +
+                    toText( scsd.strataIntfToPort( member ) ) + ")";
+      table.row(
+         { lag.toString(), status ? Vormel::enumText( status->forwardingModel() ) : "no status",
+            members.empty() ? "none" : members } );
+   }
+   session.console().table( "LAGs, and the ports of members as unit/port/logical port", table );
+}
+
+/// The bitmap that floods of routed packets go to, beside what the entries hold of it.
+void showFlood( Session& session, Words& words )
+{
+   Agent& agent = session.agent( words );
+   words.end();
+   const RoutingStatusHelper& helper = *agent.helper();
+   ByUnit<Cells> rows;
+   for( const auto& [ unit, chip ] : agent.hardware().chips() )
+      for( const U32 id : { helper.tcamEntryVlanFlood(), helper.tcamEntryVlanFloodPbr() } )
+         for( const Sim::FieldGroup& group : chip.groups() )
+            if( const Sim::FieldEntry* const entry = group.find( id ); entry && entry->hardware )
+               rows.add( unit, { entry->name + ", " + std::string( entryState( *entry ) ),
+                                  entry->hardware->actions.front().text() } );
+   Table table = unitTable( { { "Where" }, { "Ports" } }, rows );
+   table.row( { "the helper's bitmap", "-", helper.vlanFloodPbmp().toString() } );
+   std::string kept;
+   for( const auto& routed : helper.routedPortsAndRoutedLagMember() )
+      kept += ( kept.empty() ? "" : ", " ) + routed.key.toString();
+   table.row( { "kept out, for they are routed", "-", kept.empty() ? "none" : kept } );
+   session.console().table( "Floods of routed packets", table );
+}
+
+void showCounters( Session& session, Words& words )
+{
+   Agent& agent = session.agent( words );
+   words.end();
+   const RoutingStatusHelper& helper = *agent.helper();
+   Table table( { { "Class" }, { "Entries" }, { "Counter", Align::right }, { "Hits by unit" } } );
+   for( const auto& counter : helper.unknownMacCountersPerTc() ) {
+      const U32 id = helper.tcamEntryVlanFloodDrop( counter.key );
+      std::string hits;
+      for( auto& [ unit, chip ] : agent.hardware().chips() ) {
+         U64 sum = 0;
+         for( const Sim::FieldGroup& group : chip.groups() )
+            for( const U32 entryId : { id, id + 1 } )
+               if( const Sim::FieldEntry* const entry = group.find( entryId ) )
+                  sum += entry->hits;
+         hits +=
+            ( hits.empty() ? "" : ", " ) + std::to_string( unit ) + ": " + std::to_string( sum );
+      }
+      table.row( { std::to_string( counter.key ),
+         id == 0 ? "none" : std::to_string( id ) + ", " + std::to_string( id + 1 ),
+         std::to_string( counter.value ), id == 0 ? "-" : hits } );
+   }
+   session.console().table( "Unknown-MAC drops, as last polled and now", table );
+}
+
 void showUnits( Session& session, Words& words )
 {
    Sim::SimSwitch& hardware = session.agent( words ).hardware();
@@ -212,6 +280,9 @@ std::vector<Command> showCommands()
       { "show calls", "[TEXT]", "how often each hardware call was made since the last mark",
          showCalls },
       { "show interfaces", "", "interfaces, their ports and LAGs", showInterfaces },
+      { "show lags", "", "LAGs and their members", showLags },
+      { "show flood", "", "where floods of routed packets go", showFlood },
+      { "show counters", "", "unknown-MAC drops by traffic class", showCounters },
       { "show units", "", "units, their ports and the room for entries", showUnits },
       { "show objects", "", "objects that can be named", showObjects },
       { "show faults", "", "faults that are armed", showFaults },

@@ -1,0 +1,85 @@
+#include "tests/tool/CommandLine.h"
+
+#include "platform/runtime/Activity.h"
+#include "tool/Command.h"
+#include "tool/Session.h"
+#include "tool/shell/Completion.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+namespace Strata::Tool {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+TEST( Shell, ALineThatCannotBeRunIsReportedAndTheNextOneTaken )
+{
+   const Outcome outcome = runLine( { "shell" },
+      "switch hsdk\n\n# nothing\ncall ini true true\nhelp vlan\nhelp nonsense\ncall init true true\n"
+      "expect entry vlanFlooding installed\nquit\nexpect entry vlanFlooding absent\n" );
+   EXPECT_EQ( outcome.status, 2 );
+   EXPECT_THAT( outcome.err, HasSubstr( "shell:4:6: " ) );
+   EXPECT_THAT( outcome.err, HasSubstr( "did you mean 'init'?" ) );
+   EXPECT_THAT( outcome.err, HasSubstr( "there is no command 'nonsense'" ) );
+   EXPECT_THAT( outcome.out, HasSubstr( "make a VLAN of all ports" ) );
+   EXPECT_THAT( outcome.out, HasSubstr( "held    expect entry vlanFlooding installed" ) );
+   EXPECT_THAT( outcome.out, Not( HasSubstr( "absent" ) ) );
+   EXPECT_EQ(
+      runLine( { "shell" }, "switch hsdk\nexpect entry vlanFlooding installed" ).status, 1 );
+   EXPECT_EQ(
+      runLine( { "shell", "scenarios/mpls.scenario", "--quiet" }, "show flood" ).status, 0 );
+   EXPECT_EQ( runLine( { "shell", "no/such.scenario" } ).status, 2 );
+}
+
+TEST( Shell, EverythingThatIsShownCanBeHadAsJson )
+{
+   U32 shown = 0;
+   for( const Command& command : commands() ) {
+      const std::string name( command.name );
+      if( !name.starts_with( "show " ) )
+         continue;
+      const Outcome outcome = runLine(
+         { "shell", "--quiet" }, "switch register\nvlan 10\nbring-up\n" + name + " --json" );
+      EXPECT_EQ( outcome.status, 0 ) << name << outcome.err;
+      EXPECT_TRUE( nlohmann::json::parse( outcome.out ).is_array() ) << name;
+      ++shown;
+   }
+   EXPECT_GT( shown, 10u );
+   EXPECT_THAT( runLine( { "shell" }, "switch hsdk --json" ).err,
+      HasSubstr( "shell:1:13: only what is shown can be had as JSON" ) );
+}
+
+TEST( Completion, KnowsCommandsAndWhatTheyAskFor )
+{
+   const Vormel::LockAnchor lock( Vormel::activityLock() );
+   std::ostringstream out;
+   Console console( out, out, {} );
+   Session session( console );
+   const auto can = [ & ]( std::string_view line ) { return completions( session, line ); };
+
+   EXPECT_THAT( can( "sw" ), ElementsAre( "switch" ) );
+   EXPECT_THAT( can( "expect no" ), ElementsAre( "no", "notification" ) );
+   EXPECT_THAT( can( "expect no " ), ElementsAre( "calls" ) );
+   EXPECT_THAT( can( "switch h" ), ElementsAre( "hsdk" ) );
+   EXPECT_THAT( can( "call l3" ), IsEmpty() ); // no switch yet
+   session.run( splitLine( "test", 1, "switch hsdk" ) );
+   session.run( splitLine( "test", 2, "interface Ethernet1 unit 0 port 1" ) );
+   EXPECT_THAT( can( "call l3" ), ElementsAre( "l3Init" ) );
+   EXPECT_THAT( can( "set Ethernet1.fo" ), ElementsAre( "Ethernet1.forwardingModel" ) );
+   EXPECT_THAT( can( "set misc" ), ElementsAre( "miscConfig." ) );
+   EXPECT_THAT( can( "expect attribute useL" ), ElementsAre( "useLb" ) );
+   EXPECT_THAT( can( "interface Ethernet1 u" ), ElementsAre( "unit" ) );
+   EXPECT_THAT( can( "fault installE" ), ElementsAre( "installEntry" ) );
+   EXPECT_THAT( can( "trace Api" ), ElementsAre( "ApiStrata=" ) );
+   EXPECT_THAT( can( "show " ), Contains( "entries" ) );
+   EXPECT_THAT( can( "note \"un" ), IsEmpty() );
+}
+
+} // namespace
+} // namespace Strata::Tool

@@ -1,0 +1,51 @@
+#include "tool/DeathWatch.h"
+
+#include "tool/ScenarioRun.h"
+#include "tool/Session.h"
+
+#include <csignal>
+#include <unistd.h>
+
+namespace Strata::Tool {
+
+namespace {
+
+Session* watchedSession = nullptr;
+
+/// The last words; the process ends by the signal handler after them.
+void reportDeath( const Vormel::AssertionFailure& failure )
+{
+   if( !watchedSession || !watchedSession->running() )
+      return;
+   watchedSession->console().died( *watchedSession->running(),
+      "Assertion '" + std::string( failure.text ) + "' failed in " + failure.signature );
+}
+
+/// An abort, by whomever: an assertion, a broken convention, an exception that nobody caught.
+void endDead( int )
+{
+   if( watchedSession && watchedSession->running() ) {
+      const Line& line = *watchedSession->running();
+      watchedSession->console().error( line.file + ":" + std::to_string( line.number ) +
+                                       ": the agent died here, and nothing expected it to" );
+   }
+   ::_exit( static_cast<int>( ExitStatus::died ) );
+}
+
+} // namespace
+
+DeathWatch::DeathWatch( Session& session )
+   : hookBefore_( Vormel::assertionHookIs( reportDeath ) ),
+     handlerBefore_( std::signal( SIGABRT, endDead ) )
+{
+   watchedSession = &session;
+}
+
+DeathWatch::~DeathWatch()
+{
+   watchedSession = nullptr;
+   std::signal( SIGABRT, handlerBefore_ );
+   Vormel::assertionHookIs( hookBefore_ );
+}
+
+} // namespace Strata::Tool

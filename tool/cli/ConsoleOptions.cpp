@@ -1,0 +1,45 @@
+#include "tool/cli/ConsoleOptions.h"
+
+#include "platform/runtime/Trace.h"
+
+namespace Strata::Tool {
+
+TraceLevels::TraceLevels()
+{
+   for( Vormel::TraceHandle* const handle : Vormel::traceHandles() )
+      before_.emplace_back( handle, handle->levels() );
+}
+
+TraceLevels::~TraceLevels()
+{
+   for( const auto& [ handle, levels ] : before_ )
+      handle->levelsIs( levels );
+}
+
+void ConsoleOptions::declare( CLI::App& subcommand )
+{
+   subcommand.add_flag( "--json", config_.json, "Write everything as JSON lines" );
+   subcommand.add_option( "--transcript", config_.transcriptFile,
+      "Also write everything to this file, as text, or as JSON lines with --json" );
+   subcommand.add_option( "--trace", traces_, "Set trace levels, as in ApiStrata=4" )
+      ->type_name( "HANDLE=LEVEL" )
+      ->allow_extra_args( false );
+   subcommand.add_flag( "--quiet", config_.quiet, "Show only what was asked for, and what fails" );
+   subcommand.add_option( "--color", colour_, "When to use colours: auto, always or never" )
+      ->check( CLI::IsMember( { "auto", "always", "never" } ) );
+}
+
+ConsoleConfig ConsoleOptions::config( const Terminal& terminal ) const
+{
+   ConsoleConfig config = config_;
+   config.colour = colour_ == "always" || ( colour_ == "auto" && terminal.showsColours );
+   return config;
+}
+
+void ConsoleOptions::setTraceLevels() const
+{
+   for( const std::string& trace : traces_ )
+      Vormel::traceLevelsIs( trace );
+}
+
+} // namespace Strata::Tool

@@ -1,0 +1,117 @@
+// strata-l3 shell: the commands of scenarios, typed by hand.
+#include "platform/runtime/Activity.h"
+#include "tool/Catalogue.h"
+#include "tool/DeathWatch.h"
+#include "tool/Session.h"
+#include "tool/cli/ConsoleOptions.h"
+#include "tool/cli/Subcommand.h"
+#include "tool/shell/Completion.h"
+#include "tool/shell/LineReader.h"
+
+#include <memory>
+#include <ostream>
+
+namespace Strata::Tool {
+
+namespace {
+
+class Shell : public Subcommand
+{
+ public:
+   CLI::App* declare( CLI::App& app ) override
+   {
+      CLI::App* const shell = app.add_subcommand( "shell", "Type the commands of scenarios" );
+      shell->add_option( "scenario", file_, "A scenario to run first" );
+      options_.declare( *shell );
+      return shell;
+   }
+
+   ExitStatus run( Terminal& terminal ) override
+   {
+      const TraceLevels levels;
+      try {
+         options_.setTraceLevels();
+         ConsoleConfig config = options_.config( terminal );
+         config.echo = !terminal.typed;
+         Console console( terminal.out, terminal.err, config );
+         const Vormel::LockAnchor lock( Vormel::activityLock() );
+         Session session( console );
+         const DeathWatch watch( session );
+         if( !file_.empty() )
+            runLines( file_, session );
+         if( terminal.typed )
+            terminal.out << "'help' lists the commands, the tab key completes them, 'quit' ends.\n";
+         converse( session, *readerFor( terminal, session ) );
+         return refused_                  ? ExitStatus::error
+                : session.failures() == 0 ? ExitStatus::held
+                                          : ExitStatus::failed;
+      } catch( const std::exception& error ) {
+         terminal.err << error.what() << std::endl;
+         return ExitStatus::error;
+      }
+   }
+
+ private:
+   static std::unique_ptr<LineReader> readerFor( Terminal& terminal, Session& session )
+   {
+      if( !terminal.typed )
+         return std::make_unique<StreamReader>( terminal.in );
+      return std::make_unique<TerminalReader>(
+         "strata-l3> ", [ &session ]( std::string_view line ) {
+            std::vector<std::string> words = completions( session, line );
+            if( line.find( ' ' ) == line.npos )
+               for( const std::string word : { "help", "quit" } )
+                  if( word.starts_with( line ) )
+                     words.push_back( word );
+            return words;
+         } );
+   }
+
+   // A line that cannot be run is reported, and the next one read.
+   void converse( Session& session, LineReader& reader )
+   {
+      for( U32 number = 1;; ++number ) {
+         const auto text = reader.next();
+         if( !text )
+            return;
+         try {
+            const Line line = splitLine( "shell", number, *text );
+            const std::string first = line.words.empty() ? std::string() : line.words.front().text;
+            if( first == "quit" || first == "exit" )
+               return;
+            if( first == "help" )
+               help( session, line );
+            else
+               session.run( line );
+         } catch( const InputError& error ) {
+            refused_ = true;
+            session.console().error( error.what() );
+         }
+      }
+   }
+
+   static void help( Session& session, const Line& line )
+   {
+      std::string start;
+      for( std::size_t i = 1; i < line.words.size(); ++i )
+         start += ( i == 1 ? "" : " " ) + line.words[ i ].text;
+      const Table table = commandTable( start );
+      if( table.empty() )
+         throw InputError( line, line.words[ 1 ].column, line.words[ 1 ].width,
+            "there is no command '" + start + "'; 'help' lists them all" );
+      session.console().table( "Commands", table );
+   }
+
+   std::string file_;
+   ConsoleOptions options_;
+   bool refused_ = false;
+};
+
+} // namespace
+
+std::unique_ptr<Subcommand> shellSubcommand()
+{
+   return std::make_unique<Shell>();
+}
+
+} // namespace Strata::Tool

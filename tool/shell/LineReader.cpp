@@ -1,0 +1,96 @@
+#include "tool/shell/LineReader.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <editline/readline.h>
+#include <filesystem>
+#include <istream>
+#include <memory>
+#include <system_error>
+
+namespace Strata::Tool {
+
+LineReader::~LineReader() = default;
+
+std::optional<std::string> StreamReader::next()
+{
+   std::string line;
+   if( !std::getline( in_, line ) )
+      return std::nullopt;
+   return line;
+}
+
+namespace {
+
+constexpr int historyLines = 1000;
+
+// The editor calls back without a context.
+Completer theCompleter;
+std::vector<std::string> candidates;
+
+char* nextCandidate( const char* /*word*/, int state )
+{
+   const auto index = static_cast<std::size_t>( state );
+   return index < candidates.size() ? ::strdup( candidates[ index ].c_str() ) : nullptr;
+}
+
+char** complete( const char* word, int /*start*/, int end )
+{
+   candidates = theCompleter( std::string_view( rl_line_buffer, static_cast<std::size_t>( end ) ) );
+   rl_attempted_completion_over = 1; // no file names
+   // A path or a level goes on behind its dot or sign.
+   const bool goesOn = candidates.size() == 1 &&
+                       ( candidates[ 0 ].ends_with( '.' ) || candidates[ 0 ].ends_with( '=' ) );
+   rl_completion_append_character = goesOn ? '\0' : ' ';
+   return candidates.empty() ? nullptr : rl_completion_matches( word, nextCandidate );
+}
+
+std::string historyPath()
+{
+   namespace fs = std::filesystem;
+   const char* const state = std::getenv( "XDG_STATE_HOME" );
+   const char* const home = std::getenv( "HOME" );
+   if( ( !state || !*state ) && ( !home || !*home ) )
+      return {};
+   const fs::path dir =
+      ( state && *state ? fs::path( state ) : fs::path( home ) / ".local" / "state" ) / "strata-l3";
+   std::error_code problem;
+   fs::create_directories( dir, problem );
+   return problem ? std::string() : ( dir / "history" ).string();
+}
+
+} // namespace
+
+TerminalReader::TerminalReader( std::string prompt, Completer completer )
+   : prompt_( std::move( prompt ) ),
+     historyFile_( historyPath() )
+{
+   theCompleter = std::move( completer );
+   rl_readline_name = "strata-l3";
+   rl_attempted_completion_function = complete;
+   static char wordBreaks[] = " \t";
+   rl_completer_word_break_characters = wordBreaks;
+   using_history();
+   stifle_history( historyLines );
+   if( !historyFile_.empty() )
+      read_history( historyFile_.c_str() );
+}
+
+TerminalReader::~TerminalReader()
+{
+   if( !historyFile_.empty() )
+      write_history( historyFile_.c_str() );
+   theCompleter = {};
+}
+
+std::optional<std::string> TerminalReader::next()
+{
+   const std::unique_ptr<char, void ( * )( void* )> line( readline( prompt_.c_str() ), std::free );
+   if( !line )
+      return std::nullopt;
+   if( *line )
+      add_history( line.get() );
+   return line.get();
+}
+
+} // namespace Strata::Tool
