@@ -6,7 +6,7 @@ TEST_FLAGS ?=
 BENCH_FLAGS ?=
 
 .DEFAULT_GOAL := help
-.PHONY: help run test bench format lint update-golden clean
+.PHONY: help run test bench format lint update-golden update-reference clean
 
 help:
 	@echo 'make run            build, then run a scenario on the simulated chip'
@@ -14,6 +14,7 @@ help:
 	@echo 'make test           build and run all tests          TEST_FLAGS="-R <pattern>"'
 	@echo 'make bench          build and run the benchmarks     BENCH_FLAGS="--benchmark_filter=<pattern>"'
 	@echo 'make update-golden  make the transcripts of now the golden ones'
+	@echo 'make update-reference  make the reference pages say what the code says'
 	@echo 'make format         format all C++ files'
 	@echo 'make lint           format, layering and clang-tidy checks'
 	@echo 'make clean          remove the build directories'
@@ -39,6 +40,11 @@ update-golden:
 	@sh ci/setup.sh build
 	@sh ci/build.sh debug strata-l3-tool
 	@sh ci/build.sh debug update-golden
+
+update-reference:
+	@sh ci/setup.sh build
+	@sh ci/build.sh debug strata-l3-tool
+	@sh ci/reference.sh build/debug/bin/strata-l3 --update
 
 format:
 	@sh ci/setup.sh ci

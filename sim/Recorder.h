@@ -1,7 +1,7 @@
 // Writes the changes that entities publish to the transcript. All of it under the activity lock.
 #pragma once
 
-#include "platform/runtime/Entity.h"
+#include "platform/runtime/ChangeWatcher.h"
 #include "sim/Transcript.h"
 
 #include <memory>
@@ -16,24 +16,20 @@ using Vormel::Ref;
 class Recorder
 {
  public:
-   explicit Recorder( Transcript& transcript );
+   explicit Recorder( Transcript& transcript ) : transcript_( transcript ) {}
    Recorder( const Recorder& ) = delete;
    Recorder& operator=( const Recorder& ) = delete;
-   ~Recorder();
 
    /// Holds a reference to the entity until forget(). The name stands before the attribute's; empty
    /// for the type's name without namespaces. An entity that is recorded already keeps its place.
-   void record( const Ref<const Entity>& entity, std::string name = {} );
-   void forget( const Entity& entity );
-
-   /// "RoutingStatusHelper.useLb (171): false -> true"
-   static std::string changeText( const std::string& name, const Vormel::Change& change );
+   void record( const Ref<const Entity>& entity, const std::string& name = {} );
+   void forget( const Entity& entity ) { watchers_.erase( &entity ); }
 
  private:
-   class Watch;
+   void write( const Vormel::ChangeText& change );
 
    Transcript& transcript_;
-   std::unordered_map<const Entity*, std::unique_ptr<Watch>> watches_;
+   std::unordered_map<const Entity*, std::unique_ptr<Vormel::ChangeWatcher>> watchers_;
 };
 
 } // namespace Strata::Sim

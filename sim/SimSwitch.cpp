@@ -110,12 +110,12 @@ SimSwitch::SimSwitch( const SimSwitchConfig& config )
          recorder_.record( object( name ), std::string( name ) );
       sinks_ = std::make_unique<Sinks>( transcript_ );
    }
-   sdkShimIs( &shim_ );
+   sdkShimIs( &observed_ );
 }
 
 SimSwitch::~SimSwitch()
 {
-   if( sdkShim() == &shim_ )
+   if( sdkShim() == &observed_ )
       sdkShimIs( nullptr );
 }
 
@@ -135,7 +135,7 @@ void SimSwitch::makeObjects()
 {
    const ChipInfo chipInfo{ "simulated " + profile_.name };
    strataAttributes().chipAttributesIs( chipInfo, profile_.attributes );
-   scsd_ = make<StrataCommonSmData>( &shim_ );
+   scsd_ = make<StrataCommonSmData>( &observed_ );
    U32 modId = 0;
    for( const auto& [ unit, chip ] : chips_ )
       scsd_->units().unitIs(

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "platform/runtime/Ref.h"
+#include "platform/sdk/ObservedShim.h"
 #include "platform/state/AgentConfig.h"
 #include "platform/state/Interfaces.h"
 #include "platform/state/L3State.h"
@@ -62,6 +63,8 @@ class SimSwitch
    Critic& critic() { return critic_; }
    Faults& faults() { return faults_; }
    SimShim& shim() { return shim_; }
+   /// In front of it: the process's shim, which counts and times the calls.
+   ObservedShim& observedShim() { return observed_; }
    const SdkNumbers& numbers() const { return numbers_; }
    Chips& chips() { return chips_; }
    /// ValueError when there is no such unit.
@@ -141,6 +144,7 @@ class SimSwitch
    Critic critic_{ chips_, transcript_ };
    Hardware hardware_{ chips_, numbers_, critic_, faults_, transcript_ };
    SimShim shim_;
+   ObservedShim observed_{ shim_ };
    std::vector<Ref<SimTcamEntryManager>> tcamManagers_;
    Ref<SimTcamGroupManager> tcamGroupManager_;
    Recorder recorder_{ transcript_ };

@@ -193,6 +193,12 @@ void Console::table( const std::string& title, const Table& table, const ordered
    show( title, std::move( lines ), json );
 }
 
+void Console::document( const std::string& title, const ordered_json& json )
+{
+   rowsAsJson_ = true;
+   show( title, {}, json );
+}
+
 void Console::records( const std::string& title, const std::vector<const Sim::Record*>& records )
 {
    std::vector<Toned> lines{ { Tone::title, title } };

@@ -60,6 +60,8 @@ class Console
    /// Something that the scenario asked to see. `json` is put in for programs instead of the table.
    void table( const std::string& title, const Table& table );
    void table( const std::string& title, const Table& table, const nlohmann::ordered_json& json );
+   /// Something that is JSON in either form.
+   void document( const std::string& title, const nlohmann::ordered_json& json );
    void records( const std::string& title, const std::vector<const Sim::Record*>& records );
    void result( std::string_view operation, const std::string& value );
    void held( const Line& line );

@@ -4,8 +4,11 @@
 #include "platform/runtime/Registries.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <deque>
+#include <memory>
 #include <optional>
 
 namespace Vormel {
@@ -116,13 +119,25 @@ TraceSink traceSinkIs( TraceSink sink )
    return std::exchange( Detail::traceRegistry().sink, std::move( sink ) );
 }
 
-static void writeLine( const TraceRecord& record )
+static void writeLine( std::FILE* file, const TraceRecord& record )
 {
    std::string line{ record.handle };
    ( line += ' ' ) += std::to_string( record.level );
    ( line += ' ' ) += record.function;
    ( ( line += ' ' ) += record.text ) += '\n';
-   std::fwrite( line.data(), 1, line.size(), stderr );
+   std::fwrite( line.data(), 1, line.size(), file );
+}
+
+TraceSink traceToFile( const std::string& file )
+{
+   const std::shared_ptr<std::FILE> stream( std::fopen( file.c_str(), "a" ), []( std::FILE* f ) {
+      if( f )
+         std::fclose( f );
+   } );
+   if( !stream )
+      throw Error( "traceToFile: cannot open '" + file + "': " + std::strerror( errno ) );
+   std::setvbuf( stream.get(), nullptr, _IOLBF, BUFSIZ );
+   return [ stream ]( const TraceRecord& record ) { writeLine( stream.get(), record ); };
 }
 
 // A copy, since a sink may replace itself while it runs.
@@ -139,7 +154,7 @@ void traceRecord(
    if( const TraceSink sink = currentSink() )
       sink( record );
    else
-      writeLine( record );
+      writeLine( stderr, record );
 }
 
 struct StreamPool

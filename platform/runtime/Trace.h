@@ -74,6 +74,10 @@ VORMEL_EXPORT void traceLevelsIs( std::string_view settings );
 /// standard error. Returns the sink before (empty for the default).
 VORMEL_EXPORT TraceSink traceSinkIs( TraceSink sink );
 
+/// A sink that appends to a file what the default one writes to standard error. Error when the file cannot be
+/// opened.
+VORMEL_EXPORT TraceSink traceToFile( const std::string& file );
+
 /// Hands a record to the sink, whether or not the level is enabled.
 VORMEL_EXPORT void traceRecord(
    const TraceHandle& handle, U32 level, std::string_view function, std::string_view text );

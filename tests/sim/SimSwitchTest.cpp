@@ -129,7 +129,7 @@ TEST( SimSwitchMaking, RefusesWhatMakesNoSense )
 
    for( const ChipProfile& profile : chipProfiles() ) {
       SimSwitch hardware( { .profile = profile.name } );
-      EXPECT_EQ( sdkShim(), &hardware.shim() );
+      EXPECT_EQ( sdkShim(), &hardware.observedShim() );
       EXPECT_EQ( chipAttributes( *hardware.scsd() ).usesHsdk(), profile.attributes.usesHsdk() );
       for( const TcamGroup group : { TcamGroup::urpfSingleWide, TcamGroup::ttlCheck } )
          EXPECT_TRUE( hardware.tcamGroupManager()->boundedTcamEntryManager( group ) );

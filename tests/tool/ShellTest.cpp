@@ -47,7 +47,7 @@ TEST( Shell, EverythingThatIsShownCanBeHadAsJson )
       const Outcome outcome = runLine(
          { "shell", "--quiet" }, "switch register\nvlan 10\nbring-up\n" + name + " --json" );
       EXPECT_EQ( outcome.status, 0 ) << name << outcome.err;
-      EXPECT_TRUE( nlohmann::json::parse( outcome.out ).is_array() ) << name;
+      EXPECT_EQ( nlohmann::json::parse( outcome.out ).is_array(), name != "show snapshot" ) << name;
       ++shown;
    }
    EXPECT_GT( shown, 10u );

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <ostream>
 #include <string>
 
 namespace Strata::Tool {
@@ -21,6 +22,43 @@ struct List
    Table table;
    ordered_json json;
 };
+
+std::string markdownCell( const ordered_json& value )
+{
+   std::string text;
+   if( value.is_array() )
+      for( const ordered_json& item : value )
+         text += ( text.empty() ? "" : "; " ) + item.get<std::string>();
+   else
+      text = value.is_string() ? value.get<std::string>() : value.dump();
+   std::string escaped;
+   for( const char c : text ) {
+      if( c == '|' || c == '<' || c == '*' || c == '\\' )
+         escaped += '\\';
+      escaped += c;
+   }
+   return escaped;
+}
+
+/// One row for each object of the array.
+void writeMarkdown( std::ostream& out, const ordered_json& rows )
+{
+   if( rows.empty() )
+      return;
+   std::string rule = "|";
+   out << "|";
+   for( const auto& [ key, value ] : rows.front().items() ) {
+      out << " " << key << " |";
+      rule += value.is_number() ? "---:|" : "---|";
+   }
+   out << "\n" << rule << "\n";
+   for( const ordered_json& row : rows ) {
+      out << "|";
+      for( const auto& item : row.items() )
+         out << " " << markdownCell( item.value() ) << " |";
+      out << "\n";
+   }
+}
 
 /// A subcommand that lists something.
 class ListSubcommand : public Subcommand
@@ -37,6 +75,7 @@ class ListSubcommand : public Subcommand
    {
       CLI::App* const list = app.add_subcommand( name_, help_ );
       list->add_flag( "--json", json_, "Write a JSON array" );
+      list->add_flag( "--markdown", markdown_, "Write a Markdown table" );
       if( name_ == "attributes" ) {
          std::vector<std::string> objects;
          for( const NamedType& type : namedTypes() )
@@ -52,6 +91,8 @@ class ListSubcommand : public Subcommand
       const List list = make_( object_ );
       if( json_ )
          terminal.out << list.json.dump( 3 ) << std::endl;
+      else if( markdown_ )
+         writeMarkdown( terminal.out, list.json );
       else
          for( const Table::TextLine& line : list.table.lines() )
             terminal.out << line.text << '\n';
@@ -63,6 +104,7 @@ class ListSubcommand : public Subcommand
    std::string help_;
    std::function<List( const std::string& )> make_;
    bool json_ = false;
+   bool markdown_ = false;
    std::string object_ = "helper";
 };
 

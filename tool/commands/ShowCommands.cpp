@@ -1,5 +1,7 @@
 // Looking: tables of what the chips hold, of what the agent knows, and of what happened.
 #include "platform/runtime/Entity.h"
+#include "platform/runtime/Snapshot.h"
+#include "platform/sdk/ObservedShim.h"
 #include "sim/RegisterLayout.h"
 #include "tool/ByUnit.h"
 #include "tool/Catalogue.h"
@@ -9,6 +11,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <map>
 
 namespace Strata::Tool {
@@ -118,6 +121,32 @@ void showCalls( Session& session, Words& words )
       table.row( { call, std::to_string( total ), each } );
    }
    session.console().table( "Calls since the last mark", table );
+}
+
+/// Times differ from run to run: what is shown here is for looking, not for comparing.
+void showTimes( Session& session, Words& words )
+{
+   const ObservedShim& shim = session.agent( words ).hardware().observedShim();
+   words.end();
+   const auto microseconds = []( double seconds ) {
+      return std::to_string( std::llround( seconds * 1e6 ) );
+   };
+   Table table( { { "Call" }, { "Times", Align::right }, { "Failed", Align::right },
+      { "Together, us", Align::right }, { "Longest, us", Align::right } } );
+   for( const SdkCallStatistics& call : shim.statistics() )
+      table.row( { std::string( call.call ), std::to_string( call.calls ),
+         std::to_string( call.failures + call.unavailable ), microseconds( call.seconds ),
+         microseconds( call.longest ) } );
+   session.console().table( "SDK calls and their times", table );
+}
+
+void showSnapshot( Session& session, Words& words )
+{
+   Agent& agent = session.agent( words );
+   const Ref<Entity> object = words.done() ? agent.helper() : session.takeObject( words );
+   words.end();
+   session.console().document(
+      "Snapshot", nlohmann::ordered_json::parse( Vormel::snapshotJson( *object ) ) );
 }
 
 void showInterfaces( Session& session, Words& words )
@@ -279,6 +308,9 @@ std::vector<Command> showCommands()
       { "show registers", "[TEXT]", "registers, with their fields", showRegisters },
       { "show calls", "[TEXT]", "how often each hardware call was made since the last mark",
          showCalls },
+      { "show times", "", "SDK calls by name: how often, how long", showTimes },
+      { "show snapshot", "[OBJECT]", "everything that the helper or another object holds, as JSON",
+         showSnapshot },
       { "show interfaces", "", "interfaces, their ports and LAGs", showInterfaces },
       { "show lags", "", "LAGs and their members", showLags },
       { "show flood", "", "where floods of routed packets go", showFlood },

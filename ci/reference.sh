@@ -1,0 +1,64 @@
+#!/bin/sh
+# reference.sh <strata-l3> [--update]
+# The reference pages come from the tables of the code: compares docs/reference with what the command says now, or
+# writes it anew.
+set -eu
+cd "$(dirname "$0")/.."
+command=$1
+update=${2:-}
+pages=docs/reference
+new=$(mktemp -d)
+trap 'rm -rf "$new"' EXIT
+
+page() { # file, title, introduction; the rest from standard input
+   {
+      printf '# %s\n\n%s\n\n' "$2" "$3"
+      cat
+   } >"$new/$1"
+}
+
+attributes() {
+   for object in helper scsd features miscConfig pbr sourceIpLookup l2Mcast urpf ethIntfStatusDir interface \
+      intfVlanId virtualPorts hwStatus nexthops mlagStatus mlagHwStatus recircStatus; do
+      printf '## `%s`\n\n' "$object"
+      "$command" attributes "$object" --markdown
+      echo
+   done
+}
+
+# Each trace of the slice: handle, level, and its text, with what is put in as the code has it.
+traces() {
+   echo '| File | Handle | Level | Text |'
+   echo '|---|---|---:|---|'
+   for file in routing/*.cpp routing/tcam/*.cpp; do
+      sed ':a; N; $!ba; s/\n */ /g' "$file" |
+         grep -oE 'VORMEL_TRACE(_AS)?\([^;]*;' |
+         sed -nE \
+            -e 's/^VORMEL_TRACE\( (routingTrace|apiTrace), ([0-9]), (.*) \);$/\1|\2|\3/' \
+            -e 's/^VORMEL_TRACE_AS\( (routingTrace|apiTrace), ([0-9]), [^,]*, (.*) \);$/\1|\2|\3/' \
+            -e '/^(routingTrace|apiTrace)\|/p' |
+         sed -E -e 's/^routingTrace/StrataRoutingStatus/' -e 's/^apiTrace/ApiStrata/' |
+         while IFS='|' read -r handle level text; do
+            printf '| %s | %s | %s | `%s` |\n' "$file" "$handle" "$level" "$text"
+         done
+   done
+}
+
+attributes | page attributes.md 'Attributes' \
+   'What the helper and the input objects hold, by number. An attribute without a number is fixed and publishes nothing.'
+"$command" operations --markdown | page operations.md 'Operations' \
+   'What the helper can be asked by name.'
+"$command" messages --markdown | page messages.md 'System log messages' \
+   'In order of declaration; severities as syslog(3) numbers them.'
+"$command" commands --markdown | page commands.md 'Commands of scenarios' \
+   'In the order of [scenarios.md](../scenarios.md), which explains them.'
+traces | page traces.md 'Traces' \
+   'What the slice traces, and at which level. Parts outside quotes are values. SDK calls trace their own text at level 4 of `ApiStrata`.'
+
+if [ "$update" = --update ]; then
+   mkdir -p "$pages"
+   cp "$new"/*.md "$pages"
+elif ! diff -ru "$pages" "$new"; then
+   echo "$pages does not say what the code says: make update-reference" >&2
+   exit 1
+fi

@@ -1,0 +1,59 @@
+// Changes as people and programs read them, and a subscriber that hands them on.
+#pragma once
+
+#include "platform/runtime/Entity.h"
+#include "platform/runtime/Export.h"
+#include "platform/runtime/Publisher.h"
+
+#include <functional>
+#include <string>
+#include <string_view>
+
+namespace Vormel {
+
+/// One published change, in texts.
+struct VORMEL_EXPORT ChangeText
+{
+   std::string object; // as whoever watches calls it
+   std::string attribute;
+   AttributeNumber number;
+   ChangeKind kind;
+   std::string key;      // empty for scalars
+   std::string oldValue; // empty for a new member
+   std::string newValue; // empty for a removed one; as it is now, should it have changed again
+
+   /// "helper.useLb (157): false -> true", "helper.unknownMacCountersPerTc[3] (154): inserted 0"
+   std::string line() const;
+   /// "changed", "inserted" or "removed"
+   std::string_view kindName() const;
+};
+
+/// The activity lock is held.
+VORMEL_EXPORT ChangeText describeChange( std::string object, const Change& change );
+
+/// Hands every change of one entity on, as long as it lives. All of it under the activity lock.
+class VORMEL_EXPORT ChangeWatcher final : public Subscriber
+{
+ public:
+   using Sink = std::function<void( const ChangeText& )>;
+
+   /// Holds a reference to the entity. The name stands in the texts; empty for the type's name without
+   /// namespaces. An empty sink only counts. What the sink throws ends the process.
+   explicit ChangeWatcher( Ref<const Entity> entity, std::string name = {}, Sink sink = {} );
+   ~ChangeWatcher();
+   ChangeWatcher( const ChangeWatcher& ) = delete;
+   ChangeWatcher& operator=( const ChangeWatcher& ) = delete;
+
+   /// How many changes there were.
+   U64 changes() const { return changes_; }
+
+   void onChange( const Change& change ) noexcept override;
+
+ private:
+   Ref<const Entity> entity_;
+   std::string name_;
+   Sink sink_;
+   U64 changes_ = 0;
+};
+
+} // namespace Vormel

@@ -1,0 +1,55 @@
+// Counts and times the SDK calls that pass. An agent that wants to know makes it the process's shim, in front of
+// its own; one that does not pays nothing.
+#pragma once
+
+#include "platform/sdk/ForwardingShim.h"
+
+#include <atomic>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+namespace Strata {
+
+struct SdkCallStatistics
+{
+   std::string_view call; // the SDK function's name
+   U64 calls = 0;
+   U64 failures = 0; // negative codes, the feature-not-available code apart
+   U64 unavailable = 0;
+   double seconds = 0.0; // of all calls together
+   double longest = 0.0; // seconds
+};
+
+class VORMEL_EXPORT ObservedShim final : public ForwardingShim
+{
+ public:
+   explicit ObservedShim( SdkShimInterface& next );
+   ~ObservedShim() override;
+
+#define SDK_OPERATION( method, name, parameters, arguments ) int method parameters override;
+#include "platform/sdk/SdkOperations.def"
+
+   /// Of each SDK function that was called, in the order of SdkOperations.def. From any thread.
+   std::vector<SdkCallStatistics> statistics() const;
+   /// Starts counting anew. From any thread.
+   void statisticsDel();
+
+ private:
+   struct Counters
+   {
+      std::atomic<U64> calls;
+      std::atomic<U64> failures;
+      std::atomic<U64> unavailable;
+      std::atomic<U64> nanoseconds;
+      std::atomic<U64> longest;
+   };
+
+   template<class Call>
+   int observed( std::size_t operation, Call call );
+
+   int unavailableCode_;
+   std::unique_ptr<Counters[]> counters_;
+};
+
+} // namespace Strata

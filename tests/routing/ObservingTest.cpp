@@ -1,0 +1,110 @@
+// What an agent can see of the slice without asking it: changes, calls, traces, snapshots.
+#include "tests/routing/Fixture.h"
+
+#include "platform/runtime/ChangeWatcher.h"
+#include "platform/runtime/EntityType.h"
+#include "platform/runtime/Errors.h"
+#include "platform/runtime/Snapshot.h"
+#include "platform/runtime/Trace.h"
+
+#include <fstream>
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+namespace Strata {
+namespace {
+
+using nlohmann::json;
+using testing::ElementsAre;
+
+class ObservingTest : public SwitchTest
+{
+};
+
+TEST_F( ObservingTest, ASnapshotHoldsEveryAttributeWithItsValue )
+{
+   make( "hsdk" );
+   helper().routerMacAddrIs( *EthAddr::parse( "00:1c:73:00:00:01" ) );
+   helper().tcamEntryArpReplyIs( MacType::fennicMac, 7 );
+   helper().unknownMacCountersPerTcIs( 3, 0xFFFFFFFFFFFFFFFF );
+   const json snapshot = json::parse( Vormel::snapshotJson( helper() ) );
+   EXPECT_EQ( snapshot[ "type" ], "RoutingStatusHelper" );
+   ASSERT_EQ( snapshot[ "attributes" ].size(), helper().entityType().attributes().size() );
+   std::map<std::string, json> values;
+   for( const json& attribute : snapshot[ "attributes" ] )
+      values[ attribute[ "name" ] ] = attribute[ "value" ];
+   EXPECT_EQ( values[ "routerMacAddr" ], "00:1c:73:00:00:01" );
+   EXPECT_EQ( values[ "useLb" ], false );
+   EXPECT_EQ(
+      values[ "tcamEntryArpReply" ][ 0 ], json::parse( R"({ "key": "fennicMac", "value": 7 })" ) );
+   EXPECT_EQ( values[ "unknownMacCountersPerTc" ][ 0 ][ "value" ], 0xFFFFFFFFFFFFFFFF );
+   EXPECT_EQ( values[ "ttlCheckTcamManager" ], nullptr );
+}
+
+TEST_F( ObservingTest, JsonTextsAreValidWhateverIsInThem )
+{
+   const std::string odd = "\"\\\n\t\x01 é € 𝄞";
+   EXPECT_EQ( json::parse( Vormel::jsonString( odd ) ), odd );
+   for( const std::string_view broken :
+      { "\xFF", "a\xC3", "\xE2\x82", "\xC0\x80", "\xED\xA0\x80", "\xF4\x90\x80\x80", "\x80z" } )
+      EXPECT_NE( json::parse( Vormel::jsonString( broken ) ).get<std::string>().find( "\uFFFD" ),
+         std::string::npos );
+}
+
+TEST_F( ObservingTest, AWatcherHandsOnEachChangeAndCounts )
+{
+   make( "hsdk" );
+   std::vector<std::string> lines;
+   {
+      const Vormel::ChangeWatcher watcher( agent->helper(), "helper",
+         [ & ]( const Vormel::ChangeText& change ) { lines.push_back( change.line() ); } );
+      helper().useLbIs( true );
+      helper().useLbIs( true );
+      helper().unknownMacCountersPerTcIs( 3, 4 );
+      helper().unknownMacCountersPerTcDel( 3 );
+      EXPECT_EQ( watcher.changes(), 3u );
+   }
+   helper().useLbIs( false );
+   EXPECT_THAT( lines, ElementsAre( "helper.useLb (157): false -> true",
+                          "helper.unknownMacCountersPerTc[3] (154): inserted 4",
+                          "helper.unknownMacCountersPerTc[3] (154): removed 4" ) );
+}
+
+TEST_F( ObservingTest, CallsAreCountedWithTheirFailures )
+{
+   make( "hsdk", { 0 } );
+   Sim::SimSwitch& hardware = agent->hardware();
+   hardware.faults().inject(
+      { .call = "bcm_switch_control_set", .nth = 2, .code = Sim::SdkCode::Unavail } );
+   helper().init( true, true );
+   hardware.faults().inject( { .call = "bcm_field_lock", .code = Sim::SdkCode::Fail } );
+   testing::internal::CaptureStderr();
+   EXPECT_THROW( helper().reprogramVlanFloodRequiredInc( 1 ), Died );
+   testing::internal::GetCapturedStderr();
+   U64 calls = 0;
+   for( const SdkCallStatistics& call : hardware.observedShim().statistics() ) {
+      calls += call.calls;
+      EXPECT_EQ( call.unavailable, call.call == "bcm_switch_control_set" ? 1u : 0u );
+      EXPECT_EQ( call.failures, call.call == "bcm_field_lock" ? 1u : 0u );
+      EXPECT_LE( call.longest, call.seconds );
+   }
+   EXPECT_EQ( calls, transcript().count( Sim::RecordKind::call ) );
+   hardware.observedShim().statisticsDel();
+   EXPECT_TRUE( hardware.observedShim().statistics().empty() );
+}
+
+TEST_F( ObservingTest, TracesCanGoToAFile )
+{
+   const std::string file = testing::TempDir() + "observing-traces.txt";
+   std::ofstream( file ).close();
+   const Vormel::TraceSink before = Vormel::traceSinkIs( Vormel::traceToFile( file ) );
+   Vormel::traceRecord( *Vormel::traceHandle( "ApiStrata" ), 4, "init", "some text" );
+   Vormel::traceSinkIs( before );
+   std::string line;
+   std::getline( std::ifstream( file ) >> std::ws, line );
+   EXPECT_EQ( line, "ApiStrata 4 init some text" );
+   EXPECT_THROW( Vormel::traceToFile( "/no/such/directory/file" ), Vormel::Error );
+}
+
+} // namespace
+} // namespace Strata
