@@ -51,21 +51,8 @@ void L3PeerMacArpRedirectSm::handlePeerMacArpRedirect()
    const IntfId link = mlagStatus_ ? mlagStatus_->peerLinkIntf() : IntfId();
    const bool wanted = !mac.isZero() && Mlag::isPeerMacRoutingStatusEnabled( *mlagStatus_ ) &&
                        mlagHwStatus_ && mlagHwStatus_->peerMacRoutingSupported() &&
-                       peerLinkHasPort();
+                       scsd_ && !portsOfLink( *scsd_, link ).empty();
    routingStatusHelper_->handlePeerMacArpRedirect( mac, link, wanted );
-}
-
-bool L3PeerMacArpRedirectSm::peerLinkHasPort() const
-{
-   if( !scsd_ || !mlagStatus_ )
-      return false;
-   const IntfId link = mlagStatus_->peerLinkIntf();
-   if( scsd_->strataIntfToPort( link ) )
-      return true;
-   for( const IntfId member : scsd_->lagMembers( link ) )
-      if( scsd_->strataIntfToPort( member ) )
-         return true;
-   return false;
 }
 
 void L3PeerMacArpRedirectSm::onMlag( const Vormel::Change& )

@@ -32,7 +32,6 @@ class VORMEL_EXPORT L3PeerMacArpRedirectSm : public Vormel::Reactor
    void onMlag( const Vormel::Change& change );
    void onScsd( const Vormel::Change& change );
    bool concernsPeerLink( IntfId intf ) const;
-   bool peerLinkHasPort() const;
 
    Ref<const StrataCommonSmData> scsd_;
    Ref<const Mlag::Status> mlagStatus_;

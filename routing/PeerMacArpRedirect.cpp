@@ -6,21 +6,6 @@
 
 namespace Strata {
 
-// The link's own port, or the ports of the LAG's members, in member order.
-std::vector<StrataPort> RoutingStatusHelper::portsOfLink( IntfId link ) const
-{
-   std::vector<StrataPort> ports;
-   const auto add = [ & ]( IntfId intf ) {
-      if( const StrataPort port = scsd()->strataIntfToPort( intf ) )
-         ports.push_back( port );
-   };
-   add( link );
-   if( ports.empty() )
-      for( const IntfId member : scsd()->lagMembers( link ) )
-         add( member );
-   return ports;
-}
-
 void RoutingStatusHelper::handlePeerMacArpRedirect(
    const EthAddr& mac, IntfId peerLink, bool enable )
 {
@@ -32,7 +17,7 @@ void RoutingStatusHelper::handlePeerMacArpRedirect(
                          : nullptr;
    if( !hasManager( manager, "handlePeerMacArpRedirect" ) )
       return;
-   const std::vector<StrataPort> linkPorts = portsOfLink( peerLink );
+   const std::vector<StrataPort> linkPorts = portsOfLink( *scsd(), peerLink );
    if( !enable || linkPorts.empty() ) {
       arpRedirect_ = {};
       peerMacArpRedirectIs( deleteEntry( manager, scsd()->units(), peerMacArpRedirect() ) );

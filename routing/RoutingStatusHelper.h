@@ -306,7 +306,6 @@ class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
    void removeL3Vxlan( MacType macType );
    void removeL2Vxlan( MacType macType );
    void noteIpOptionsProfile( U32 unit, S32 profile );
-   std::vector<StrataPort> portsOfLink( IntfId link ) const;
    void makeArpRedirect( const Ref<StrataBoundedTcamEntryManager>& manager );
    void applyVlanRouting( const UnitTable::Iterator& i, U32 vlanId );
 

@@ -52,6 +52,17 @@ void StrataMiscConfig::checkSyslogTimeout( double seconds )
    throw Vormel::ValueError( text.str() );
 }
 
+std::vector<StrataPort> portsOfLink( const StrataCommonSmData& scsd, IntfId link )
+{
+   if( const StrataPort port = scsd.strataIntfToPort( link ) )
+      return { port };
+   std::vector<StrataPort> ports;
+   for( const IntfId member : scsd.lagMembers( link ) )
+      if( const StrataPort port = scsd.strataIntfToPort( member ) )
+         ports.push_back( port );
+   return ports;
+}
+
 ChipAttributes chipAttributes( const StrataCommonSmData& scsd )
 {
    if( scsd.units().empty() )

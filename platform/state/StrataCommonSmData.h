@@ -10,6 +10,7 @@
 
 #include <map>
 #include <optional>
+#include <vector>
 
 namespace Strata {
 
@@ -105,6 +106,9 @@ class VORMEL_EXPORT StrataCommonSmData : public Vormel::Entity
    SdkShimInterface* sdkShim_;
    UnitTable units_;
 };
+
+/// The link's own port, or, when it is a LAG, the ports of its members, in member order.
+VORMEL_EXPORT std::vector<StrataPort> portsOfLink( const StrataCommonSmData& scsd, IntfId link );
 
 /// What the slice's chip can do: the first unit's; with no units, nothing.
 VORMEL_EXPORT ChipAttributes chipAttributes( const StrataCommonSmData& scsd );
