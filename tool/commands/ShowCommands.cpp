@@ -210,7 +210,7 @@ void showFlood( Session& session, Words& words )
    session.console().table( "Floods of routed packets", table );
 }
 
-void showCounters( Session& session, Words& words )
+void showDrops( Session& session, Words& words )
 {
    Agent& agent = session.agent( words );
    words.end();
@@ -314,7 +314,7 @@ std::vector<Command> showCommands()
       { "show interfaces", "", "interfaces, their ports and LAGs", showInterfaces },
       { "show lags", "", "LAGs and their members", showLags },
       { "show flood", "", "where floods of routed packets go", showFlood },
-      { "show counters", "", "unknown-MAC drops by traffic class", showCounters },
+      { "show drops", "", "unknown-MAC drops by traffic class", showDrops },
       { "show units", "", "units, their ports and the room for entries", showUnits },
       { "show objects", "", "objects that can be named", showObjects },
       { "show faults", "", "faults that are armed", showFaults },
