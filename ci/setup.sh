@@ -14,6 +14,8 @@ ninja-build ninja
 libcli11-dev /usr/include/CLI/CLI.hpp
 nlohmann-json3-dev /usr/include/nlohmann/json.hpp
 libedit-dev /usr/include/editline/readline.h
+libtins-dev /usr/include/tins/tins.h
+libpcap-dev /usr/include/pcap/pcap.h
 libgtest-dev /usr/include/gtest/gtest.h
 libgmock-dev /usr/include/gmock/gmock.h
 '

@@ -2,7 +2,7 @@
 // dropped.
 #include "messages/Traces.h"
 #include "routing/RoutingStatusHelper.h"
-#include "routing/StrataCommon.h"
+#include "platform/state/StrataCommon.h"
 #include "routing/tcam/CheckedCall.h"
 #include "routing/tcam/TcamEntry.h"
 

@@ -2,7 +2,7 @@
 #include "messages/Traces.h"
 #include "platform/runtime/Format.h"
 #include "routing/RoutingStatusHelper.h"
-#include "routing/StrataCommon.h"
+#include "platform/state/StrataCommon.h"
 #include "routing/tcam/CheckedCall.h"
 #include "routing/tcam/TcamEntry.h"
 

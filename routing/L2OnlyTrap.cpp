@@ -3,7 +3,7 @@
 #include "messages/Traces.h"
 #include "platform/runtime/Assert.h"
 #include "routing/RoutingStatusHelper.h"
-#include "routing/StrataCommon.h"
+#include "platform/state/StrataCommon.h"
 #include "routing/tcam/CheckedCall.h"
 #include "routing/tcam/TcamEntry.h"
 

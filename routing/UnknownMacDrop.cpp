@@ -5,7 +5,7 @@
 #include "platform/runtime/Assert.h"
 #include "platform/runtime/Format.h"
 #include "routing/RoutingStatusHelper.h"
-#include "routing/StrataCommon.h"
+#include "platform/state/StrataCommon.h"
 #include "routing/tcam/CheckedCall.h"
 #include "routing/tcam/TcamEntry.h"
 

@@ -79,6 +79,7 @@ SdkCode FieldGroup::install( U32 id )
       return SdkCode::Full;
    entry->hardware = entry->claim;
    entry->enabled = true;
+   ++version_;
    return SdkCode::None;
 }
 
@@ -90,6 +91,7 @@ SdkCode FieldGroup::reinstall( U32 id )
    if( entry->claim.actions.empty() )
       return SdkCode::Config;
    entry->hardware = entry->claim;
+   ++version_;
    return SdkCode::None;
 }
 
@@ -99,6 +101,7 @@ void FieldGroup::remove( U32 id )
    if( !entry || !entry->holdsRoom )
       return;
    entry->hardware.reset();
+   ++version_;
    entry->holdsRoom = false;
    --roomUsed_;
 }
@@ -116,6 +119,7 @@ SdkCode FieldGroup::enable( U32 id, bool enabled )
    if( !entry || !entry->installed() )
       return SdkCode::NotFound;
    entry->enabled = enabled;
+   ++version_;
    return SdkCode::None;
 }
 

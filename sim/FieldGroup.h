@@ -16,6 +16,13 @@
 
 namespace Strata::Sim {
 
+/// What put an entry into hardware, as whoever drives the switch has it.
+struct FieldEntryCause
+{
+   std::string text; // "call init true true"
+   U64 record = 0;   // of the installation, in the transcript
+};
+
 struct FieldEntry
 {
    std::string name;
@@ -26,6 +33,7 @@ struct FieldEntry
    bool holdsRoom = true;
    bool qualifierRefused = false; // since the claim, for a feature that the chip lacks
    U64 hits = 0;                  // since the first claim
+   FieldEntryCause cause;         // of what is in hardware
 
    bool installed() const { return hardware.has_value(); }
    /// Packets can meet it.
@@ -61,6 +69,9 @@ class FieldGroup
    const FieldEntry* find( U32 id ) const;
    FieldEntry* find( U32 id );
 
+   /// Another one whenever what packets meet may have changed.
+   U64 version() const { return version_; }
+
    U32 room() const { return room_; }
    U32 roomLeft() const { return roomUsed_ < room_ ? room_ - roomUsed_ : 0; }
    /// Entries that have room keep it when it shrinks.
@@ -84,6 +95,7 @@ class FieldGroup
    FieldGroupProfile profile_;
    U32 room_;
    U32 roomUsed_ = 0;
+   U64 version_ = 0;
    std::map<U32, FieldEntry> entries_;
    std::set<U32> turnedAway_;
 };

@@ -7,6 +7,8 @@
 #include "sim/SdkNumbers.h"
 #include "sim/Transcript.h"
 
+#include <string>
+
 namespace Strata::Sim {
 
 struct Hardware
@@ -16,6 +18,7 @@ struct Hardware
    Critic& critic;
    Faults& faults;
    Transcript& transcript;
+   const std::string& cause; // of what happens now, as whoever drives the switch has it
 };
 
 } // namespace Strata::Sim

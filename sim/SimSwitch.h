@@ -60,6 +60,8 @@ class SimSwitch
    U64 seed() const { return seed_; }
 
    Transcript& transcript() { return transcript_; }
+   /// What happens from now on happens because of this; entries that are installed remember it.
+   void causeIs( std::string cause ) { cause_ = std::move( cause ); }
    Critic& critic() { return critic_; }
    Faults& faults() { return faults_; }
    SimShim& shim() { return shim_; }
@@ -67,6 +69,7 @@ class SimSwitch
    ObservedShim& observedShim() { return observed_; }
    const SdkNumbers& numbers() const { return numbers_; }
    Chips& chips() { return chips_; }
+   const Chips& chips() const { return chips_; }
    /// ValueError when there is no such unit.
    Chip& chip( U32 unit );
 
@@ -142,7 +145,8 @@ class SimSwitch
    SdkNumbers numbers_;
    Chips chips_;
    Critic critic_{ chips_, transcript_ };
-   Hardware hardware_{ chips_, numbers_, critic_, faults_, transcript_ };
+   std::string cause_;
+   Hardware hardware_{ chips_, numbers_, critic_, faults_, transcript_, cause_ };
    SimShim shim_;
    ObservedShim observed_{ shim_ };
    std::vector<Ref<SimTcamEntryManager>> tcamManagers_;

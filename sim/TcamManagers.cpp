@@ -100,13 +100,16 @@ U32 SimTcamEntryManager::getEntry(
 int SimTcamEntryManager::installed( std::string_view call, U32 unit, U32 entryId, bool again )
 {
    return static_cast<int>( perform( call, unit, entryId, "", [ & ]( FieldGroup& at ) {
-      const FieldEntry* const entry = at.find( entryId );
+      FieldEntry* const entry = at.find( entryId );
       if( entry && entry->claim.actions.empty() )
          hardware_.critic.breach( "the entry has no action", call, unit );
       if( entry && entry->qualifierRefused )
          hardware_.critic.breach(
             "the chip refused a qualifier of the entry, so it would match too much", call, unit );
-      return again ? at.reinstall( entryId ) : at.install( entryId );
+      const SdkCode code = again ? at.reinstall( entryId ) : at.install( entryId );
+      if( code == SdkCode::None )
+         entry->cause = { hardware_.cause, hardware_.transcript.lastNumber() + 1 };
+      return code;
    } ) );
 }
 

@@ -55,6 +55,12 @@ void Transcript::add( RecordKind kind, std::string text, std::vector<RecordField
       records_.push_back( std::move( record ) );
 }
 
+U64 Transcript::lastNumber() const
+{
+   const std::lock_guard guard( mutex_ );
+   return added_;
+}
+
 U64 Transcript::count( RecordKind kind ) const
 {
    const std::lock_guard guard( mutex_ );

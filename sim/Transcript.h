@@ -89,6 +89,8 @@ class Transcript
    /// Stays valid, and so do its elements, while records are added.
    const std::deque<Record>& records() const { return records_; }
    U64 size() const { return records_.size(); }
+   /// Of the record that was added last; 0 for none.
+   U64 lastNumber() const;
    /// How many records of a kind were added, also those that were not kept.
    U64 count( RecordKind kind ) const;
 

@@ -1,6 +1,6 @@
 #include "routing/tcam/FieldLock.h"
 
-#include "routing/StrataCommon.h"
+#include "platform/state/StrataCommon.h"
 #include "routing/tcam/CheckedCall.h"
 
 namespace Strata {

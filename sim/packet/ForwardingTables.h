@@ -1,0 +1,192 @@
+// What the other parts of an agent put into the chips: MAC addresses, spanning tree, multicast groups,
+// properties of VLANs, routes, tunnels, steering rules, labels. One set for all units of a switch: an
+// agent keeps them alike. Plain data, set before packets meet it; only MAC addresses are learned.
+#pragma once
+
+#include "platform/runtime/Enum.h"
+#include "platform/runtime/Types.h"
+#include "platform/types/EthAddr.h"
+#include "sim/packet/IpAddress.h"
+
+#include <compare>
+#include <functional>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+#include <variant>
+#include <vector>
+
+namespace Strata::Sim {
+
+using Vormel::EthAddr;
+
+struct PortRef
+{
+   U32 unit = 0;
+   U32 port = 0;
+
+   auto operator<=>( const PortRef& ) const = default;
+};
+
+struct StationKey
+{
+   U16 vlanId = 0;
+   EthAddr mac;
+
+   auto operator<=>( const StationKey& ) const = default;
+};
+
+/// A member of the MAC table.
+struct Station
+{
+   struct Group
+   {
+      U32 number;
+      bool operator==( const Group& ) const = default;
+   };
+   struct Tunnel
+   {
+      std::string name;
+      bool operator==( const Tunnel& ) const = default;
+   };
+   using Place = std::variant<PortRef, Tunnel, Group>;
+
+   Place place;
+   bool fixed = false; // configured: learning does not move it
+
+   bool operator==( const Station& ) const = default;
+};
+
+enum class StpState : U8
+{
+   forwarding,
+   learning,
+   blocking,
+};
+VORMEL_ENUM_NAMES( StpState, { StpState::forwarding, "forwarding" },
+   { StpState::learning, "learning" }, { StpState::blocking, "blocking" } )
+
+struct McastGroup
+{
+   bool everyPort = false; // all front-panel ports of all units
+   bool everyTunnel = false;
+   bool cpu = false;
+   std::set<PortRef> ports;
+   std::set<std::string> tunnels;
+};
+
+enum class UrpfMode : U8
+{
+   off,
+   loose,  // the source has a route
+   strict, // and it leads to where the packet came from
+};
+VORMEL_ENUM_NAMES( UrpfMode, { UrpfMode::off, "off" }, { UrpfMode::loose, "loose" },
+   { UrpfMode::strict, "strict" } )
+
+/// Beside members and routing flags, which the chip has.
+struct VlanProperties
+{
+   bool svi = false;        // it has a routed interface
+   bool dropRouted = false; // what arrives in it and would be routed is dropped
+   std::optional<U32> vni;  // VXLAN extends it under this number
+   std::set<std::string> tunnels;
+   U32 l3Class = 0; // class of its L3 interface
+   UrpfMode urpf = UrpfMode::off;
+   U32 mtu = 0;       // bytes of an IP packet that leaves by it; 0: any
+   EthAddr routerMac; // source of what is routed into it; zero: the address that was routed for
+};
+
+struct NextHop
+{
+   enum class Kind : U8
+   {
+      port,
+      cpu,
+      flood,  // the MAC is known, its port is not: flooded in the VLAN
+      tunnel, // behind a VXLAN tunnel
+   };
+   Kind kind = Kind::cpu;
+   U16 vlanId = 0;
+   EthAddr mac;
+   PortRef port;
+   std::string tunnel;
+
+   bool operator==( const NextHop& ) const = default;
+};
+
+struct Route
+{
+   NextHop nextHop;
+   U32 sourceClass = 0; // of packets whose source it covers
+};
+
+/// Routes of both families; the longest prefix wins.
+class RouteTable
+{
+ public:
+   struct Found
+   {
+      IpPrefix prefix;
+      const Route* route;
+   };
+
+   void routeIs( const IpPrefix& prefix, const Route& route );
+   /// Whether there was one.
+   bool routeDel( const IpPrefix& prefix );
+   std::optional<Found> lookup( const IpAddress& address ) const;
+   /// Longest prefixes first.
+   std::vector<Found> all() const;
+
+ private:
+   std::map<U32, std::map<IpAddress, Route>, std::greater<>> byLength_;
+};
+
+struct SteeringRule
+{
+   std::optional<PortRef> port; // where the packet arrives
+   std::optional<IpPrefix> source;
+   std::optional<IpPrefix> destination;
+   NextHop nextHop;
+};
+
+struct Tunnel
+{
+   IpAddress local;
+   IpAddress remote;
+   NextHop underlay; // a port
+};
+
+struct LabelRule
+{
+   std::optional<U32> swap; // else the label is popped
+   NextHop nextHop;
+};
+
+struct ForwardingTables
+{
+   std::map<StationKey, Station> stations;
+   std::map<std::pair<PortRef, U16>, StpState> stp; // VLAN 0: all that have none of their own
+   std::map<PortRef, U16> nativeVlan;               // of untagged packets; 1 where there is none
+   std::set<PortRef> openFlowPorts;
+   std::map<U32, McastGroup> l2Groups;
+   std::map<IpAddress, std::set<U16>> mcastRoutes; // group to the VLANs that it is routed into
+   std::map<U16, VlanProperties> vlans;
+   RouteTable routes;
+   std::map<std::string, Tunnel> tunnels;
+   std::map<std::string, SteeringRule> steering;
+   std::map<U32, LabelRule> labels;
+
+   /// Defaults for a VLAN of which nothing was said; likewise below.
+   const VlanProperties& vlan( U16 vlanId ) const;
+   StpState stpState( PortRef port, U16 vlanId ) const;
+   U16 untaggedVlan( PortRef port ) const;
+   std::optional<U16> vlanOfVni( U32 vni ) const;
+   /// The tunnel between these, or null.
+   const std::pair<const std::string, Tunnel>* tunnelBetween(
+      const IpAddress& local, const IpAddress& remote ) const;
+};
+
+} // namespace Strata::Sim

@@ -1,0 +1,134 @@
+// A frame as bytes, with what a chip's parser sees in it. A value; its headers are found once, when
+// it is made.
+#pragma once
+
+#include "platform/runtime/Types.h"
+#include "platform/types/EthAddr.h"
+#include "sim/packet/IpAddress.h"
+
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace Strata::Sim {
+
+using Vormel::EthAddr;
+using Bytes = std::vector<U8>;
+
+constexpr U16 etherTypeIpv4 = 0x0800;
+constexpr U16 etherTypeArp = 0x0806;
+constexpr U16 etherTypeVlan = 0x8100;
+constexpr U16 etherTypeIpv6 = 0x86DD;
+constexpr U16 etherTypeMpls = 0x8847;
+constexpr U8 ipProtocolIgmp = 2;
+constexpr U16 udpPortVxlan = 4789;
+
+struct VlanTag
+{
+   U16 vlanId = 0; // 0: a priority alone
+   U8 priority = 0;
+};
+
+struct ArpHeader
+{
+   U16 operation; // 1 request, 2 reply
+   IpAddress sender;
+   IpAddress target;
+};
+
+struct IpHeader
+{
+   IpAddress source;
+   IpAddress destination;
+   U8 ttl;             // or hop limit
+   U8 protocol;        // the last next header
+   bool options;       // IPv4 options, or IPv6 hop-by-hop options
+   bool checksumRight; // always, for IPv6
+   U32 length;         // bytes, header included
+};
+
+struct L4Ports
+{
+   U16 source;
+   U16 destination;
+};
+
+struct MplsLabel
+{
+   U32 label;
+   U8 ttl;
+};
+
+struct VxlanHeader
+{
+   U32 vni;
+   std::size_t innerOffset;
+};
+
+struct Headers
+{
+   EthAddr dstMac;
+   EthAddr srcMac;
+   std::optional<VlanTag> tag; // the outermost
+   U16 etherType = 0;          // behind all tags
+   std::size_t l3Offset = 0;
+   std::optional<ArpHeader> arp;
+   std::vector<MplsLabel> mpls; // outermost first
+   std::optional<IpHeader> ip;  // not behind labels
+   std::optional<L4Ports> l4;
+   std::optional<VxlanHeader> vxlan;
+   /// Why the parser did not look further; empty when it saw all that it knows.
+   std::string problem;
+
+   bool isArp( U16 operation ) const { return arp && arp->operation == operation; }
+};
+
+class Frame
+{
+ public:
+   /// ValueError when there is no whole Ethernet header.
+   explicit Frame( Bytes bytes );
+
+   const Bytes& bytes() const { return bytes_; }
+   const Headers& headers() const { return headers_; }
+
+   /// "00:..:01 -> 00:..:02 vlan 10, IPv4 10.0.0.1 -> 10.0.0.2 ttl 64, UDP 1000 -> 53"
+   std::string text() const;
+   /// The same without MAC addresses and tag.
+   std::string payloadText() const;
+
+   bool operator==( const Frame& other ) const { return bytes_ == other.bytes_; }
+
+ private:
+   Bytes bytes_;
+   Headers headers_;
+};
+
+// What chips do to frames. All return a new one.
+
+/// With this tag, or without any where there is none; an inner tag stays.
+Frame retagged( const Frame& frame, const std::optional<VlanTag>& tag );
+Frame withMacs( const Frame& frame, const EthAddr& dstMac, const EthAddr& srcMac );
+/// One hop less in the IP header, or in the outermost label; the IPv4 checksum follows.
+Frame oneHopLess( const Frame& frame );
+/// The outermost label replaced by `label`, or taken off; what was behind the last one is IP.
+Frame relabelled( const Frame& frame, std::optional<U32> label );
+
+/// The Ethernet frame inside a VXLAN packet. ValueError when it is no whole one.
+Frame decapsulated( const Frame& frame );
+
+struct VxlanOuter
+{
+   EthAddr dstMac;
+   EthAddr srcMac;
+   IpAddress source;
+   IpAddress destination;
+   U32 vni;
+};
+Frame encapsulated( const Frame& inner, const VxlanOuter& outer );
+
+U16 internetChecksum( std::span<const U8> bytes );
+
+} // namespace Strata::Sim

@@ -1,0 +1,147 @@
+#include "sim/packet/PacketEngine.h"
+
+#include "platform/runtime/Assert.h"
+#include "platform/runtime/Errors.h"
+#include "platform/runtime/Format.h"
+#include "sim/packet/Pass.h"
+
+#include <deque>
+
+namespace Strata::Sim {
+
+using Vormel::format;
+
+PacketEngine::PacketEngine( SimSwitch& hardware ) : hardware_( hardware )
+{
+   const L2McastTableAllocationEnt& groups = *hardware.l2McastTableAllocation();
+   for( const U32 number : { groups.cpuGroup(), groups.cpuAndFloodGroup(), groups.floodGroup() } ) {
+      tables_.l2Groups[ number ].everyPort = true;
+      tables_.l2Groups[ number ].cpu = true;
+   }
+   tables_.l2Groups[ groups.size() - 1 ].everyPort = true;
+   if( const U32 number = hardware.scsd()->vxlanFloodL2Mc(); number != 0 ) {
+      tables_.l2Groups[ number ].everyPort = true;
+      tables_.l2Groups[ number ].everyTunnel = true;
+   }
+}
+
+std::map<U32, U32> PacketEngine::recircPorts() const
+{
+   std::map<U32, U32> ports;
+   for( const auto& [ unit, port ] : hardware_.recircStatus()->recircPort() )
+      ports[ unit ] = static_cast<U32>( port );
+   return ports;
+}
+
+template<class Work>
+auto PacketEngine::withView( Work work )
+{
+   const std::map<U32, U32> recirc = recircPorts();
+   const SimSwitch& hardware = hardware_;
+   return work( PacketView( hardware.chips(), *hardware.scsd(), tables_, recirc, lookups_ ) );
+}
+
+Verdict PacketEngine::explain( const Arrival& arrival, Explanation* explanation )
+{
+   const Chip& chip = hardware_.chip( arrival.port.unit ); // ValueError for an unknown one
+   if( !arrival.higig && !chip.hasPort( static_cast<int>( arrival.port.port ) ) )
+      throw Vormel::ValueError( format( "unit %d has no port %d; it has %s", arrival.port.unit,
+         arrival.port.port, chip.ports().toString() ) );
+   return withView( [ & ]( const PacketView& view ) {
+      Verdict verdict;
+      for( std::deque<Arrival> next{ arrival }; !next.empty(); next.pop_front() ) {
+         if( verdict.passes.size() == maxPasses ) {
+            verdict.loops = true;
+            verdict.passes.back().drop = format( "a loop: more than %d passes", maxPasses );
+            break;
+         }
+         PassExplanation* const about = explanation ? &explanation->passes.emplace_back() : nullptr;
+         Pass::Result result = Pass( view, next.front(), about ).run();
+         verdict.passes.push_back( std::move( result.verdict ) );
+         next.insert( next.end(), result.again.begin(), result.again.end() );
+      }
+      return verdict;
+   } );
+}
+
+Verdict PacketEngine::send( const Arrival& arrival )
+{
+   Verdict verdict = explain( arrival );
+#if VORMEL_CHECKING
+   Explanation explanation;
+   VORMEL_ASSERT( verdict == explain( arrival, &explanation ) && "explained as forwarded" );
+#endif
+   apply( arrival, verdict );
+   record( arrival, verdict );
+   if( listener_ )
+      listener_( arrival, verdict );
+   if( verdict.loops )
+      hardware_.critic().breach(
+         format( "a packet would go through the chip more than %d times", maxPasses ), "packet",
+         arrival.port.unit );
+   return verdict;
+}
+
+void PacketEngine::apply( const Arrival& arrival, const Verdict& verdict )
+{
+   if( !arrival.higig )
+      ++counters_.ports[ arrival.port ].in;
+   for( const PassVerdict& pass : verdict.passes ) {
+      for( const Winner& winner : pass.winners )
+         ++hardware_.chip( pass.arrival.unit ).group( winner.group )->find( winner.id )->hits;
+      if( pass.learning )
+         tables_.stations[ pass.learning->key ] = { pass.learning->place };
+      for( const Departure& departure : pass.departures )
+         ++counters_.ports[ departure.port ].out;
+      if( pass.cpu )
+         ++counters_.cpuQueues[ { pass.cpu->unit, pass.cpu->queue } ];
+      if( !pass.drop.empty() )
+         ++counters_.drops[ pass.drop ];
+   }
+}
+
+std::string PacketEngine::portName( PortRef port )
+{
+   return withView( [ & ]( const PacketView& view ) { return view.portName( port ); } );
+}
+
+std::string PacketEngine::summary( const Verdict& verdict )
+{
+   std::string text;
+   const auto add = [ &text ]( const std::string& part, const char* between ) {
+      text += ( text.empty() ? "" : between ) + part;
+   };
+   for( const Departure* const departure : verdict.departures() )
+      add( portName( departure->port ) +
+              ( departure->tunnel.empty() ? "" : " (tunnel " + departure->tunnel + ")" ),
+         ", " );
+   for( const CpuCopy* const copy : verdict.cpuCopies() ) {
+      std::string reasons;
+      for( const std::string& reason : copy->reasons )
+         reasons += ( reasons.empty() ? "" : ", " ) + reason;
+      add( format( "CPU queue %d: %s", copy->queue, reasons ), "; " );
+   }
+   if( !verdict.drop().empty() )
+      add( "leaves on no port: " + verdict.drop(), "; " );
+   return text;
+}
+
+void PacketEngine::record( const Arrival& arrival, const Verdict& verdict )
+{
+   std::string ports;
+   for( const Departure* const departure : verdict.departures() )
+      ports += ( ports.empty() ? "" : "," ) + portName( departure->port );
+   const std::string from = arrival.higig ? format( "the stack link of unit %d", arrival.port.unit )
+                                          : portName( arrival.port );
+   std::vector<RecordField> fields{ { "in", from }, { "frame", arrival.frame.text() },
+      { "departures", ports }, { "passes", U64{ verdict.passes.size() } } };
+   for( const CpuCopy* const copy : verdict.cpuCopies() )
+      fields.emplace_back( "cpuQueue", copy->queue );
+   if( !verdict.drop().empty() )
+      fields.emplace_back( "drop", verdict.drop() );
+   hardware_.transcript().add( RecordKind::packet,
+      "in " + from + ": " + arrival.frame.payloadText() + " => " + summary( verdict ),
+      std::move( fields ) );
+}
+
+} // namespace Strata::Sim

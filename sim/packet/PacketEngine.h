@@ -1,0 +1,70 @@
+// Packets on a simulated switch: what becomes of one, and why. One evaluator forwards and explains, so
+// what is explained is what happens; a checking build holds the two against each other at each packet.
+//
+// The activity lock is held.
+#pragma once
+
+#include "sim/SimSwitch.h"
+#include "sim/packet/PacketView.h"
+#include "sim/packet/Verdict.h"
+
+#include <array>
+#include <functional>
+#include <map>
+#include <string>
+
+namespace Strata::Sim {
+
+struct PortCounters
+{
+   U64 in = 0;
+   U64 out = 0;
+};
+
+struct PacketCounters
+{
+   std::map<PortRef, PortCounters> ports;
+   std::map<std::pair<U32, U32>, U64> cpuQueues; // by unit and queue
+   std::map<std::string, U64> drops;             // by reason
+};
+
+class PacketEngine
+{
+ public:
+   /// The switch must outlive the engine. The multicast groups that an agent reserves exist already.
+   explicit PacketEngine( SimSwitch& hardware );
+   PacketEngine( const PacketEngine& ) = delete;
+   PacketEngine& operator=( const PacketEngine& ) = delete;
+
+   ForwardingTables& tables() { return tables_; }
+   const PacketCounters& counters() const { return counters_; }
+
+   /// The packet comes in: entries count hits, stations are learned, counters move, and the transcript
+   /// has a record of it. ValueError when there is no such port.
+   Verdict send( const Arrival& arrival );
+   /// The same without any of that.
+   Verdict explain( const Arrival& arrival, Explanation* explanation = nullptr );
+
+   /// Sees what each packet that is sent leaves behind. Empty for none.
+   using Listener = std::function<void( const Arrival&, const Verdict& )>;
+   void listenerIs( Listener listener ) { listener_ = std::move( listener ); }
+
+   std::string portName( PortRef port );
+   /// "Ethernet3, Ethernet4; CPU queue 0 (TTL 1); dropped: ..." in one line.
+   std::string summary( const Verdict& verdict );
+
+ private:
+   std::map<U32, U32> recircPorts() const;
+   template<class Work>
+   auto withView( Work work );
+   void apply( const Arrival& arrival, const Verdict& verdict );
+   void record( const Arrival& arrival, const Verdict& verdict );
+
+   SimSwitch& hardware_;
+   ForwardingTables tables_;
+   PacketCounters counters_;
+   FieldLookups lookups_;
+   Listener listener_;
+};
+
+} // namespace Strata::Sim

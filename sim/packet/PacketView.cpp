@@ -1,0 +1,94 @@
+#include "sim/packet/PacketView.h"
+
+#include "platform/runtime/Format.h"
+
+namespace Strata::Sim {
+
+using Vormel::format;
+
+const FieldLookup& FieldLookups::of( const FieldGroup& group )
+{
+   std::unique_ptr<FieldLookup>& lookup = known_[ &group ];
+   if( !lookup || lookup->version() != group.version() )
+      lookup = std::make_unique<FieldLookup>( group );
+   return *lookup;
+}
+
+U32 PacketView::modId( U32 unit ) const
+{
+   const StrataUnit* const found = scsd_.units().find( unit );
+   return found ? found->modId : 0;
+}
+
+std::optional<U32> PacketView::unitOfModId( U32 modId ) const
+{
+   for( const auto& [ unit, chip ] : chips_ )
+      if( const StrataUnit* const found = scsd_.units().find( unit );
+          found && found->modId == modId )
+         return unit;
+   return std::nullopt;
+}
+
+bool PacketView::isCpuPort( PortRef port ) const
+{
+   return static_cast<int>( port.port ) == chip( port.unit ).profile().specialPorts.cpu;
+}
+
+bool PacketView::isLoopback( PortRef port ) const
+{
+   return static_cast<int>( port.port ) == chip( port.unit ).profile().specialPorts.loopback;
+}
+
+bool PacketView::isInternal( PortRef port ) const
+{
+   const auto named = recircPorts_.find( port.unit );
+   return isLoopback( port ) ||
+          static_cast<int>( port.port ) == chip( port.unit ).profile().specialPorts.recirculation ||
+          ( named != recircPorts_.end() && named->second == port.port );
+}
+
+bool PacketView::isFrontPanel( PortRef port ) const
+{
+   return port.port < PortBitmap::size && chip( port.unit ).frontPanelPorts().contains( port.port );
+}
+
+const ChipVlan* PacketView::vlan( U32 unit, U16 vlanId ) const
+{
+   const auto& vlans = chip( unit ).vlans();
+   const auto at = vlans.find( vlanId );
+   return at == vlans.end() ? nullptr : &at->second;
+}
+
+std::string PacketView::portName( PortRef port ) const
+{
+   for( const auto& [ intf, at ] : scsd_.strataIntfToPort() )
+      if( at.unit() == port.unit && at.logicalPort() == port.port )
+         return intf.toString();
+   std::string what;
+   if( isCpuPort( port ) )
+      what = " (CPU)";
+   else if( isLoopback( port ) )
+      what = " (loopback)";
+   else if( isInternal( port ) )
+      what = " (recirculation)";
+   return format( "port %d of unit %d", port.port, port.unit ) + what;
+}
+
+std::string nextHopText( const PacketView& view, const NextHop& nextHop )
+{
+   switch( nextHop.kind ) {
+   case NextHop::Kind::cpu:
+      return "the CPU";
+   case NextHop::Kind::flood:
+      return format( "flood in VLAN %d for %s", U32{ nextHop.vlanId }, nextHop.mac.toString() );
+   case NextHop::Kind::tunnel:
+      return format( "%s in VLAN %d behind tunnel %s", nextHop.mac.toString(),
+         U32{ nextHop.vlanId }, nextHop.tunnel );
+   case NextHop::Kind::port:
+      break;
+   }
+   return format( "%s in VLAN %d on %s", nextHop.mac.toString(), U32{ nextHop.vlanId },
+      view.portName( nextHop.port ) );
+}
+
+} // namespace Strata::Sim

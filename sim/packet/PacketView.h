@@ -1,0 +1,69 @@
+// All that a pass of a packet may look at; none of it changes meanwhile.
+#pragma once
+
+#include "platform/state/StrataCommonSmData.h"
+#include "sim/Chip.h"
+#include "sim/packet/FieldLookup.h"
+#include "sim/packet/ForwardingTables.h"
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace Strata::Sim {
+
+/// The lookups of all groups, made when they are needed and made anew when a group has changed.
+class FieldLookups
+{
+ public:
+   const FieldLookup& of( const FieldGroup& group );
+
+ private:
+   std::map<const FieldGroup*, std::unique_ptr<FieldLookup>> known_;
+};
+
+class PacketView
+{
+ public:
+   PacketView( const Chips& chips, const StrataCommonSmData& scsd, const ForwardingTables& tables,
+      const std::map<U32, U32>& recircPorts, FieldLookups& lookups )
+      : chips_( chips ),
+        scsd_( scsd ),
+        tables_( tables ),
+        recircPorts_( recircPorts ),
+        lookups_( lookups )
+   {}
+
+   const Chips& chips() const { return chips_; }
+   const Chip& chip( U32 unit ) const { return chips_.at( unit ); }
+   const ForwardingTables& tables() const { return tables_; }
+   const StrataCommonSmData& scsd() const { return scsd_; }
+   const FieldLookup& lookup( const FieldGroup& group ) const { return lookups_.of( group ); }
+
+   U32 modId( U32 unit ) const;
+   std::optional<U32> unitOfModId( U32 modId ) const;
+
+   bool isCpuPort( PortRef port ) const;
+   bool isLoopback( PortRef port ) const;
+   /// What leaves by the port comes in on it again: the loopback and recirculation ports.
+   bool isInternal( PortRef port ) const;
+   bool isFrontPanel( PortRef port ) const;
+   const ChipVlan* vlan( U32 unit, U16 vlanId ) const;
+
+   /// "Ethernet3"; "port 258 of unit 0 (loopback)" for one that has no interface.
+   std::string portName( PortRef port ) const;
+
+ private:
+   const Chips& chips_;
+   const StrataCommonSmData& scsd_;
+   const ForwardingTables& tables_;
+   const std::map<U32, U32>& recircPorts_; // by unit, where the agent names one
+   FieldLookups& lookups_;
+};
+
+/// "Ethernet3 in VLAN 20, 00:..:09"
+std::string nextHopText( const PacketView& view, const NextHop& nextHop );
+
+} // namespace Strata::Sim

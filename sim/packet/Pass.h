@@ -1,0 +1,166 @@
+// One pass of a packet through one chip: from the port it comes in on, through the lookups and the
+// Field Processor, to the ports it leaves on. Looks at state and changes none; what must change
+// afterwards is in the verdict.
+#pragma once
+
+#include "sim/packet/FieldKey.h"
+#include "sim/packet/PacketView.h"
+#include "sim/packet/Verdict.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Strata::Sim {
+
+class Pass
+{
+ public:
+   /// `explanation` may be null: nobody wants to know.
+   Pass( const PacketView& view, const Arrival& arrival, PassExplanation* explanation );
+   Pass( const Pass& ) = delete;
+   Pass& operator=( const Pass& ) = delete;
+
+   struct Result
+   {
+      PassVerdict verdict;
+      std::vector<Arrival> again; // through internal ports
+   };
+   /// Once.
+   Result run();
+
+ private:
+   /// Where lookups and entries send the packet, before the filters at the way out.
+   struct Destination
+   {
+      std::vector<PortRef> ports;
+      std::vector<std::string> tunnels;
+      bool cpu = false;           // as a member of the VLAN or group
+      std::optional<U64> dstPort; // as the qualifier has it
+      std::optional<U32> group;   // a known L2 multicast group
+      std::set<U16> routedInto;   // IP multicast
+      std::string text;
+   };
+   struct CpuAsk
+   {
+      std::string reason;
+      bool byLookup;
+   };
+   enum class Stage : U8
+   {
+      lookup, // before forwarding is decided
+      urpf,   // before the reverse-path check
+      final,
+   };
+
+   // PassLink.cpp
+   bool link();
+   void terminateTunnel();
+   void lookUpStation();
+   bool isRouterMac() const { return station_.has_value(); }
+   bool terminates( MemoryField termination ) const;
+   void bridge();
+   void knownStation( const Station& station );
+   Destination floodIn( U16 vlanId, bool withCpu ) const;
+   Destination groupMembers( U32 group ) const;
+   Destination onePort( PortRef port ) const;
+   void learn();
+
+   // PassRoute.cpp
+   bool routes();
+   std::string whyNotRouted() const;
+   void route();
+   bool badHeader();
+   bool slowPath();
+   void findNextHop();
+   void checkReversePath( const RouteTable::Found* source );
+   void checkHop();
+   void toNextHop( const NextHop& nextHop );
+   Destination behindNextHop( const NextHop& nextHop );
+   void routeMulticast();
+   void switchLabel();
+   bool exception( SwitchControl control, const std::string& reason );
+   bool trapsMpls( SwitchControl control, RegisterField field ) const;
+   void lookUpSource();
+
+   // PassField.cpp
+   FieldKey key() const;
+   std::optional<U64> present( Qualifier role ) const;
+   std::optional<U64> ipType() const;
+   void ranges( Stage stage );
+   void noteRange( const FieldGroup& group, const FieldKey& key, U32 winner );
+   void act( const FieldGroup& group, U32 id );
+   void act( const FieldActionData& action, const std::string& entry );
+   void redirect( Destination destination );
+
+   // PassEgress.cpp
+   void egress();
+   void leave( PortRef port, std::vector<std::string>& refusals );
+   void enterTunnel( const std::string& name, std::vector<std::string>& refusals );
+   void replicate();
+   std::string refusal( PortRef port, U16 vlanId ) const;
+   void depart( PortRef port, U16 vlanId, const Frame& frame, const std::string& tunnel = {} );
+   Frame rewritten() const;
+   EthAddr routerMac( U16 vlanId ) const;
+   void copyToCpu();
+
+   int control( SwitchControl which ) const
+   {
+      return chip_.control( static_cast<int>( arrival_.port.port ), which );
+   }
+   const ChipAttributes& attributes() const { return chip_.profile().attributes; }
+   const ForwardingTables& tables() const { return view_.tables(); }
+   const Headers& headers() const { return frame_.headers(); }
+   bool fromCpu() const { return !arrival_.higig && view_.isCpuPort( arrival_.port ); }
+   U16 egressVlan() const { return nextHop_ ? nextHop_->vlanId : domain_; }
+
+   void drop( const std::string& reason );
+   void askCpu( const std::string& reason, bool byLookup = true )
+   {
+      cpuAsks_.push_back( { reason, byLookup } );
+   }
+   /// `text` is a callable, so that nothing is put together for nobody.
+   template<class Text>
+   void note( const char* stage, Text text )
+   {
+      if( explanation_ )
+         ( rangesDone_ ? explanation_->after : explanation_->stages )
+            .push_back( { stage, text() } );
+   }
+
+   const PacketView& view_;
+   const Arrival& arrival_;
+   const Chip& chip_;
+   PassExplanation* const explanation_;
+   Result result_;
+   bool rangesDone_ = false;
+
+   U16 vlanId_ = 0; // that the packet arrives in
+   U8 priority_ = 0;
+   StpState stp_ = StpState::forwarding;
+
+   Frame frame_;                // what is forwarded: the inner one after a tunnel's end
+   U16 domain_ = 0;             // the VLAN that it is forwarded in
+   std::string terminated_;     // the tunnel that ended here
+   std::optional<U32> station_; // index in the my-station memory
+   MemoryEntry stationEntry_{};
+
+   bool settled_ = false; // neither routed nor bridged
+   bool routable_ = false;
+   std::optional<NextHop> nextHop_; // it is routed, or switched by its label
+   std::optional<LabelRule> labelRule_;
+   bool steered_ = false; // by policy routing
+   bool expires_ = false; // at the way out
+   bool urpfExempt_ = false;
+   U32 sourceClass_ = 0;
+   std::optional<PacketResult> packetResult_;
+
+   Destination destination_;
+   std::string drop_;
+   std::vector<CpuAsk> cpuAsks_;
+   U32 queue_ = 0;
+   bool doNotLearn_ = false;
+   bool redirected_ = false;
+};
+
+} // namespace Strata::Sim

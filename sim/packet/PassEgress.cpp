@@ -1,0 +1,159 @@
+// The way out: filters, rewriting, tunnels, and the copy for the CPU.
+#include "platform/runtime/Format.h"
+#include "sim/MyStationTable.h"
+#include "sim/RegisterLayout.h"
+#include "sim/packet/Pass.h"
+
+#include <algorithm>
+
+namespace Strata::Sim {
+
+using Vormel::format;
+
+void Pass::egress()
+{
+   if( expires_ && drop_.empty() )
+      drop( format( "TTL %d at the way out", U32{ headers().ip->ttl } ) );
+   std::vector<std::string> refusals;
+   if( drop_.empty() ) {
+      std::ranges::sort( destination_.ports );
+      const auto twice = std::ranges::unique( destination_.ports );
+      destination_.ports.erase( twice.begin(), twice.end() );
+      for( const PortRef port : destination_.ports )
+         leave( port, refusals );
+      for( const std::string& name : destination_.tunnels )
+         enterTunnel( name, refusals );
+      replicate();
+   }
+   copyToCpu();
+   for( const std::string& text : refusals )
+      note( "egress", [ & ] { return text; } );
+   if( !drop_.empty() || !result_.verdict.departures.empty() || !result_.again.empty() ||
+       ( destination_.cpu && result_.verdict.cpu ) )
+      return;
+   if( destination_.dstPort && refusals.empty() && !destination_.cpu )
+      drop( "nothing takes it up at " + destination_.text );
+   else
+      drop( destination_.text + ": no port is left" +
+            ( refusals.size() == 1 ? ", as " + refusals.front() : "" ) );
+}
+
+/// Why the packet must not leave there; empty when it may. Internal ports are outside all of this.
+std::string Pass::refusal( PortRef port, U16 vlanId ) const
+{
+   const std::string name = view_.portName( port );
+   if( !view_.chips().contains( port.unit ) || !view_.isFrontPanel( port ) )
+      return name + " does not exist";
+   const ChipVlan* const vlan = view_.vlan( port.unit, vlanId );
+   if( !vlan || !vlan->members.contains( port.port ) )
+      return format( "%s is no member of VLAN %d", name, U32{ vlanId } );
+   if( !view_.chip( port.unit ).activePorts().contains( port.port ) )
+      return name + " is down";
+   if( tables().stpState( port, vlanId ) != StpState::forwarding )
+      return name + " is not forwarding (spanning tree)";
+   return {};
+}
+
+void Pass::depart( PortRef port, U16 vlanId, const Frame& frame, const std::string& tunnel )
+{
+   const ChipVlan* const vlan = view_.vlan( port.unit, vlanId );
+   const bool untagged = vlan && vlan->untagged.contains( port.port );
+   const auto tag = untagged ? std::nullopt : std::optional<VlanTag>( { vlanId, priority_ } );
+   result_.verdict.departures.push_back( { port, retagged( frame, tag ), tunnel } );
+}
+
+void Pass::leave( PortRef port, std::vector<std::string>& refusals )
+{
+   const U16 vlanId = egressVlan();
+   if( port.unit == arrival_.port.unit && view_.isInternal( port ) ) {
+      note( "egress", [ & ] { return "once more through " + view_.portName( port ); } );
+      result_.again.push_back( { port, retagged( rewritten(), VlanTag{ vlanId, priority_ } ) } );
+      return;
+   }
+   const bool bridgedBack =
+      !nextHop_ && terminated_.empty() && !arrival_.higig && port == arrival_.port;
+   std::string reason =
+      bridgedBack ? "it came in on " + view_.portName( port ) : refusal( port, vlanId );
+   if( reason.empty() )
+      depart( port, vlanId, rewritten() );
+   else
+      refusals.push_back( std::move( reason ) );
+}
+
+void Pass::enterTunnel( const std::string& name, std::vector<std::string>& refusals )
+{
+   const auto at = tables().tunnels.find( name );
+   const VlanProperties& vlan = tables().vlan( egressVlan() );
+   if( at == tables().tunnels.end() || !vlan.vni || !vlan.tunnels.contains( name ) )
+      return refusals.push_back(
+         format( "tunnel %s does not extend VLAN %d", name, U32{ egressVlan() } ) );
+   if( nextHop_ && !attributes().vxlanRoutingInOnePass )
+      return refusals.push_back(
+         "tunnel " + name + ": the chip does not encapsulate in the pass that routes" );
+   if( !nextHop_ && !terminated_.empty() )
+      return refusals.push_back( "tunnel " + name + ": it came out of a tunnel" );
+   const NextHop& underlay = at->second.underlay;
+   if( std::string reason = refusal( underlay.port, underlay.vlanId ); !reason.empty() )
+      return refusals.push_back( "tunnel " + name + ": " + reason );
+   const Frame outer = encapsulated(
+      retagged( rewritten(), std::nullopt ), { underlay.mac, routerMac( underlay.vlanId ),
+                                                at->second.local, at->second.remote, *vlan.vni } );
+   depart( underlay.port, underlay.vlanId, outer, name );
+}
+
+/// IP multicast into its other VLANs.
+void Pass::replicate()
+{
+   for( const U16 vlanId : destination_.routedInto ) {
+      if( vlanId == domain_ )
+         continue;
+      const Frame copy = oneHopLess( withMacs( frame_, headers().dstMac, routerMac( vlanId ) ) );
+      for( const PortRef port : floodIn( vlanId, false ).ports )
+         if( refusal( port, vlanId ).empty() )
+            depart( port, vlanId, copy );
+   }
+}
+
+/// As it leaves: with the next hop's addresses and one hop less when it was routed.
+Frame Pass::rewritten() const
+{
+   if( !nextHop_ )
+      return frame_;
+   Frame frame = oneHopLess( withMacs( frame_, nextHop_->mac, routerMac( nextHop_->vlanId ) ) );
+   return labelRule_ ? relabelled( frame, labelRule_->swap ) : frame;
+}
+
+EthAddr Pass::routerMac( U16 vlanId ) const
+{
+   if( const EthAddr& mac = tables().vlan( vlanId ).routerMac; !mac.isZero() )
+      return mac;
+   if( isRouterMac() )
+      return headers().dstMac;
+   const auto& entries = chip_.myStation().entries();
+   return entries.empty() ? EthAddr()
+                          : memoryMacField( entries.begin()->second, MemoryField::MacAddr );
+}
+
+void Pass::copyToCpu()
+{
+   const U32 cpuPort = static_cast<U32>( chip_.profile().specialPorts.cpu );
+   const ChipVlan* const vlan = view_.vlan( arrival_.port.unit, egressVlan() );
+   destination_.cpu =
+      destination_.cpu && drop_.empty() && !fromCpu() && vlan && vlan->members.contains( cpuPort );
+   CpuCopy copy{ arrival_.port.unit, queue_, {}, arrival_.frame };
+   for( const CpuAsk& ask : cpuAsks_ )
+      copy.reasons.push_back( ask.reason );
+   if( destination_.cpu )
+      copy.reasons.push_back( destination_.text );
+   if( copy.reasons.empty() )
+      return;
+   const U64 misc = chip_.registerValue( Register::IngMiscConfig );
+   if( fromCpu() && registerField( misc, RegisterField::DoNotCopyFromCpuToCpu ) != 0 ) {
+      note(
+         "CPU", [] { return std::string( "it sent the packet (DO_NOT_COPY_FROM_CPU_TO_CPUf)" ); } );
+      return;
+   }
+   result_.verdict.cpu = std::move( copy );
+}
+
+} // namespace Strata::Sim

@@ -1,0 +1,251 @@
+// The link layer: VLAN, spanning tree, the end of tunnels, router MACs, bridging, learning.
+#include "platform/runtime/Format.h"
+#include "sim/MyStationTable.h"
+#include "sim/RegisterLayout.h"
+#include "sim/packet/Pass.h"
+
+namespace Strata::Sim {
+
+using Vormel::format;
+
+/// Whether a frame may come in at all. One that may not meets no lookup.
+bool Pass::link()
+{
+   const Headers& received = arrival_.frame.headers();
+   if( !received.problem.empty() )
+      note( "parser", [ & ] { return received.problem + "; it is looked at up to there"; } );
+   const bool tagged = received.tag && received.tag->vlanId != 0;
+   vlanId_ = domain_ = tagged ? received.tag->vlanId : tables().untaggedVlan( arrival_.port );
+   priority_ = received.tag ? received.tag->priority : U8{ 0 };
+   note( "VLAN", [ & ] {
+      return std::to_string( vlanId_ ) + ( tagged ? ", from the tag" : ", the port's own" ) +
+             ( priority_ != 0 ? "; priority " + std::to_string( priority_ ) : "" );
+   } );
+
+   const ChipVlan* const vlan = view_.vlan( arrival_.port.unit, vlanId_ );
+   if( !vlan ) {
+      drop( format( "there is no VLAN %d", U32{ vlanId_ } ) );
+      return false;
+   }
+   if( arrival_.higig || !view_.isFrontPanel( arrival_.port ) )
+      return true;
+   if( !chip_.activePorts().contains( arrival_.port.port ) )
+      drop( view_.portName( arrival_.port ) + " is down" );
+   else if( !vlan->members.contains( arrival_.port.port ) && !view_.isInternal( arrival_.port ) )
+      drop(
+         format( "%s is no member of VLAN %d", view_.portName( arrival_.port ), U32{ vlanId_ } ) );
+   if( !drop_.empty() )
+      return false;
+   stp_ = tables().stpState( arrival_.port, vlanId_ );
+   if( stp_ != StpState::forwarding ) {
+      drop( "spanning tree: the port is " + Vormel::enumText( stp_ ) );
+      note( "STP", [ & ] { return Vormel::enumText( stp_ ) + ": not forwarded"; } );
+   }
+   return true;
+}
+
+static std::optional<U32> findStation(
+   const Chip& chip, const EthAddr& mac, U16 vlanId, U32 port, bool inTunnel, MemoryEntry& found )
+{
+   const ChipProfile& profile = chip.profile();
+   // Two tables in one memory; this field keeps packets outside tunnels to the first.
+   const bool firstTableOnly = !inTunnel && profile.attributes.myStation1ForNonTunnels &&
+                               profile.supports( Register::IngConfig64 ) &&
+                               registerField( chip.registerValue( Register::IngConfig64 ),
+                                  RegisterField::UseMyStation1ForNonTunnels ) != 0;
+   const U32 end = chip.myStation().size() / ( firstTableOnly ? 2 : 1 );
+   for( const auto& [ index, entry ] : chip.myStation().entries() ) {
+      if( index >= end )
+         break;
+      const auto field = [ &entry ]( MemoryField role ) { return memoryField( entry, role ); };
+      const U64 mask = memoryMacField( entry, MemoryField::MacAddrMask ).toNumber();
+      const U64 wanted = memoryMacField( entry, MemoryField::MacAddr ).toNumber();
+      const U32 portMask = field( MemoryField::IngressPortNumMask );
+      if( field( MemoryField::Valid ) != 0 && ( ( mac.toNumber() ^ wanted ) & mask ) == 0 &&
+          ( ( vlanId ^ field( MemoryField::VlanId ) ) & field( MemoryField::VlanIdMask ) ) == 0 &&
+          ( portMask == 0 || ( port <= 0x7F && ( ( port ^ field( MemoryField::IngressPortNum ) ) &
+                                                  portMask ) == 0 ) ) ) {
+         found = entry;
+         return index;
+      }
+   }
+   return std::nullopt;
+}
+
+static bool terminatesAnything( const MemoryEntry& entry )
+{
+   for( const MemoryField field : { MemoryField::Ipv4Termination, MemoryField::Ipv6Termination,
+           MemoryField::MplsTermination, MemoryField::ArpRarpTermination } )
+      if( memoryField( entry, field ) != 0 )
+         return true;
+   return false;
+}
+
+void Pass::lookUpStation()
+{
+   const U32 port = arrival_.higig ? FieldKey::stackPort : arrival_.port.port;
+   const auto index =
+      findStation( chip_, headers().dstMac, domain_, port, !terminated_.empty(), stationEntry_ );
+   note( "my-station", [ & ] {
+      return index ? format( "index %d: %s", *index, myStationText( stationEntry_ ) )
+                   : headers().dstMac.toString() + " is no router MAC here";
+   } );
+   // An entry that terminates nothing shields: for these packets the MAC is an ordinary one.
+   if( index && terminatesAnything( stationEntry_ ) )
+      station_ = index;
+}
+
+bool Pass::terminates( MemoryField termination ) const
+{
+   return station_ && memoryField( stationEntry_, termination ) != 0;
+}
+
+void Pass::terminateTunnel()
+{
+   const Headers& outer = arrival_.frame.headers();
+   if( !outer.vxlan || !attributes().vxlanSupported )
+      return;
+   const U32 port = arrival_.higig ? FieldKey::stackPort : arrival_.port.port;
+   MemoryEntry entry;
+   const auto* const tunnel = tables().tunnelBetween( outer.ip->destination, outer.ip->source );
+   const auto vlanId = tables().vlanOfVni( outer.vxlan->vni );
+   const MemoryField family =
+      outer.ip->destination.isV6() ? MemoryField::Ipv6Termination : MemoryField::Ipv4Termination;
+   const bool forUs = findStation( chip_, outer.dstMac, vlanId_, port, false, entry ) &&
+                      memoryField( entry, family );
+   if( !tunnel || !vlanId || !forUs ) {
+      note( "tunnel", [ & ] {
+         return std::string( "VXLAN, but " ) + ( !tunnel
+                                                     ? "no tunnel between these addresses ends here"
+                                                  : !vlanId ? "no VLAN has its number"
+                                                            : "not addressed to a router MAC" );
+      } );
+      return;
+   }
+   terminated_ = tunnel->first;
+   domain_ = *vlanId;
+   frame_ = decapsulated( arrival_.frame );
+   note( "tunnel", [ & ] {
+      return format( "%s ends here: VXLAN %d is VLAN %d; inside, %s", terminated_, outer.vxlan->vni,
+         U32{ domain_ }, frame_.text() );
+   } );
+}
+
+Pass::Destination Pass::onePort( PortRef port ) const
+{
+   Destination destination;
+   destination.dstPort = FieldKey::dstPort( view_.modId( port.unit ), port.port );
+   if( view_.isCpuPort( port ) )
+      destination.cpu = true;
+   else
+      destination.ports = { port };
+   destination.text = view_.portName( port );
+   return destination;
+}
+
+Pass::Destination Pass::floodIn( U16 vlanId, bool withCpu ) const
+{
+   Destination destination;
+   for( const auto& [ unit, chip ] : view_.chips() )
+      if( const ChipVlan* const vlan = view_.vlan( unit, vlanId ) )
+         for( const U32 port : vlan->members& chip.frontPanelPorts() )
+            destination.ports.push_back( { unit, port } );
+   const VlanProperties& properties = tables().vlan( vlanId );
+   destination.tunnels.assign( properties.tunnels.begin(), properties.tunnels.end() );
+   destination.cpu = withCpu;
+   destination.text = format( "flood in VLAN %d", U32{ vlanId } );
+   return destination;
+}
+
+Pass::Destination Pass::groupMembers( U32 number ) const
+{
+   Destination destination;
+   destination.text = "multicast group " + std::to_string( number );
+   const auto at = tables().l2Groups.find( number );
+   if( at == tables().l2Groups.end() )
+      return destination;
+   const McastGroup& group = at->second;
+   destination.ports.assign( group.ports.begin(), group.ports.end() );
+   destination.tunnels.assign( group.tunnels.begin(), group.tunnels.end() );
+   destination.cpu = group.cpu;
+   if( group.everyPort )
+      for( const auto& [ unit, chip ] : view_.chips() )
+         for( const U32 port : chip.frontPanelPorts() )
+            destination.ports.push_back( { unit, port } );
+   if( group.everyTunnel )
+      for( const auto& [ name, tunnel ] : tables().tunnels )
+         destination.tunnels.push_back( name );
+   return destination;
+}
+
+void Pass::knownStation( const Station& station )
+{
+   if( const auto* const group = std::get_if<Station::Group>( &station.place ) ) {
+      destination_ = groupMembers( group->number );
+      destination_.group = group->number;
+      packetResult_ = PacketResult::L2MCKNOWN;
+      return;
+   }
+   if( const auto* const port = std::get_if<PortRef>( &station.place ) )
+      destination_ = onePort( *port );
+   else
+      destination_.tunnels = { std::get<Station::Tunnel>( station.place ).name };
+   if( destination_.text.empty() )
+      destination_.text = "tunnel " + destination_.tunnels.front();
+   if( !isRouterMac() )
+      packetResult_ = PacketResult::L2UC;
+}
+
+void Pass::bridge()
+{
+   const EthAddr& mac = headers().dstMac;
+   const auto known = tables().stations.find( { domain_, mac } );
+   if( known != tables().stations.end() ) {
+      knownStation( known->second );
+   } else {
+      // Of what is flooded the CPU takes broadcasts alone; a known group says itself who is in it.
+      destination_ = floodIn( domain_, mac.isBroadcast() );
+      if( !mac.isMulticast() && !isRouterMac() )
+         packetResult_ = PacketResult::L2UNKNOWN;
+   }
+   note( "MAC", [ & ] {
+      return format( "%s in VLAN %d is %s: %s", mac.toString(), U32{ domain_ },
+         known != tables().stations.end() ? "known"
+         : mac.isBroadcast()              ? "for everyone"
+                                          : "unknown",
+         destination_.text );
+   } );
+   const auto& ip = headers().ip;
+   if( ip && ip->protocol == ipProtocolIgmp &&
+       IpPrefix{ IpAddress::v4( 0xE0000000 ), 24 }.contains( ip->destination ) &&
+       control( SwitchControl::IgmpReservedMcastEnable ) != 0 )
+      askCpu( "IGMP to a reserved group (IgmpReservedMcastEnable)" );
+   if( ip && control( SwitchControl::L2TrafficSrcIpLookup ) != 0 )
+      lookUpSource();
+   if( ip && ip->destination.isMulticast() )
+      routeMulticast();
+}
+
+void Pass::learn()
+{
+   const EthAddr& mac = headers().srcMac;
+   const bool unusable =
+      mac.isMulticast() || mac.isZero() || arrival_.higig || fromCpu() ||
+      ( view_.isInternal( arrival_.port ) && !view_.isLoopback( arrival_.port ) );
+   if( unusable || doNotLearn_ || stp_ == StpState::blocking )
+      return;
+   const StationKey key{ domain_, mac };
+   Station::Place place = arrival_.port;
+   if( !terminated_.empty() )
+      place = Station::Tunnel{ terminated_ };
+   const auto known = tables().stations.find( key );
+   if( known != tables().stations.end() && ( known->second.fixed || known->second.place == place ) )
+      return;
+   result_.verdict.learning = Learning{ key, place };
+   note( "learning", [ & ] {
+      return format( "%s in VLAN %d is %s", mac.toString(), U32{ domain_ },
+         terminated_.empty() ? "on " + view_.portName( arrival_.port ) : "behind " + terminated_ );
+   } );
+}
+
+} // namespace Strata::Sim

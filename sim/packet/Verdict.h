@@ -1,0 +1,129 @@
+// What becomes of a packet, and why.
+#pragma once
+
+#include "sim/FieldGroup.h"
+#include "sim/packet/ForwardingTables.h"
+#include "sim/packet/Frame.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Strata::Sim {
+
+/// A packet that comes in.
+struct Arrival
+{
+   PortRef port;
+   Frame frame;
+   bool higig = false; // by the stack link of the unit; the port says nothing then
+};
+
+struct Departure
+{
+   PortRef port;
+   Frame frame;
+   std::string tunnel; // that it is encapsulated for; else empty
+
+   bool operator==( const Departure& ) const = default;
+};
+
+struct CpuCopy
+{
+   U32 unit;
+   U32 queue;
+   std::vector<std::string> reasons; // who asked for it
+   Frame frame;
+
+   bool operator==( const CpuCopy& ) const = default;
+};
+
+/// An entry that won its range.
+struct Winner
+{
+   std::string group;
+   U32 id;
+
+   bool operator==( const Winner& ) const = default;
+};
+
+/// A station to be learned.
+struct Learning
+{
+   StationKey key;
+   Station::Place place;
+
+   bool operator==( const Learning& ) const = default;
+};
+
+/// One pass through one chip.
+struct PassVerdict
+{
+   PortRef arrival;
+   std::vector<Departure> departures; // the internal ports by which it comes in again are not here
+   std::optional<CpuCopy> cpu;
+   std::string drop; // why it leaves on no port; empty when it does, or goes on to another pass
+   std::vector<Winner> winners;
+   std::optional<Learning> learning;
+
+   bool operator==( const PassVerdict& ) const = default;
+};
+
+struct Verdict
+{
+   std::vector<PassVerdict> passes;
+   bool loops = false; // it would have gone on
+
+   std::vector<const Departure*> departures() const;
+   std::vector<const CpuCopy*> cpuCopies() const;
+   /// Why it left on no port in its last pass.
+   const std::string& drop() const { return passes.back().drop; }
+
+   bool operator==( const Verdict& ) const = default;
+};
+
+/// A chip makes this many passes with a packet at most.
+constexpr U32 maxPasses = 4;
+
+// How it came to that.
+
+/// A step of a pass: what was looked up, and found.
+struct StageNote
+{
+   std::string stage; // "my-station"
+   std::string text;
+};
+
+/// An entry of a range that was looked at.
+struct EntryNote
+{
+   U32 id;
+   std::string name;
+   bool won = false;
+   std::string rule; // qualifiers and actions
+   U32 failed = 0;   // of its qualifiers
+   // The first that failed, when it did not match.
+   std::string wanted; // "Ttl 1/0xff"
+   std::string had;    // "64"
+   FieldEntryCause cause;
+};
+
+struct RangeNote
+{
+   std::string group;
+   std::vector<EntryNote> entries; // by id
+};
+
+struct PassExplanation
+{
+   std::vector<StageNote> stages; // in order, up to the ranges
+   std::vector<RangeNote> ranges;
+   std::vector<StageNote> after; // what came of it
+};
+
+struct Explanation
+{
+   std::vector<PassExplanation> passes;
+};
+
+} // namespace Strata::Sim
