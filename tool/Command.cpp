@@ -9,8 +9,9 @@ namespace {
 std::vector<Command> allCommands()
 {
    std::vector<Command> all;
-   for( const auto theme : { switchCommands, stateCommands, runCommands, faultCommands,
-           showCommands, expectCommands, expectEventCommands, myStationCommands, chipCommands } )
+   for( const auto theme : { switchCommands, tableCommands, packetCommands, stateCommands,
+           runCommands, faultCommands, showCommands, showTableCommands, expectCommands,
+           expectEventCommands, myStationCommands, chipCommands } )
       std::ranges::copy( theme(), std::back_inserter( all ) );
    return all;
 }

@@ -40,5 +40,8 @@ std::vector<Command> expectCommands();
 std::vector<Command> expectEventCommands();
 std::vector<Command> myStationCommands();
 std::vector<Command> chipCommands();
+std::vector<Command> tableCommands();
+std::vector<Command> showTableCommands();
+std::vector<Command> packetCommands();
 
 } // namespace Strata::Tool

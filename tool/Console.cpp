@@ -33,14 +33,6 @@ std::string_view colourOf( Tone tone )
    return {};
 }
 
-/// The command without its comment.
-std::string commandText( const Line& line )
-{
-   const std::size_t start = line.words.front().column - 1;
-   const Word& last = line.words.back();
-   return line.text.substr( start, last.column - 1 + last.width - start );
-}
-
 Tone toneOf( const Sim::Record& record )
 {
    switch( record.kind ) {

@@ -27,6 +27,8 @@ void Session::run( const Line& line )
       console_.command( line );
    console_.rowsAsJsonIs( json );
    running_ = &line;
+   if( agent_ )
+      agent_->hardware().causeIs( commandText( line ) );
    const std::unique_ptr<const Line*, void ( * )( const Line** )> atEnd(
       &running_, []( const Line** running ) { *running = nullptr; } );
    runCommand( command, words );
@@ -55,11 +57,19 @@ Agent& Session::agent( const Words& words )
    return *agent_;
 }
 
+PacketDesk& Session::packets( const Words& words )
+{
+   agent( words ); // InputError without one
+   return *packets_;
+}
+
 void Session::agentIs( AgentConfig config )
 {
    config.listener = [ this ]( const Sim::Record& record ) { console_.record( record ); };
+   packets_.reset();
    agent_.reset(); // one shim per process
    agent_ = std::make_unique<Agent>( config );
+   packets_ = std::make_unique<PacketDesk>( agent_->hardware() );
    mark();
 }
 

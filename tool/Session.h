@@ -6,6 +6,7 @@
 #include "tool/Agent.h"
 #include "tool/Console.h"
 #include "tool/Words.h"
+#include "tool/packet/PacketDesk.h"
 
 #include <memory>
 #include <optional>
@@ -47,6 +48,8 @@ class Session
    /// InputError when there is no switch yet.
    Agent& agent( const Words& words );
    void agentIs( AgentConfig config );
+   /// The switch's packets. InputError when there is no switch yet.
+   PacketDesk& packets( const Words& words );
 
    /// Takes the name of an object.
    Ref<Entity> takeObject( Words& words );
@@ -78,6 +81,7 @@ class Session
 
    Console& console_;
    std::unique_ptr<Agent> agent_;
+   std::unique_ptr<PacketDesk> packets_; // of the agent's switch
    const Line* running_ = nullptr;
    U64 windowStart_ = 0; // number of the last record before it
    U32 expectations_ = 0;

@@ -70,6 +70,13 @@ Line splitLine( std::string file, U32 number, std::string text )
    return line;
 }
 
+std::string commandText( const Line& line )
+{
+   const std::size_t start = line.words.front().column - 1;
+   const Word& last = line.words.back();
+   return line.text.substr( start, last.column - 1 + last.width - start );
+}
+
 std::string didYouMean( std::string_view wrong, std::span<const std::string_view> names )
 {
    const std::string_view nearest = Vormel::nearestName( wrong, names );

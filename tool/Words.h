@@ -52,6 +52,9 @@ class InputError : public std::runtime_error
 /// InputError when a quote is not closed.
 Line splitLine( std::string file, U32 number, std::string text );
 
+/// The command without its comment. The line has words.
+std::string commandText( const Line& line );
+
 /// "; did you mean 'x'?", or nothing when no name is near.
 std::string didYouMean( std::string_view wrong, std::span<const std::string_view> names );
 

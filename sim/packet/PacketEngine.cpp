@@ -105,6 +105,11 @@ std::string PacketEngine::portName( PortRef port )
    return withView( [ & ]( const PacketView& view ) { return view.portName( port ); } );
 }
 
+std::string PacketEngine::nextHopName( const NextHop& nextHop )
+{
+   return withView( [ & ]( const PacketView& view ) { return nextHopText( view, nextHop ); } );
+}
+
 std::string PacketEngine::summary( const Verdict& verdict )
 {
    std::string text;

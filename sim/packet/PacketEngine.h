@@ -50,6 +50,7 @@ class PacketEngine
    void listenerIs( Listener listener ) { listener_ = std::move( listener ); }
 
    std::string portName( PortRef port );
+   std::string nextHopName( const NextHop& nextHop );
    /// "Ethernet3, Ethernet4; CPU queue 0 (TTL 1); dropped: ..." in one line.
    std::string summary( const Verdict& verdict );
 

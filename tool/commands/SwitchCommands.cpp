@@ -217,25 +217,6 @@ void removeNexthop( Session& session, Words& words )
    session.agent( words ).hardware().nexthopDel( name );
 }
 
-U16 takeVlan( Words& words )
-{
-   const U16 vlanId = words.value<U16>( "a VLAN id" );
-   if( vlanId < 1 || vlanId > 4094 )
-      words.fail( "'" + std::to_string( vlanId ) + "' is not a VLAN id from 1 to 4094" );
-   words.end();
-   return vlanId;
-}
-
-void makeVlan( Session& session, Words& words )
-{
-   session.agent( words ).hardware().vlanIs( takeVlan( words ) );
-}
-
-void removeVlan( Session& session, Words& words )
-{
-   session.agent( words ).hardware().vlanDel( takeVlan( words ) );
-}
-
 } // namespace
 
 std::vector<Command> switchCommands()
@@ -258,8 +239,6 @@ std::vector<Command> switchCommands()
       { "nexthop", "NAME [programmed] [l3-egress]",
          "put a next-hop entity into its directory, in place of one of this name", putNexthop },
       { "no nexthop", "NAME", "take a next-hop entity out of its directory", removeNexthop },
-      { "vlan", "ID", "make a VLAN of all ports on every unit", makeVlan },
-      { "no vlan", "ID", "remove a VLAN", removeVlan },
    };
 }
 

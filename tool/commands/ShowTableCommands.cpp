@@ -1,0 +1,119 @@
+// Looking at the tables that packets are forwarded by, and at what packets have moved.
+#include "platform/runtime/Format.h"
+#include "tool/Command.h"
+#include "tool/Session.h"
+
+namespace Strata::Tool {
+
+namespace {
+
+using Vormel::format;
+
+std::string placeText( Sim::PacketEngine& engine, const Sim::Station::Place& place )
+{
+   if( const auto* const port = std::get_if<Sim::PortRef>( &place ) )
+      return engine.portName( *port );
+   if( const auto* const tunnel = std::get_if<Sim::Station::Tunnel>( &place ) )
+      return "tunnel " + tunnel->name;
+   return "group " + std::to_string( std::get<Sim::Station::Group>( place ).number );
+}
+
+void showMacs( Session& session, Words& words )
+{
+   PacketDesk& desk = session.packets( words );
+   words.end();
+   Table table( { { "VLAN", Align::right }, { "MAC address" }, { "Kind" }, { "Where" } } );
+   for( const auto& [ key, station ] : desk.tables().stations )
+      table.row( { std::to_string( key.vlanId ), key.mac.toString(),
+         station.fixed ? "configured" : "learned", placeText( desk.engine(), station.place ) } );
+   session.console().table( "MAC addresses", table );
+}
+
+void showRoutes( Session& session, Words& words )
+{
+   PacketDesk& desk = session.packets( words );
+   words.end();
+   Table table( { { "Prefix" }, { "Class", Align::right }, { "Next hop" } } );
+   for( const auto& [ prefix, route ] : desk.tables().routes.all() )
+      table.row(
+         { prefix.toString(), route->sourceClass == 0 ? "" : format( "0x%x", route->sourceClass ),
+            desk.engine().nextHopName( route->nextHop ) } );
+   session.console().table( "Routes", table );
+}
+
+std::string vlanText( const Sim::VlanProperties& vlan )
+{
+   std::string text;
+   const auto add = [ &text ]( bool has, const std::string& part ) {
+      if( has )
+         text += ( text.empty() ? "" : ", " ) + part;
+   };
+   add( vlan.svi, "svi" );
+   add( !vlan.routerMac.isZero(), "router MAC " + vlan.routerMac.toString() );
+   add( vlan.dropRouted, "drop-routed" );
+   add( vlan.vni.has_value(), "VXLAN " + std::to_string( vlan.vni.value_or( 0 ) ) );
+   for( const std::string& tunnel : vlan.tunnels )
+      add( true, "tunnel " + tunnel );
+   add( vlan.l3Class != 0, "L3 class " + std::to_string( vlan.l3Class ) );
+   add( vlan.urpf != Sim::UrpfMode::off, "uRPF " + Vormel::enumText( vlan.urpf ) );
+   add( vlan.mtu != 0, "MTU " + std::to_string( vlan.mtu ) );
+   return text;
+}
+
+void showForwarding( Session& session, Words& words )
+{
+   PacketDesk& desk = session.packets( words );
+   Sim::PacketEngine& engine = desk.engine();
+   const Sim::ForwardingTables& tables = desk.tables();
+   words.end();
+   Table table( { { "What" }, { "How" } } );
+   for( const auto& [ vlanId, vlan ] : tables.vlans )
+      table.row( { "VLAN " + std::to_string( vlanId ), vlanText( vlan ) } );
+   for( const auto& [ name, tunnel ] : tables.tunnels )
+      table.row( { "tunnel " + name,
+         format( "%s to %s by %s", tunnel.local.toString(), tunnel.remote.toString(),
+            engine.nextHopName( tunnel.underlay ) ) } );
+   for( const auto& [ name, rule ] : tables.steering )
+      table.row( { "pbr " + name, "to " + engine.nextHopName( rule.nextHop ) } );
+   for( const auto& [ label, rule ] : tables.labels )
+      table.row( { "label " + std::to_string( label ),
+         ( rule.swap ? "swap " + std::to_string( *rule.swap ) : "pop" ) + ", to " +
+            engine.nextHopName( rule.nextHop ) } );
+   for( const auto& [ place, state ] : tables.stp )
+      table.row( { "stp " + engine.portName( place.first ),
+         Vormel::enumText( state ) +
+            ( place.second == 0 ? "" : " in VLAN " + std::to_string( place.second ) ) } );
+   session.console().table( "What packets are forwarded by", table );
+}
+
+void showCounters( Session& session, Words& words )
+{
+   PacketDesk& desk = session.packets( words );
+   const Sim::PacketCounters& counters = desk.engine().counters();
+   words.end();
+   Table table( { { "Where" }, { "In", Align::right }, { "Out", Align::right }, { "What" } } );
+   for( const auto& [ port, count ] : counters.ports )
+      table.row( { desk.engine().portName( port ), std::to_string( count.in ),
+         std::to_string( count.out ) } );
+   for( const auto& [ queue, count ] : counters.cpuQueues )
+      table.row( { format( "CPU queue %d of unit %d", queue.second, queue.first ), "",
+         std::to_string( count ) } );
+   for( const auto& [ reason, count ] : counters.drops )
+      table.row( { "dropped", "", std::to_string( count ), reason } );
+   session.console().table( "Packets", table );
+}
+
+} // namespace
+
+std::vector<Command> showTableCommands()
+{
+   return {
+      { "show macs", "", "the MAC table", showMacs },
+      { "show routes", "", "routes and their next hops", showRoutes },
+      { "show forwarding", "", "VLAN properties, tunnels, steering rules, labels, spanning tree",
+         showForwarding },
+      { "show counters", "", "packets in and out of ports, to the CPU, and dropped", showCounters },
+   };
+}
+
+} // namespace Strata::Tool

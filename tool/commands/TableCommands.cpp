@@ -1,0 +1,301 @@
+// The tables that other parts of an agent own: what packets are forwarded by.
+#include "platform/types/EthAddr.h"
+#include "tool/Command.h"
+#include "tool/Session.h"
+#include "tool/packet/PacketWords.h"
+
+#include <array>
+
+namespace Strata::Tool {
+
+namespace {
+
+using Vormel::EthAddr;
+
+template<class E>
+E takeEnum( Words& words, std::string_view what )
+{
+   std::vector<std::string_view> names;
+   for( const auto& [ value, name ] : Vormel::enumTable<E> )
+      names.push_back( name );
+   return *Vormel::enumParse<E>( words.choose( what, names ) );
+}
+
+std::string takeTunnel( Session& session, Words& words )
+{
+   const std::string name = words.take( "a tunnel's name" ).text;
+   if( !session.packets( words ).tables().tunnels.contains( name ) )
+      words.fail( "there is no tunnel '" + name + "'; make it first" );
+   return name;
+}
+
+/// Takes ports up to one of `stops`, or the end.
+std::vector<Sim::PortRef> takePorts(
+   Session& session, Words& words, std::span<const std::string_view> stops )
+{
+   std::vector<Sim::PortRef> ports;
+   const auto atStop = [ & ] {
+      return words.done() || std::ranges::find( stops, words.peek()->text ) != stops.end();
+   };
+   do
+      ports.push_back( takePort( session, words ) );
+   while( !atStop() );
+   return ports;
+}
+
+constexpr std::array<std::string_view, 10> vlanProperties{ "svi", "no-svi", "drop-routed", "vxlan",
+   "no-vxlan", "l3-class", "urpf", "mtu", "members", "tagged" };
+
+/// The front-panel members are just these; or, of the members, just these are tagged.
+void setMembers( Session& session, Words& words, U16 vlanId, bool tagging )
+{
+   const auto ports = takePorts( session, words, vlanProperties );
+   for( auto& [ unit, chip ] : session.agent( words ).hardware().chips() ) {
+      PortBitmap chosen;
+      for( const Sim::PortRef port : ports )
+         if( port.unit == unit )
+            chosen.add( port.port );
+      Sim::ChipVlan& vlan = *chip.vlan( vlanId );
+      if( tagging ) {
+         vlan.untagged = ( vlan.members & chip.frontPanelPorts() ) - chosen;
+      } else {
+         vlan.members = ( vlan.members - chip.frontPanelPorts() ) | chosen;
+         vlan.untagged = chosen;
+      }
+   }
+}
+
+void takeVlanProperty( Session& session, Words& words, U16 vlanId )
+{
+   Sim::VlanProperties& vlan = session.packets( words ).tables().vlans[ vlanId ];
+   const std::string_view property = words.choose( "a property", vlanProperties );
+   if( property == "svi" ) {
+      vlan.svi = true;
+      if( words.accept( "mac" ) )
+         vlan.routerMac = words.value<EthAddr>( "the router's MAC address in this VLAN" );
+   } else if( property == "no-svi" ) {
+      vlan.svi = vlan.dropRouted = false;
+   } else if( property == "drop-routed" ) {
+      vlan.dropRouted = true;
+   } else if( property == "vxlan" ) {
+      vlan.vni = words.value<U32>( "a VXLAN network identifier" );
+      vlan.tunnels.clear();
+      while(
+         !words.done() && session.packets( words ).tables().tunnels.contains( words.peek()->text ) )
+         vlan.tunnels.insert( words.take( {} ).text );
+   } else if( property == "no-vxlan" ) {
+      vlan.vni.reset();
+      vlan.tunnels.clear();
+   } else if( property == "l3-class" ) {
+      vlan.l3Class = words.value<U32>( "the class of its L3 interface" );
+   } else if( property == "urpf" ) {
+      vlan.urpf = takeEnum<Sim::UrpfMode>( words, "off, loose or strict" );
+   } else if( property == "mtu" ) {
+      vlan.mtu = words.value<U32>( "the longest IP packet in bytes, 0 for any" );
+   } else {
+      setMembers( session, words, vlanId, property == "tagged" );
+   }
+}
+
+void makeVlan( Session& session, Words& words )
+{
+   Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   const U16 vlanId = takeVlanId( words );
+   hardware.vlanIs( vlanId );
+   while( !words.done() )
+      takeVlanProperty( session, words, vlanId );
+}
+
+void removeVlan( Session& session, Words& words )
+{
+   const U16 vlanId = takeVlanId( words );
+   words.end();
+   session.agent( words ).hardware().vlanDel( vlanId );
+   session.packets( words ).tables().vlans.erase( vlanId );
+}
+
+void setNativeVlan( Session& session, Words& words )
+{
+   const U16 vlanId = takeVlanId( words );
+   for( const Sim::PortRef port : takePorts( session, words, {} ) )
+      session.packets( words ).tables().nativeVlan[ port ] = vlanId;
+}
+
+Sim::StationKey takeStationKey( Words& words )
+{
+   const EthAddr mac = words.value<EthAddr>( "a MAC address" );
+   words.choose( "'vlan'", std::array<std::string_view, 1>{ "vlan" } );
+   return { takeVlanId( words ), mac };
+}
+
+void addStation( Session& session, Words& words )
+{
+   const Sim::StationKey key = takeStationKey( words );
+   Sim::Station station{ {}, true };
+   if( words.accept( "tunnel" ) )
+      station.place = Sim::Station::Tunnel{ takeTunnel( session, words ) };
+   else if( words.accept( "group" ) )
+      station.place = Sim::Station::Group{ words.value<U32>( "a multicast group" ) };
+   else
+      station.place = takePort( session, words );
+   words.end();
+   session.packets( words ).tables().stations[ key ] = station;
+}
+
+void removeStation( Session& session, Words& words )
+{
+   auto& stations = session.packets( words ).tables().stations;
+   if( words.accept( "learned" ) ) {
+      words.end();
+      std::erase_if( stations, []( const auto& item ) { return !item.second.fixed; } );
+      return;
+   }
+   const Sim::StationKey key = takeStationKey( words );
+   words.end();
+   stations.erase( key );
+}
+
+void setStp( Session& session, Words& words )
+{
+   const Sim::PortRef port = takePort( session, words );
+   const auto state = takeEnum<Sim::StpState>( words, "a spanning-tree state" );
+   const U16 vlanId = words.accept( "vlan" ) ? takeVlanId( words ) : U16{ 0 };
+   words.end();
+   session.packets( words ).tables().stp[ { port, vlanId } ] = state;
+}
+
+void setOpenFlow( Session& session, Words& words )
+{
+   for( const Sim::PortRef port : takePorts( session, words, {} ) )
+      session.packets( words ).tables().openFlowPorts.insert( port );
+}
+
+void addRoute( Session& session, Words& words )
+{
+   const Sim::IpPrefix prefix = takePrefix( words );
+   Sim::Route route{ takeNextHop( session, words ), 0 };
+   if( words.accept( "class" ) )
+      route.sourceClass = words.value<U32>( "the class of its sources" );
+   words.end();
+   session.packets( words ).tables().routes.routeIs( prefix, route );
+}
+
+void removeRoute( Session& session, Words& words )
+{
+   const Sim::IpPrefix prefix = takePrefix( words );
+   words.end();
+   if( !session.packets( words ).tables().routes.routeDel( prefix ) )
+      words.fail( "there is no route " + prefix.toString() );
+}
+
+void addTunnel( Session& session, Words& words )
+{
+   const std::string name = words.take( "a tunnel's name" ).text;
+   words.choose( "'local'", std::array<std::string_view, 1>{ "local" } );
+   const Sim::IpAddress local = takeAddress( words, "the address of this end" );
+   words.choose( "'remote'", std::array<std::string_view, 1>{ "remote" } );
+   const Sim::IpAddress remote = takeAddress( words, "the address of the other end" );
+   if( local.isV6() != remote.isV6() )
+      words.fail( "both ends of a tunnel have addresses of one family" );
+   const Sim::NextHop underlay = takeNextHop( session, words );
+   if( underlay.kind != Sim::NextHop::Kind::port )
+      words.fail( "a tunnel leads by a port" );
+   words.end();
+   session.packets( words ).tables().tunnels[ name ] = { local, remote, underlay };
+}
+
+void addSteering( Session& session, Words& words )
+{
+   const std::string name = words.take( "the rule's name" ).text;
+   Sim::SteeringRule rule;
+   if( words.accept( "in" ) )
+      rule.port = takePort( session, words );
+   if( words.accept( "from" ) )
+      rule.source = takePrefix( words );
+   if( words.accept( "to" ) )
+      rule.destination = takePrefix( words );
+   rule.nextHop = takeNextHop( session, words );
+   words.end();
+   session.packets( words ).tables().steering[ name ] = rule;
+}
+
+void removeSteering( Session& session, Words& words )
+{
+   const std::string name = words.take( "the rule's name" ).text;
+   words.end();
+   session.packets( words ).tables().steering.erase( name );
+}
+
+void addLabel( Session& session, Words& words )
+{
+   const U32 label = words.value<U32>( "a label" );
+   Sim::LabelRule rule;
+   if( words.accept( "swap" ) )
+      rule.swap = words.value<U32>( "the label that takes its place" );
+   else
+      words.choose( "swap or pop", std::array<std::string_view, 2>{ "pop", "swap" } );
+   rule.nextHop = takeNextHop( session, words );
+   words.end();
+   session.packets( words ).tables().labels[ label ] = rule;
+}
+
+void setGroup( Session& session, Words& words )
+{
+   const U32 number = words.value<U32>( "a multicast group" );
+   Sim::McastGroup group;
+   while( !words.done() ) {
+      if( words.accept( "cpu" ) )
+         group.cpu = true;
+      else if( words.accept( "tunnel" ) )
+         group.tunnels.insert( takeTunnel( session, words ) );
+      else
+         group.ports.insert( takePort( session, words ) );
+   }
+   session.packets( words ).tables().l2Groups[ number ] = group;
+}
+
+void addMcastRoute( Session& session, Words& words )
+{
+   const Sim::IpAddress address = takeAddress( words, "an IP multicast group" );
+   if( !address.isMulticast() )
+      words.fail( address.toString() + " is no multicast address" );
+   std::set<U16> into;
+   while( !words.done() ) {
+      words.choose( "'vlan'", std::array<std::string_view, 1>{ "vlan" } );
+      into.insert( takeVlanId( words ) );
+   }
+   session.packets( words ).tables().mcastRoutes[ address ] = into;
+}
+
+} // namespace
+
+std::vector<Command> tableCommands()
+{
+   return {
+      { "vlan",
+         "ID [svi [mac MAC]|no-svi] [drop-routed] [vxlan VNI TUNNEL...|no-vxlan] [l3-class N] "
+         "[urpf off|loose|strict] [mtu N] [members PORT...] [tagged PORT...]",
+         "make a VLAN of all ports on every unit; set its properties", makeVlan },
+      { "no vlan", "ID", "remove a VLAN", removeVlan },
+      { "native-vlan", "ID PORT...", "where untagged packets from these ports belong; else 1",
+         setNativeVlan },
+      { "mac", "MAC vlan ID PORT|tunnel NAME|group N", "configure a MAC address", addStation },
+      { "no mac", "MAC vlan ID|learned", "forget it, or all that were learned", removeStation },
+      { "stp", "PORT forwarding|learning|blocking [vlan ID]", "spanning-tree state", setStp },
+      { "openflow", "PORT...", "packets from these ports are OpenFlow's", setOpenFlow },
+      { "route", "PREFIX via NEXTHOP [class N]", "add a route", addRoute },
+      { "no route", "PREFIX", "remove a route", removeRoute },
+      { "tunnel", "NAME local ADDRESS remote ADDRESS via PORT mac MAC vlan ID",
+         "make a VXLAN tunnel", addTunnel },
+      { "pbr", "NAME [in PORT] [from PREFIX] [to PREFIX] via NEXTHOP",
+         "policy routing steers what fits; rules are tried by name", addSteering },
+      { "no pbr", "NAME", "remove a rule", removeSteering },
+      { "mpls", "LABEL swap LABEL|pop via NEXTHOP", "switch by a label", addLabel },
+      { "l2mcast", "GROUP [PORT|tunnel NAME|cpu]...", "set who is in an L2 multicast group",
+         setGroup },
+      { "mroute", "ADDRESS [vlan ID]...", "route an IP multicast group into these VLANs",
+         addMcastRoute },
+   };
+}
+
+} // namespace Strata::Tool

@@ -1,0 +1,143 @@
+#include "tool/packet/ExplanationView.h"
+
+#include "platform/runtime/Format.h"
+
+namespace Strata::Tool {
+
+using nlohmann::ordered_json;
+using Sim::EntryNote;
+using Vormel::format;
+
+namespace {
+
+constexpr std::size_t nearMisses = 3; // of a range, unless all are wanted
+
+std::string causeText( const EntryNote& entry )
+{
+   return entry.cause.text.empty() ? std::string()
+                                   : "\ninstalled by '" + entry.cause.text + "' (record " +
+                                        std::to_string( entry.cause.record ) + ")";
+}
+
+std::string missText( const EntryNote& entry )
+{
+   const std::string had = entry.had.empty() ? "" : ", and the packet has " + entry.had;
+   return format( "%d \"%s\" misses: it wants %s%s", entry.id, entry.name, entry.wanted, had );
+}
+
+void addRange( Table& table, const Sim::RangeNote& range, bool all )
+{
+   std::string title = range.group;
+   const auto add = [ & ]( const std::string& text ) {
+      table.row( { title, text } );
+      title.clear();
+   };
+   bool won = false;
+   std::size_t misses = 0;
+   for( const EntryNote& entry : range.entries ) {
+      if( entry.won ) {
+         won = true;
+         add(
+            format( "%d \"%s\" wins: %s", entry.id, entry.name, entry.rule ) + causeText( entry ) );
+      } else if( entry.failed == 0 ) {
+         if( all )
+            add( format( "%d \"%s\" fits, too, but comes later", entry.id, entry.name ) );
+      } else if( all || ( entry.failed == 1 && misses++ < nearMisses ) ) {
+         add( missText( entry ) );
+      }
+   }
+   if( !won && all )
+      add( "no entry matches" );
+}
+
+void addOutcome( Table& table, Sim::PacketEngine& engine, const Sim::PassVerdict& pass )
+{
+   for( const Sim::Departure& departure : pass.departures )
+      table.row( { "leaves", engine.portName( departure.port ) +
+                                ( departure.tunnel.empty() ? "" : ", tunnel " + departure.tunnel ) +
+                                ": " + departure.frame.text() } );
+   if( pass.cpu )
+      for( const std::string& reason : pass.cpu->reasons )
+         table.row( { "CPU", format( "queue %d: %s", pass.cpu->queue, reason ) } );
+   if( !pass.drop.empty() )
+      table.row( { "dropped", pass.drop } );
+}
+
+ordered_json rangeJson( const Sim::RangeNote& range )
+{
+   ordered_json object{ { "range", range.group }, { "winner", nullptr } };
+   object[ "entries" ] = ordered_json::array();
+   for( const EntryNote& entry : range.entries ) {
+      if( entry.won )
+         object[ "winner" ] = entry.id;
+      ordered_json row{ { "id", entry.id }, { "name", entry.name }, { "rule", entry.rule },
+         { "failed", entry.failed } };
+      if( entry.failed != 0 ) {
+         row[ "wanted" ] = entry.wanted;
+         row[ "had" ] = entry.had;
+      }
+      row[ "cause" ] = entry.cause.text;
+      row[ "record" ] = entry.cause.record;
+      object[ "entries" ].push_back( std::move( row ) );
+   }
+   return object;
+}
+
+ordered_json outcomeJson( Sim::PacketEngine& engine, const Sim::PassVerdict& pass )
+{
+   ordered_json object{ { "departures", ordered_json::array() } };
+   for( const Sim::Departure& departure : pass.departures )
+      object[ "departures" ].push_back( { { "unit", departure.port.unit },
+         { "port", departure.port.port }, { "name", engine.portName( departure.port ) },
+         { "tunnel", departure.tunnel }, { "frame", departure.frame.text() } } );
+   if( pass.cpu )
+      object[ "cpu" ] = { { "queue", pass.cpu->queue }, { "reasons", pass.cpu->reasons } };
+   if( !pass.drop.empty() )
+      object[ "drop" ] = pass.drop;
+   return object;
+}
+
+} // namespace
+
+Table explanationTable( Sim::PacketEngine& engine, const Sim::Verdict& verdict,
+   const Sim::Explanation& explanation, bool all )
+{
+   Table table( { { "Stage" }, { "What it found" } } );
+   for( std::size_t i = 0; i < verdict.passes.size(); ++i ) {
+      const Sim::PassExplanation& about = explanation.passes[ i ];
+      if( verdict.passes.size() > 1 )
+         table.section(
+            format( "Pass %d, in by %s", i + 1, engine.portName( verdict.passes[ i ].arrival ) ) );
+      for( const Sim::StageNote& note : about.stages )
+         table.row( { note.stage, note.text } );
+      for( const Sim::RangeNote& range : about.ranges )
+         addRange( table, range, all );
+      for( const Sim::StageNote& note : about.after )
+         if( all || note.stage != "entry" )
+            table.row( { note.stage, note.text } );
+      addOutcome( table, engine, verdict.passes[ i ] );
+   }
+   return table;
+}
+
+ordered_json explanationJson(
+   Sim::PacketEngine& engine, const Sim::Verdict& verdict, const Sim::Explanation& explanation )
+{
+   auto passes = ordered_json::array();
+   for( std::size_t i = 0; i < verdict.passes.size(); ++i ) {
+      ordered_json pass{ { "in", engine.portName( verdict.passes[ i ].arrival ) } };
+      pass[ "stages" ] = ordered_json::array();
+      for( const auto* const notes :
+         { &explanation.passes[ i ].stages, &explanation.passes[ i ].after } )
+         for( const Sim::StageNote& note : *notes )
+            pass[ "stages" ].push_back( { { "stage", note.stage }, { "found", note.text } } );
+      pass[ "ranges" ] = ordered_json::array();
+      for( const Sim::RangeNote& range : explanation.passes[ i ].ranges )
+         pass[ "ranges" ].push_back( rangeJson( range ) );
+      pass.update( outcomeJson( engine, verdict.passes[ i ] ) );
+      passes.push_back( std::move( pass ) );
+   }
+   return passes;
+}
+
+} // namespace Strata::Tool

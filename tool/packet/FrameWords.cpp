@@ -1,0 +1,325 @@
+// Frames as people write them: layers from the outside in, built by libtins.
+#include "platform/types/EthAddr.h"
+#include "tool/Session.h"
+#include "tool/packet/PacketWords.h"
+
+#include <tins/arp.h>
+#include <tins/ethernetII.h>
+#include <tins/exceptions.h>
+#include <tins/icmp.h>
+#include <tins/icmpv6.h>
+#include <tins/ip.h>
+#include <tins/ipv6.h>
+#include <tins/mpls.h>
+#include <tins/rawpdu.h>
+#include <tins/tcp.h>
+#include <tins/udp.h>
+
+#include <array>
+#include <charconv>
+#include <memory>
+
+namespace Strata::Tool {
+
+namespace {
+
+using Sim::Bytes;
+using Vormel::EthAddr;
+
+constexpr U32 longestFrame = 9216;
+
+/// "88b5 0102", from words to the end of the line.
+Bytes takeHex( Words& words )
+{
+   std::string digits;
+   do
+      digits += words.take( "bytes in hexadecimal" ).text;
+   while( !words.done() );
+   Bytes bytes;
+   for( std::size_t i = 0; i < digits.size(); i += 2 ) {
+      U8 byte = 0;
+      const char* const end = digits.data() + std::min( i + 2, digits.size() );
+      const auto result = std::from_chars( digits.data() + i, end, byte, 16 );
+      if( result.ec != std::errc() || result.ptr != digits.data() + i + 2 )
+         words.fail( "bytes are pairs of hexadecimal digits, as in 88b5" );
+      bytes.push_back( byte );
+   }
+   return bytes;
+}
+
+/// Takes the layers of one Ethernet frame.
+class FrameBuilder
+{
+ public:
+   FrameBuilder( Session& session, Words& words ) : session_( session ), words_( words ) {}
+
+   Bytes take()
+   {
+      std::optional<Sim::VlanTag> tag;
+      takeLink( tag );
+      network();
+      if( words_.accept( "length" ) )
+         pad( words_.value<U32>( "the frame's length in bytes, without a tag" ) );
+      Sim::Frame frame( frame_.serialize() );
+      if( tag )
+         frame = retagged( frame, tag );
+      Bytes bytes = frame.bytes();
+      if( badChecksum_ )
+         bytes[ frame.headers().l3Offset + 10 ] ^= 0xFF;
+      return bytes;
+   }
+
+ private:
+   EthAddr takeMac( std::string_view what )
+   {
+      const auto& helper = session_.agent( words_ ).helper();
+      if( words_.accept( "router" ) )
+         return helper->routerMacAddr();
+      if( words_.accept( "virtual-router" ) )
+         return helper->virtualRouterMacAddr();
+      return words_.value<EthAddr>( what );
+   }
+
+   static Tins::HWAddress<6> tinsMac( const EthAddr& mac ) { return { mac.bytes().data() }; }
+
+   void takeLink( std::optional<Sim::VlanTag>& tag )
+   {
+      frame_.src_addr( tinsMac( EthAddr( 2, 0, 0, 0, 0, 1 ) ) );
+      frame_.dst_addr( tinsMac( EthAddr( 2, 0, 0, 0, 0, 2 ) ) );
+      for( ;; ) {
+         if( words_.accept( "dmac" ) )
+            frame_.dst_addr( tinsMac( takeMac( "the destination's MAC address" ) ) );
+         else if( words_.accept( "smac" ) )
+            frame_.src_addr( tinsMac( takeMac( "the source's MAC address" ) ) );
+         else if( words_.accept( "vlan" ) )
+            tag = Sim::VlanTag{ takeVlanId( words_ ), tag ? tag->priority : U8{ 0 } };
+         else if( words_.accept( "priority" ) )
+            tag = Sim::VlanTag{ tag ? tag->vlanId : U16{ 0 }, takePriority() };
+         else
+            return;
+      }
+   }
+
+   U8 takePriority()
+   {
+      const U8 priority = words_.value<U8>( "a priority" );
+      if( priority > 7 )
+         words_.fail( "priorities are 0 to 7, not " + std::to_string( priority ) );
+      return priority;
+   }
+
+   void network()
+   {
+      static constexpr std::array<std::string_view, 5> layers{
+         "ethertype", "arp", "ipv4", "ipv6", "mpls" };
+      const std::string_view layer = words_.choose( "what is in the frame", layers );
+      if( layer == "arp" )
+         arp();
+      else if( layer == "ipv4" )
+         ipv4();
+      else if( layer == "ipv6" )
+         ipv6();
+      else if( layer == "mpls" )
+         mpls();
+      else
+         other();
+   }
+
+   void other()
+   {
+      frame_.payload_type( words_.value<U16>( "an EtherType, as in 0x88b5" ) );
+      frame_ /= Tins::RawPDU( Bytes( 46, 0 ) );
+   }
+
+   void arp()
+   {
+      static constexpr std::array<std::string_view, 2> operations{ "request", "reply" };
+      const bool reply = words_.choose( "request or reply", operations ) == "reply";
+      Tins::ARP arp;
+      arp.opcode( reply ? Tins::ARP::REPLY : Tins::ARP::REQUEST );
+      arp.sender_hw_addr( frame_.src_addr() );
+      if( reply )
+         arp.target_hw_addr( frame_.dst_addr() );
+      for( ;; ) {
+         if( words_.accept( "from" ) )
+            arp.sender_ip_addr( takeV4() );
+         else if( words_.accept( "for" ) )
+            arp.target_ip_addr( takeV4() );
+         else
+            break;
+      }
+      frame_ /= arp;
+   }
+
+   Tins::IPv4Address takeV4()
+   {
+      const Sim::IpAddress address = takeAddress( words_, "an IPv4 address" );
+      if( address.isV6() )
+         words_.fail( "an IPv4 address is expected here" );
+      return Tins::IPv4Address( address.toString() );
+   }
+
+   Tins::IPv6Address takeV6()
+   {
+      const Sim::IpAddress address = takeAddress( words_, "an IPv6 address" );
+      if( !address.isV6() )
+         words_.fail( "an IPv6 address is expected here" );
+      return Tins::IPv6Address( address.toString() );
+   }
+
+   void ipv4()
+   {
+      Tins::IP ip( "10.0.0.2", "10.0.0.1" );
+      ip.ttl( 64 );
+      for( ;; ) {
+         if( words_.accept( "src" ) )
+            ip.src_addr( takeV4() );
+         else if( words_.accept( "dst" ) )
+            ip.dst_addr( takeV4() );
+         else if( words_.accept( "ttl" ) )
+            ip.ttl( words_.value<U8>( "a TTL" ) );
+         else if( words_.accept( "protocol" ) )
+            ip.protocol( words_.value<U8>( "a protocol number" ) );
+         else if( words_.accept( "options" ) )
+            for( int i = 0; i < 4; ++i )
+               ip.noop();
+         else if( words_.accept( "bad-checksum" ) )
+            badChecksum_ = true;
+         else
+            break;
+      }
+      if( words_.accept( "icmp" ) )
+         frame_ /= ip / Tins::ICMP();
+      else if( words_.accept( "igmp" ) )
+         protocolIs( ip, Sim::ipProtocolIgmp );
+      else
+         transport( ip );
+   }
+
+   void protocolIs( Tins::IP& ip, U8 protocol )
+   {
+      ip.protocol( protocol );
+      frame_ /= ip / Tins::RawPDU( Bytes( 8, 0 ) );
+   }
+
+   void ipv6()
+   {
+      Tins::IPv6 ip( "2001:db8::2", "2001:db8::1" );
+      ip.hop_limit( 64 );
+      for( ;; ) {
+         if( words_.accept( "src" ) )
+            ip.src_addr( takeV6() );
+         else if( words_.accept( "dst" ) )
+            ip.dst_addr( takeV6() );
+         else if( words_.accept( "ttl" ) )
+            ip.hop_limit( words_.value<U8>( "a hop limit" ) );
+         else if( words_.accept( "hop-by-hop" ) )
+            ip.add_header( { Tins::IPv6::HOP_BY_HOP, 6, Bytes{ 1, 4, 0, 0, 0, 0 }.data() } );
+         else
+            break;
+      }
+      if( words_.accept( "icmp" ) )
+         frame_ /= ip / Tins::ICMPv6();
+      else
+         transport( ip );
+   }
+
+   template<class Ip>
+   void transport( const Ip& ip )
+   {
+      frame_ /= ip;
+      if( words_.accept( "udp" ) )
+         udp();
+      else if( words_.accept( "tcp" ) )
+         frame_ /= takePorts( Tins::TCP( 80, 40000 ) );
+      else
+         return;
+   }
+
+   template<class Layer>
+   Layer takePorts( Layer layer )
+   {
+      for( ;; ) {
+         if( words_.accept( "sport" ) )
+            layer.sport( words_.value<U16>( "a port" ) );
+         else if( words_.accept( "dport" ) )
+            layer.dport( words_.value<U16>( "a port" ) );
+         else
+            return layer;
+      }
+   }
+
+   void udp()
+   {
+      Tins::UDP udp = takePorts( Tins::UDP( 53, 40000 ) );
+      if( !words_.accept( "vxlan" ) ) {
+         frame_ /= udp;
+         return;
+      }
+      const U32 vni = words_.value<U32>( "a VXLAN network identifier" );
+      udp.dport( Sim::udpPortVxlan );
+      Bytes payload{ 0x08, 0, 0, 0, static_cast<U8>( vni >> 16 ), static_cast<U8>( vni >> 8 ),
+         static_cast<U8>( vni ), 0 };
+      const Bytes inner = FrameBuilder( session_, words_ ).take();
+      payload.insert( payload.end(), inner.begin(), inner.end() );
+      frame_ /= udp / Tins::RawPDU( payload );
+   }
+
+   void mpls()
+   {
+      do {
+         Tins::MPLS label;
+         const U32 number = words_.value<U32>( "a label" );
+         if( number > 0xFFFFF )
+            words_.fail( "labels are 0 to 1048575, not " + std::to_string( number ) );
+         label.label( number );
+         label.ttl( words_.accept( "ttl" ) ? words_.value<U8>( "a TTL" ) : U8{ 64 } );
+         frame_ /= label;
+      } while( words_.accept( "mpls" ) );
+      if( words_.accept( "ipv6" ) )
+         ipv6();
+      else if( words_.accept( "ipv4" ) )
+         ipv4();
+      else
+         frame_ /= Tins::IP( "10.0.0.2", "10.0.0.1" ) / Tins::ICMP();
+   }
+
+   void pad( U32 length )
+   {
+      const U32 now = frame_.size();
+      if( length < now || length > longestFrame )
+         words_.fail( "this frame can be " + std::to_string( now ) + " to " +
+                      std::to_string( longestFrame ) + " bytes long" );
+      // The trailer of a short frame goes when there is more to carry.
+      const U32 carried = length - ( now - frame_.trailer_size() );
+      frame_ /= Tins::RawPDU( Bytes( carried, 0 ) );
+   }
+
+   Session& session_;
+   Words& words_;
+   Tins::EthernetII frame_;
+   bool badChecksum_ = false;
+};
+
+} // namespace
+
+Sim::Frame takeFrame( Session& session, Words& words )
+{
+   if( words.accept( "hex" ) )
+      return Sim::Frame( takeHex( words ) );
+   if( words.accept( "pcap" ) ) {
+      const std::string file = words.take( "a pcap file" ).text;
+      const U32 number = words.accept( "frame" ) ? words.value<U32>( "the frame's number" ) : 1;
+      words.end();
+      return frameInFile( file, number );
+   }
+   try {
+      Sim::Frame frame( FrameBuilder( session, words ).take() );
+      words.end();
+      return frame;
+   } catch( const Tins::exception_base& error ) {
+      words.fail( std::string( "such a frame cannot be built: " ) + error.what() );
+   }
+}
+
+} // namespace Strata::Tool

@@ -1,0 +1,129 @@
+#include "tool/packet/PacketWords.h"
+
+#include "platform/types/EthAddr.h"
+#include "platform/types/IntfId.h"
+#include "tool/Session.h"
+
+#include <array>
+
+namespace Strata::Tool {
+
+using Sim::PortRef;
+
+namespace {
+
+U32 takeOptionalUnit( Session& session, Words& words )
+{
+   return words.accept( "unit" ) ? session.takeUnit( words )
+                                 : session.agent( words ).hardware().units().front();
+}
+
+PortRef takeNumberedPort( Session& session, Words& words )
+{
+   const U32 port = words.value<U32>( "a port number" );
+   return { takeOptionalUnit( session, words ), port };
+}
+
+} // namespace
+
+PortRef takePort( Session& session, Words& words )
+{
+   Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   const std::string text =
+      words.take( "a port: an interface, or port N, cpu, loopback, recirculation" ).text;
+   const Sim::SpecialPorts& special = hardware.profile().specialPorts;
+   const auto internal = [ & ]( const std::optional<int>& port ) {
+      if( !port )
+         words.fail( "a chip of this kind has no " + text + " port" );
+      return PortRef{ takeOptionalUnit( session, words ), static_cast<U32>( *port ) };
+   };
+   if( text == "cpu" )
+      return internal( special.cpu );
+   if( text == "loopback" )
+      return internal( special.loopback );
+   if( text == "recirculation" )
+      return internal( special.recirculation );
+   if( text == "port" )
+      return takeNumberedPort( session, words );
+   const auto intf = Vormel::IntfId::parse( text );
+   if( !intf || intf->empty() )
+      words.fail( "'" + text +
+                  "' is no port; write an interface such as Ethernet1, or port N, cpu, "
+                  "loopback or recirculation" );
+   const StrataPort at = hardware.scsd()->strataIntfToPort( *intf );
+   if( !at )
+      words.fail(
+         text + " has no port; put it on one, as in 'interface " + text + " unit 0 port 1'" );
+   return { at.unit(), at.logicalPort() };
+}
+
+U16 takeVlanId( Words& words )
+{
+   const U16 vlanId = words.value<U16>( "a VLAN id" );
+   if( vlanId < 1 || vlanId > 4094 )
+      words.fail( "'" + std::to_string( vlanId ) + "' is not a VLAN id from 1 to 4094" );
+   return vlanId;
+}
+
+Sim::IpAddress takeAddress( Words& words, std::string_view what )
+{
+   const Word& word = words.take( what );
+   const auto address = Sim::IpAddress::parse( word.text );
+   if( !address )
+      words.fail( "'" + word.text + "' is not an address such as 10.1.0.1 or 2001:db8::1" );
+   return *address;
+}
+
+Sim::IpPrefix takePrefix( Words& words )
+{
+   const Word& word = words.take( "a prefix, as in 10.1.0.0/16" );
+   const auto prefix = Sim::IpPrefix::parse( word.text );
+   if( !prefix )
+      words.fail( "'" + word.text + "' is not a prefix such as 10.1.0.0/16 or 2001:db8::/32" );
+   return *prefix;
+}
+
+static void takeWord( Words& words, std::string_view word )
+{
+   words.choose( "'" + std::string( word ) + "'", std::array{ word } );
+}
+
+Sim::NextHop takeNextHop( Session& session, Words& words )
+{
+   Sim::NextHop nextHop;
+   takeWord( words, "via" );
+   const Word* const cpu = words.peek();
+   if( cpu && cpu->text == "cpu" ) {
+      words.take( {} );
+      return nextHop;
+   }
+   if( words.accept( "flood" ) ) {
+      nextHop.kind = Sim::NextHop::Kind::flood;
+   } else if( words.accept( "tunnel" ) ) {
+      nextHop.kind = Sim::NextHop::Kind::tunnel;
+      nextHop.tunnel = words.take( "a tunnel's name" ).text;
+      if( !session.packets( words ).tables().tunnels.contains( nextHop.tunnel ) )
+         words.fail( "there is no tunnel '" + nextHop.tunnel + "'; make it first" );
+   } else {
+      nextHop.kind = Sim::NextHop::Kind::port;
+      nextHop.port = takePort( session, words );
+   }
+   takeWord( words, "mac" );
+   nextHop.mac = words.value<Vormel::EthAddr>( "the next hop's MAC address" );
+   takeWord( words, "vlan" );
+   nextHop.vlanId = takeVlanId( words );
+   return nextHop;
+}
+
+Sim::Arrival takeArrival( Session& session, Words& words )
+{
+   takeWord( words, "in" );
+   if( words.accept( "higig" ) ) {
+      const U32 unit = takeOptionalUnit( session, words );
+      return { { unit, 0 }, takeFrame( session, words ), true };
+   }
+   const PortRef port = takePort( session, words );
+   return { port, takeFrame( session, words ) };
+}
+
+} // namespace Strata::Tool

@@ -1,0 +1,31 @@
+// Packets, ports and next hops as people write them.
+#pragma once
+
+#include "sim/packet/PacketEngine.h"
+#include "tool/Words.h"
+
+#include <optional>
+#include <string_view>
+
+namespace Strata::Tool {
+
+class Session;
+
+/// Takes an interface by its name, or `port N`, `cpu`, `loopback`, `recirculation` with `[unit N]`.
+Sim::PortRef takePort( Session& session, Words& words );
+
+/// Takes `via PORT mac MAC vlan ID`, `via cpu`, `via flood mac MAC vlan ID` or
+/// `via tunnel NAME mac MAC vlan ID`.
+Sim::NextHop takeNextHop( Session& session, Words& words );
+
+Sim::IpAddress takeAddress( Words& words, std::string_view what );
+Sim::IpPrefix takePrefix( Words& words );
+U16 takeVlanId( Words& words );
+
+/// Takes `in PORT|higig [unit N]`, then the frame, to the end of the line.
+Sim::Arrival takeArrival( Session& session, Words& words );
+
+/// Takes a frame: its layers from the outside in, or `hex BYTES`, or `pcap FILE [frame N]`.
+Sim::Frame takeFrame( Session& session, Words& words );
+
+} // namespace Strata::Tool
