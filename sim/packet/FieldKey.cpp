@@ -80,7 +80,7 @@ std::string FieldKey::valueText( Qualifier role ) const
    }
    const auto has = value( role );
    if( !has )
-      return "nothing";
+      return "none";
    switch( role ) {
    case Qualifier::DstMac: {
       Vormel::EthAddr mac;

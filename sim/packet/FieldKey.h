@@ -29,7 +29,7 @@ class FieldKey
    std::optional<U32> departurePort; // one port of this unit
 
    bool matches( const FieldQualifier& qualifier ) const;
-   /// What the packet has where the qualifier looks: "64", "port 3", "nothing".
+   /// What the packet has where the qualifier looks: "64", "port 3", "none".
    std::string valueText( Qualifier role ) const;
 
  private:

@@ -37,6 +37,7 @@ class Pass
       std::vector<std::string> tunnels;
       bool cpu = false;           // as a member of the VLAN or group
       std::optional<U64> dstPort; // as the qualifier has it
+      bool isGroup = false;       // a multicast group's members
       std::optional<U32> group;   // a known L2 multicast group
       std::set<U16> routedInto;   // IP multicast
       std::string text;
@@ -94,9 +95,10 @@ class Pass
    void redirect( Destination destination );
 
    // PassEgress.cpp
+   using Refusals = std::map<std::string, std::string>; // names by reason
    void egress();
-   void leave( PortRef port, std::vector<std::string>& refusals );
-   void enterTunnel( const std::string& name, std::vector<std::string>& refusals );
+   void leave( PortRef port, Refusals& refusals );
+   void enterTunnel( const std::string& name, Refusals& refusals );
    void replicate();
    std::string refusal( PortRef port, U16 vlanId ) const;
    void depart( PortRef port, U16 vlanId, const Frame& frame, const std::string& tunnel = {} );

@@ -10,11 +10,16 @@ namespace Strata::Sim {
 
 using Vormel::format;
 
+static void add( std::string& names, const std::string& name )
+{
+   names += ( names.empty() ? "" : ", " ) + name;
+}
+
 void Pass::egress()
 {
    if( expires_ && drop_.empty() )
       drop( format( "TTL %d at the way out", U32{ headers().ip->ttl } ) );
-   std::vector<std::string> refusals;
+   Refusals refusals;
    if( drop_.empty() ) {
       std::ranges::sort( destination_.ports );
       const auto twice = std::ranges::unique( destination_.ports );
@@ -26,31 +31,34 @@ void Pass::egress()
       replicate();
    }
    copyToCpu();
-   for( const std::string& text : refusals )
-      note( "egress", [ & ] { return text; } );
+   std::string lastRefusal;
+   for( const auto& [ reason, names ] : refusals ) {
+      lastRefusal = names + ": " + reason;
+      note( "egress", [ & ] { return lastRefusal; } );
+   }
    if( !drop_.empty() || !result_.verdict.departures.empty() || !result_.again.empty() ||
        ( destination_.cpu && result_.verdict.cpu ) )
       return;
-   if( destination_.dstPort && refusals.empty() && !destination_.cpu )
-      drop( "nothing takes it up at " + destination_.text );
+   if( destination_.dstPort && refusals.empty() )
+      drop( ( result_.verdict.cpu ? "there is no port at " : "nothing takes it up at " ) +
+            destination_.text );
    else
       drop( destination_.text + ": no port is left" +
-            ( refusals.size() == 1 ? ", as " + refusals.front() : "" ) );
+            ( refusals.size() == 1 ? " (" + lastRefusal + ")" : "" ) );
 }
 
 /// Why the packet must not leave there; empty when it may. Internal ports are outside all of this.
 std::string Pass::refusal( PortRef port, U16 vlanId ) const
 {
-   const std::string name = view_.portName( port );
    if( !view_.chips().contains( port.unit ) || !view_.isFrontPanel( port ) )
-      return name + " does not exist";
+      return "no such port";
    const ChipVlan* const vlan = view_.vlan( port.unit, vlanId );
    if( !vlan || !vlan->members.contains( port.port ) )
-      return format( "%s is no member of VLAN %d", name, U32{ vlanId } );
+      return format( "no member of VLAN %d", U32{ vlanId } );
    if( !view_.chip( port.unit ).activePorts().contains( port.port ) )
-      return name + " is down";
+      return "down";
    if( tables().stpState( port, vlanId ) != StpState::forwarding )
-      return name + " is not forwarding (spanning tree)";
+      return "not forwarding (spanning tree)";
    return {};
 }
 
@@ -62,7 +70,7 @@ void Pass::depart( PortRef port, U16 vlanId, const Frame& frame, const std::stri
    result_.verdict.departures.push_back( { port, retagged( frame, tag ), tunnel } );
 }
 
-void Pass::leave( PortRef port, std::vector<std::string>& refusals )
+void Pass::leave( PortRef port, Refusals& refusals )
 {
    const U16 vlanId = egressVlan();
    if( port.unit == arrival_.port.unit && view_.isInternal( port ) ) {
@@ -72,29 +80,29 @@ void Pass::leave( PortRef port, std::vector<std::string>& refusals )
    }
    const bool bridgedBack =
       !nextHop_ && terminated_.empty() && !arrival_.higig && port == arrival_.port;
-   std::string reason =
-      bridgedBack ? "it came in on " + view_.portName( port ) : refusal( port, vlanId );
+   const std::string reason = bridgedBack ? "it came in there" : refusal( port, vlanId );
    if( reason.empty() )
       depart( port, vlanId, rewritten() );
    else
-      refusals.push_back( std::move( reason ) );
+      add( refusals[ reason ], view_.portName( port ) );
 }
 
-void Pass::enterTunnel( const std::string& name, std::vector<std::string>& refusals )
+void Pass::enterTunnel( const std::string& name, Refusals& refusals )
 {
    const auto at = tables().tunnels.find( name );
    const VlanProperties& vlan = tables().vlan( egressVlan() );
+   std::string reason;
    if( at == tables().tunnels.end() || !vlan.vni || !vlan.tunnels.contains( name ) )
-      return refusals.push_back(
-         format( "tunnel %s does not extend VLAN %d", name, U32{ egressVlan() } ) );
-   if( nextHop_ && !attributes().vxlanRoutingInOnePass )
-      return refusals.push_back(
-         "tunnel " + name + ": the chip does not encapsulate in the pass that routes" );
-   if( !nextHop_ && !terminated_.empty() )
-      return refusals.push_back( "tunnel " + name + ": it came out of a tunnel" );
+      reason = format( "does not extend VLAN %d", U32{ egressVlan() } );
+   else if( nextHop_ && !attributes().vxlanRoutingInOnePass )
+      reason = "the chip does not encapsulate in the pass that routes";
+   else if( !nextHop_ && !terminated_.empty() )
+      reason = "it came out of a tunnel";
+   else
+      reason = refusal( at->second.underlay.port, at->second.underlay.vlanId );
+   if( !reason.empty() )
+      return add( refusals[ reason ], "tunnel " + name );
    const NextHop& underlay = at->second.underlay;
-   if( std::string reason = refusal( underlay.port, underlay.vlanId ); !reason.empty() )
-      return refusals.push_back( "tunnel " + name + ": " + reason );
    const Frame outer = encapsulated(
       retagged( rewritten(), std::nullopt ), { underlay.mac, routerMac( underlay.vlanId ),
                                                 at->second.local, at->second.remote, *vlan.vni } );
@@ -138,8 +146,10 @@ void Pass::copyToCpu()
 {
    const U32 cpuPort = static_cast<U32>( chip_.profile().specialPorts.cpu );
    const ChipVlan* const vlan = view_.vlan( arrival_.port.unit, egressVlan() );
+   // A flood goes to everyone but who sent it; a group's copy for the CPU is the group's affair.
+   const bool sender = fromCpu() && !destination_.isGroup;
    destination_.cpu =
-      destination_.cpu && drop_.empty() && !fromCpu() && vlan && vlan->members.contains( cpuPort );
+      destination_.cpu && drop_.empty() && !sender && vlan && vlan->members.contains( cpuPort );
    CpuCopy copy{ arrival_.port.unit, queue_, {}, arrival_.frame };
    for( const CpuAsk& ask : cpuAsks_ )
       copy.reasons.push_back( ask.reason );

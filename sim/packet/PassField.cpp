@@ -148,8 +148,8 @@ void Pass::noteRange( const FieldGroup& group, const FieldKey& presented, U32 wi
       about.cause = entry.cause;
       for( const FieldQualifier& qualifier : entry.hardware->qualifiers ) {
          if( presented.matches( qualifier ) )
-            continue;
-         if( about.failed++ == 0 ) {
+            ++about.fitted;
+         else if( about.failed++ == 0 ) {
             about.wanted = qualifier.text();
             about.had = presented.valueText( qualifier.role );
          }

@@ -160,6 +160,7 @@ Pass::Destination Pass::floodIn( U16 vlanId, bool withCpu ) const
 Pass::Destination Pass::groupMembers( U32 number ) const
 {
    Destination destination;
+   destination.isGroup = true;
    destination.text = "multicast group " + std::to_string( number );
    const auto at = tables().l2Groups.find( number );
    if( at == tables().l2Groups.end() )

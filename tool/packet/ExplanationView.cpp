@@ -2,6 +2,9 @@
 
 #include "platform/runtime/Format.h"
 
+#include <algorithm>
+#include <functional>
+
 namespace Strata::Tool {
 
 using nlohmann::ordered_json;
@@ -10,7 +13,7 @@ using Vormel::format;
 
 namespace {
 
-constexpr std::size_t nearMisses = 3; // of a range, unless all are wanted
+constexpr std::size_t mostNearMisses = 2; // of a range, unless all are wanted
 
 std::string causeText( const EntryNote& entry )
 {
@@ -25,6 +28,18 @@ std::string missText( const EntryNote& entry )
    return format( "%d \"%s\" misses: it wants %s%s", entry.id, entry.name, entry.wanted, had );
 }
 
+/// Those that nearly won: one qualifier failed, and most others fitted.
+std::vector<const EntryNote*> nearMisses( const Sim::RangeNote& range )
+{
+   std::vector<const EntryNote*> near;
+   for( const EntryNote& entry : range.entries )
+      if( entry.failed == 1 && entry.fitted > 0 )
+         near.push_back( &entry );
+   std::ranges::stable_sort( near, std::greater(), &EntryNote::fitted );
+   near.resize( std::min( near.size(), mostNearMisses ) );
+   return near;
+}
+
 void addRange( Table& table, const Sim::RangeNote& range, bool all )
 {
    std::string title = range.group;
@@ -33,21 +48,21 @@ void addRange( Table& table, const Sim::RangeNote& range, bool all )
       title.clear();
    };
    bool won = false;
-   std::size_t misses = 0;
    for( const EntryNote& entry : range.entries ) {
-      if( entry.won ) {
-         won = true;
+      won = won || entry.won;
+      if( entry.won )
          add(
             format( "%d \"%s\" wins: %s", entry.id, entry.name, entry.rule ) + causeText( entry ) );
-      } else if( entry.failed == 0 ) {
-         if( all )
-            add( format( "%d \"%s\" fits, too, but comes later", entry.id, entry.name ) );
-      } else if( all || ( entry.failed == 1 && misses++ < nearMisses ) ) {
+      else if( all && entry.failed == 0 )
+         add( format( "%d \"%s\" fits, too, but comes later", entry.id, entry.name ) );
+      else if( all )
          add( missText( entry ) );
-      }
    }
-   if( !won && all )
+   if( !won )
       add( "no entry matches" );
+   if( !all )
+      for( const EntryNote* const entry : nearMisses( range ) )
+         add( missText( *entry ) );
 }
 
 void addOutcome( Table& table, Sim::PacketEngine& engine, const Sim::PassVerdict& pass )
@@ -60,7 +75,7 @@ void addOutcome( Table& table, Sim::PacketEngine& engine, const Sim::PassVerdict
       for( const std::string& reason : pass.cpu->reasons )
          table.row( { "CPU", format( "queue %d: %s", pass.cpu->queue, reason ) } );
    if( !pass.drop.empty() )
-      table.row( { "dropped", pass.drop } );
+      table.row( { "leaves", "on no port: " + pass.drop } );
 }
 
 ordered_json rangeJson( const Sim::RangeNote& range )
@@ -71,7 +86,7 @@ ordered_json rangeJson( const Sim::RangeNote& range )
       if( entry.won )
          object[ "winner" ] = entry.id;
       ordered_json row{ { "id", entry.id }, { "name", entry.name }, { "rule", entry.rule },
-         { "failed", entry.failed } };
+         { "fitted", entry.fitted }, { "failed", entry.failed } };
       if( entry.failed != 0 ) {
          row[ "wanted" ] = entry.wanted;
          row[ "had" ] = entry.had;

@@ -178,8 +178,6 @@ class FrameBuilder
             ip.dst_addr( takeV4() );
          else if( words_.accept( "ttl" ) )
             ip.ttl( words_.value<U8>( "a TTL" ) );
-         else if( words_.accept( "protocol" ) )
-            ip.protocol( words_.value<U8>( "a protocol number" ) );
          else if( words_.accept( "options" ) )
             for( int i = 0; i < 4; ++i )
                ip.noop();
@@ -192,6 +190,8 @@ class FrameBuilder
          frame_ /= ip / Tins::ICMP();
       else if( words_.accept( "igmp" ) )
          protocolIs( ip, Sim::ipProtocolIgmp );
+      else if( words_.accept( "protocol" ) )
+         protocolIs( ip, words_.value<U8>( "a protocol number" ) );
       else
          transport( ip );
    }
@@ -224,16 +224,17 @@ class FrameBuilder
          transport( ip );
    }
 
+   /// UDP unless something else is said.
    template<class Ip>
    void transport( const Ip& ip )
    {
       frame_ /= ip;
-      if( words_.accept( "udp" ) )
-         udp();
-      else if( words_.accept( "tcp" ) )
+      if( words_.accept( "tcp" ) ) {
          frame_ /= takePorts( Tins::TCP( 80, 40000 ) );
-      else
-         return;
+      } else {
+         words_.accept( "udp" );
+         udp();
+      }
    }
 
    template<class Layer>
@@ -277,11 +278,9 @@ class FrameBuilder
          frame_ /= label;
       } while( words_.accept( "mpls" ) );
       if( words_.accept( "ipv6" ) )
-         ipv6();
-      else if( words_.accept( "ipv4" ) )
-         ipv4();
-      else
-         frame_ /= Tins::IP( "10.0.0.2", "10.0.0.1" ) / Tins::ICMP();
+         return ipv6();
+      words_.accept( "ipv4" );
+      ipv4();
    }
 
    void pad( U32 length )

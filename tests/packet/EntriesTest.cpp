@@ -1,0 +1,209 @@
+// What each entry does to a packet: sent with the entry there, and with it gone. The difference is the proof.
+#include "tests/packet/PacketTest.h"
+
+namespace Strata {
+namespace {
+
+struct Proof
+{
+   const char* entry;
+   const char* profiles; // the switches on which it stands, with their properties, divided by ';'
+   const char* packet;
+   const char* with;
+   const char* without;
+   const char* setup = "";
+   const char* alsoGone = ""; // another entry, which would do the same
+};
+
+// What tunnels bring: from the other end to this one.
+#define TUNNEL "in Ethernet8 dmac router ipv4 src 192.0.2.2 dst 192.0.2.1 udp vxlan 5030 "
+#define VIRTUAL_TUNNEL \
+   "in Ethernet8 dmac virtual-router ipv4 src 192.0.2.2 dst 192.0.2.1 udp vxlan 5030 "
+#define ALL "hsdk;register;fabric-vfi;acl"
+
+const Proof proofs[] = {
+   // Routed floods.
+   { "vlanFlooding", "hsdk;acl;register with lbViaRecircOnly",
+      "in Ethernet1 dmac router ipv4 dst 10.4.0.1", "E4 E5 E6", "none" },
+   { "vlanFlooding", "hsdk;acl", "in Ethernet1 dmac router ipv4 dst 10.4.0.1", "E4 E6", "none",
+      "set Ethernet5.forwardingModel routed" },
+   { "vlanFlooding", "register", "in Ethernet1 dmac router ipv4 dst 10.4.0.1", "E4 E5 E6", "none" },
+   { "vlanFloodingFabric", "fabric-vfi", "in Ethernet1 dmac router ipv4 dst 10.4.0.1", "cpu:0",
+      "none" },
+   { "vlanFloodingPbr", "hsdk;register", "in Ethernet1 dmac router ipv4 dst 10.2.0.1", "E4 E5 E6",
+      "none",
+      "set pbr.pbrEnabled true\n"
+      "pbr flood to 10.2.0.0/16 via flood mac 00:00:00:00:04:04 vlan 20" },
+   { "vlanFloodingVxlan", "register", "in Ethernet1 dmac router ipv4 dst 10.7.0.1", "E7 E8", "E7",
+      "set recircStatus.recircPort[0] 259\ncall handleTcamEntryVlanFloodVxlan true" },
+   { "vxlanEncapFlooding", "hsdk", "in Ethernet1 dmac router ipv4 dst 10.7.0.1", "E7 E8", "none" },
+
+   // What comes back from internal ports.
+   { "lbRecirc", "register", "in loopback vlan 20 dmac 00:00:00:00:04:04 ipv4", "E4 E5 E6",
+      "E4 E5 E6 +loopback" },
+   { "lbRecircFabric", "fabric-vfi", "in loopback vlan 20 dmac 00:00:00:00:04:04 ipv4", "E4 E5 E6",
+      "E4 E5 E6 +loopback" },
+   { "lbRecircL2Uc", "register;fabric-vfi", "in loopback vlan 20 dmac 00:00:00:00:04:04 ipv4", "E5",
+      "E5 +loopback", "mac 00:00:00:00:04:04 vlan 20 Ethernet5" },
+   { "l3RecircAfterDecap", "register", TUNNEL "dmac router ipv4 dst 10.2.0.1", "E4", "cpu:28",
+      "set recircStatus.recircPort[0] 259\ncall handleTcamEntryL3Recirc true" },
+   { "l3RecircForEncap", "register", "in Ethernet1 dmac router ipv4 dst 10.9.0.1", "E8", "none" },
+
+   // Unknown MAC addresses of a traffic class.
+   { "\"L2 unknown mac drop traffic-class 3\"", ALL,
+      "in Ethernet1 vlan 10 priority 3 dmac 00:00:00:00:77:77 ipv4", "none", "E2 E3",
+      "set miscConfig.unknownMacDropTrafficClass[3] true" },
+   { "\"L2 unknown mac drop traffic-class 3\"", ALL,
+      "in Ethernet1 vlan 10 priority 2 dmac 00:00:00:00:77:77 ipv4", "E2 E3", "E2 E3",
+      "set miscConfig.unknownMacDropTrafficClass[3] true" },
+   { "\"L3 unknown mac drop traffic-class 3\"", "hsdk;acl",
+      "in Ethernet1 vlan 10 priority 3 dmac router ipv4 dst 10.4.0.1", "none", "E4 E5 E6",
+      "set miscConfig.unknownMacDropTrafficClass[3] true" },
+   { "\"L3 unknown mac drop traffic-class 3\"", "fabric-vfi",
+      "in Ethernet1 vlan 10 priority 3 dmac router ipv4 dst 10.4.0.1", "none", "cpu:0",
+      "set miscConfig.unknownMacDropTrafficClass[3] true" },
+   { "\"L3MC unknown mac drop traffic-class 3\"", "hsdk without floodingPortSupported",
+      "in Ethernet1 vlan 10 priority 3 dmac router ipv4 dst 10.4.0.1", "none", "E4 E5 E6",
+      "set miscConfig.unknownMacDropTrafficClass[3] true" },
+
+   // The router's own MAC addresses: not routed, tunnelled, asked for.
+   { "l2OnlyCpuRx", ALL, "in Ethernet1 dmac router ethertype 0x88b5", "cpu:0", "E2 E3" },
+   { "l2OnlyFennicCpuRx", ALL, "in Ethernet1 dmac virtual-router ethertype 0x88b5", "cpu:0",
+      "E2 E3" },
+   { "l2OnlyCpuRx", "hsdk;register;fabric-vfi", "in Ethernet1 dmac router ethertype 0x88b5",
+      "E2 E3", "E2 E3", "vlan 10 no-svi" },
+   { "l2OnlyCpuRx", "hsdk;register;fabric-vfi", "in Ethernet1 dmac router ethertype 0x88b5",
+      "E2 E3", "E2 E3", "openflow Ethernet1" },
+   { "l2OnlyCpuRx", "register", "in higig vlan 10 dmac router ethertype 0x88b5", "E1 E2 E3",
+      "E1 E2 E3", "", "l2OnlyCpuRxFromCpu" },
+   { "l2OnlyCpuRx", "register without higigQualifierSupported",
+      "in higig vlan 10 dmac router ethertype 0x88b5", "cpu:0", "E1 E2 E3", "",
+      "l2OnlyCpuRxFromCpu" },
+   { "l2OnlyCpuRxFromCpu", ALL, "in cpu vlan 10 dmac router ethertype 0x88b5", "cpu:0",
+      "E1 E2 E3" },
+   { "l2OnlyFennicCpuRxFromCpu", ALL, "in cpu vlan 10 dmac virtual-router ethertype 0x88b5",
+      "cpu:0", "E1 E2 E3" },
+   { "l2OnlyCpuRxFromCpu", ALL, "in cpu vlan 10 dmac router ethertype 0x88b5", "none", "E1 E2 E3",
+      "call doNotCopyPacketFromCpuToCpu" },
+   { "l3Vxlan", "hsdk;register without lbPortAvailable;fabric-vfi",
+      TUNNEL "dmac router arp reply from 10.7.0.9 for 10.7.0.1", "cpu:28", "cpu:0" },
+   { "l3Vxlan", "register without lbPortAvailable", TUNNEL "dmac router ipv4 dst 10.2.0.1",
+      "cpu:28", "cpu:0" },
+   { "l3Vxlan", "hsdk", TUNNEL "dmac router ipv4 dst 10.2.0.1", "E4", "E4" },
+   { "l3VxlanFennic", "hsdk;register without lbPortAvailable;fabric-vfi",
+      VIRTUAL_TUNNEL "dmac router arp reply from 10.7.0.9 for 10.7.0.1", "cpu:28", "cpu:0" },
+   { "l2VxlanForBridgeMac", "hsdk;register;fabric-vfi", TUNNEL "dmac 00:00:00:00:07:07 ipv4", "E7",
+      "cpu:0" },
+   { "l2VxlanForBridgeMac", "hsdk;register;fabric-vfi",
+      TUNNEL "dmac ff:ff:ff:ff:ff:ff arp request from 10.7.0.9 for 10.7.0.1", "E7 cpu:28",
+      "cpu:0" },
+   { "l2VxlanForFennicMac", "hsdk;register;fabric-vfi",
+      VIRTUAL_TUNNEL "dmac 00:00:00:00:07:07 ipv4", "E7", "cpu:0" },
+   { "arpReply", ALL, "in Ethernet1 dmac router arp reply from 10.1.0.5 for 10.1.0.1", "cpu:0",
+      "E2 E3", "", "l2OnlyCpuRx" },
+   { "arpFennicReply", ALL, "in Ethernet1 dmac virtual-router arp reply from 10.1.0.5 for 10.1.0.1",
+      "cpu:0", "E2 E3", "", "l2OnlyFennicCpuRx" },
+   { "arpRequestUnicast", ALL, "in Ethernet1 dmac router arp request from 10.1.0.5 for 10.1.0.1",
+      "none", "cpu:0" },
+
+   // Exceptions.
+   { "nexthopToCpu", ALL, "in Ethernet1 dmac router ipv4 dst 10.3.0.1 tcp dport 22", "cpu:0",
+      "none" },
+   { "ttl-check 1", "fabric-vfi", "in Ethernet1 dmac router ipv4 dst 10.2.0.1 ttl 1", "cpu:26",
+      "none" },
+   { "ttl-check 0", "fabric-vfi", "in Ethernet1 dmac router ipv4 dst 10.2.0.1 ttl 0", "cpu:26",
+      "none" },
+   { "ttl-check 1", "fabric-vfi", "in Ethernet1 dmac router ipv4 dst 10.2.0.1 ttl 2", "E4", "E4" },
+   { "urpf-single-wide 0", "hsdk;register;acl",
+      "in Ethernet1 dmac router ipv4 src 172.16.0.1 dst 10.2.0.1", "E4", "none",
+      "vlan 10 urpf strict l3-class 1\ncall doUrpfHwInitStage1 true" },
+   { "urpf-single-wide 1", "hsdk;register;acl",
+      "in Ethernet1 dmac router ipv6 src 2001:db8:9::1 dst 2001:db8:2::1", "E4", "none",
+      "vlan 10 urpf loose l3-class 2\ncall doUrpfHwInitStage1 true" },
+   { "urpf-double-wide 0", "hsdk", "in Ethernet1 dmac router ipv4 src 172.16.0.1 dst 10.2.0.1",
+      "E4", "none",
+      "vlan 10 urpf strict l3-class 1\nset urpf.doubleWideMode true\n"
+      "call doUrpfHwInitStage1 true" },
+
+   // Layer-2 multicast and the CPU. A broadcast alone reaches the CPU without an entry.
+   { "mcastDataRsvdMacAddress", ALL, "in Ethernet1 dmac 01:00:5e:00:00:05 ipv4 dst 224.0.0.5",
+      "E2 E3 cpu:0", "E2 E3" },
+   { "mcastDataRsvdMacAddress", ALL, "in Ethernet1 dmac 01:00:5e:00:00:05 ipv4 dst 225.0.0.5",
+      "E2 E3 cpu:0", "E2 E3" },
+   { "l2McastCpuTx", ALL, "in cpu vlan 10 dmac 01:00:5e:01:01:01 ipv4 dst 224.1.1.1", "E1 E2 E3",
+      "E1 E2 E3 cpu:0", "mac 01:00:5e:01:01:01 vlan 10 group 1" },
+   { "l2McastCpuRx", ALL, "in Ethernet1 dmac 01:00:5e:01:01:01 ipv4 dst 224.1.1.1", "cpu:0",
+      "E2 E3 cpu:0", "mac 01:00:5e:01:01:01 vlan 10 group 1" },
+   { "l2McastCpuAndFlood", ALL, "in Ethernet1 dmac 01:00:5e:01:01:01 ipv4 dst 224.1.1.1",
+      "E2 E3 cpu:0", "E2 E3",
+      "mac 01:00:5e:01:01:01 vlan 10 group 2\nl2mcast 2 Ethernet1 Ethernet2 Ethernet3" },
+   { "l2McastFlood", ALL, "in Ethernet1 dmac 01:00:5e:01:01:01 ipv4 dst 224.1.1.1", "E2 E3",
+      "E2 E3 cpu:0", "mac 01:00:5e:01:01:01 vlan 10 group 3" },
+   { "skipL2McastPktFromCoreToCpu", "hsdk;register;fabric-vfi",
+      TUNNEL "dmac 01:00:5e:01:01:01 ipv4 dst 224.1.1.1", "E7", "E7 cpu:28",
+      "set scsd.vxlanEnabled true\nmac 01:00:5e:01:01:01 vlan 30 group 50\n"
+      "l2mcast 50 Ethernet7 cpu" },
+
+   // MPLS.
+   { "mplsPkt", ALL, "in Ethernet1 dmac router mpls 100 ipv4 dst 10.2.0.1", "none", "cpu:0",
+      "mpls 100 swap 200 via Ethernet5 mac 00:00:00:00:05:05 vlan 20" },
+   { "mplsPkt", ALL, "in Ethernet1 dmac 00:00:00:00:77:77 mpls 100 ipv4", "E2 E3", "E2 E3" },
+   { "mplsPkt", ALL, "in Ethernet1 dmac router mpls 100 ipv4", "E5", "cpu:0",
+      "mpls 100 pop via Ethernet5 mac 00:00:00:00:05:05 vlan 20\ncall handleMplsRouting true" },
+   { "mplsPkt", "hsdk;register;fabric-vfi", "in Ethernet1 dmac router mpls 101 ipv4", "cpu:27",
+      "cpu:0", "call handleMplsRouting true" },
+   { "php-lsp-ping 0", ALL, "in Ethernet1 dmac router ipv4 dst 127.0.0.1 udp dport 3503", "cpu:0",
+      "none", "call handleMplsRouting true\ncall handleRouting false false" },
+   { "php-lsp-ping 0", ALL, "in Ethernet1 dmac router ipv4 dst 127.0.0.1 udp dport 3504", "none",
+      "none", "call handleMplsRouting true\ncall handleRouting false false" },
+
+   // The MLAG peer.
+   { "peer-mac-arp 0", ALL, "in Ethernet1 dmac 00:1c:73:00:00:02 arp request for 10.1.0.2", "E3",
+      "E2 E3",
+      "set mlagHwStatus.peerMacRoutingSupported true\n"
+      "call handlePeerMacArpRedirect 00:1c:73:00:00:02 Ethernet3 true\n"
+      "call handlePeerMacRouting 00:1c:73:00:00:02 true" },
+   { "peer-mac-arp 0", ALL, "in Ethernet3 dmac 00:1c:73:00:00:02 arp request for 10.1.0.2", "E1 E2",
+      "E1 E2",
+      "set mlagHwStatus.peerMacRoutingSupported true\n"
+      "call handlePeerMacArpRedirect 00:1c:73:00:00:02 Ethernet3 true\n"
+      "call handlePeerMacRouting 00:1c:73:00:00:02 true" },
+   { "peer-mac-arp 0", ALL, "in Ethernet1 dmac 00:1c:73:00:00:02 ipv4 dst 10.2.0.1", "E4", "E4",
+      "set mlagHwStatus.peerMacRoutingSupported true\n"
+      "call handlePeerMacArpRedirect 00:1c:73:00:00:02 Ethernet3 true\n"
+      "call handlePeerMacRouting 00:1c:73:00:00:02 true" },
+};
+
+#undef TUNNEL
+#undef VIRTUAL_TUNNEL
+#undef ALL
+
+std::vector<std::string> split( const std::string& text, char at )
+{
+   std::vector<std::string> parts;
+   std::istringstream in( text );
+   for( std::string part; std::getline( in, part, at ); )
+      parts.push_back( part );
+   return parts;
+}
+
+using EntriesTest = PacketTest;
+
+TEST_F( EntriesTest, EveryEntryMakesItsDifferenceOnEveryChip )
+{
+   for( const Proof& proof : proofs )
+      for( const std::string& profile : split( proof.profiles, ';' ) ) {
+         SCOPED_TRACE( profile + ": " + proof.entry + ": " + proof.packet );
+         const bool takesReplies = std::string( proof.entry ).starts_with( "arp" );
+         bringUp( profile, takesReplies ? "unit 0 traps-ttl-exceptions true" : "" );
+         run( proof.setup );
+         for( const std::string& entry : split( proof.alsoGone, ';' ) )
+            release( entry );
+         EXPECT_EQ( outcome( explain( proof.packet ) ), proof.with );
+         release( proof.entry );
+         EXPECT_EQ( outcome( explain( proof.packet ) ), proof.without );
+      }
+}
+
+} // namespace
+} // namespace Strata
