@@ -4,6 +4,7 @@
 #include "sim/packet/Pass.h"
 
 #include <algorithm>
+#include <bit>
 
 namespace Strata::Sim {
 
@@ -134,6 +135,14 @@ static std::string ruleText( const FieldRule& rule )
    return text;
 }
 
+/// How much it says that a qualifier fits: the bits that were compared.
+static U32 weight( const FieldQualifier& qualifier )
+{
+   return comparesValue( qualifier.role )
+             ? static_cast<U32>( std::popcount( valueMask( qualifier ).mask ) )
+             : 1;
+}
+
 void Pass::noteRange( const FieldGroup& group, const FieldKey& presented, U32 winner )
 {
    RangeNote range{ group.profile().name, {} };
@@ -148,7 +157,7 @@ void Pass::noteRange( const FieldGroup& group, const FieldKey& presented, U32 wi
       about.cause = entry.cause;
       for( const FieldQualifier& qualifier : entry.hardware->qualifiers ) {
          if( presented.matches( qualifier ) )
-            ++about.fitted;
+            about.fitted += weight( qualifier );
          else if( about.failed++ == 0 ) {
             about.wanted = qualifier.text();
             about.had = presented.valueText( qualifier.role );

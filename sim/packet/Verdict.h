@@ -101,8 +101,8 @@ struct EntryNote
    std::string name;
    bool won = false;
    std::string rule; // qualifiers and actions
-   U32 fitted = 0;   // of its qualifiers
-   U32 failed = 0;
+   U32 fitted = 0;   // bits that its qualifiers compared and found right
+   U32 failed = 0;   // of its qualifiers
    // The first that failed, when it did not match.
    std::string wanted; // "Ttl 1/0xff"
    std::string had;    // "64"

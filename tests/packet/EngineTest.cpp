@@ -1,0 +1,119 @@
+// What packets leave behind, and what explaining one does not.
+#include "tests/packet/PacketTest.h"
+
+namespace Strata {
+namespace {
+
+using EngineTest = PacketTest;
+
+U64 hits( Sim::Chip& chip, const std::string& name )
+{
+   for( const Sim::FieldGroup& group : chip.groups() )
+      for( const auto& [ id, entry ] : group.entries() )
+         if( entry.name == name )
+            return entry.hits;
+   return 0;
+}
+
+TEST_F( EngineTest, PacketsCountAndTeachAndExplainingDoesNeither )
+{
+   bringUp( "hsdk" );
+   const std::string trapped = "in Ethernet1 smac 02:00:00:00:00:0a dmac router ethertype 0x88b5";
+   const std::string trap = "trap to cpu for l2 only with dmac=bridgeMac";
+   const std::string toIt = "in Ethernet2 dmac 02:00:00:00:00:0a ethertype 0x88b5";
+   const U64 records = agent().hardware().transcript().size();
+   explain( trapped );
+   EXPECT_EQ( outcome( explain( toIt ) ), "E1 E3" );
+   EXPECT_EQ( hits( chip(), trap ), 0u );
+   EXPECT_TRUE( engine().counters().cpuQueues.empty() );
+   EXPECT_EQ( agent().hardware().transcript().size(), records );
+   send( trapped );
+   send( trapped );
+   EXPECT_EQ( outcome( explain( toIt ) ), "E1" );
+   EXPECT_EQ( hits( chip(), trap ), 2u );
+   EXPECT_EQ( ( engine().counters().cpuQueues.at( { 0, 0 } ) ), 2u );
+   EXPECT_EQ( engine().counters().ports.at( { 0, 1 } ).in, 2u );
+   // The station moves to another port, unless it is configured.
+   run( "packet in Ethernet3 smac 02:00:00:00:00:0a dmac ff:ff:ff:ff:ff:ff arp request" );
+   EXPECT_EQ( outcome( explain( toIt ) ), "E3" );
+   run( "mac 02:00:00:00:00:0a vlan 10 Ethernet1\npacket in Ethernet3 smac 02:00:00:00:00:0a dmac "
+        "ff:ff:ff:ff:ff:ff arp request" );
+   EXPECT_EQ( outcome( explain( toIt ) ), "E1" );
+}
+
+TEST_F( EngineTest, RoutedPacketsAreRewrittenAndTagged )
+{
+   bringUp( "hsdk" );
+   run( "vlan 20 tagged Ethernet4 svi mac 00:1c:73:00:00:20" );
+   const Sim::Verdict routed =
+      send( "in Ethernet1 vlan 10 priority 6 dmac router ipv4 dst 10.2.0.1 ttl 9" );
+   EXPECT_EQ( routed.departures().front()->frame.text(),
+      "00:1c:73:00:00:20 -> 00:00:00:00:02:02 vlan 20 priority 6, IPv4 10.0.0.1 -> 10.2.0.1 ttl 8, "
+      "UDP 40000 -> 53" );
+   const Sim::Verdict tunnelled = send( "in Ethernet1 dmac router ipv4 dst 10.9.0.1" );
+   EXPECT_EQ( tunnelled.departures().front()->frame.text(),
+      "00:1c:73:00:00:01 -> 00:00:00:00:08:08, IPv4 192.0.2.1 -> 192.0.2.2 ttl 64, UDP 51464 -> "
+      "4789, VXLAN 5030 [ 00:1c:73:00:00:01 -> 00:00:00:00:09:09, IPv4 10.0.0.1 -> 10.9.0.1 ttl "
+      "63, UDP 40000 -> 53 ]" );
+}
+
+TEST_F( EngineTest, ChipsReachEachOthersPorts )
+{
+   run( R"(switch hsdk units 2 ports 4
+bring-up
+interface Ethernet1-4 unit 0 port 1
+interface Ethernet5-8 unit 1 port 1
+vlan 10 members Ethernet1 Ethernet5 Ethernet6
+native-vlan 10 Ethernet1 Ethernet5 Ethernet6
+packet in Ethernet5 smac 02:00:00:00:00:05 dmac ff:ff:ff:ff:ff:ff arp request)" );
+   EXPECT_EQ( outcome( explain( "in Ethernet1 dmac 02:00:00:00:00:05 ipv4" ) ), "E5" );
+   EXPECT_EQ( outcome( explain( "in Ethernet1 dmac 02:00:00:00:00:06 ipv4" ) ), "E5 E6" );
+   EXPECT_EQ( outcome( explain( "in higig unit 1 vlan 10 dmac 02:00:00:00:00:05 ipv4" ) ), "E5" );
+}
+
+TEST_F( EngineTest, ExplanationsNameTheWinnerItsCauseAndTheNearMiss )
+{
+   bringUp( "hsdk" );
+   explain( "in Ethernet1 dmac router ethertype 0x88b5" );
+   EXPECT_NE( out.str().find( "installed by 'call handleRouting true true'" ), std::string::npos );
+   out.str( {} );
+   explain( "in Ethernet1 dmac virtual-router arp request" );
+   release( "l2OnlyFennicCpuRx" );
+   out.str( {} );
+   explain( "in Ethernet1 dmac virtual-router arp request" );
+   EXPECT_NE( out.str().find( "from cpu with dmac=fennicMac\" misses: it" ), std::string::npos )
+      << out.str();
+   EXPECT_NE( out.str().find( "the packet has port 1" ), std::string::npos ) << out.str();
+}
+
+TEST_F( EngineTest, ALoopIsReportedLoudly )
+{
+   bringUp( "register" );
+   std::string breach;
+   agent().hardware().critic().handlerIs( [ & ]( const Sim::Breach& b ) { breach = b.rule; } );
+   Sim::FieldGroup& main = *chip().group( "main" );
+   const U32 id = main.claim( main.profile().base + 4, "loop", {} ).id;
+   PortBitmap loopback;
+   loopback.add( 258 );
+   main.find( id )->claim.actionIs( { .role = FieldAction::RedirectPbmp, .ports = loopback } );
+   main.install( id );
+   const Sim::Verdict verdict = send( "in Ethernet1 dmac 00:00:00:00:77:77 ipv4" );
+   EXPECT_TRUE( verdict.loops );
+   EXPECT_EQ( verdict.passes.size(), Sim::maxPasses );
+   EXPECT_EQ( breach, "a packet would go through the chip more than 4 times" );
+}
+
+TEST_F( EngineTest, OfTwoRedirectsTheFirstStandsAndPolicyRoutingsBeforeAll )
+{
+   bringUp( "hsdk" );
+   run( "pbr flood to 10.2.0.0/16 via flood mac 00:00:00:00:04:04 vlan 20" );
+   // Policy routing is off, so its entry is disabled; the one for other floods would redirect again.
+   EXPECT_EQ( outcome( send( "in Ethernet1 dmac router ipv4 dst 10.2.0.1" ) ), "none" );
+   EXPECT_EQ( hits( chip(), "vlan flood" ), 1u );
+   run( "set pbr.pbrEnabled true" );
+   EXPECT_EQ( outcome( send( "in Ethernet1 dmac router ipv4 dst 10.2.0.1" ) ), "E4 E5 E6" );
+   EXPECT_EQ( hits( chip(), "vlan flood pbr" ), 1u );
+}
+
+} // namespace
+} // namespace Strata

@@ -1,0 +1,140 @@
+// Frames: what the parser makes of them, how they are rewritten, and that nothing bent breaks it.
+#include "sim/packet/Frame.h"
+#include "tests/packet/PacketTest.h"
+#include "tool/packet/PacketDesk.h"
+#include "tool/packet/PacketWords.h"
+
+#include <filesystem>
+#include <random>
+
+namespace Strata {
+namespace {
+
+using Sim::Bytes;
+using Sim::Frame;
+
+class FrameTest : public PacketTest
+{
+ protected:
+   FrameTest() { run( "switch hsdk ports 4" ); }
+
+   Frame frame( const std::string& text )
+   {
+      const Tool::Line line = Tool::splitLine( "test", 1, text );
+      Tool::Words words( line );
+      return Tool::takeFrame( session, words );
+   }
+};
+
+const char* const built[] = {
+   "vlan 10 priority 5 ethertype 0x88b5",
+   "dmac ff:ff:ff:ff:ff:ff arp request from 10.1.0.5 for 10.1.0.1",
+   "arp reply from 10.1.0.5 for 10.1.0.1",
+   "ipv4 src 10.1.0.5 dst 10.2.0.9 ttl 7 options icmp",
+   "ipv4 bad-checksum udp sport 1 dport 2 length 300",
+   "ipv4 igmp",
+   "vlan 20 ipv6 src 2001:db8::5 ttl 9 tcp dport 443",
+   "ipv6 hop-by-hop icmp",
+   "mpls 100 ttl 3 mpls 200 ipv4 udp",
+   "ipv4 udp vxlan 5030 vlan 7 ipv6 udp vxlan 6 arp request",
+};
+
+TEST_F( FrameTest, TextsTellWhatIsInAFrame )
+{
+   const std::string macs = "02:00:00:00:00:01 -> 02:00:00:00:00:02";
+   EXPECT_EQ( frame( built[ 0 ] ).text(), macs + " vlan 10 priority 5, EtherType 0x88b5" );
+   EXPECT_EQ( frame( built[ 2 ] ).text(), macs + ", ARP reply from 10.1.0.5 to 10.1.0.1" );
+   EXPECT_EQ( frame( built[ 3 ] ).text(), macs + ", IPv4 10.1.0.5 -> 10.2.0.9 ttl 7, ICMP" );
+   EXPECT_TRUE( frame( built[ 3 ] ).headers().ip->options );
+   EXPECT_FALSE( frame( built[ 4 ] ).headers().ip->checksumRight );
+   EXPECT_EQ( frame( built[ 4 ] ).bytes().size(), 300u );
+   EXPECT_EQ( frame( built[ 6 ] ).text(),
+      macs + " vlan 20, IPv6 2001:db8::5 -> 2001:db8::2 ttl 9, TCP 40000 -> 443" );
+   EXPECT_TRUE( frame( built[ 7 ] ).headers().ip->options );
+   EXPECT_EQ( frame( built[ 8 ] ).text(), macs + ", MPLS label 100 ttl 3, MPLS label 200 ttl 64" );
+   EXPECT_NE( frame( built[ 9 ] ).text().find( "VXLAN 5030 [ " + macs + " vlan 7, IPv6" ),
+      std::string::npos );
+}
+
+TEST_F( FrameTest, RewritingChangesWhatItMustAndNothingElse )
+{
+   for( const char* const text : built ) {
+      const Frame before = frame( text );
+      const auto tag = before.headers().tag;
+      EXPECT_EQ( retagged( retagged( before, std::nullopt ), tag ), before ) << text;
+      EXPECT_EQ( retagged( retagged( before, { { 99, 1 } } ), tag ), before ) << text;
+      const Frame outer = encapsulated( before, { {}, {}, *Sim::IpAddress::parse( "192.0.2.1" ),
+                                                   *Sim::IpAddress::parse( "192.0.2.2" ), 77 } );
+      EXPECT_EQ( decapsulated( outer ), before ) << text;
+      EXPECT_TRUE( outer.headers().ip->checksumRight );
+      if( !before.headers().ip )
+         continue;
+      const Frame after = oneHopLess( before );
+      EXPECT_EQ( after.headers().ip->ttl, before.headers().ip->ttl - 1 ) << text;
+      EXPECT_EQ( after.headers().ip->checksumRight, before.headers().ip->checksumRight ) << text;
+   }
+   const Frame labels = frame( "mpls 100 ttl 3 mpls 200 ipv4 dst 10.2.0.9 udp dport 53" );
+   EXPECT_NE(
+      relabelled( oneHopLess( labels ), 300 ).text().find( "label 300 ttl 2, MPLS label 200" ),
+      std::string::npos );
+   const Frame ip = relabelled( relabelled( labels, std::nullopt ), std::nullopt );
+   EXPECT_NE(
+      ip.text().find( "IPv4 10.0.0.1 -> 10.2.0.9 ttl 64, UDP 40000 -> 53" ), std::string::npos )
+      << ip.text();
+}
+
+TEST_F( FrameTest, CutShortItSaysSoAndIsSwitchedAllTheSame )
+{
+   const auto problem = [ & ]( const std::string& text, std::size_t size ) {
+      Bytes bytes = frame( text ).bytes();
+      bytes.resize( size );
+      return Frame( bytes ).headers().problem;
+   };
+   EXPECT_THROW( Frame( Bytes( 13 ) ), Vormel::ValueError );
+   EXPECT_EQ( problem( built[ 0 ], 16 ), "the VLAN tag is cut short" );
+   EXPECT_EQ( problem( built[ 1 ], 30 ), "the ARP header is cut short or malformed" );
+   EXPECT_EQ( problem( built[ 3 ], 30 ), "the IPv4 header is cut short or malformed" );
+   EXPECT_EQ( problem( built[ 4 ], 100 ), "IPv4 announces 286 bytes, and 86 are there" );
+   EXPECT_EQ( problem( built[ 6 ], 50 ), "the IPv6 header is cut short or malformed" );
+   EXPECT_EQ( problem( built[ 8 ], 16 ), "the MPLS header is cut short or malformed" );
+}
+
+TEST_F( FrameTest, NoBentFrameBreaksAnything )
+{
+   bringUp( "register" );
+   std::mt19937 random( 4 );
+   for( int i = 0; i < 6000; ++i ) {
+      Bytes bytes = frame( built[ random() % std::size( built ) ] ).bytes();
+      if( random() % 4 == 0 ) // to the router, so that it goes deeper
+         std::ranges::copy( agent().helper()->routerMacAddr().bytes(), bytes.begin() );
+      for( unsigned bend = random() % 4; bend > 0; --bend )
+         bytes[ random() % bytes.size() ] = static_cast<U8>( random() );
+      if( random() % 2 == 0 )
+         bytes.resize( 14 + random() % bytes.size() );
+      const Frame bent( bytes );
+      EXPECT_FALSE( bent.text().empty() );
+      const U32 port = static_cast<U32>( 1 + random() % 8 );
+      EXPECT_FALSE( engine().send( { { 0, port }, bent } ).passes.empty() );
+   }
+}
+
+TEST_F( FrameTest, FilesCarryFramesUnchanged )
+{
+   bringUp( "hsdk" );
+   const std::string file = testing::TempDir() + "packets.pcap";
+   run( "capture cpu " + file );
+   send( "in Ethernet1 dmac router ethertype 0x88b5" );
+   send( "in Ethernet1 dmac 00:00:00:00:77:77 ethertype 0x88b5" ); // not for the CPU
+   const Sim::Verdict last =
+      send( "in Ethernet1 vlan 10 dmac router ipv4 dst 10.99.0.1 ttl 9 bad-checksum options" );
+   run( "no capture" );
+   EXPECT_EQ( Tool::frameInFile( file, 2 ), last.passes.front().cpu->frame );
+   EXPECT_THROW( Tool::frameInFile( file, 3 ), Vormel::ValueError );
+   EXPECT_EQ( outcome( send( "in Ethernet1 pcap " + file + " frame 1" ) ), "cpu:0" );
+   std::filesystem::remove( file );
+   EXPECT_THROW( run( "packet in Ethernet1 pcap " + file ), Tool::InputError );
+   EXPECT_THROW( run( "packet in Ethernet1 hex 0011" ), Tool::InputError );
+}
+
+} // namespace
+} // namespace Strata
