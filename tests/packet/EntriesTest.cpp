@@ -66,6 +66,10 @@ const Proof proofs[] = {
       "in Ethernet1 vlan 10 priority 3 dmac router ipv4 dst 10.4.0.1", "none", "E4 E5 E6",
       "set miscConfig.unknownMacDropTrafficClass[3] true" },
 
+   { "\"L2 unknown mac drop traffic-class 3\"", ALL,
+      "in Ethernet1 vlan 10 priority 3 dmac router ethertype 0x88b5", "cpu:0", "cpu:0",
+      "set miscConfig.unknownMacDropTrafficClass[3] true" },
+
    // The router's own MAC addresses: not routed, tunnelled, asked for.
    { "l2OnlyCpuRx", ALL, "in Ethernet1 dmac router ethertype 0x88b5", "cpu:0", "E2 E3" },
    { "l2OnlyFennicCpuRx", ALL, "in Ethernet1 dmac virtual-router ethertype 0x88b5", "cpu:0",
@@ -143,6 +147,9 @@ const Proof proofs[] = {
       TUNNEL "dmac 01:00:5e:01:01:01 ipv4 dst 224.1.1.1", "E7", "E7 cpu:28",
       "set scsd.vxlanEnabled true\nmac 01:00:5e:01:01:01 vlan 30 group 50\n"
       "l2mcast 50 Ethernet7 cpu" },
+   { "skipL2McastPktFromCoreToCpu", "hsdk;register;fabric-vfi",
+      TUNNEL "dmac 01:00:5e:01:01:01 ipv4 dst 224.1.1.1", "E7", "cpu:0",
+      "set scsd.vxlanEnabled true\nmac 01:00:5e:01:01:01 vlan 30 group 1" },
 
    // MPLS.
    { "mplsPkt", ALL, "in Ethernet1 dmac router mpls 100 ipv4 dst 10.2.0.1", "none", "cpu:0",

@@ -13,7 +13,9 @@ using Vormel::format;
 
 namespace {
 
-constexpr std::size_t mostNearMisses = 2; // of a range, unless all are wanted
+// Of a range, unless all are wanted: how many misses are told, and how many bits make one a near miss.
+constexpr std::size_t mostNearMisses = 2;
+constexpr U32 nearMissBits = 8;
 
 std::string causeText( const EntryNote& entry )
 {
@@ -33,7 +35,7 @@ std::vector<const EntryNote*> nearMisses( const Sim::RangeNote& range )
 {
    std::vector<const EntryNote*> near;
    for( const EntryNote& entry : range.entries )
-      if( entry.failed == 1 && entry.fitted > 0 )
+      if( entry.failed == 1 && entry.fitted >= nearMissBits )
          near.push_back( &entry );
    std::ranges::stable_sort( near, std::greater(), &EntryNote::fitted );
    near.resize( std::min( near.size(), mostNearMisses ) );
@@ -127,8 +129,10 @@ Table explanationTable( Sim::PacketEngine& engine, const Sim::Verdict& verdict,
          table.row( { note.stage, note.text } );
       for( const Sim::RangeNote& range : about.ranges )
          addRange( table, range, all );
+      // What the way out refuses is of interest when nothing leaves.
+      const bool leaves = !verdict.passes[ i ].departures.empty();
       for( const Sim::StageNote& note : about.after )
-         if( all || note.stage != "entry" )
+         if( all || !( note.stage == "entry" || ( note.stage == "egress" && leaves ) ) )
             table.row( { note.stage, note.text } );
       addOutcome( table, engine, verdict.passes[ i ] );
    }

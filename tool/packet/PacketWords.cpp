@@ -50,6 +50,8 @@ PortRef takePort( Session& session, Words& words )
       words.fail( "'" + text +
                   "' is no port; write an interface such as Ethernet1, or port N, cpu, "
                   "loopback or recirculation" );
+   if( intf->isPortChannel() )
+      words.fail( text + " is a LAG; packets come in and leave by one of its ports" );
    const StrataPort at = hardware.scsd()->strataIntfToPort( *intf );
    if( !at )
       words.fail(
