@@ -1,0 +1,76 @@
+// Packets through the simulated chip, and what a range costs that has a hundred times as many entries.
+#include "platform/runtime/Activity.h"
+#include "sim/packet/PacketEngine.h"
+
+#include <benchmark/benchmark.h>
+
+namespace Strata::Sim {
+namespace {
+
+Frame routedFrame()
+{
+   // 02:00:00:00:00:01 to 00:1c:73:00:00:01, IPv4 10.1.0.5 to 10.2.0.9, TTL 64, UDP.
+   return Frame( { 0x00, 0x1c, 0x73, 0, 0, 1, 2, 0, 0, 0, 0, 1, 0x08, 0x00, 0x45, 0, 0, 28, 0, 0, 0,
+      0, 64, 17, 0x66, 0xc1, 10, 1, 0, 5, 10, 2, 0, 9, 0x9c, 0x40, 0, 53, 0, 8, 0, 0 } );
+}
+
+void route( benchmark::State& state )
+{
+   const Vormel::LockAnchor lock( Vormel::activityLock() );
+   SimSwitch hardware( { .profile = "hsdk" } );
+   hardware.transcript().keepIs( false );
+   Chip& chip = hardware.chip( 0 );
+   MemoryEntry station{};
+   memoryFieldSet( station, MemoryField::Valid, 1 );
+   memoryFieldSet( station, MemoryField::MacAddr, EthAddr( 0x00, 0x1c, 0x73, 0, 0, 1 ) );
+   memoryFieldSet( station, MemoryField::MacAddrMask, EthAddr::broadcast );
+   memoryFieldSet( station, MemoryField::Ipv4Termination, 1 );
+   chip.myStation().write( 1, station );
+   chip.portControlIs( 1, PortControl::IP4, 1 );
+   chip.controlIs( SwitchControl::L3EgressMode, 1 );
+   PacketEngine engine( hardware );
+   NextHop nextHop;
+   nextHop.kind = NextHop::Kind::port;
+   nextHop.vlanId = 1;
+   nextHop.port = { 0, 2 };
+   engine.tables().routes.routeIs( *IpPrefix::parse( "10.2.0.0/16" ), { nextHop, 0 } );
+   const Arrival arrival{ { 0, 1 }, routedFrame() };
+   for( auto _ : state ) {
+      const Verdict verdict = engine.send( arrival );
+      if( verdict.departures().empty() )
+         state.SkipWithError( "the packet is not routed" );
+   }
+   state.SetItemsProcessed( state.iterations() );
+}
+BENCHMARK( route );
+
+/// A range of this many entries, each with a destination of its own; the last one wins.
+void lookUp( benchmark::State& state )
+{
+   const U32 size = static_cast<U32>( state.range( 0 ) );
+   FieldGroup group( { "range", {}, 1, size, size } );
+   for( U32 id = 1; id <= size; ++id ) {
+      group.claim( id, "entry", {} );
+      FieldRule& rule = group.find( id )->claim;
+      rule.qualifierIs( { .role = Qualifier::DstMac, .data = id, .mask = 0xFFFFFFFFFFFF } );
+      rule.qualifierIs( { .role = Qualifier::L3Routable, .data = id % 2, .mask = 1 } );
+      rule.qualifierIs( { .role = Qualifier::IntPriority, .data = id % 8, .mask = 0xFFFFFFFF } );
+      rule.actionIs( { .role = FieldAction::Drop } );
+      group.install( id );
+   }
+   const FieldLookup lookup( group );
+   FieldKey key;
+   key.valueIs( Qualifier::DstMac, size );
+   key.valueIs( Qualifier::L3Routable, size % 2 );
+   key.valueIs( Qualifier::IntPriority, size % 8 );
+   for( auto _ : state ) {
+      const U32 winner = lookup.winner( key );
+      if( winner != size )
+         state.SkipWithError( "another entry wins" );
+   }
+   state.SetItemsProcessed( state.iterations() );
+}
+BENCHMARK( lookUp )->Arg( 10 )->Arg( 100 )->Arg( 1000 );
+
+} // namespace
+} // namespace Strata::Sim
