@@ -20,7 +20,8 @@ namespace Strata::Sim {
 struct FieldEntryCause
 {
    std::string text; // "call init true true"
-   U64 record = 0;   // of the installation, in the transcript
+   U64 since = 0;    // the transcript's last record before that
+   U64 record = 0;   // of the installation
 };
 
 struct FieldEntry

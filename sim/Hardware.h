@@ -7,8 +7,6 @@
 #include "sim/SdkNumbers.h"
 #include "sim/Transcript.h"
 
-#include <string>
-
 namespace Strata::Sim {
 
 struct Hardware
@@ -18,7 +16,7 @@ struct Hardware
    Critic& critic;
    Faults& faults;
    Transcript& transcript;
-   const std::string& cause; // of what happens now, as whoever drives the switch has it
+   const FieldEntryCause& cause; // of what happens now
 };
 
 } // namespace Strata::Sim

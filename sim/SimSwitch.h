@@ -61,7 +61,10 @@ class SimSwitch
 
    Transcript& transcript() { return transcript_; }
    /// What happens from now on happens because of this; entries that are installed remember it.
-   void causeIs( std::string cause ) { cause_ = std::move( cause ); }
+   void causeIs( std::string cause )
+   {
+      cause_ = { std::move( cause ), transcript_.lastNumber(), 0 };
+   }
    Critic& critic() { return critic_; }
    Faults& faults() { return faults_; }
    SimShim& shim() { return shim_; }
@@ -145,7 +148,7 @@ class SimSwitch
    SdkNumbers numbers_;
    Chips chips_;
    Critic critic_{ chips_, transcript_ };
-   std::string cause_;
+   FieldEntryCause cause_;
    Hardware hardware_{ chips_, numbers_, critic_, faults_, transcript_, cause_ };
    SimShim shim_;
    ObservedShim observed_{ shim_ };

@@ -108,7 +108,8 @@ int SimTcamEntryManager::installed( std::string_view call, U32 unit, U32 entryId
             "the chip refused a qualifier of the entry, so it would match too much", call, unit );
       const SdkCode code = again ? at.reinstall( entryId ) : at.install( entryId );
       if( code == SdkCode::None )
-         entry->cause = { hardware_.cause, hardware_.transcript.lastNumber() + 1 };
+         entry->cause = {
+            hardware_.cause.text, hardware_.cause.since, hardware_.transcript.lastNumber() + 1 };
       return code;
    } ) );
 }

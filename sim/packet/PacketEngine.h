@@ -37,6 +37,7 @@ class PacketEngine
    PacketEngine& operator=( const PacketEngine& ) = delete;
 
    ForwardingTables& tables() { return tables_; }
+   const Transcript& transcript() const { return hardware_.transcript(); }
    const PacketCounters& counters() const { return counters_; }
 
    /// The packet comes in: entries count hits, stations are learned, counters move, and the transcript

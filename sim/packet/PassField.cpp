@@ -159,12 +159,11 @@ void Pass::noteRange( const FieldGroup& group, const FieldKey& presented, U32 wi
          if( presented.matches( qualifier ) )
             about.fitted += weight( qualifier );
          else if( about.failed++ == 0 ) {
-            about.wanted = qualifier.text();
+            about.wanted = qualifier;
             about.had = presented.valueText( qualifier.role );
          }
       }
-      if( !entry.enabled && about.failed++ == 0 )
-         about.wanted = "the entry to be enabled";
+      about.enabled = entry.enabled;
       range.entries.push_back( std::move( about ) );
    }
    if( !range.entries.empty() )

@@ -100,12 +100,13 @@ struct EntryNote
    U32 id;
    std::string name;
    bool won = false;
+   bool enabled = true;
    std::string rule; // qualifiers and actions
    U32 fitted = 0;   // bits that its qualifiers compared and found right
    U32 failed = 0;   // of its qualifiers
-   // The first that failed, when it did not match.
-   std::string wanted; // "Ttl 1/0xff"
-   std::string had;    // "64"
+   // The first that failed, when it did not match; none when the entry is but disabled.
+   std::optional<FieldQualifier> wanted;
+   std::string had; // "64"
    FieldEntryCause cause;
 };
 

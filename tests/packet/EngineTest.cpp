@@ -79,8 +79,8 @@ TEST_F( EngineTest, ExplanationsNameTheWinnerItsCauseAndTheNearMiss )
    release( "l2OnlyFennicCpuRx" );
    out.str( {} );
    explain( "in Ethernet1 dmac virtual-router arp request" );
-   EXPECT_NE( out.str().find( "misses: it wants InPorts 0, and the packet has port 1" ),
-      std::string::npos )
+   EXPECT_NE(
+      out.str().find( "misses: it wants InPorts 0, and the packet has port 1" ), std::string::npos )
       << out.str();
 }
 
@@ -108,6 +108,8 @@ TEST_F( EngineTest, OfTwoRedirectsTheFirstStandsAndPolicyRoutingsBeforeAll )
    // Policy routing is off, so its entry is disabled; the one for other floods would redirect again.
    EXPECT_EQ( outcome( send( "in Ethernet1 dmac router ipv4 dst 10.2.0.1" ) ), "none" );
    EXPECT_EQ( hits( chip(), "vlan flood" ), 1u );
+   explain( "in Ethernet1 dmac router ipv4 dst 10.2.0.1" );
+   EXPECT_NE( out.str().find( "\"vlan flood pbr\" misses: it is disabled" ), std::string::npos );
    run( "set pbr.pbrEnabled true" );
    EXPECT_EQ( outcome( send( "in Ethernet1 dmac router ipv4 dst 10.2.0.1" ) ), "E4 E5 E6" );
    EXPECT_EQ( hits( chip(), "vlan flood pbr" ), 1u );

@@ -17,17 +17,42 @@ namespace {
 constexpr std::size_t mostNearMisses = 2;
 constexpr U32 nearMissBits = 8;
 
-std::string causeText( const EntryNote& entry )
+/// The change of an input that the installation followed, if its command made one.
+const Sim::Record* eventOf( const Sim::Transcript& transcript, const Sim::FieldEntryCause& cause )
 {
-   return entry.cause.text.empty() ? std::string()
-                                   : "\ninstalled by '" + entry.cause.text + "' (record " +
-                                        std::to_string( entry.cause.record ) + ")";
+   const Sim::Record* event = nullptr;
+   for( const Sim::Record& record : transcript.records() ) {
+      if( record.number >= cause.record )
+         break;
+      const bool isInput =
+         record.kind == Sim::RecordKind::notify && record.field( "object" ) != "helper";
+      if( record.number > cause.since && isInput )
+         event = &record;
+   }
+   return event;
+}
+
+std::string causeText( const Sim::Transcript& transcript, const EntryNote& entry )
+{
+   if( entry.cause.text.empty() )
+      return {};
+   const Sim::Record* const event = eventOf( transcript, entry.cause );
+   return format( "\ninstalled by '%s' (record %d)", entry.cause.text, entry.cause.record ) +
+          ( event ? ", after " + event->text : "" );
 }
 
 std::string missText( const EntryNote& entry )
 {
-   const std::string had = entry.had.empty() ? "" : ", and the packet has " + entry.had;
-   return format( "%d \"%s\" misses: it wants %s%s", entry.id, entry.name, entry.wanted, had );
+   std::string text = format( "%d \"%s\" misses: it ", entry.id, entry.name );
+   if( !entry.wanted )
+      return text + "is disabled";
+   return text + format( "wants %s, and the packet has %s", entry.wanted->text(), entry.had );
+}
+
+/// It misses by one thing only.
+bool isNear( const EntryNote& entry )
+{
+   return entry.failed + ( entry.enabled ? 0 : 1 ) == 1 && entry.fitted >= nearMissBits;
 }
 
 /// Those that nearly won: one qualifier failed, and most others fitted.
@@ -35,14 +60,15 @@ std::vector<const EntryNote*> nearMisses( const Sim::RangeNote& range )
 {
    std::vector<const EntryNote*> near;
    for( const EntryNote& entry : range.entries )
-      if( entry.failed == 1 && entry.fitted >= nearMissBits )
+      if( isNear( entry ) )
          near.push_back( &entry );
    std::ranges::stable_sort( near, std::greater(), &EntryNote::fitted );
    near.resize( std::min( near.size(), mostNearMisses ) );
    return near;
 }
 
-void addRange( Table& table, const Sim::RangeNote& range, bool all )
+void addRange(
+   Table& table, const Sim::Transcript& transcript, const Sim::RangeNote& range, bool all )
 {
    std::string title = range.group;
    const auto add = [ & ]( const std::string& text ) {
@@ -53,9 +79,9 @@ void addRange( Table& table, const Sim::RangeNote& range, bool all )
    for( const EntryNote& entry : range.entries ) {
       won = won || entry.won;
       if( entry.won )
-         add(
-            format( "%d \"%s\" wins: %s", entry.id, entry.name, entry.rule ) + causeText( entry ) );
-      else if( all && entry.failed == 0 )
+         add( format( "%d \"%s\" wins: %s", entry.id, entry.name, entry.rule ) +
+              causeText( transcript, entry ) );
+      else if( all && entry.failed == 0 && entry.enabled )
          add( format( "%d \"%s\" fits, too, but comes later", entry.id, entry.name ) );
       else if( all )
          add( missText( entry ) );
@@ -80,7 +106,7 @@ void addOutcome( Table& table, Sim::PacketEngine& engine, const Sim::PassVerdict
       table.row( { "leaves", "on no port: " + pass.drop } );
 }
 
-ordered_json rangeJson( const Sim::RangeNote& range )
+ordered_json rangeJson( const Sim::Transcript& transcript, const Sim::RangeNote& range )
 {
    ordered_json object{ { "range", range.group }, { "winner", nullptr } };
    object[ "entries" ] = ordered_json::array();
@@ -89,12 +115,21 @@ ordered_json rangeJson( const Sim::RangeNote& range )
          object[ "winner" ] = entry.id;
       ordered_json row{ { "id", entry.id }, { "name", entry.name }, { "rule", entry.rule },
          { "fitted", entry.fitted }, { "failed", entry.failed } };
-      if( entry.failed != 0 ) {
-         row[ "wanted" ] = entry.wanted;
+      if( entry.wanted ) {
+         const Sim::ValueMask wanted = Sim::valueMask( *entry.wanted );
+         row[ "field" ] = Vormel::enumName( entry.wanted->role );
+         if( Sim::comparesValue( entry.wanted->role ) ) {
+            row[ "value" ] = wanted.value;
+            row[ "mask" ] = wanted.mask;
+         }
+         row[ "wanted" ] = entry.wanted->text();
          row[ "had" ] = entry.had;
       }
+      row[ "enabled" ] = entry.enabled;
       row[ "cause" ] = entry.cause.text;
       row[ "record" ] = entry.cause.record;
+      if( const Sim::Record* const event = eventOf( transcript, entry.cause ) )
+         row[ "event" ] = event->text;
       object[ "entries" ].push_back( std::move( row ) );
    }
    return object;
@@ -128,7 +163,7 @@ Table explanationTable( Sim::PacketEngine& engine, const Sim::Verdict& verdict,
       for( const Sim::StageNote& note : about.stages )
          table.row( { note.stage, note.text } );
       for( const Sim::RangeNote& range : about.ranges )
-         addRange( table, range, all );
+         addRange( table, engine.transcript(), range, all );
       // What the way out refuses is of interest when nothing leaves.
       const bool leaves = !verdict.passes[ i ].departures.empty();
       for( const Sim::StageNote& note : about.after )
@@ -152,7 +187,7 @@ ordered_json explanationJson(
             pass[ "stages" ].push_back( { { "stage", note.stage }, { "found", note.text } } );
       pass[ "ranges" ] = ordered_json::array();
       for( const Sim::RangeNote& range : explanation.passes[ i ].ranges )
-         pass[ "ranges" ].push_back( rangeJson( range ) );
+         pass[ "ranges" ].push_back( rangeJson( engine.transcript(), range ) );
       pass.update( outcomeJson( engine, verdict.passes[ i ] ) );
       passes.push_back( std::move( pass ) );
    }
