@@ -1,8 +1,8 @@
 // ARP while layer-2-only traffic to the router MAC is trapped: replies go to the CPU, unicast requests are
 // dropped.
 #include "messages/Traces.h"
-#include "routing/RoutingStatusHelper.h"
 #include "platform/state/StrataCommon.h"
+#include "routing/RoutingStatusHelper.h"
 #include "routing/tcam/CheckedCall.h"
 #include "routing/tcam/TcamEntry.h"
 

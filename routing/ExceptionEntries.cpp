@@ -1,8 +1,8 @@
 // Exceptions: TTL 0 and 1, and packets whose next hop is the CPU. Made at chip initialisation, never removed.
 #include "messages/Traces.h"
 #include "platform/runtime/Format.h"
-#include "routing/RoutingStatusHelper.h"
 #include "platform/state/StrataCommon.h"
+#include "routing/RoutingStatusHelper.h"
 #include "routing/tcam/CheckedCall.h"
 #include "routing/tcam/TcamEntry.h"
 

@@ -1,7 +1,7 @@
 // The entries that carry the flood port bitmap: routed floods in a VLAN, and those that policy routing steers.
 #include "messages/Traces.h"
-#include "routing/RoutingStatusHelper.h"
 #include "platform/state/StrataCommon.h"
+#include "routing/RoutingStatusHelper.h"
 #include "routing/tcam/CheckedCall.h"
 #include "routing/tcam/FieldLock.h"
 #include "routing/tcam/TcamEntry.h"

@@ -2,8 +2,8 @@
 // its VXLAN and ARP entries leave.
 #include "messages/Traces.h"
 #include "platform/runtime/Assert.h"
-#include "routing/RoutingStatusHelper.h"
 #include "platform/state/StrataCommon.h"
+#include "routing/RoutingStatusHelper.h"
 #include "routing/tcam/CheckedCall.h"
 #include "routing/tcam/TcamEntry.h"
 

@@ -50,8 +50,8 @@ void L3PeerMacArpRedirectSm::handlePeerMacArpRedirect()
    const EthAddr mac = mlagStatus_ ? mlagStatus_->peerMacAddr() : EthAddr();
    const IntfId link = mlagStatus_ ? mlagStatus_->peerLinkIntf() : IntfId();
    const bool wanted = !mac.isZero() && Mlag::isPeerMacRoutingStatusEnabled( *mlagStatus_ ) &&
-                       mlagHwStatus_ && mlagHwStatus_->peerMacRoutingSupported() &&
-                       scsd_ && !portsOfLink( *scsd_, link ).empty();
+                       mlagHwStatus_ && mlagHwStatus_->peerMacRoutingSupported() && scsd_ &&
+                       !portsOfLink( *scsd_, link ).empty();
    routingStatusHelper_->handlePeerMacArpRedirect( mac, link, wanted );
 }
 

@@ -1,7 +1,7 @@
 // What comes back through an internal port: floods by the loopback port, and second passes of tunnels.
 #include "messages/Traces.h"
-#include "routing/RoutingStatusHelper.h"
 #include "platform/state/StrataCommon.h"
+#include "routing/RoutingStatusHelper.h"
 #include "routing/tcam/CheckedCall.h"
 #include "routing/tcam/FieldLock.h"
 #include "routing/tcam/TcamEntry.h"

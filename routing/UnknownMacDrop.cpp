@@ -4,8 +4,8 @@
 #include "platform/runtime/Activity.h"
 #include "platform/runtime/Assert.h"
 #include "platform/runtime/Format.h"
-#include "routing/RoutingStatusHelper.h"
 #include "platform/state/StrataCommon.h"
+#include "routing/RoutingStatusHelper.h"
 #include "routing/tcam/CheckedCall.h"
 #include "routing/tcam/TcamEntry.h"
 

@@ -1,7 +1,7 @@
 // Tunnelled packets to a router MAC, per MAC kind.
 #include "messages/Traces.h"
-#include "routing/RoutingStatusHelper.h"
 #include "platform/state/StrataCommon.h"
+#include "routing/RoutingStatusHelper.h"
 #include "routing/tcam/CheckedCall.h"
 #include "routing/tcam/TcamEntry.h"
 

@@ -1,7 +1,7 @@
 // Routed floods in VLANs that VXLAN extends. They never follow the flood port bitmap.
 #include "messages/Traces.h"
-#include "routing/RoutingStatusHelper.h"
 #include "platform/state/StrataCommon.h"
+#include "routing/RoutingStatusHelper.h"
 #include "routing/tcam/CheckedCall.h"
 #include "routing/tcam/FieldLock.h"
 #include "routing/tcam/TcamEntry.h"

@@ -6,7 +6,6 @@
 #include "platform/types/EthAddr.h"
 #include "sim/packet/IpAddress.h"
 
-#include <memory>
 #include <optional>
 #include <span>
 #include <string>

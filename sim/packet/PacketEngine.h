@@ -8,10 +8,10 @@
 #include "sim/packet/PacketView.h"
 #include "sim/packet/Verdict.h"
 
-#include <array>
 #include <functional>
 #include <map>
 #include <string>
+#include <utility>
 
 namespace Strata::Sim {
 

@@ -7,7 +7,9 @@
 #include "sim/packet/PacketView.h"
 #include "sim/packet/Verdict.h"
 
+#include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 

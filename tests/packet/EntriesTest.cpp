@@ -41,6 +41,8 @@ const Proof proofs[] = {
    // What comes back from internal ports.
    { "lbRecirc", "register", "in loopback vlan 20 dmac 00:00:00:00:04:04 ipv4", "E4 E5 E6",
       "E4 E5 E6 +loopback" },
+   { "lbRecirc", "register", "in loopback vlan 30 dmac 00:00:00:00:07:99 ipv4", "E7 E8 +loopback",
+      "E7 E8 +loopback" },
    { "lbRecircFabric", "fabric-vfi", "in loopback vlan 20 dmac 00:00:00:00:04:04 ipv4", "E4 E5 E6",
       "E4 E5 E6 +loopback" },
    { "lbRecircL2Uc", "register;fabric-vfi", "in loopback vlan 20 dmac 00:00:00:00:04:04 ipv4", "E5",
@@ -78,6 +80,8 @@ const Proof proofs[] = {
       "E2 E3", "E2 E3", "vlan 10 no-svi" },
    { "l2OnlyCpuRx", "hsdk;register;fabric-vfi", "in Ethernet1 dmac router ethertype 0x88b5",
       "E2 E3", "E2 E3", "openflow Ethernet1" },
+   { "l2OnlyCpuRx", "hsdk;register;fabric-vfi", "in Ethernet1 dmac router ethertype 0x88b5",
+      "E2 E3", "E2 E3", "vlan 10 drop-routed" },
    { "l2OnlyCpuRx", "register", "in higig vlan 10 dmac router ethertype 0x88b5", "E1 E2 E3",
       "E1 E2 E3", "", "l2OnlyCpuRxFromCpu" },
    { "l2OnlyCpuRx", "register without higigQualifierSupported",
@@ -210,6 +214,14 @@ TEST_F( EntriesTest, EveryEntryMakesItsDifferenceOnEveryChip )
          release( proof.entry );
          EXPECT_EQ( outcome( explain( proof.packet ) ), proof.without );
       }
+}
+
+TEST_F( EntriesTest, AUnitThatTrapsTtlExceptionsItselfNeedsNoEntry )
+{
+   bringUp( "fabric-vfi", "unit 0 traps-ttl-exceptions true" );
+   EXPECT_TRUE( chip().group( "ttl-check" )->entries().empty() );
+   EXPECT_EQ( outcome( send( "in Ethernet1 dmac router ipv4 dst 10.2.0.1 ttl 1" ) ), "cpu:0" );
+   EXPECT_EQ( outcome( send( "in Ethernet1 dmac router ipv4 dst 10.2.0.1 ttl 2" ) ), "E4" );
 }
 
 } // namespace
