@@ -9,8 +9,8 @@ namespace {
 
 Frame routedFrame()
 {
-   // 02:00:00:00:00:01 to 00:1c:73:00:00:01, IPv4 10.1.0.5 to 10.2.0.9, TTL 64, UDP.
-   return Frame( { 0x00, 0x1c, 0x73, 0, 0, 1, 2, 0, 0, 0, 0, 1, 0x08, 0x00, 0x45, 0, 0, 28, 0, 0, 0,
+   // 02:00:00:00:00:01 to 02:00:a1:00:00:01, IPv4 10.1.0.5 to 10.2.0.9, TTL 64, UDP.
+   return Frame( { 0x02, 0x00, 0xa1, 0, 0, 1, 2, 0, 0, 0, 0, 1, 0x08, 0x00, 0x45, 0, 0, 28, 0, 0, 0,
       0, 64, 17, 0x66, 0xc1, 10, 1, 0, 5, 10, 2, 0, 9, 0x9c, 0x40, 0, 53, 0, 8, 0, 0 } );
 }
 
@@ -22,7 +22,7 @@ void route( benchmark::State& state )
    Chip& chip = hardware.chip( 0 );
    MemoryEntry station{};
    memoryFieldSet( station, MemoryField::Valid, 1 );
-   memoryFieldSet( station, MemoryField::MacAddr, EthAddr( 0x00, 0x1c, 0x73, 0, 0, 1 ) );
+   memoryFieldSet( station, MemoryField::MacAddr, EthAddr( 0x02, 0x00, 0xa1, 0, 0, 1 ) );
    memoryFieldSet( station, MemoryField::MacAddrMask, EthAddr::broadcast );
    memoryFieldSet( station, MemoryField::Ipv4Termination, 1 );
    chip.myStation().write( 1, station );

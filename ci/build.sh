@@ -15,5 +15,6 @@ fi
 
 quiet=--quiet
 [ -t 1 ] && quiet=
+[ -e "build/$preset/.ninja_log" ] || echo "Building; the first time takes some minutes." >&2
 # shellcheck disable=SC2086 # may be empty
 cmake --build --preset "$preset" ${1:+--target} "$@" -- $quiet

@@ -45,7 +45,7 @@ traces() {
 }
 
 attributes | page attributes.md 'Attributes' \
-   'What the helper and the input objects hold, by number. An attribute without a number is fixed and publishes nothing.'
+   'What the helper and the input objects hold, by number. An attribute of number 0 is fixed and publishes nothing.'
 "$command" operations --markdown | page operations.md 'Operations' \
    'What the helper can be asked by name.'
 "$command" messages --markdown | page messages.md 'System log messages' \

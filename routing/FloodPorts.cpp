@@ -11,12 +11,15 @@ namespace Strata {
 // What an interface without a logical port number is taken for.
 static constexpr U32 noLogicalPort = 1023;
 
+static bool isRouted( const Interface::EthIntfStatusDir* dir, IntfId intf )
+{
+   const auto* const status = dir ? dir->intfStatus().find( intf ) : nullptr;
+   return status && *status && ( *status )->forwardingModel() == Interface::ForwardingModel::routed;
+}
+
 bool RoutingStatusHelper::routedIntf( IntfId intf )
 {
-   if( !ethIntfStatusDir() )
-      return false;
-   const auto* const status = ethIntfStatusDir()->intfStatus().find( intf );
-   if( !status || !*status || ( *status )->forwardingModel() != Interface::ForwardingModel::routed )
+   if( !isRouted( ethIntfStatusDir().get(), intf ) )
       return false;
    VORMEL_TRACE( routingTrace, 2, "routedIntf intf: " << intf );
    return true;
@@ -46,6 +49,9 @@ void RoutingStatusHelper::updateVlanFloodIgnoreIntf( IntfId intf )
             routedPortsAndRoutedLagMemberIs( member, true );
          else
             routedPortsAndRoutedLagMemberDel( member );
+         // Who heard of the member may have switched the LAG: its members were handled then.
+         if( isRouted( ethIntfStatusDir().get(), intf ) != routed )
+            break;
       }
       if( !handled )
          return;

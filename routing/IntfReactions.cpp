@@ -87,8 +87,9 @@ void RoutingStatusSm::handleStrataIntfToPort( IntfId intf )
    if( !present )
       VORMEL_TRACE( routingTrace, 8,
          "handleStrataIntfToPortInterface" << intf << " not present in strataIntfToPort" );
-   else if( routingStatusHelper_ )
-      routingStatusHelper_->programSwitchCtrlPortSet( intf );
+   else if( routingStatusHelper_ && scsd_->strataIntfToPort().contains( intf ) )
+      routingStatusHelper_->programSwitchCtrlPortSet(
+         intf ); // who heard of the floods may have taken it away
 }
 
 } // namespace Strata

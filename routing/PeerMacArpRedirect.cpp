@@ -9,9 +9,7 @@ namespace Strata {
 void RoutingStatusHelper::handlePeerMacArpRedirect(
    const EthAddr& mac, IntfId peerLink, bool enable )
 {
-   VORMEL_TRACE( routingTrace, 2,
-      "handlePeerMacArpRedirect, mac: " << mac << ", peerLink: " << peerLink
-                                        << ", create: " << enable );
+   VORMEL_TRACE( routingTrace, 2, "handlePeerMacArpRedirect, create: " << enable );
    const Ref<StrataBoundedTcamEntryManager> manager =
       tcamGroupManager() ? tcamGroupManager()->boundedTcamEntryManager( TcamGroup::peerMacArp )
                          : nullptr;

@@ -19,7 +19,7 @@ struct RoutingState
 
    /// "ip4,ip6,mcast" with what is off left out; "off" for nothing.
    VORMEL_EXPORT static std::optional<RoutingState> parse( std::string_view text );
-   static constexpr std::string_view valueSyntax = "a list of ip4, ip6 and mcast, or off";
+   static constexpr std::string_view valueSyntax = "a list such as ip4,ip6,mcast, or off";
 };
 
 VORMEL_EXPORT std::string toText( const RoutingState& state );

@@ -79,6 +79,7 @@ class VORMEL_EXPORT RoutingStatusSm : public Vormel::Reactor
    void handleUnknownMacDrop();
    void handleUnknownMacDrop( U16 tc );
    void handleDualHash();
+   /// Follows the configuration from its first change on: an agent that starts with it configured calls this once.
    void handleL2TrafficRoutingStatus();
    void handleNexthopStatus( const std::string& name );
 

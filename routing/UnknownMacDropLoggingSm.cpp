@@ -130,8 +130,8 @@ void UnknownMacDropLoggingSm::setTimer()
 
 void UnknownMacDropLoggingSm::updateCounters()
 {
-   // A subscriber of the counters may drop the reactor meanwhile.
-   const Ref<UnknownMacDropLoggingSm> keep( this );
+   // A subscriber of the counters may drop the reactor meanwhile, unless it is still being made.
+   const Ref<UnknownMacDropLoggingSm> keep( references() != 0 ? this : nullptr );
    VORMEL_TRACE( routingTrace, 5, "updateCounters" );
    VORMEL_ASSERT( miscConfig() );
    for( const U16 tc : Vormel::keysOf( miscConfig_->unknownMacDropTrafficClass() ) )

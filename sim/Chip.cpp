@@ -1,5 +1,6 @@
 #include "sim/Chip.h"
 
+#include "platform/runtime/Errors.h"
 #include "sim/RegisterLayout.h"
 
 #include <algorithm>
@@ -37,7 +38,9 @@ bool Chip::hasPort( int port ) const
 void Chip::portActiveIs( int port, bool active )
 {
    if( !hasPort( port ) || !frontPanel_.contains( static_cast<U32>( port ) ) )
-      return;
+      throw Vormel::ValueError( "the front-panel ports of unit " + std::to_string( unit_ ) +
+                                " are " + frontPanel_.toString() + ", not " +
+                                std::to_string( port ) );
    if( active )
       active_.add( static_cast<U32>( port ) );
    else

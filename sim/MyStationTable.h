@@ -18,7 +18,7 @@ void memoryFieldSet( MemoryEntry& entry, MemoryField field, const EthAddr& mac )
 U32 memoryField( const MemoryEntry& entry, MemoryField field );
 EthAddr memoryMacField( const MemoryEntry& entry, MemoryField field );
 
-/// "00:1c:73:00:00:01 vlan 10 from port 0: ipv4 ipv6 mpls"; "invalid" for an invalid entry.
+/// "02:00:a1:00:00:01 vlan 10 from port 0: ipv4 ipv6 mpls"; "invalid" for an invalid entry.
 std::string myStationText( const MemoryEntry& entry );
 
 class MyStationTable

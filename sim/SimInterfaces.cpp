@@ -51,6 +51,8 @@ void SimSwitch::removeStatus( IntfId intf )
 
 void SimSwitch::removeInterface( IntfId intf )
 {
+   if( !ethIntfStatusDir_->intfStatus().contains( intf ) )
+      throw ValueError( "there is no interface " + intf.toString() );
    if( const IntfId lag = scsd_->lagOfMember( intf ); !lag.empty() )
       takeOutOfLag( lag, intf );
    scsd_->strataIntfToPortDel( intf );

@@ -58,6 +58,8 @@ void Agent::startReactors( const std::set<std::string_view>& without )
       unless( "sourceIpLookup", hardware_.sourceIpLookup() ),
       unless( "hwStatus", hardware_.hwStatus() ),
       unless( "nexthops", hardware_.nexthopStatusDir() ) );
+   reactor_
+      ->handleL2TrafficRoutingStatus(); // the agent's to call, for it may be configured already
    arpRedirect_ = l3PeerMacArpRedirectSmFactory(
       hardware_.scsd(), hardware_.mlagStatus(), hardware_.mlagHwStatus(), helper_ );
 }

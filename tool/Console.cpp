@@ -293,6 +293,23 @@ void Console::summary( const std::string& file, U32 expectations, U32 failures )
    } );
 }
 
+void Console::refused( const std::string& text )
+{
+   if( config_.json )
+      emit( Weight::ordinary, {}, [ & ] {
+         return dump( { { "kind", "refused" }, { "text", text } } );
+      } );
+}
+
+void Console::checkWritten()
+{
+   if( !out_.flush() )
+      throw std::runtime_error( "cannot write the output: it is not whole" );
+   if( transcript_.is_open() && !transcript_.flush() )
+      throw std::runtime_error(
+         "cannot write the transcript '" + config_.transcriptFile + "': it is not whole" );
+}
+
 void Console::error( const std::string& text )
 {
    err_ << text << std::endl;

@@ -73,6 +73,10 @@ class Console
    /// What a child process sent through its channel.
    void childLine( char form, std::string_view text );
    void summary( const std::string& file, U32 expectations, U32 failures );
+   /// A line could not be run: for programs. People read the error.
+   void refused( const std::string& text );
+   /// std::runtime_error when something that was reported could not be written.
+   void checkWritten();
    /// To standard error, in either form.
    void error( const std::string& text );
 

@@ -11,6 +11,7 @@ namespace Strata::Tool {
 namespace {
 
 Session* watchedSession = nullptr;
+bool deathReported = false;
 
 /// The last words; the process ends by the signal handler after them.
 void reportDeath( const Vormel::AssertionFailure& failure )
@@ -19,6 +20,7 @@ void reportDeath( const Vormel::AssertionFailure& failure )
       return;
    watchedSession->console().died( *watchedSession->running(),
       "Assertion '" + std::string( failure.text ) + "' failed in " + failure.signature );
+   deathReported = true;
 }
 
 /// An abort, by whomever: an assertion, a broken convention, an exception that nobody caught.
@@ -26,6 +28,8 @@ void endDead( int )
 {
    if( watchedSession && watchedSession->running() ) {
       const Line& line = *watchedSession->running();
+      if( !deathReported )
+         watchedSession->console().died( line, "aborted, see standard error" );
       watchedSession->console().error( line.file + ":" + std::to_string( line.number ) +
                                        ": the agent died here, and nothing expected it to" );
    }
@@ -39,6 +43,7 @@ DeathWatch::DeathWatch( Session& session )
      handlerBefore_( std::signal( SIGABRT, endDead ) )
 {
    watchedSession = &session;
+   deathReported = false;
 }
 
 DeathWatch::~DeathWatch()

@@ -6,21 +6,31 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 
 namespace Strata::Tool {
 
 namespace {
 
+constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+
 std::vector<Line> readLines( const std::string& file )
 {
+   const std::string refusal = "cannot read the scenario '" + file + "': ";
+   if( std::filesystem::is_directory( file ) )
+      throw std::runtime_error( refusal + "it is a directory" );
    std::ifstream stream( file );
    if( !stream )
-      throw std::runtime_error(
-         "cannot read the scenario '" + file + "': " + std::strerror( errno ) );
+      throw std::runtime_error( refusal + std::strerror( errno ) );
    std::vector<Line> lines;
-   for( std::string text; std::getline( stream, text ); )
+   for( std::string text; std::getline( stream, text ); ) {
+      if( lines.empty() && text.starts_with( byteOrderMark ) )
+         text.erase( 0, byteOrderMark.size() );
       lines.push_back( splitLine( file, static_cast<U32>( lines.size() + 1 ), text ) );
+   }
+   if( stream.bad() )
+      throw std::runtime_error( refusal + std::strerror( errno ) );
    return lines;
 }
 
@@ -29,7 +39,12 @@ std::vector<Line> readLines( const std::string& file )
 void runLines( const std::string& file, Session& session )
 {
    for( const Line& line : readLines( file ) )
-      session.run( line );
+      try {
+         session.run( line );
+      } catch( const InputError& error ) {
+         session.console().refused( error.what() );
+         throw;
+      }
 }
 
 ExitStatus runScenario( const std::string& file, Console& console )
@@ -40,6 +55,7 @@ ExitStatus runScenario( const std::string& file, Console& console )
       const DeathWatch watch( session );
       runLines( file, session );
       console.summary( file, session.expectations(), session.failures() );
+      console.checkWritten();
       return session.failures() == 0 ? ExitStatus::held : ExitStatus::failed;
    } catch( const std::exception& error ) {
       console.error( error.what() );

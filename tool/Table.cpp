@@ -18,6 +18,7 @@ std::string padded( const std::string& text, std::size_t width, Align align )
 
 std::string jsonName( std::string title )
 {
+   std::erase( title, ',' );
    std::ranges::transform( title, title.begin(),
       []( char c ) { return c == ' ' ? '_' : static_cast<char>( std::tolower( c ) ); } );
    return title;

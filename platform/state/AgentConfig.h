@@ -10,6 +10,8 @@ namespace Strata {
 
 /// Traffic classes that unknown-MAC drop serves: the drop entries have ids for these alone.
 constexpr U16 highestTrafficClass = 7;
+/// Seconds; polling more often than this would leave time for little else.
+constexpr double shortestPollInterval = 0.001;
 
 // clang-format off
 #define FEATURES_ATTRIBUTES( ROW ) \
@@ -19,7 +21,7 @@ constexpr U16 highestTrafficClass = 7;
    ROW( SCALAR, 262, l2DualHash, bool, false, "two hash functions for the L2 table", "agent" ) \
    ROW( SCALAR, 263, l3DualHash, bool, false, "two hash functions for the L3 host table", "agent" ) \
    ROW( MAP_CHECKED, 275, unknownMacDropTrafficClass, U16, bool, 0, "traffic classes 0 to 7 whose packets to unknown MACs are dropped; a member is always true", "agent", checkTrafficClass ) \
-   ROW( SCALAR_CHECKED, 276, syslogTimeout, double, 0.0, "seconds between polls of the unknown-MAC drop counters; 0 for no polling", "agent", checkSyslogTimeout )
+   ROW( SCALAR_CHECKED, 276, syslogTimeout, double, 0.0, "seconds between polls of the unknown-MAC drop counters, 0.001 or more; 0 for no polling", "agent", checkSyslogTimeout )
 
 #define STRATA_PBR_INFO_ATTRIBUTES( ROW ) \
    ROW( SCALAR, 258, pbrEnabled, bool, false, "policy routing is on", "agent" )

@@ -51,12 +51,15 @@ using Vormel::IntfId;
 
 // clang-format off
 #define INTF_VLAN_ID_TABLE_ATTRIBUTES( ROW ) \
-   ROW( MAP, 258, vlanId, IntfId, U16, 0, "the internal VLAN of a routed interface, 1 to 4094", "agent" )
+   ROW( MAP_CHECKED, 258, vlanId, IntfId, U16, 0, "the internal VLAN of a routed interface, 1 to 4094", "agent", checkVlanId )
 // clang-format on
 
 class VORMEL_EXPORT Table : public Vormel::Entity
 {
    VORMEL_ENTITY( Table, INTF_VLAN_ID_TABLE_ATTRIBUTES )
+
+ private:
+   static void checkVlanId( IntfId intf, U16 vlanId );
 };
 
 } // namespace IntfVlanId

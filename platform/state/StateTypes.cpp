@@ -45,11 +45,19 @@ void StrataMiscConfig::checkTrafficClass( U16 trafficClass, bool member )
 
 void StrataMiscConfig::checkSyslogTimeout( double seconds )
 {
-   if( std::isfinite( seconds ) && seconds >= 0 )
+   if( std::isfinite( seconds ) && ( seconds == 0.0 || seconds >= shortestPollInterval ) )
       return;
    std::ostringstream text;
-   text << "syslogTimeout: " << seconds << " is not a finite number of seconds, 0 or more";
+   text << "syslogTimeout: " << seconds << " is not an interval: 0 for no polling, or "
+        << shortestPollInterval << " seconds or more, and finite";
    throw Vormel::ValueError( text.str() );
+}
+
+void StrataCommonSmData::checkFloodingModId( U32 modId )
+{
+   if( modId > 0xFF )
+      throw Vormel::ValueError(
+         "floodingModId: " + std::to_string( modId ) + " is out of the range 0 to 255" );
 }
 
 std::vector<StrataPort> portsOfLink( const StrataCommonSmData& scsd, IntfId link )
@@ -134,6 +142,13 @@ std::string toText( const IntfIdList& list )
 std::string Interface::EthIntfStatus::entityName() const
 {
    return intfId_.toString();
+}
+
+void IntfVlanId::Table::checkVlanId( IntfId intf, U16 vlanId )
+{
+   if( vlanId < 1 || vlanId > 4094 )
+      throw Vormel::ValueError( "vlanId: VLAN " + std::to_string( vlanId ) + " of " +
+                                intf.toString() + " is out of the range 1 to 4094" );
 }
 
 bool Mlag::isPeerMacRoutingStatusEnabled( const Status& status )

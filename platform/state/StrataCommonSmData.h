@@ -81,7 +81,7 @@ class UnitTable
    ROW( SCALAR, 464, vxlanEnabled, bool, false, "VXLAN is configured", "agent" ) \
    ROW( SCALAR, 465, vfiForwarding, bool, false, "VLANs are forwarded through VFIs; routed floods go to the CPU", "agent" ) \
    ROW( SCALAR, 466, nextHopToCpuSuppressed, bool, false, "no next-hop-to-CPU entry is made", "agent" ) \
-   ROW( SCALAR, 467, floodingModId, U32, 249, "module id of the flooding destinations, 0 to 255", "agent" ) \
+   ROW( SCALAR_CHECKED, 467, floodingModId, U32, 249, "module id of the flooding destinations, 0 to 255", "agent", checkFloodingModId ) \
    ROW( SCALAR, 468, vxlanFloodL2Mc, U32, 0, "L2 multicast group of every port and every tunnel; 0 for none", "agent" )
 // clang-format on
 
@@ -103,6 +103,8 @@ class VORMEL_EXPORT StrataCommonSmData : public Vormel::Entity
    }
 
  private:
+   static void checkFloodingModId( U32 modId );
+
    SdkShimInterface* sdkShim_;
    UnitTable units_;
 };

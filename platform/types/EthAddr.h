@@ -50,11 +50,11 @@ class VORMEL_EXPORT EthAddr
    /// Also true of broadcast.
    constexpr bool isMulticast() const { return ( bytes_[ 0 ] & 1 ) != 0; }
 
-   /// "00:1c:73:00:00:01"
+   /// "02:00:a1:00:00:01"
    std::string toString() const;
-   /// Takes "00:1c:73:00:00:01" and "001c.7300.0001", in either case.
+   /// Takes "02:00:a1:00:00:01" and "0200.a100.0001", in either case.
    static std::optional<EthAddr> parse( std::string_view text );
-   static constexpr std::string_view valueSyntax = "a MAC address such as 00:1c:73:00:00:01";
+   static constexpr std::string_view valueSyntax = "a MAC address such as 02:00:a1:00:00:01";
 
    friend constexpr bool operator==( const EthAddr& a, const EthAddr& b )
    {

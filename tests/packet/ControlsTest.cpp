@@ -108,8 +108,8 @@ const FieldRow fieldRows[] = {
       "call handleMplsRouting true\n"
       "mpls 100 pop via Ethernet5 mac 00:00:00:00:05:05 vlan 20" },
    { RegisterField::UseMyStation1ForNonTunnels,
-      "in Ethernet1 dmac 00:1c:73:00:00:77 ipv4 dst 10.2.0.1", "E2 E3", "E4",
-      "call addMyStationTcamEntry 0 100 00:1c:73:00:00:77 false 0 false false true" },
+      "in Ethernet1 dmac 02:00:a1:00:00:77 ipv4 dst 10.2.0.1", "E2 E3", "E4",
+      "call addMyStationTcamEntry 0 100 02:00:a1:00:00:77 false 0 false false true" },
    { RegisterField::Ip4UrpfOnL3Iif, "in Ethernet1 dmac router ipv4 src 172.16.0.1 dst 10.2.0.1",
       "none", "E4", "vlan 10 urpf loose" },
    { RegisterField::Ip6UrpfOnL3Iif, "in Ethernet1 dmac router ipv6 dst 2001:db8:2::1", "none", "E4",
@@ -186,9 +186,9 @@ const ChangeRow changeRows[] = {
    { "poke my-station 1 ARP_RARP_TERMINATION_ALLOWEDf 1",
       "in Ethernet1 dmac router arp request for 10.1.0.1", "none", "cpu:0" },
    // From the CPU to the MLAG peer: not routed, although the peer's MAC is.
-   { "call handlePeerMacRouting 00:1c:73:00:00:02 true",
-      "in cpu vlan 10 dmac 00:1c:73:00:00:02 ipv4 dst 10.2.0.1", "E3", "E3",
-      "set mlagHwStatus.peerMacRoutingSupported true\nmac 00:1c:73:00:00:02 vlan 10 Ethernet3" },
+   { "call handlePeerMacRouting 02:00:a1:00:00:02 true",
+      "in cpu vlan 10 dmac 02:00:a1:00:00:02 ipv4 dst 10.2.0.1", "E3", "E3",
+      "set mlagHwStatus.peerMacRoutingSupported true\nmac 02:00:a1:00:00:02 vlan 10 Ethernet3" },
    // Ports.
    { "unit 0 port 4 down", ROUTED, "E4", "none" },
    { "unit 0 port 1 down", ROUTED, "E4", "none" },

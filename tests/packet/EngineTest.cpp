@@ -44,18 +44,18 @@ TEST_F( EngineTest, PacketsCountAndTeachAndExplainingDoesNeither )
 TEST_F( EngineTest, RoutedPacketsAreRewrittenAndTagged )
 {
    bringUp( "hsdk" );
-   run( "vlan 20 tagged Ethernet4 svi mac 00:1c:73:00:00:20" );
+   run( "vlan 20 tagged Ethernet4 svi mac 02:00:a1:00:00:20" );
    const Sim::Verdict routed =
       send( "in Ethernet1 vlan 10 priority 6 dmac router ipv4 dst 10.2.0.1 ttl 9" );
    EXPECT_EQ( routed.departures().front()->frame.text(),
-      "00:1c:73:00:00:20 -> 00:00:00:00:02:02 vlan 20 priority 6, IPv4 10.0.0.1 -> 10.2.0.1 ttl 8, "
+      "02:00:a1:00:00:20 -> 00:00:00:00:02:02 vlan 20 priority 6, IPv4 10.0.0.1 -> 10.2.0.1 ttl 8, "
       "UDP 40000 -> 53" );
    // A bridged packet never leaves where it came in; a routed one may.
    EXPECT_EQ( outcome( send( "in Ethernet1 dmac router ipv4 dst 10.1.0.1" ) ), "E1" );
    const Sim::Verdict tunnelled = send( "in Ethernet1 dmac router ipv4 dst 10.9.0.1" );
    EXPECT_EQ( tunnelled.departures().front()->frame.text(),
-      "00:1c:73:00:00:01 -> 00:00:00:00:08:08, IPv4 192.0.2.1 -> 192.0.2.2 ttl 64, UDP 51464 -> "
-      "4789, VXLAN 5030 [ 00:1c:73:00:00:01 -> 00:00:00:00:09:09, IPv4 10.0.0.1 -> 10.9.0.1 ttl "
+      "02:00:a1:00:00:01 -> 00:00:00:00:08:08, IPv4 192.0.2.1 -> 192.0.2.2 ttl 64, UDP 51464 -> "
+      "4789, VXLAN 5030 [ 02:00:a1:00:00:01 -> 00:00:00:00:09:09, IPv4 10.0.0.1 -> 10.9.0.1 ttl "
       "63, UDP 40000 -> 53 ]" );
 }
 

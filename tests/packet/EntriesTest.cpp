@@ -169,20 +169,20 @@ const Proof proofs[] = {
       "none", "call handleMplsRouting true\ncall handleRouting false false" },
 
    // The MLAG peer.
-   { "peer-mac-arp 0", ALL, "in Ethernet1 dmac 00:1c:73:00:00:02 arp request for 10.1.0.2", "E3",
+   { "peer-mac-arp 0", ALL, "in Ethernet1 dmac 02:00:a1:00:00:02 arp request for 10.1.0.2", "E3",
       "E2 E3",
       "set mlagHwStatus.peerMacRoutingSupported true\n"
-      "call handlePeerMacArpRedirect 00:1c:73:00:00:02 Ethernet3 true\n"
-      "call handlePeerMacRouting 00:1c:73:00:00:02 true" },
-   { "peer-mac-arp 0", ALL, "in Ethernet3 dmac 00:1c:73:00:00:02 arp request for 10.1.0.2", "E1 E2",
+      "call handlePeerMacArpRedirect 02:00:a1:00:00:02 Ethernet3 true\n"
+      "call handlePeerMacRouting 02:00:a1:00:00:02 true" },
+   { "peer-mac-arp 0", ALL, "in Ethernet3 dmac 02:00:a1:00:00:02 arp request for 10.1.0.2", "E1 E2",
       "E1 E2",
       "set mlagHwStatus.peerMacRoutingSupported true\n"
-      "call handlePeerMacArpRedirect 00:1c:73:00:00:02 Ethernet3 true\n"
-      "call handlePeerMacRouting 00:1c:73:00:00:02 true" },
-   { "peer-mac-arp 0", ALL, "in Ethernet1 dmac 00:1c:73:00:00:02 ipv4 dst 10.2.0.1", "E4", "E4",
+      "call handlePeerMacArpRedirect 02:00:a1:00:00:02 Ethernet3 true\n"
+      "call handlePeerMacRouting 02:00:a1:00:00:02 true" },
+   { "peer-mac-arp 0", ALL, "in Ethernet1 dmac 02:00:a1:00:00:02 ipv4 dst 10.2.0.1", "E4", "E4",
       "set mlagHwStatus.peerMacRoutingSupported true\n"
-      "call handlePeerMacArpRedirect 00:1c:73:00:00:02 Ethernet3 true\n"
-      "call handlePeerMacRouting 00:1c:73:00:00:02 true" },
+      "call handlePeerMacArpRedirect 02:00:a1:00:00:02 Ethernet3 true\n"
+      "call handlePeerMacRouting 02:00:a1:00:00:02 true" },
 };
 
 #undef TUNNEL

@@ -32,10 +32,10 @@ class PacketTest : public testing::Test
    void bringUp( const std::string& profile, const std::string& before = "" )
    {
       run( "switch " + profile + " ports 8\n" + before );
-      run( R"(set routerMacAddr 00:1c:73:00:00:01
-set virtualRouterMacAddr 00:1c:73:00:00:99
-call addMyStationTcamEntry 0 1 00:1c:73:00:00:01 false 0 false false true
-call addMyStationTcamEntry 0 2 00:1c:73:00:00:99 false 0 false false true
+      run( R"(set routerMacAddr 02:00:a1:00:00:01
+set virtualRouterMacAddr 02:00:a1:00:00:99
+call addMyStationTcamEntry 0 1 02:00:a1:00:00:01 false 0 false false true
+call addMyStationTcamEntry 0 2 02:00:a1:00:00:99 false 0 false false true
 bring-up
 interface Ethernet1-8 unit 0 port 1
 call handleRouting true true

@@ -29,9 +29,9 @@ void everythingElse( Tool::Agent& agent )
 {
    RoutingStatusHelper& helper = *agent.helper();
    Sim::SimSwitch& hardware = agent.hardware();
-   const EthAddr mac = *EthAddr::parse( "00:1c:73:00:00:01" );
+   const EthAddr mac = *EthAddr::parse( "02:00:a1:00:00:01" );
    helper.routerMacAddrIs( mac );
-   helper.virtualRouterMacAddrIs( *EthAddr::parse( "00:1c:73:00:00:99" ) );
+   helper.virtualRouterMacAddrIs( *EthAddr::parse( "02:00:a1:00:00:99" ) );
    helper.handleRouting( true, true );
    helper.handleVlanRoutingState( 10, { true, false, true } );
    helper.handleIpAddressState( 10, true, false );

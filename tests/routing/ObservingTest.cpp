@@ -24,7 +24,7 @@ class ObservingTest : public SwitchTest
 TEST_F( ObservingTest, ASnapshotHoldsEveryAttributeWithItsValue )
 {
    make( "hsdk" );
-   helper().routerMacAddrIs( *EthAddr::parse( "00:1c:73:00:00:01" ) );
+   helper().routerMacAddrIs( *EthAddr::parse( "02:00:a1:00:00:01" ) );
    helper().tcamEntryArpReplyIs( MacType::fennicMac, 7 );
    helper().unknownMacCountersPerTcIs( 3, 0xFFFFFFFFFFFFFFFF );
    const json snapshot = json::parse( Vormel::snapshotJson( helper() ) );
@@ -33,7 +33,7 @@ TEST_F( ObservingTest, ASnapshotHoldsEveryAttributeWithItsValue )
    std::map<std::string, json> values;
    for( const json& attribute : snapshot[ "attributes" ] )
       values[ attribute[ "name" ] ] = attribute[ "value" ];
-   EXPECT_EQ( values[ "routerMacAddr" ], "00:1c:73:00:00:01" );
+   EXPECT_EQ( values[ "routerMacAddr" ], "02:00:a1:00:00:01" );
    EXPECT_EQ( values[ "useLb" ], false );
    EXPECT_EQ(
       values[ "tcamEntryArpReply" ][ 0 ], json::parse( R"({ "key": "fennicMac", "value": 7 })" ) );

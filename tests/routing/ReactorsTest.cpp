@@ -78,6 +78,11 @@ class ReactorsTest : public SwitchTest
                                               ->find( helper().tcamEntryVlanFlood() );
       return entry->hardware->actions.front().ports.toString();
    }
+   void raiseHits( U16 trafficClass )
+   {
+      const U32 id = helper().tcamEntryVlanFloodDrop( trafficClass );
+      hw().chip( 0 ).groupOf( id )->find( id )->hits += 5;
+   }
    double nextPoll() { return agent->reactor()->unknownMacDropLoggingSm()->nextPoll(); }
 };
 
@@ -117,8 +122,17 @@ TEST_F( ReactorsTest, WhoHearsAPollMayDropTheReactors )
    hw().miscConfig()->unknownMacDropTrafficClassIs( 4, true );
    hw().miscConfig()->syslogTimeoutIs( 1.0 );
    agent->bringUp();
-   const U32 id = helper().tcamEntryVlanFloodDrop( 3 );
-   hw().chip( 0 ).groupOf( id )->find( id )->hits = 5;
+   raiseHits( 3 );
+   Ref<UnknownMacDropLoggingSm> kept;
+   {
+      // Detached, but still held by somebody: it polls no more.
+      const Meddler meddler( agent->helper(), RoutingStatusHelper::unknownMacCountersPerTcNumber,
+         [ & ] { kept = agent->reactor()->unknownMacDropLoggingSmDel(); } );
+      agent->clock().advanceBy( 1.0 );
+      EXPECT_EQ( agent->clock().nextExpiry(), Timer::never );
+   }
+   agent->reactor()->unknownMacDropLoggingSmIs( hw().miscConfig(), agent->helper() );
+   raiseHits( 3 );
    const Meddler meddler( agent->helper(), RoutingStatusHelper::unknownMacCountersPerTcNumber,
       [ this ] { agent->stop(); } );
    agent->clock().advanceBy( 1.0 );
@@ -126,6 +140,83 @@ TEST_F( ReactorsTest, WhoHearsAPollMayDropTheReactors )
    EXPECT_EQ( agent->clock().nextExpiry(), Timer::never );
    agent->clock().advanceBy( 100.0 );
    EXPECT_EQ( meddler.told, 1 );
+}
+
+TEST_F( ReactorsTest, APollMayFallIntoTheMakingOfItsReactor )
+{
+   hw().miscConfig()->unknownMacDropTrafficClassIs( 3, true );
+   const Meddler meddler(
+      agent->helper(), RoutingStatusHelper::unknownMacCountersPerTcNumber, [ this ] {
+         hw().miscConfig()->syslogTimeoutIs( 1.0 );
+         agent->clock().advanceBy( 1.0 );
+      } );
+   agent->bringUp();
+   EXPECT_EQ( nextPoll(), agent->clock().now() + 1.0 );
+}
+
+// Whatever a handler publishes, who hears it may drop the reactor: the handler still comes to its end.
+TEST_F( ReactorsTest, EveryDispatcherOutlivesItsReactor )
+{
+   struct Drop
+   {
+      Ref<const Vormel::Entity> entity;
+      Vormel::AttributeNumber number;
+      std::function<void()> event;
+   };
+   const Drop drops[] = {
+      { agent->helper(), RoutingStatusHelper::reprogramVlanFloodRequiredNumber,
+         [ this ] {
+            hw().scsd()->strataIntfToPortDel( one );
+            hw().scsd()->strataIntfToPortIs( one, StrataPort( 0, 1, 1 ) );
+         } },
+      { agent->helper(), RoutingStatusHelper::reprogramVlanFloodRequiredNumber,
+         [ this ] { hw().lagIs( lag, { one } ); } },
+      { hw().hwStatus(), HwStatus::l2DualHashNumber,
+         [ this ] {
+            hw().miscConfig()->l3DualHashIs( true );
+            hw().miscConfig()->l2DualHashIs( !hw().miscConfig()->l2DualHash() );
+         } },
+      { hw().hwStatus(), HwStatus::nexthopsProgrammedNumber,
+         [ this ] { hw().nexthopIs( "flows", true, true ); } },
+      { hw().hwStatus(), HwStatus::l2TrafficRoutingNumber,
+         [ this ] { hw().sourceIpLookup()->l2TrafficRoutingIs( true ); } },
+      { agent->helper(), RoutingStatusHelper::peerMacArpRedirectNumber,
+         [ this ] {
+            hw().mlagHwStatus()->peerMacRoutingSupportedIs( true );
+            hw().mlagStatus()->peerMacRoutingEnabledIs( true );
+            hw().mlagStatus()->peerMacAddrIs( *EthAddr::parse( "02:00:a1:00:00:02" ) );
+            hw().mlagStatus()->peerLinkIntfIs( two );
+         } },
+   };
+   helper().init( true, true );
+   for( const Drop& drop : drops ) {
+      agent->startReactors();
+      const Meddler meddler( drop.entity, drop.number, [ this ] { agent->stop(); } );
+      drop.event();
+      EXPECT_EQ( agent->reactor(), nullptr ) << drop.number;
+   }
+}
+
+TEST_F( ReactorsTest, APortMayGoWhileItIsHandled )
+{
+   agent->bringUp();
+   const Meddler meddler( agent->helper(), RoutingStatusHelper::reprogramVlanFloodRequiredNumber,
+      [ this ] { hw().scsd()->strataIntfToPortDel( one ); } );
+   hw().scsd()->strataIntfToPortIs( one, StrataPort( 0, 7, 1 ) );
+   EXPECT_FALSE( hw().scsd()->strataIntfToPort( one ) );
+   EXPECT_FALSE( helper().vlanFloodPbmp().contains( 1 ) );
+}
+
+TEST_F( ReactorsTest, ALagThatIsSwitchedWhileItIsHandledEndsAsItIs )
+{
+   agent->bringUp();
+   hw().lagIs( lag, { one, two } );
+   const Meddler flap( agent->helper(), RoutingStatusHelper::routedPortsAndRoutedLagMemberNumber,
+      [ this ] { status( lag )->forwardingModelIs( ForwardingModel::bridged ); } );
+   status( lag )->forwardingModelIs( ForwardingModel::routed );
+   EXPECT_TRUE( helper().routedPortsAndRoutedLagMember().empty() );
+   EXPECT_TRUE( helper().vlanFloodPbmp().contains( 1 ) && helper().vlanFloodPbmp().contains( 2 ) );
+   EXPECT_EQ( floodPorts(), helper().vlanFloodPbmp().toString() );
 }
 
 TEST_F( ReactorsTest, InterfacesAndLagsMayGoWhileTheyAreHandled )
@@ -174,7 +265,9 @@ TEST_F( ReactorsTest, AChangeWithinAChangeIsHandledWholeAndTheLastOneHolds )
 TEST_F( ReactorsTest, AMarkedReactorHandlesNothing )
 {
    hw().miscConfig()->syslogTimeoutIs( 1.0 );
+   hw().miscConfig()->unknownMacDropTrafficClassIs( 3, true );
    agent->bringUp();
+   raiseHits( 3 );
    agent->reactor()->markForDeletion();
    agent->reactor()->unknownMacDropLoggingSm()->markForDeletion();
    const U64 before = calls();
@@ -190,7 +283,9 @@ TEST_F( ReactorsTest, AMarkedReactorHandlesNothing )
    hw().removeInterface( two );
    agent->clock().advanceBy( 5.0 );
    EXPECT_EQ( calls(), before );
-   EXPECT_TRUE( helper().unknownMacCountersPerTc().empty() );
+   EXPECT_EQ( helper().unknownMacCountersPerTc().size(), 1u );
+   EXPECT_EQ( helper().unknownMacCountersPerTc( 3 ), 0u );
+   EXPECT_EQ( agent->clock().nextExpiry(), Timer::never );
    EXPECT_FALSE( helper().ofFxSupported() );
 }
 
@@ -250,9 +345,54 @@ TEST_F( ReactorsTest, NullInputs )
       testing::Throws<Died>( testing::Field( &Died::text, "miscConfig()" ) ) );
    EXPECT_THAT( [ & ] { start( nullptr, hw().miscConfig() ); },
       testing::Throws<Died>( testing::Field( &Died::text, "scsd()" ) ) );
+   sm->handleNexthopStatus( "nobody" );
+   hw().nexthopIs( "flows", true, true );
+   helper().init( true, true );
+   hw().miscConfig()->l2DualHashIs( false );
+   hw().miscConfig()->unknownMacDropTrafficClassDel( 3 );
+   const auto alone = RoutingStatusSmIs( hw().scsd(), nullptr, hw().miscConfig(), agent->helper(),
+      nullptr, nullptr, hw().sourceIpLookup(), nullptr, hw().nexthopStatusDir() );
+   EXPECT_TRUE( helper().ofFxSupported() );
+   const Sim::Chip& chip = hw().chip( 0 );
+   for( const bool on : { true, false } ) {
+      // Without a report to write to, the reactor itself knows what the chips do.
+      hw().miscConfig()->l3DualHashIs( on );
+      hw().sourceIpLookup()->l2TrafficRoutingIs( on );
+      hw().miscConfig()->l2DualHashIs( on );
+      EXPECT_EQ( chip.control( SwitchControl::HashL3Dual ), on );
+      EXPECT_EQ( chip.control( SwitchControl::L2TrafficSrcIpLookup ), on );
+      EXPECT_EQ( chip.control( SwitchControl::HashL2Dual ), on );
+   }
    const auto redirect =
       l3PeerMacArpRedirectSmFactory( nullptr, nullptr, nullptr, agent->helper() );
    EXPECT_EQ( helper().peerMacArpRedirect(), 0u );
+}
+
+TEST_F( ReactorsTest, WithoutUnitsTheReactorsRunAndProgramNothing )
+{
+   hw().scsd()->units().unitDel( 0 );
+   hw().miscConfig()->unknownMacDropTrafficClassIs( 3, true );
+   hw().miscConfig()->syslogTimeoutIs( 1.0 );
+   const U64 before = calls();
+   agent->bringUp();
+   status( one )->forwardingModelIs( ForwardingModel::routed );
+   hw().miscConfig()->l2DualHashIs( true );
+   agent->clock().advanceBy( 2.0 );
+   EXPECT_TRUE( helper().routedPortsAndRoutedLagMember( one ) );
+   hw().scsd()->strataIntfToPortDel( one );
+   EXPECT_EQ( calls(), before );
+}
+
+// The keyed handler is what events run; an agent may ask for all members at once.
+TEST_F( ReactorsTest, AllLagMembersCanBeLookedAtAgain )
+{
+   agent->bringUp();
+   hw().lagIs( lag, { one, two } );
+   status( lag )->forwardingModelIs( ForwardingModel::routed );
+   helper().routedPortsAndRoutedLagMemberDelAll();
+   EXPECT_TRUE( helper().vlanFloodPbmp().contains( 1 ) );
+   agent->reactor()->doAddOrRemoveLagPortFlood();
+   EXPECT_FALSE( helper().vlanFloodPbmp().contains( 1 ) || helper().vlanFloodPbmp().contains( 2 ) );
 }
 
 TEST_F( ReactorsTest, PollsAreDueOneIntervalFromTheEndOfTheLast )

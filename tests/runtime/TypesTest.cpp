@@ -31,7 +31,7 @@ using Strata::PortBitmap;
 
 TEST( EthAddrTest, EveryByteCountsInComparisonAndHash )
 {
-   const EthAddr addr( 0x00, 0x1c, 0x73, 0x00, 0x00, 0x01 );
+   const EthAddr addr( 0x02, 0x00, 0xa1, 0x00, 0x00, 0x01 );
    for( U32 i = 0; i < EthAddr::size; ++i ) {
       EthAddr other = addr;
       other.byteIs( i, 0xfe );
@@ -46,12 +46,12 @@ TEST( EthAddrTest, EveryByteCountsInComparisonAndHash )
 
 TEST( EthAddrTest, ParsesBothNotationsAndNothingElse )
 {
-   const EthAddr addr( 0x00, 0x1c, 0x73, 0xab, 0x00, 0x01 );
-   EXPECT_EQ( addr.toString(), "00:1c:73:ab:00:01" );
-   for( const char* text : { "00:1c:73:ab:00:01", "00:1C:73:AB:00:01", "001c.73ab.0001" } )
+   const EthAddr addr( 0x02, 0x00, 0xa1, 0xab, 0x00, 0x01 );
+   EXPECT_EQ( addr.toString(), "02:00:a1:ab:00:01" );
+   for( const char* text : { "02:00:a1:ab:00:01", "02:00:A1:AB:00:01", "0200.a1ab.0001" } )
       EXPECT_EQ( EthAddr::parse( text ), addr ) << text;
-   for( const char* text : { "", "00:1c:73:ab:00", "00:1c:73:ab:00:0g", "00:1c:73:ab:00:01 ",
-           "00:1c:73:ab:00.01", "001c:73ab:0001", "0:1c:73:ab:00:001", "00:1c:73:ab:00:-1" } )
+   for( const char* text : { "", "02:00:a1:ab:00", "02:00:a1:ab:00:0g", "02:00:a1:ab:00:01 ",
+           "02:00:a1:ab:00.01", "0200:a1ab:0001", "2:00:a1:ab:00:001", "02:00:a1:ab:00:-1" } )
       EXPECT_FALSE( EthAddr::parse( text ) ) << text;
 }
 

@@ -111,7 +111,7 @@ TEST_F( ChipTest, TheMyStationMemoryHasASecondView )
    const int memory = shim.memory( Memory::MyStationTcam );
    MemoryEntry written;
    shim.memoryFieldSet( written, MemoryField::Valid, 1u );
-   shim.memoryFieldSet( written, MemoryField::MacAddr, EthAddr( 0, 0x1c, 0x73, 0, 0, 1 ) );
+   shim.memoryFieldSet( written, MemoryField::MacAddr, EthAddr( 2, 0, 0xa1, 0, 0, 1 ) );
    shim.memoryFieldSet( written, MemoryField::MacAddrMask, EthAddr::broadcast );
    shim.memoryFieldSet( written, MemoryField::VlanId, 4094u );
    shim.memoryFieldSet( written, MemoryField::VlanIdMask, 0xFFFu );
@@ -119,7 +119,7 @@ TEST_F( ChipTest, TheMyStationMemoryHasASecondView )
    EXPECT_EQ(
       call( &SdkShimInterface::memoryWrite, 4, memory, shim.anyMemoryBlock(), 33, &written ), ok );
    EXPECT_EQ(
-      myStationText( chip.myStation().entries().at( 33 ) ), "00:1c:73:00:00:01 vlan 4094: mpls" );
+      myStationText( chip.myStation().entries().at( 33 ) ), "02:00:a1:00:00:01 vlan 4094: mpls" );
 
    const auto read = [ & ] {
       MemoryEntry entry;

@@ -1,7 +1,11 @@
 #include "tool/cli/Cli.h"
 
+#include "tool/Words.h"
 #include "tool/cli/Subcommand.h"
 
+#include <algorithm>
+#include <ostream>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -26,6 +30,23 @@ std::vector<std::unique_ptr<Subcommand>> allSubcommands()
    return all;
 }
 
+/// Whether the first word is a subcommand, or an option; says so when it is not.
+bool startsWell(
+   int argc, const char* const* argv, const std::vector<CLI::App*>& declared, std::ostream& err )
+{
+   const std::string_view first = argc > 1 ? argv[ 1 ] : "-";
+   std::vector<std::string> names;
+   for( const CLI::App* const subcommand : declared )
+      names.push_back( subcommand->get_name() );
+   if( first.starts_with( '-' ) || std::ranges::find( names, first ) != names.end() )
+      return true;
+   const std::vector<std::string_view> views( names.begin(), names.end() );
+   const std::string hint = didYouMean( first, views );
+   err << "strata-l3: there is no subcommand '" << first << "'"
+       << ( hint.empty() ? "; there are " + joined( views ) : hint ) << std::endl;
+   return false;
+}
+
 } // namespace
 
 int runCommandLine( int argc, const char* const* argv, Terminal& terminal )
@@ -38,6 +59,8 @@ int runCommandLine( int argc, const char* const* argv, Terminal& terminal )
    std::vector<CLI::App*> declared;
    for( const auto& subcommand : subcommands )
       declared.push_back( subcommand->declare( app ) );
+   if( !startsWell( argc, argv, declared, terminal.err ) )
+      return static_cast<int>( ExitStatus::error );
    try {
       app.parse( argc, argv );
    } catch( const CLI::ParseError& error ) {

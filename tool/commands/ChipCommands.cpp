@@ -97,6 +97,9 @@ void raiseHits( Session& session, Words& words )
                      std::to_string( unit ) + ": no packet can meet it" );
       entries.push_back( entry );
    }
+   for( const Sim::FieldEntry* const entry : entries )
+      if( entry->hits + count < count )
+         words.fail( "a counter of hits ends at 18446744073709551615" );
    for( Sim::FieldEntry* const entry : entries )
       entry->hits += count;
 }

@@ -10,6 +10,8 @@ namespace Strata::Tool {
 namespace {
 
 /// "5s", "250ms", "2m", in seconds.
+constexpr double longestAdvance = 366 * 86400.0;
+
 double takeDuration( Words& words )
 {
    const std::string text = words.take( "a duration, as in 5s" ).text;
@@ -31,6 +33,8 @@ double takeDuration( Words& words )
 void advance( Session& session, Words& words )
 {
    const double seconds = takeDuration( words );
+   if( seconds > longestAdvance )
+      words.fail( "the clock moves by at most 366 days at a time" );
    words.end();
    session.agent( words ).clock().advanceBy( seconds );
 }

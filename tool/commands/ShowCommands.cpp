@@ -132,7 +132,7 @@ void showTimes( Session& session, Words& words )
       return std::to_string( std::llround( seconds * 1e6 ) );
    };
    Table table( { { "Call" }, { "Times", Align::right }, { "Failed", Align::right },
-      { "Together, us", Align::right }, { "Longest, us", Align::right } } );
+      { "Total us", Align::right }, { "Longest us", Align::right } } );
    for( const SdkCallStatistics& call : shim.statistics() )
       table.row( { std::string( call.call ), std::to_string( call.calls ),
          std::to_string( call.failures + call.unavailable ), microseconds( call.seconds ),
@@ -174,7 +174,7 @@ void showLags( Session& session, Words& words )
    const StrataCommonSmData& scsd = *hardware.scsd();
    std::vector<Vormel::IntfId> lags = keysOf( scsd.lagMembers() );
    std::ranges::sort( lags );
-   Table table( { { "LAG" }, { "Model" }, { "Members, with their ports" } } );
+   Table table( { { "LAG" }, { "Model" }, { "Members" } } );
    for( const Vormel::IntfId lag : lags ) {
       const auto status = hardware.ethIntfStatusDir()->intfStatus( lag );
       std::string members;
