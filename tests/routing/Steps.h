@@ -1,0 +1,99 @@
+// Changes of what an agent hands to the slice, as plain data: one write to one input object each, so that a
+// sequence of them can be drawn at random, written down, shortened and run again.
+#pragma once
+
+#include "platform/runtime/Enum.h"
+#include "tool/Agent.h"
+
+#include <deque>
+#include <random>
+#include <string>
+#include <utility>
+
+namespace Strata {
+
+struct Step
+{
+   enum class Kind : U8
+   {
+      set,         // what: "scsd.vxlanEnabled"; key, for a member; value
+      del,         // what, key
+      status,      // what: an interface; value: its forwarding model; made when it is not there
+      freshStatus, // the same in a new object
+      noStatus,    // what
+      nexthop,     // what: a name; value: "programmed", "l3-egress", both or neither; a new object
+      noNexthop,   // what
+      nexthopInPlace, // the same in the object that is there: nothing tells of it
+      hits, // what: a traffic class; key: a unit; value: so many more hits, even ones on the first entry
+      advance,  // value: seconds
+      unitPort, // what: a unit; key: a port; value: "up" or "down"
+      start,    // the reactors; nothing while they run
+      stop,     // drops them, after all traffic classes were withdrawn
+   };
+   Kind kind;
+   std::string what{};
+   std::string key{};
+   std::string value{};
+};
+
+VORMEL_ENUM_NAMES( Step::Kind, { Step::Kind::set, "set" }, { Step::Kind::del, "del" },
+   { Step::Kind::status, "status" }, { Step::Kind::freshStatus, "fresh status" },
+   { Step::Kind::noStatus, "no status" }, { Step::Kind::nexthop, "nexthop" },
+   { Step::Kind::noNexthop, "no nexthop" }, { Step::Kind::nexthopInPlace, "nexthop in place" },
+   { Step::Kind::hits, "hits" }, { Step::Kind::advance, "advance" },
+   { Step::Kind::unitPort, "unit port" }, { Step::Kind::start, "reactors start" },
+   { Step::Kind::stop, "reactors stop" } )
+
+/// "set scsd.lagOfMember[Ethernet3] Port-Channel1"
+std::string toText( const Step& step );
+
+/// A unit, port or traffic class of a step.
+inline U32 numberIn( const std::string& text )
+{
+   return static_cast<U32>( std::stoul( text ) );
+}
+
+/// Makes the change. False when the input was like this before, so that nobody was told.
+bool apply( const Step& step, Tool::Agent& agent );
+
+/// Draws steps that an agent could take, most of them as the parts of something that makes sense.
+class StepGenerator
+{
+ public:
+   explicit StepGenerator( U64 seed ) : random_( seed ) {}
+
+   Step next( const Sim::SimSwitch& now );
+
+ private:
+   using Switch = const Sim::SimSwitch&;
+
+   U32 below( U32 limit ) { return static_cast<U32>( random_() % limit ); }
+   std::string someEthernet();
+   std::string someLag();
+   std::string someUnit( Switch now );
+   std::string somePort();
+   std::string someClass();
+   std::string onOrOff();
+   /// Takes what is drawn within its braces in order, as arguments of a function would not be.
+   void plan( Step step ) { planned_.push_back( std::move( step ) ); }
+
+   void interfaceComes( Switch now );
+   void interfaceGoes( Switch now );
+   void portComes( Switch now );
+   void portGoes( Switch now );
+   void modelChanges( Switch now );
+   void lagChanges( Switch now );
+   void lagGoes( Switch now );
+   void partOfALagChanges( Switch now );
+   void featureChanges( Switch now );
+   void dropChanges( Switch now );
+   void nexthopChanges( Switch now );
+   void peerChanges( Switch now );
+   void reactorsStop( Switch ) { plan( { Step::Kind::stop } ); }
+
+   std::mt19937_64 random_; // drawn from by hand: distributions differ between libraries
+   std::deque<Step> planned_;
+   bool running_ = false;
+};
+
+} // namespace Strata
