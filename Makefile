@@ -55,7 +55,8 @@ update-symbols:
 
 package:
 	@sh ci/setup.sh ci
-	@sh ci/package.sh
+	@sh ci/build.sh release strata-l3-tool
+	@sh ci/package.sh release
 
 format:
 	@sh ci/setup.sh ci

@@ -1,15 +1,14 @@
 #!/bin/sh
 # consumer.sh [PRESET]
-# What an agent's developers do with a preset that is built: install it, move it, find it with CMake and with
-# pkg-config, build the example agent and the simulated chip's user with each, run them.
+# What an agent's developers do with a preset that is built, outside of this tree: install it, move it, find it
+# with CMake and with pkg-config, build the example agent and a user of the simulated chip with each, run them.
 set -eu
 cd "$(dirname "$0")/.."
 root=$PWD
 preset=${1:-release}
-dir=$root/build/$preset/consumer
+dir=$(mktemp -d)
+trap 'rm -rf "$dir"' EXIT
 prefix=$dir/prefix
-rm -rf "$dir"
-mkdir -p "$dir"
 
 # Nothing of an installation knows where it was made, so it works elsewhere too.
 cmake --install "build/$preset" --prefix "$dir/before" >"$dir/install.log"
@@ -22,9 +21,13 @@ PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name strata-l3.pc)")
 export PKG_CONFIG_PATH
 "$prefix/bin/strata-l3" --version
 
-sh ci/headers-alone.sh "$prefix/include/strata-l3"
+# Every header finds what it includes.
+(cd "$prefix/include/strata-l3" && find . -name '*.h') | LC_ALL=C sort |
+   sed 's|^\./\(.*\)|#include "\1"|' >"$dir/headers.cpp"
+# shellcheck disable=SC2046 # a list of words
+g++ -std=c++20 -Wall -Wextra -Werror $(pkg-config --cflags strata-l3) -fsyntax-only "$dir/headers.cpp"
 
-# The example agent, outside of this tree. Its story is examples/agent/expected.txt.
+# The example agent, as it is installed. Its story is expected.txt.
 tells() {
    "$1/agent" "$1/routing-plugin.so" >"$1/story.txt" || {
       cat "$1/story.txt"
@@ -32,7 +35,7 @@ tells() {
    }
    diff -u "$dir/agent/expected.txt" "$1/story.txt"
 }
-cp -r examples/agent "$dir/agent"
+cp -r "$prefix/share/doc/strata-l3/examples/agent" "$dir/agent"
 cmake -S "$dir/agent" -B "$dir/agent/cmake" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_COMPILE_WARNING_AS_ERROR=ON \
    -DCMAKE_CXX_FLAGS='-Wall -Wextra -Wpedantic' >"$dir/cmake.log"
 cmake --build "$dir/agent/cmake"
@@ -40,11 +43,10 @@ tells "$dir/agent/cmake"
 make -C "$dir/agent" CXXFLAGS='-O1 -Wall -Wextra -Werror'
 tells "$dir/agent"
 
-# The simulated chip, in one source with every header of the package.
+# The simulated chip.
 mkdir -p "$dir/sim"
-{
-   (cd "$prefix/include/strata-l3" && find . -name '*.h') | LC_ALL=C sort | sed 's|^\./\(.*\)|#include "\1"|'
-   cat <<'CPP'
+cat >"$dir/sim/main.cpp" <<'CPP'
+#include "sim/SimSwitch.h"
 #include <iostream>
 int main()
 {
@@ -53,7 +55,6 @@ int main()
    std::cout << chip.profile().name << std::endl;
 }
 CPP
-} >"$dir/sim/main.cpp"
 cat >"$dir/sim/CMakeLists.txt" <<'CMAKE'
 cmake_minimum_required( VERSION 3.25 )
 project( user LANGUAGES CXX )

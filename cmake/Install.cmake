@@ -40,6 +40,20 @@ install( FILES tool/cli/completion.bash
    RENAME strata-l3
    COMPONENT runtime )
 install( FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime )
+install( DIRECTORY docs
+   DESTINATION ${CMAKE_INSTALL_DOCDIR}
+   COMPONENT dev
+   FILES_MATCHING PATTERN "*.md" )
+install( DIRECTORY examples
+   DESTINATION ${CMAKE_INSTALL_DOCDIR}
+   COMPONENT dev
+   FILES_MATCHING
+   PATTERN "*.cpp"
+   PATTERN "*.h"
+   PATTERN "CMakeLists.txt"
+   PATTERN "Makefile"
+   PATTERN "expected.txt"
+   PATTERN "build" EXCLUDE )
 
 # --- How to find them ------------------------------------------------------------------------------
 

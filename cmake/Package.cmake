@@ -10,14 +10,12 @@ set( CPACK_DEBIAN_FILE_NAME DEB-DEFAULT )
 set( CPACK_DEBIAN_RUNTIME_PACKAGE_NAME strata-l3 )
 set( CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION net )
 set( CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON )
-set( CPACK_COMPONENT_RUNTIME_DESCRIPTION "${PROJECT_DESCRIPTION}
-The shared library, and the command that drives it on a simulated switch." )
+set( CPACK_COMPONENT_RUNTIME_DESCRIPTION "The shared library, and the command that drives it on a simulated switch." )
 
 set( CPACK_DEBIAN_DEV_PACKAGE_NAME strata-l3-dev )
 set( CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel )
 set( CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "strata-l3 (= ${PROJECT_VERSION})" )
 set( CPACK_DEBIAN_DEV_PACKAGE_RECOMMENDS "libtins-dev" ) # to link the simulated chip
-set( CPACK_COMPONENT_DEV_DESCRIPTION "${PROJECT_DESCRIPTION}: headers and simulated chip
-What an agent is built with: headers, the simulated chip, files for CMake and pkg-config." )
+set( CPACK_COMPONENT_DEV_DESCRIPTION "What an agent is built with: headers, the simulated chip, files for CMake and pkg-config." )
 
 include( CPack )
