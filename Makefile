@@ -6,7 +6,7 @@ TEST_FLAGS ?=
 BENCH_FLAGS ?=
 
 .DEFAULT_GOAL := help
-.PHONY: help run test bench format lint update-golden update-reference clean
+.PHONY: help run test bench format lint package update-golden update-reference update-symbols clean
 
 help:
 	@echo 'make run            build, then run a scenario on the simulated chip'
@@ -15,6 +15,8 @@ help:
 	@echo 'make bench          build and run the benchmarks     BENCH_FLAGS="--benchmark_filter=<pattern>"'
 	@echo 'make update-golden  make the transcripts of now the golden ones'
 	@echo 'make update-reference  make the reference pages say what the code says'
+	@echo 'make update-symbols    make the list of exported symbols say what the library exports'
+	@echo 'make package        build the Debian packages'
 	@echo 'make format         format all C++ files'
 	@echo 'make lint           format, layering and clang-tidy checks'
 	@echo 'make clean          remove the build directories'
@@ -45,6 +47,16 @@ update-reference:
 	@sh ci/setup.sh build
 	@sh ci/build.sh debug strata-l3-tool
 	@sh ci/reference.sh build/debug/bin/strata-l3 --update
+
+update-symbols:
+	@sh ci/setup.sh build
+	@sh ci/build.sh debug strata-l3
+	@sh ci/symbols.sh build/debug/lib/libstrata-l3.so --update
+
+package:
+	@sh ci/setup.sh ci
+	@sh ci/build.sh release strata-l3-tool
+	@sh ci/package.sh release
 
 format:
 	@sh ci/setup.sh ci

@@ -10,8 +10,9 @@ for room in platform messages routing sim tool tests bench examples; do
    [ -d $room ] && rooms="$rooms $room"
 done
 
+# An example with a folder of its own is a project of its own.
 # shellcheck disable=SC2086 # a list of words
-find $rooms -type f \( -name '*.h' -o -name '*.cpp' -o -name '*.def' \) | LC_ALL=C sort | xargs -r awk '
+find $rooms -path 'examples/*/*' -prune -o -type f \( -name '*.h' -o -name '*.cpp' -o -name '*.def' \) -print | LC_ALL=C sort | xargs -r awk '
 BEGIN {
    # A place is a room or a part of platform/; what it may include, as a list of prefixes.
    may["platform/runtime"] = "platform/runtime/"

@@ -31,6 +31,9 @@ clang-format clang-format
 clang-tidy clang-tidy
 binutils strings
 util-linux setarch
+dpkg-dev dpkg-shlibdeps
+pkg-config pkg-config
+man-db man
 '
 
 case $group in

@@ -27,6 +27,7 @@ std::vector<std::unique_ptr<Subcommand>> allSubcommands()
    all.push_back( operationsSubcommand() );
    all.push_back( commandsSubcommand() );
    all.push_back( messagesSubcommand() );
+   all.push_back( completeSubcommand() );
    return all;
 }
 

@@ -26,5 +26,6 @@ std::unique_ptr<Subcommand> attributesSubcommand();
 std::unique_ptr<Subcommand> operationsSubcommand();
 std::unique_ptr<Subcommand> commandsSubcommand();
 std::unique_ptr<Subcommand> messagesSubcommand();
+std::unique_ptr<Subcommand> completeSubcommand();
 
 } // namespace Strata::Tool

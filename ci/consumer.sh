@@ -1,0 +1,70 @@
+#!/bin/sh
+# consumer.sh [PRESET]
+# What an agent's developers do with a preset that is built, outside of this tree: install it, move it, find it
+# with CMake and with pkg-config, build the example agent and a user of the simulated chip with each, run them.
+set -eu
+cd "$(dirname "$0")/.."
+root=$PWD
+preset=${1:-release}
+dir=$(mktemp -d)
+trap 'rm -rf "$dir"' EXIT
+prefix=$dir/prefix
+
+# Nothing of an installation knows where it was made, so it works elsewhere too.
+cmake --install "build/$preset" --prefix "$dir/before" >"$dir/install.log"
+if grep -rlF "$root" "$dir/before"; then
+   echo "these installed files hold the path of the directory they were built in"
+   exit 1
+fi
+mv "$dir/before" "$prefix"
+PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name strata-l3.pc)")
+export PKG_CONFIG_PATH
+"$prefix/bin/strata-l3" --version
+
+# Every header finds what it includes.
+(cd "$prefix/include/strata-l3" && find . -name '*.h') | LC_ALL=C sort |
+   sed 's|^\./\(.*\)|#include "\1"|' >"$dir/headers.cpp"
+# shellcheck disable=SC2046 # a list of words
+g++ -std=c++20 -Wall -Wextra -Werror $(pkg-config --cflags strata-l3) -fsyntax-only "$dir/headers.cpp"
+
+# The example agent, as it is installed. Its story is expected.txt.
+tells() {
+   "$1/agent" "$1/routing-plugin.so" >"$1/story.txt" || {
+      cat "$1/story.txt"
+      return 1
+   }
+   diff -u "$dir/agent/expected.txt" "$1/story.txt"
+}
+cp -r "$prefix/share/doc/strata-l3/examples/agent" "$dir/agent"
+cmake -S "$dir/agent" -B "$dir/agent/cmake" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_COMPILE_WARNING_AS_ERROR=ON \
+   -DCMAKE_CXX_FLAGS='-Wall -Wextra -Wpedantic' >"$dir/cmake.log"
+cmake --build "$dir/agent/cmake"
+tells "$dir/agent/cmake"
+make -C "$dir/agent" CXXFLAGS='-O1 -Wall -Wextra -Werror'
+tells "$dir/agent"
+
+# The simulated chip.
+mkdir -p "$dir/sim"
+cat >"$dir/sim/main.cpp" <<'CPP'
+#include "sim/SimSwitch.h"
+#include <iostream>
+int main()
+{
+   const Vormel::LockAnchor lock( Vormel::activityLock() );
+   const Strata::Sim::SimSwitch chip( Strata::Sim::SimSwitchConfig{} );
+   std::cout << chip.profile().name << std::endl;
+}
+CPP
+cat >"$dir/sim/CMakeLists.txt" <<'CMAKE'
+cmake_minimum_required( VERSION 3.25 )
+project( user LANGUAGES CXX )
+find_package( strata-l3 0.1 REQUIRED COMPONENTS sim )
+add_executable( user main.cpp )
+target_link_libraries( user PRIVATE strata-l3::sim )
+CMAKE
+cmake -S "$dir/sim" -B "$dir/sim/cmake" -DCMAKE_PREFIX_PATH="$prefix" >"$dir/cmake.log"
+cmake --build "$dir/sim/cmake"
+"$dir/sim/cmake/user"
+# shellcheck disable=SC2046 # lists of words
+g++ -std=c++20 "$dir/sim/main.cpp" -o "$dir/sim/user" $(pkg-config --cflags --libs strata-l3-sim)
+LD_LIBRARY_PATH=$(pkg-config --variable=libdir strata-l3) "$dir/sim/user"

@@ -1,0 +1,69 @@
+#!/bin/sh
+# package.sh PRESET [--try]
+# Makes the Debian packages of a preset that is built. With --try, also installs them on this machine, uses them,
+# removes them, and looks whether anything stays behind.
+set -eu
+cd "$(dirname "$0")/.."
+root=$PWD
+build=build/$1
+try=${2:-}
+out=$root/$build/packages
+packages='strata-l3-dev strata-l3'
+
+rm -rf "$out"
+cpack --config "$build/CPackConfig.cmake" -B "$out" >"$build/cpack.log" 2>&1 || {
+   cat "$build/cpack.log"
+   exit 1
+}
+rm -rf "$out/_CPack_Packages"
+for package in "$out"/*.deb; do
+   echo "${package#"$root/"}"
+   dpkg-deb --field "$package" Depends | sed 's/^/   needs: /'
+   if dpkg-deb --fsys-tarfile "$package" | grep -aqF "$root"; then
+      echo "$package: holds the path of the directory it was built in"
+      exit 1
+   fi
+done
+[ "$try" = --try ] || exit 0
+
+# shellcheck disable=SC2086 # lists of words, here and below
+if dpkg-query -W $packages >/dev/null 2>&1; then
+   echo "package.sh: strata-l3 is installed on this machine, and trying would remove it" >&2
+   exit 1
+fi
+as_root=
+[ "$(id -u)" = 0 ] || as_root='sudo -n'
+remove() {
+   $as_root dpkg --purge $packages
+}
+trap 'remove >/dev/null 2>&1' EXIT
+$as_root dpkg --install "$out"/*.deb
+dpkg --listfiles $packages >"$build/package-files"
+
+mkdir -p "$out/elsewhere"
+(
+   cd "$out/elsewhere"
+   strata-l3 --version
+   strata-l3 run "$root/scenarios/packets.scenario" --quiet >scenario.log || {
+      cat scenario.log
+      exit 1
+   }
+   pkg-config --modversion strata-l3
+)
+sh ci/manual.sh "$(command -v strata-l3)"
+
+remove
+trap - EXIT
+left=0
+while read -r file; do
+   # Directories may be others' too, unless they carry the package's name.
+   case $file in
+   */strata-l3 | */strata-l3-dev) ;;
+   *) [ -d "$file" ] && continue ;;
+   esac
+   if [ -e "$file" ] || [ -L "$file" ]; then
+      echo "$file: stayed behind"
+      left=1
+   fi
+done <"$build/package-files"
+exit $left
