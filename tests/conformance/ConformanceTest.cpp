@@ -7,7 +7,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <memory>
+#include <algorithm>
+#include <map>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace Strata::Conformance {
 
@@ -92,7 +98,7 @@ TEST_P( EveryProfile, IsExaminedWithoutMistakesWhereThoseAreNotWanted )
 
 INSTANTIATE_TEST_SUITE_P( Conformance, EveryProfile,
    testing::Values( "hsdk", "register", "fabric-vfi", "acl" ),
-   []( const auto& info ) { return info.param == "fabric-vfi" ? "fabricVfi" : info.param; } );
+   []( const auto& tested ) { return tested.param == "fabric-vfi" ? "fabricVfi" : tested.param; } );
 
 TEST( ConformanceTest, TriesEveryPromiseThatTheProfilesHaveBetweenThem )
 {
@@ -310,8 +316,15 @@ MANAGER_BREACH( pairRule, "or next",
 MANAGER_BREACH( unitsApart, "unit 4, id 1001",
    U32 getEntry( U32 unit, U32 id, const std::string& name, const RequestKey& key ) override
    {
-      return name == "conformance" ? next().getEntry( 0, id, name, key ) : 0;
-   } )
+      const bool free = owners.try_emplace( id, name ).first->second == name;
+      return free ? next().getEntry( unit, id, name, key ) : 0;
+   }
+   void releaseEntry( U32 unit, U32 id ) override
+   {
+      owners.erase( id );
+      next().releaseEntry( unit, id );
+   }
+   std::map<U32, std::string> owners; )
 MANAGER_BREACH( hitsSurviveReclaim, "hitsForEntry", U64 hitsForEntry( U32, U32 ) const override { return 0; } )
 MANAGER_BREACH( installNeedsAction, "installEntry",
    int installEntry( U32 unit, U32 id ) override { return next().installEntry( unit, id ), 0; } )
