@@ -1,12 +1,12 @@
 #!/bin/sh
 # Which room may include which. Arrows run downwards only:
-#    tool -> routing, sim -> platform; routing -> messages -> platform
+#    tool -> routing, sim -> platform; routing -> messages -> platform; conformance -> platform
 # Prints one line for each include that runs another way, and fails.
 set -u
 cd "$(dirname "$0")/.." || exit
 
 rooms=
-for room in platform messages routing sim tool tests bench examples; do
+for room in platform messages routing sim conformance tool tests bench examples; do
    [ -d $room ] && rooms="$rooms $room"
 done
 
@@ -23,8 +23,10 @@ BEGIN {
    may["messages"] = "platform/ messages/"
    may["routing"] = "platform/ messages/ routing/"
    may["sim"] = "platform/ sim/"
+   may["conformance"] = "platform/ conformance/"
+   may["conformance/sim"] = "platform/ sim/ conformance/"
    may["tool"] = "platform/ messages/ routing/ sim/ tool/"
-   everything = "platform/ messages/ routing/ sim/ tool/ tests/ bench/ examples/"
+   everything = "platform/ messages/ routing/ sim/ conformance/ tool/ tests/ bench/ examples/"
    may["tests"] = may["bench"] = may["examples"] = everything
 }
 

@@ -5,6 +5,7 @@ file( GLOB_RECURSE layeredFiles CONFIGURE_DEPENDS
    routing/*.h routing/*.cpp routing/*.def
    sim/*.h sim/*.cpp sim/*.def
    tool/*.h tool/*.cpp tool/*.def
+   conformance/*.h conformance/*.cpp conformance/*.def
    tests/*.h tests/*.cpp bench/*.h bench/*.cpp examples/*.h examples/*.cpp )
 set( layeringStamp ${CMAKE_BINARY_DIR}/layering.stamp )
 add_custom_command(

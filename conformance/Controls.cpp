@@ -1,0 +1,192 @@
+// Switch controls, port controls, VLANs and IPv4 options profiles.
+#include "conformance/Checks.h"
+
+namespace Strata::Conformance {
+
+namespace {
+
+struct Control
+{
+   SwitchControl role;
+   int value; // what the slice writes at bring-up
+   bool chipPromises;
+};
+
+std::vector<Control> controlsOf( const ChipAttributes& chip )
+{
+   return {
+      { SwitchControl::V4L3DstMissToCpu, 1, true },
+      { SwitchControl::V6L3DstMissToCpu, 1, true },
+      { SwitchControl::L3UcastTtl1ToCpu, 1, true },
+      { SwitchControl::L3UcTtlErrToCpu, 1, true },
+      { SwitchControl::L3EgressMode, 1, true },
+      { SwitchControl::L3MtuFailToCpu, 1, true },
+      { SwitchControl::MartianAddrToCpu, 1, true },
+      { SwitchControl::IcmpRedirectToCpu, 0, true },
+      { SwitchControl::L3SlowpathToCpu, 1, true },
+      { SwitchControl::IpmcTtl1ToCpu, 0, true },
+      { SwitchControl::CpuProtoIpOptionsPriority, 0, true },
+      { SwitchControl::HashL2Dual, 0, true },
+      { SwitchControl::HashL3Dual, 0, true },
+      { SwitchControl::L2TrafficSrcIpLookup, 0, true },
+      { SwitchControl::IPv4DoNotVerifyIncomingChecksum, 1, chip.ipv4ChecksumNoVerify },
+      { SwitchControl::L3InterfaceUrpfEnable, 1, chip.l3IntfUrpfControl },
+      { SwitchControl::IgmpReservedMcastEnable, 1, chip.igmpReservedMcastControl },
+      { SwitchControl::MplsLabelMissToCpu, 1, chip.usesHsdk() && chip.cpuControlMMpls },
+      { SwitchControl::MplsTtlErrToCpu, 1, chip.usesHsdk() && chip.cpuControlMMpls },
+   };
+}
+
+/// The slice writes these of the single unit alone.
+bool isSingleUnits( SwitchControl role )
+{
+   return role == SwitchControl::L3InterfaceUrpfEnable ||
+          role == SwitchControl::IgmpReservedMcastEnable;
+}
+
+/// Those that a port which comes later is given, chip-wide.
+bool isWrittenByPort( SwitchControl role )
+{
+   switch( role ) {
+   case SwitchControl::HashL2Dual:
+   case SwitchControl::HashL3Dual:
+   case SwitchControl::L2TrafficSrcIpLookup:
+   case SwitchControl::IPv4DoNotVerifyIncomingChecksum:
+   case SwitchControl::L3InterfaceUrpfEnable:
+   case SwitchControl::IgmpReservedMcastEnable:
+   case SwitchControl::MplsLabelMissToCpu:
+   case SwitchControl::MplsTtlErrToCpu:
+      return false;
+   default:
+      return true;
+   }
+}
+
+void checkControl( Examiner& examiner, U32 unit, const Control& control )
+{
+   const int number = examiner.shim().switchControl( control.role );
+   const auto& valueOf = examiner.port().switchControlValue;
+   const int before = valueOf ? valueOf( unit, number ) : control.value;
+   const auto written = [ & ]( const Answer<int>& answer, int value ) {
+      const std::string call = std::string( roleName( control.role ) ) + ": " + answer.call;
+      if( !control.chipPromises )
+         return examiner.expectSuccessOrUnavailable(
+            Promise::lackIsUnavailable, { answer.value, call } );
+      examiner.expectSuccess( Promise::controlsAccepted, { answer.value, call } );
+      if( valueOf )
+         examiner.expectEqual(
+            Promise::controlsAccepted, Answer<int>{ valueOf( unit, number ), call }, value );
+   };
+   for( const int value :
+      { valueOf && control.value <= 1 ? 1 - control.value : control.value, control.value } )
+      written( examiner.switchControlSet( unit, number, value ), value );
+   if( isWrittenByPort( control.role ) )
+      written( examiner.switchControlPortSet(
+                  unit, examiner.shim().chipWidePort(), number, control.value ),
+         control.value );
+   if( before != control.value )
+      written( examiner.switchControlSet( unit, number, before ), before );
+}
+
+} // namespace
+
+void checkSwitchControls( Examiner& examiner, U32 unit )
+{
+   for( const Control& control : controlsOf( examiner.chip() ) )
+      if( !isSingleUnits( control.role ) || unit == examiner.shim().kbSingleUnit() )
+         checkControl( examiner, unit, control );
+}
+
+void checkPortControls( Examiner& examiner, const StrataPort& port )
+{
+   for( const PortControl role : { PortControl::IP4, PortControl::IP6 } )
+      examiner.expectSuccess(
+         Promise::portControlsAccepted, examiner.portControlSet( port.unit(), port.sdkPort(),
+                                           examiner.shim().portControl( role ), 1 ) );
+}
+
+static U32 sliceFlags( const SdkShimInterface& shim )
+{
+   U32 all = 0;
+   for( std::size_t i = 0; i < roleNames<VlanFlag>.size(); ++i )
+      all |= shim.vlanFlag( static_cast<VlanFlag>( i ) );
+   return all;
+}
+
+static void checkVlanRecord( Examiner& examiner, U32 unit )
+{
+   const U16 vlan = examiner.port().vlan;
+   VlanControl original;
+   if( !examiner.isSuccess( examiner.vlanControlGet( unit, vlan, &original ) ) )
+      return; // vlanExistsAgrees has it
+   const SdkShimInterface& shim = examiner.shim();
+   const U32 ours = sliceFlags( shim );
+   const U32 off = shim.vlanFlag( VlanFlag::vlanIp4RoutingOff ) |
+                   shim.vlanFlag( VlanFlag::vlanIp6RoutingOff ) |
+                   shim.vlanFlag( VlanFlag::vlanMcastRoutingOff );
+   const U32 on = shim.vlanFlag( VlanFlag::vlanMcastRoutingOn );
+   for( const U32 flags : { off, on } ) {
+      VlanControl changed = original;
+      changed.flagsIs( ( original.flags() & ~ours ) | flags );
+      const Answer<int> set = examiner.vlanControlSet( unit, vlan, changed );
+      examiner.expectSuccess( Promise::vlanFlagsWritten, set );
+      VlanControl read;
+      examiner.expectSuccess(
+         Promise::vlanFlagsWritten, examiner.vlanControlGet( unit, vlan, &read ) );
+      examiner.expect( Promise::vlanFlagsWritten, set.call, ( read.flags() & ours ) == flags,
+         Vormel::format( "is read back as flags 0x%x", read.flags() ) );
+      examiner.expect( Promise::vlanForeignKept, set.call,
+         ( read.flags() & ~ours ) == ( original.flags() & ~ours ),
+         Vormel::format( "is read back as flags 0x%x", read.flags() ) );
+      examiner.expect( Promise::vlanForeignKept, set.call, read.rest == original.rest,
+         "changed the rest of the record, which travels as it was read" );
+   }
+   examiner.expectSuccess(
+      Promise::vlanFlagsWritten, examiner.vlanControlSet( unit, vlan, original ) );
+}
+
+void checkVlans( Examiner& examiner, U32 unit )
+{
+   const auto agrees = [ & ]( U16 vlan, bool exists ) {
+      const std::string call = Vormel::format( "vlanExists( unit %d, %d )", unit, vlan );
+      examiner.expectEqual( Promise::vlanExistsAgrees,
+         Answer<bool>{ examiner.shim().vlanExists( unit, vlan ), call }, exists );
+      VlanControl control;
+      const Answer<int> got = examiner.vlanControlGet( unit, vlan, &control );
+      if( exists )
+         examiner.expectSuccess( Promise::vlanExistsAgrees, got );
+      else
+         examiner.expectFailure( Promise::vlanExistsAgrees, got );
+   };
+   const Port& port = examiner.port();
+   agrees( port.vlan, true );
+   if( port.missingVlan && port.provoke )
+      agrees( *port.missingVlan, false );
+   checkVlanRecord( examiner, unit );
+
+   PortBitmap cpu;
+   cpu.add( static_cast<U32>( examiner.shim().cpuPort( unit ) ) );
+   for( int pass = 0; pass < 2; ++pass )
+      examiner.expectSuccess(
+         Promise::vlanCpuPort, examiner.vlanPortRemove( unit, port.vlan, cpu ) );
+   examiner.expectSuccess( Promise::vlanCpuPort, examiner.vlanPortAdd( unit, port.vlan, cpu, {} ) );
+}
+
+void checkOptionsProfiles( Examiner& examiner, U32 unit )
+{
+   if( examiner.chip().usesIpOptionsDefault || !examiner.port().scsd->hasIpOptionsProfile( unit ) )
+      return examiner.notTried( Promise::optionsProfiles, "the chip makes none" );
+   const int action = examiner.shim().ipOptionAction( IpOptionAction::CopyCPUAndDrop );
+   for( int pass = 0; pass < 2; ++pass ) {
+      int profile = -1;
+      const Answer<int> made = examiner.l3Ip4OptionsProfileCreate( unit, 0, action, &profile );
+      examiner.expectSuccess( Promise::optionsProfiles, made );
+      examiner.expect( Promise::optionsProfiles, made.call, profile != -1,
+         "made no profile, or one whose id, -1, means none" );
+      if( profile != -1 )
+         examiner.expectSuccess(
+            Promise::optionsProfiles, examiner.l3Ip4OptionsProfileDestroy( unit, profile ) );
+   }
+}
+
+} // namespace Strata::Conformance

@@ -1,0 +1,88 @@
+#include "conformance/Checks.h"
+
+#include <exception>
+
+namespace Strata::Conformance {
+
+namespace {
+
+/// Runs a check; what it throws is a finding, and the end of this check alone.
+template<class Check>
+void run( Examiner& examiner, const char* name, Check check )
+{
+   try {
+      check();
+      examiner.expect( Promise::callsDoNotThrow, name, true, "" );
+   } catch( const std::exception& error ) {
+      examiner.expect( Promise::callsDoNotThrow, name, false,
+         "met an exception: " + std::string( error.what() ) );
+   }
+}
+
+void expectSame( Examiner& examiner, Promise promise, const std::vector<std::string>& before,
+   const std::vector<std::string>& after )
+{
+   for( std::size_t i = 0; i < before.size(); ++i )
+      examiner.expect(
+         promise, before[ i ], before[ i ] == after[ i ], "no longer: now " + after[ i ] );
+}
+
+/// Entries of the uRPF groups live on the single unit alone.
+std::vector<U32> unitsOf( const Examiner& examiner, const ManagedRange& range )
+{
+   if( range.group == TcamGroup::urpfSingleWide || range.group == TcamGroup::urpfDoubleWide )
+      return { examiner.shim().kbSingleUnit() };
+   return examiner.units();
+}
+
+void examineRange( Examiner& examiner, const ManagedRange& range )
+{
+   for( const U32 unit : unitsOf( examiner, range ) ) {
+      run( examiner, "claims", [ & ] { checkClaims( examiner, range, unit ); } );
+      run( examiner, "installation", [ & ] { checkInstallation( examiner, range, unit ); } );
+      run( examiner, "qualifiers and actions",
+         [ & ] { checkQualifiersAndActions( examiner, range, unit ); } );
+      if( !range.group )
+         run( examiner, "the FP lock", [ & ] { checkFieldLock( examiner, range, unit ); } );
+   }
+}
+
+void examineUnit( Examiner& examiner, U32 unit )
+{
+   run( examiner, "switch controls", [ & ] { checkSwitchControls( examiner, unit ); } );
+   run( examiner, "VLANs", [ & ] { checkVlans( examiner, unit ); } );
+   run( examiner, "options profiles", [ & ] { checkOptionsProfiles( examiner, unit ); } );
+   run( examiner, "my-station memory", [ & ] { checkMyStation( examiner, unit ); } );
+}
+
+} // namespace
+
+Report examine( const Port& port )
+{
+   Report report;
+   Examiner examiner( port, report );
+   run( examiner, "the shim", [ & ] { checkShim( examiner ); } );
+   const std::vector<std::string> numbers = stableNumbers( examiner );
+   const std::vector<std::string> answers = stableAnswers( examiner );
+
+   run( examiner, "units", [ & ] { checkUnits( examiner ); } );
+   run( examiner, "ranges", [ & ] { checkRanges( examiner ); } );
+   for( const ManagedRange& range : port.ranges )
+      if( range.freeEntries != 0 )
+         examineRange( examiner, range );
+   for( const U32 unit : examiner.units() )
+      examineUnit( examiner, unit );
+   for( const StrataPort& each : port.ports )
+      run( examiner, "port controls", [ & ] { checkPortControls( examiner, each ); } );
+   run( examiner, "registers", [ & ] { checkRegisters( examiner ); } );
+   run( examiner, "memory fields", [ & ] { checkMemoryFields( examiner ); } );
+   run( examiner, "the activity lock", [ & ] { checkActivityLock( examiner ); } );
+   run( examiner, "timers", [ & ] { checkTimers( examiner ); } );
+
+   run( examiner, "code texts", [ & ] { checkCodeTexts( examiner ); } );
+   expectSame( examiner, Promise::numbersStable, numbers, stableNumbers( examiner ) );
+   expectSame( examiner, Promise::unitAnswersStable, answers, stableAnswers( examiner ) );
+   return report;
+}
+
+} // namespace Strata::Conformance

@@ -1,0 +1,76 @@
+// What an examination found: each promise kept, broken, or not tried.
+#pragma once
+
+#include "platform/runtime/Types.h"
+
+#include <array>
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Strata::Conformance {
+
+enum class Promise : U8
+{
+#define PROMISE( name, text ) name,
+#include "conformance/Promises.def"
+};
+
+inline constexpr auto promiseNames = std::to_array<std::string_view>( {
+#define PROMISE( name, text ) #name,
+#include "conformance/Promises.def"
+} );
+
+/// "reclaimKeepsActions"
+constexpr std::string_view promiseName( Promise promise )
+{
+   return promiseNames[ static_cast<std::size_t>( promise ) ];
+}
+/// What it says, in a sentence.
+std::string_view promiseText( Promise promise );
+
+enum class Verdict : U8
+{
+   notTried,
+   kept,
+   broken,
+};
+
+struct Finding
+{
+   Promise promise;
+   std::string call; // "main: getEntry( unit 0, id 1001, "conformance" )"
+   std::string seen; // "gave 0, not 1001"
+
+   /// "broken promise reclaimGivesTheId: <what it says>: <call> <seen>"
+   std::string text() const;
+};
+
+class Report
+{
+ public:
+   void keptIs( Promise promise );
+   void brokenIs( Finding finding );
+   /// Why a promise, or a part of it, could not be tried.
+   void notTriedIs( Promise promise, std::string why );
+
+   Verdict verdict( Promise promise ) const
+   {
+      return verdicts_[ static_cast<std::size_t>( promise ) ];
+   }
+   const std::vector<Finding>& findings() const { return findings_; }
+   /// Nothing is broken. What was not tried does not count.
+   bool conforms() const { return findings_.empty(); }
+
+   /// A line for each promise, with what was seen below a broken one, and a line that counts. `all` false: only
+   /// the promises that are not kept.
+   std::string text( bool all = true ) const;
+
+ private:
+   std::array<Verdict, promiseNames.size()> verdicts_{};
+   std::array<std::string, promiseNames.size()> whyNot_;
+   std::vector<Finding> findings_;
+};
+
+} // namespace Strata::Conformance

@@ -1,0 +1,53 @@
+// A port that is compiled after its SDK's headers: nothing that it includes may use a name of the SDK.
+#include "tests/conformance/MacroNames.h"
+
+#include "conformance/Port.h"
+#include "platform/runtime/ChangeWatcher.h"
+#include "platform/runtime/Clock.h"
+#include "platform/runtime/Reactor.h"
+#include "platform/runtime/Snapshot.h"
+#include "platform/runtime/Syslog.h"
+#include "platform/runtime/Trace.h"
+#include "platform/sdk/ForwardingShim.h"
+#include "platform/sdk/ObservedShim.h"
+#include "platform/sdk/SdkShimInterface.h"
+#include "platform/state/AgentConfig.h"
+#include "platform/state/Interfaces.h"
+#include "platform/state/L3State.h"
+#include "platform/state/Mlag.h"
+#include "platform/state/PortSwTable.h"
+#include "platform/state/StrataCommonSmData.h"
+#include "platform/tcam/TcamEntryManager.h"
+#include "routing/L3PeerMacArpRedirectSm.h"
+#include "routing/RoutingStatusHelper.h"
+#include "routing/RoutingStatusSm.h"
+#include "routing/UnknownMacDropLoggingSm.h"
+#include "tests/conformance/ForwardingManager.h"
+
+#include <type_traits>
+
+namespace Strata {
+
+// Beside an SDK the names of the operations are still texts.
+static_assert( roleName( SdkOperation::memoryWrite ) == "soc_mem_write" );
+static_assert( roleName( Memory::MyStationTcam ) == "MY_STATION_TCAMm" );
+
+namespace {
+
+/// Operations of its own; everything else as the base has it, whose header is compiled here too.
+class Shim final : public ForwardingShim
+{
+ public:
+   using ForwardingShim::ForwardingShim;
+
+#define SDK_OPERATION( method, name, parameters, arguments ) \
+   int method parameters override \
+   { \
+      return next().method arguments; \
+   }
+#include "platform/sdk/SdkOperations.def"
+};
+static_assert( !std::is_abstract_v<Shim> && !std::is_abstract_v<Conformance::ForwardingManager> );
+
+} // namespace
+} // namespace Strata
