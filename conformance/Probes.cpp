@@ -15,7 +15,7 @@ static constexpr bool ChipAttributes::*always = nullptr;
 
 static std::vector<Probe> mainQualifiers()
 {
-   static constexpr EthAddr mac( 0x00, 0x1c, 0x73, 0x00, 0x00, 0x01 );
+   static constexpr EthAddr mac( 0x02, 0x00, 0xa1, 0x00, 0x00, 0x01 );
    return {
       PROBE( fieldQualifyDstMac, always, false, mac, EthAddr::broadcast ),
       PROBE( fieldQualifyDrop, always, false, 0, 1 ),

@@ -22,6 +22,8 @@ FieldEntry* FieldGroup::find( U32 id )
 
 FieldGroup::ClaimResult FieldGroup::claim( U32 id, const std::string& name, const RequestKey& key )
 {
+   if( !contains( id ) && !( key.orNext && contains( id + 1 ) ) )
+      return { 0, ClaimFailure::outOfRange };
    const U32 last = key.orNext ? id + 1 : id;
    // An entry that the caller holds already comes before a free one.
    for( U32 candidate = id; candidate <= last; ++candidate ) {

@@ -54,7 +54,7 @@ class Run
       helper.init( true, true );
       helper.l3Init( true );
       if( scene.seed % 2 != 0 ) {
-         helper.routerMacAddrIs( *Vormel::EthAddr::parse( "00:1c:73:00:00:99" ) );
+         helper.routerMacAddrIs( *Vormel::EthAddr::parse( "02:00:a1:00:00:99" ) );
          helper.handleRouting( true, true );
       }
       model_.emplace( agent_ );

@@ -156,6 +156,7 @@ void ReferenceModel::started()
    for( const U16 trafficClass : keysOf( inputs_.miscConfig()->unknownMacDropTrafficClass() ) )
       dropClassChanged( trafficClass, true );
    timerSet();
+   l2TrafficRouting_ = inputs_.sourceIpLookup()->l2TrafficRouting();
 
    floodPorts_ = inputs_.chip( firstUnit_ ).activePorts();
    for( const IntfId intf : leftOut_ )

@@ -80,6 +80,8 @@ class ReferenceModel
    // Followed by change alone, not at a start. A push applies the policy-routing state again, on the first unit.
    std::map<U32, bool> pbrOn_;
    bool skipEntry_;
+
+   // Brought up to date by whoever starts the reactors.
    bool l2TrafficRouting_ = false;
 
    // As the reactors saw them last.

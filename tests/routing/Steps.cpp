@@ -363,7 +363,7 @@ void StepGenerator::nexthopChanges( Switch )
 void StepGenerator::peerChanges( Switch )
 {
    static const char* const macs[] = {
-      "00:00:00:00:00:00", "00:1c:73:00:00:01", "00:1c:73:00:00:02" };
+      "00:00:00:00:00:00", "02:00:a1:00:00:01", "02:00:a1:00:00:02" };
    const U32 part = below( 8 );
    const bool all = part >= 4;
    const auto mostlyOn = [ & ] { return all || below( 2 ) == 0 ? "true" : "false"; };
