@@ -181,27 +181,15 @@ void rearmTimer( std::size_t rounds )
    }
 }
 
-// The reactor's whole walk, from the forwarding model of an interface to the rewritten flood entries.
-void interfaceEvents( U32 interfaces, std::size_t rounds )
+// The reactor's whole walk, from an interface's event to the rewritten flood entries.
+template<void ( Slice::*event )( U32 ), U32 interfaces>
+void interfaceEvents( std::size_t rounds )
 {
    Slice slice( 1, interfaces );
    slice.init();
    slice.startReactor();
-   for( U32 i = 0; rounds != 0; --rounds, ++i ) {
-      Interface::EthIntfStatus& intf = slice.intf( ( i / 2 ) % 8 );
-      intf.forwardingModelIs(
-         i % 2 == 0 ? Interface::ForwardingModel::routed : Interface::ForwardingModel::bridged );
-   }
-}
-
-void interfaceEventAmongEight( std::size_t rounds )
-{
-   interfaceEvents( 8, rounds );
-}
-
-void interfaceEventAmongThousands( std::size_t rounds )
-{
-   interfaceEvents( 8192, rounds );
+   for( U32 i = 0; rounds != 0; --rounds, ++i )
+      ( slice.*event )( ( i / 2 ) % 8 );
 }
 
 constexpr Path all[] = {
@@ -215,8 +203,12 @@ constexpr Path all[] = {
    { "bare call: unlock, call, lock", "", bareCall },
    { "checked call", "100", checkedCall },
    { "timer, re-armed", "", rearmTimer },
-   { "interface event, 8 interfaces", "", interfaceEventAmongEight },
-   { "interface event, 8,192 interfaces", "", interfaceEventAmongThousands },
+   { "forwarding model, 8 interfaces", "", interfaceEvents<&Slice::turn, 8> },
+   { "forwarding model, 8,192", "", interfaceEvents<&Slice::turn, 8192> },
+   { "port, 8 interfaces", "", interfaceEvents<&Slice::replug, 8> },
+   { "port, 8,192", "", interfaceEvents<&Slice::replug, 8192> },
+   { "LAG member, 8 interfaces", "", interfaceEvents<&Slice::regroup, 8> },
+   { "LAG member, 8,192", "", interfaceEvents<&Slice::regroup, 8192> },
 };
 
 } // namespace

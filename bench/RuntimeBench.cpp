@@ -38,28 +38,27 @@ void bringUp( benchmark::State& state )
 }
 BENCHMARK( bringUp )->Arg( 1 )->Arg( 8 )->Arg( 64 );
 
-// An interface becomes routed, another one bridged, and so on: what one event costs among many interfaces.
+// What one event of an interface costs among many interfaces.
+template<void ( Slice::*event )( U32 )>
 void interfaceEvent( benchmark::State& state )
 {
    startSleepingThread();
    const Vormel::LockAnchor lock( Vormel::activityLock() );
-   const U32 interfaces = static_cast<U32>( state.range( 0 ) );
-   Slice slice( 1, interfaces );
+   Slice slice( 1, static_cast<U32>( state.range( 0 ) ) );
    slice.init();
    slice.startReactor();
    const U64 before = slice.sdkCalls();
    U32 at = 0;
    for( auto _ : state ) {
-      at = ( at + 4097 ) % interfaces;
-      Interface::EthIntfStatus& intf = slice.intf( at );
-      intf.forwardingModelIs( intf.forwardingModel() == Interface::ForwardingModel::routed
-                                 ? Interface::ForwardingModel::bridged
-                                 : Interface::ForwardingModel::routed );
+      at = ( at + 4097 ) % slice.interfaces();
+      ( slice.*event )( at );
    }
    state.counters[ "sdkCalls" ] = benchmark::Counter(
       static_cast<double>( slice.sdkCalls() - before ), benchmark::Counter::kAvgIterations );
 }
-BENCHMARK( interfaceEvent )->Arg( 8 )->Arg( 8192 );
+BENCHMARK( interfaceEvent<&Slice::turn> )->Name( "forwardingModel" )->Arg( 8 )->Arg( 8192 );
+BENCHMARK( interfaceEvent<&Slice::replug> )->Name( "port" )->Arg( 8 )->Arg( 8192 );
+BENCHMARK( interfaceEvent<&Slice::regroup> )->Name( "lagMember" )->Arg( 8 )->Arg( 8192 );
 
 const bool registered = [] {
    for( const Path& path : paths() )

@@ -51,4 +51,31 @@ void Slice::startReactor()
       scsd_, nullptr, miscConfig_, helper_, nullptr, dir_, nullptr, nullptr, nullptr );
 }
 
+void Slice::turn( U32 index )
+{
+   using Interface::ForwardingModel;
+   Interface::EthIntfStatus& intf = *interfaces_[ index ];
+   const bool routed = intf.forwardingModel() == ForwardingModel::routed;
+   intf.forwardingModelIs( routed ? ForwardingModel::bridged : ForwardingModel::routed );
+}
+
+void Slice::replug( U32 index )
+{
+   const IntfId intf = IntfId::ethernet( index + 1 );
+   const int port = static_cast<int>( *scsd_->intfToLogicalPort().find( intf ) );
+   if( scsd_->strataIntfToPort( intf ) )
+      scsd_->strataIntfToPortDel( intf );
+   else
+      scsd_->strataIntfToPortIs( intf, StrataPort( 0, port, static_cast<U32>( port ) ) );
+}
+
+void Slice::regroup( U32 index )
+{
+   const IntfId intf = IntfId::ethernet( index + 1 );
+   if( scsd_->lagOfMember().find( intf ) )
+      scsd_->lagOfMemberDel( intf );
+   else
+      scsd_->lagOfMemberIs( intf, IntfId( "Port-Channel1" ) );
+}
+
 } // namespace Bench

@@ -32,7 +32,14 @@ class Slice
 
    U64 sdkCalls() const { return shim_.calls; }
    StrataCommonSmData& scsd() { return *scsd_; }
-   Interface::EthIntfStatus& intf( U32 index ) { return *interfaces_[ index ]; }
+   U32 interfaces() const { return static_cast<U32>( interfaces_.size() ); }
+
+   /// Makes it routed when it is bridged, and bridged when it is routed.
+   void turn( U32 index );
+   /// Takes its port, or gives it back.
+   void replug( U32 index );
+   /// Puts it into a LAG, or takes it out.
+   void regroup( U32 index );
 
  private:
    CountingShim shim_;

@@ -1,7 +1,7 @@
 #!/bin/sh
 # consumer.sh [PRESET]
 # What an agent's developers do with a preset that is built, outside of this tree: install it, move it, find it
-# with CMake and with pkg-config, build the example agent and a user of the simulated chip with each, run them.
+# with CMake and with pkg-config, build the example agent and an examination of the simulated chip with each, run them.
 set -eu
 cd "$(dirname "$0")/.."
 root=$PWD
@@ -43,16 +43,24 @@ tells "$dir/agent/cmake"
 make -C "$dir/agent" CXXFLAGS='-O1 -Wall -Wextra -Werror'
 tells "$dir/agent"
 
-# The simulated chip.
+# The simulated chip, and the conformance kit that examines it.
 mkdir -p "$dir/sim"
 cat >"$dir/sim/main.cpp" <<'CPP'
+#include "conformance/Port.h"
 #include "sim/SimSwitch.h"
 #include <iostream>
 int main()
 {
    const Vormel::LockAnchor lock( Vormel::activityLock() );
-   const Strata::Sim::SimSwitch chip( Strata::Sim::SimSwitchConfig{} );
-   std::cout << chip.profile().name << std::endl;
+   Strata::Sim::SimSwitch chip( Strata::Sim::SimSwitchConfig{} );
+   Strata::Conformance::Port port;
+   port.scsd = chip.scsd();
+   port.ranges = Strata::Conformance::rangesOf( chip.tcamManager(), chip.tcamGroupManager() );
+   port.tcamGroupManager = chip.tcamGroupManager();
+   port.provoke = false;
+   const Strata::Conformance::Report report = Strata::Conformance::examine( port );
+   std::cout << chip.profile().name << '\n' << report.text();
+   return report.conforms() ? 0 : 1;
 }
 CPP
 cat >"$dir/sim/CMakeLists.txt" <<'CMAKE'
@@ -60,11 +68,11 @@ cmake_minimum_required( VERSION 3.25 )
 project( user LANGUAGES CXX )
 find_package( strata-l3 0.1 REQUIRED COMPONENTS sim )
 add_executable( user main.cpp )
-target_link_libraries( user PRIVATE strata-l3::sim )
+target_link_libraries( user PRIVATE strata-l3::conformance strata-l3::sim )
 CMAKE
 cmake -S "$dir/sim" -B "$dir/sim/cmake" -DCMAKE_PREFIX_PATH="$prefix" >"$dir/cmake.log"
 cmake --build "$dir/sim/cmake"
 "$dir/sim/cmake/user"
 # shellcheck disable=SC2046 # lists of words
-g++ -std=c++20 "$dir/sim/main.cpp" -o "$dir/sim/user" $(pkg-config --cflags --libs strata-l3-sim)
+g++ -std=c++20 "$dir/sim/main.cpp" -o "$dir/sim/user" $(pkg-config --cflags --libs strata-l3-conformance strata-l3-sim)
 LD_LIBRARY_PATH=$(pkg-config --variable=libdir strata-l3) "$dir/sim/user"

@@ -34,6 +34,7 @@ util-linux setarch
 dpkg-dev dpkg-shlibdeps
 pkg-config pkg-config
 man-db man
+python3-scapy /usr/lib/python3/dist-packages/scapy
 '
 
 case $group in

@@ -1,7 +1,7 @@
-# What an agent's developers get: the library with the headers that it may include, the simulated chip,
-# the command. Found by
-#    find_package( strata-l3 [COMPONENTS sim] )  ->  strata-l3::strata-l3, strata-l3::sim
-#    pkg-config strata-l3, strata-l3-sim
+# What an agent's developers get: the library with the headers that it may include, the conformance kit,
+# the simulated chip, the command. Found by
+#    find_package( strata-l3 [COMPONENTS sim] )  ->  strata-l3::strata-l3, ::conformance, ::sim
+#    pkg-config strata-l3, strata-l3-conformance, strata-l3-sim
 include( CMakePackageConfigHelpers )
 
 set( headerDir ${CMAKE_INSTALL_INCLUDEDIR}/strata-l3 )
@@ -16,14 +16,21 @@ install( TARGETS strata-l3
       COMPONENT runtime
       NAMELINK_COMPONENT dev )
 # Headers with an SDK's own names cannot stand beside that SDK's, so they stay here.
-install( DIRECTORY platform messages routing sim
+install( DIRECTORY platform messages routing conformance sim
    DESTINATION ${headerDir}
    COMPONENT dev
    FILES_MATCHING
    PATTERN "*.h"
    PATTERN "*.def"
    PATTERN "platform/sdk/SdkNames.h" EXCLUDE
+   PATTERN "conformance/sim" EXCLUDE
    PATTERN "routing/tcam" EXCLUDE )
+
+# --- The conformance kit ---------------------------------------------------------------------------
+
+install( TARGETS strata-l3-conformance
+   EXPORT strata-l3
+   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT dev )
 
 # --- The simulated chip ----------------------------------------------------------------------------
 
@@ -84,7 +91,7 @@ set( pkgConfigDefinitions "" )
 foreach( definition IN LISTS headerDefinitions )
    string( APPEND pkgConfigDefinitions " -D${definition}" )
 endforeach()
-foreach( name strata-l3 strata-l3-sim )
+foreach( name strata-l3 strata-l3-conformance strata-l3-sim )
    configure_file( cmake/${name}.pc.in ${name}.pc @ONLY )
    install( FILES ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc DESTINATION ${pkgConfigDir} COMPONENT dev )
 endforeach()

@@ -1,5 +1,6 @@
 // Interfaces, LAGs and VLANs of a simulated switch: what an agent keeps consistent for the slice.
 #include "platform/runtime/Errors.h"
+#include "platform/runtime/Format.h"
 #include "sim/SimSwitch.h"
 
 #include <algorithm>
@@ -34,6 +35,12 @@ void SimSwitch::addInterface(
       throw ValueError( "the front-panel ports of a unit are 1 to " + std::to_string( ports_ ) +
                         ", not " + std::to_string( port ) );
    chip( unit ); // ValueError for an unknown one
+   for( const auto& mapped : scsd_->strataIntfToPort() )
+      if( mapped.value.unit() == unit && mapped.value.logicalPort() == static_cast<U32>( port ) &&
+          mapped.key != intf )
+         throw ValueError( Vormel::format(
+            "port %d of unit %d is %s; take that away first, as in 'no interface %s'", port, unit,
+            mapped.key.toString(), mapped.key.toString() ) );
    const Ref<EthIntfStatus> status = intfStatus( intf );
    if( model )
       status->forwardingModelIs( *model );

@@ -105,6 +105,8 @@ AttributePath Session::takeAttribute( Words& words )
    path.object = objectNamed( words, dot == std::string::npos ? "helper" : name.substr( 0, dot ) );
    path.attribute = &path.object->entityType().attribute(
       dot == std::string::npos ? name : name.substr( dot + 1 ) );
+   if( path.key )
+      path.attribute->convertedKey( *path.key ); // AccessError for what is none
    return path;
 }
 

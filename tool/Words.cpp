@@ -1,6 +1,7 @@
 #include "tool/Words.h"
 
 #include "platform/runtime/EntityType.h"
+#include "platform/runtime/Format.h"
 
 #include <algorithm>
 
@@ -20,6 +21,11 @@ std::string describe( const Line& line, U32 column, U32 width, const std::string
 bool isBlank( char c )
 {
    return c == ' ' || c == '\t' || c == '\r';
+}
+
+bool isControl( char c )
+{
+   return ( static_cast<U8>( c ) < 0x20 && !isBlank( c ) ) || c == 0x7F;
 }
 
 /// Takes the word that starts at `at` and leaves `at` behind it.
@@ -61,6 +67,13 @@ Line splitLine( std::string file, U32 number, std::string text )
 {
    Line line{ std::move( file ), number, std::move( text ), {} };
    std::size_t at = 0;
+   if( const auto odd = std::ranges::find_if( line.text, isControl ); odd != line.text.end() ) {
+      const auto column = static_cast<U32>( 1 + ( odd - line.text.begin() ) );
+      const std::string code = Vormel::format( "0x%02x", U32{ static_cast<U8>( *odd ) } );
+      std::ranges::replace_if( line.text, isControl, '?' ); // terminals act on them
+      throw InputError(
+         line, column, 1, "a line is text, and this is the control character " + code );
+   }
    while( at < line.text.size() && line.text[ at ] != '#' ) {
       if( isBlank( line.text[ at ] ) )
          ++at;
@@ -106,14 +119,26 @@ const Word& Words::take( std::string_view what )
 bool Words::accept( std::string_view keyword )
 {
    const Word* const word = peek();
+   if( !word && offers_ )
+      offers_->emplace( keyword );
    if( !word || word->quoted || word->text != keyword )
       return false;
    ++next_;
    return true;
 }
 
+void Words::expect( std::string_view keyword )
+{
+   if( accept( keyword ) )
+      return;
+   take( "'" + std::string( keyword ) + "'" );
+   fail( "'" + std::string( keyword ) + "' is expected here" );
+}
+
 std::string_view Words::choose( std::string_view what, std::span<const std::string_view> choices )
 {
+   if( done() && offers_ )
+      offers_->insert( choices.begin(), choices.end() );
    const Word& word = take( std::string( what ) + ", one of " + joined( choices ) );
    const auto found = std::ranges::find( choices, word.text );
    if( found != choices.end() )

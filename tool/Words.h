@@ -9,6 +9,7 @@
 #include "platform/runtime/Types.h"
 #include "platform/runtime/Value.h"
 
+#include <set>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -74,8 +75,13 @@ class Words
 
    /// Takes a word; `what` says what is missing when there is none.
    const Word& take( std::string_view what );
+   /// From now on, keywords that could stand at the end of the line are told to `offers`.
+   void offersTo( std::set<std::string>& offers ) { offers_ = &offers; }
+
    /// Takes the next word if it is `keyword`.
    bool accept( std::string_view keyword );
+   /// Takes a word that must be `keyword`.
+   void expect( std::string_view keyword );
    /// Takes a word that must be one of `choices`.
    std::string_view choose( std::string_view what, std::span<const std::string_view> choices );
 
@@ -104,6 +110,7 @@ class Words
  private:
    const Line& line_;
    std::size_t next_ = 0;
+   std::set<std::string>* offers_ = nullptr;
 };
 
 } // namespace Strata::Tool

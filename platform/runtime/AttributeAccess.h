@@ -41,7 +41,7 @@ constexpr bool ascending( std::initializer_list<AttributeNumber> numbers )
    const std::string& where, const Value& given, const std::string& expected );
 
 template<class T>
-T converted( const Value& given, std::string_view attribute, std::string_view what )
+T convertedTo( const Value& given, std::string_view attribute, std::string_view what )
 {
    auto value = ValueTraits<T>::from( given );
    if( !value )
@@ -63,6 +63,11 @@ class ScalarAttribute final : public Attribute
         set_( set )
    {}
 
+   Value converted( const Value& value ) const override
+   {
+      return valueOf<T>( convertedTo<T>( value, info().name, "value" ) );
+   }
+
    Value read( const Entity& entity ) const override
    {
       return valueOf<T>( get_( static_cast<const E&>( entity ) ) );
@@ -72,7 +77,7 @@ class ScalarAttribute final : public Attribute
    {
       if( !set_ )
          refuse( "be written: it is set by the constructor" );
-      set_( static_cast<E&>( entity ), converted<T>( value, info().name, "value" ) );
+      set_( static_cast<E&>( entity ), convertedTo<T>( value, info().name, "value" ) );
    }
 
  private:
@@ -131,6 +136,13 @@ class CollectionAttribute final : public Attribute
         access_( access )
    {}
 
+   Value converted( const Value& value ) const override
+   {
+      return valueOf<T>( convertedTo<T>( value, info().name, "value" ) );
+   }
+
+   Value convertedKey( const Value& key ) const override { return valueOf<K>( keyOf( key ) ); }
+
    using Attribute::read;
    Value read( const Entity& entity, const Value& key ) const override
    {
@@ -152,7 +164,7 @@ class CollectionAttribute final : public Attribute
    void write( Entity& entity, const Value& key, const Value& value ) const override
    {
       access_.is(
-         static_cast<E&>( entity ), keyOf( key ), converted<T>( value, info().name, "value" ) );
+         static_cast<E&>( entity ), keyOf( key ), convertedTo<T>( value, info().name, "value" ) );
    }
 
    Value del( Entity& entity, const Value& key ) const override
@@ -163,7 +175,7 @@ class CollectionAttribute final : public Attribute
    void delAll( Entity& entity ) const override { access_.delAll( static_cast<E&>( entity ) ); }
 
  private:
-   K keyOf( const Value& key ) const { return converted<K>( key, info().name, "key" ); }
+   K keyOf( const Value& key ) const { return convertedTo<K>( key, info().name, "key" ); }
 
    CollectionAccess<E, K, T> access_;
 };

@@ -23,6 +23,11 @@ void Attribute::refuse( std::string_view wish ) const
       "attribute '" + std::string( info_.name ) + "' cannot " + std::string( wish ) );
 }
 
+Value Attribute::convertedKey( const Value& ) const
+{
+   refuse( "have a key: it is a single value" );
+}
+
 Value Attribute::read( const Entity& ) const
 {
    refuse( "be read as a whole: it is a collection, give a key" );

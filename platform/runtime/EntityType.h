@@ -52,6 +52,11 @@ class VORMEL_EXPORT Attribute
 
    const AttributeInfo& info() const { return info_; }
 
+   /// The value in the attribute's type, as a write would take it.
+   virtual Value converted( const Value& value ) const = 0;
+   /// The key likewise; a field or scalar has none.
+   virtual Value convertedKey( const Value& key ) const;
+
    /// Reads a field or scalar.
    virtual Value read( const Entity& entity ) const;
    /// Reads one slot or member; an absent member is an error.

@@ -259,7 +259,8 @@ static std::string networkText( const Headers& headers )
    if( headers.l4 )
       text += format( " %d -> %d", headers.l4->source, headers.l4->destination );
    if( text.empty() )
-      text = format( "EtherType 0x%04x", U32{ headers.etherType } );
+      text = format( headers.etherType < 0x600 ? "802.3 length %d" : "EtherType 0x%04x",
+         U32{ headers.etherType } );
    return text;
 }
 

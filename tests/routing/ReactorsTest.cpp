@@ -431,5 +431,36 @@ TEST_F( ReactorsTest, PollsAreDueOneIntervalFromTheEndOfTheLast )
    EXPECT_EQ( nextPoll(), Timer::never );
 }
 
+TEST_F( ReactorsTest, AnEventCostsTheSameCallsAmongFewAndManyInterfaces )
+{
+   agent->bringUp();
+   StrataCommonSmData& scsd = *hw().scsd();
+   const auto costs = [ & ] {
+      std::vector<U64> each;
+      auto cost = [ &, before = calls() ]() mutable {
+         each.push_back( calls() - before );
+         before = calls();
+      };
+      status( one )->forwardingModelIs( ForwardingModel::routed ), cost();
+      scsd.strataIntfToPortDel( two ), cost();
+      scsd.strataIntfToPortIs( two, StrataPort( 0, 2, 2 ) ), cost();
+      scsd.lagOfMemberIs( two, lag ), cost();
+      scsd.lagOfMemberDel( two ), cost();
+      status( one )->forwardingModelIs( ForwardingModel::bridged ), cost();
+      return each;
+   };
+   const std::vector<U64> amongFew = costs();
+   for( U32 i = 0; i < 8192; ++i ) {
+      const IntfId more = IntfId::ethernet( 100 + i );
+      const U32 port = 3 + i % 8;
+      scsd.intfToLogicalPortIs( more, port );
+      scsd.strataIntfToPortIs( more, StrataPort( 0, static_cast<int>( port ), port ) );
+      hw().ethIntfStatusDir()->intfStatusIs( more, Vormel::make<EthIntfStatus>( more ) );
+   }
+   EXPECT_EQ( costs(), amongFew );
+   EXPECT_THAT(
+      amongFew, testing::Each( testing::AllOf( testing::Ge( 4u ), testing::Le( 30u ) ) ) );
+}
+
 } // namespace
 } // namespace Strata

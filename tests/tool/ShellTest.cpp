@@ -78,6 +78,9 @@ TEST( Completion, KnowsCommandsAndWhatTheyAskFor )
    EXPECT_THAT( can( "fault installE" ), ElementsAre( "installEntry" ) );
    EXPECT_THAT( can( "trace Api" ), ElementsAre( "ApiStrata=" ) );
    EXPECT_THAT( can( "show " ), Contains( "entries" ) );
+   EXPECT_THAT( can( "packet in lo" ), ElementsAre( "loopback" ) );
+   EXPECT_THAT( can( "explain -v in Ethernet1 vlan 10 ip" ), ElementsAre( "ipv4", "ipv6" ) );
+   EXPECT_THAT( can( "packet in cpu ipv4 ttl 1 t" ), ElementsAre( "tcp", "ttl" ) );
    EXPECT_THAT( can( "note \"un" ), IsEmpty() );
 }
 

@@ -8,6 +8,7 @@
 #include "tool/EntryView.h"
 #include "tool/Expectation.h"
 #include "tool/Session.h"
+#include "tool/packet/PacketWords.h"
 
 #include <algorithm>
 #include <array>
@@ -32,14 +33,6 @@ bool takeSet( Words& words )
    return words.choose( "a flag's state", states ) == "set";
 }
 
-U16 takeVlan( Words& words )
-{
-   const U16 vlanId = words.value<U16>( "a VLAN id" );
-   if( vlanId < 1 || vlanId > 4094 )
-      words.fail( "'" + std::to_string( vlanId ) + "' is not a VLAN id from 1 to 4094" );
-   return vlanId;
-}
-
 std::string flagsText( const Sim::ChipVlan& vlan )
 {
    std::string text;
@@ -59,7 +52,7 @@ U32 takeOtherFlags( Words& words )
 void pokeVlan( Session& session, Words& words )
 {
    Sim::SimSwitch& hardware = session.agent( words ).hardware();
-   const U16 vlanId = takeVlan( words );
+   const U16 vlanId = takeVlanId( words );
    const std::vector<U32> units = session.takeUnits( words );
    for( const U32 unit : units )
       if( !hardware.chip( unit ).vlan( vlanId ) )
@@ -147,7 +140,7 @@ VlanProperty takeVlanProperty( Words& words )
 void expectVlan( Session& session, Words& words )
 {
    Sim::SimSwitch& hardware = session.agent( words ).hardware();
-   const U16 vlanId = takeVlan( words );
+   const U16 vlanId = takeVlanId( words );
    const std::vector<U32> units = session.takeUnits( words );
    const VlanProperty property = takeVlanProperty( words );
    words.end();

@@ -14,24 +14,52 @@ namespace Strata::Tool {
 
 namespace {
 
+constexpr std::string_view absent = "absent";
+
 std::string memberText( const Agent& agent, const AttributePath& path )
 {
    const Vormel::Attribute& attribute = *path.attribute;
+   const Vormel::Value key = attribute.convertedKey( *path.key );
    for( const Vormel::Member& member : attribute.members( *path.object ) )
-      if( sameValue( toText( member.key ), *path.key ) )
+      if( member.key == key )
          return agent.valueText( member.value );
-   return "absent";
+   return std::string( absent );
+}
+
+std::string membersText( const Agent& agent, const AttributePath& path )
+{
+   std::string text;
+   for( const Vormel::Member& member : path.attribute->members( *path.object ) )
+      text += ( text.empty() ? "" : ", " ) + toText( member.key ) + ": " +
+              agent.valueText( member.value );
+   return text.empty() ? std::string( absent ) : text;
+}
+
+/// Takes a value that the attribute could have, in the attribute's own spelling; objects go by their names.
+std::string takeExpected( const Agent& agent, Words& words, const AttributePath& path )
+{
+   const std::string text = words.take( "a value" ).text;
+   const bool collection = !path.attribute->info().keyType.empty();
+   if( collection && text == absent )
+      return text;
+   if( collection && !path.key )
+      words.fail( "'" + path.text + "' is a collection: give a key, or expect it to be absent" );
+   if( path.attribute->info().type.starts_with( "Ref<" ) )
+      return text;
+   return agent.valueText( path.attribute->converted( text ) );
 }
 
 void expectAttribute( Session& session, Words& words )
 {
    const AttributePath path = session.takeAttribute( words );
-   const std::string expected = words.take( "a value" ).text;
-   words.end();
    const Agent& agent = session.agent( words );
+   const std::string expected = takeExpected( agent, words, path );
+   words.end();
    const std::string found = path.key ? memberText( agent, path )
-                                      : agent.valueText( path.attribute->read( *path.object ) );
-   session.expect( sameValue( expected, found ), path.text + " to be " + expected, found );
+                             : path.attribute->info().keyType.empty()
+                                ? agent.valueText( path.attribute->read( *path.object ) )
+                                : membersText( agent, path );
+   session.expect( expected == found, path.text + " to be " + expected, found );
 }
 
 void expectControl( Session& session, Words& words )

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <functional>
+#include <optional>
 #include <sstream>
 
 namespace Strata::Tool {
@@ -148,7 +149,9 @@ Line takeCommandLine( Words& words )
       words.failAtEnd( "expected a command" );
    const Line line = words.rest();
    Words inner( line );
-   takeCommand( inner );
+   if( takeCommand( inner ).name.starts_with( "expect " ) )
+      words.failAt(
+         line.words.front(), "an expectation is not expected to fail; expect what it should find" );
    return line;
 }
 
@@ -213,13 +216,14 @@ void expectError( Session& session, Words& words )
 {
    const std::string text = words.take( "a part of the error" ).text;
    const Line command = takeCommandLine( words );
-   std::string found = "no error";
+   std::optional<std::string> found;
    try {
       session.runPart( command );
    } catch( const InputError& error ) {
       found = error.problem();
    }
-   session.expect( found.find( text ) != std::string::npos, "an error with '" + text + "'", found );
+   session.expect( found && found->find( text ) != std::string::npos,
+      "an error with '" + text + "'", found.value_or( "no error" ) );
 }
 
 } // namespace

@@ -139,21 +139,13 @@ std::optional<ForwardingModel> takeModel( Words& words )
                                                                    : ForwardingModel::bridged;
 }
 
-void takeKeyword( Words& words, std::string_view keyword )
-{
-   if( words.accept( keyword ) )
-      return;
-   words.take( "'" + std::string( keyword ) + "'" );
-   words.fail( "'" + std::string( keyword ) + "' is expected here" );
-}
-
 void addInterfaces( Session& session, Words& words )
 {
    Sim::SimSwitch& hardware = session.agent( words ).hardware();
    const InterfaceRange range = takeInterfaces( words );
-   takeKeyword( words, "unit" );
+   words.expect( "unit" );
    const U32 unit = session.takeUnit( words );
-   takeKeyword( words, "port" );
+   words.expect( "port" );
    const int port = words.value<int>( "a port number" );
    const auto model = takeModel( words );
    words.end();

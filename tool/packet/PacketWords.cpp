@@ -26,11 +26,17 @@ PortRef takeNumberedPort( Session& session, Words& words )
 
 } // namespace
 
+std::span<const std::string_view> portWords()
+{
+   static constexpr std::array<std::string_view, 4> words{
+      "port", "cpu", "loopback", "recirculation" };
+   return words;
+}
+
 PortRef takePort( Session& session, Words& words )
 {
    Sim::SimSwitch& hardware = session.agent( words ).hardware();
-   const std::string text =
-      words.take( "a port: an interface, or port N, cpu, loopback, recirculation" ).text;
+   const std::string text = words.take( "a port: an interface, or " + joined( portWords() ) ).text;
    const Sim::SpecialPorts& special = hardware.profile().specialPorts;
    const auto internal = [ & ]( const std::optional<int>& port ) {
       if( !port )
@@ -47,9 +53,8 @@ PortRef takePort( Session& session, Words& words )
       return takeNumberedPort( session, words );
    const auto intf = Vormel::IntfId::parse( text );
    if( !intf || intf->empty() )
-      words.fail( "'" + text +
-                  "' is no port; write an interface such as Ethernet1, or port N, cpu, "
-                  "loopback or recirculation" );
+      words.fail( "'" + text + "' is no port; write an interface such as Ethernet1, or one of " +
+                  joined( portWords() ) );
    if( intf->isPortChannel() )
       words.fail( text + " is a LAG; packets come in and leave by one of its ports" );
    const StrataPort at = hardware.scsd()->strataIntfToPort( *intf );
@@ -85,15 +90,10 @@ Sim::IpPrefix takePrefix( Words& words )
    return *prefix;
 }
 
-static void takeWord( Words& words, std::string_view word )
-{
-   words.choose( "'" + std::string( word ) + "'", std::array{ word } );
-}
-
 Sim::NextHop takeNextHop( Session& session, Words& words )
 {
    Sim::NextHop nextHop;
-   takeWord( words, "via" );
+   words.expect( "via" );
    const Word* const cpu = words.peek();
    if( cpu && cpu->text == "cpu" ) {
       words.take( {} );
@@ -110,16 +110,16 @@ Sim::NextHop takeNextHop( Session& session, Words& words )
       nextHop.kind = Sim::NextHop::Kind::port;
       nextHop.port = takePort( session, words );
    }
-   takeWord( words, "mac" );
+   words.expect( "mac" );
    nextHop.mac = words.value<Vormel::EthAddr>( "the next hop's MAC address" );
-   takeWord( words, "vlan" );
+   words.expect( "vlan" );
    nextHop.vlanId = takeVlanId( words );
    return nextHop;
 }
 
 Sim::Arrival takeArrival( Session& session, Words& words )
 {
-   takeWord( words, "in" );
+   words.expect( "in" );
    if( words.accept( "higig" ) ) {
       const U32 unit = takeOptionalUnit( session, words );
       return { { unit, 0 }, takeFrame( session, words ), true };

@@ -5,11 +5,15 @@
 #include "tool/Words.h"
 
 #include <optional>
+#include <span>
 #include <string_view>
 
 namespace Strata::Tool {
 
 class Session;
+
+/// What a port can be called, other than by its interface.
+std::span<const std::string_view> portWords();
 
 /// Takes an interface by its name, or `port N`, `cpu`, `loopback`, `recirculation` with `[unit N]`.
 Sim::PortRef takePort( Session& session, Words& words );

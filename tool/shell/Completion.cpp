@@ -8,6 +8,7 @@
 #include "tool/Command.h"
 #include "tool/EntryView.h"
 #include "tool/Session.h"
+#include "tool/packet/PacketWords.h"
 
 #include <algorithm>
 #include <cctype>
@@ -89,6 +90,11 @@ const std::vector<Placeholder>& placeholders()
          } },
       { "CAPABILITY", []( S&, W, C& c ) { addAll( c, Sim::capabilityNames() ); } },
       { "INTERFACE", []( S& s, W, C& c ) { addInterfaces( s, c ); } },
+      { "PORT",
+         []( S& s, W, C& c ) {
+            addInterfaces( s, c );
+            addAll( c, portWords() );
+         } },
       { "LAG", []( S& s, W, C& c ) { addInterfaces( s, c ); } },
       { "OBJECT", []( S& s, W, C& c ) { addObjects( s, c ); } },
       { "ATTRIBUTE", addAttributes },
@@ -164,6 +170,19 @@ void addArguments(
    }
 }
 
+/// Reads what is there of a packet, and adds what could go on.
+void addPacketWords( Session& session, Words words, Candidates& candidates )
+{
+   takeCommand( words );
+   words.accept( "-v" );
+   words.offersTo( candidates );
+   try {
+      takeArrival( session, words );
+   } catch( const InputError& ) {
+      // Most packets are incomplete while they are typed.
+   } catch( const Vormel::Error& ) {}
+}
+
 } // namespace
 
 std::vector<std::string> completions( Session& session, std::string_view line )
@@ -177,8 +196,11 @@ std::vector<std::string> completions( Session& session, std::string_view line )
       Words words( known );
       for( const std::string_view next : commandWords( words ) )
          candidates.emplace( next );
-      if( const Command* const command = findCommand( words ) )
+      if( const Command* const command = findCommand( words ) ) {
          addArguments( session, *command, word, candidates );
+         if( session.hasAgent() && command->syntax.find( "FRAME" ) != std::string_view::npos )
+            addPacketWords( session, words, candidates );
+      }
    } catch( const InputError& ) {
       return {}; // within quotes
    }
