@@ -26,8 +26,7 @@ Ref<EthIntfStatus> SimSwitch::intfStatus( IntfId intf )
    return status;
 }
 
-void SimSwitch::addInterface(
-   IntfId intf, U32 unit, int port, std::optional<ForwardingModel> model )
+void SimSwitch::checkInterface( IntfId intf, U32 unit, int port )
 {
    if( !intf.isEthernet() )
       throw ValueError( intf.toString() + " has no port: only Ethernet interfaces have" );
@@ -41,6 +40,12 @@ void SimSwitch::addInterface(
          throw ValueError( Vormel::format(
             "port %d of unit %d is %s; take that away first, as in 'no interface %s'", port, unit,
             mapped.key.toString(), mapped.key.toString() ) );
+}
+
+void SimSwitch::addInterface(
+   IntfId intf, U32 unit, int port, std::optional<ForwardingModel> model )
+{
+   checkInterface( intf, unit, port );
    const Ref<EthIntfStatus> status = intfStatus( intf );
    if( model )
       status->forwardingModelIs( *model );
@@ -85,6 +90,12 @@ void SimSwitch::lagIs( IntfId lag, const std::vector<IntfId>& members )
       if( !member.isEthernet() )
          throw ValueError(
             member.toString() + " cannot be a member of a LAG: only Ethernet interfaces can" );
+      else if( !ethIntfStatusDir_->intfStatus( member ) )
+         throw ValueError( Vormel::format(
+            "there is no %s; put it on a port first, as in 'interface %s unit 0 port 1'",
+            member.toString(), member.toString() ) );
+      else if( std::ranges::count( members, member ) > 1 )
+         throw ValueError( member.toString() + " stands there twice" );
    intfStatus( lag );
    const IntfIdList before = scsd_->lagMembers( lag );
    for( const IntfId member : members )

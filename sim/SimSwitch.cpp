@@ -91,6 +91,12 @@ static U64 processSeed()
    return seed;
 }
 
+void SimSwitch::check( const SimSwitchConfig& config )
+{
+   checkedPorts( config, checkedProfile( config ) );
+   checkedUnits( config.units );
+}
+
 SimSwitch::SimSwitch( const SimSwitchConfig& config )
    : profile_( checkedProfile( config ) ),
      units_( checkedUnits( config.units ) ),

@@ -104,6 +104,8 @@ class SimSwitch
    /// interface's name; null when there is none.
    Ref<Entity> object( std::string_view name ) const;
    static std::vector<std::string_view> objectNames();
+   /// ValueError when there can be no such switch.
+   static void check( const SimSwitchConfig& config );
 
    /// Also writes this entity's changes to the transcript, under the name given, or its type's.
    void record( const Ref<const Entity>& entity, const std::string& name = {} )
@@ -112,14 +114,16 @@ class SimSwitch
    }
    void forget( const Entity& entity ) { recorder_.forget( entity ); }
 
+   /// ValueError unless the interface can be put there: the port exists and is no other's.
+   void checkInterface( Vormel::IntfId intf, U32 unit, int port );
    /// Puts an Ethernet interface on a port: its status (bridged when it is new), its logical port
-   /// number, then the port itself. ValueError when the unit or port does not exist.
+   /// number, then the port itself. ValueError as for checkInterface().
    void addInterface( Vormel::IntfId intf, U32 unit, int port,
       std::optional<Interface::ForwardingModel> model = std::nullopt );
    /// Takes it away in the reverse order, and out of its LAG first.
    void removeInterface( Vormel::IntfId intf );
    /// Makes the LAG, if it is new, with just these members, in this order; takes them out of other
-   /// LAGs.
+   /// LAGs. ValueError for members that do not exist or stand there twice.
    void lagIs( Vormel::IntfId lag, const std::vector<Vormel::IntfId>& members );
    void lagDel( Vormel::IntfId lag );
    /// The status of an interface of any kind, made when it does not exist.

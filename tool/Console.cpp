@@ -1,5 +1,6 @@
 #include "tool/Console.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <ostream>
@@ -191,12 +192,17 @@ void Console::document( const std::string& title, const ordered_json& json )
    show( title, {}, json );
 }
 
+constexpr std::size_t numberWidth = 6;
+
 void Console::records( const std::string& title, const std::vector<const Sim::Record*>& records )
 {
    std::vector<Toned> lines{ { Tone::title, title } };
    auto rows = ordered_json::array();
    for( const Sim::Record* const record : records ) {
-      lines.push_back( { toneOf( *record ), "  " + record->line() } );
+      const std::string number = std::to_string( record->number );
+      lines.push_back( { toneOf( *record ),
+         std::string( numberWidth - std::min( numberWidth, number.size() ), ' ' ) + number + "  " +
+            record->line() } );
       rows.push_back( ordered_json::parse( record->json() ) );
    }
    show( title, std::move( lines ), rows );
@@ -278,12 +284,13 @@ void Console::childLine( char form, std::string_view text )
    } );
 }
 
-void Console::summary( const std::string& file, U32 expectations, U32 failures )
+void Console::summary( const std::string& file, U32 expectations, U32 failures, bool whole )
 {
    const std::string all =
       std::to_string( expectations ) + ( expectations == 1 ? " expectation" : " expectations" );
    const std::string text =
-      failures == 0 ? all + " held" : std::to_string( failures ) + " of " + all + " failed";
+      ( failures == 0 ? all + " held" : std::to_string( failures ) + " of " + all + " failed" ) +
+      ( whole ? "" : " before that" );
    std::vector<Toned> lines{ { failures == 0 ? Tone::good : Tone::bad, file + ": " + text } };
    if( !blank_ )
       lines.insert( lines.begin(), { Tone::plain, "" } );

@@ -72,7 +72,7 @@ class Console
    void childError( const std::string& text );
    /// What a child process sent through its channel.
    void childLine( char form, std::string_view text );
-   void summary( const std::string& file, U32 expectations, U32 failures );
+   void summary( const std::string& file, U32 expectations, U32 failures, bool whole = true );
    /// A line could not be run: for programs. People read the error.
    void refused( const std::string& text );
    /// std::runtime_error when something that was reported could not be written.

@@ -15,7 +15,8 @@ EntryChoice takeEntry( Session& session, Words& words )
    if( const Word* const word = words.peek(); word && hardware.tcamManager( word->text ) )
       choice.group = words.take( {} ).text;
    const Word& word = words.take( "an entry: an offset, a name such as nexthopToCpu, or the "
-                                  "name it is claimed under in quotes" );
+                                  "name it is claimed under in quotes",
+      "NAME" );
    choice.text = choice.group + ( choice.group.empty() ? "" : " " ) + word.text;
    if( word.quoted ) {
       choice.name = word.text;

@@ -53,10 +53,18 @@ ExitStatus runScenario( const std::string& file, Console& console )
       const Vormel::LockAnchor lock( Vormel::activityLock() );
       Session session( console );
       const DeathWatch watch( session );
-      runLines( file, session );
-      console.summary( file, session.expectations(), session.failures() );
+      bool refused = false;
+      try {
+         runLines( file, session );
+      } catch( const InputError& error ) {
+         console.error( error.what() );
+         refused = true;
+      }
+      console.summary( file, session.expectations(), session.failures(), !refused );
       console.checkWritten();
-      return session.failures() == 0 ? ExitStatus::held : ExitStatus::failed;
+      return refused                   ? ExitStatus::error
+             : session.failures() == 0 ? ExitStatus::held
+                                       : ExitStatus::failed;
    } catch( const std::exception& error ) {
       console.error( error.what() );
       return ExitStatus::error;

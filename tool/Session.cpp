@@ -66,6 +66,7 @@ PacketDesk& Session::packets( const Words& words )
 void Session::agentIs( AgentConfig config )
 {
    config.listener = [ this ]( const Sim::Record& record ) { console_.record( record ); };
+   Sim::SimSwitch::check( config.hardware ); // the old one stays when there is no new one
    packets_.reset();
    agent_.reset(); // one shim per process
    agent_ = std::make_unique<Agent>( config );
@@ -86,13 +87,13 @@ Ref<Entity> Session::objectNamed( const Words& words, std::string_view name )
 
 Ref<Entity> Session::takeObject( Words& words )
 {
-   const Word& word = words.take( "an object, such as helper" );
+   const Word& word = words.take( "an object, such as helper", "OBJECT" );
    return objectNamed( words, word.text );
 }
 
 AttributePath Session::takeAttribute( Words& words )
 {
-   const std::string text = words.take( "an attribute, as in helper.useLb" ).text;
+   const std::string text = words.take( "an attribute, as in helper.useLb", "PATH" ).text;
    AttributePath path{ {}, nullptr, text, std::nullopt };
    const std::size_t bracket = text.find( '[' );
    if( bracket != std::string::npos ) {
@@ -112,9 +113,12 @@ AttributePath Session::takeAttribute( Words& words )
 
 U32 Session::takeUnit( Words& words )
 {
+   const std::vector<U32>& units = agent( words ).hardware().units();
+   for( const U32 number : units )
+      words.offer( std::to_string( number ) );
    const U32 unit = words.value<U32>( "a unit number" );
    std::string known;
-   for( const U32 number : agent( words ).hardware().units() ) {
+   for( const U32 number : units ) {
       if( number == unit )
          return unit;
       known += ( known.empty() ? "" : ", " ) + std::to_string( number );

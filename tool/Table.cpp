@@ -1,6 +1,7 @@
 #include "tool/Table.h"
 
 #include <algorithm>
+#include <charconv>
 
 namespace Strata::Tool {
 
@@ -119,6 +120,19 @@ std::vector<Table::TextLine> Table::lines() const
    return lines;
 }
 
+/// Columns that are aligned to the right hold numbers, or nothing.
+static nlohmann::ordered_json jsonCell( const Column& column, const std::string& cell )
+{
+   if( column.align == Align::left )
+      return cell;
+   S64 number = 0;
+   const char* const end = cell.data() + cell.size();
+   const auto result = std::from_chars( cell.data(), end, number );
+   if( result.ec == std::errc() && result.ptr == end )
+      return number;
+   return cell.empty() || cell == "-" ? nlohmann::ordered_json() : nlohmann::ordered_json( cell );
+}
+
 nlohmann::ordered_json Table::json() const
 {
    auto all = nlohmann::ordered_json::array();
@@ -127,7 +141,7 @@ nlohmann::ordered_json Table::json() const
       if( row.section != 0 )
          object[ "section" ] = sections_[ row.section - 1 ];
       for( std::size_t i = 0; i < columns_.size(); ++i )
-         object[ jsonName( columns_[ i ].title ) ] = row.cells[ i ];
+         object[ jsonName( columns_[ i ].title ) ] = jsonCell( columns_[ i ], row.cells[ i ] );
       all.push_back( std::move( object ) );
    }
    return all;

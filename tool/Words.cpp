@@ -109,18 +109,25 @@ const Word* Words::peek( std::size_t ahead ) const
    return next_ + ahead < line_.words.size() ? &line_.words[ next_ + ahead ] : nullptr;
 }
 
-const Word& Words::take( std::string_view what )
+void Words::offer( std::string_view word )
 {
-   if( done() )
+   if( offers_ && atEnd() )
+      offers_->emplace( word );
+}
+
+const Word& Words::take( std::string_view what, std::string_view kind )
+{
+   if( !kind.empty() )
+      offer( kind );
+   if( atEnd() )
       failAtEnd( "expected " + std::string( what ) );
    return line_.words[ next_++ ];
 }
 
 bool Words::accept( std::string_view keyword )
 {
+   offer( keyword );
    const Word* const word = peek();
-   if( !word && offers_ )
-      offers_->emplace( keyword );
    if( !word || word->quoted || word->text != keyword )
       return false;
    ++next_;
@@ -137,8 +144,8 @@ void Words::expect( std::string_view keyword )
 
 std::string_view Words::choose( std::string_view what, std::span<const std::string_view> choices )
 {
-   if( done() && offers_ )
-      offers_->insert( choices.begin(), choices.end() );
+   for( const std::string_view choice : choices )
+      offer( choice );
    const Word& word = take( std::string( what ) + ", one of " + joined( choices ) );
    const auto found = std::ranges::find( choices, word.text );
    if( found != choices.end() )
@@ -152,6 +159,8 @@ void Words::end() const
 {
    if( const Word* const word = peek() )
       failAt( *word, "nothing is expected here" );
+   if( offers_ )
+      failAtEnd( "the line may end here" ); // and nothing may happen
 }
 
 Line Words::rest()

@@ -9,6 +9,7 @@
 #include "platform/runtime/Types.h"
 #include "platform/runtime/Value.h"
 
+#include <concepts>
 #include <set>
 #include <span>
 #include <stdexcept>
@@ -69,14 +70,18 @@ class Words
 
    const Line& line() const { return line_; }
 
-   bool done() const { return next_ == line_.words.size(); }
+   /// Whether all words were taken; never while what could follow is asked for (offersTo()).
+   bool done() const { return !offers_ && atEnd(); }
    /// The word that comes next, or null.
    const Word* peek( std::size_t ahead = 0 ) const;
 
-   /// Takes a word; `what` says what is missing when there is none.
-   const Word& take( std::string_view what );
-   /// From now on, keywords that could stand at the end of the line are told to `offers`.
+   /// Takes a word; `what` says what is missing when there is none, `kind` what to offer then.
+   const Word& take( std::string_view what, std::string_view kind = {} );
+   /// From now on, what could stand behind the last word is told to `offers`: keywords as they are, and kinds of
+   /// words in capitals, as the syntax of commands has them. The line is then taken for unfinished.
    void offersTo( std::set<std::string>& offers ) { offers_ = &offers; }
+   /// Something that could stand where the cursor is.
+   void offer( std::string_view word );
 
    /// Takes the next word if it is `keyword`.
    bool accept( std::string_view keyword );
@@ -89,6 +94,9 @@ class Words
    template<class T>
    T value( std::string_view what )
    {
+      if constexpr( std::same_as<T, bool> )
+         for( const std::string_view truth : { "true", "false" } )
+            offer( truth );
       const Word& word = take( what );
       const auto parsed = Vormel::ValueTraits<T>::from( Vormel::Value( word.text ) );
       if( !parsed )
@@ -108,6 +116,8 @@ class Words
    [[noreturn]] void failAtEnd( const std::string& problem ) const;
 
  private:
+   bool atEnd() const { return next_ == line_.words.size(); }
+
    const Line& line_;
    std::size_t next_ = 0;
    std::set<std::string>* offers_ = nullptr;

@@ -78,6 +78,13 @@ TEST( Completion, KnowsCommandsAndWhatTheyAskFor )
    EXPECT_THAT( can( "fault installE" ), ElementsAre( "installEntry" ) );
    EXPECT_THAT( can( "trace Api" ), ElementsAre( "ApiStrata=" ) );
    EXPECT_THAT( can( "show " ), Contains( "entries" ) );
+   EXPECT_THAT( can( "interface Ethernet1 unit " ), ElementsAre( "0" ) );
+   EXPECT_THAT( can( "unit 0 port 1 do" ), ElementsAre( "down" ) );
+   EXPECT_THAT( can( "set useLb " ), ElementsAre( "false", "true" ) );
+   EXPECT_THAT( can( "call l3Init " ), ElementsAre( "false", "true" ) );
+   EXPECT_THAT( can( "expect dead \"API\" call l3" ), ElementsAre( "l3Init" ) );
+   EXPECT_THAT( can( "show en" ), ElementsAre( "entries" ) );
+   EXPECT_THAT( can( "show entries --" ), ElementsAre( "--json" ) );
    EXPECT_THAT( can( "packet in lo" ), ElementsAre( "loopback" ) );
    EXPECT_THAT( can( "explain -v in Ethernet1 vlan 10 ip" ), ElementsAre( "ipv4", "ipv6" ) );
    EXPECT_THAT( can( "packet in cpu ipv4 ttl 1 t" ), ElementsAre( "tcp", "ttl" ) );

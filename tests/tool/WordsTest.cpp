@@ -94,7 +94,7 @@ TEST( Table, FitsTheTerminalAndContinuesTheLastColumn )
                        "\n"
                        "      " +
                        std::string( 16, 'c' ) + "\n" );
-   EXPECT_EQ( table.json().at( 1 ).at( "id" ), "12" );
+   EXPECT_EQ( table.json().at( 1 ).at( "id" ), 12 );
 }
 
 TEST( ByUnit, MergesEqualRowsAndNamesTheirUnits )

@@ -86,6 +86,7 @@ class Shell : public Subcommand
                session.run( line );
          } catch( const InputError& error ) {
             refused_ = true;
+            session.console().refused( error.what() );
             session.console().error( error.what() );
          }
       }

@@ -84,12 +84,12 @@ void expectControl( Session& session, Words& words )
 void expectRegister( Session& session, Words& words )
 {
    Sim::SimSwitch& hardware = session.agent( words ).hardware();
-   const std::string regName = words.take( "a register, as in CPU_CONTROL_Mr" ).text;
+   const std::string regName = words.take( "a register, as in CPU_CONTROL_Mr", "REGISTER" ).text;
    const auto reg = Sim::findRegister( regName );
    if( !reg )
       words.fail(
          "there is no register '" + regName + "'; there are " + joined( roleNames<Register> ) );
-   const std::string fieldName = words.take( "a field of the register" ).text;
+   const std::string fieldName = words.take( "a field of the register", "FIELD" ).text;
    const auto field = Sim::findRegisterField( fieldName );
    if( !field || Sim::registerOf( *field ) != *reg )
       words.fail( regName + " has no field '" + fieldName + "'" +

@@ -69,7 +69,7 @@ std::vector<std::string_view> callNames()
 void expectCall( Session& session, Words& words )
 {
    session.agent( words );
-   const std::string name = words.take( "a call, as in bcm_switch_control_set" ).text;
+   const std::string name = words.take( "a call, as in bcm_switch_control_set", "CALL" ).text;
    if( const auto names = callNames(); std::ranges::find( names, name ) == names.end() )
       words.fail( "there is no call '" + name + "'" + didYouMean( name, names ) );
    std::string what = name;

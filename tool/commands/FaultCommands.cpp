@@ -12,7 +12,7 @@ namespace {
 
 Sim::SdkCode takeCode( Words& words )
 {
-   const std::string text = words.take( "a code, as in BCM_E_FAIL" ).text;
+   const std::string text = words.take( "a code, as in BCM_E_FAIL", "CODE" ).text;
    if( const auto code = Sim::parseSdkCode( text ) )
       return *code;
    std::vector<std::string_view> names;
@@ -34,7 +34,7 @@ void inject( Session& session, Words& words )
       std::vector<std::string_view> names{ "any" };
       for( const std::string_view name : Sim::Faults::callNames() )
          names.push_back( name );
-      const std::string name = words.take( "a call, as in bcm_field_action_add" ).text;
+      const std::string name = words.take( "a call, as in bcm_field_action_add", "CALL" ).text;
       if( std::ranges::find( names, name ) == names.end() )
          words.fail( "there is no call '" + name + "'" + didYouMean( name, names ) );
       fault.call = name == "any" ? "" : name;

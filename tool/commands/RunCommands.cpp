@@ -42,7 +42,8 @@ void advance( Session& session, Words& words )
 void trace( Session&, Words& words )
 {
    do
-      Vormel::traceLevelsIs( words.take( "a trace handle and its level, as in ApiStrata=4" ).text );
+      Vormel::traceLevelsIs(
+         words.take( "a trace handle and its level, as in ApiStrata=4", "HANDLE" ).text );
    while( !words.done() );
 }
 

@@ -25,12 +25,18 @@ std::string takeFilter( Words& words )
    return filter;
 }
 
+/// Tells what is left out.
+std::string titleWith( const std::string& title, const std::string& filter )
+{
+   return filter.empty() ? title : title + ", only '" + filter + "'";
+}
+
 void showEntries( Session& session, Words& words )
 {
    Sim::SimSwitch& hardware = session.agent( words ).hardware();
    const std::string filter = takeFilter( words );
-   session.console().table(
-      "Field Processor entries", entryTable( hardware, filter ), entryJson( hardware, filter ) );
+   session.console().table( titleWith( "Field Processor entries", filter ),
+      entryTable( hardware, filter ), entryJson( hardware, filter ) );
 }
 
 void showAttributes( Session& session, Words& words )
@@ -81,7 +87,7 @@ void showControls( Session& session, Words& words )
       for( const auto& [ place, value ] : chip.portControls() )
          add( unit, roleName( place.second ), "port " + std::to_string( place.first ), value );
    }
-   session.console().table( "Controls that were written",
+   session.console().table( titleWith( "Controls that were written", filter ),
       unitTable( { { "Control" }, { "Where" }, { "Value" } }, rows ) );
 }
 
@@ -97,7 +103,8 @@ void showRegisters( Session& session, Words& words )
          if( chip.profile().supports( reg ) && name.find( filter ) != name.npos )
             rows.add( unit, { name, Sim::registerText( reg, chip.registerValue( reg ) ) } );
       }
-   session.console().table( "Registers", unitTable( { { "Register" }, { "Value" } }, rows ) );
+   session.console().table(
+      titleWith( "Registers", filter ), unitTable( { { "Register" }, { "Value" } }, rows ) );
 }
 
 void showCalls( Session& session, Words& words )
@@ -120,7 +127,7 @@ void showCalls( Session& session, Words& words )
       }
       table.row( { call, std::to_string( total ), each } );
    }
-   session.console().table( "Calls since the last mark", table );
+   session.console().table( titleWith( "Calls since the last mark", filter ), table );
 }
 
 /// Times differ from run to run: what is shown here is for looking, not for comparing.
@@ -291,7 +298,7 @@ void showTranscript( Session& session, Words& words )
    std::erase_if( records, [ & ]( const Sim::Record* record ) {
       return record->line().find( filter ) == std::string::npos;
    } );
-   session.console().records( "Transcript since the last mark", records );
+   session.console().records( titleWith( "Transcript since the last mark", filter ), records );
 }
 
 } // namespace

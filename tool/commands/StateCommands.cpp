@@ -17,6 +17,9 @@ using Vormel::Value;
 /// Objects go by their names, everything else by its text form.
 Value takeValue( Session& session, Words& words, const AttributePath& path )
 {
+   if( path.attribute->info().type == "bool" )
+      for( const std::string_view truth : { "true", "false" } )
+         words.offer( truth );
    if( !path.attribute->info().type.starts_with( "Ref<" ) )
       return words.take( "a value" ).text;
    if( words.accept( "none" ) )
@@ -63,11 +66,17 @@ struct Called
 Called takeCall( Session& session, Words& words )
 {
    RoutingStatusHelper& helper = *session.agent( words ).helper();
-   const Word name = words.take( "an operation, as in l3Init" );
+   const Word name = words.take( "an operation, as in l3Init", "OPERATION" );
    const Vormel::Operation& operation = helper.entityType().operation( name.text );
    std::vector<Word> arguments;
-   while( !words.done() )
+   while( !words.done() ) {
+      const auto& parameters = operation.parameters();
+      if( arguments.size() < parameters.size() &&
+          parameters[ arguments.size() ].ends_with( "true or false" ) )
+         for( const std::string_view truth : { "true", "false" } )
+            words.offer( truth );
       arguments.push_back( words.take( "an argument" ) );
+   }
    std::vector<Value> values;
    for( const Word& argument : arguments )
       values.emplace_back( argument.text );

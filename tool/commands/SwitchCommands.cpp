@@ -106,7 +106,8 @@ struct InterfaceRange
 /// "Ethernet1", or "Ethernet1-48".
 InterfaceRange takeInterfaces( Words& words )
 {
-   const std::string text = words.take( "an interface, as in Ethernet1 or Ethernet1-48" ).text;
+   const std::string text =
+      words.take( "an interface, as in Ethernet1 or Ethernet1-48", "INTERFACE" ).text;
    const std::size_t dash = text.rfind( '-' );
    const bool range =
       dash != text.npos && dash > 0 && text[ dash - 1 ] >= '0' && text[ dash - 1 ] <= '9';
@@ -149,6 +150,8 @@ void addInterfaces( Session& session, Words& words )
    const int port = words.value<int>( "a port number" );
    const auto model = takeModel( words );
    words.end();
+   for( U32 i = 0; i < range.count; ++i )
+      hardware.checkInterface( memberOf( range, i ), unit, port + static_cast<int>( i ) );
    for( U32 i = 0; i < range.count; ++i )
       hardware.addInterface( memberOf( range, i ), unit, port + static_cast<int>( i ), model );
 }

@@ -36,7 +36,8 @@ std::span<const std::string_view> portWords()
 PortRef takePort( Session& session, Words& words )
 {
    Sim::SimSwitch& hardware = session.agent( words ).hardware();
-   const std::string text = words.take( "a port: an interface, or " + joined( portWords() ) ).text;
+   const std::string text =
+      words.take( "a port: an interface, or " + joined( portWords() ), "PORT" ).text;
    const Sim::SpecialPorts& special = hardware.profile().specialPorts;
    const auto internal = [ & ]( const std::optional<int>& port ) {
       if( !port )

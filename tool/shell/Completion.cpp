@@ -5,14 +5,15 @@
 #include "sim/ChipProfile.h"
 #include "sim/Faults.h"
 #include "sim/SdkCodes.h"
+#include "tool/ChildProcess.h"
 #include "tool/Command.h"
 #include "tool/EntryView.h"
 #include "tool/Session.h"
 #include "tool/packet/PacketWords.h"
 
 #include <algorithm>
-#include <cctype>
 #include <functional>
+#include <optional>
 #include <set>
 
 namespace Strata::Tool {
@@ -73,7 +74,7 @@ void addEntries( Session& session, Candidates& candidates )
 
 struct Placeholder
 {
-   std::string_view name; // as the syntax of a command has it
+   std::string_view name; // as Words::take() is told
    std::function<void( Session&, std::string_view word, Candidates& )> add;
 };
 
@@ -83,36 +84,21 @@ const std::vector<Placeholder>& placeholders()
    using W = std::string_view;
    using C = Candidates;
    static const std::vector<Placeholder> all{
-      { "PROFILE",
-         []( S&, W, C& c ) {
-            for( const Sim::ChipProfile& profile : Sim::chipProfiles() )
-               c.insert( profile.name );
-         } },
-      { "CAPABILITY", []( S&, W, C& c ) { addAll( c, Sim::capabilityNames() ); } },
       { "INTERFACE", []( S& s, W, C& c ) { addInterfaces( s, c ); } },
       { "PORT",
          []( S& s, W, C& c ) {
             addInterfaces( s, c );
             addAll( c, portWords() );
          } },
-      { "LAG", []( S& s, W, C& c ) { addInterfaces( s, c ); } },
       { "OBJECT", []( S& s, W, C& c ) { addObjects( s, c ); } },
-      { "ATTRIBUTE", addAttributes },
       { "PATH", addAttributes },
       { "OPERATION", []( S& s, W, C& c ) { addOperations( s, c ); } },
-      { "INPUT", []( S&, W, C& c ) { addAll( c, Agent::optionalInputs() ); } },
       { "NAME", []( S& s, W, C& c ) { addEntries( s, c ); } },
-      { "GROUP", []( S& s, W, C& c ) { addEntries( s, c ); } },
       { "CALL", []( S&, W, C& c ) { addAll( c, Sim::Faults::callNames() ); } },
       { "CODE",
          []( S&, W, C& c ) {
             for( const Sim::SdkCodeInfo& code : Sim::sdkCodes() )
                c.emplace( code.name );
-         } },
-      { "CONTROL",
-         []( S&, W, C& c ) {
-            addAll( c, roleNames<SwitchControl> );
-            addAll( c, roleNames<PortControl> );
          } },
       { "REGISTER", []( S&, W, C& c ) { addAll( c, roleNames<Register> ); } },
       { "FIELD",
@@ -120,7 +106,6 @@ const std::vector<Placeholder>& placeholders()
             addAll( c, roleNames<RegisterField> );
             addAll( c, roleNames<MemoryField> );
          } },
-      { "FLAG", []( S&, W, C& c ) { addAll( c, roleNames<VlanFlag> ); } },
       { "HANDLE",
          []( S&, W, C& c ) {
             for( const Vormel::TraceHandle* const handle : Vormel::traceHandles() )
@@ -130,57 +115,50 @@ const std::vector<Placeholder>& placeholders()
    return all;
 }
 
-/// The words of a syntax: literals such as `unit`, and placeholders such as PROFILE.
-std::vector<std::string> syntaxWords( std::string_view syntax )
+/// What the command itself would take behind its words. It is asked in a copy of the process, for some commands act
+/// word by word.
+Candidates offersOf( Session& session, const Line& line )
 {
-   std::vector<std::string> words( 1 );
-   for( const char c : syntax )
-      if( std::isalnum( static_cast<unsigned char>( c ) ) || c == '-' )
-         words.back() += c;
-      else if( c == '.' ) // "[OBJECT.]ATTRIBUTE": a path completes as a whole
-         words.back().clear();
-      else if( !words.back().empty() )
-         words.emplace_back();
-   return words;
+   const ChildEnd end = runInChild( [ & ]( ChildChannel& channel ) {
+      Candidates offers;
+      Words words( line );
+      const Command& command = takeCommand( words );
+      words.offersTo( offers );
+      try {
+         command.run( session, words );
+      } catch( const std::exception& ) {
+         // That the line is not finished.
+      }
+      for( const std::string& offer : offers )
+         channel.send( ' ', offer );
+   } );
+   Candidates offers;
+   for( const auto& [ form, offer ] : end.lines )
+      offers.insert( offer );
+   return offers;
 }
 
-bool isPlaceholder( std::string_view word )
+/// Kinds of words become the words of that kind.
+void addOffers(
+   Session& session, const Candidates& offers, std::string_view word, Candidates& candidates )
 {
-   return std::isupper( static_cast<unsigned char>( word.front() ) );
-}
-
-bool isLiteral( std::string_view word )
-{
-   return std::islower( static_cast<unsigned char>( word.front() ) );
-}
-
-void addArguments(
-   Session& session, const Command& command, std::string_view word, Candidates& candidates )
-{
-   for( const std::string& wanted : syntaxWords( command.syntax ) ) {
-      if( wanted.empty() )
-         continue;
-      if( isLiteral( wanted ) )
-         candidates.insert( wanted );
-      if( !isPlaceholder( wanted ) || ( !session.hasAgent() && wanted != "PROFILE" ) )
-         continue;
-      for( const Placeholder& placeholder : placeholders() )
-         if( placeholder.name == wanted )
-            placeholder.add( session, word, candidates );
+   for( const std::string& offer : offers ) {
+      const auto known = std::ranges::find( placeholders(), offer, &Placeholder::name );
+      if( known != placeholders().end() )
+         known->add( session, word, candidates );
+      else
+         candidates.insert( offer );
    }
 }
 
-/// Reads what is there of a packet, and adds what could go on.
-void addPacketWords( Session& session, Words words, Candidates& candidates )
+/// The command that another one runs: behind `expect dead TEXT`, `expect error TEXT`.
+std::optional<std::string_view> innerCommand( const Command& command, const Line& line )
 {
-   takeCommand( words );
-   words.accept( "-v" );
-   words.offersTo( candidates );
-   try {
-      takeArrival( session, words );
-   } catch( const InputError& ) {
-      // Most packets are incomplete while they are typed.
-   } catch( const Vormel::Error& ) {}
+   const std::size_t behind = 3; // words
+   if( command.syntax.find( "COMMAND" ) == std::string_view::npos || line.words.size() < behind )
+      return std::nullopt;
+   const Word& text = line.words[ behind - 1 ];
+   return std::string_view( line.text ).substr( text.column - 1 + text.width );
 }
 
 } // namespace
@@ -197,9 +175,11 @@ std::vector<std::string> completions( Session& session, std::string_view line )
       for( const std::string_view next : commandWords( words ) )
          candidates.emplace( next );
       if( const Command* const command = findCommand( words ) ) {
-         addArguments( session, *command, word, candidates );
-         if( session.hasAgent() && command->syntax.find( "FRAME" ) != std::string_view::npos )
-            addPacketWords( session, words, candidates );
+         if( const auto inner = innerCommand( *command, known ) )
+            return completions( session, std::string( inner->substr( 1 ) ) + std::string( word ) );
+         addOffers( session, offersOf( session, known ), word, candidates );
+         if( command->name.starts_with( "show " ) )
+            candidates.emplace( "--json" );
       }
    } catch( const InputError& ) {
       return {}; // within quotes

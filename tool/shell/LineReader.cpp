@@ -1,5 +1,8 @@
 #include "tool/shell/LineReader.h"
 
+#include <clocale>
+#include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <editline/readline.h>
@@ -45,6 +48,28 @@ char** complete( const char* word, int /*start*/, int end )
    return candidates.empty() ? nullptr : rl_completion_matches( word, nextCandidate );
 }
 
+/// While a line is typed, Ctrl-C drops the line and not the switch.
+class InterruptWatch
+{
+ public:
+   InterruptWatch()
+   {
+      interrupted_ = 0;
+      struct sigaction action = {}; // without SA_RESTART: the reading is to end
+      action.sa_handler = []( int ) { interrupted_ = 1; };
+      ::sigaction( SIGINT, &action, &before_ );
+   }
+   InterruptWatch( const InterruptWatch& ) = delete;
+   InterruptWatch& operator=( const InterruptWatch& ) = delete;
+   ~InterruptWatch() { ::sigaction( SIGINT, &before_, nullptr ); }
+
+   static bool seen() { return interrupted_ != 0; }
+
+ private:
+   static inline volatile std::sig_atomic_t interrupted_ = 0;
+   struct sigaction before_;
+};
+
 std::string historyPath()
 {
    namespace fs = std::filesystem;
@@ -66,6 +91,7 @@ TerminalReader::TerminalReader( std::string prompt, Completer completer )
      historyFile_( historyPath() )
 {
    theCompleter = std::move( completer );
+   std::setlocale( LC_CTYPE, "" ); // what is typed may be UTF-8
    rl_readline_name = "strata-l3";
    rl_attempted_completion_function = complete;
    static char wordBreaks[] = " \t";
@@ -85,12 +111,19 @@ TerminalReader::~TerminalReader()
 
 std::optional<std::string> TerminalReader::next()
 {
-   const std::unique_ptr<char, void ( * )( void* )> line( readline( prompt_.c_str() ), std::free );
-   if( !line )
-      return std::nullopt;
-   if( *line )
-      add_history( line.get() );
-   return line.get();
+   for( ;; ) {
+      const InterruptWatch watch;
+      const std::unique_ptr<char, void ( * )( void* )> line(
+         readline( prompt_.c_str() ), std::free );
+      if( line ) {
+         if( *line )
+            add_history( line.get() );
+         return line.get();
+      }
+      std::putchar( '\n' );
+      if( !InterruptWatch::seen() )
+         return std::nullopt;
+   }
 }
 
 } // namespace Strata::Tool
