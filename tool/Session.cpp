@@ -3,6 +3,7 @@
 #include "platform/runtime/Assert.h"
 #include "platform/runtime/EntityType.h"
 #include "platform/runtime/Errors.h"
+#include "platform/runtime/Format.h"
 #include "tool/Command.h"
 
 namespace Strata::Tool {
@@ -124,6 +125,18 @@ U32 Session::takeUnit( Words& words )
       known += ( known.empty() ? "" : ", " ) + std::to_string( number );
    }
    words.fail( "there is no unit " + std::to_string( unit ) + "; the switch has " + known );
+}
+
+std::pair<int, std::vector<U32>> Session::takePortAndUnits( Words& words )
+{
+   const int port = words.value<int>( "a port number" );
+   const Word* const word = words.last();
+   std::vector<U32> units = takeUnits( words );
+   for( const U32 unit : units )
+      if( const Sim::Chip& chip = agent_->hardware().chip( unit ); !chip.hasPort( port ) )
+         words.failAt( *word, Vormel::format( "unit %d has no port %d; it has %s", unit, port,
+                                 chip.ports().toString() ) );
+   return { port, std::move( units ) };
 }
 
 std::vector<U32> Session::takeUnits( Words& words )

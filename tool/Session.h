@@ -11,6 +11,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Strata::Tool {
@@ -57,6 +58,8 @@ class Session
    AttributePath takeAttribute( Words& words );
    /// Takes a unit number of the switch.
    U32 takeUnit( Words& words );
+   /// Takes a port number, then `[unit N]`: all units that it may be on.
+   std::pair<int, std::vector<U32>> takePortAndUnits( Words& words );
    /// The unit, if `unit N` comes next, else all units.
    std::vector<U32> takeUnits( Words& words );
 

@@ -75,6 +75,9 @@ class Words
    /// The word that comes next, or null.
    const Word* peek( std::size_t ahead = 0 ) const;
 
+   /// The word taken last, or null.
+   const Word* last() const { return next_ == 0 ? nullptr : &line_.words[ next_ - 1 ]; }
+
    /// Takes a word; `what` says what is missing when there is none, `kind` what to offer then.
    const Word& take( std::string_view what, std::string_view kind = {} );
    /// From now on, what could stand behind the last word is told to `offers`: keywords as they are, and kinds of

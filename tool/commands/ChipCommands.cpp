@@ -179,12 +179,9 @@ void expectPortControl( Session& session, Words& words )
 {
    Sim::SimSwitch& hardware = session.agent( words ).hardware();
    const auto control = takeRole<PortControl>( words, "a port control" );
-   if( !words.accept( "port" ) ) {
-      words.take( "'port' and a port number" );
-      words.fail( "'port' and a port number are expected here" );
-   }
-   const int port = words.value<int>( "a port number" );
-   const std::vector<U32> units = session.takeUnits( words );
+   words.expect( "port" );
+   const auto [ portNumber, units ] = session.takePortAndUnits( words );
+   const int port = portNumber;
    const std::string value = words.take( "a value" ).text;
    words.end();
    const std::string expected =

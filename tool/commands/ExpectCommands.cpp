@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <array>
+#include <tuple>
 
 namespace Strata::Tool {
 
@@ -69,9 +70,11 @@ void expectControl( Session& session, Words& words )
    const auto control = static_cast<SwitchControl>(
       std::ranges::find( roleNames<SwitchControl>, name ) - roleNames<SwitchControl>.begin() );
    std::optional<int> port;
+   std::vector<U32> units;
    if( words.accept( "port" ) )
-      port = words.value<int>( "a port number" );
-   const std::vector<U32> units = session.takeUnits( words );
+      std::tie( port, units ) = session.takePortAndUnits( words );
+   else
+      units = session.takeUnits( words );
    const std::string value = words.take( "a value" ).text;
    words.end();
    expectOnUnits(
