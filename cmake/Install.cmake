@@ -15,7 +15,7 @@ install( TARGETS strata-l3
    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
       COMPONENT runtime
       NAMELINK_COMPONENT dev )
-# Headers with an SDK's own names cannot stand beside that SDK's, so they stay here.
+# Headers with an SDK's own names cannot stand beside that SDK's, so they stay here; so does what is not exported.
 install( DIRECTORY platform messages routing conformance sim
    DESTINATION ${headerDir}
    COMPONENT dev
@@ -23,6 +23,9 @@ install( DIRECTORY platform messages routing conformance sim
    PATTERN "*.h"
    PATTERN "*.def"
    PATTERN "platform/sdk/SdkNames.h" EXCLUDE
+   PATTERN "messages/Traces.h" EXCLUDE
+   PATTERN "platform/runtime/Registries.h" EXCLUDE
+   PATTERN "routing/NestedReactors.h" EXCLUDE
    PATTERN "conformance/sim" EXCLUDE
    PATTERN "routing/tcam" EXCLUDE )
 
@@ -31,6 +34,8 @@ install( DIRECTORY platform messages routing conformance sim
 install( TARGETS strata-l3-conformance
    EXPORT strata-l3
    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT dev )
+install( TARGETS strata-l3-conformance-program
+   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT dev )
 
 # --- The simulated chip ----------------------------------------------------------------------------
 
@@ -46,11 +51,19 @@ install( FILES tool/cli/completion.bash
    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
    RENAME strata-l3
    COMPONENT runtime )
-install( FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime )
+install( FILES README.md CHANGELOG.md cmake/copyright
+   DESTINATION ${CMAKE_INSTALL_DOCDIR}
+   COMPONENT runtime )
 install( DIRECTORY docs
    DESTINATION ${CMAKE_INSTALL_DOCDIR}
-   COMPONENT dev
+   COMPONENT runtime
    FILES_MATCHING PATTERN "*.md" )
+install( DIRECTORY scenarios
+   DESTINATION ${CMAKE_INSTALL_DOCDIR}
+   COMPONENT runtime
+   FILES_MATCHING
+   PATTERN "*.scenario"
+   PATTERN "golden" EXCLUDE )
 install( DIRECTORY examples
    DESTINATION ${CMAKE_INSTALL_DOCDIR}
    COMPONENT dev

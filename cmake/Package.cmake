@@ -12,6 +12,9 @@ set( CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION net )
 set( CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON )
 set( CPACK_COMPONENT_RUNTIME_DESCRIPTION "The shared library, and the command that drives it on a simulated switch." )
 
+# So that an agent's own package learns by itself that it needs this one.
+set( CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON )
+
 set( CPACK_DEBIAN_DEV_PACKAGE_NAME strata-l3-dev )
 set( CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel )
 set( CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "strata-l3 (= ${PROJECT_VERSION})" )

@@ -140,10 +140,10 @@ class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
    /// The same controls for the port of an interface; the interface must have a port.
    void programSwitchCtrlPortSet( IntfId intf );
 
-   // Routing per VLAN (VlanRouting.cpp)
+   // Routing per VLAN (VlanRouting.cpp). VLAN ids are 1 to 4094; ValueError for others.
 
    /// Rewrites the VLAN's routing flags on every unit; foreign flags are kept. Keeps no state: the later
-   /// writer of a VLAN's flags wins. VLAN ids are 1 to 4094.
+   /// writer of a VLAN's flags wins.
    void handleVlanRoutingState( U32 vlanId, RoutingState state );
    /// Off: a VLAN routes whenever routing is on. On: only as its own state says. Applies every known VLAN
    /// that exists and forgets the others. Publishes perVlanRoutingEnabled.

@@ -1,5 +1,6 @@
 // Routing per VLAN: the flags of a VLAN's control record, and whether the CPU is a member.
 #include "messages/Traces.h"
+#include "platform/runtime/Errors.h"
 #include "routing/RoutingStatusHelper.h"
 #include "routing/tcam/CheckedCall.h"
 
@@ -38,8 +39,16 @@ std::string toText( const RoutingState& state )
    return text.empty() ? "off" : text;
 }
 
+/// The SDK's ids are narrower: one that is too large would be another VLAN's.
+static void checkVlanId( U32 vlanId )
+{
+   if( vlanId < 1 || vlanId > 4094 )
+      throw Vormel::ValueError( "VLAN ids are 1 to 4094, not " + std::to_string( vlanId ) );
+}
+
 void RoutingStatusHelper::handleVlanRoutingState( U32 vlanId, RoutingState state )
 {
+   checkVlanId( vlanId );
    VORMEL_TRACE( routingTrace, 4,
       "handleVlanRoutingState, Vlan: " << vlanId << ", routing: " << state.routing
                                        << ", routing6: " << state.routing6
@@ -87,6 +96,7 @@ void RoutingStatusHelper::handlePerVlanRouting( bool enable )
 
 void RoutingStatusHelper::enableVlanRouting( U32 vlanId, bool enable )
 {
+   checkVlanId( vlanId );
    VORMEL_TRACE( routingTrace, 2, "enableVlanRouting, Vlan: " << vlanId << ", enable: " << enable );
    vlanRouting_[ vlanId ].enabled = enable;
    for( const auto& i : scsd()->units() )
@@ -95,6 +105,7 @@ void RoutingStatusHelper::enableVlanRouting( U32 vlanId, bool enable )
 
 void RoutingStatusHelper::handleIpAddressState( U32 vlanId, bool ip4, bool ip6 )
 {
+   checkVlanId( vlanId );
    VORMEL_TRACE( routingTrace, 2,
       "handleIpAddressState, Vlan: " << vlanId << ", ip4: " << ip4 << ", ip6: " << ip6 );
    VlanRouting& vlan = vlanRouting_[ vlanId ];
@@ -111,6 +122,7 @@ void RoutingStatusHelper::handleIpAddressState( U32 vlanId, bool ip4, bool ip6 )
 
 void RoutingStatusHelper::handleVlanCpuPort( U32 vlanId, bool block )
 {
+   checkVlanId( vlanId );
    VORMEL_TRACE( routingTrace, 2, "handleVlanCpuPort, Vlan: " << vlanId << ", block: " << block );
    VlanRouting& vlan = vlanRouting_[ vlanId ];
    if( vlan.cpuBlocked == block )

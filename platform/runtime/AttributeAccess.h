@@ -50,6 +50,24 @@ T convertedTo( const Value& given, std::string_view attribute, std::string_view 
    return *std::move( value );
 }
 
+/// AccessError: the attribute or operation belongs to entities of another type.
+[[noreturn]] VORMEL_EXPORT void badEntity( const Entity& entity, std::string_view member );
+
+template<class E>
+const E& entityOf( const Entity& entity, std::string_view member )
+{
+   const E* const own = dynamic_cast<const E*>( &entity );
+   if( !own )
+      badEntity( entity, member );
+   return *own;
+}
+
+template<class E>
+E& entityOf( Entity& entity, std::string_view member )
+{
+   return const_cast<E&>( entityOf<E>( std::as_const( entity ), member ) );
+}
+
 template<class E, class T>
 class ScalarAttribute final : public Attribute
 {
@@ -70,14 +88,14 @@ class ScalarAttribute final : public Attribute
 
    Value read( const Entity& entity ) const override
    {
-      return valueOf<T>( get_( static_cast<const E&>( entity ) ) );
+      return valueOf<T>( get_( entityOf<E>( entity, info().name ) ) );
    }
 
    void write( Entity& entity, const Value& value ) const override
    {
       if( !set_ )
          refuse( "be written: it is set by the constructor" );
-      set_( static_cast<E&>( entity ), convertedTo<T>( value, info().name, "value" ) );
+      set_( entityOf<E>( entity, info().name ), convertedTo<T>( value, info().name, "value" ) );
    }
 
  private:
@@ -147,7 +165,7 @@ class CollectionAttribute final : public Attribute
    Value read( const Entity& entity, const Value& key ) const override
    {
       const K wanted = keyOf( key );
-      if( const auto value = access_.get( static_cast<const E&>( entity ), wanted ) )
+      if( const auto value = access_.get( entityOf<E>( entity, info().name ), wanted ) )
          return valueOf<T>( *value );
       refuse( "be read at key " + ValueTraits<K>::text( wanted ) + ": there is no such member" );
    }
@@ -155,7 +173,7 @@ class CollectionAttribute final : public Attribute
    std::vector<Member> members( const Entity& entity ) const override
    {
       std::vector<Member> all;
-      for( const auto& [ key, value ] : access_.members( static_cast<const E&>( entity ) ) )
+      for( const auto& [ key, value ] : access_.members( entityOf<E>( entity, info().name ) ) )
          all.push_back( { valueOf<K>( key ), valueOf<T>( value ) } );
       return all;
    }
@@ -163,16 +181,19 @@ class CollectionAttribute final : public Attribute
    using Attribute::write;
    void write( Entity& entity, const Value& key, const Value& value ) const override
    {
-      access_.is(
-         static_cast<E&>( entity ), keyOf( key ), convertedTo<T>( value, info().name, "value" ) );
+      access_.is( entityOf<E>( entity, info().name ), keyOf( key ),
+         convertedTo<T>( value, info().name, "value" ) );
    }
 
    Value del( Entity& entity, const Value& key ) const override
    {
-      return access_.del( static_cast<E&>( entity ), keyOf( key ) );
+      return access_.del( entityOf<E>( entity, info().name ), keyOf( key ) );
    }
 
-   void delAll( Entity& entity ) const override { access_.delAll( static_cast<E&>( entity ) ); }
+   void delAll( Entity& entity ) const override
+   {
+      access_.delAll( entityOf<E>( entity, info().name ) );
+   }
 
  private:
    K keyOf( const Value& key ) const { return convertedTo<K>( key, info().name, "key" ); }
@@ -208,7 +229,7 @@ class BoundOperation final : public Operation
    Value call( Entity& entity, std::span<const Value> given ) const override
    {
       checkCount( given.size() );
-      return run( static_cast<E&>( entity ), given, std::make_index_sequence<count>() );
+      return run( entityOf<E>( entity, name() ), given, std::make_index_sequence<count>() );
    }
 
    /// Each parameter's name with what it takes.

@@ -72,6 +72,7 @@ ChangeWatcher::~ChangeWatcher()
 void ChangeWatcher::onChange( const Change& change ) noexcept
 {
    ++changes_;
+   ++byNumber_[ change.number ];
    if( sink_ )
       sink_( describeChange( name_, change ) );
 }

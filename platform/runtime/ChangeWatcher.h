@@ -6,6 +6,7 @@
 #include "platform/runtime/Publisher.h"
 
 #include <functional>
+#include <map>
 #include <string>
 #include <string_view>
 
@@ -46,6 +47,8 @@ class VORMEL_EXPORT ChangeWatcher final : public Subscriber
 
    /// How many changes there were.
    U64 changes() const { return changes_; }
+   /// Those of each attribute, by its number.
+   const std::map<AttributeNumber, U64>& changesByNumber() const { return byNumber_; }
 
    void onChange( const Change& change ) noexcept override;
 
@@ -54,6 +57,7 @@ class VORMEL_EXPORT ChangeWatcher final : public Subscriber
    std::string name_;
    Sink sink_;
    U64 changes_ = 0;
+   std::map<AttributeNumber, U64> byNumber_;
 };
 
 } // namespace Vormel

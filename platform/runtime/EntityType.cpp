@@ -68,6 +68,12 @@ void Detail::badValue( const std::string& where, const Value& given, const std::
    throw AccessError( where + " '" + toText( given ) + "' is not " + expected );
 }
 
+void Detail::badEntity( const Entity& entity, std::string_view member )
+{
+   throw AccessError( "'" + std::string( member ) + "' is not of " +
+                      std::string( entity.entityType().name() ) + " but of another type" );
+}
+
 void Operation::checkCount( std::size_t given ) const
 {
    if( given == parameters_.size() )

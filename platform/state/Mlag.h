@@ -43,7 +43,7 @@ namespace Recirc {
 
 // clang-format off
 #define RECIRC_FEATURE_STATUS_ATTRIBUTES( ROW ) \
-   ROW( MAP, 258, recircPort, U16, S32, 0, "the recirculation port of a unit (SDK port number), by unit number", "agent" )
+   ROW( MAP, 258, recircPort, U16, S32, 0, "the recirculation port of a unit (logical port number), by unit number", "agent" )
 // clang-format on
 
 class VORMEL_EXPORT RecircFeatureStatus : public Vormel::Entity

@@ -65,6 +65,8 @@ class UnitTable
       return at == units_.end() ? nullptr : &at->second;
    }
 
+   /// Adds a unit or replaces it. Publishes nothing: the table is filled before the helper is brought up. The activity
+   /// lock is held.
    void unitIs( U16 number, const StrataUnit& unit ) { units_.insert_or_assign( number, unit ); }
    void unitDel( U16 number ) { units_.erase( number ); }
 

@@ -1,3 +1,4 @@
+#include "platform/state/Mlag.h"
 #include "tests/runtime/Lamp.h"
 
 #include <functional>
@@ -208,6 +209,12 @@ TEST_F( EntityTest, WrongNamesAndArgumentsSayWhatWouldBeRight )
    const Value wrong[] = { U64( 5 ), std::string( "maybe" ) };
    EXPECT_EQ( errorOf( [ & ] { type.operation( "dim" ).call( *lamp, wrong ); } ),
       "dim: argument 2 (slowly) 'maybe' is not true or false" );
+   const auto stranger = Vormel::make<Mlag::Status>();
+   EXPECT_EQ( errorOf( [ & ] { type.attribute( "watts" ).read( *stranger ); } ),
+      "'watts' is not of Mlag::Status but of another type" );
+   const Value two[] = { U64( 5 ), true };
+   EXPECT_EQ( errorOf( [ & ] { type.operation( "dim" ).call( *stranger, two ); } ),
+      "'dim' is not of Mlag::Status but of another type" );
 }
 
 } // namespace

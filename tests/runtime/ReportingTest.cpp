@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <gtest/gtest.h>
 #include <string>
+#include <syslog.h>
 
 namespace Vormel {
 namespace {
@@ -143,6 +144,17 @@ TEST_F( SyslogTest, RaisingAMessageNeverFails )
    testing::internal::CaptureStderr();
    logMessage( fruit, 1 );
    EXPECT_EQ( testing::internal::GetCapturedStderr(), "message FRUIT was lost: disk full\n" );
+}
+
+TEST_F( SyslogTest, TheSystemGetsKeySeverityAndText )
+{
+   SyslogHandle fruit( "FRUIT", Severity::error, "%s", "", NoActionRequired );
+   syslogSinkIs( syslogToSystem );
+   ::openlog( "orchard", LOG_PERROR, LOG_USER );
+   testing::internal::CaptureStderr();
+   logMessage( fruit, "100% ripe" );
+   EXPECT_EQ( testing::internal::GetCapturedStderr(), "orchard: %FRUIT-3: 100% ripe\n" );
+   ::closelog();
 }
 
 struct Orchard

@@ -130,6 +130,23 @@ void showCalls( Session& session, Words& words )
    session.console().table( titleWith( "Calls since the last mark", filter ), table );
 }
 
+void showNotifications( Session& session, Words& words )
+{
+   session.agent( words );
+   const std::string filter = takeFilter( words );
+   std::map<std::string, U32> counts;
+   for( const Sim::Record* const record : session.window() )
+      if( record->kind == Sim::RecordKind::notify )
+         if( const std::string path =
+                record->field( "object" ) + "." + record->field( "attribute" );
+             path.find( filter ) != path.npos )
+            ++counts[ path ];
+   Table table( { { "Attribute" }, { "Times", Align::right } } );
+   for( const auto& [ path, times ] : counts )
+      table.row( { path, std::to_string( times ) } );
+   session.console().table( titleWith( "Notifications since the last mark", filter ), table );
+}
+
 /// Times differ from run to run: what is shown here is for looking, not for comparing.
 void showTimes( Session& session, Words& words )
 {
@@ -315,6 +332,9 @@ std::vector<Command> showCommands()
       { "show registers", "[TEXT]", "registers, with their fields", showRegisters },
       { "show calls", "[TEXT]", "how often each hardware call was made since the last mark",
          showCalls },
+      { "show notifications", "[TEXT]",
+         "how often each attribute's changes were published since the last mark",
+         showNotifications },
       { "show times", "", "SDK calls by name: how often, how long", showTimes },
       { "show snapshot", "[OBJECT]", "everything that the helper or another object holds, as JSON",
          showSnapshot },
