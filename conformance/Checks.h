@@ -28,6 +28,7 @@ void checkFieldLock( Examiner& examiner, const ManagedRange& range, U32 unit );
 // Controls.cpp
 void checkSwitchControls( Examiner& examiner, U32 unit );
 void checkPortControls( Examiner& examiner, const StrataPort& port );
+void checkPortTable( Examiner& examiner );
 void checkVlans( Examiner& examiner, U32 unit );
 void checkOptionsProfiles( Examiner& examiner, U32 unit );
 

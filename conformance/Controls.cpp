@@ -105,6 +105,46 @@ void checkPortControls( Examiner& examiner, const StrataPort& port )
                                            examiner.shim().portControl( role ), 1 ) );
 }
 
+static std::string textOf( const PortSwEntry& entry )
+{
+   return Vormel::format( "layer 3 %s, routing %s", entry.l3Enabled ? "on" : "off",
+      entry.routingEnabled ? "on" : "off" );
+}
+
+void checkPortTable( Examiner& examiner )
+{
+   const Port& port = examiner.port();
+   if( !port.portSwTable || port.ports.empty() )
+      return examiner.notTried( Promise::portTableKeeps, "needs portSwTable and ports" );
+   PortSwTable& table = *port.portSwTable;
+   const auto commit = [ & ]( const StrataPort& of, const PortSwEntry& entry ) {
+      const std::string call = "entryCommit( port " + toText( of ) + ", " + textOf( entry ) + " )";
+      examiner.asked( call, [ & ] { return table.entryCommit( of, entry ), 0; } );
+      return call;
+   };
+   std::vector<PortSwEntry> wanted;
+   for( const StrataPort& each : port.ports )
+      wanted.push_back( table.entry( each ) );
+   const std::vector<PortSwEntry> original = wanted;
+   const auto expectAll = [ & ]( const std::string& call ) {
+      for( std::size_t i = 0; i < wanted.size(); ++i ) {
+         const PortSwEntry found = table.entry( port.ports[ i ] );
+         examiner.expect( Promise::portTableKeeps, call, found == wanted[ i ],
+            "left port " + toText( port.ports[ i ] ) + " with " + textOf( found ) + ", not " +
+               textOf( wanted[ i ] ) );
+      }
+   };
+   for( std::size_t i = 0; i < wanted.size(); ++i ) {
+      for( const PortSwEntry& entry : { PortSwEntry{ true, false }, PortSwEntry{ false, true },
+              PortSwEntry{ true, true }, PortSwEntry{} } ) {
+         wanted[ i ] = entry;
+         expectAll( commit( port.ports[ i ], entry ) );
+      }
+      wanted[ i ] = original[ i ];
+      expectAll( commit( port.ports[ i ], original[ i ] ) );
+   }
+}
+
 static U32 sliceFlags( const SdkShimInterface& shim )
 {
    U32 all = 0;

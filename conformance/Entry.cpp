@@ -86,6 +86,31 @@ void Entry::define()
    act();
 }
 
+void Entry::expectPortSets()
+{
+   // Only entries of these two ranges qualify on ports.
+   if( range_.group && range_.group != TcamGroup::peerMacArp )
+      return;
+   const StrataUnit& known = *examiner_.port().scsd->units().find( unit_ );
+   StrataBoundedTcamEntryManager& manager = *range_.manager;
+   const auto accepted = [ & ]( const std::string& name, auto set ) {
+      const std::string call = text( name );
+      examiner_.expectSuccess( Promise::portSetsAccepted, { examiner_.asked( call, set ), call } );
+   };
+   if( manager.supportsAclGroup() )
+      accepted( "qualifyPortsClassId",
+         [ & ] { return manager.qualifyPortsClassId( unit_, id_, known.ports, true ); } );
+   else
+      accepted( "addInPortsForEntry",
+         [ & ] { return manager.addInPortsForEntry( unit_, id_, known.ports, known.ports ); } );
+   // Second passes of tunnels alone ask for this, in the main range.
+   const ChipAttributes chip = examiner_.chip();
+   if( !range_.group && chip.vxlanSupported && !chip.vxlanRoutingInOnePass && known.loopbackPort )
+      accepted( "addOutLoopbackPortForEntry", [ & ] {
+         return manager.addOutLoopbackPortForEntry( unit_, id_, *known.loopbackPort, known.ports );
+      } );
+}
+
 void Entry::expectInstalled(
    Promise promise, const std::string& call, U32 qualifiers, bool enabled )
 {

@@ -54,6 +54,8 @@ class Entry
    Answer<U64> hits();
    /// Claimed, with one qualifier and one action.
    void define();
+   /// The claim is given the port sets that the slice gives to entries of the range.
+   void expectPortSets();
 
    bool inspectable() const { return static_cast<bool>( examiner_.port().installedEntry ); }
    std::optional<InstalledEntry> installed() const

@@ -1,5 +1,6 @@
 #include "conformance/Checks.h"
 
+#include <algorithm>
 #include <exception>
 
 namespace Strata::Conformance {
@@ -16,13 +17,24 @@ void run( Examiner& examiner, const char* name, Check check )
    } catch( const std::exception& error ) {
       examiner.expect( Promise::callsDoNotThrow, name, false,
          "met an exception: " + std::string( error.what() ) );
+   } catch( ... ) {
+      examiner.expect( Promise::callsDoNotThrow, name, false, "met something thrown" );
    }
+}
+
+/// What did not answer, and why, `run` has told.
+template<class Question>
+std::vector<std::string> answersTo( Examiner& examiner, const char* name, Question question )
+{
+   std::vector<std::string> answers;
+   run( examiner, name, [ & ] { answers = question( examiner ); } );
+   return answers;
 }
 
 void expectSame( Examiner& examiner, Promise promise, const std::vector<std::string>& before,
    const std::vector<std::string>& after )
 {
-   for( std::size_t i = 0; i < before.size(); ++i )
+   for( std::size_t i = 0; i < std::min( before.size(), after.size() ); ++i )
       examiner.expect(
          promise, before[ i ], before[ i ] == after[ i ], "no longer: now " + after[ i ] );
 }
@@ -55,33 +67,49 @@ void examineUnit( Examiner& examiner, U32 unit )
    run( examiner, "my-station memory", [ & ] { checkMyStation( examiner, unit ); } );
 }
 
-} // namespace
-
-Report examine( const Port& port )
+void examineAll( Examiner& examiner )
 {
-   Report report;
-   Examiner examiner( port, report );
+   const Port& port = examiner.port();
    run( examiner, "the shim", [ & ] { checkShim( examiner ); } );
-   const std::vector<std::string> numbers = stableNumbers( examiner );
-   const std::vector<std::string> answers = stableAnswers( examiner );
+   const std::vector<std::string> numbers = answersTo( examiner, "the numbers", stableNumbers );
+   const std::vector<std::string> answers =
+      answersTo( examiner, "questions about units", stableAnswers );
 
    run( examiner, "units", [ & ] { checkUnits( examiner ); } );
    run( examiner, "ranges", [ & ] { checkRanges( examiner ); } );
    for( const ManagedRange& range : port.ranges )
-      if( range.freeEntries != 0 )
-         examineRange( examiner, range );
+      if( range.manager && range.freeEntries != 0 )
+         run( examiner, "a range", [ & ] { examineRange( examiner, range ); } );
    for( const U32 unit : examiner.units() )
       examineUnit( examiner, unit );
    for( const StrataPort& each : port.ports )
       run( examiner, "port controls", [ & ] { checkPortControls( examiner, each ); } );
+   run( examiner, "the port table", [ & ] { checkPortTable( examiner ); } );
    run( examiner, "registers", [ & ] { checkRegisters( examiner ); } );
    run( examiner, "memory fields", [ & ] { checkMemoryFields( examiner ); } );
    run( examiner, "the activity lock", [ & ] { checkActivityLock( examiner ); } );
    run( examiner, "timers", [ & ] { checkTimers( examiner ); } );
 
    run( examiner, "code texts", [ & ] { checkCodeTexts( examiner ); } );
-   expectSame( examiner, Promise::numbersStable, numbers, stableNumbers( examiner ) );
-   expectSame( examiner, Promise::unitAnswersStable, answers, stableAnswers( examiner ) );
+   expectSame( examiner, Promise::numbersStable, numbers,
+      answersTo( examiner, "the numbers", stableNumbers ) );
+   expectSame( examiner, Promise::unitAnswersStable, answers,
+      answersTo( examiner, "questions about units", stableAnswers ) );
+}
+
+} // namespace
+
+Report examine( const Port& port )
+{
+   Report report;
+   Examiner examiner( port, report );
+   // Without these there is nothing to examine.
+   if( !port.scsd )
+      examiner.expect( Promise::oneShim, "the port's scsd", false, "is null" );
+   else if( !port.scsd->sdkShim() )
+      examiner.expect( Promise::oneShim, "scsd->sdkShim()", false, "is null" );
+   else
+      examineAll( examiner );
    return report;
 }
 

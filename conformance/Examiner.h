@@ -76,12 +76,13 @@ class Examiner
 
  private:
    template<class Work>
-   Answer<int> operation( std::string call, bool hook, Work work );
+   Answer<int> operation( SdkOperation which, std::string call, Work work );
    void lockWasLeft( const std::string& call, bool held );
 
    const Port& port_;
    Report& report_;
    std::set<int> codesSeen_;
+   std::set<SdkOperation> triedBesideLockHolder_;
 };
 
 } // namespace Strata::Conformance

@@ -79,32 +79,9 @@ static void absentEntries( Examiner& examiner, const ManagedRange& range, U32 un
 
 static void portSets( Examiner& examiner, const ManagedRange& range, U32 unit )
 {
-   // Only entries of these two ranges qualify on ports.
-   if( range.group && range.group != TcamGroup::peerMacArp )
-      return;
-   const StrataUnit& known = *examiner.port().scsd->units().find( unit );
    Entry entry( examiner, range, unit );
    entry.claim();
-   const std::string place = Vormel::format( "( unit %d, id %d )", unit, entry.id() );
-   const auto accepted = [ & ]( const std::string& name, auto set ) {
-      const std::string call = range.name + ": " + name + place;
-      examiner.expectSuccess( Promise::portSetsAccepted, { examiner.asked( call, set ), call } );
-   };
-   StrataBoundedTcamEntryManager& manager = *range.manager;
-   if( manager.supportsAclGroup() )
-      accepted( "qualifyPortsClassId",
-         [ & ] { return manager.qualifyPortsClassId( unit, entry.id(), known.ports, true ); } );
-   else
-      accepted( "addInPortsForEntry", [ & ] {
-         return manager.addInPortsForEntry( unit, entry.id(), known.ports, known.ports );
-      } );
-   // Second passes of tunnels alone ask for this, in the main range.
-   const ChipAttributes chip = examiner.chip();
-   if( !range.group && chip.vxlanSupported && !chip.vxlanRoutingInOnePass && known.loopbackPort )
-      accepted( "addOutLoopbackPortForEntry", [ & ] {
-         return manager.addOutLoopbackPortForEntry(
-            unit, entry.id(), *known.loopbackPort, known.ports );
-      } );
+   entry.expectPortSets();
 }
 
 void checkInstallation( Examiner& examiner, const ManagedRange& range, U32 unit )

@@ -14,6 +14,7 @@
 #pragma once
 
 #include "conformance/Report.h"
+#include "platform/state/PortSwTable.h"
 #include "platform/state/StrataCommonSmData.h"
 #include "platform/tcam/TcamEntryManager.h"
 
@@ -53,6 +54,7 @@ struct Port
    Ref<StrataCommonSmData> scsd;
    std::vector<ManagedRange> ranges;
    Ref<StrataTcamGroupManager> tcamGroupManager; // null: the switch has none
+   Ref<PortSwTable> portSwTable;                 // null: the agent has none; tried with `ports`
 
    U16 vlan = 1;                      // exists on every unit
    std::optional<U16> missingVlan;    // exists on none

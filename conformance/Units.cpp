@@ -67,6 +67,10 @@ void checkUnits( Examiner& examiner )
 void checkRanges( Examiner& examiner )
 {
    for( const ManagedRange& range : examiner.port().ranges ) {
+      examiner.expect( Promise::groupsAssigned, range.name + ": the range's manager",
+         range.manager != nullptr, "is null" );
+      if( !range.manager )
+         continue;
       const std::string call = range.name + ": baseEntryId()";
       const U32 base = range.manager->baseEntryId();
       examiner.expect( Promise::baseIdAtLeastOne, call, base >= 1, "is 0, which means no entry" );

@@ -40,10 +40,12 @@ Port simPort( Sim::SimSwitch& hardware )
    port.scsd = hardware.scsd();
    port.ranges = rangesOf( hardware.tcamManager(), hardware.tcamGroupManager() );
    port.tcamGroupManager = hardware.tcamGroupManager();
+   port.portSwTable = hardware.portSwTable();
    port.missingVlan = 4094;
    port.myStationIndex = 5;
    for( const U32 unit : hardware.units() )
-      port.ports.emplace_back( unit, 1, 1 );
+      for( U32 number = 1; number <= 2; ++number )
+         port.ports.emplace_back( unit, static_cast<int>( number ), number );
    port.notFoundCode = static_cast<int>( SdkCode::NotFound );
    port.configCode = static_cast<int>( SdkCode::Config );
    addHooks( port, hardware );

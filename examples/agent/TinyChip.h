@@ -1,145 +1,246 @@
-// The smallest platform that the slice comes up on: an SDK that says each call and does nothing, and a manager
-// that remembers who holds which entry.
+// The smallest chip that keeps what the slice relies on: it remembers what it is told, and forwards nothing. The
+// shim and the manager of its entries work on one table.
 #pragma once
 
-#include "Plugin.h"
-
-#include "platform/runtime/Text.h"
 #include "platform/sdk/UnavailableShim.h"
-#include "platform/tcam/TcamEntryManager.h"
 
 #include <map>
+#include <optional>
+#include <set>
 #include <string>
+#include <utility>
 
 namespace Tiny {
 
 using namespace Strata; // the table of SDK operations expects its names
 
-/// The chip's log; silent until it is given somebody to talk to.
-class Log
+/// The codes of this SDK.
+enum Code : int
 {
- public:
-   void sayIs( Say say ) { say_ = say; }
-
-   void operator()( const std::string& line ) const
-   {
-      if( say_ )
-         say_( line.c_str() );
-   }
-
- private:
-   Say say_ = nullptr;
+   ok = 0,
+   notAvailable = -1,
+   notFound = -2,
+   badConfig = -3,
 };
 
+struct Rule
+{
+   std::set<std::string> qualifiers;
+   std::set<int> actions;
+};
+
+struct Entry
+{
+   std::string name;               // of who holds it
+   Rule claim{};                   // what the next install writes
+   std::optional<Rule> hardware{}; // what it wrote
+   bool enabled = true;
+};
+
+struct Chip
+{
+   using Id = std::pair<U32, U32>; // unit and entry
+
+   std::map<Id, Entry> entries;     // those that are held
+   std::map<U32, VlanControl> vlan; // VLAN 1 of each unit; there is no other
+   std::map<std::pair<U32, int>, U64> registers;
+   std::map<std::pair<U32, U32>, MemoryEntry> myStations;
+
+   Entry* find( U32 unit, U32 entry )
+   {
+      const auto at = entries.find( { unit, entry } );
+      return at == entries.end() ? nullptr : &at->second;
+   }
+};
+
+/// What is not here, the chip has not got.
 class Shim final : public UnavailableShim
 {
  public:
-   explicit Shim( const Log& log ) : log_( log ) {}
+   explicit Shim( Chip& chip ) : chip_( chip ) {}
 
-   int successCode() const override { return 0; }
-   int featureNotAvailableCode() const override { return -1; }
+   int successCode() const override { return ok; }
+   int featureNotAvailableCode() const override { return notAvailable; }
    std::string errorText( int code ) const override { return "error " + std::to_string( code ); }
 
    // This SDK numbers things as the slice does.
    int fieldAction( FieldAction role ) const override { return static_cast<int>( role ); }
    int fieldIpType( FieldIpType role ) const override { return static_cast<int>( role ); }
+   U32 packetResult( PacketResult role ) const override { return static_cast<U32>( role ); }
    int switchControl( SwitchControl role ) const override { return static_cast<int>( role ); }
+   int portControl( PortControl role ) const override { return static_cast<int>( role ); }
+   U32 vlanFlag( VlanFlag role ) const override { return 1U << static_cast<U32>( role ); }
+   int ipOptionAction( IpOptionAction role ) const override { return static_cast<int>( role ); }
+   int registerNumber( Register role ) const override { return static_cast<int>( role ); }
+   int memory( Memory role ) const override { return static_cast<int>( role ); }
 
-   /// Ports 1 to 4 are active.
+   /// Ports 1 to 4 are active; port 0 is the CPU's.
    UnitRecord unitRecord( U32 ) const override { return { 0x1E }; }
+   bool vlanExists( U32, U16 vlanId ) const override { return vlanId == 1; }
 
-   // Every operation of the SDK, whatever its parameters are.
-#define SDK_OPERATION( method, name, parameters, arguments ) \
-   int method parameters override \
+   // What entries can look at. Given twice, a qualifier replaces its former data, and so does an action.
+#define TINY_QUALIFIER( name, ... ) \
+   int fieldQualify##name( U32 unit, U32 entry, __VA_ARGS__ ) override \
    { \
-      return Call{ log_, name } arguments; \
+      return given( unit, entry, [ & ]( Rule& claim ) { claim.qualifiers.insert( #name ); } ); \
    }
-#include "platform/sdk/SdkOperations.def"
+   TINY_QUALIFIER( DstMac, const EthAddr&, const EthAddr& )
+   TINY_QUALIFIER( Drop, U8, U8 )
+   TINY_QUALIFIER( DstMcastGroup, U32, U32 )
+   TINY_QUALIFIER( DstPort, U32, U32, U32, U32 )
+   TINY_QUALIFIER( EtherType, U16, U16 )
+   TINY_QUALIFIER( IngressStpState, U8, U8 )
+   TINY_QUALIFIER( IntPriority, U32, U32 )
+   TINY_QUALIFIER( InterfaceClassL2, U32, U32 )
+   TINY_QUALIFIER( IpType, int )
+   TINY_QUALIFIER( L3Routable, U8, U8 )
+   TINY_QUALIFIER( MyStationHit, U8, U8 )
+   TINY_QUALIFIER( PacketRes, U32, U32 )
+   TINY_QUALIFIER( SrcClassField, U32, U32 )
+
+   int fieldActionAdd( U32 unit, U32 entry, int action, U32, U32 ) override
+   {
+      return given( unit, entry, [ & ]( Rule& claim ) { claim.actions.insert( action ); } );
+   }
+   int fieldActionPortsAdd( U32 unit, U32 entry, int action, const PortBitmap& ) override
+   {
+      return fieldActionAdd( unit, entry, action, 0, 0 );
+   }
+   int fieldActionRemoveAll( U32 unit, U32 entry ) override
+   {
+      return given( unit, entry, []( Rule& claim ) { claim.actions.clear(); } );
+   }
+   int fieldLock( U32 ) override
+   {
+      return ok;
+   }
+   int fieldUnlock( U32 ) override
+   {
+      return ok;
+   }
+
+   int switchControlSet( U32, int, int ) override
+   {
+      return ok;
+   }
+   int switchControlPortSet( U32, int, int, int ) override
+   {
+      return ok;
+   }
+   int portControlSet( U32, int, int, int ) override
+   {
+      return ok;
+   }
+
+   int vlanControlGet( U32 unit, U16 vlanId, VlanControl* control ) override
+   {
+      *control = chip_.vlan[ unit ];
+      return vlanId == 1 ? ok : notFound;
+   }
+   int vlanControlSet( U32 unit, U16 vlanId, const VlanControl& control ) override
+   {
+      if( vlanId != 1 )
+         return notFound;
+      chip_.vlan[ unit ] = control;
+      return ok;
+   }
+   int vlanPortAdd( U32, U16, const PortBitmap&, const PortBitmap& ) override
+   {
+      return ok;
+   }
+   int vlanPortRemove( U32, U16, const PortBitmap& ) override
+   {
+      return ok;
+   }
+
+   int register64Get( U32 unit, int reg, int, int, U64* value ) override
+   {
+      *value = chip_.registers[ { unit, reg } ];
+      return ok;
+   }
+   int register64Set( U32 unit, int reg, int, int, U64 value ) override
+   {
+      chip_.registers[ { unit, reg } ] = value;
+      return ok;
+   }
+   int ingMiscConfigRead( U32 unit, U32* value ) override
+   {
+      *value = static_cast<U32>( chip_.registers[ { unit, ingMiscConfig_ } ] );
+      return ok;
+   }
+   int ingMiscConfigWrite( U32 unit, U32 value ) override
+   {
+      return register64Set( unit, ingMiscConfig_, 0, 0, value );
+   }
+   int memoryRead( U32 unit, int, int, U32 index, MemoryEntry* entry ) override
+   {
+      *entry = chip_.myStations[ { unit, index } ];
+      return ok;
+   }
+   int memoryWrite( U32 unit, int, int, U32 index, const MemoryEntry* entry ) override
+   {
+      chip_.myStations[ { unit, index } ] = *entry;
+      return ok;
+   }
+
+   // A register has a bit for a field; a memory entry has a word, and addresses have a half of another.
+   void registerFieldSet( Register, U32& value, RegisterField field, U32 data ) const override
+   {
+      const U32 bit = 1U << static_cast<U32>( field );
+      value = data != 0 ? value | bit : value & ~bit;
+   }
+   void registerFieldSet( Register reg, U64& value, RegisterField field, U32 data ) const override
+   {
+      U32 low = static_cast<U32>( value );
+      registerFieldSet( reg, low, field, data );
+      value = ( value >> 32 << 32 ) | low;
+   }
+   void memoryFieldSet( MemoryEntry& entry, MemoryField field, U32 data ) const override
+   {
+      entry.words[ wordOf( field ) ] = data;
+   }
+   void memoryFieldSet( MemoryEntry& entry, MemoryField field, const EthAddr& mac ) const override
+   {
+      entry.words[ wordOf( field ) ] = static_cast<U32>( mac.toNumber() );
+      entry.words[ upperWordOf( field ) ] = static_cast<U32>( mac.toNumber() >> 32 );
+   }
+   U32 memoryField( const MemoryEntry& entry, MemoryField field ) const override
+   {
+      return entry.words[ wordOf( field ) ];
+   }
+   EthAddr memoryMacField( const MemoryEntry& entry, MemoryField field ) const override
+   {
+      const U32 low = entry.words[ wordOf( field ) ];
+      const U32 high = entry.words[ upperWordOf( field ) ];
+      const auto byte = []( U32 word, int shift ) { return static_cast<U8>( word >> shift ); };
+      return EthAddr( byte( high, 8 ), byte( high, 0 ), byte( low, 24 ), byte( low, 16 ),
+         byte( low, 8 ), byte( low, 0 ) );
+   }
 
  private:
-   struct Call
+   template<class Change>
+   int given( U32 unit, U32 entry, Change change )
    {
-      const Log& log;
-      std::string name;
-
-      template<class... Arguments>
-      int operator()( const Arguments&... arguments ) const
-      {
-         std::string list;
-         ( ( list += ( list.empty() ? "" : ", " ) + text( arguments ) ), ... );
-         log( "   call   " + name + "( " + list + " )" );
-         return 0;
-      }
-   };
-
-   template<class T>
-   static std::string text( const T& value )
-   {
-      return Vormel::toText( value );
-   }
-   template<class T>
-   static std::string text( T* const& )
-   {
-      return "...";
-   }
-   static std::string text( const VlanControl& )
-   {
-      return "...";
+      Entry* const held = chip_.find( unit, entry );
+      if( !held )
+         return notFound;
+      change( held->claim );
+      return ok;
    }
 
-   const Log& log_;
-};
-
-#define TINY_ENTRY_MANAGER_ATTRIBUTES( ROW )
-
-class EntryManager final : public StrataBoundedTcamEntryManager
-{
-   VORMEL_ENTITY( EntryManager, TINY_ENTRY_MANAGER_ATTRIBUTES )
-
-   explicit EntryManager( const Log& log ) : log_( log ) {}
-
-   U32 baseEntryId() const override { return 1000; }
-   bool supportsAclGroup() const override { return false; }
-
-   U32 getEntry( U32, U32 entryId, const std::string& name, const RequestKey& key ) override
+   static std::size_t wordOf( MemoryField field )
    {
-      // Whoever held the entry before gets it again; for others it is taken.
-      const auto holds = [ & ]( U32 id ) {
-         return names_.try_emplace( id, name ).first->second == name;
-      };
-      if( holds( entryId ) )
-         return entryId;
-      return key.orNext && holds( entryId + 1 ) ? entryId + 1 : 0;
+      return static_cast<std::size_t>( field );
    }
-   int installEntry( U32, U32 entryId ) override { return said( "installed", entryId ); }
-   int reinstallEntry( U32, U32 entryId ) override { return said( "installed again", entryId ); }
-   void removeEntry( U32, U32 entryId ) override { said( "removed", entryId ); }
-   void releaseEntry( U32, U32 entryId ) override
+   /// Only the two addresses, fields 1 and 2, have one.
+   static std::size_t upperWordOf( MemoryField field )
    {
-      said( "released", entryId );
-      names_.erase( entryId );
-   }
-   int enableEntry( U32, U32 entryId, bool enable, int ) override
-   {
-      return said( enable ? "enabled" : "disabled", entryId );
-   }
-   U64 hitsForEntry( U32, U32 ) const override { return 0; }
-
-   // Qualifiers that the SDK has in several forms; this one takes them all.
-   int addInPortsForEntry( U32, U32, const PortBitmap&, const PortBitmap& ) override { return 0; }
-   int qualifyPortsClassId( U32, U32, const PortBitmap&, bool ) override { return 0; }
-   int addOutLoopbackPortForEntry( U32, U32, int, const PortBitmap& ) override { return 0; }
-
- private:
-   int said( const char* what, U32 entryId ) const
-   {
-      log_(
-         "   entry  " + std::to_string( entryId ) + " \"" + names_.at( entryId ) + "\" " + what );
-      return 0;
+      return 12 + wordOf( field );
    }
 
-   const Log& log_;
-   std::map<U32, std::string> names_; // of the entries that are held
+   static constexpr int ingMiscConfig_ = static_cast<int>( Register::IngMiscConfig );
+
+   Chip& chip_;
 };
 
 } // namespace Tiny

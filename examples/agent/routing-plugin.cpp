@@ -1,6 +1,6 @@
 // The agent's routing plugin: brings the slice up on a tiny chip, lets one interface become routed, and reads
 // what came of it by name.
-#include "TinyChip.h"
+#include "TinyEntryManager.h"
 
 #include "platform/runtime/Activity.h"
 #include "platform/runtime/ChangeWatcher.h"
@@ -31,15 +31,6 @@ class Switch
    Switch()
    {
       sdkShimIs( &shim_ );
-      ChipAttributes tiny;
-      tiny.l3CpuFpEntries = true;
-      tiny.floodingPortSupported = true;
-      strataAttributes().chipAttributesIs( { "tiny" }, tiny );
-
-      StrataUnit unit;
-      unit.chipInfo.model = "tiny";
-      scsd_ = make<StrataCommonSmData>( &shim_ );
-      scsd_->units().unitIs( 0, unit );
       for( U32 port = 1; port <= 4; ++port )
          addInterface( IntfId::ethernet( port ), port );
    }
@@ -56,7 +47,7 @@ class Switch
    {
       helper_ = make<RoutingStatusHelper>( "tiny", scsd_, nullptr, nullptr, false, nullptr, nullptr,
          nullptr, interfaces_, nullptr, nullptr, nullptr, nullptr );
-      helper_->tcamManagerIs( make<EntryManager>( log_ ) );
+      helper_->tcamManagerIs( make<EntryManager>( chip_, log_ ) );
       helper_->init( true, true );
       helper_->l3Init( true );
       reactor_ = RoutingStatusSmIs( scsd_, nullptr, make<StrataMiscConfig>(), helper_, nullptr,
@@ -81,8 +72,10 @@ class Switch
    }
 
    Log log_;
-   Shim shim_{ log_ };
-   Ref<StrataCommonSmData> scsd_;
+   Chip chip_;
+   Shim chipShim_{ chip_ };
+   TellingShim shim_{ chipShim_, log_ };
+   Ref<StrataCommonSmData> scsd_ = sharedData( shim_ );
    Ref<Interface::EthIntfStatusDir> interfaces_ = make<Interface::EthIntfStatusDir>();
    Ref<RoutingStatusHelper> helper_;
    Ref<RoutingStatusSm> reactor_;
