@@ -18,7 +18,8 @@ void run( Examiner& examiner, const char* name, Check check )
       examiner.expect( Promise::callsDoNotThrow, name, false,
          "met an exception: " + std::string( error.what() ) );
    } catch( ... ) {
-      examiner.expect( Promise::callsDoNotThrow, name, false, "met something thrown" );
+      examiner.expect(
+         Promise::callsDoNotThrow, name, false, "met a throw of what is no std::exception" );
    }
 }
 

@@ -53,6 +53,12 @@ struct Chip
    }
 };
 
+#define TINY_QUALIFIER( name, ... ) \
+   int fieldQualify##name( U32 unit, U32 entry, __VA_ARGS__ ) override \
+   { \
+      return given( unit, entry, [ & ]( Rule& claim ) { claim.qualifiers.insert( #name ); } ); \
+   }
+
 /// What is not here, the chip has not got.
 class Shim final : public UnavailableShim
 {
@@ -79,24 +85,19 @@ class Shim final : public UnavailableShim
    bool vlanExists( U32, U16 vlanId ) const override { return vlanId == 1; }
 
    // What entries can look at. Given twice, a qualifier replaces its former data, and so does an action.
-#define TINY_QUALIFIER( name, ... ) \
-   int fieldQualify##name( U32 unit, U32 entry, __VA_ARGS__ ) override \
-   { \
-      return given( unit, entry, [ & ]( Rule& claim ) { claim.qualifiers.insert( #name ); } ); \
-   }
-   TINY_QUALIFIER( DstMac, const EthAddr&, const EthAddr& )
-   TINY_QUALIFIER( Drop, U8, U8 )
-   TINY_QUALIFIER( DstMcastGroup, U32, U32 )
-   TINY_QUALIFIER( DstPort, U32, U32, U32, U32 )
-   TINY_QUALIFIER( EtherType, U16, U16 )
-   TINY_QUALIFIER( IngressStpState, U8, U8 )
-   TINY_QUALIFIER( IntPriority, U32, U32 )
-   TINY_QUALIFIER( InterfaceClassL2, U32, U32 )
-   TINY_QUALIFIER( IpType, int )
-   TINY_QUALIFIER( L3Routable, U8, U8 )
-   TINY_QUALIFIER( MyStationHit, U8, U8 )
-   TINY_QUALIFIER( PacketRes, U32, U32 )
-   TINY_QUALIFIER( SrcClassField, U32, U32 )
+   TINY_QUALIFIER( DstMac, const EthAddr&, const EthAddr& );
+   TINY_QUALIFIER( Drop, U8, U8 );
+   TINY_QUALIFIER( DstMcastGroup, U32, U32 );
+   TINY_QUALIFIER( DstPort, U32, U32, U32, U32 );
+   TINY_QUALIFIER( EtherType, U16, U16 );
+   TINY_QUALIFIER( IngressStpState, U8, U8 );
+   TINY_QUALIFIER( IntPriority, U32, U32 );
+   TINY_QUALIFIER( InterfaceClassL2, U32, U32 );
+   TINY_QUALIFIER( IpType, int );
+   TINY_QUALIFIER( L3Routable, U8, U8 );
+   TINY_QUALIFIER( MyStationHit, U8, U8 );
+   TINY_QUALIFIER( PacketRes, U32, U32 );
+   TINY_QUALIFIER( SrcClassField, U32, U32 );
 
    int fieldActionAdd( U32 unit, U32 entry, int action, U32, U32 ) override
    {
@@ -110,27 +111,12 @@ class Shim final : public UnavailableShim
    {
       return given( unit, entry, []( Rule& claim ) { claim.actions.clear(); } );
    }
-   int fieldLock( U32 ) override
-   {
-      return ok;
-   }
-   int fieldUnlock( U32 ) override
-   {
-      return ok;
-   }
+   int fieldLock( U32 ) override { return ok; }
+   int fieldUnlock( U32 ) override { return ok; }
 
-   int switchControlSet( U32, int, int ) override
-   {
-      return ok;
-   }
-   int switchControlPortSet( U32, int, int, int ) override
-   {
-      return ok;
-   }
-   int portControlSet( U32, int, int, int ) override
-   {
-      return ok;
-   }
+   int switchControlSet( U32, int, int ) override { return ok; }
+   int switchControlPortSet( U32, int, int, int ) override { return ok; }
+   int portControlSet( U32, int, int, int ) override { return ok; }
 
    int vlanControlGet( U32 unit, U16 vlanId, VlanControl* control ) override
    {
@@ -144,14 +130,8 @@ class Shim final : public UnavailableShim
       chip_.vlan[ unit ] = control;
       return ok;
    }
-   int vlanPortAdd( U32, U16, const PortBitmap&, const PortBitmap& ) override
-   {
-      return ok;
-   }
-   int vlanPortRemove( U32, U16, const PortBitmap& ) override
-   {
-      return ok;
-   }
+   int vlanPortAdd( U32, U16, const PortBitmap&, const PortBitmap& ) override { return ok; }
+   int vlanPortRemove( U32, U16, const PortBitmap& ) override { return ok; }
 
    int register64Get( U32 unit, int reg, int, int, U64* value ) override
    {
@@ -228,15 +208,9 @@ class Shim final : public UnavailableShim
       return ok;
    }
 
-   static std::size_t wordOf( MemoryField field )
-   {
-      return static_cast<std::size_t>( field );
-   }
+   static std::size_t wordOf( MemoryField field ) { return static_cast<std::size_t>( field ); }
    /// Only the two addresses, fields 1 and 2, have one.
-   static std::size_t upperWordOf( MemoryField field )
-   {
-      return 12 + wordOf( field );
-   }
+   static std::size_t upperWordOf( MemoryField field ) { return 12 + wordOf( field ); }
 
    static constexpr int ingMiscConfig_ = static_cast<int>( Register::IngMiscConfig );
 
