@@ -14,6 +14,24 @@ const FieldLookup& FieldLookups::of( const FieldGroup& group )
    return *lookup;
 }
 
+PacketView::PacketView( const Chips& chips, const StrataCommonSmData& scsd,
+   const ForwardingTables& tables, const std::map<U32, U32>& recircPorts, FieldLookups& lookups )
+   : chips_( chips ),
+     scsd_( scsd ),
+     tables_( tables ),
+     recircPorts_( recircPorts ),
+     lookups_( lookups )
+{
+   for( const auto& [ name, members ] : scsd.lagMembers() ) {
+      Lag lag{ name.toString(), {} };
+      for( const auto& member : members )
+         if( const StrataPort at = scsd.strataIntfToPort( member ) )
+            lag.ports.push_back( { at.unit(), at.logicalPort() } );
+      if( !lag.ports.empty() )
+         lags_.push_back( std::move( lag ) );
+   }
+}
+
 U32 PacketView::modId( U32 unit ) const
 {
    const StrataUnit* const found = scsd_.units().find( unit );

@@ -6,11 +6,13 @@
 #include "sim/packet/FieldLookup.h"
 #include "sim/packet/ForwardingTables.h"
 
+#include <algorithm>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace Strata::Sim {
 
@@ -24,23 +26,28 @@ class FieldLookups
    std::map<const FieldGroup*, std::unique_ptr<FieldLookup>> known_;
 };
 
+struct Lag
+{
+   std::string name;
+   std::vector<PortRef> ports; // in member order
+
+   bool has( PortRef port ) const { return std::ranges::find( ports, port ) != ports.end(); }
+};
+
 class PacketView
 {
  public:
    PacketView( const Chips& chips, const StrataCommonSmData& scsd, const ForwardingTables& tables,
-      const std::map<U32, U32>& recircPorts, FieldLookups& lookups )
-      : chips_( chips ),
-        scsd_( scsd ),
-        tables_( tables ),
-        recircPorts_( recircPorts ),
-        lookups_( lookups )
-   {}
+      const std::map<U32, U32>& recircPorts, FieldLookups& lookups );
 
    const Chips& chips() const { return chips_; }
    const Chip& chip( U32 unit ) const { return chips_.at( unit ); }
    const ForwardingTables& tables() const { return tables_; }
    const StrataCommonSmData& scsd() const { return scsd_; }
    const FieldLookup& lookup( const FieldGroup& group ) const { return lookups_.of( group ); }
+
+   /// Those with a member that has a port.
+   const std::vector<Lag>& lags() const { return lags_; }
 
    U32 modId( U32 unit ) const;
    std::optional<U32> unitOfModId( U32 modId ) const;
@@ -61,6 +68,7 @@ class PacketView
    const ForwardingTables& tables_;
    const std::map<U32, U32>& recircPorts_; // by unit, where the agent names one
    FieldLookups& lookups_;
+   std::vector<Lag> lags_;
 };
 
 /// "Ethernet3 in VLAN 20, 00:..:09"
