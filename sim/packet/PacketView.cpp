@@ -14,22 +14,20 @@ const FieldLookup& FieldLookups::of( const FieldGroup& group )
    return *lookup;
 }
 
-PacketView::PacketView( const Chips& chips, const StrataCommonSmData& scsd,
-   const ForwardingTables& tables, const std::map<U32, U32>& recircPorts, FieldLookups& lookups )
-   : chips_( chips ),
-     scsd_( scsd ),
-     tables_( tables ),
-     recircPorts_( recircPorts ),
-     lookups_( lookups )
+const std::vector<Lag>& PacketView::lags() const
 {
-   for( const auto& [ name, members ] : scsd.lagMembers() ) {
+   if( lags_ )
+      return *lags_;
+   lags_.emplace();
+   for( const auto& [ name, members ] : scsd_.lagMembers() ) {
       Lag lag{ name.toString(), {} };
       for( const auto& member : members )
-         if( const StrataPort at = scsd.strataIntfToPort( member ) )
+         if( const StrataPort at = scsd_.strataIntfToPort( member ) )
             lag.ports.push_back( { at.unit(), at.logicalPort() } );
       if( !lag.ports.empty() )
-         lags_.push_back( std::move( lag ) );
+         lags_->push_back( std::move( lag ) );
    }
+   return *lags_;
 }
 
 U32 PacketView::modId( U32 unit ) const

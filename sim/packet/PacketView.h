@@ -38,7 +38,13 @@ class PacketView
 {
  public:
    PacketView( const Chips& chips, const StrataCommonSmData& scsd, const ForwardingTables& tables,
-      const std::map<U32, U32>& recircPorts, FieldLookups& lookups );
+      const std::map<U32, U32>& recircPorts, FieldLookups& lookups )
+      : chips_( chips ),
+        scsd_( scsd ),
+        tables_( tables ),
+        recircPorts_( recircPorts ),
+        lookups_( lookups )
+   {}
 
    const Chips& chips() const { return chips_; }
    const Chip& chip( U32 unit ) const { return chips_.at( unit ); }
@@ -47,7 +53,7 @@ class PacketView
    const FieldLookup& lookup( const FieldGroup& group ) const { return lookups_.of( group ); }
 
    /// Those with a member that has a port.
-   const std::vector<Lag>& lags() const { return lags_; }
+   const std::vector<Lag>& lags() const;
 
    U32 modId( U32 unit ) const;
    std::optional<U32> unitOfModId( U32 modId ) const;
@@ -68,7 +74,7 @@ class PacketView
    const ForwardingTables& tables_;
    const std::map<U32, U32>& recircPorts_; // by unit, where the agent names one
    FieldLookups& lookups_;
-   std::vector<Lag> lags_;
+   mutable std::optional<std::vector<Lag>> lags_; // once somebody asks
 };
 
 /// "Ethernet3 in VLAN 20, 00:..:09"

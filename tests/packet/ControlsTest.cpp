@@ -29,6 +29,10 @@ const ControlRow controlRows[] = {
    { SwitchControl::HashL3Dual, "hsdk", "in Ethernet1 dmac router ipv4 dst 10.2.0.1", "E4", "E4" },
    { SwitchControl::IPv4DoNotVerifyIncomingChecksum, "hsdk",
       "in Ethernet1 dmac router ipv4 dst 10.2.0.1 bad-checksum", "E4", "none" },
+   { SwitchControl::IPv4DoNotVerifyIncomingChecksum, "hsdk",
+      "in Ethernet8 dmac router ipv4 src 192.0.2.2 dst 192.0.2.1 bad-checksum udp vxlan 5030 "
+      "dmac 00:00:00:00:07:07 ipv4",
+      "E7", "none" },
    { SwitchControl::IcmpRedirectToCpu, "hsdk", "in Ethernet2 dmac router ipv4 dst 10.1.0.1",
       "E1 cpu:0", "E1" },
    { SwitchControl::IgmpReservedMcastEnable, "register",
