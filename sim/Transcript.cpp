@@ -20,7 +20,15 @@ std::string Record::json() const
    object[ "number" ] = number;
    object[ "kind" ] = Vormel::enumName( kind );
    for( const RecordField& f : fields )
-      std::visit( [ & ]( const auto& value ) { object[ f.name ] = value; }, f.value );
+      if( const auto* const json = std::get_if<JsonText>( &f.value ) )
+         object[ f.name ] = nlohmann::ordered_json::parse( json->text );
+      else
+         std::visit(
+            [ & ]( const auto& value ) {
+               if constexpr( !std::is_same_v<std::decay_t<decltype( value )>, JsonText> )
+                  object[ f.name ] = value;
+            },
+            f.value );
    if( fields.empty() )
       object[ "text" ] = text;
    // What the slice was given to print need not be UTF-8.
@@ -35,6 +43,8 @@ std::string Record::field( std::string_view name ) const
          return value;
       else if constexpr( std::is_same_v<T, bool> )
          return value ? "true" : "false";
+      else if constexpr( std::is_same_v<T, JsonText> )
+         return value.text;
       else
          return std::to_string( value );
    };

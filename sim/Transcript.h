@@ -39,10 +39,16 @@ VORMEL_ENUM_NAMES( RecordKind, { RecordKind::call, "call" }, { RecordKind::entry
    { RecordKind::packet, "packet" }, { RecordKind::command, "command" },
    { RecordKind::note, "note" } )
 
+/// An array or object, as JSON.
+struct JsonText
+{
+   std::string text;
+};
+
 /// A named value of a record, for programs.
 struct RecordField
 {
-   using Value = std::variant<bool, S64, U64, std::string>;
+   using Value = std::variant<bool, S64, U64, std::string, JsonText>;
 
    RecordField( std::string_view fieldName, bool v ) : name( fieldName ), value( v ) {}
    RecordField( std::string_view fieldName, S64 v ) : name( fieldName ), value( v ) {}
@@ -55,6 +61,10 @@ struct RecordField
    {}
    RecordField( std::string_view fieldName, std::string_view v )
       : RecordField( fieldName, std::string( v ) )
+   {}
+   RecordField( std::string_view fieldName, JsonText v )
+      : name( fieldName ),
+        value( std::move( v ) )
    {}
    RecordField( std::string_view fieldName, const char* v )
       : RecordField( fieldName, std::string( v ) )

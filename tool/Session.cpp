@@ -22,7 +22,7 @@ void Session::run( const Line& line )
       asked.words.pop_back();
    Words words( asked );
    const Command& command = takeCommand( words );
-   if( json && !command.name.starts_with( "show " ) )
+   if( json && !command.name.starts_with( "show " ) && command.name != "explain" )
       words.failAt( line.words.back(), "only what is shown can be had as JSON" );
    if( command.announced )
       console_.command( line );
@@ -71,7 +71,7 @@ void Session::agentIs( AgentConfig config )
    packets_.reset();
    agent_.reset(); // one shim per process
    agent_ = std::make_unique<Agent>( config );
-   packets_ = std::make_unique<PacketDesk>( agent_->hardware() );
+   packets_ = std::make_unique<PacketDesk>( agent_->hardware(), agent_->clock() );
    mark();
 }
 

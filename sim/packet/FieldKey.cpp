@@ -56,10 +56,10 @@ bool FieldKey::matches( const FieldQualifier& qualifier ) const
 {
    switch( qualifier.role ) {
    case Qualifier::InPorts:
-      return qualifier.ports.contains( arrivalPort ) || !qualifier.allPorts.contains( arrivalPort );
+      return arrivesIn( qualifier.ports ) || !arrivesIn( qualifier.allPorts );
    case Qualifier::InPortsClass:
    case Qualifier::OutLoopback:
-      return qualifier.ports.contains( arrivalPort );
+      return arrivesIn( qualifier.ports );
    case Qualifier::OutPortsClass:
       return departurePort && qualifier.ports.contains( *departurePort );
    default:

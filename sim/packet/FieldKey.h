@@ -12,7 +12,7 @@ namespace Strata::Sim {
 class FieldKey
 {
  public:
-   /// Where a packet from a stack link seems to arrive: no port set names it.
+   /// Where a packet from a stack link seems to arrive. A port set holds it that holds all of `panel`.
    static constexpr U32 stackPort = PortBitmap::size - 1;
 
    /// A qualifier that has no value here matches nothing but a mask of 0.
@@ -26,6 +26,7 @@ class FieldKey
    static U64 dstPort( U64 modId, U64 port ) { return modId << 32 | port; }
 
    U32 arrivalPort = 0;
+   PortBitmap panel; // of a packet from a stack link: the front-panel ports of the unit
    std::optional<U32> departurePort; // one port of this unit
 
    bool matches( const FieldQualifier& qualifier ) const;
@@ -33,6 +34,11 @@ class FieldKey
    std::string valueText( Qualifier role ) const;
 
  private:
+   bool arrivesIn( const PortBitmap& ports ) const
+   {
+      return arrivalPort == stackPort ? ( panel - ports ).empty() : ports.contains( arrivalPort );
+   }
+
    static constexpr std::size_t roles_ = Vormel::enumTable<Qualifier>.size();
    static std::size_t index( Qualifier role ) { return static_cast<std::size_t>( role ); }
 

@@ -60,7 +60,10 @@ const FieldLookup::Bits& FieldLookup::fittingPort( const Role& role, const Field
                        ? key.departurePort.value_or( PortBitmap::size )
                        : key.arrivalPort;
    const auto [ at, isNew ] = role.byPort.try_emplace( port, role.indifferent );
-   if( isNew )
+   const bool byPanel = port == FieldKey::stackPort; // which may have changed
+   if( byPanel )
+      at->second = role.indifferent;
+   if( isNew || byPanel )
       for( const auto& [ entry, qualifier ] : role.portSets )
          if( key.matches( *qualifier ) )
             set( at->second, entry );

@@ -63,7 +63,8 @@ struct MplsLabel
 struct VxlanHeader
 {
    U32 vni;
-   std::size_t innerOffset;
+   std::size_t innerOffset; // of the frame inside
+   std::size_t innerEnd;
 };
 
 struct Headers

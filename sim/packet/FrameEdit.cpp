@@ -124,9 +124,9 @@ Frame decapsulated( const Frame& frame )
 {
    if( !frame.headers().vxlan )
       throw Vormel::ValueError( "there is no VXLAN packet in the frame" );
-   const Bytes& bytes = frame.bytes();
-   return Frame(
-      Bytes( bytes.begin() + place( frame.headers().vxlan->innerOffset ), bytes.end() ) );
+   const VxlanHeader& vxlan = *frame.headers().vxlan;
+   const auto begin = frame.bytes().begin();
+   return Frame( Bytes( begin + place( vxlan.innerOffset ), begin + place( vxlan.innerEnd ) ) );
 }
 
 Frame encapsulated( const Frame& inner, const VxlanOuter& outer )

@@ -1,17 +1,11 @@
-// What a chip's parser sees. The link layer is read here, so that a frame whose upper layers make no
-// sense can still be switched; the layers above are libtins', each tried by itself.
+// What a chip's parser sees, byte by byte: it looks as far as a frame makes sense, keeps what it saw, and
+// bends to no lie about lengths. A library's parser takes a packet as a whole or not at all.
 #include "platform/runtime/Errors.h"
 #include "platform/runtime/Format.h"
 #include "sim/packet/Frame.h"
 
-#include <tins/arp.h>
-#include <tins/exceptions.h>
-#include <tins/ip.h>
-#include <tins/mpls.h>
-#include <tins/tcp.h>
-#include <tins/udp.h>
-
 #include <algorithm>
+#include <array>
 
 namespace Strata::Sim {
 
@@ -22,7 +16,11 @@ using Vormel::format;
 constexpr std::size_t ethernetHeader = 14;
 constexpr std::size_t vlanTag = 4;
 constexpr std::size_t vxlanHeader = 8;
+constexpr std::size_t arpMessage = 28;
+constexpr std::size_t ipv4FixedHeader = 20;
 constexpr std::size_t ipv6FixedHeader = 40;
+constexpr std::size_t udpHeader = 8;
+constexpr std::size_t tcpFixedHeader = 20;
 constexpr U8 ipProtocolTcp = 6;
 constexpr U8 ipProtocolUdp = 17;
 
@@ -37,15 +35,6 @@ EthAddr macAt( const Bytes& bytes, std::size_t offset )
    for( U32 i = 0; i < EthAddr::size; ++i )
       mac.byteIs( i, bytes[ offset + i ] );
    return mac;
-}
-
-IpAddress addressOf( const Tins::IPv4Address& address )
-{
-   const U32 wire = address; // in network order
-   U8 bytes[ 4 ];
-   std::copy_n( reinterpret_cast<const U8*>( &wire ), 4, bytes );
-   return IpAddress::v4(
-      U32{ bytes[ 0 ] } << 24 | U32{ bytes[ 1 ] } << 16 | U32{ bytes[ 2 ] } << 8 | bytes[ 3 ] );
 }
 
 /// The layers above Ethernet, one function each. What is wrong ends in `headers.problem`.
@@ -76,92 +65,112 @@ class Parser
 
    void network()
    {
-      switch( headers_.etherType ) {
-      case etherTypeArp:
-         return attempt( "ARP", [ this ] { arp(); } );
-      case etherTypeIpv4:
-         return attempt( "IPv4", [ this ] { ipv4(); } );
-      case etherTypeIpv6:
-         return attempt( "IPv6", [ this ] { ipv6(); } );
-      case etherTypeMpls:
-         return attempt( "MPLS", [ this ] { mpls(); } );
-      default:
-         return;
+      try {
+         switch( headers_.etherType ) {
+         case etherTypeArp:
+            return arp();
+         case etherTypeIpv4:
+            return ipv4();
+         case etherTypeIpv6:
+            return ipv6();
+         case etherTypeMpls:
+            return mpls();
+         default:
+            return;
+         }
+      } catch( const Broken& broken ) {
+         headers_.problem = broken.problem;
       }
    }
 
  private:
-   template<class Work>
-   void attempt( const char* layer, Work work )
+   struct Broken
    {
-      try {
-         work();
-      } catch( const Tins::exception_base& ) {
-         headers_.problem = std::string( "the " ) + layer + " header is cut short or malformed";
-      }
+      std::string problem;
+   };
+
+   /// Bytes from `offset` up to the end of what is around.
+   std::size_t behind( std::size_t offset ) const { return end_ > offset ? end_ - offset : 0; }
+
+   static void require( bool right, const char* layer )
+   {
+      if( !right )
+         throw Broken{ std::string( "the " ) + layer + " header is cut short or malformed" };
    }
 
-   const U8* at( std::size_t offset ) const { return bytes_.data() + offset; }
-   U32 behind( std::size_t offset ) const { return static_cast<U32>( bytes_.size() - offset ); }
+   /// What is looked at ends where the header of a layer says so.
+   void endIs( std::size_t start, std::size_t length, const char* layer )
+   {
+      if( length > behind( start ) )
+         throw Broken{
+            format( "%s announces %d bytes, and %d are there", layer, length, behind( start ) ) };
+      end_ = start + length;
+   }
 
    void arp()
    {
-      const Tins::ARP arp( at( headers_.l3Offset ), behind( headers_.l3Offset ) );
-      headers_.arp = ArpHeader{
-         arp.opcode(), addressOf( arp.sender_ip_addr() ), addressOf( arp.target_ip_addr() ) };
+      const std::size_t start = headers_.l3Offset;
+      require( behind( start ) >= 8, "ARP" );
+      // Ethernet, IPv4, and addresses of their lengths.
+      if( u16At( bytes_, start ) != 1 || u16At( bytes_, start + 2 ) != etherTypeIpv4 ||
+          u16At( bytes_, start + 4 ) != 0x0604 )
+         throw Broken{ "the ARP message is not about Ethernet and IPv4" };
+      require( behind( start ) >= arpMessage, "ARP" );
+      headers_.arp =
+         ArpHeader{ u16At( bytes_, start + 6 ), ipv4At( start + 14 ), ipv4At( start + 24 ) };
    }
 
    void ipv4()
    {
       const std::size_t start = headers_.l3Offset;
-      const U32 available = behind( start );
       const std::size_t headerSize =
-         available == 0 ? 0 : std::size_t{ bytes_[ start ] & 0x0Fu } * 4;
-      if( headerSize < 20 || headerSize > available || bytes_[ start ] >> 4 != 4 )
-         throw Tins::malformed_packet();
-      // The header alone: a broken payload does not keep a packet from being routed.
-      const Tins::IP ip( at( start ), static_cast<U32>( headerSize ) );
-      headers_.ip = IpHeader{ addressOf( ip.src_addr() ), addressOf( ip.dst_addr() ), ip.ttl(),
-         ip.protocol(), headerSize > 20,
-         internetChecksum( std::span( bytes_ ).subspan( start, headerSize ) ) == 0,
-         u16At( bytes_, start + 2 ) };
-      if( headers_.ip->length < headerSize || headers_.ip->length > available ) {
-         headers_.problem =
-            format( "IPv4 announces %d bytes, and %d are there", headers_.ip->length, available );
-         return;
-      }
-      if( ( u16At( bytes_, start + 6 ) & 0x1FFF ) == 0 ) // not a later fragment
-         transport( start + headerSize );
+         behind( start ) == 0 ? 0 : std::size_t{ bytes_[ start ] & 0x0Fu } * 4;
+      require( headerSize >= ipv4FixedHeader && headerSize <= behind( start ) &&
+                  bytes_[ start ] >> 4 == 4,
+         "IPv4" );
+      const U16 length = u16At( bytes_, start + 2 );
+      headers_.ip = IpHeader{ ipv4At( start + 12 ), ipv4At( start + 16 ), bytes_[ start + 8 ],
+         bytes_[ start + 9 ], headerSize > ipv4FixedHeader,
+         internetChecksum( std::span( bytes_ ).subspan( start, headerSize ) ) == 0, length };
+      if( length < headerSize )
+         throw Broken{ format( "IPv4 announces %d bytes, less than its header", length ) };
+      endIs( start, length, "IPv4" );
+      const U16 fragment = u16At( bytes_, start + 6 );
+      if( ( fragment & 0x1FFF ) == 0 ) // not a later one
+         transport( start + headerSize, ( fragment & 0x2000 ) == 0 );
    }
 
    void ipv6()
    {
       const std::size_t start = headers_.l3Offset;
-      const U32 available = behind( start );
-      if( available < ipv6FixedHeader || bytes_[ start ] >> 4 != 6 )
-         throw Tins::malformed_packet();
-      // By hand, too: libtins takes the fixed header only with all that follows.
-      std::size_t next = start + ipv6FixedHeader;
+      require( behind( start ) >= ipv6FixedHeader && bytes_[ start ] >> 4 == 6, "IPv6" );
+      const std::size_t length = ipv6FixedHeader + u16At( bytes_, start + 4 );
       U8 protocol = bytes_[ start + 6 ];
-      const bool hopByHop = protocol == 0;
-      while( isExtension( protocol ) && next + 8 <= bytes_.size() ) {
-         protocol = bytes_[ next ];
-         next += 8 + std::size_t{ bytes_[ next + 1 ] } * 8;
+      headers_.ip = IpHeader{ ipv6At( start + 8 ), ipv6At( start + 24 ), bytes_[ start + 7 ],
+         protocol, protocol == 0, true, static_cast<U32>( length ) };
+      endIs( start, length, "IPv6" );
+      std::size_t next = start + ipv6FixedHeader;
+      while( isExtension( protocol ) ) {
+         require( behind( next ) >= 8, "IPv6 extension" );
+         const std::size_t size = 8 + std::size_t{ bytes_[ next + 1 ] } * 8;
+         if( size > behind( next ) )
+            throw Broken{ format( "an IPv6 extension header announces %d bytes, and %d are there",
+               size, behind( next ) ) };
+         headers_.ip->protocol = protocol = bytes_[ next ];
+         next += size;
       }
-      headers_.ip =
-         IpHeader{ ipv6At( start + 8 ), ipv6At( start + 24 ), bytes_[ start + 7 ], protocol,
-            hopByHop, true, static_cast<U32>( ipv6FixedHeader + u16At( bytes_, start + 4 ) ) };
-      if( headers_.ip->length > available )
-         headers_.problem =
-            format( "IPv6 announces %d bytes, and %d are there", headers_.ip->length, available );
-      else if( next <= bytes_.size() )
-         transport( next );
+      transport( next, true );
+   }
+
+   IpAddress ipv4At( std::size_t offset ) const
+   {
+      return IpAddress::v4( U32{ u16At( bytes_, offset ) } << 16 | u16At( bytes_, offset + 2 ) );
    }
 
    IpAddress ipv6At( std::size_t offset ) const
    {
       std::array<U8, 16> bytes;
-      std::copy_n( at( offset ), bytes.size(), bytes.begin() );
+      std::copy_n( bytes_.data() + offset, bytes.size(), bytes.begin() );
       return IpAddress::v6( bytes );
    }
 
@@ -170,43 +179,59 @@ class Parser
       return protocol == 0 || protocol == 43 || protocol == 60;
    }
 
-   void transport( std::size_t offset )
+   void transport( std::size_t offset, bool whole )
    {
-      if( headers_.ip->protocol == ipProtocolUdp )
-         attempt( "UDP", [ this, offset ] { udp( offset ); } );
-      else if( headers_.ip->protocol == ipProtocolTcp )
-         attempt( "TCP", [ this, offset ] {
-            const Tins::TCP tcp( at( offset ), behind( offset ) );
-            headers_.l4 = L4Ports{ tcp.sport(), tcp.dport() };
-         } );
+      if( headers_.ip->protocol == ipProtocolUdp ) {
+         require( behind( offset ) >= udpHeader, "UDP" );
+         portsAt( offset );
+         if( whole ) // a first fragment announces more than is there
+            udp( offset );
+      } else if( headers_.ip->protocol == ipProtocolTcp ) {
+         require( behind( offset ) >= tcpFixedHeader, "TCP" );
+         portsAt( offset );
+      }
+   }
+
+   void portsAt( std::size_t offset )
+   {
+      headers_.l4 = L4Ports{ u16At( bytes_, offset ), u16At( bytes_, offset + 2 ) };
    }
 
    void udp( std::size_t offset )
    {
-      const Tins::UDP udp( at( offset ), behind( offset ) );
-      headers_.l4 = L4Ports{ udp.sport(), udp.dport() };
-      if( udp.dport() != udpPortVxlan )
-         return;
-      const std::size_t header = offset + udp.header_size();
-      if( behind( header ) < vxlanHeader + ethernetHeader )
-         headers_.problem = "the VXLAN header or the frame in it is cut short";
-      else
-         headers_.vxlan = VxlanHeader{
-            U32{ bytes_[ header + 4 ] } << 16 | u16At( bytes_, header + 5 ), header + vxlanHeader };
+      const U16 length = u16At( bytes_, offset + 4 );
+      if( length < udpHeader )
+         throw Broken{ format( "UDP announces %d bytes, less than its header", length ) };
+      endIs( offset, length, "UDP" );
+      if( headers_.l4->destination == udpPortVxlan )
+         vxlan( offset + udpHeader );
    }
 
+   void vxlan( std::size_t offset )
+   {
+      if( behind( offset ) < vxlanHeader + ethernetHeader )
+         throw Broken{ "the VXLAN header or the frame in it is cut short" };
+      if( ( bytes_[ offset ] & 0x08 ) == 0 )
+         throw Broken{ "the VXLAN header says that its VNI is not valid" };
+      headers_.vxlan = VxlanHeader{ U32{ bytes_[ offset + 4 ] } << 16 | u16At( bytes_, offset + 5 ),
+         offset + vxlanHeader, end_ };
+   }
+
+   /// Whatever is behind the last one.
    void mpls()
    {
-      for( std::size_t offset = headers_.l3Offset;; offset += 4 ) {
-         const Tins::MPLS label( at( offset ), behind( offset ) );
-         headers_.mpls.push_back( { label.label(), label.ttl() } );
-         if( label.bottom_of_stack() )
-            return;
+      bool last = false;
+      for( std::size_t offset = headers_.l3Offset; !last; offset += 4 ) {
+         require( behind( offset ) >= 4, "MPLS" );
+         headers_.mpls.push_back( { U32{ u16At( bytes_, offset ) } << 4 | bytes_[ offset + 2 ] >> 4,
+            bytes_[ offset + 3 ] } );
+         last = ( bytes_[ offset + 2 ] & 1 ) != 0;
       }
    }
 
    const Bytes& bytes_;
    Headers& headers_;
+   std::size_t end_ = bytes_.size();
 };
 
 } // namespace
@@ -240,22 +265,39 @@ static std::string protocolText( U8 protocol )
    }
 }
 
+static std::string arpText( const ArpHeader& arp )
+{
+   switch( arp.operation ) {
+   case 1:
+      return format( "ARP request: %s asks for %s", arp.sender.toString(), arp.target.toString() );
+   case 2:
+      return format( "ARP reply from %s to %s", arp.sender.toString(), arp.target.toString() );
+   default:
+      return "ARP operation " + std::to_string( arp.operation );
+   }
+}
+
+static std::string ipText( const IpHeader& ip )
+{
+   const bool v6 = ip.source.isV6();
+   return format( "%s %s -> %s ttl %d%s%s, %s", v6 ? "IPv6" : "IPv4", ip.source.toString(),
+      ip.destination.toString(), U32{ ip.ttl },
+      !ip.options ? ""
+      : v6        ? " hop-by-hop"
+                  : " options",
+      ip.checksumRight ? "" : " bad-checksum", protocolText( ip.protocol ) );
+}
+
 static std::string networkText( const Headers& headers )
 {
    std::string text;
    if( headers.arp )
-      text = format( "ARP %s: %s asks for %s", headers.isArp( 2 ) ? "reply" : "request",
-         headers.arp->sender.toString(), headers.arp->target.toString() );
-   if( headers.isArp( 2 ) )
-      text = format( "ARP reply from %s to %s", headers.arp->sender.toString(),
-         headers.arp->target.toString() );
+      text = arpText( *headers.arp );
    for( const MplsLabel& label : headers.mpls )
       text += ( text.empty() ? "" : ", " ) +
               format( "MPLS label %d ttl %d", label.label, U32{ label.ttl } );
-   if( const auto& ip = headers.ip )
-      text += format( "%s %s -> %s ttl %d, %s", ip->source.isV6() ? "IPv6" : "IPv4",
-         ip->source.toString(), ip->destination.toString(), U32{ ip->ttl },
-         protocolText( ip->protocol ) );
+   if( headers.ip )
+      text += ipText( *headers.ip );
    if( headers.l4 )
       text += format( " %d -> %d", headers.l4->source, headers.l4->destination );
    if( text.empty() )

@@ -5,6 +5,8 @@
 #include "platform/runtime/Format.h"
 #include "sim/packet/Pass.h"
 
+#include <nlohmann/json.hpp>
+
 #include <deque>
 
 namespace Strata::Sim {
@@ -76,10 +78,15 @@ Verdict PacketEngine::send( const Arrival& arrival )
    if( listener_ )
       listener_( arrival, verdict );
    if( verdict.loops )
-      hardware_.critic().breach(
-         format( "a packet would go through the chip more than %d times", maxPasses ), "packet",
-         arrival.port.unit );
+      hardware_.transcript().add( RecordKind::breach,
+         format( "a packet loop on unit %d: %s", arrival.port.unit, loopText() ),
+         { { "rule", loopText() }, { "call", "packet" }, { "unit", arrival.port.unit } } );
    return verdict;
+}
+
+std::string PacketEngine::loopText()
+{
+   return format( "a packet goes through the chips %d times at most", maxPasses );
 }
 
 void PacketEngine::apply( const Arrival& arrival, const Verdict& verdict )
@@ -131,17 +138,31 @@ std::string PacketEngine::summary( const Verdict& verdict )
    return text;
 }
 
+/// What a record of a packet tells programs beside where it came in.
+static nlohmann::ordered_json cpuJson( const Verdict& verdict )
+{
+   auto copies = nlohmann::ordered_json::array();
+   for( const CpuCopy* const copy : verdict.cpuCopies() )
+      copies.push_back(
+         { { "unit", copy->unit }, { "queue", copy->queue }, { "reasons", copy->reasons } } );
+   return copies;
+}
+
 void PacketEngine::record( const Arrival& arrival, const Verdict& verdict )
 {
-   std::string ports;
+   auto ports = nlohmann::ordered_json::array();
    for( const Departure* const departure : verdict.departures() )
-      ports += ( ports.empty() ? "" : "," ) + portName( departure->port );
+      ports.push_back( portName( departure->port ) );
+   // Names that people give may hold any bytes.
+   const auto text = []( const nlohmann::ordered_json& json ) {
+      return JsonText{
+         json.dump( -1, ' ', false, nlohmann::ordered_json::error_handler_t::replace ) };
+   };
    const std::string from = arrival.higig ? format( "the stack link of unit %d", arrival.port.unit )
                                           : portName( arrival.port );
    std::vector<RecordField> fields{ { "in", from }, { "frame", arrival.frame.text() },
-      { "departures", ports }, { "passes", U64{ verdict.passes.size() } } };
-   for( const CpuCopy* const copy : verdict.cpuCopies() )
-      fields.emplace_back( "cpuQueue", copy->queue );
+      { "departures", text( ports ) }, { "passes", U64{ verdict.passes.size() } },
+      { "cpu", text( cpuJson( verdict ) ) } };
    if( !verdict.drop().empty() )
       fields.emplace_back( "drop", verdict.drop() );
    hardware_.transcript().add( RecordKind::packet,

@@ -41,7 +41,7 @@ class PacketEngine
    const PacketCounters& counters() const { return counters_; }
 
    /// The packet comes in: entries count hits, stations are learned, counters move, and the transcript
-   /// has a record of it. ValueError when there is no such port.
+   /// has a record of it, and a breach when it loops. ValueError when there is no such port.
    Verdict send( const Arrival& arrival );
    /// The same without any of that.
    Verdict explain( const Arrival& arrival, Explanation* explanation = nullptr );
@@ -49,6 +49,9 @@ class PacketEngine
    /// Sees what each packet that is sent leaves behind. Empty for none.
    using Listener = std::function<void( const Arrival&, const Verdict& )>;
    void listenerIs( Listener listener ) { listener_ = std::move( listener ); }
+
+   /// What a packet broke whose verdict loops.
+   static std::string loopText();
 
    std::string portName( PortRef port );
    std::string nextHopName( const NextHop& nextHop );

@@ -14,6 +14,22 @@ const FieldLookup& FieldLookups::of( const FieldGroup& group )
    return *lookup;
 }
 
+const std::vector<Lag>& PacketView::lags() const
+{
+   if( lags_ )
+      return *lags_;
+   lags_.emplace();
+   for( const auto& [ name, members ] : scsd_.lagMembers() ) {
+      Lag lag{ name.toString(), {} };
+      for( const auto& member : members )
+         if( const StrataPort at = scsd_.strataIntfToPort( member ) )
+            lag.ports.push_back( { at.unit(), at.logicalPort() } );
+      if( !lag.ports.empty() )
+         lags_->push_back( std::move( lag ) );
+   }
+   return *lags_;
+}
+
 U32 PacketView::modId( U32 unit ) const
 {
    const StrataUnit* const found = scsd_.units().find( unit );

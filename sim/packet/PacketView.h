@@ -6,11 +6,13 @@
 #include "sim/packet/FieldLookup.h"
 #include "sim/packet/ForwardingTables.h"
 
+#include <algorithm>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace Strata::Sim {
 
@@ -22,6 +24,14 @@ class FieldLookups
 
  private:
    std::map<const FieldGroup*, std::unique_ptr<FieldLookup>> known_;
+};
+
+struct Lag
+{
+   std::string name;
+   std::vector<PortRef> ports; // in member order
+
+   bool has( PortRef port ) const { return std::ranges::find( ports, port ) != ports.end(); }
 };
 
 class PacketView
@@ -42,6 +52,9 @@ class PacketView
    const StrataCommonSmData& scsd() const { return scsd_; }
    const FieldLookup& lookup( const FieldGroup& group ) const { return lookups_.of( group ); }
 
+   /// Those with a member that has a port.
+   const std::vector<Lag>& lags() const;
+
    U32 modId( U32 unit ) const;
    std::optional<U32> unitOfModId( U32 modId ) const;
 
@@ -61,6 +74,7 @@ class PacketView
    const ForwardingTables& tables_;
    const std::map<U32, U32>& recircPorts_; // by unit, where the agent names one
    FieldLookups& lookups_;
+   mutable std::optional<std::vector<Lag>> lags_; // once somebody asks
 };
 
 /// "Ethernet3 in VLAN 20, 00:..:09"

@@ -43,6 +43,7 @@ class Pass
       std::optional<U32> group;   // a known L2 multicast group
       std::set<U16> routedInto;   // IP multicast
       std::string text;
+      std::map<std::string, std::vector<PortRef>> leftOut; // of a flood, by reason
    };
    struct CpuAsk
    {
@@ -67,6 +68,10 @@ class Pass
    Destination floodIn( U16 vlanId, bool withCpu ) const;
    Destination groupMembers( U32 group ) const;
    Destination onePort( PortRef port ) const;
+   Destination portOrLag( PortRef port, U16 vlanId ) const;
+   void thin( Destination& destination, U16 vlanId ) const;
+   bool cameInBy( const Lag& lag ) const;
+   PortRef memberThatSends( PortRef port, U16 vlanId ) const;
    void learn();
 
    // PassRoute.cpp

@@ -24,6 +24,9 @@ void Pass::egress()
       std::ranges::sort( destination_.ports );
       const auto twice = std::ranges::unique( destination_.ports );
       destination_.ports.erase( twice.begin(), twice.end() );
+      for( const auto& [ reason, ports ] : destination_.leftOut )
+         for( const PortRef port : ports )
+            add( refusals[ reason ], view_.portName( port ) );
       for( const PortRef port : destination_.ports )
          leave( port, refusals );
       for( const std::string& name : destination_.tunnels )
@@ -79,7 +82,10 @@ void Pass::leave( PortRef port, Refusals& refusals )
       return;
    }
    const bool bridgedBack =
-      !nextHop_ && terminated_.empty() && !arrival_.higig && port == arrival_.port;
+      !nextHop_ && terminated_.empty() && !arrival_.higig &&
+      ( port == arrival_.port || std::ranges::any_of( view_.lags(), [ & ]( const Lag& lag ) {
+         return cameInBy( lag ) && lag.has( port );
+      } ) );
    const std::string reason = bridgedBack ? "it came in there" : refusal( port, vlanId );
    if( reason.empty() )
       depart( port, vlanId, rewritten() );
@@ -153,8 +159,10 @@ void Pass::copyToCpu()
    CpuCopy copy{ arrival_.port.unit, queue_, {}, arrival_.frame };
    for( const CpuAsk& ask : cpuAsks_ )
       copy.reasons.push_back( ask.reason );
-   if( destination_.cpu )
+   if( destination_.cpu ) {
       copy.reasons.push_back( destination_.text );
+      copy.frame = retagged( rewritten(), VlanTag{ egressVlan(), priority_ } );
+   }
    if( copy.reasons.empty() )
       return;
    const U64 misc = chip_.registerValue( Register::IngMiscConfig );

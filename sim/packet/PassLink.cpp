@@ -4,6 +4,8 @@
 #include "sim/RegisterLayout.h"
 #include "sim/packet/Pass.h"
 
+#include <algorithm>
+
 namespace Strata::Sim {
 
 using Vormel::format;
@@ -105,6 +107,8 @@ void Pass::terminateTunnel()
    const Headers& outer = arrival_.frame.headers();
    if( !outer.vxlan || !attributes().vxlanSupported )
       return;
+   if( !outer.ip->checksumRight && control( SwitchControl::IPv4DoNotVerifyIncomingChecksum ) == 0 )
+      return note( "tunnel", [] { return std::string( "VXLAN, but the checksum is wrong" ); } );
    const U32 port = arrival_.higig ? FieldKey::stackPort : arrival_.port.port;
    MemoryEntry entry;
    const auto* const tunnel = tables().tunnelBetween( outer.ip->destination, outer.ip->source );
@@ -154,6 +158,7 @@ Pass::Destination Pass::floodIn( U16 vlanId, bool withCpu ) const
    destination.tunnels.assign( properties.tunnels.begin(), properties.tunnels.end() );
    destination.cpu = withCpu;
    destination.text = format( "flood in VLAN %d", U32{ vlanId } );
+   thin( destination, vlanId );
    return destination;
 }
 
@@ -176,6 +181,56 @@ Pass::Destination Pass::groupMembers( U32 number ) const
    if( group.everyTunnel )
       for( const auto& [ name, tunnel ] : tables().tunnels )
          destination.tunnels.push_back( name );
+   thin( destination, egressVlan() );
+   return destination;
+}
+
+/// Internal ports are outside all floods and groups, and of each LAG one member sends: the first that may.
+void Pass::thin( Destination& destination, U16 vlanId ) const
+{
+   std::vector<PortRef>& ports = destination.ports;
+   std::erase_if( ports, [ & ]( PortRef port ) { return view_.isInternal( port ); } );
+   for( const Lag& lag : view_.lags() ) {
+      if( cameInBy( lag ) )
+         continue; // all are refused alike
+      const auto sender = std::ranges::find_if( lag.ports, [ & ]( PortRef port ) {
+         return std::ranges::find( ports, port ) != ports.end() && refusal( port, vlanId ).empty();
+      } );
+      if( sender == lag.ports.end() )
+         continue;
+      std::erase_if( ports, [ & ]( PortRef port ) {
+         if( port == *sender || !lag.has( port ) )
+            return false;
+         destination.leftOut[ view_.portName( *sender ) + " sends for " + lag.name ].push_back(
+            port );
+         return true;
+      } );
+   }
+}
+
+bool Pass::cameInBy( const Lag& lag ) const
+{
+   return !nextHop_ && terminated_.empty() && !arrival_.higig && lag.has( arrival_.port );
+}
+
+/// What is for a port of a LAG goes by the LAG's first member that may send.
+PortRef Pass::memberThatSends( PortRef port, U16 vlanId ) const
+{
+   for( const Lag& lag : view_.lags() )
+      if( lag.has( port ) )
+         for( const PortRef member : lag.ports )
+            if( refusal( member, vlanId ).empty() )
+               return member;
+   return port;
+}
+
+Pass::Destination Pass::portOrLag( PortRef port, U16 vlanId ) const
+{
+   const PortRef sender = memberThatSends( port, vlanId );
+   Destination destination = onePort( sender );
+   for( const Lag& lag : view_.lags() )
+      if( lag.has( sender ) )
+         destination.text += " of " + lag.name;
    return destination;
 }
 
@@ -188,7 +243,7 @@ void Pass::knownStation( const Station& station )
       return;
    }
    if( const auto* const port = std::get_if<PortRef>( &station.place ) )
-      destination_ = onePort( *port );
+      destination_ = portOrLag( *port, domain_ );
    else
       destination_.tunnels = { std::get<Station::Tunnel>( station.place ).name };
    if( destination_.text.empty() )

@@ -58,8 +58,9 @@ bool Pass::routes()
    }
    if( headers().arp && terminates( MemoryField::ArpRarpTermination ) ) {
       settled_ = true;
+      if( drop_.empty() )
+         askCpu( "ARP that the my-station entry terminates" );
       drop( "ARP ends here" );
-      askCpu( "ARP that the my-station entry terminates" );
       return false;
    }
    if( !headers().ip )
@@ -212,7 +213,7 @@ Pass::Destination Pass::behindNextHop( const NextHop& nextHop )
    const bool vxlan = tables().vlan( nextHop.vlanId ).vni.has_value();
    switch( nextHop.kind ) {
    case NextHop::Kind::port:
-      return onePort( nextHop.port );
+      return portOrLag( nextHop.port, nextHop.vlanId );
    case NextHop::Kind::cpu: {
       Destination destination =
          standIn( StrataCommon::cpuNhInvalidModId_, 0, "a next hop at the CPU" );
@@ -290,6 +291,8 @@ bool Pass::trapsMpls( SwitchControl which, RegisterField field ) const
 
 void Pass::switchLabel()
 {
+   if( !drop_.empty() )
+      return; // not even a copy
    const MplsLabel top = headers().mpls.front();
    const auto found = tables().labels.find( top.label );
    const bool known = found != tables().labels.end();

@@ -76,8 +76,8 @@ struct Verdict
 
    std::vector<const Departure*> departures() const;
    std::vector<const CpuCopy*> cpuCopies() const;
-   /// Why it left on no port in its last pass.
-   const std::string& drop() const { return passes.back().drop; }
+   /// Why it left on no port in its last pass; empty when it left by some port in any.
+   std::string drop() const { return departures().empty() ? passes.back().drop : ""; }
 
    bool operator==( const Verdict& ) const = default;
 };

@@ -89,18 +89,51 @@ TEST_F( EngineTest, ExplanationsNameTheWinnerItsCauseAndTheNearMiss )
 TEST_F( EngineTest, ALoopIsReportedLoudly )
 {
    bringUp( "register" );
-   std::string breach;
-   agent().hardware().critic().handlerIs( [ & ]( const Sim::Breach& b ) { breach = b.rule; } );
    Sim::FieldGroup& main = *chip().group( "main" );
    const U32 id = main.claim( main.profile().base + 4, "loop", {} ).id;
    PortBitmap loopback;
    loopback.add( 258 );
    main.find( id )->claim.actionIs( { .role = FieldAction::RedirectPbmp, .ports = loopback } );
    main.install( id );
-   const Sim::Verdict verdict = send( "in Ethernet1 dmac 00:00:00:00:77:77 ipv4" );
-   EXPECT_TRUE( verdict.loops );
-   EXPECT_EQ( verdict.passes.size(), Sim::maxPasses );
-   EXPECT_EQ( breach, "a packet would go through the chip more than 4 times" );
+   run( "expect error \"the packet loops\" packet in Ethernet1 dmac 00:00:00:00:77:77 ipv4" );
+   EXPECT_EQ( session.failures(), 0u );
+   EXPECT_TRUE( last().loops );
+   EXPECT_EQ( last().passes.size(), Sim::maxPasses );
+   EXPECT_EQ( agent().hardware().transcript().count( Sim::RecordKind::breach ), 1u );
+}
+
+TEST_F( EngineTest, NoFloodUsesAPortThatTheAgentTookForRecirculation )
+{
+   bringUp( "register" );
+   run( "set recircStatus.recircPort[0] 6" );
+   EXPECT_EQ( outcome( send( "in Ethernet4 dmac ff:ff:ff:ff:ff:ff arp request" ) ), "E5 cpu:0" );
+   // The CPU gets its copy as a member of the VLAN: with a tag.
+   EXPECT_EQ( last().cpuCopies().front()->frame.headers().tag->vlanId, 20 );
+   run( "l2mcast 60 Ethernet5 Ethernet6\nmac 01:00:5e:01:01:01 vlan 20 group 60" );
+   EXPECT_EQ( outcome( send( "in Ethernet4 dmac 01:00:5e:01:01:01 ipv4" ) ), "E5" );
+}
+
+TEST_F( EngineTest, OneLiveMemberOfALagSends )
+{
+   bringUp( "hsdk" );
+   run( "lag Port-Channel1 Ethernet3 Ethernet2\nlag Port-Channel2 Ethernet5-6\n"
+        "mac 00:00:00:00:33:33 vlan 10 Port-Channel1\n"
+        "route 10.5.0.0/16 via Port-Channel2 mac 00:00:00:00:55:55 vlan 20" );
+   const std::string broadcast = " dmac ff:ff:ff:ff:ff:ff arp request";
+   const std::string station = " dmac 00:00:00:00:33:33 ipv4";
+   EXPECT_EQ( outcome( send( "in Ethernet1" + broadcast ) ), "E3 cpu:0" );
+   EXPECT_EQ( outcome( send( "in Ethernet2" + broadcast ) ), "E1 cpu:0" );
+   EXPECT_EQ( outcome( send( "in Ethernet1" + station ) ), "E3" );
+   EXPECT_EQ( outcome( send( "in Ethernet2" + station ) ), "none" ); // it came in there
+   EXPECT_EQ( outcome( send( "in Ethernet1 dmac router ipv4 dst 10.5.0.1" ) ), "E5" );
+   out.str( {} );
+   explain( "in Ethernet4" + broadcast );
+   EXPECT_NE( out.str().find( "Ethernet6: Ethernet5 sends for Port-Channel2" ), std::string::npos );
+   run( "unit 0 port 3 down\nstp Ethernet5 blocking" );
+   EXPECT_EQ( outcome( send( "in Ethernet1" + broadcast ) ), "E2 cpu:0" );
+   EXPECT_EQ( outcome( send( "in Ethernet1" + station ) ), "E2" );
+   EXPECT_EQ( outcome( send( "in Ethernet1 dmac router ipv4 dst 10.5.0.1" ) ), "E6" );
+   EXPECT_EQ( outcome( send( "in Ethernet4" + broadcast ) ), "E6 cpu:0" );
 }
 
 TEST_F( EngineTest, OfTwoRedirectsTheFirstStandsAndPolicyRoutingsBeforeAll )

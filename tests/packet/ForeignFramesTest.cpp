@@ -21,17 +21,17 @@ const Expectation plain[] = {
    { "IPv4 10.1.0.5 -> 10.2.0.9 ttl 64, UDP 1024 -> 5000", "E4" },
    { "vlan 10 priority 5, IPv4 10.1.0.5 -> 10.2.0.9 ttl 2, TCP 1024 -> 443", "E4" },
    { "ttl 1, UDP", "cpu:0" },
-   { "ttl 64, UDP 1024 -> 5000", "cpu:0" }, // router alert
-   { "ttl 64, ICMP", "cpu:0" },             // record route
-   { "ttl 64, UDP 1024 -> 5000", "E4" },    // wrong checksum: nobody verifies it
-   { "ttl 64, UDP", "E4" },                 // a later fragment: its first bytes are no ports
+   { "ttl 64 options, UDP 1024 -> 5000", "cpu:0" },   // router alert
+   { "ttl 64 options, ICMP", "cpu:0" },               // record route
+   { "ttl 64 bad-checksum, UDP 1024 -> 5000", "E4" }, // nobody verifies it
+   { "ttl 64, UDP", "E4" }, // a later fragment: its first bytes are no ports
    { "-> 10.99.0.1 ttl 64, TCP 1024 -> 80", "cpu:0" },
    { "-> 10.3.0.1 ttl 64, ICMP", "cpu:0" },
    { "ARP request: 10.1.0.5 asks for 10.1.0.1", "E2 E3 cpu:0" },
    { "ARP reply from 10.1.0.5 to 10.1.0.1", "cpu:0" },
    { "IPv4 0.0.0.0 -> 255.255.255.255 ttl 64, UDP 68 -> 67", "E2 E3 cpu:0" },
    { "IPv4 10.1.0.5 -> 224.0.0.5 ttl 1, protocol 89", "E2 E3 cpu:0" },
-   { "IPv4 10.1.0.5 -> 239.1.2.3 ttl 1, IGMP", "E2 E3" },
+   { "IPv4 10.1.0.5 -> 239.1.2.3 ttl 1 options, IGMP", "E2 E3" },
    { "UDP 1024 -> 53", "E4" },
    { "UDP 1024 -> 5000", "E4" }, // with padding behind it
    { "protocol 47", "E4" },
@@ -46,12 +46,12 @@ const Expectation plain[] = {
 const Expectation layered[] = {
    { "IPv6 2001:db8:1::5 -> 2001:db8:2::9 ttl 64, UDP 1024 -> 5000", "E4" },
    { "ttl 1, UDP", "cpu:0" },
-   { "ttl 64, UDP 1024 -> 5000", "cpu:0" }, // hop-by-hop
-   { "TCP 1024 -> 179", "E4" },             // behind options for the destination
+   { "ttl 64 hop-by-hop, UDP 1024 -> 5000", "cpu:0" },
+   { "TCP 1024 -> 179", "E4" }, // behind options for the destination
    { "protocol 44", "E4" },
    { "-> 2001:db8:99::1 ttl 64, ICMPv6", "cpu:0" },
    { "-> ff02::1:ff00:1 ttl 255, ICMPv6", "E2 E3" },
-   { "IPv6 fe80::5 -> ff02::16 ttl 1, ICMPv6", "E2 E3" },
+   { "IPv6 fe80::5 -> ff02::16 ttl 1 hop-by-hop, ICMPv6", "E2 E3" },
    { "MPLS label 100 ttl 9, MPLS label 200 ttl 64", "cpu:0" }, // unknown
    { "MPLS label 300 ttl 1", "cpu:0" },
 };

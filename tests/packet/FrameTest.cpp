@@ -5,6 +5,7 @@
 #include "tool/packet/PacketWords.h"
 
 #include <filesystem>
+#include <fstream>
 #include <random>
 
 namespace Strata {
@@ -44,7 +45,8 @@ TEST_F( FrameTest, TextsTellWhatIsInAFrame )
    const std::string macs = "02:00:00:00:00:01 -> 02:00:00:00:00:02";
    EXPECT_EQ( frame( built[ 0 ] ).text(), macs + " vlan 10 priority 5, EtherType 0x88b5" );
    EXPECT_EQ( frame( built[ 2 ] ).text(), macs + ", ARP reply from 10.1.0.5 to 10.1.0.1" );
-   EXPECT_EQ( frame( built[ 3 ] ).text(), macs + ", IPv4 10.1.0.5 -> 10.2.0.9 ttl 7, ICMP" );
+   EXPECT_EQ(
+      frame( built[ 3 ] ).text(), macs + ", IPv4 10.1.0.5 -> 10.2.0.9 ttl 7 options, ICMP" );
    EXPECT_TRUE( frame( built[ 3 ] ).headers().ip->options );
    EXPECT_FALSE( frame( built[ 4 ] ).headers().ip->checksumRight );
    EXPECT_EQ( frame( built[ 4 ] ).bytes().size(), 300u );
@@ -97,6 +99,45 @@ TEST_F( FrameTest, CutShortItSaysSoAndIsSwitchedAllTheSame )
    EXPECT_EQ( problem( built[ 4 ], 100 ), "IPv4 announces 286 bytes, and 86 are there" );
    EXPECT_EQ( problem( built[ 6 ], 50 ), "the IPv6 header is cut short or malformed" );
    EXPECT_EQ( problem( built[ 8 ], 16 ), "the MPLS header is cut short or malformed" );
+   EXPECT_EQ( problem( built[ 8 ], 22 ), "" ); // labels stand whatever is behind
+}
+
+/// A frame of which bytes are changed, and a part of its text then.
+struct Bent
+{
+   const char* frame;
+   std::size_t at;
+   Bytes bytes;
+   const char* text;
+};
+
+// Without a tag IP begins at 14, what IPv4 carries at 34, what IPv6 carries at 54.
+const Bent bents[] = {
+   { "arp request", 20, { 0, 3 }, ", ARP operation 3" },
+   { "arp request", 14, { 0, 6 }, "(the ARP message is not about Ethernet and IPv4)" },
+   { "ipv4 options udp", 34, { 0, 0x44, 0x55, 0x66 }, "UDP 40000 -> 53" }, // junk behind the last
+   { "ipv4 udp length 60", 16, { 0, 20 }, "(the UDP header is cut short or malformed)" }, // padding
+   { "ipv4 udp", 38, { 0, 4 }, "(UDP announces 4 bytes, less than its header)" },
+   { "ipv4 udp", 38, { 1, 0 }, "(UDP announces 256 bytes, and 8 are there)" },
+   { "ipv4 udp", 20, { 0x20, 0, 64, 17, 0, 0, 10, 0, 0, 2, 10, 0, 0, 1, 0x9c, 0x40, 0, 53, 1, 0 },
+      "UDP 40000 -> 53" }, // a first fragment announces more than is there
+   { "ipv6 hop-by-hop udp", 55, { 9 }, "(an IPv6 extension header announces 80 bytes, and" },
+   { "ipv4 udp vxlan 5030 ipv4", 42, { 0 }, "(the VXLAN header says that its VNI is not valid)" },
+   { "ipv4 udp vxlan 5030 ipv4", 20, { 0x20 }, "UDP 40000 -> 4789" }, // no tunnel in fragments
+};
+
+TEST_F( FrameTest, LiesAboutLengthsAreToldAndNotBelieved )
+{
+   for( const Bent& bent : bents ) {
+      Bytes bytes = frame( bent.frame ).bytes();
+      std::ranges::copy( bent.bytes, bytes.begin() + static_cast<std::ptrdiff_t>( bent.at ) );
+      const Frame parsed( bytes );
+      EXPECT_NE( parsed.text().find( bent.text ), std::string::npos ) << parsed.text();
+      EXPECT_FALSE( parsed.headers().vxlan );
+   }
+   const Frame labelled = frame( "mpls 100 ipv4 bad-checksum" );
+   EXPECT_FALSE( relabelled( labelled, std::nullopt ).headers().ip->checksumRight );
+   EXPECT_EQ( relabelled( labelled, std::nullopt ).headers().ip->ttl, 64 );
 }
 
 TEST_F( FrameTest, NoBentFrameBreaksAnything )
@@ -123,6 +164,8 @@ TEST_F( FrameTest, FilesCarryFramesUnchanged )
    bringUp( "hsdk" );
    const std::string file = testing::TempDir() + "packets.pcap";
    run( "capture cpu " + file );
+   EXPECT_THROW( run( "capture cpu " + file + "2" ), Tool::InputError );
+   EXPECT_THROW( run( "capture Ethernet1 " + file ), Tool::InputError );
    send( "in Ethernet1 dmac router ethertype 0x88b5" );
    send( "in Ethernet1 dmac 00:00:00:00:77:77 ethertype 0x88b5" ); // not for the CPU
    const Sim::Verdict last =
@@ -130,6 +173,13 @@ TEST_F( FrameTest, FilesCarryFramesUnchanged )
    run( "no capture" );
    EXPECT_EQ( Tool::frameInFile( file, 2 ), last.passes.front().cpu->frame );
    EXPECT_THROW( Tool::frameInFile( file, 3 ), Vormel::ValueError );
+   std::filesystem::resize_file( file, std::filesystem::file_size( file ) - 5 );
+   run( "expect error \"behind frame 1: \" packet in Ethernet1 pcap " + file + " frame 2" );
+   std::fstream( file, std::ios::in | std::ios::out | std::ios::binary ).seekp( 20 ).put( 113 );
+   run( "expect error \"holds no Ethernet frames (link type 113)\" packet in Ethernet1 pcap " +
+        file );
+   std::fstream( file, std::ios::in | std::ios::out | std::ios::binary ).seekp( 20 ).put( 1 );
+   EXPECT_EQ( session.failures(), 0u );
    EXPECT_EQ( outcome( send( "in Ethernet1 pcap " + file + " frame 1" ) ), "cpu:0" );
    std::filesystem::remove( file );
    EXPECT_THROW( run( "packet in Ethernet1 pcap " + file ), Tool::InputError );

@@ -1,5 +1,5 @@
 // A simulated switch that is driven by commands, and what packets do on it in few letters: "E2 E3", "cpu:26",
-// "none"; "+loopback" where a station is learned on the loopback port.
+// "none"; "+loopback" where a station is learned on the loopback port, "x2" where it makes two passes.
 #pragma once
 
 #include "platform/runtime/Activity.h"
@@ -68,17 +68,23 @@ route 10.9.0.0/16 via tunnel T mac 00:00:00:00:09:09 vlan 30)" );
    Sim::Chip& chip() { return agent().hardware().chip( 0 ); }
    Sim::PacketEngine& engine() { return session.packets( words_ ).engine(); }
 
-   /// "in Ethernet1 dmac router ipv4 ..."
+   /// "in Ethernet1 dmac router ipv4 ...". What becomes of it is what was explained.
    Sim::Verdict send( const std::string& packet )
    {
+      const Sim::Verdict explained = explain( packet );
       run( "packet " + packet );
-      return session.packets( words_ ).last()->verdict;
+      EXPECT_TRUE( explained == last() ) << packet;
+      return last();
    }
    Sim::Verdict explain( const std::string& packet )
    {
       run( "explain " + packet );
-      return session.packets( words_ ).last()->verdict;
+      // With nobody to tell it to, nothing else comes out.
+      EXPECT_TRUE( last() == engine().explain( session.packets( words_ ).last()->arrival ) )
+         << packet;
+      return last();
    }
+   const Sim::Verdict& last() { return session.packets( words_ ).last()->verdict; }
 
    std::string outcome( const Sim::Verdict& verdict )
    {
@@ -97,6 +103,8 @@ route 10.9.0.0/16 via tunnel T mac 00:00:00:00:09:09 vlan 30)" );
          if( pass.learning && pass.arrival.port > 255 &&
              std::holds_alternative<Sim::PortRef>( pass.learning->place ) )
             add( "+loopback" );
+      if( verdict.passes.size() > 1 )
+         add( "x" + std::to_string( verdict.passes.size() ) );
       return text;
    }
 

@@ -51,6 +51,9 @@ void sendPacket( Session& session, Words& words )
    if( all )
       showExplanation( session, desk.engine(), arrival, verdict, explanation, true );
    desk.lastIs( { arrival, verdict } );
+   if( verdict.loops )
+      words.failAt( words.line().words.front(),
+         "the packet loops: " + Sim::PacketEngine::loopText() + "; 'explain' shows each" );
 }
 
 void capture( Session& session, Words& words )
@@ -147,7 +150,7 @@ void expectDropped( Session& session, Words& words )
    const LastPacket& last = lastPacket( session, words );
    const std::string reason = words.done() ? "" : words.take( "a part of the reason" ).text;
    words.end();
-   const std::string& drop = last.verdict.drop();
+   const std::string drop = last.verdict.drop();
    session.expect( !drop.empty() && drop.find( reason ) != drop.npos,
       "the packet to be dropped" + ( reason.empty() ? "" : ": " + reason ),
       found( session, words, last ) );

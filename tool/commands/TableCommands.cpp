@@ -4,6 +4,7 @@
 #include "tool/Session.h"
 #include "tool/packet/PacketWords.h"
 
+#include <algorithm>
 #include <array>
 
 namespace Strata::Tool {
@@ -78,7 +79,7 @@ void takeVlanProperty( Session& session, Words& words, U16 vlanId )
    } else if( property == "drop-routed" ) {
       vlan.dropRouted = true;
    } else if( property == "vxlan" ) {
-      vlan.vni = words.value<U32>( "a VXLAN network identifier" );
+      vlan.vni = takeVni( words );
       vlan.tunnels.clear();
       while(
          !words.done() && session.packets( words ).tables().tunnels.contains( words.peek()->text ) )
@@ -110,7 +111,11 @@ void removeVlan( Session& session, Words& words )
 {
    const U16 vlanId = takeVlanId( words );
    words.end();
-   session.agent( words ).hardware().vlanDel( vlanId );
+   Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   if( std::ranges::none_of( hardware.chips(),
+          [ & ]( const auto& item ) { return item.second.vlans().contains( vlanId ); } ) )
+      words.fail( "there is no VLAN " + std::to_string( vlanId ) );
+   hardware.vlanDel( vlanId );
    session.packets( words ).tables().vlans.erase( vlanId );
 }
 
@@ -137,7 +142,7 @@ void addStation( Session& session, Words& words )
    else if( words.accept( "group" ) )
       station.place = Sim::Station::Group{ words.value<U32>( "a multicast group" ) };
    else
-      station.place = takePort( session, words );
+      station.place = takePortOrLag( session, words );
    words.end();
    session.packets( words ).tables().stations[ key ] = station;
 }
@@ -152,7 +157,8 @@ void removeStation( Session& session, Words& words )
    }
    const Sim::StationKey key = takeStationKey( words );
    words.end();
-   stations.erase( key );
+   if( stations.erase( key ) == 0 )
+      words.fail( key.mac.toString() + " is not known in VLAN " + std::to_string( key.vlanId ) );
 }
 
 void setStp( Session& session, Words& words )
@@ -223,15 +229,16 @@ void removeSteering( Session& session, Words& words )
 {
    const std::string name = words.take( "the rule's name" ).text;
    words.end();
-   session.packets( words ).tables().steering.erase( name );
+   if( session.packets( words ).tables().steering.erase( name ) == 0 )
+      words.fail( "there is no rule '" + name + "'" );
 }
 
 void addLabel( Session& session, Words& words )
 {
-   const U32 label = words.value<U32>( "a label" );
+   const U32 label = takeLabel( words, "a label" );
    Sim::LabelRule rule;
    if( words.accept( "swap" ) )
-      rule.swap = words.value<U32>( "the label that takes its place" );
+      rule.swap = takeLabel( words, "the label that takes its place" );
    else
       words.choose( "swap or pop", std::array<std::string_view, 2>{ "pop", "swap" } );
    rule.nextHop = takeNextHop( session, words );
@@ -279,13 +286,13 @@ std::vector<Command> tableCommands()
       { "no vlan", "ID", "remove a VLAN", removeVlan },
       { "native-vlan", "ID PORT...", "where untagged packets from these ports belong; else 1",
          setNativeVlan },
-      { "mac", "MAC vlan ID PORT|tunnel NAME|group N", "configure a MAC address", addStation },
+      { "mac", "MAC vlan ID PORT|LAG|tunnel NAME|group N", "configure a MAC address", addStation },
       { "no mac", "MAC vlan ID|learned", "forget it, or all that were learned", removeStation },
       { "stp", "PORT forwarding|learning|blocking [vlan ID]", "spanning-tree state", setStp },
       { "openflow", "PORT...", "packets from these ports are OpenFlow's", setOpenFlow },
       { "route", "PREFIX via NEXTHOP [class N]", "add a route", addRoute },
       { "no route", "PREFIX", "remove a route", removeRoute },
-      { "tunnel", "NAME local ADDRESS remote ADDRESS via PORT mac MAC vlan ID",
+      { "tunnel", "NAME local ADDRESS remote ADDRESS via PORT|LAG mac MAC vlan ID",
          "make a VXLAN tunnel", addTunnel },
       { "pbr", "NAME [in PORT] [from PREFIX] [to PREFIX] via NEXTHOP",
          "policy routing steers what fits; rules are tried by name", addSteering },

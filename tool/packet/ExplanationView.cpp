@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <functional>
+#include <utility>
+#include <vector>
 
 namespace Strata::Tool {
 
@@ -95,15 +97,46 @@ void addRange(
 
 void addOutcome( Table& table, Sim::PacketEngine& engine, const Sim::PassVerdict& pass )
 {
-   for( const Sim::Departure& departure : pass.departures )
-      table.row( { "leaves", engine.portName( departure.port ) +
-                                ( departure.tunnel.empty() ? "" : ", tunnel " + departure.tunnel ) +
-                                ": " + departure.frame.text() } );
+   // Ports by which the same leaves stand together.
+   std::vector<std::pair<std::string, std::string>> leaving; // what, and by which ports
+   for( const Sim::Departure& departure : pass.departures ) {
+      const std::string what = ( departure.tunnel.empty() ? "" : ", tunnel " + departure.tunnel ) +
+                               ": " + departure.frame.text();
+      const auto same =
+         std::ranges::find( leaving, what, &std::pair<std::string, std::string>::first );
+      if( same == leaving.end() )
+         leaving.emplace_back( what, engine.portName( departure.port ) );
+      else
+         same->second += ", " + engine.portName( departure.port );
+   }
+   for( const auto& [ what, ports ] : leaving )
+      table.row( { "leaves", ports + what } );
    if( pass.cpu )
       for( const std::string& reason : pass.cpu->reasons )
          table.row( { "CPU", format( "queue %d: %s", pass.cpu->queue, reason ) } );
    if( !pass.drop.empty() )
       table.row( { "leaves", "on no port: " + pass.drop } );
+}
+
+/// What the qualifier asks for, in its own terms.
+void addWanted( ordered_json& row, const Sim::FieldQualifier& wanted )
+{
+   row[ "field" ] = Vormel::enumName( wanted.role );
+   if( wanted.role == Sim::Qualifier::DstPort ) {
+      row[ "modId" ] = wanted.data;
+      row[ "modMask" ] = wanted.mask;
+      row[ "port" ] = wanted.port;
+      row[ "portMask" ] = wanted.portMask;
+   } else if( Sim::comparesValue( wanted.role ) ) {
+      const Sim::ValueMask compared = Sim::valueMask( wanted );
+      row[ "value" ] = compared.value;
+      row[ "mask" ] = compared.mask;
+   } else {
+      row[ "ports" ] = ordered_json::array();
+      for( const U32 port : wanted.ports )
+         row[ "ports" ].push_back( port );
+   }
+   row[ "wanted" ] = wanted.text();
 }
 
 ordered_json rangeJson( const Sim::Transcript& transcript, const Sim::RangeNote& range )
@@ -116,13 +149,7 @@ ordered_json rangeJson( const Sim::Transcript& transcript, const Sim::RangeNote&
       ordered_json row{ { "id", entry.id }, { "name", entry.name }, { "rule", entry.rule },
          { "fitted", entry.fitted }, { "failed", entry.failed } };
       if( entry.wanted ) {
-         const Sim::ValueMask wanted = Sim::valueMask( *entry.wanted );
-         row[ "field" ] = Vormel::enumName( entry.wanted->role );
-         if( Sim::comparesValue( entry.wanted->role ) ) {
-            row[ "value" ] = wanted.value;
-            row[ "mask" ] = wanted.mask;
-         }
-         row[ "wanted" ] = entry.wanted->text();
+         addWanted( row, *entry.wanted );
          row[ "had" ] = entry.had;
       }
       row[ "enabled" ] = entry.enabled;
@@ -164,10 +191,8 @@ Table explanationTable( Sim::PacketEngine& engine, const Sim::Verdict& verdict,
          table.row( { note.stage, note.text } );
       for( const Sim::RangeNote& range : about.ranges )
          addRange( table, engine.transcript(), range, all );
-      // What the way out refuses is of interest when nothing leaves.
-      const bool leaves = !verdict.passes[ i ].departures.empty();
       for( const Sim::StageNote& note : about.after )
-         if( all || !( note.stage == "entry" || ( note.stage == "egress" && leaves ) ) )
+         if( all || note.stage != "entry" )
             table.row( { note.stage, note.text } );
       addOutcome( table, engine, verdict.passes[ i ] );
    }

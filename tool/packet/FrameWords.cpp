@@ -65,7 +65,7 @@ class FrameBuilder
          frame = retagged( frame, tag );
       Bytes bytes = frame.bytes();
       if( badChecksum_ )
-         bytes[ frame.headers().l3Offset + 10 ] ^= 0xFF;
+         bytes[ frame.headers().l3Offset + 4 * frame.headers().mpls.size() + 10 ] ^= 0xFF;
       return bytes;
    }
 
@@ -74,10 +74,18 @@ class FrameBuilder
    {
       const auto& helper = session_.agent( words_ ).helper();
       if( words_.accept( "router" ) )
-         return helper->routerMacAddr();
+         return known( helper->routerMacAddr(), "router MAC; set routerMacAddr" );
       if( words_.accept( "virtual-router" ) )
-         return helper->virtualRouterMacAddr();
+         return known(
+            helper->virtualRouterMacAddr(), "virtual router MAC; set virtualRouterMacAddr" );
       return words_.value<EthAddr>( what );
+   }
+
+   EthAddr known( const EthAddr& mac, const std::string& what ) const
+   {
+      if( mac.isZero() )
+         words_.fail( "the helper has no " + what );
+      return mac;
    }
 
    static Tins::HWAddress<6> tinsMac( const EthAddr& mac ) { return { mac.bytes().data() }; }
@@ -257,7 +265,7 @@ class FrameBuilder
          frame_ /= udp;
          return;
       }
-      const U32 vni = words_.value<U32>( "a VXLAN network identifier" );
+      const U32 vni = takeVni( words_ );
       udp.dport( Sim::udpPortVxlan );
       Bytes payload{ 0x08, 0, 0, 0, static_cast<U8>( vni >> 16 ), static_cast<U8>( vni >> 8 ),
          static_cast<U8>( vni ), 0 };
@@ -270,10 +278,7 @@ class FrameBuilder
    {
       do {
          Tins::MPLS label;
-         const U32 number = words_.value<U32>( "a label" );
-         if( number > 0xFFFFF )
-            words_.fail( "labels are 0 to 1048575, not " + std::to_string( number ) );
-         label.label( number );
+         label.label( takeLabel( words_, "a label" ) );
          label.ttl( words_.accept( "ttl" ) ? words_.value<U8>( "a TTL" ) : U8{ 64 } );
          frame_ /= label;
       } while( words_.accept( "mpls" ) );

@@ -1,6 +1,7 @@
 // Packets of a session: the engine that forwards them, the last one, and who writes them to files.
 #pragma once
 
+#include "platform/runtime/Clock.h"
 #include "sim/packet/PacketEngine.h"
 
 #include <map>
@@ -19,7 +20,8 @@ struct LastPacket
 class PacketDesk
 {
  public:
-   explicit PacketDesk( Sim::SimSwitch& hardware );
+   /// What is captured has the clock's times.
+   PacketDesk( Sim::SimSwitch& hardware, const Vormel::Clock& clock );
    PacketDesk( const PacketDesk& ) = delete;
    PacketDesk& operator=( const PacketDesk& ) = delete;
    ~PacketDesk();
@@ -32,7 +34,7 @@ class PacketDesk
    void lastIs( LastPacket last ) { last_.emplace( std::move( last ) ); }
 
    /// What leaves by the port from now on, or goes to the unit's CPU, is written to a pcap file.
-   /// ValueError when it cannot be.
+   /// ValueError when it cannot be, is already, or the file is in use.
    void capturePort( Sim::PortRef port, const std::string& file );
    void captureCpu( U32 unit, const std::string& file );
    /// Closes all files.
@@ -41,9 +43,11 @@ class PacketDesk
  private:
    class File;
 
+   std::unique_ptr<File> opened( const std::string& file ) const;
    void write( const Sim::Verdict& verdict );
 
    Sim::PacketEngine engine_;
+   const Vormel::Clock& clock_;
    std::optional<LastPacket> last_;
    std::map<Sim::PortRef, std::unique_ptr<File>> ports_;
    std::map<U32, std::unique_ptr<File>> cpus_;

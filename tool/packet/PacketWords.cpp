@@ -73,6 +73,36 @@ U16 takeVlanId( Words& words )
    return vlanId;
 }
 
+U32 takeVni( Words& words )
+{
+   const U32 vni = words.value<U32>( "a VXLAN network identifier" );
+   if( vni > 0xFFFFFF )
+      words.fail( "VXLAN network identifiers are 0 to 16777215, not " + std::to_string( vni ) );
+   return vni;
+}
+
+U32 takeLabel( Words& words, std::string_view what )
+{
+   const U32 label = words.value<U32>( what );
+   if( label > 0xFFFFF )
+      words.fail( "labels are 0 to 1048575, not " + std::to_string( label ) );
+   return label;
+}
+
+PortRef takePortOrLag( Session& session, Words& words )
+{
+   const Word* const next = words.peek();
+   const auto lag = next ? Vormel::IntfId::parse( next->text ) : std::nullopt;
+   if( !lag || !lag->isPortChannel() )
+      return takePort( session, words );
+   words.take( {} );
+   const auto scsd = session.agent( words ).hardware().scsd();
+   for( const auto& member : scsd->lagMembers( *lag ) )
+      if( const StrataPort at = scsd->strataIntfToPort( member ) )
+         return { at.unit(), at.logicalPort() };
+   words.fail( lag->toString() + " has no member with a port" );
+}
+
 Sim::IpAddress takeAddress( Words& words, std::string_view what )
 {
    const Word& word = words.take( what );
@@ -109,7 +139,7 @@ Sim::NextHop takeNextHop( Session& session, Words& words )
          words.fail( "there is no tunnel '" + nextHop.tunnel + "'; make it first" );
    } else {
       nextHop.kind = Sim::NextHop::Kind::port;
-      nextHop.port = takePort( session, words );
+      nextHop.port = takePortOrLag( session, words );
    }
    words.expect( "mac" );
    nextHop.mac = words.value<Vormel::EthAddr>( "the next hop's MAC address" );

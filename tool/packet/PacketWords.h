@@ -25,6 +25,14 @@ Sim::NextHop takeNextHop( Session& session, Words& words );
 Sim::IpAddress takeAddress( Words& words, std::string_view what );
 Sim::IpPrefix takePrefix( Words& words );
 U16 takeVlanId( Words& words );
+/// A VXLAN network identifier, 24 bits.
+U32 takeVni( Words& words );
+/// An MPLS label, 20 bits.
+U32 takeLabel( Words& words, std::string_view what );
+
+/// Takes a port, or a LAG, which stands for its first member with a port: what is forwarded there leaves
+/// by the first member that may send.
+Sim::PortRef takePortOrLag( Session& session, Words& words );
 
 /// Takes `in PORT|higig [unit N]`, then the frame, to the end of the line.
 Sim::Arrival takeArrival( Session& session, Words& words );
