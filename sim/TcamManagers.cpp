@@ -175,9 +175,8 @@ int SimTcamEntryManager::qualified(
                "entry " + std::to_string( entryId ) + " is not claimed on the unit", call, unit );
          return SdkCode::NotFound;
       }
-      if( profile_.acl && qualifier.role != Qualifier::InPortsClass &&
-          qualifier.role != Qualifier::OutPortsClass )
-         return SdkCode::Unavail; // no port bitmap in the key
+      if( profile_.acl && qualifier.role == Qualifier::InPorts )
+         return SdkCode::Unavail; // no port bitmap in the key; the others go by port classes
       entry->claim.qualifierIs( qualifier );
       return SdkCode::None;
    };

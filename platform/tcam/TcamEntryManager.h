@@ -50,7 +50,8 @@ class VORMEL_EXPORT StrataTcamEntryManager : public Vormel::Entity
    /// port when `ingress` is false.
    virtual int qualifyPortsClassId(
       U32 unit, U32 entryId, const PortBitmap& ports, bool ingress ) = 0;
-   /// Qualifies: arrived on one of `ports` less `port`, so has not been through `port` yet.
+   /// Qualifies: arrived on one of `ports` less `port`, so has not been through `port` yet. In groups
+   /// without a port bitmap in their key, through a port class.
    virtual int addOutLoopbackPortForEntry(
       U32 unit, U32 entryId, int port, const PortBitmap& ports ) = 0;
 

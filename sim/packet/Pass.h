@@ -76,6 +76,7 @@ class Pass
 
    // PassRoute.cpp
    bool routes();
+   bool endsTunnelOnly() const;
    std::string whyNotRouted() const;
    void route();
    bool badHeader();

@@ -76,16 +76,18 @@ void Pass::depart( PortRef port, U16 vlanId, const Frame& frame, const std::stri
 void Pass::leave( PortRef port, Refusals& refusals )
 {
    const U16 vlanId = egressVlan();
-   if( port.unit == arrival_.port.unit && view_.isInternal( port ) ) {
-      note( "egress", [ & ] { return "once more through " + view_.portName( port ); } );
-      result_.again.push_back( { port, retagged( rewritten(), VlanTag{ vlanId, priority_ } ) } );
-      return;
-   }
    const bool bridgedBack =
       !nextHop_ && terminated_.empty() && !arrival_.higig &&
       ( port == arrival_.port || std::ranges::any_of( view_.lags(), [ & ]( const Lag& lag ) {
          return cameInBy( lag ) && lag.has( port );
       } ) );
+   if( !bridgedBack && port.unit == arrival_.port.unit && view_.isInternal( port ) ) {
+      note( "egress", [ & ] { return "once more through " + view_.portName( port ); } );
+      result_.again.push_back( { .port = port,
+         .frame = retagged( rewritten(), VlanTag{ vlanId, priority_ } ),
+         .source = StationKey{ domain_, headers().srcMac } } );
+      return;
+   }
    const std::string reason = bridgedBack ? "it came in there" : refusal( port, vlanId );
    if( reason.empty() )
       depart( port, vlanId, rewritten() );
@@ -97,6 +99,7 @@ void Pass::enterTunnel( const std::string& name, Refusals& refusals )
 {
    const auto at = tables().tunnels.find( name );
    const VlanProperties& vlan = tables().vlan( egressVlan() );
+   NextHop underlay;
    std::string reason;
    if( at == tables().tunnels.end() || !vlan.vni || !vlan.tunnels.contains( name ) )
       reason = format( "does not extend VLAN %d", U32{ egressVlan() } );
@@ -104,11 +107,13 @@ void Pass::enterTunnel( const std::string& name, Refusals& refusals )
       reason = "the chip does not encapsulate in the pass that routes";
    else if( !nextHop_ && !terminated_.empty() )
       reason = "it came out of a tunnel";
-   else
-      reason = refusal( at->second.underlay.port, at->second.underlay.vlanId );
+   else {
+      underlay = at->second.underlay;
+      underlay.port = memberThatSends( underlay.port, underlay.vlanId );
+      reason = refusal( underlay.port, underlay.vlanId );
+   }
    if( !reason.empty() )
       return add( refusals[ reason ], "tunnel " + name );
-   const NextHop& underlay = at->second.underlay;
    const Frame outer = encapsulated(
       retagged( rewritten(), std::nullopt ), { underlay.mac, routerMac( underlay.vlanId ),
                                                 at->second.local, at->second.remote, *vlan.vni } );

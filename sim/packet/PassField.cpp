@@ -194,9 +194,12 @@ void Pass::act( const FieldGroup& group, U32 id )
 void Pass::act( const FieldActionData& action, const std::string& entry )
 {
    const U32 unit = arrival_.port.unit;
+   // Several ports are a flood, and internal ports are outside all floods; alone, one is meant.
    const auto withPorts = [ & ]( Destination destination ) {
+      const bool flood = action.ports.count() > 1;
       for( const U32 port : action.ports )
-         destination.ports.push_back( { unit, port } );
+         if( !flood || !view_.isInternal( { unit, port } ) )
+            destination.ports.push_back( { unit, port } );
       return destination;
    };
    switch( action.role ) {

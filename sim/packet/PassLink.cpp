@@ -29,11 +29,11 @@ bool Pass::link()
       drop( format( "there is no VLAN %d", U32{ vlanId_ } ) );
       return false;
    }
-   if( arrival_.higig || !view_.isFrontPanel( arrival_.port ) )
+   if( arrival_.higig || !view_.isFrontPanel( arrival_.port ) || view_.isInternal( arrival_.port ) )
       return true;
    if( !chip_.activePorts().contains( arrival_.port.port ) )
       drop( view_.portName( arrival_.port ) + " is down" );
-   else if( !vlan->members.contains( arrival_.port.port ) && !view_.isInternal( arrival_.port ) )
+   else if( !vlan->members.contains( arrival_.port.port ) )
       drop(
          format( "%s is no member of VLAN %d", view_.portName( arrival_.port ), U32{ vlanId_ } ) );
    if( !drop_.empty() )
@@ -191,7 +191,7 @@ void Pass::thin( Destination& destination, U16 vlanId ) const
    std::vector<PortRef>& ports = destination.ports;
    std::erase_if( ports, [ & ]( PortRef port ) { return view_.isInternal( port ); } );
    for( const Lag& lag : view_.lags() ) {
-      if( cameInBy( lag ) )
+      if( vlanId == domain_ && cameInBy( lag ) )
          continue; // all are refused alike
       const auto sender = std::ranges::find_if( lag.ports, [ & ]( PortRef port ) {
          return std::ranges::find( ports, port ) != ports.end() && refusal( port, vlanId ).empty();
@@ -272,7 +272,7 @@ void Pass::bridge()
          destination_.text );
    } );
    const auto& ip = headers().ip;
-   if( ip && ip->protocol == ipProtocolIgmp &&
+   if( drop_.empty() && ip && ip->protocol == ipProtocolIgmp &&
        IpPrefix{ IpAddress::v4( 0xE0000000 ), 24 }.contains( ip->destination ) &&
        control( SwitchControl::IgmpReservedMcastEnable ) != 0 )
       askCpu( "IGMP to a reserved group (IgmpReservedMcastEnable)" );
@@ -285,12 +285,13 @@ void Pass::bridge()
 void Pass::learn()
 {
    const EthAddr& mac = headers().srcMac;
+   const StationKey key{ domain_, mac };
+   // Where it came in by is known since the pass before; it has not moved to an internal port.
    const bool unusable =
-      mac.isMulticast() || mac.isZero() || arrival_.higig || fromCpu() ||
+      mac.isMulticast() || mac.isZero() || arrival_.higig || fromCpu() || arrival_.source == key ||
       ( view_.isInternal( arrival_.port ) && !view_.isLoopback( arrival_.port ) );
    if( unusable || doNotLearn_ || stp_ == StpState::blocking )
       return;
-   const StationKey key{ domain_, mac };
    Station::Place place = arrival_.port;
    if( !terminated_.empty() )
       place = Station::Tunnel{ terminated_ };

@@ -23,6 +23,12 @@ bool Pass::exception( SwitchControl which, const std::string& reason )
    return true;
 }
 
+/// What was in the tunnel is for another pass.
+bool Pass::endsTunnelOnly() const
+{
+   return !terminated_.empty() && !attributes().vxlanRoutingInOnePass;
+}
+
 /// Empty when packets of this family to a router MAC are routed here.
 std::string Pass::whyNotRouted() const
 {
@@ -30,13 +36,13 @@ std::string Pass::whyNotRouted() const
    const ChipVlan* const vlan = view_.vlan( arrival_.port.unit, domain_ );
    if( !terminates( v6 ? MemoryField::Ipv6Termination : MemoryField::Ipv4Termination ) )
       return std::string( "the my-station entry does not terminate " ) + ( v6 ? "IPv6" : "IPv4" );
-   if( !terminated_.empty() && !attributes().vxlanRoutingInOnePass )
+   if( endsTunnelOnly() )
       return "the chip does not route in the pass that ends a tunnel";
    const auto& portControls = chip_.portControls();
    const auto at = portControls.find(
       { static_cast<int>( arrival_.port.port ), v6 ? PortControl::IP6 : PortControl::IP4 } );
    if( !arrival_.higig && view_.isFrontPanel( arrival_.port ) &&
-       ( at == portControls.end() || at->second == 0 ) )
+       !view_.isInternal( arrival_.port ) && ( at == portControls.end() || at->second == 0 ) )
       return std::string( v6 ? "IPv6" : "IPv4" ) + " is not enabled on the port";
    if( control( SwitchControl::L3EgressMode ) == 0 )
       return "L3EgressMode is 0: the chip does not use its routes";
@@ -53,7 +59,8 @@ bool Pass::routes()
       return false;
    if( !headers().mpls.empty() && terminates( MemoryField::MplsTermination ) ) {
       settled_ = true;
-      switchLabel();
+      if( !endsTunnelOnly() )
+         switchLabel();
       return false;
    }
    if( headers().arp && terminates( MemoryField::ArpRarpTermination ) ) {
@@ -274,7 +281,7 @@ void Pass::routeMulticast()
    packetResult_ = PacketResult::L3MCKNOWN;
    if( ip.ttl > 1 )
       destination_.routedInto = route->second;
-   else if( control( SwitchControl::IpmcTtl1ToCpu ) != 0 )
+   else if( drop_.empty() && control( SwitchControl::IpmcTtl1ToCpu ) != 0 )
       askCpu( format( "multicast with TTL %d (IpmcTtl1ToCpu)", U32{ ip.ttl } ) );
    note( "route", [ & ] {
       return ip.destination.toString() + " is routed" +

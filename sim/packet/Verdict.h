@@ -16,7 +16,8 @@ struct Arrival
 {
    PortRef port;
    Frame frame;
-   bool higig = false; // by the stack link of the unit; the port says nothing then
+   bool higig = false;                 // by the stack link of the unit; the port says nothing then
+   std::optional<StationKey> source{}; // as the pass before has met it, when this is a further one
 };
 
 struct Departure

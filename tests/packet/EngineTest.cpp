@@ -95,7 +95,10 @@ TEST_F( EngineTest, ALoopIsReportedLoudly )
    loopback.add( 258 );
    main.find( id )->claim.actionIs( { .role = FieldAction::RedirectPbmp, .ports = loopback } );
    main.install( id );
-   run( "expect error \"the packet loops\" packet in Ethernet1 dmac 00:00:00:00:77:77 ipv4" );
+   // What is bridged does not leave where it came in; what is routed to the router goes on.
+   EXPECT_EQ( outcome( send( "in Ethernet1 dmac 00:00:00:00:77:77 ipv4" ) ), "none x2" );
+   run( "route 10.8.0.0/16 via Ethernet4 mac 02:00:a1:00:00:01 vlan 20\n"
+        "expect error \"the packet loops\" packet in Ethernet1 dmac router ipv4 dst 10.8.0.1" );
    EXPECT_EQ( session.failures(), 0u );
    EXPECT_TRUE( last().loops );
    EXPECT_EQ( last().passes.size(), Sim::maxPasses );
@@ -111,6 +114,25 @@ TEST_F( EngineTest, NoFloodUsesAPortThatTheAgentTookForRecirculation )
    EXPECT_EQ( last().cpuCopies().front()->frame.headers().tag->vlanId, 20 );
    run( "l2mcast 60 Ethernet5 Ethernet6\nmac 01:00:5e:01:01:01 vlan 20 group 60" );
    EXPECT_EQ( outcome( send( "in Ethernet4 dmac 01:00:5e:01:01:01 ipv4" ) ), "E5" );
+}
+
+TEST_F( EngineTest, TheWayOutOfATunnelAndBackTakesTwoPassesEach )
+{
+   bringUp( "register" );
+   run( "route 10.11.0.0/16 via tunnel T mac 00:00:00:00:09:10 vlan 30" );
+   const std::string back = "in Ethernet1 dmac router ipv4 dst 10.11.0.1";
+   EXPECT_EQ( outcome( send( "in Ethernet8 dmac router ipv4 src 192.0.2.2 dst 192.0.2.1 udp vxlan "
+                             "5030 dmac router smac 00:00:00:00:09:10 ipv4 dst 10.2.0.1" ) ),
+      "E4 x2" );
+   EXPECT_EQ( outcome( send( back ) ), "E8 x2" );
+   EXPECT_EQ( outcome( send( back ) ), "E8 x2" );
+}
+
+TEST_F( EngineTest, APortThatTheAgentTookTakesNoShareOfRoutedFloods )
+{
+   bringUp( "register with lbViaRecircOnly" );
+   run( "set recircStatus.recircPort[0] 6" );
+   EXPECT_EQ( outcome( send( "in Ethernet1 dmac router ipv4 dst 10.4.0.1" ) ), "E4 E5" );
 }
 
 TEST_F( EngineTest, OneLiveMemberOfALagSends )
@@ -134,6 +156,32 @@ TEST_F( EngineTest, OneLiveMemberOfALagSends )
    EXPECT_EQ( outcome( send( "in Ethernet1" + station ) ), "E2" );
    EXPECT_EQ( outcome( send( "in Ethernet1 dmac router ipv4 dst 10.5.0.1" ) ), "E6" );
    EXPECT_EQ( outcome( send( "in Ethernet4" + broadcast ) ), "E6 cpu:0" );
+}
+
+TEST_F( EngineTest, OneMemberOfALagSendsForRoutedMulticastAndTunnels )
+{
+   bringUp( "hsdk" );
+   run(
+      "lag Port-Channel1 Ethernet2-3\nvlan 20 svi members Ethernet2-5\nmroute 239.1.1.1 vlan 20\n"
+      "call handleVlanRoutingState 10 ip4,ip6,mcast\n"
+      "lag Port-Channel2 Ethernet6 Ethernet8\nvlan 100 svi members Ethernet6 Ethernet8\n"
+      "tunnel T local 192.0.2.1 remote 192.0.2.2 via Port-Channel2 mac 00:00:00:00:08:08 vlan 100" );
+   // Back by the LAG that it came from: it is routed.
+   EXPECT_EQ(
+      outcome( send( "in Ethernet2 dmac 01:00:5e:01:01:01 ipv4 dst 239.1.1.1" ) ), "E1 E2 E4 E5" );
+   EXPECT_EQ( outcome( send( "in Ethernet1 dmac router ipv4 dst 10.9.0.1" ) ), "E6" );
+   run( "unit 0 port 6 down" );
+   EXPECT_EQ( outcome( send( "in Ethernet1 dmac router ipv4 dst 10.9.0.1" ) ), "E8" );
+}
+
+TEST_F( EngineTest, ABlockedPortGivesControlsNothingToCopy )
+{
+   bringUp( "register" );
+   run( "stp Ethernet1 blocking\nmroute 239.1.1.1 vlan 20\n"
+        "call handleVlanRoutingState 10 ip4,ip6,mcast" );
+   for( const char* const packet : { "dmac 01:00:5e:00:00:01 ipv4 dst 224.0.0.1 igmp",
+           "dmac 01:00:5e:01:01:01 ipv4 dst 239.1.1.1 ttl 1" } )
+      EXPECT_EQ( outcome( send( std::string( "in Ethernet1 " ) + packet ) ), "none" ) << packet;
 }
 
 TEST_F( EngineTest, OfTwoRedirectsTheFirstStandsAndPolicyRoutingsBeforeAll )

@@ -24,6 +24,9 @@ struct Proof
    "set mlagHwStatus.peerMacRoutingSupported true\n" \
    "call handlePeerMacArpRedirect 02:00:a1:00:00:02 " link " true\n" \
    "call handlePeerMacRouting 02:00:a1:00:00:02 true"
+// A port that carries nobody's cable, taken for recirculation.
+#define SPARE_PORT \
+   "no interface Ethernet6\nset recircStatus.recircPort[0] 6\ncall handleTcamEntryL3Recirc true"
 #define ALL "hsdk;register;fabric-vfi;acl"
 
 const Proof proofs[] = {
@@ -42,6 +45,8 @@ const Proof proofs[] = {
       "pbr flood to 10.2.0.0/16 via flood mac 00:00:00:00:04:04 vlan 20" },
    { "vlanFloodingVxlan", "register", "in Ethernet1 dmac router ipv4 dst 10.7.0.1", "E7 E8 x2",
       "E7", "set recircStatus.recircPort[0] 259\ncall handleTcamEntryVlanFloodVxlan true" },
+   { "vlanFloodingVxlan", "register", "in Ethernet1 dmac router ipv4 dst 10.7.0.1",
+      "E7 E8 +loopback x2", "E7" },
    { "vxlanEncapFlooding", "hsdk", "in Ethernet1 dmac router ipv4 dst 10.7.0.1", "E7 E8", "none" },
    { "vxlanEncapFlooding", "register", "in Ethernet1 dmac router ipv4 dst 10.7.0.1", "E7", "none",
       "", "vlanFloodingVxlan" },
@@ -61,6 +66,13 @@ const Proof proofs[] = {
       "E5 +loopback", "mac 00:00:00:00:04:04 vlan 20 Ethernet5" },
    { "l3RecircAfterDecap", "register", TUNNEL "dmac router ipv4 dst 10.2.0.1", "E4 x2", "cpu:28",
       "set recircStatus.recircPort[0] 259\ncall handleTcamEntryL3Recirc true" },
+   { "l3RecircAfterDecap", "register", TUNNEL "dmac router ipv4 dst 10.2.0.1", "E4 x2", "cpu:28" },
+   { "l3RecircAfterDecap", "register;acl with vxlanSupported",
+      TUNNEL "dmac router ipv4 dst 10.2.0.1", "E4 x2", "cpu:28", SPARE_PORT },
+   { "l3RecircAfterDecap", "register", TUNNEL "dmac router mpls 100 ipv4", "E5 x2", "cpu:28",
+      "mpls 100 pop via Ethernet5 mac 00:00:00:00:05:05 vlan 20\ncall handleMplsRouting true" },
+   { "mplsPkt", "register", TUNNEL "dmac router mpls 100 ipv4", "none x2", "cpu:0 x2",
+      "mpls 100 pop via Ethernet5 mac 00:00:00:00:05:05 vlan 20" },
    { "l3RecircForEncap", "register", "in Ethernet1 dmac router ipv4 dst 10.9.0.1", "E8 x2",
       "none" },
 
@@ -266,6 +278,7 @@ const Proof proofs[] = {
 
 #undef TUNNEL
 #undef PEER
+#undef SPARE_PORT
 #undef VIRTUAL_TUNNEL
 #undef ALL
 
