@@ -86,6 +86,8 @@ void RoutingStatusHelper::handleRouting( bool enable, bool enable6 )
 
 void RoutingStatusHelper::noteIpOptionsProfile( U32 unit, S32 profile )
 {
+   if( profile == noIpOptionsProfile )
+      return; // the unit has none; what other units have is still to be destroyed
    if( ipOptionsProfile() != noIpOptionsProfile && ipOptionsProfile() != profile )
       VORMEL_TRACE( routingTrace, 2,
          "handleRouting: unit " << unit << " has IPv4 options profile " << profile << ", not "

@@ -140,7 +140,8 @@ class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
    /// The same controls for the port of an interface; the interface must have a port.
    void programSwitchCtrlPortSet( IntfId intf );
 
-   // Routing per VLAN (VlanRouting.cpp). VLAN ids are 1 to 4094; ValueError for others.
+   // Routing per VLAN (VlanRouting.cpp). VLAN ids are 1 to 4094. Where state is kept per VLAN, others are a
+   // ValueError; handleVlanRoutingState keeps none and hands the SDK the low 16 bits.
 
    /// Rewrites the VLAN's routing flags on every unit; foreign flags are kept. Keeps no state: the later
    /// writer of a VLAN's flags wins.

@@ -48,7 +48,6 @@ static void checkVlanId( U32 vlanId )
 
 void RoutingStatusHelper::handleVlanRoutingState( U32 vlanId, RoutingState state )
 {
-   checkVlanId( vlanId );
    VORMEL_TRACE( routingTrace, 4,
       "handleVlanRoutingState, Vlan: " << vlanId << ", routing: " << state.routing
                                        << ", routing6: " << state.routing6

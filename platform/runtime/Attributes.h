@@ -11,6 +11,8 @@
 //                                                                nameDel( key ), nameDelAll()
 //   SCALAR_CHECKED, MAP_CHECKED( ..., check )   `check( value )` or `check( key, value )` may throw
 //                                               ValueError before anything is changed
+//   MAP_REPLACED( ..., check )                  the same; another value for a member is published as its
+//                                               removal and its insertion
 //   SCALAR_STEP, MAP_STEP( ..., step )          `step()` or `step( key )` runs between store and
 //                                               publication. A MAP_STEP's Del tells presence, its
 //                                               DelAll always goes member by member.
@@ -103,7 +105,7 @@
  private: ::Vormel::SlotArray<K, T> name##_;                                                       \
  public:
 
-#define VORMEL_DECLARE_MAP_WITH( number, name, K, T, seed, check, ... )                            \
+#define VORMEL_DECLARE_MAP_READ( number, name, K, T, seed )                                        \
    static constexpr ::Vormel::AttributeNumber name##Number = number;                               \
    using name##Map = ::Vormel::HashMap<K, T, seed>;                                                \
    const name##Map& name() const                                                                   \
@@ -116,14 +118,17 @@
       const T* const member = name().find( key );                                                  \
       return member ? *member : T{};                                                               \
    }                                                                                               \
+ private: name##Map name##_;                                                                       \
+ public:
+
+#define VORMEL_DECLARE_MAP_WITH( number, name, K, T, seed, check, ... )                            \
+   VORMEL_DECLARE_MAP_READ( number, name, K, T, seed )                                             \
    void name##Is( const K& key, const T& value )                                                   \
    {                                                                                               \
       ::Vormel::checkActivityLock( #name );                                                        \
       check;                                                                                       \
       memberIs( number, name##_, key, value __VA_OPT__(, ) __VA_ARGS__ );                          \
-   }                                                                                               \
- private: name##Map name##_;                                                                       \
- public:
+   }
 
 #define VORMEL_DECLARE_MAP_DELS( number, name, K, T )                                              \
    T name##Del( const K& key )                                                                     \
@@ -146,6 +151,16 @@
    VORMEL_DECLARE_MAP_DELS( number, name, K, T )
 #define VORMEL_DECLARE_MAP_CHECKED( number, name, K, T, seed, meaning, by, check )                 \
    VORMEL_DECLARE_MAP_WITH( number, name, K, T, seed, check( key, value ) )                        \
+   VORMEL_DECLARE_MAP_DELS( number, name, K, T )
+#define VORMEL_DECLARE_MAP_REPLACED( number, name, K, T, seed, meaning, by, check )                \
+   VORMEL_DECLARE_MAP_READ( number, name, K, T, seed )                                             \
+   void name##Is( const K& key, const T& value )                                                   \
+   {                                                                                               \
+      ::Vormel::checkActivityLock( #name );                                                        \
+      check( key, value );                                                                         \
+      const ::Vormel::Ref<const Self> keep( references() != 0 ? this : nullptr );                  \
+      memberReplaced( number, name##_, key, value );                                               \
+   }                                                                                               \
    VORMEL_DECLARE_MAP_DELS( number, name, K, T )
 #define VORMEL_DECLARE_MAP_STEP( number, name, K, T, seed, meaning, by, step )                     \
    VORMEL_DECLARE_MAP_WITH(                                                                        \
@@ -185,6 +200,7 @@
 #define VORMEL_NUMBER_ARRAY( number, ... ) number,
 #define VORMEL_NUMBER_MAP( number, ... ) number,
 #define VORMEL_NUMBER_MAP_CHECKED( number, ... ) number,
+#define VORMEL_NUMBER_MAP_REPLACED( number, ... ) number,
 #define VORMEL_NUMBER_MAP_STEP( number, ... ) number,
 
 #define VORMEL_DESCRIBE( kind, ... ) VORMEL_DESCRIBE_##kind( __VA_ARGS__ )
@@ -221,6 +237,7 @@
 #define VORMEL_DESCRIBE_MAP( number, name, K, T, seed, meaning, by, ... )                          \
    VORMEL_DESCRIBE_COLLECTION( number, name, K, T, seed, meaning, by, Map )
 #define VORMEL_DESCRIBE_MAP_CHECKED( ... ) VORMEL_DESCRIBE_MAP( __VA_ARGS__ )
+#define VORMEL_DESCRIBE_MAP_REPLACED( ... ) VORMEL_DESCRIBE_MAP( __VA_ARGS__ )
 #define VORMEL_DESCRIBE_MAP_STEP( ... ) VORMEL_DESCRIBE_MAP( __VA_ARGS__ )
 
 // clang-format on

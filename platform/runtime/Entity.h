@@ -147,6 +147,19 @@ class VORMEL_EXPORT Entity : public Counted, public Publisher
       }
       return old;
    }
+
+   /// The entity must outlive the first of the two notifications.
+   template<class Map, class Key, class T>
+   void memberReplaced( AttributeNumber number, Map& map, const Key& key, const T& value )
+   {
+      const T* const member = map.find( key );
+      if( member && *member == value )
+         return;
+      const Key kept = key; // the caller's key and value may live in the member
+      const T stored = value;
+      memberDel( number, map, kept );
+      memberIs( number, map, kept, stored );
+   }
 };
 
 } // namespace Vormel

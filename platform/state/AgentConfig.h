@@ -20,7 +20,7 @@ constexpr double shortestPollInterval = 0.001;
 #define STRATA_MISC_CONFIG_ATTRIBUTES( ROW ) \
    ROW( SCALAR, 262, l2DualHash, bool, false, "two hash functions for the L2 table", "agent" ) \
    ROW( SCALAR, 263, l3DualHash, bool, false, "two hash functions for the L3 host table", "agent" ) \
-   ROW( MAP_CHECKED, 275, unknownMacDropTrafficClass, U16, bool, 0, "traffic classes 0 to 7 whose packets to unknown MACs are dropped; a member is always true", "agent", checkTrafficClass ) \
+   ROW( MAP_REPLACED, 275, unknownMacDropTrafficClass, U16, bool, 0, "traffic classes 0 to 7 whose packets to unknown MACs are dropped: the members, whatever their value", "agent", checkTrafficClass ) \
    ROW( SCALAR_CHECKED, 276, syslogTimeout, double, 0.0, "seconds between polls of the unknown-MAC drop counters, 0.001 or more; 0 for no polling", "agent", checkSyslogTimeout )
 
 #define STRATA_PBR_INFO_ATTRIBUTES( ROW ) \
@@ -51,7 +51,7 @@ class VORMEL_EXPORT StrataMiscConfig : public Vormel::Entity
    VORMEL_ENTITY( StrataMiscConfig, STRATA_MISC_CONFIG_ATTRIBUTES )
 
  private:
-   static void checkTrafficClass( U16 trafficClass, bool member );
+   static void checkTrafficClass( U16 trafficClass, bool );
    static void checkSyslogTimeout( double seconds );
 };
 

@@ -31,16 +31,12 @@ VORMEL_ENTITY_TYPE( HwStatus, HW_STATUS_ATTRIBUTES )
 VORMEL_ENTITY_TYPE( NexthopStatus, NEXTHOP_STATUS_ATTRIBUTES )
 VORMEL_ENTITY_TYPE( NexthopStatusDir, NEXTHOP_STATUS_DIR_ATTRIBUTES )
 
-void StrataMiscConfig::checkTrafficClass( U16 trafficClass, bool member )
+void StrataMiscConfig::checkTrafficClass( U16 trafficClass, bool )
 {
    if( trafficClass > highestTrafficClass )
       throw Vormel::ValueError( "unknownMacDropTrafficClass: traffic class " +
                                 std::to_string( trafficClass ) + " is out of the range 0 to " +
                                 std::to_string( highestTrafficClass ) );
-   if( !member )
-      throw Vormel::ValueError(
-         "unknownMacDropTrafficClass: a member is always true; remove traffic class " +
-         std::to_string( trafficClass ) + " instead" );
 }
 
 void StrataMiscConfig::checkSyslogTimeout( double seconds )
