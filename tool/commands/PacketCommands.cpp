@@ -95,7 +95,8 @@ void expectDeparts( Session& session, Words& words )
    std::string part;
    if( !words.accept( "none" ) )
       do {
-         wanted.insert( engine.portName( takePort( session, words ) ) );
+         for( const Sim::PortRef port : takePorts( session, words ) )
+            wanted.insert( engine.portName( port ) );
       } while( !words.done() && words.peek()->text != "with" );
    if( words.accept( "with" ) )
       part = words.take( "a part of what leaves" ).text;
@@ -200,7 +201,7 @@ std::vector<Command> packetCommands()
          explainPacket },
       { "capture", "PORT|cpu [unit N] FILE", "write what leaves there to a pcap file", capture },
       { "no capture", "", "close the files", captureEnd },
-      { "expect departs", "PORT...|none [with TEXT]",
+      { "expect departs", "PORTS|none [with TEXT]",
          "the last packet leaves on just these ports, with TEXT in it", expectDeparts, false },
       { "expect cpu", "[none|times N] [queue N] [because TEXT]",
          "the CPU gets the last packet, once unless said otherwise", expectCpu, false },

@@ -3,6 +3,7 @@
 #include "platform/types/IntfId.h"
 #include "sim/ChipProfile.h"
 #include "tool/Command.h"
+#include "tool/InterfaceRange.h"
 #include "tool/Session.h"
 
 #include <array>
@@ -97,40 +98,6 @@ void unitProperty( Session& session, Words& words )
    words.end();
 }
 
-struct InterfaceRange
-{
-   IntfId first;
-   U32 count;
-};
-
-/// "Ethernet1", or "Ethernet1-48".
-InterfaceRange takeInterfaces( Words& words )
-{
-   const std::string text =
-      words.take( "an interface, as in Ethernet1 or Ethernet1-48", "INTERFACE" ).text;
-   const std::size_t dash = text.rfind( '-' );
-   const bool range =
-      dash != text.npos && dash > 0 && text[ dash - 1 ] >= '0' && text[ dash - 1 ] <= '9';
-   const auto first =
-      IntfId::parse( std::string_view( text ).substr( 0, range ? dash : text.npos ) );
-   if( !first || first->empty() )
-      words.fail( "'" + text + "' is not " + std::string( IntfId::valueSyntax ) );
-   if( !range )
-      return { *first, 1 };
-   U32 last = 0;
-   const char* const end = text.data() + text.size();
-   const auto result = std::from_chars( text.data() + dash + 1, end, last );
-   if( result.ec != std::errc() || result.ptr != end || !first->isEthernet() ||
-       first->second() != 0 || last < first->number() )
-      words.fail( "'" + text + "' is not a range of interfaces such as Ethernet1-48" );
-   return { *first, last - first->number() + 1 };
-}
-
-IntfId memberOf( const InterfaceRange& range, U32 index )
-{
-   return index == 0 ? range.first : IntfId::ethernet( range.first.number() + index );
-}
-
 std::optional<ForwardingModel> takeModel( Words& words )
 {
    if( words.done() )
@@ -151,9 +118,9 @@ void addInterfaces( Session& session, Words& words )
    const auto model = takeModel( words );
    words.end();
    for( U32 i = 0; i < range.count; ++i )
-      hardware.checkInterface( memberOf( range, i ), unit, port + static_cast<int>( i ) );
+      hardware.checkInterface( range.at( i ), unit, port + static_cast<int>( i ) );
    for( U32 i = 0; i < range.count; ++i )
-      hardware.addInterface( memberOf( range, i ), unit, port + static_cast<int>( i ), model );
+      hardware.addInterface( range.at( i ), unit, port + static_cast<int>( i ), model );
 }
 
 void removeInterfaces( Session& session, Words& words )
@@ -162,7 +129,7 @@ void removeInterfaces( Session& session, Words& words )
    const InterfaceRange range = takeInterfaces( words );
    words.end();
    for( U32 i = 0; i < range.count; ++i )
-      hardware.removeInterface( memberOf( range, i ) );
+      hardware.removeInterface( range.at( i ) );
 }
 
 void makeLag( Session& session, Words& words )
@@ -177,7 +144,7 @@ void makeLag( Session& session, Words& words )
    while( !atModel() ) {
       const InterfaceRange range = takeInterfaces( words );
       for( U32 i = 0; i < range.count; ++i )
-         members.push_back( memberOf( range, i ) );
+         members.push_back( range.at( i ) );
    }
    const auto model = takeModel( words );
    words.end();

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 
 namespace Strata::Tool {
 
@@ -31,7 +32,7 @@ std::string takeTunnel( Session& session, Words& words )
 }
 
 /// Takes ports up to one of `stops`, or the end.
-std::vector<Sim::PortRef> takePorts(
+std::vector<Sim::PortRef> takePortList(
    Session& session, Words& words, std::span<const std::string_view> stops )
 {
    std::vector<Sim::PortRef> ports;
@@ -39,7 +40,7 @@ std::vector<Sim::PortRef> takePorts(
       return words.done() || std::ranges::find( stops, words.peek()->text ) != stops.end();
    };
    do
-      ports.push_back( takePort( session, words ) );
+      std::ranges::copy( takePorts( session, words ), std::back_inserter( ports ) );
    while( !atStop() );
    return ports;
 }
@@ -50,7 +51,7 @@ constexpr std::array<std::string_view, 10> vlanProperties{ "svi", "no-svi", "dro
 /// The front-panel members are just these; or, of the members, just these are tagged.
 void setMembers( Session& session, Words& words, U16 vlanId, bool tagging )
 {
-   const auto ports = takePorts( session, words, vlanProperties );
+   const auto ports = takePortList( session, words, vlanProperties );
    for( auto& [ unit, chip ] : session.agent( words ).hardware().chips() ) {
       PortBitmap chosen;
       for( const Sim::PortRef port : ports )
@@ -122,7 +123,7 @@ void removeVlan( Session& session, Words& words )
 void setNativeVlan( Session& session, Words& words )
 {
    const U16 vlanId = takeVlanId( words );
-   for( const Sim::PortRef port : takePorts( session, words, {} ) )
+   for( const Sim::PortRef port : takePortList( session, words, {} ) )
       session.packets( words ).tables().nativeVlan[ port ] = vlanId;
 }
 
@@ -172,7 +173,7 @@ void setStp( Session& session, Words& words )
 
 void setOpenFlow( Session& session, Words& words )
 {
-   for( const Sim::PortRef port : takePorts( session, words, {} ) )
+   for( const Sim::PortRef port : takePortList( session, words, {} ) )
       session.packets( words ).tables().openFlowPorts.insert( port );
 }
 
@@ -256,7 +257,8 @@ void setGroup( Session& session, Words& words )
       else if( words.accept( "tunnel" ) )
          group.tunnels.insert( takeTunnel( session, words ) );
       else
-         group.ports.insert( takePort( session, words ) );
+         std::ranges::copy(
+            takePorts( session, words ), std::inserter( group.ports, group.ports.end() ) );
    }
    session.packets( words ).tables().l2Groups[ number ] = group;
 }
@@ -281,15 +283,15 @@ std::vector<Command> tableCommands()
    return {
       { "vlan",
          "ID [svi [mac MAC]|no-svi] [drop-routed] [vxlan VNI TUNNEL...|no-vxlan] [l3-class N] "
-         "[urpf off|loose|strict] [mtu N] [members PORT...] [tagged PORT...]",
+         "[urpf off|loose|strict] [mtu N] [members PORTS] [tagged PORTS]",
          "make a VLAN of all ports on every unit; set its properties", makeVlan },
       { "no vlan", "ID", "remove a VLAN", removeVlan },
-      { "native-vlan", "ID PORT...", "where untagged packets from these ports belong; else 1",
+      { "native-vlan", "ID PORTS", "where untagged packets from these ports belong; else 1",
          setNativeVlan },
       { "mac", "MAC vlan ID PORT|LAG|tunnel NAME|group N", "configure a MAC address", addStation },
       { "no mac", "MAC vlan ID|learned", "forget it, or all that were learned", removeStation },
       { "stp", "PORT forwarding|learning|blocking [vlan ID]", "spanning-tree state", setStp },
-      { "openflow", "PORT...", "packets from these ports are OpenFlow's", setOpenFlow },
+      { "openflow", "PORTS", "packets from these ports are OpenFlow's", setOpenFlow },
       { "route", "PREFIX via NEXTHOP [class N]", "add a route", addRoute },
       { "no route", "PREFIX", "remove a route", removeRoute },
       { "tunnel", "NAME local ADDRESS remote ADDRESS via PORT|LAG mac MAC vlan ID",
@@ -298,7 +300,7 @@ std::vector<Command> tableCommands()
          "policy routing steers what fits; rules are tried by name", addSteering },
       { "no pbr", "NAME", "remove a rule", removeSteering },
       { "mpls", "LABEL swap LABEL|pop via NEXTHOP", "switch by a label", addLabel },
-      { "l2mcast", "GROUP [PORT|tunnel NAME|cpu]...", "set who is in an L2 multicast group",
+      { "l2mcast", "GROUP [PORTS|tunnel NAME|cpu]...", "set who is in an L2 multicast group",
          setGroup },
       { "mroute", "ADDRESS [vlan ID]...", "route an IP multicast group into these VLANs",
          addMcastRoute },

@@ -2,6 +2,7 @@
 
 #include "platform/types/EthAddr.h"
 #include "platform/types/IntfId.h"
+#include "tool/InterfaceRange.h"
 #include "tool/Session.h"
 
 #include <array>
@@ -9,6 +10,7 @@
 namespace Strata::Tool {
 
 using Sim::PortRef;
+using Vormel::IntfId;
 
 namespace {
 
@@ -33,6 +35,16 @@ std::span<const std::string_view> portWords()
    return words;
 }
 
+/// The port of an interface that must have one.
+static PortRef portOf( Session& session, const Words& words, IntfId intf )
+{
+   const StrataPort at = session.agent( words ).hardware().scsd()->strataIntfToPort( intf );
+   if( !at )
+      words.fail( intf.toString() + " has no port; put it on one, as in 'interface " +
+                  intf.toString() + " unit 0 port 1'" );
+   return { at.unit(), at.logicalPort() };
+}
+
 PortRef takePort( Session& session, Words& words )
 {
    Sim::SimSwitch& hardware = session.agent( words ).hardware();
@@ -52,17 +64,52 @@ PortRef takePort( Session& session, Words& words )
       return internal( special.recirculation );
    if( text == "port" )
       return takeNumberedPort( session, words );
-   const auto intf = Vormel::IntfId::parse( text );
+   const auto intf = IntfId::parse( text );
    if( !intf || intf->empty() )
       words.fail( "'" + text + "' is no port; write an interface such as Ethernet1, or one of " +
                   joined( portWords() ) );
    if( intf->isPortChannel() )
       words.fail( text + " is a LAG; packets come in and leave by one of its ports" );
-   const StrataPort at = hardware.scsd()->strataIntfToPort( *intf );
-   if( !at )
-      words.fail(
-         text + " has no port; put it on one, as in 'interface " + text + " unit 0 port 1'" );
-   return { at.unit(), at.logicalPort() };
+   return portOf( session, words, *intf );
+}
+
+/// The ports of a LAG's members, of those that have one.
+static std::vector<PortRef> portsOfLag( Session& session, const Words& words, IntfId lag )
+{
+   const auto scsd = session.agent( words ).hardware().scsd();
+   std::vector<PortRef> ports;
+   for( const auto& member : scsd->lagMembers( lag ) )
+      if( const StrataPort at = scsd->strataIntfToPort( member ) )
+         ports.push_back( { at.unit(), at.logicalPort() } );
+   if( ports.empty() )
+      words.fail( lag.toString() + " has no member with a port" );
+   return ports;
+}
+
+/// The LAG that is the next word, if it is one.
+static std::optional<IntfId> acceptLag( Words& words )
+{
+   const Word* const next = words.peek();
+   const auto lag = next ? IntfId::parse( next->text ) : std::nullopt;
+   if( !lag || !lag->isPortChannel() )
+      return std::nullopt;
+   words.take( {} );
+   return lag;
+}
+
+std::vector<PortRef> takePorts( Session& session, Words& words )
+{
+   if( const auto lag = acceptLag( words ) )
+      return portsOfLag( session, words, *lag );
+   const Word* const next = words.peek();
+   if( !next || !next->text.starts_with( "Ethernet" ) ||
+       next->text.find( '-' ) == std::string::npos )
+      return { takePort( session, words ) };
+   const InterfaceRange range = takeInterfaces( words );
+   std::vector<PortRef> ports;
+   for( U32 i = 0; i < range.count; ++i )
+      ports.push_back( portOf( session, words, range.at( i ) ) );
+   return ports;
 }
 
 U16 takeVlanId( Words& words )
@@ -91,16 +138,8 @@ U32 takeLabel( Words& words, std::string_view what )
 
 PortRef takePortOrLag( Session& session, Words& words )
 {
-   const Word* const next = words.peek();
-   const auto lag = next ? Vormel::IntfId::parse( next->text ) : std::nullopt;
-   if( !lag || !lag->isPortChannel() )
-      return takePort( session, words );
-   words.take( {} );
-   const auto scsd = session.agent( words ).hardware().scsd();
-   for( const auto& member : scsd->lagMembers( *lag ) )
-      if( const StrataPort at = scsd->strataIntfToPort( member ) )
-         return { at.unit(), at.logicalPort() };
-   words.fail( lag->toString() + " has no member with a port" );
+   const auto lag = acceptLag( words );
+   return lag ? portsOfLag( session, words, *lag ).front() : takePort( session, words );
 }
 
 Sim::IpAddress takeAddress( Words& words, std::string_view what )

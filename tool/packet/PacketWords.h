@@ -7,6 +7,7 @@
 #include <optional>
 #include <span>
 #include <string_view>
+#include <vector>
 
 namespace Strata::Tool {
 
@@ -17,6 +18,9 @@ std::span<const std::string_view> portWords();
 
 /// Takes an interface by its name, or `port N`, `cpu`, `loopback`, `recirculation` with `[unit N]`.
 Sim::PortRef takePort( Session& session, Words& words );
+
+/// Takes a word of a list of ports: a port, or `Ethernet1-4`, or a LAG, which stands for all of its ports.
+std::vector<Sim::PortRef> takePorts( Session& session, Words& words );
 
 /// Takes `via PORT mac MAC vlan ID`, `via cpu`, `via flood mac MAC vlan ID` or
 /// `via tunnel NAME mac MAC vlan ID`.
