@@ -77,6 +77,62 @@ Table commandTable( std::string_view start )
    return table;
 }
 
+struct SyntaxWord
+{
+   std::string_view name;
+   std::string_view meaning;
+};
+
+// A meaning may use words that come after it.
+static const SyntaxWord syntaxWords[] = {
+   { "PORTS", "one or more of: PORT, Ethernet1-4, a LAG for all of its ports" },
+   { "NEXTHOP",
+      "PORT|LAG mac MAC vlan ID; cpu; flood mac MAC vlan ID; tunnel NAME mac MAC vlan ID" },
+   { "FRAME", "its layers from the outside in, or 'hex BYTES', or 'pcap FILE [frame N]'\n"
+              "   [dmac MAC|router|virtual-router] [smac MAC] [vlan ID] [priority N], then one of\n"
+              "   ethertype N\n"
+              "   arp request|reply [from IP] [for IP]\n"
+              "   [mpls LABEL [ttl N]]... ipv4 [src IP] [dst IP] [ttl N] [options] [bad-checksum]\n"
+              "   [mpls LABEL [ttl N]]... ipv6 [src IP] [dst IP] [ttl N] [hop-by-hop]\n"
+              "   behind IP: udp|tcp [sport N] [dport N], icmp, igmp, protocol N\n"
+              "   behind udp: vxlan VNI and a frame\n"
+              "   at the end: length N" },
+   { "PORT",
+      "an interface such as Ethernet1, or 'port N', 'cpu', 'loopback', 'recirculation', each with "
+      "[unit N]" },
+   { "OBJECT", "helper, which may be left out, or an input such as scsd, or an interface" },
+   { "PREFIX", "such as 10.1.0.0/16 or 2001:db8::/32" },
+   { "DURATION", "such as 250ms, 5s or 2m" },
+   { "HANDLE", "a trace handle such as ApiStrata; * stands for any part of a name" },
+};
+
+static bool hasWord( std::string_view text, std::string_view word )
+{
+   const auto capital = [ & ]( std::size_t at ) {
+      return at < text.size() && text[ at ] >= 'A' && text[ at ] <= 'Z';
+   };
+   for( std::size_t at = text.find( word ); at != text.npos; at = text.find( word, at + 1 ) )
+      if( !capital( at - 1 ) && !capital( at + word.size() ) )
+         return true;
+   return false;
+}
+
+Table helpTable( std::string_view start )
+{
+   Table table = commandTable( start );
+   std::string syntax;
+   for( const Command& command : commands() )
+      if( command.name.starts_with( start ) )
+         syntax += std::string( command.syntax ) + ' ';
+   table.section( "Words" );
+   for( const auto& [ name, meaning ] : syntaxWords )
+      if( hasWord( syntax, name ) ) {
+         syntax += meaning;
+         table.row( { std::string( name ) + "\n   " + std::string( meaning ) } );
+      }
+   return table;
+}
+
 const std::vector<NamedType>& namedTypes()
 {
    static const std::vector<NamedType> types{ { "helper", &RoutingStatusHelper::type() },

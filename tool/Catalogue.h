@@ -15,6 +15,8 @@ namespace Strata::Tool {
 Table attributeTable( const Vormel::EntityType& type );
 /// The commands whose names start with this.
 Table commandTable( std::string_view start );
+/// The same, and what stands for the words in capitals that need it.
+Table helpTable( std::string_view start );
 Table operationTable( const Vormel::EntityType& type );
 
 /// The types of the objects that a scenario can name, with those names.

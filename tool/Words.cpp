@@ -115,6 +115,22 @@ void Words::offer( std::string_view word )
       offers_->emplace( word );
 }
 
+void Words::offerAlternatives( std::string_view expected )
+{
+   constexpr std::string_view between = " or ";
+   std::vector<std::string_view> names;
+   for( std::size_t end = 0; end != expected.npos; ) {
+      end = expected.find( between );
+      names.push_back( expected.substr( 0, end ) );
+      if( names.back().find( ' ' ) != expected.npos )
+         return;
+      expected.remove_prefix( end == expected.npos ? expected.size() : end + between.size() );
+   }
+   if( names.size() > 1 )
+      for( const std::string_view name : names )
+         offer( name );
+}
+
 const Word& Words::take( std::string_view what, std::string_view kind )
 {
    if( !kind.empty() )

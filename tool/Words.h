@@ -9,7 +9,6 @@
 #include "platform/runtime/Types.h"
 #include "platform/runtime/Value.h"
 
-#include <concepts>
 #include <set>
 #include <span>
 #include <stdexcept>
@@ -85,6 +84,8 @@ class Words
    void offersTo( std::set<std::string>& offers ) { offers_ = &offers; }
    /// Something that could stand where the cursor is.
    void offer( std::string_view word );
+   /// The words of "bridged or routed"; what is expected may also be "a number", which is none.
+   void offerAlternatives( std::string_view expected );
 
    /// Takes the next word if it is `keyword`.
    bool accept( std::string_view keyword );
@@ -97,9 +98,7 @@ class Words
    template<class T>
    T value( std::string_view what )
    {
-      if constexpr( std::same_as<T, bool> )
-         for( const std::string_view truth : { "true", "false" } )
-            offer( truth );
+      offerAlternatives( Vormel::ValueTraits<T>::expected() );
       const Word& word = take( what );
       const auto parsed = Vormel::ValueTraits<T>::from( Vormel::Value( word.text ) );
       if( !parsed )

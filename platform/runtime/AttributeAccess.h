@@ -81,6 +81,8 @@ class ScalarAttribute final : public Attribute
         set_( set )
    {}
 
+   std::string expected() const override { return ValueTraits<T>::expected(); }
+
    Value converted( const Value& value ) const override
    {
       return valueOf<T>( convertedTo<T>( value, info().name, "value" ) );
@@ -153,6 +155,8 @@ class CollectionAttribute final : public Attribute
       : Attribute( info ),
         access_( access )
    {}
+
+   std::string expected() const override { return ValueTraits<T>::expected(); }
 
    Value converted( const Value& value ) const override
    {

@@ -52,6 +52,8 @@ class VORMEL_EXPORT Attribute
 
    const AttributeInfo& info() const { return info_; }
 
+   /// What a value must be: "true or false", "bridged or routed", "a number from 0 to 255".
+   virtual std::string expected() const = 0;
    /// The value in the attribute's type, as a write would take it.
    virtual Value converted( const Value& value ) const = 0;
    /// The key likewise; a field or scalar has none.

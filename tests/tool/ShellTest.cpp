@@ -21,13 +21,14 @@ using testing::Not;
 TEST( Shell, ALineThatCannotBeRunIsReportedAndTheNextOneTaken )
 {
    const Outcome outcome = runLine( { "shell" },
-      "switch hsdk\n\n# nothing\ncall ini true true\nhelp vlan\nhelp nonsense\ncall init true true\n"
+      "switch hsdk\n\n# nothing\ncall ini true true\nhelp vlan\nhelp route\nhelp nonsense\ncall init true true\n"
       "expect entry vlanFlooding installed\nquit\nexpect entry vlanFlooding absent\n" );
    EXPECT_EQ( outcome.status, 2 );
    EXPECT_THAT( outcome.err, HasSubstr( "shell:4:6: " ) );
    EXPECT_THAT( outcome.err, HasSubstr( "did you mean 'init'?" ) );
    EXPECT_THAT( outcome.err, HasSubstr( "there is no command 'nonsense'" ) );
    EXPECT_THAT( outcome.out, HasSubstr( "make a VLAN of all ports" ) );
+   EXPECT_THAT( outcome.out, HasSubstr( "NEXTHOP\n     PORT|LAG mac MAC vlan ID; cpu; " ) );
    EXPECT_THAT( outcome.out, HasSubstr( "held    expect entry vlanFlooding installed" ) );
    EXPECT_THAT( outcome.out, Not( HasSubstr( "absent" ) ) );
    EXPECT_EQ(
@@ -81,7 +82,12 @@ TEST( Completion, KnowsCommandsAndWhatTheyAskFor )
    EXPECT_THAT( can( "interface Ethernet1 unit " ), ElementsAre( "0" ) );
    EXPECT_THAT( can( "unit 0 port 1 do" ), ElementsAre( "down" ) );
    EXPECT_THAT( can( "set useLb " ), ElementsAre( "false", "true" ) );
+   EXPECT_THAT(
+      can( "set Ethernet1.forwardingModel " ), ElementsAre( "bridged", "routed", "unknown" ) );
+   EXPECT_THAT( can( "expect attribute Ethernet1.forwardingModel r" ), ElementsAre( "routed" ) );
+   EXPECT_THAT( can( "set miscConfig.syslogTimeout " ), IsEmpty() );
    EXPECT_THAT( can( "call l3Init " ), ElementsAre( "false", "true" ) );
+   EXPECT_THAT( can( "call handleTcamEntryArpReplyToCpu b" ), ElementsAre( "bridgeMac" ) );
    EXPECT_THAT( can( "expect dead \"API\" call l3" ), ElementsAre( "l3Init" ) );
    EXPECT_THAT( can( "show en" ), ElementsAre( "entries" ) );
    EXPECT_THAT( can( "show entries --" ), ElementsAre( "--json" ) );

@@ -97,7 +97,7 @@ class Shell : public Subcommand
       std::string start;
       for( std::size_t i = 1; i < line.words.size(); ++i )
          start += ( i == 1 ? "" : " " ) + line.words[ i ].text;
-      const Table table = commandTable( start );
+      const Table table = helpTable( start );
       if( table.empty() )
          throw InputError( line, line.words[ 1 ].column, line.words[ 1 ].width,
             "there is no command '" + start + "'; 'help' lists them all" );

@@ -39,8 +39,11 @@ std::string membersText( const Agent& agent, const AttributePath& path )
 /// Takes a value that the attribute could have, in the attribute's own spelling; objects go by their names.
 std::string takeExpected( const Agent& agent, Words& words, const AttributePath& path )
 {
-   const std::string text = words.take( "a value" ).text;
    const bool collection = !path.attribute->info().keyType.empty();
+   words.offerAlternatives( path.attribute->expected() );
+   if( collection )
+      words.offer( absent );
+   const std::string text = words.take( "a value" ).text;
    if( collection && text == absent )
       return text;
    if( collection && !path.key )

@@ -9,9 +9,9 @@ namespace Strata::Tool {
 
 namespace {
 
-/// "5s", "250ms", "2m", in seconds.
-constexpr double longestAdvance = 366 * 86400.0;
+constexpr double longestAdvance = 366 * 86400.0; // seconds
 
+/// "5s", "250ms", "2m", in seconds.
 double takeDuration( Words& words )
 {
    const std::string text = words.take( "a duration, as in 5s" ).text;

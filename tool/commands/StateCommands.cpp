@@ -17,9 +17,7 @@ using Vormel::Value;
 /// Objects go by their names, everything else by its text form.
 Value takeValue( Session& session, Words& words, const AttributePath& path )
 {
-   if( path.attribute->info().type == "bool" )
-      for( const std::string_view truth : { "true", "false" } )
-         words.offer( truth );
+   words.offerAlternatives( path.attribute->expected() );
    if( !path.attribute->info().type.starts_with( "Ref<" ) )
       return words.take( "a value" ).text;
    if( words.accept( "none" ) )
@@ -71,10 +69,10 @@ Called takeCall( Session& session, Words& words )
    std::vector<Word> arguments;
    while( !words.done() ) {
       const auto& parameters = operation.parameters();
-      if( arguments.size() < parameters.size() &&
-          parameters[ arguments.size() ].ends_with( "true or false" ) )
-         for( const std::string_view truth : { "true", "false" } )
-            words.offer( truth );
+      if( arguments.size() < parameters.size() ) {
+         const std::string_view parameter = parameters[ arguments.size() ]; // "name: expected"
+         words.offerAlternatives( parameter.substr( parameter.find( ": " ) + 2 ) );
+      }
       arguments.push_back( words.take( "an argument" ) );
    }
    std::vector<Value> values;
