@@ -14,3 +14,13 @@ endfunction()
 function( room_target target )
    add_dependencies( ${target} check-layering )
 endfunction()
+
+# precompile_headers( <target> [header]... ): with STRATA_PRECOMPILE, these and what nearly all sources include are
+# compiled once for the target. A release build does without, and so finds what a source forgot to include.
+function( precompile_headers target )
+   if( STRATA_PRECOMPILE )
+      target_precompile_headers( ${target} PRIVATE ${ARGN} platform/runtime/Attributes.h
+         <algorithm> <array> <charconv> <functional> <map> <memory> <optional> <set> <span>
+         <sstream> <string> <string_view> <unordered_map> <utility> <vector> )
+   endif()
+endfunction()
