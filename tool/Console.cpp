@@ -122,9 +122,10 @@ void Console::emit( Weight weight, const std::vector<Toned>& lines, const Json& 
       return;
    }
    const std::string object = config_.json ? json() + "\n" : std::string();
-   if( config_.json )
-      out_ << object << std::flush;
-   else if( shows( weight ) )
+   if( config_.json ) {
+      if( !config_.quiet || weight == Weight::asked )
+         out_ << object << std::flush;
+   } else if( shows( weight ) )
       write( out_, config_.colour, lines );
    if( !transcript_.is_open() )
       return;
@@ -303,9 +304,11 @@ void Console::summary( const std::string& file, U32 expectations, U32 failures, 
 void Console::refused( const std::string& text )
 {
    if( config_.json )
-      emit( Weight::ordinary, {}, [ & ] {
+      emit( Weight::asked, {}, [ & ] {
          return dump( { { "kind", "refused" }, { "text", text } } );
       } );
+   else if( transcript_.is_open() ) // on the terminal it is an error's affair
+      writeTranscript( { { Tone::plain, text } } );
 }
 
 void Console::checkWritten()

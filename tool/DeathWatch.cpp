@@ -18,8 +18,10 @@ void reportDeath( const Vormel::AssertionFailure& failure )
 {
    if( !watchedSession || !watchedSession->running() )
       return;
+   const std::string call = watchedSession->lastCall();
    watchedSession->console().died( *watchedSession->running(),
-      "Assertion '" + std::string( failure.text ) + "' failed in " + failure.signature );
+      "Assertion '" + std::string( failure.text ) + "' failed in " + failure.signature +
+         ( call.empty() ? "" : "; the last call was " + call ) );
    deathReported = true;
 }
 

@@ -6,6 +6,8 @@
 #include "platform/runtime/Format.h"
 #include "tool/Command.h"
 
+#include <ranges>
+
 namespace Strata::Tool {
 
 Session::Session( Console& console ) : console_( console ) {}
@@ -156,6 +158,16 @@ std::vector<const Sim::Record*> Session::window() const
    return records;
 }
 
+std::string Session::lastCall() const
+{
+   if( agent_ )
+      for( const Sim::Record& record :
+         std::views::reverse( agent_->hardware().transcript().records() ) )
+         if( record.kind == Sim::RecordKind::call || record.kind == Sim::RecordKind::entry )
+            return record.text;
+   return {};
+}
+
 void Session::mark()
 {
    if( !agent_ )
@@ -176,6 +188,8 @@ void Session::expect( bool held, const std::string& expected, const std::string&
 void Session::childOf( ChildChannel& channel )
 {
    Vormel::assertionHookIs( nullptr );
+   if( packets_ )
+      packets_->captureEnd(); // those files are the parent's
    console_.childOf( channel );
 }
 

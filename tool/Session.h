@@ -63,6 +63,8 @@ class Session
    /// The unit, if `unit N` comes next, else all units.
    std::vector<U32> takeUnits( Words& words );
 
+   /// The hardware call that came last; empty when there was none.
+   std::string lastCall() const;
    /// What happened since the last mark.
    std::vector<const Sim::Record*> window() const;
    void mark();

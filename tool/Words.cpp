@@ -9,13 +9,20 @@ namespace Strata::Tool {
 
 namespace {
 
+/// Of a line that is very long, what is around the place.
 std::string describe( const Line& line, U32 column, U32 width, const std::string& problem )
 {
-   std::string shown = line.text;
+   constexpr std::size_t longest = 400;
+   constexpr std::size_t inFront = 100;
+   const std::size_t at = column - 1;
+   const std::size_t start = line.text.size() > longest && at > inFront ? at - inFront : 0;
+   std::string shown = line.text.substr( std::min( start, line.text.size() ), longest );
    std::ranges::replace( shown, '\t', ' ' ); // the caret counts characters
+   const std::size_t room =
+      std::max( shown.size() - std::min( at - start, shown.size() ), std::size_t{ 1 } );
    return line.file + ":" + std::to_string( line.number ) + ":" + std::to_string( column ) + ": " +
-          problem + "\n   " + shown + "\n   " + std::string( column - 1, ' ' ) + "^" +
-          std::string( std::max( width, 1u ) - 1, '~' );
+          problem + "\n   " + shown + "\n   " + std::string( at - start, ' ' ) + "^" +
+          std::string( std::clamp<std::size_t>( width, 1, room ) - 1, '~' );
 }
 
 bool isBlank( char c )
@@ -104,6 +111,19 @@ std::string joined( std::span<const std::string_view> names )
    return text;
 }
 
+/// What could stand where a word does not fit: each once.
+static std::vector<std::string_view> alternatives(
+   const std::vector<std::string>& tried, std::span<const std::string_view> choices )
+{
+   std::vector<std::string_view> all( tried.begin(), tried.end() );
+   all.insert( all.end(), choices.begin(), choices.end() );
+   std::vector<std::string_view> once;
+   for( const std::string_view name : all )
+      if( std::ranges::find( once, name ) == once.end() )
+         once.push_back( name );
+   return once;
+}
+
 const Word* Words::peek( std::size_t ahead ) const
 {
    return next_ + ahead < line_.words.size() ? &line_.words[ next_ + ahead ] : nullptr;
@@ -137,6 +157,7 @@ const Word& Words::take( std::string_view what, std::string_view kind )
       offer( kind );
    if( atEnd() )
       failAtEnd( "expected " + std::string( what ) );
+   tried_.clear();
    return line_.words[ next_++ ];
 }
 
@@ -144,8 +165,11 @@ bool Words::accept( std::string_view keyword )
 {
    offer( keyword );
    const Word* const word = peek();
-   if( !word || word->quoted || word->text != keyword )
+   if( !word || word->quoted || word->text != keyword ) {
+      tried_.emplace_back( keyword );
       return false;
+   }
+   tried_.clear();
    ++next_;
    return true;
 }
@@ -162,19 +186,28 @@ std::string_view Words::choose( std::string_view what, std::span<const std::stri
 {
    for( const std::string_view choice : choices )
       offer( choice );
-   const Word& word = take( std::string( what ) + ", one of " + joined( choices ) );
+   const std::vector<std::string> tried = tried_; // the views below are of these
+   const std::vector<std::string_view> all = alternatives( tried, choices );
+   const Word& word =
+      take( std::string( what ) + ( choices.size() == 1 ? "" : ", one of " + joined( choices ) ) );
    const auto found = std::ranges::find( choices, word.text );
    if( found != choices.end() )
       return *found;
-   const std::string hint = didYouMean( word.text, choices );
+   const std::string hint = didYouMean( word.text, all );
    fail( "'" + word.text + "' is not " + std::string( what ) +
-         ( hint.empty() ? "; choose one of " + joined( choices ) : hint ) );
+         ( hint.empty() ? "; choose one of " + joined( all ) : hint ) );
 }
 
 void Words::end() const
 {
-   if( const Word* const word = peek() )
-      failAt( *word, "nothing is expected here" );
+   if( const Word* const word = peek() ) {
+      const std::vector<std::string_view> all = alternatives( tried_, {} );
+      const std::string hint = didYouMean( word->text, all );
+      failAt( *word, "nothing is expected here" +
+                        ( !hint.empty()  ? hint
+                           : all.empty() ? std::string()
+                                         : ", unless it is one of " + joined( all ) ) );
+   }
    if( offers_ )
       failAtEnd( "the line may end here" ); // and nothing may happen
 }

@@ -122,6 +122,7 @@ class Words
 
    const Line& line_;
    std::size_t next_ = 0;
+   std::vector<std::string> tried_; // keywords that the next word is not
    std::set<std::string>* offers_ = nullptr;
 };
 

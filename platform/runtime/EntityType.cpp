@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <utility>
 
 namespace Vormel {
 
@@ -169,16 +170,20 @@ const Operation& EntityType::operation( std::string_view name ) const
 
 namespace {
 
+/// Letters to insert, drop, change, or swap with the next.
 std::size_t editDistance( std::string_view a, std::string_view b )
 {
    std::vector<std::size_t> row( b.size() + 1 );
    std::iota( row.begin(), row.end(), std::size_t( 0 ) );
+   std::vector<std::size_t> above( b.size() + 1 );
    for( std::size_t i = 1; i <= a.size(); ++i ) {
-      std::size_t diagonal = row[ 0 ]++;
+      const std::vector<std::size_t> twoAbove = std::exchange( above, row );
+      row[ 0 ] = i;
       for( std::size_t j = 1; j <= b.size(); ++j ) {
-         const std::size_t changed = diagonal + ( a[ i - 1 ] == b[ j - 1 ] ? 0 : 1 );
-         diagonal = row[ j ];
-         row[ j ] = std::min( { row[ j ] + 1, row[ j - 1 ] + 1, changed } );
+         const std::size_t changed = above[ j - 1 ] + ( a[ i - 1 ] == b[ j - 1 ] ? 0 : 1 );
+         row[ j ] = std::min( { above[ j ] + 1, row[ j - 1 ] + 1, changed } );
+         if( i > 1 && j > 1 && a[ i - 1 ] == b[ j - 2 ] && a[ i - 2 ] == b[ j - 1 ] )
+            row[ j ] = std::min( row[ j ], twoAbove[ j - 2 ] + 1 );
       }
    }
    return row.back();

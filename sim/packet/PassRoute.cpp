@@ -273,11 +273,16 @@ void Pass::routeMulticast()
    const IpHeader& ip = *headers().ip;
    const ChipVlan* const vlan = view_.vlan( arrival_.port.unit, domain_ );
    const auto route = tables().mcastRoutes.find( ip.destination );
-   if( route == tables().mcastRoutes.end() || !vlan ||
-       !vlan->flags.contains( VlanFlag::vlanMcastRoutingOn ) ||
-       vlan->flags.contains( VlanFlag::vlanMcastRoutingOff ) ||
-       control( SwitchControl::L3EgressMode ) == 0 )
+   if( route == tables().mcastRoutes.end() || !vlan )
       return;
+   const bool on = vlan->flags.contains( VlanFlag::vlanMcastRoutingOn ) &&
+                   !vlan->flags.contains( VlanFlag::vlanMcastRoutingOff );
+   if( !on || control( SwitchControl::L3EgressMode ) == 0 )
+      return note( "route", [ & ] {
+         return ip.destination.toString() + " is not routed: " +
+                ( on ? "L3EgressMode is 0"
+                     : format( "multicast routing is off in VLAN %d", U32{ domain_ } ) );
+      } );
    packetResult_ = PacketResult::L3MCKNOWN;
    if( ip.ttl > 1 )
       destination_.routedInto = route->second;
@@ -305,7 +310,11 @@ void Pass::switchLabel()
    const bool known = found != tables().labels.end();
    note( "label", [ & ] {
       return std::to_string( top.label ) +
-             ( known ? ": to " + nextHopText( view_, found->second.nextHop ) : " is unknown" );
+             ( !known ? " is unknown"
+                      : ": " +
+                           ( found->second.swap ? "swap " + std::to_string( *found->second.swap )
+                                                : std::string( "pop" ) ) +
+                           ", to " + nextHopText( view_, found->second.nextHop ) );
    } );
    if( !known ) {
       drop( format( "unknown label %d", top.label ) );

@@ -268,8 +268,6 @@ const Proof proofs[] = {
    { "peer-mac-arp 0", ALL, "in Ethernet1 dmac 02:00:a1:00:00:02 arp reply for 10.1.0.2", "E3",
       "E2 E3", PEER( "Ethernet3" ) },
    // A LAG as peer link: its first member sends, and nothing comes back into it.
-   { "peer-mac-arp 0", ALL, "in Ethernet1 dmac 02:00:a1:00:00:02 arp request for 10.1.0.2", "E2",
-      "E2", "lag Port-Channel1 Ethernet2-3\n" PEER( "Port-Channel1" ) },
    { "peer-mac-arp 0", ALL, "in Ethernet3 dmac 02:00:a1:00:00:02 arp request for 10.1.0.2", "E1",
       "E1", "lag Port-Channel1 Ethernet2-3\n" PEER( "Port-Channel1" ) },
    { "peer-mac-arp 0", ALL, "in Ethernet1 dmac 02:00:a1:00:00:02 arp request for 10.1.0.2", "none",

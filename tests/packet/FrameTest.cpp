@@ -186,5 +186,29 @@ TEST_F( FrameTest, FilesCarryFramesUnchanged )
    EXPECT_THROW( run( "packet in Ethernet1 hex 0011" ), Tool::InputError );
 }
 
+TEST_F( FrameTest, FramesOfAnyLengthAreRefusedInTime )
+{
+   std::string nested = "packet in port 1";
+   for( int i = 0; i < 20000; ++i )
+      nested += " ipv4 udp vxlan 5";
+   EXPECT_THROW( run( nested + " ipv4" ), Tool::InputError );
+   const std::string longest( std::size_t{ 2 } * 9216, '0' );
+   EXPECT_NO_THROW( run( "packet in port 1 hex " + longest ) );
+   EXPECT_THROW( run( "packet in port 1 hex " + longest + "00" ), Tool::InputError );
+}
+
+TEST_F( FrameTest, CapturesAreOfThisProcessAlone )
+{
+   run( "interface Ethernet1-2 unit 0 port 1" );
+   const std::string file = testing::TempDir() + "captured.pcap";
+   run( "capture Ethernet2 " + file +
+        "\npacket in Ethernet1 ipv4 ttl 11\n"
+        "expect dead \"no\" packet in Ethernet1 ipv4 ttl 22\n"
+        "packet in Ethernet1 ipv4 ttl 33\nno capture" );
+   EXPECT_EQ( Tool::frameInFile( file, 2 ).headers().ip->ttl, 33 );
+   EXPECT_THROW( Tool::frameInFile( file, 3 ), Vormel::ValueError );
+   std::filesystem::remove( file );
+}
+
 } // namespace
 } // namespace Strata

@@ -63,6 +63,12 @@ TEST( Scenario, ALineThatCannotBeRunEndsIt )
    EXPECT_EQ( run( "switch hsdk\nset tcamEntryL3Vxlan[3] 5\n" ).status, 2 );
    EXPECT_EQ( run( "switch hsdk\n", { "--trace", "Nobody=3" } ).status, 2 );
    EXPECT_EQ( runLine( { "run", "no/such.scenario" } ).status, 2 );
+   const std::string file = scenarioFile( "switch hsdk\nfoo\n" );
+   const std::string transcript = file + ".txt";
+   EXPECT_EQ( runLine( { "run", file.c_str(), "--transcript", transcript.c_str() } ).status, 2 );
+   EXPECT_THAT( contents( transcript ), HasSubstr( ".scenario:2:1: there is no command 'foo'" ) );
+   EXPECT_EQ( runLine( { "run", file.c_str(), "--transcript", file.c_str() } ).status, 2 );
+   EXPECT_EQ( contents( file ), "switch hsdk\nfoo\n" );
    EXPECT_EQ( runLine( { "rum" } ).status, 2 );
    EXPECT_EQ( runLine( { "--version" } ).status, 0 );
 }
@@ -106,6 +112,7 @@ TEST( ScenarioDeathTest, DeathThatNobodyExpectedIsStatusThree )
       contents( transcript ), HasSubstr( "-> BCM_E_FAIL (injected)\n"
                                          "  error  a fatal code was reported: the agent ends\n"
                                          "  DIED" ) );
+   EXPECT_THAT( contents( transcript ), HasSubstr( "; the last call was bcm_switch_control_set" ) );
 }
 
 TEST( Scenario, EveryLineOfJsonParsesAndNothingElseIsOnStandardOutput )

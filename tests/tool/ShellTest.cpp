@@ -38,6 +38,30 @@ TEST( Shell, ALineThatCannotBeRunIsReportedAndTheNextOneTaken )
    EXPECT_EQ( runLine( { "shell", "no/such.scenario" } ).status, 2 );
 }
 
+TEST( Shell, ALineThatIsRefusedChangesNothing )
+{
+   const std::string start = "switch hsdk ports 8\ninterface Ethernet1-8 unit 0 port 1\n"
+                             "lag Port-Channel1 Ethernet5-6\nvlan 10 svi mtu 100\n";
+   const std::string state =
+      "show units\nshow interfaces\nshow lags\nshow vlans\nshow forwarding\nshow snapshot\n"
+      "explain in Ethernet2 vlan 10 ipv4\n";
+   const std::string before = runLine( { "shell", "--quiet" }, start + state ).out;
+   for( const std::string line :
+      { "vlan 50 svi members Ethernet1 mtu banana", "vlan 10 no-svi mtu 200 urpf bogus",
+         "vlan 10 vxlan 5030 NOPE", "vlan 10 members Ethernet1 tagged Ethernet2",
+         "unit 0 port 2 down now", "unit 0 room main 7 foo", "unit 0 traps-ttl-exceptions true foo",
+         "no interface Ethernet7-9", "no interface Port-Channel1", "no lag Port-Channel7",
+         "lag Port-Channel2 Ethernet1 x", "native-vlan 10 Ethernet1 Ethernet9",
+         "openflow Ethernet1 x", "l2mcast 1 Ethernet1 x", "mroute 239.1.1.1 vlan 10 vlan 0",
+         "trace ApiStrata=4 x", "interface Ethernet7-9 unit 0 port 7" } ) {
+      const Outcome outcome = runLine( { "shell", "--quiet" }, start + line + "\n" + state );
+      EXPECT_EQ( outcome.status, 2 ) << line;
+      EXPECT_EQ( outcome.out, before ) << line;
+   }
+   EXPECT_THAT( runLine( { "shell" }, start + "packet in Ethernet1 ipv4 tlt 5" ).err,
+      HasSubstr( "shell:5:26: nothing is expected here; did you mean 'ttl'?" ) );
+}
+
 TEST( Shell, EverythingThatIsShownCanBeHadAsJson )
 {
    U32 shown = 0;

@@ -2,6 +2,10 @@
 
 #include "platform/runtime/Trace.h"
 
+#include <filesystem>
+#include <stdexcept>
+#include <system_error>
+
 namespace Strata::Tool {
 
 TraceLevels::TraceLevels()
@@ -29,8 +33,12 @@ void ConsoleOptions::declare( CLI::App& subcommand )
       ->check( CLI::IsMember( { "auto", "always", "never" } ) );
 }
 
-ConsoleConfig ConsoleOptions::config( const Terminal& terminal ) const
+ConsoleConfig ConsoleOptions::config( const Terminal& terminal, const std::string& scenario ) const
 {
+   std::error_code none;
+   if( std::filesystem::equivalent( scenario, config_.transcriptFile, none ) )
+      throw std::runtime_error( "the transcript would take the place of the scenario '" + scenario +
+                                "'; give it another name" );
    ConsoleConfig config = config_;
    config.colour = colour_ == "always" || ( colour_ == "auto" && terminal.showsColours );
    return config;

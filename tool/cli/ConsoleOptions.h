@@ -34,7 +34,7 @@ class ConsoleOptions
    void declare( CLI::App& subcommand );
 
    /// After the command line was read.
-   ConsoleConfig config( const Terminal& terminal ) const;
+   ConsoleConfig config( const Terminal& terminal, const std::string& scenario ) const;
    /// ValueError for a handle that does not exist, or no level.
    void setTraceLevels() const;
 

@@ -22,7 +22,7 @@ class Run : public Subcommand
       const TraceLevels levels;
       try {
          options_.setTraceLevels();
-         Console console( terminal.out, terminal.err, options_.config( terminal ) );
+         Console console( terminal.out, terminal.err, options_.config( terminal, file_ ) );
          return runScenario( file_, console );
       } catch( const std::exception& error ) {
          terminal.err << "strata-l3 run: " << error.what() << std::endl;

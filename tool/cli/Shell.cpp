@@ -31,7 +31,7 @@ class Shell : public Subcommand
       const TraceLevels levels;
       try {
          options_.setTraceLevels();
-         ConsoleConfig config = options_.config( terminal );
+         ConsoleConfig config = options_.config( terminal, file_ );
          config.echo = !terminal.typed;
          Console console( terminal.out, terminal.err, config );
          const Vormel::LockAnchor lock( Vormel::activityLock() );

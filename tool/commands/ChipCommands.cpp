@@ -237,7 +237,7 @@ std::vector<Command> chipCommands()
       { "show port-table", "", "what the agent's software port table holds", showPortTable },
       { "expect vlan",
          "ID [unit N] FLAG set|clear, ID [unit N] other-flags VALUE, ID [unit N] members|untagged "
-         "PORTS",
+         "NUMBERS",
          "a VLAN has these flags or ports", expectVlan, false },
       { "expect options-profiles", "[unit N] COUNT",
          "a unit has this number of IPv4 options profiles", expectOptionsProfiles, false },

@@ -171,14 +171,22 @@ void expectWinner( Session& session, Words& words )
 {
    const LastPacket& last = lastPacket( session, words );
    Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   // "none" alone is of all groups.
+   const Word* const behind = words.peek( 1 );
+   const bool ofGroup = behind && behind->text == "none";
+   const std::string group = ofGroup ? words.take( "an entry group" ).text : std::string();
+   if( ofGroup && !hardware.tcamManager( group ) )
+      words.fail( "there is no entry group '" + group + "'" );
    std::string winners;
    for( const Sim::PassVerdict& pass : last.verdict.passes )
       for( const Sim::Winner& winner : pass.winners )
-         winners +=
-            ( winners.empty() ? "" : ", " ) + winner.group + " " + std::to_string( winner.id );
+         if( group.empty() || winner.group == group )
+            winners +=
+               ( winners.empty() ? "" : ", " ) + winner.group + " " + std::to_string( winner.id );
    if( words.accept( "none" ) ) {
       words.end();
-      return session.expect( winners.empty(), "no entry to win", winners );
+      return session.expect(
+         winners.empty(), "no entry to win" + ( ofGroup ? " in " + group : "" ), winners );
    }
    const EntryChoice choice = takeEntry( session, words );
    words.end();

@@ -41,10 +41,12 @@ void advance( Session& session, Words& words )
 
 void trace( Session&, Words& words )
 {
+   std::string levels; // set together or not at all
    do
-      Vormel::traceLevelsIs(
-         words.take( "a trace handle and its level, as in ApiStrata=4", "HANDLE" ).text );
+      levels += ( levels.empty() ? "" : "," ) +
+                words.take( "a trace handle and its level, as in ApiStrata=4", "HANDLE" ).text;
    while( !words.done() );
+   Vormel::traceLevelsIs( levels );
 }
 
 void note( Session& session, Words& words )

@@ -60,6 +60,24 @@ std::string vlanText( const Sim::VlanProperties& vlan )
    return text;
 }
 
+std::string groupText( Sim::PacketEngine& engine, const Sim::McastGroup& group )
+{
+   std::string text;
+   const auto add = [ &text ](
+                       const std::string& part ) { text += ( text.empty() ? "" : ", " ) + part; };
+   if( group.everyPort )
+      add( "every port" );
+   if( group.everyTunnel )
+      add( "every tunnel" );
+   for( const Sim::PortRef port : group.ports )
+      add( engine.portName( port ) );
+   for( const std::string& tunnel : group.tunnels )
+      add( "tunnel " + tunnel );
+   if( group.cpu )
+      add( "the CPU" );
+   return text;
+}
+
 void showForwarding( Session& session, Words& words )
 {
    PacketDesk& desk = session.packets( words );
@@ -79,6 +97,16 @@ void showForwarding( Session& session, Words& words )
       table.row( { "label " + std::to_string( label ),
          ( rule.swap ? "swap " + std::to_string( *rule.swap ) : "pop" ) + ", to " +
             engine.nextHopName( rule.nextHop ) } );
+   for( const auto& [ address, into ] : tables.mcastRoutes ) {
+      std::string vlans;
+      for( const U16 vlanId : into )
+         vlans += ( vlans.empty() ? "into VLAN " : ", " ) + std::to_string( vlanId );
+      table.row( { "mroute " + address.toString(), vlans } );
+   }
+   for( const auto& [ number, group ] : tables.l2Groups )
+      table.row( { "l2mcast " + std::to_string( number ), groupText( engine, group ) } );
+   for( const Sim::PortRef port : tables.openFlowPorts )
+      table.row( { "openflow", engine.portName( port ) } );
    for( const auto& [ place, state ] : tables.stp )
       table.row( { "stp " + engine.portName( place.first ),
          Vormel::enumText( state ) +
@@ -110,7 +138,8 @@ std::vector<Command> showTableCommands()
    return {
       { "show macs", "", "the MAC table", showMacs },
       { "show routes", "", "routes and their next hops", showRoutes },
-      { "show forwarding", "", "VLAN properties, tunnels, steering rules, labels, spanning tree",
+      { "show forwarding", "",
+         "VLAN properties, tunnels, steering rules, labels, multicast, spanning tree",
          showForwarding },
       { "show counters", "", "packets in and out of ports, to the CPU, and dropped", showCounters },
    };

@@ -78,24 +78,32 @@ void unitProperty( Session& session, Words& words )
    const U32 unit = session.takeUnit( words );
    Sim::Chip& chip = hardware.chip( unit );
    const std::string_view property = words.choose( "a property", properties );
+   const auto truth = [ & ] {
+      const bool value = words.value<bool>( "true or false" );
+      words.end();
+      return value;
+   };
    if( property == "traps-ttl-exceptions" ) {
-      chip.trapsTtlExceptions = words.value<bool>( "true or false" );
+      chip.trapsTtlExceptions = truth();
    } else if( property == "ip-options-profile" ) {
-      hardware.hasIpOptionsProfileIs( unit, words.value<bool>( "true or false" ) );
+      hardware.hasIpOptionsProfileIs( unit, truth() );
    } else if( property == "higig-trunks-as-lag" ) {
-      chip.resolvesHigigTrunksAsLag = words.value<bool>( "true or false" );
+      chip.resolvesHigigTrunksAsLag = truth();
    } else if( property == "room" ) {
       std::vector<std::string_view> names;
       for( const Sim::FieldGroup& group : chip.groups() )
          names.push_back( group.profile().name );
       Sim::FieldGroup& group = *chip.group( words.choose( "an entry group", names ) );
-      group.roomIs( words.value<U32>( "how many entries the hardware has room for" ) );
+      const U32 room = words.value<U32>( "how many entries the hardware has room for" );
+      words.end();
+      group.roomIs( room );
    } else {
       static constexpr std::array<std::string_view, 2> states{ "up", "down" };
       const int port = words.value<int>( "a port number" );
-      chip.portActiveIs( port, words.choose( "a port's state", states ) == "up" );
+      const bool up = words.choose( "a port's state", states ) == "up";
+      words.end();
+      chip.portActiveIs( port, up );
    }
-   words.end();
 }
 
 std::optional<ForwardingModel> takeModel( Words& words )
@@ -127,7 +135,12 @@ void removeInterfaces( Session& session, Words& words )
 {
    Sim::SimSwitch& hardware = session.agent( words ).hardware();
    const InterfaceRange range = takeInterfaces( words );
+   if( range.first.isPortChannel() )
+      words.fail( range.first.toString() + " is a LAG; 'no lag' removes it" );
    words.end();
+   for( U32 i = 0; i < range.count; ++i )
+      if( !hardware.ethIntfStatusDir()->intfStatus().contains( range.at( i ) ) )
+         words.fail( "there is no interface " + range.at( i ).toString() );
    for( U32 i = 0; i < range.count; ++i )
       hardware.removeInterface( range.at( i ) );
 }
@@ -156,8 +169,12 @@ void makeLag( Session& session, Words& words )
 void removeLag( Session& session, Words& words )
 {
    const IntfId lag = words.value<IntfId>( "a LAG, as in Port-Channel1" );
+   Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   if( !hardware.scsd()->lagMembers().contains( lag ) &&
+       !hardware.ethIntfStatusDir()->intfStatus().contains( lag ) )
+      words.fail( "there is no LAG " + lag.toString() );
    words.end();
-   session.agent( words ).hardware().lagDel( lag );
+   hardware.lagDel( lag );
 }
 
 void putNexthop( Session& session, Words& words )
@@ -175,8 +192,11 @@ void putNexthop( Session& session, Words& words )
 void removeNexthop( Session& session, Words& words )
 {
    const std::string name = words.take( "the entity's name" ).text;
+   Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   if( !hardware.nexthopStatusDir()->entity().contains( name ) )
+      words.fail( "there is no next-hop entity '" + name + "'" );
    words.end();
-   session.agent( words ).hardware().nexthopDel( name );
+   hardware.nexthopDel( name );
 }
 
 } // namespace

@@ -6,7 +6,9 @@
 
 #include <algorithm>
 #include <array>
+#include <functional>
 #include <iterator>
+#include <optional>
 
 namespace Strata::Tool {
 
@@ -31,81 +33,112 @@ std::string takeTunnel( Session& session, Words& words )
    return name;
 }
 
+bool atWord( const Words& words, std::span<const std::string_view> stops )
+{
+   const Word* const next = words.peek();
+   return next && std::ranges::find( stops, next->text ) != stops.end();
+}
+
 /// Takes ports up to one of `stops`, or the end.
 std::vector<Sim::PortRef> takePortList(
    Session& session, Words& words, std::span<const std::string_view> stops )
 {
    std::vector<Sim::PortRef> ports;
-   const auto atStop = [ & ] {
-      return words.done() || std::ranges::find( stops, words.peek()->text ) != stops.end();
-   };
    do
       std::ranges::copy( takePorts( session, words ), std::back_inserter( ports ) );
-   while( !atStop() );
+   while( !words.done() && !atWord( words, stops ) );
    return ports;
 }
 
 constexpr std::array<std::string_view, 10> vlanProperties{ "svi", "no-svi", "drop-routed", "vxlan",
    "no-vxlan", "l3-class", "urpf", "mtu", "members", "tagged" };
 
-/// The front-panel members are just these; or, of the members, just these are tagged.
-void setMembers( Session& session, Words& words, U16 vlanId, bool tagging )
+/// What a line says of a VLAN. It is taken whole before anything is changed.
+struct VlanWords
 {
-   const auto ports = takePortList( session, words, vlanProperties );
-   for( auto& [ unit, chip ] : session.agent( words ).hardware().chips() ) {
-      PortBitmap chosen;
-      for( const Sim::PortRef port : ports )
-         if( port.unit == unit )
-            chosen.add( port.port );
-      Sim::ChipVlan& vlan = *chip.vlan( vlanId );
-      if( tagging ) {
-         vlan.untagged = ( vlan.members & chip.frontPanelPorts() ) - chosen;
-      } else {
-         vlan.members = ( vlan.members - chip.frontPanelPorts() ) | chosen;
-         vlan.untagged = chosen;
-      }
+   std::vector<std::function<void( Sim::VlanProperties& )>> properties;
+   std::optional<std::vector<Sim::PortRef>> members; // of the front panel, just these
+   std::optional<std::vector<Sim::PortRef>> tagged;  // of the members, just these
+};
+
+void takeVlanProperty( Session& session, Words& words, VlanWords& asked )
+{
+   const auto set = [ & ]( auto change ) { asked.properties.emplace_back( change ); };
+   const std::string_view property = words.choose( "a property", vlanProperties );
+   if( property == "svi" ) {
+      set( []( Sim::VlanProperties& vlan ) { vlan.svi = true; } );
+      if( words.accept( "mac" ) )
+         set( [ mac = words.value<EthAddr>( "the router's MAC address in this VLAN" ) ](
+                 Sim::VlanProperties& vlan ) { vlan.routerMac = mac; } );
+   } else if( property == "no-svi" ) {
+      set( []( Sim::VlanProperties& vlan ) { vlan.svi = vlan.dropRouted = false; } );
+   } else if( property == "drop-routed" ) {
+      set( []( Sim::VlanProperties& vlan ) { vlan.dropRouted = true; } );
+   } else if( property == "vxlan" ) {
+      const U32 vni = takeVni( words );
+      std::set<std::string> tunnels;
+      while( words.peek() && !atWord( words, vlanProperties ) )
+         tunnels.insert( takeTunnel( session, words ) );
+      set( [ = ]( Sim::VlanProperties& vlan ) {
+         vlan.vni = vni;
+         vlan.tunnels = tunnels;
+      } );
+   } else if( property == "no-vxlan" ) {
+      set( []( Sim::VlanProperties& vlan ) {
+         vlan.vni.reset();
+         vlan.tunnels.clear();
+      } );
+   } else if( property == "l3-class" ) {
+      set( [ value = words.value<U32>( "the class of its L3 interface" ) ](
+              Sim::VlanProperties& vlan ) { vlan.l3Class = value; } );
+   } else if( property == "urpf" ) {
+      set( [ mode = takeEnum<Sim::UrpfMode>( words, "off, loose or strict" ) ](
+              Sim::VlanProperties& vlan ) { vlan.urpf = mode; } );
+   } else if( property == "mtu" ) {
+      set( [ mtu = words.value<U32>( "the longest IP packet in bytes, 0 for any" ) ](
+              Sim::VlanProperties& vlan ) { vlan.mtu = mtu; } );
+   } else {
+      ( property == "tagged" ? asked.tagged : asked.members ) =
+         takePortList( session, words, vlanProperties );
    }
 }
 
-void takeVlanProperty( Session& session, Words& words, U16 vlanId )
+PortBitmap portsOn( U32 unit, const std::vector<Sim::PortRef>& ports )
 {
-   Sim::VlanProperties& vlan = session.packets( words ).tables().vlans[ vlanId ];
-   const std::string_view property = words.choose( "a property", vlanProperties );
-   if( property == "svi" ) {
-      vlan.svi = true;
-      if( words.accept( "mac" ) )
-         vlan.routerMac = words.value<EthAddr>( "the router's MAC address in this VLAN" );
-   } else if( property == "no-svi" ) {
-      vlan.svi = vlan.dropRouted = false;
-   } else if( property == "drop-routed" ) {
-      vlan.dropRouted = true;
-   } else if( property == "vxlan" ) {
-      vlan.vni = takeVni( words );
-      vlan.tunnels.clear();
-      while(
-         !words.done() && session.packets( words ).tables().tunnels.contains( words.peek()->text ) )
-         vlan.tunnels.insert( words.take( {} ).text );
-   } else if( property == "no-vxlan" ) {
-      vlan.vni.reset();
-      vlan.tunnels.clear();
-   } else if( property == "l3-class" ) {
-      vlan.l3Class = words.value<U32>( "the class of its L3 interface" );
-   } else if( property == "urpf" ) {
-      vlan.urpf = takeEnum<Sim::UrpfMode>( words, "off, loose or strict" );
-   } else if( property == "mtu" ) {
-      vlan.mtu = words.value<U32>( "the longest IP packet in bytes, 0 for any" );
-   } else {
-      setMembers( session, words, vlanId, property == "tagged" );
-   }
+   PortBitmap chosen;
+   for( const Sim::PortRef port : ports )
+      if( port.unit == unit )
+         chosen.add( port.port );
+   return chosen;
 }
 
 void makeVlan( Session& session, Words& words )
 {
    Sim::SimSwitch& hardware = session.agent( words ).hardware();
    const U16 vlanId = takeVlanId( words );
-   hardware.vlanIs( vlanId );
+   VlanWords asked;
    while( !words.done() )
-      takeVlanProperty( session, words, vlanId );
+      takeVlanProperty( session, words, asked );
+   for( auto& [ unit, chip ] : hardware.chips() ) {
+      const Sim::ChipVlan* const vlan = chip.vlan( vlanId );
+      const PortBitmap members = asked.members ? portsOn( unit, *asked.members )
+                                 : vlan        ? vlan->members
+                                               : chip.frontPanelPorts();
+      if( asked.tagged && !( portsOn( unit, *asked.tagged ) - members ).empty() )
+         words.fail( "what is tagged must be a member of the VLAN" );
+   }
+   hardware.vlanIs( vlanId );
+   for( const auto& change : asked.properties )
+      change( session.packets( words ).tables().vlans[ vlanId ] );
+   for( auto& [ unit, chip ] : hardware.chips() ) {
+      Sim::ChipVlan& vlan = *chip.vlan( vlanId );
+      if( asked.members ) {
+         vlan.untagged = portsOn( unit, *asked.members );
+         vlan.members = ( vlan.members - chip.frontPanelPorts() ) | vlan.untagged;
+      }
+      if( asked.tagged )
+         vlan.untagged = ( vlan.members & chip.frontPanelPorts() ) - portsOn( unit, *asked.tagged );
+   }
 }
 
 void removeVlan( Session& session, Words& words )

@@ -4,6 +4,7 @@
 #include "tool/packet/PacketWords.h"
 
 #include <tins/arp.h>
+#include <tins/endianness.h>
 #include <tins/ethernetII.h>
 #include <tins/exceptions.h>
 #include <tins/icmp.h>
@@ -26,7 +27,8 @@ namespace {
 using Sim::Bytes;
 using Vormel::EthAddr;
 
-constexpr U32 longestFrame = 9216;
+constexpr U32 longestFrame = 9216; // bytes, without a tag
+constexpr U32 deepestTunnel = 8;
 
 /// "88b5 0102", from words to the end of the line.
 Bytes takeHex( Words& words )
@@ -51,7 +53,12 @@ Bytes takeHex( Words& words )
 class FrameBuilder
 {
  public:
-   FrameBuilder( Session& session, Words& words ) : session_( session ), words_( words ) {}
+   /// `depth` tunnels are around it.
+   FrameBuilder( Session& session, Words& words, U32 depth = 0 )
+      : session_( session ),
+        words_( words ),
+        depth_( depth )
+   {}
 
    Bytes take()
    {
@@ -197,11 +204,24 @@ class FrameBuilder
       if( words_.accept( "icmp" ) )
          frame_ /= ip / Tins::ICMP();
       else if( words_.accept( "igmp" ) )
-         protocolIs( ip, Sim::ipProtocolIgmp );
+         igmp( ip );
       else if( words_.accept( "protocol" ) )
          protocolIs( ip, words_.value<U8>( "a protocol number" ) );
       else
          transport( ip );
+   }
+
+   /// A version 2 report of the group that the packet goes to.
+   void igmp( Tins::IP& ip )
+   {
+      const U32 group = Tins::Endian::be_to_host<U32>( U32( ip.dst_addr() ) );
+      U32 sum = 0x1600 + ( group >> 16 ) + ( group & 0xFFFF );
+      sum = ~( ( sum & 0xFFFF ) + ( sum >> 16 ) );
+      Bytes report{ 0x16, 0, static_cast<U8>( sum >> 8 ), static_cast<U8>( sum ) };
+      for( int shift = 24; shift >= 0; shift -= 8 )
+         report.push_back( static_cast<U8>( group >> shift ) );
+      ip.protocol( Sim::ipProtocolIgmp );
+      frame_ /= ip / Tins::RawPDU( report );
    }
 
    void protocolIs( Tins::IP& ip, U8 protocol )
@@ -265,11 +285,14 @@ class FrameBuilder
          frame_ /= udp;
          return;
       }
+      if( depth_ == deepestTunnel )
+         words_.fail(
+            "tunnels in tunnels are at most " + std::to_string( deepestTunnel ) + " deep here" );
       const U32 vni = takeVni( words_ );
       udp.dport( Sim::udpPortVxlan );
       Bytes payload{ 0x08, 0, 0, 0, static_cast<U8>( vni >> 16 ), static_cast<U8>( vni >> 8 ),
          static_cast<U8>( vni ), 0 };
-      const Bytes inner = FrameBuilder( session_, words_ ).take();
+      const Bytes inner = FrameBuilder( session_, words_, depth_ + 1 ).take();
       payload.insert( payload.end(), inner.begin(), inner.end() );
       frame_ /= udp / Tins::RawPDU( payload );
    }
@@ -301,26 +324,36 @@ class FrameBuilder
 
    Session& session_;
    Words& words_;
+   U32 depth_;
    Tins::EthernetII frame_;
    bool badChecksum_ = false;
 };
 
 } // namespace
 
+static Sim::Frame checkedLength( Sim::Frame frame, const Words& words )
+{
+   const std::size_t length = frame.bytes().size() - ( frame.headers().tag ? 4 : 0 );
+   if( length > longestFrame )
+      words.fail( "a frame has at most " + std::to_string( longestFrame ) +
+                  " bytes; this one has " + std::to_string( length ) );
+   return frame;
+}
+
 Sim::Frame takeFrame( Session& session, Words& words )
 {
    if( words.accept( "hex" ) )
-      return Sim::Frame( takeHex( words ) );
+      return checkedLength( Sim::Frame( takeHex( words ) ), words );
    if( words.accept( "pcap" ) ) {
       const std::string file = words.take( "a pcap file" ).text;
       const U32 number = words.accept( "frame" ) ? words.value<U32>( "the frame's number" ) : 1;
       words.end();
-      return frameInFile( file, number );
+      return checkedLength( frameInFile( file, number ), words );
    }
    try {
       Sim::Frame frame( FrameBuilder( session, words ).take() );
       words.end();
-      return frame;
+      return checkedLength( std::move( frame ), words );
    } catch( const Tins::exception_base& error ) {
       words.fail( std::string( "such a frame cannot be built: " ) + error.what() );
    }
