@@ -41,8 +41,8 @@ if( STRATA_SANITIZE )
       -fno-omit-frame-pointer )
    add_link_options( -fsanitize=${STRATA_SANITIZE} )
    if( CMAKE_CXX_COMPILER_ID STREQUAL "GNU" )
-      # The sanitizers' extra branches make GCC guess wrongly here; the other builds keep the warnings.
-      add_compile_options( -Wno-maybe-uninitialized -Wno-array-bounds )
+      # The sanitizers' extra branches make GCC guess wrongly here; the other builds keep the warning.
+      add_compile_options( -Wno-maybe-uninitialized )
    endif()
 else()
    add_link_options( $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,SHARED_LIBRARY>:-Wl,-z,defs> )

@@ -33,9 +33,10 @@ bool Pass::endsTunnelOnly() const
 std::string Pass::whyNotRouted() const
 {
    const bool v6 = headers().ip->destination.isV6();
+   const char* const family = v6 ? "IPv6" : "IPv4";
    const ChipVlan* const vlan = view_.vlan( arrival_.port.unit, domain_ );
    if( !terminates( v6 ? MemoryField::Ipv6Termination : MemoryField::Ipv4Termination ) )
-      return std::string( "the my-station entry does not terminate " ) + ( v6 ? "IPv6" : "IPv4" );
+      return format( "the my-station entry does not terminate %s", family );
    if( endsTunnelOnly() )
       return "the chip does not route in the pass that ends a tunnel";
    const auto& portControls = chip_.portControls();
@@ -43,12 +44,12 @@ std::string Pass::whyNotRouted() const
       { static_cast<int>( arrival_.port.port ), v6 ? PortControl::IP6 : PortControl::IP4 } );
    if( !arrival_.higig && view_.isFrontPanel( arrival_.port ) &&
        !view_.isInternal( arrival_.port ) && ( at == portControls.end() || at->second == 0 ) )
-      return std::string( v6 ? "IPv6" : "IPv4" ) + " is not enabled on the port";
+      return format( "%s is not enabled on the port", family );
    if( control( SwitchControl::L3EgressMode ) == 0 )
       return "L3EgressMode is 0: the chip does not use its routes";
    if( vlan &&
        vlan->flags.contains( v6 ? VlanFlag::vlanIp6RoutingOff : VlanFlag::vlanIp4RoutingOff ) )
-      return format( "%s routing is off in VLAN %d", v6 ? "IPv6" : "IPv4", U32{ domain_ } );
+      return format( "%s routing is off in VLAN %d", family, U32{ domain_ } );
    return {};
 }
 
