@@ -126,16 +126,21 @@ std::span<const ChipProfile> chipProfiles()
    return profiles;
 }
 
-const ChipProfile& chipProfile( std::string_view name )
+std::vector<std::string_view> chipProfileNames()
 {
    std::vector<std::string_view> names;
-   for( const ChipProfile& profile : chipProfiles() ) {
+   for( const ChipProfile& profile : chipProfiles() )
+      names.push_back( profile.name );
+   return names;
+}
+
+const ChipProfile& chipProfile( std::string_view name )
+{
+   for( const ChipProfile& profile : chipProfiles() )
       if( profile.name == name )
          return profile;
-      names.push_back( profile.name );
-   }
    throw Vormel::ValueError(
-      "there is no chip profile '" + std::string( name ) + "'" + hint( name, names ) );
+      "there is no chip profile '" + std::string( name ) + "'" + hint( name, chipProfileNames() ) );
 }
 
 #define CAPABILITY_NAME( name, meaning ) #name,

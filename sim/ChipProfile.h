@@ -68,6 +68,7 @@ constexpr U32 maxFrontPanelPorts = 256;
 std::span<const std::string_view> capabilityNames();
 
 std::span<const ChipProfile> chipProfiles();
+std::vector<std::string_view> chipProfileNames();
 /// ValueError, with the nearest name, when there is no such profile.
 const ChipProfile& chipProfile( std::string_view name );
 

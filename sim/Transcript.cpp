@@ -20,15 +20,14 @@ std::string Record::json() const
    object[ "number" ] = number;
    object[ "kind" ] = Vormel::enumName( kind );
    for( const RecordField& f : fields )
-      if( const auto* const json = std::get_if<JsonText>( &f.value ) )
-         object[ f.name ] = nlohmann::ordered_json::parse( json->text );
-      else
-         std::visit(
-            [ & ]( const auto& value ) {
-               if constexpr( !std::is_same_v<std::decay_t<decltype( value )>, JsonText> )
-                  object[ f.name ] = value;
-            },
-            f.value );
+      std::visit(
+         [ & ]( const auto& value ) {
+            if constexpr( std::is_same_v<std::decay_t<decltype( value )>, JsonText> )
+               object[ f.name ] = nlohmann::ordered_json::parse( value.text );
+            else
+               object[ f.name ] = value;
+         },
+         f.value );
    if( fields.empty() )
       object[ "text" ] = text;
    // What the slice was given to print need not be UTF-8.

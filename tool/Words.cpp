@@ -186,16 +186,16 @@ std::string_view Words::choose( std::string_view what, std::span<const std::stri
 {
    for( const std::string_view choice : choices )
       offer( choice );
-   const std::vector<std::string> tried = tried_; // the views below are of these
-   const std::vector<std::string_view> all = alternatives( tried, choices );
+   const Word* const next = peek();
+   if( next && std::ranges::find( choices, next->text ) == choices.end() ) {
+      const std::vector<std::string_view> all = alternatives( tried_, choices );
+      const std::string hint = didYouMean( next->text, all );
+      failAt( *next, "'" + next->text + "' is not " + std::string( what ) +
+                        ( hint.empty() ? "; choose one of " + joined( all ) : hint ) );
+   }
    const Word& word =
       take( std::string( what ) + ( choices.size() == 1 ? "" : ", one of " + joined( choices ) ) );
-   const auto found = std::ranges::find( choices, word.text );
-   if( found != choices.end() )
-      return *found;
-   const std::string hint = didYouMean( word.text, all );
-   fail( "'" + word.text + "' is not " + std::string( what ) +
-         ( hint.empty() ? "; choose one of " + joined( all ) : hint ) );
+   return *std::ranges::find( choices, word.text );
 }
 
 void Words::end() const

@@ -44,8 +44,8 @@ int run( const std::vector<std::string>& arguments )
          profiles.push_back( Sim::chipProfile( argument ).name );
    }
    if( profiles.empty() )
-      for( const Sim::ChipProfile& profile : Sim::chipProfiles() )
-         profiles.push_back( profile.name );
+      for( const std::string_view profile : Sim::chipProfileNames() )
+         profiles.emplace_back( profile );
    bool kept = true;
    for( const std::string& profile : profiles )
       kept = conforms( profile, all ) && kept;

@@ -14,16 +14,22 @@ const FieldLookup& FieldLookups::of( const FieldGroup& group )
    return *lookup;
 }
 
+std::vector<PortRef> portsOf( const StrataCommonSmData& scsd, const IntfIdList& members )
+{
+   std::vector<PortRef> ports;
+   for( const auto& member : members )
+      if( const StrataPort at = scsd.strataIntfToPort( member ) )
+         ports.push_back( { at.unit(), at.logicalPort() } );
+   return ports;
+}
+
 const std::vector<Lag>& PacketView::lags() const
 {
    if( lags_ )
       return *lags_;
    lags_.emplace();
    for( const auto& [ name, members ] : scsd_.lagMembers() ) {
-      Lag lag{ name.toString(), {} };
-      for( const auto& member : members )
-         if( const StrataPort at = scsd_.strataIntfToPort( member ) )
-            lag.ports.push_back( { at.unit(), at.logicalPort() } );
+      Lag lag{ name.toString(), portsOf( scsd_, members ) };
       if( !lag.ports.empty() )
          lags_->push_back( std::move( lag ) );
    }
@@ -65,7 +71,8 @@ bool PacketView::isInternal( PortRef port ) const
 
 bool PacketView::isFrontPanel( PortRef port ) const
 {
-   return port.port < PortBitmap::size && chip( port.unit ).frontPanelPorts().contains( port.port );
+   return port.port < PortBitmap::size &&
+          chip( port.unit ).frontPanelPorts().contains( port.port ) && !isInternal( port );
 }
 
 const ChipVlan* PacketView::vlan( U32 unit, U16 vlanId ) const

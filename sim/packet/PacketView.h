@@ -26,6 +26,9 @@ class FieldLookups
    std::map<const FieldGroup*, std::unique_ptr<FieldLookup>> known_;
 };
 
+/// The ports of those that have one, in their order.
+std::vector<PortRef> portsOf( const StrataCommonSmData& scsd, const IntfIdList& members );
+
 struct Lag
 {
    std::string name;
@@ -62,6 +65,7 @@ class PacketView
    bool isLoopback( PortRef port ) const;
    /// What leaves by the port comes in on it again: the loopback and recirculation ports.
    bool isInternal( PortRef port ) const;
+   /// Internal ports are not, also one that the agent has taken for recirculation.
    bool isFrontPanel( PortRef port ) const;
    const ChipVlan* vlan( U32 unit, U16 vlanId ) const;
 

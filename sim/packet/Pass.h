@@ -70,7 +70,7 @@ class Pass
    Destination onePort( PortRef port ) const;
    Destination portOrLag( PortRef port, U16 vlanId ) const;
    void thin( Destination& destination, U16 vlanId ) const;
-   bool cameInBy( const Lag& lag ) const;
+   bool cameInBy( PortRef port ) const;
    PortRef memberThatSends( PortRef port, U16 vlanId ) const;
    void learn();
 

@@ -76,19 +76,15 @@ void Pass::depart( PortRef port, U16 vlanId, const Frame& frame, const std::stri
 void Pass::leave( PortRef port, Refusals& refusals )
 {
    const U16 vlanId = egressVlan();
-   const bool bridgedBack =
-      !nextHop_ && terminated_.empty() && !arrival_.higig &&
-      ( port == arrival_.port || std::ranges::any_of( view_.lags(), [ & ]( const Lag& lag ) {
-         return cameInBy( lag ) && lag.has( port );
-      } ) );
-   if( !bridgedBack && port.unit == arrival_.port.unit && view_.isInternal( port ) ) {
+   const bool back = cameInBy( port );
+   if( !back && port.unit == arrival_.port.unit && view_.isInternal( port ) ) {
       note( "egress", [ & ] { return "once more through " + view_.portName( port ); } );
       result_.again.push_back( { .port = port,
          .frame = retagged( rewritten(), VlanTag{ vlanId, priority_ } ),
          .source = StationKey{ domain_, headers().srcMac } } );
       return;
    }
-   const std::string reason = bridgedBack ? "it came in there" : refusal( port, vlanId );
+   const std::string reason = back ? "it came in there" : refusal( port, vlanId );
    if( reason.empty() )
       depart( port, vlanId, rewritten() );
    else

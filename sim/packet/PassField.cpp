@@ -95,7 +95,7 @@ FieldKey Pass::key() const
    key.arrivalPort = arrival_.higig ? FieldKey::stackPort : arrival_.port.port;
    if( arrival_.higig )
       for( const U32 port : chip_.frontPanelPorts() )
-         if( !view_.isInternal( { arrival_.port.unit, port } ) )
+         if( view_.isFrontPanel( { arrival_.port.unit, port } ) )
             key.panel.add( port );
    if( destination_.ports.size() == 1 && destination_.ports.front().unit == arrival_.port.unit )
       key.departurePort = destination_.ports.front().port;

@@ -29,7 +29,7 @@ bool Pass::link()
       drop( format( "there is no VLAN %d", U32{ vlanId_ } ) );
       return false;
    }
-   if( arrival_.higig || !view_.isFrontPanel( arrival_.port ) || view_.isInternal( arrival_.port ) )
+   if( arrival_.higig || !view_.isFrontPanel( arrival_.port ) )
       return true;
    if( !chip_.activePorts().contains( arrival_.port.port ) )
       drop( view_.portName( arrival_.port ) + " is down" );
@@ -191,7 +191,7 @@ void Pass::thin( Destination& destination, U16 vlanId ) const
    std::vector<PortRef>& ports = destination.ports;
    std::erase_if( ports, [ & ]( PortRef port ) { return view_.isInternal( port ); } );
    for( const Lag& lag : view_.lags() ) {
-      if( vlanId == domain_ && cameInBy( lag ) )
+      if( vlanId == domain_ && cameInBy( lag.ports.front() ) )
          continue; // all are refused alike
       const auto sender = std::ranges::find_if( lag.ports, [ & ]( PortRef port ) {
          return std::ranges::find( ports, port ) != ports.end() && refusal( port, vlanId ).empty();
@@ -208,9 +208,14 @@ void Pass::thin( Destination& destination, U16 vlanId ) const
    }
 }
 
-bool Pass::cameInBy( const Lag& lag ) const
+/// What is bridged does not leave by the port that it came in by, nor by others of its LAG.
+bool Pass::cameInBy( PortRef port ) const
 {
-   return !nextHop_ && terminated_.empty() && !arrival_.higig && lag.has( arrival_.port );
+   if( nextHop_ || !terminated_.empty() || arrival_.higig )
+      return false;
+   return port == arrival_.port || std::ranges::any_of( view_.lags(), [ & ]( const Lag& lag ) {
+      return lag.has( port ) && lag.has( arrival_.port );
+   } );
 }
 
 /// What is for a port of a LAG goes by the LAG's first member that may send.

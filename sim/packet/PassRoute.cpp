@@ -43,7 +43,7 @@ std::string Pass::whyNotRouted() const
    const auto at = portControls.find(
       { static_cast<int>( arrival_.port.port ), v6 ? PortControl::IP6 : PortControl::IP4 } );
    if( !arrival_.higig && view_.isFrontPanel( arrival_.port ) &&
-       !view_.isInternal( arrival_.port ) && ( at == portControls.end() || at->second == 0 ) )
+       ( at == portControls.end() || at->second == 0 ) )
       return format( "%s is not enabled on the port", family );
    if( control( SwitchControl::L3EgressMode ) == 0 )
       return "L3EgressMode is 0: the chip does not use its routes";

@@ -1,6 +1,7 @@
 // The kit passes what is right, leaves it as it was, and says clearly what is not.
 #include "tests/conformance/Examined.h"
 #include "tests/conformance/ForwardingManager.h"
+#include "tests/sim/EveryProfile.h"
 
 #include <gmock/gmock.h>
 
@@ -13,13 +14,13 @@ namespace Strata::Conformance {
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-class EveryProfile : public testing::TestWithParam<std::string>
+class EveryProfile : public testing::TestWithParam<std::string_view>
 {
 };
 
 TEST_P( EveryProfile, ConformsAndIsLeftAsItWas )
 {
-   Switch it( GetParam() );
+   Switch it{ std::string( GetParam() ) };
    Sim::Chip& chip = it.hardware.chip( 4 );
    chip.vlan( 1 )->flags = { VlanFlag::vlanIp4RoutingOff };
    const auto state = [ & ] {
@@ -45,7 +46,7 @@ TEST_P( EveryProfile, ConformsAndIsLeftAsItWas )
 
 TEST_P( EveryProfile, IsExaminedWithoutMistakesWhereThoseAreNotWanted )
 {
-   Switch it( GetParam() );
+   Switch it{ std::string( GetParam() ) };
    it.port.provoke = false;
    const Report report = examine( it.port );
    EXPECT_TRUE( report.conforms() ) << report.text( false );
@@ -57,9 +58,7 @@ TEST_P( EveryProfile, IsExaminedWithoutMistakesWhereThoseAreNotWanted )
    EXPECT_EQ( report.verdict( Promise::pairRule ), Verdict::kept );
 }
 
-INSTANTIATE_TEST_SUITE_P( Conformance, EveryProfile,
-   testing::Values( "hsdk", "register", "fabric-vfi", "acl" ),
-   []( const auto& tested ) { return tested.param == "fabric-vfi" ? "fabricVfi" : tested.param; } );
+INSTANTIATE_TEST_SUITE_P( Conformance, EveryProfile, everyProfile(), profileSuffix );
 
 TEST( ConformanceTest, TriesEveryPromiseThatTheProfilesHaveBetweenThem )
 {

@@ -1,8 +1,8 @@
 // Every hardware call of the slice fails once: the agent ends with the one line, and nothing is called after it.
 #include "tests/routing/Fixture.h"
 
-#include "sim/ChipProfile.h"
 #include "sim/SdkCodes.h"
+#include "tests/sim/EveryProfile.h"
 
 #include <functional>
 #include <gmock/gmock.h>
@@ -183,20 +183,7 @@ TEST_P( FaultSweepTest, AFailingInstallEndsTheAgentByItsAssertionAlone )
    }
 }
 
-std::vector<std::string_view> profileNames()
-{
-   std::vector<std::string_view> names;
-   for( const Sim::ChipProfile& profile : Sim::chipProfiles() )
-      names.push_back( profile.name );
-   return names;
-}
-
-INSTANTIATE_TEST_SUITE_P(
-   Profiles, FaultSweepTest, testing::ValuesIn( profileNames() ), []( const auto& profile ) {
-      std::string name( profile.param );
-      std::erase( name, '-' );
-      return name;
-   } );
+INSTANTIATE_TEST_SUITE_P( Profiles, FaultSweepTest, everyProfile(), profileSuffix );
 
 } // namespace
 } // namespace Strata

@@ -5,6 +5,7 @@
 #include "platform/runtime/Activity.h"
 #include "platform/runtime/Assert.h"
 #include "tests/routing/ReferenceModel.h"
+#include "tests/sim/EveryProfile.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -193,20 +194,7 @@ TEST_P( PathIndependenceTest, TheSwitchIsWhatTheModelSaysAfterEachChange )
    }
 }
 
-std::vector<std::string_view> profileNames()
-{
-   std::vector<std::string_view> names;
-   for( const Sim::ChipProfile& profile : Sim::chipProfiles() )
-      names.push_back( profile.name );
-   return names;
-}
-
-INSTANTIATE_TEST_SUITE_P(
-   Profiles, PathIndependenceTest, testing::ValuesIn( profileNames() ), []( const auto& profile ) {
-      std::string name( profile.param );
-      std::erase( name, '-' );
-      return name;
-   } );
+INSTANTIATE_TEST_SUITE_P( Profiles, PathIndependenceTest, everyProfile(), profileSuffix );
 
 // A model that takes one interface for bridged is found out, and what is left of the sequence is what it takes.
 TEST( PathIndependenceShrinkingTest, AWrongExpectationIsShortenedToWhatItTakes )

@@ -41,41 +41,47 @@ void showRoutes( Session& session, Words& words )
    session.console().table( "Routes", table );
 }
 
+/// "a, b, c"
+class List
+{
+ public:
+   void add( bool has, const std::string& part )
+   {
+      if( has )
+         text_ += ( text_.empty() ? "" : ", " ) + part;
+   }
+   const std::string& text() const { return text_; }
+
+ private:
+   std::string text_;
+};
+
 std::string vlanText( const Sim::VlanProperties& vlan )
 {
-   std::string text;
-   const auto add = [ &text ]( bool has, const std::string& part ) {
-      if( has )
-         text += ( text.empty() ? "" : ", " ) + part;
-   };
-   add( vlan.svi, "svi" );
-   add( !vlan.routerMac.isZero(), "router MAC " + vlan.routerMac.toString() );
-   add( vlan.dropRouted, "drop-routed" );
-   add( vlan.vni.has_value(), "VXLAN " + std::to_string( vlan.vni.value_or( 0 ) ) );
+   List list;
+   list.add( vlan.svi, "svi" );
+   list.add( !vlan.routerMac.isZero(), "router MAC " + vlan.routerMac.toString() );
+   list.add( vlan.dropRouted, "drop-routed" );
+   list.add( vlan.vni.has_value(), "VXLAN " + std::to_string( vlan.vni.value_or( 0 ) ) );
    for( const std::string& tunnel : vlan.tunnels )
-      add( true, "tunnel " + tunnel );
-   add( vlan.l3Class != 0, "L3 class " + std::to_string( vlan.l3Class ) );
-   add( vlan.urpf != Sim::UrpfMode::off, "uRPF " + Vormel::enumText( vlan.urpf ) );
-   add( vlan.mtu != 0, "MTU " + std::to_string( vlan.mtu ) );
-   return text;
+      list.add( true, "tunnel " + tunnel );
+   list.add( vlan.l3Class != 0, "L3 class " + std::to_string( vlan.l3Class ) );
+   list.add( vlan.urpf != Sim::UrpfMode::off, "uRPF " + Vormel::enumText( vlan.urpf ) );
+   list.add( vlan.mtu != 0, "MTU " + std::to_string( vlan.mtu ) );
+   return list.text();
 }
 
 std::string groupText( Sim::PacketEngine& engine, const Sim::McastGroup& group )
 {
-   std::string text;
-   const auto add = [ &text ](
-                       const std::string& part ) { text += ( text.empty() ? "" : ", " ) + part; };
-   if( group.everyPort )
-      add( "every port" );
-   if( group.everyTunnel )
-      add( "every tunnel" );
+   List list;
+   list.add( group.everyPort, "every port" );
+   list.add( group.everyTunnel, "every tunnel" );
    for( const Sim::PortRef port : group.ports )
-      add( engine.portName( port ) );
+      list.add( true, engine.portName( port ) );
    for( const std::string& tunnel : group.tunnels )
-      add( "tunnel " + tunnel );
-   if( group.cpu )
-      add( "the CPU" );
-   return text;
+      list.add( true, "tunnel " + tunnel );
+   list.add( group.cpu, "the CPU" );
+   return list.text();
 }
 
 void showForwarding( Session& session, Words& words )
@@ -98,10 +104,10 @@ void showForwarding( Session& session, Words& words )
          ( rule.swap ? "swap " + std::to_string( *rule.swap ) : "pop" ) + ", to " +
             engine.nextHopName( rule.nextHop ) } );
    for( const auto& [ address, into ] : tables.mcastRoutes ) {
-      std::string vlans;
+      List vlans;
       for( const U16 vlanId : into )
-         vlans += ( vlans.empty() ? "into VLAN " : ", " ) + std::to_string( vlanId );
-      table.row( { "mroute " + address.toString(), vlans } );
+         vlans.add( true, "into VLAN " + std::to_string( vlanId ) );
+      table.row( { "mroute " + address.toString(), vlans.text() } );
    }
    for( const auto& [ number, group ] : tables.l2Groups )
       table.row( { "l2mcast " + std::to_string( number ), groupText( engine, group ) } );

@@ -46,10 +46,7 @@ void makeSwitch( Session& session, Words& words )
    static constexpr std::array<std::string_view, 7> options{
       "units", "ports", "with", "without", "fabric", "name", "seed" };
    AgentConfig config;
-   std::vector<std::string_view> profiles;
-   for( const Sim::ChipProfile& profile : Sim::chipProfiles() )
-      profiles.push_back( profile.name );
-   config.hardware.profile = words.choose( "a chip profile", profiles );
+   config.hardware.profile = words.choose( "a chip profile", Sim::chipProfileNames() );
    while( !words.done() ) {
       const std::string_view option = words.choose( "an option", options );
       if( option == "units" )

@@ -77,10 +77,7 @@ PortRef takePort( Session& session, Words& words )
 static std::vector<PortRef> portsOfLag( Session& session, const Words& words, IntfId lag )
 {
    const auto scsd = session.agent( words ).hardware().scsd();
-   std::vector<PortRef> ports;
-   for( const auto& member : scsd->lagMembers( lag ) )
-      if( const StrataPort at = scsd->strataIntfToPort( member ) )
-         ports.push_back( { at.unit(), at.logicalPort() } );
+   std::vector<PortRef> ports = Sim::portsOf( *scsd, scsd->lagMembers( lag ) );
    if( ports.empty() )
       words.fail( lag.toString() + " has no member with a port" );
    return ports;

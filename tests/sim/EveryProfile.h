@@ -1,0 +1,26 @@
+// Tests that run on every kind of chip.
+#pragma once
+
+#include "sim/ChipProfile.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <string_view>
+
+namespace Strata {
+
+inline auto everyProfile()
+{
+   return testing::ValuesIn( Sim::chipProfileNames() );
+}
+
+/// What the tests of a profile are called by: GoogleTest takes no dash.
+inline std::string profileSuffix( const testing::TestParamInfo<std::string_view>& profile )
+{
+   std::string name( profile.param );
+   std::erase( name, '-' );
+   return name;
+}
+
+} // namespace Strata
