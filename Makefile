@@ -4,15 +4,18 @@ SCENARIO ?= scenarios/two-units.scenario
 RUN_FLAGS ?=
 TEST_FLAGS ?=
 BENCH_FLAGS ?=
+FILES ?=
 
 .DEFAULT_GOAL := help
-.PHONY: help run test bench format lint package update-golden update-reference update-symbols clean
+.PHONY: help run test bench mutants format lint package update-golden update-reference update-symbols clean
 
 help:
 	@echo 'make run            build, then run a scenario on the simulated chip'
 	@echo '                      SCENARIO=$(SCENARIO)  RUN_FLAGS=...'
 	@echo 'make test           build and run all tests          TEST_FLAGS="-R <pattern>"'
 	@echo 'make bench          build and run the benchmarks     BENCH_FLAGS="--benchmark_filter=<pattern>"'
+	@echo 'make mutants FILES=routing/Urpf.cpp   break the library token by token and name the test that notices'
+	@echo '                      N=20  SEED=1  LINES=20-40  FUNCTION=<pattern>  KIND=<pattern>  LIST=1'
 	@echo 'make update-golden  make the transcripts of now the golden ones'
 	@echo 'make update-reference  make the reference pages say what the code says'
 	@echo 'make update-symbols    make the list of exported symbols say what the library exports'
@@ -37,6 +40,14 @@ bench:
 	@sh ci/build.sh release strata-l3-bench strata-l3-instructions
 	@build/release/bin/strata-l3-bench $(BENCH_FLAGS)
 	@sh bench/instructions.sh build/release/bin/strata-l3-instructions
+
+mutants:
+	@[ -n '$(FILES)' ] || { echo 'make mutants FILES="routing/Urpf.cpp ..."' >&2; exit 2; }
+	@sh ci/setup.sh mutants
+	@$(if $(LIST),,sh ci/build.sh debug strata-l3-tests)
+	@python3 ci/mutants.py $(FILES) $(if $(N),--number $(N)) $(if $(SEED),--seed $(SEED)) \
+	   $(if $(LINES),--lines $(LINES)) $(if $(FUNCTION),--function '$(FUNCTION)') \
+	   $(if $(KIND),--kind '$(KIND)') $(if $(LIST),--list)
 
 update-golden:
 	@sh ci/setup.sh build

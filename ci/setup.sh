@@ -1,5 +1,5 @@
 #!/bin/sh
-# setup.sh build|bench|ci
+# setup.sh build|bench|mutants|ci
 # Makes sure that the Debian packages of a group are there, and installs what is missing if it may.
 # Quiet when nothing is missing.
 set -u
@@ -24,6 +24,9 @@ libbenchmark-dev /usr/include/benchmark/benchmark.h
 libabsl-dev /usr/include/absl/container/flat_hash_map.h
 valgrind valgrind
 '
+mutants='
+python3 python3
+'
 ci='
 git git
 clang clang++
@@ -40,9 +43,10 @@ python3-scapy /usr/lib/python3/dist-packages/scapy
 case $group in
 build) wanted=$build ;;
 bench) wanted=$build$bench ;;
-ci) wanted=$build$bench$ci ;;
+mutants) wanted=$build$mutants ;;
+ci) wanted=$build$bench$mutants$ci ;;
 *)
-   echo "setup.sh: unknown group '$group'; one of build, bench, ci" >&2
+   echo "setup.sh: unknown group '$group'; one of build, bench, mutants, ci" >&2
    exit 2
    ;;
 esac
