@@ -22,12 +22,18 @@ constexpr U16 etherTypeVlan = 0x8100;
 constexpr U16 etherTypeIpv6 = 0x86DD;
 constexpr U16 etherTypeMpls = 0x8847;
 constexpr U8 ipProtocolIgmp = 2;
+constexpr U8 ipProtocolUdp = 17;
 constexpr U16 udpPortVxlan = 4789;
+
+// Bytes of a frame without its checksum; the longest one is without the VLAN tags that are parsed.
+constexpr std::size_t shortestFrame = 60;
+constexpr std::size_t longestFrame = 9216;
 
 struct VlanTag
 {
    U16 vlanId = 0; // 0: a priority alone
    U8 priority = 0;
+   bool dropEligible = false;
 };
 
 struct ArpHeader
@@ -41,10 +47,11 @@ struct IpHeader
 {
    IpAddress source;
    IpAddress destination;
+   U8 trafficClass;    // DSCP and ECN
    U8 ttl;             // or hop limit
    U8 protocol;        // the last next header
    bool options;       // IPv4 options, or IPv6 hop-by-hop options
-   bool checksumRight; // always, for IPv6
+   bool checksumRight; // always, for IPv6, and where the capture does not hold the whole header
    U32 length;         // bytes, header included
 };
 
@@ -58,13 +65,14 @@ struct MplsLabel
 {
    U32 label;
    U8 ttl;
+   bool bottom; // the last of the stack
 };
 
 struct VxlanHeader
 {
    U32 vni;
    std::size_t innerOffset; // of the frame inside
-   std::size_t innerEnd;
+   std::size_t innerEnd;    // on the wire
 };
 
 struct Headers
@@ -72,14 +80,16 @@ struct Headers
    EthAddr dstMac;
    EthAddr srcMac;
    std::optional<VlanTag> tag; // the outermost
-   U16 etherType = 0;          // behind all tags
+   std::size_t tags = 0;       // that are parsed: two at most
+   U16 etherType = 0;          // behind the tags that are parsed
    std::size_t l3Offset = 0;
    std::optional<ArpHeader> arp;
    std::vector<MplsLabel> mpls; // outermost first
-   std::optional<IpHeader> ip;  // not behind labels
+   U16 labelled = 0; // EtherType of the IP packet behind the last label; 0 for anything else
+   std::optional<IpHeader> ip; // not behind labels
    std::optional<L4Ports> l4;
    std::optional<VxlanHeader> vxlan;
-   /// Why the parser did not look further; empty when it saw all that it knows.
+   /// Why the parser did not look further, or not at all bytes; empty when it saw all that it knows.
    std::string problem;
 
    bool isArp( U16 operation ) const { return arp && arp->operation == operation; }
@@ -88,32 +98,51 @@ struct Headers
 class Frame
 {
  public:
-   /// ValueError when there is no whole Ethernet header.
+   /// All of a frame. ValueError when there is no whole Ethernet header.
    explicit Frame( Bytes bytes );
+   /// What a capture holds of a frame: its first bytes. `length` is that on the wire.
+   Frame( Bytes bytes, std::size_t length );
 
    const Bytes& bytes() const { return bytes_; }
+   /// Bytes on the wire.
+   std::size_t length() const { return bytes_.size() + missing_; }
+   /// Without the VLAN tags that are parsed.
+   std::size_t untaggedLength() const;
+   /// Bytes at the end that the capture does not hold.
+   std::size_t missing() const { return missing_; }
    const Headers& headers() const { return headers_; }
 
-   /// "00:..:01 -> 00:..:02 vlan 10, IPv4 10.0.0.1 -> 10.0.0.2 ttl 64, UDP 1000 -> 53"
+   /// "00:..:01 -> 00:..:02 vlan 10, IPv4 10.0.0.1 -> 10.0.0.2 ttl 64, UDP 1000 -> 53"; with all VLAN tags.
    std::string text() const;
-   /// The same without MAC addresses and tag.
+   /// The same without MAC addresses and tags.
    std::string payloadText() const;
 
-   bool operator==( const Frame& other ) const { return bytes_ == other.bytes_; }
+   bool operator==( const Frame& other ) const
+   {
+      return bytes_ == other.bytes_ && missing_ == other.missing_;
+   }
 
  private:
    Bytes bytes_;
+   std::size_t missing_;
    Headers headers_;
 };
 
-// What chips do to frames. All return a new one.
+// What chips do to frames. All return a new one, of which as many bytes are missing as before.
 
-/// With this tag, or without any where there is none; an inner tag stays.
+/// With this tag in the place of the outermost, or without that one; an inner tag stays.
 Frame retagged( const Frame& frame, const std::optional<VlanTag>& tag );
+/// With one tag more, around those that are there.
+Frame tagged( const Frame& frame, const VlanTag& tag );
+/// Without any of the tags that are parsed.
+Frame untagged( const Frame& frame );
+/// With zeros at its end where it is shorter than the shortest frame.
+Frame padded( const Frame& frame );
 Frame withMacs( const Frame& frame, const EthAddr& dstMac, const EthAddr& srcMac );
 /// One hop less in the IP header, or in the outermost label; the IPv4 checksum follows.
 Frame oneHopLess( const Frame& frame );
-/// The outermost label replaced by `label`, or taken off; what was behind the last one is IP.
+/// The outermost label replaced by `label`, or taken off. Requires: a label to take off is not the last,
+/// or IP is behind it.
 Frame relabelled( const Frame& frame, std::optional<U32> label );
 
 /// The Ethernet frame inside a VXLAN packet. ValueError when it is no whole one.
@@ -127,6 +156,8 @@ struct VxlanOuter
    IpAddress destination;
    U32 vni;
 };
+/// DSCP and ECN of an IP packet inside stand outside, too; it must not be fragmented, and UDP has no
+/// checksum.
 Frame encapsulated( const Frame& inner, const VxlanOuter& outer );
 
 U16 internetChecksum( std::span<const U8> bytes );

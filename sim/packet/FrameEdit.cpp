@@ -1,21 +1,17 @@
 // What chips do to frames. They change bytes in place and leave the rest as it came, broken or not; so
-// does this. Only what is new, the outer headers of a tunnel, is built by libtins.
+// does this.
 #include "platform/runtime/Errors.h"
 #include "sim/packet/Frame.h"
 
-#include <tins/ethernetII.h>
-#include <tins/ip.h>
-#include <tins/ipv6.h>
-#include <tins/rawpdu.h>
-#include <tins/udp.h>
-
 #include <algorithm>
+#include <array>
 
 namespace Strata::Sim {
 
 namespace {
 
 constexpr std::size_t macs = 12; // bytes of both addresses
+constexpr std::size_t tagSize = 4;
 constexpr std::size_t labelSize = 4;
 constexpr U8 tunnelTtl = 64;
 
@@ -35,9 +31,21 @@ void putMac( Bytes& bytes, std::size_t offset, const EthAddr& mac )
    std::ranges::copy( mac.bytes(), bytes.begin() + place( offset ) );
 }
 
-Tins::HWAddress<6> tinsMac( const EthAddr& mac )
+void append( Bytes& bytes, std::span<const U8> more )
 {
-   return { mac.bytes().data() };
+   bytes.insert( bytes.end(), more.begin(), more.end() );
+}
+
+void appendU16( Bytes& bytes, std::size_t value )
+{
+   append( bytes, std::array{ static_cast<U8>( value >> 8 ), static_cast<U8>( value ) } );
+}
+
+/// The frame with other bytes in front of what the capture does not hold.
+Frame changed( const Frame& frame, Bytes bytes )
+{
+   const std::size_t length = bytes.size() + frame.missing();
+   return Frame( std::move( bytes ), length );
 }
 
 /// The checksum follows a change of one 16-bit word without a look at the others, so that a wrong one
@@ -62,17 +70,51 @@ U16 internetChecksum( std::span<const U8> bytes )
    return static_cast<U16>( ~sum );
 }
 
+static void putTag( Bytes& bytes, const VlanTag& tag )
+{
+   putU16( bytes, macs, etherTypeVlan );
+   putU16( bytes, macs + 2,
+      static_cast<U16>( tag.priority << 13 | ( tag.dropEligible ? 0x1000 : 0 ) | tag.vlanId ) );
+}
+
 Frame retagged( const Frame& frame, const std::optional<VlanTag>& tag )
 {
+   if( frame.headers().tags == 0 )
+      return tag ? tagged( frame, *tag ) : frame;
    Bytes bytes = frame.bytes();
-   if( frame.headers().tag )
-      bytes.erase( bytes.begin() + place( macs ), bytes.begin() + place( macs + 4 ) );
-   if( tag ) {
-      bytes.insert( bytes.begin() + place( macs ), 4, 0 );
-      putU16( bytes, macs, etherTypeVlan );
-      putU16( bytes, macs + 2, static_cast<U16>( tag->priority << 13 | tag->vlanId ) );
-   }
-   return Frame( std::move( bytes ) );
+   if( tag )
+      putTag( bytes, *tag );
+   else
+      bytes.erase( bytes.begin() + place( macs ), bytes.begin() + place( macs + tagSize ) );
+   return changed( frame, std::move( bytes ) );
+}
+
+Frame tagged( const Frame& frame, const VlanTag& tag )
+{
+   Bytes bytes = frame.bytes();
+   bytes.insert( bytes.begin() + place( macs ), tagSize, 0 );
+   putTag( bytes, tag );
+   return changed( frame, std::move( bytes ) );
+}
+
+Frame untagged( const Frame& frame )
+{
+   if( frame.headers().tags == 0 )
+      return frame;
+   Bytes bytes = frame.bytes();
+   bytes.erase( bytes.begin() + place( macs ),
+      bytes.begin() + place( macs + frame.headers().tags * tagSize ) );
+   return changed( frame, std::move( bytes ) );
+}
+
+Frame padded( const Frame& frame )
+{
+   if( frame.length() >= shortestFrame )
+      return frame;
+   Bytes bytes = frame.bytes();
+   if( frame.missing() == 0 )
+      bytes.resize( shortestFrame );
+   return Frame( std::move( bytes ), shortestFrame );
 }
 
 Frame withMacs( const Frame& frame, const EthAddr& dstMac, const EthAddr& srcMac )
@@ -80,7 +122,7 @@ Frame withMacs( const Frame& frame, const EthAddr& dstMac, const EthAddr& srcMac
    Bytes bytes = frame.bytes();
    putMac( bytes, 0, dstMac );
    putMac( bytes, 6, srcMac );
-   return Frame( std::move( bytes ) );
+   return changed( frame, std::move( bytes ) );
 }
 
 Frame oneHopLess( const Frame& frame )
@@ -100,7 +142,7 @@ Frame oneHopLess( const Frame& frame )
       --bytes[ l3 + 8 ];
       putU16( bytes, l3 + 10, updatedChecksum( word( 10 ), before, word( 8 ) ) );
    }
-   return Frame( std::move( bytes ) );
+   return changed( frame, std::move( bytes ) );
 }
 
 Frame relabelled( const Frame& frame, std::optional<U32> label )
@@ -110,47 +152,66 @@ Frame relabelled( const Frame& frame, std::optional<U32> label )
    if( label ) {
       putU16( bytes, l3, static_cast<U16>( *label >> 4 ) );
       bytes[ l3 + 2 ] = static_cast<U8>( *label << 4 | ( bytes[ l3 + 2 ] & 0x0F ) );
-      return Frame( std::move( bytes ) );
+      return changed( frame, std::move( bytes ) );
    }
    bytes.erase( bytes.begin() + place( l3 ), bytes.begin() + place( l3 + labelSize ) );
-   if( frame.headers().mpls.size() == 1 ) {
-      const bool v6 = bytes.size() > l3 && bytes[ l3 ] >> 4 == 6;
-      putU16( bytes, l3 - 2, v6 ? etherTypeIpv6 : etherTypeIpv4 );
-   }
-   return Frame( std::move( bytes ) );
+   if( frame.headers().mpls.front().bottom )
+      putU16( bytes, l3 - 2, frame.headers().labelled );
+   return changed( frame, std::move( bytes ) );
 }
 
 Frame decapsulated( const Frame& frame )
 {
    if( !frame.headers().vxlan )
       throw Vormel::ValueError( "there is no VXLAN packet in the frame" );
-   const VxlanHeader& vxlan = *frame.headers().vxlan;
+   const auto& [ vni, offset, end ] = *frame.headers().vxlan;
    const auto begin = frame.bytes().begin();
-   return Frame( Bytes( begin + place( vxlan.innerOffset ), begin + place( vxlan.innerEnd ) ) );
+   const std::size_t heldEnd = std::min( end, frame.bytes().size() );
+   return Frame( Bytes( begin + place( offset ), begin + place( heldEnd ) ), end - offset );
+}
+
+/// Up to the payload, which has this length.
+static void appendIp( Bytes& bytes, const VxlanOuter& outer, U8 trafficClass, std::size_t length )
+{
+   const bool v6 = outer.destination.isV6();
+   const std::size_t addressSize = v6 ? 16 : 4;
+   const std::size_t start = bytes.size();
+   if( v6 ) {
+      append( bytes, std::array<U8, 4>{ static_cast<U8>( 0x60 | trafficClass >> 4 ),
+                        static_cast<U8>( trafficClass << 4 ), 0, 0 } );
+      appendU16( bytes, length );
+      append( bytes, std::array{ ipProtocolUdp, tunnelTtl } );
+   } else {
+      append( bytes, std::array<U8, 2>{ 0x45, trafficClass } );
+      appendU16( bytes, 20 + length );
+      append( bytes, std::array<U8, 8>{ 0, 0, 0x40, 0, tunnelTtl, ipProtocolUdp, 0, 0 } ); // DF
+   }
+   append( bytes, std::span( outer.source.bytes() ).first( addressSize ) );
+   append( bytes, std::span( outer.destination.bytes() ).first( addressSize ) );
+   if( !v6 )
+      putU16( bytes, start + 10, internetChecksum( std::span( bytes ).subspan( start ) ) );
 }
 
 Frame encapsulated( const Frame& inner, const VxlanOuter& outer )
 {
-   Bytes payload{ 0x08, 0, 0, 0, static_cast<U8>( outer.vni >> 16 ),
-      static_cast<U8>( outer.vni >> 8 ), static_cast<U8>( outer.vni ), 0 };
-   payload.insert( payload.end(), inner.bytes().begin(), inner.bytes().end() );
+   constexpr std::size_t udpAndVxlan = 16;
+   const std::size_t length = udpAndVxlan + inner.length();
+   const auto& ip = inner.headers().ip;
    // The source port tells flows apart; here by the stations alone.
    const U64 flow = inner.headers().dstMac.toNumber() ^ inner.headers().srcMac.toNumber();
-   const U16 sourcePort = static_cast<U16>( 0xC000 | ( flow & 0x3FFF ) );
-   const Tins::UDP udp = Tins::UDP( udpPortVxlan, sourcePort ) / Tins::RawPDU( payload );
-   Tins::EthernetII link( tinsMac( outer.dstMac ), tinsMac( outer.srcMac ) );
-   if( outer.destination.isV6() ) {
-      Tins::IPv6 ip( Tins::IPv6Address( outer.destination.toString() ),
-         Tins::IPv6Address( outer.source.toString() ) );
-      ip.hop_limit( tunnelTtl );
-      link /= ip / udp;
-   } else {
-      Tins::IP ip( Tins::IPv4Address( outer.destination.toString() ),
-         Tins::IPv4Address( outer.source.toString() ) );
-      ip.ttl( tunnelTtl );
-      link /= ip / udp;
-   }
-   return Frame( link.serialize() );
+   Bytes bytes;
+   append( bytes, outer.dstMac.bytes() );
+   append( bytes, outer.srcMac.bytes() );
+   appendU16( bytes, outer.destination.isV6() ? etherTypeIpv6 : etherTypeIpv4 );
+   appendIp( bytes, outer, ip ? ip->trafficClass : U8{ 0 }, length );
+   appendU16( bytes, 0xC000 | ( flow & 0x3FFF ) );
+   appendU16( bytes, udpPortVxlan );
+   appendU16( bytes, length );
+   appendU16( bytes, 0 );
+   append( bytes, std::array<U8, 8>{ 0x08, 0, 0, 0, static_cast<U8>( outer.vni >> 16 ),
+                     static_cast<U8>( outer.vni >> 8 ), static_cast<U8>( outer.vni ), 0 } );
+   append( bytes, inner.bytes() );
+   return changed( inner, std::move( bytes ) );
 }
 
 } // namespace Strata::Sim

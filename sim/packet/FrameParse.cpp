@@ -1,5 +1,6 @@
 // What a chip's parser sees, byte by byte: it looks as far as a frame makes sense, keeps what it saw, and
-// bends to no lie about lengths. A library's parser takes a packet as a whole or not at all.
+// bends to no lie about lengths. A library's parser takes a packet as a whole or not at all. Lengths are
+// judged by the frame's length on the wire; a capture may hold fewer bytes, and then it looks as far as these.
 #include "platform/runtime/Errors.h"
 #include "platform/runtime/Format.h"
 #include "sim/packet/Frame.h"
@@ -21,8 +22,10 @@ constexpr std::size_t ipv4FixedHeader = 20;
 constexpr std::size_t ipv6FixedHeader = 40;
 constexpr std::size_t udpHeader = 8;
 constexpr std::size_t tcpFixedHeader = 20;
+constexpr std::size_t fragmentHeader = 8;
+constexpr std::size_t mostTags = 2;
 constexpr U8 ipProtocolTcp = 6;
-constexpr U8 ipProtocolUdp = 17;
+constexpr U8 ipProtocolFragment = 44; // of IPv6
 
 U16 u16At( const Bytes& bytes, std::size_t offset )
 {
@@ -37,85 +40,129 @@ EthAddr macAt( const Bytes& bytes, std::size_t offset )
    return mac;
 }
 
-/// The layers above Ethernet, one function each. What is wrong ends in `headers.problem`.
+VlanTag tagAt( const Bytes& bytes, std::size_t offset )
+{
+   const U16 control = u16At( bytes, offset );
+   return { static_cast<U16>( control & 0xFFF ), static_cast<U8>( control >> 13 ),
+      ( control & 0x1000 ) != 0 };
+}
+
+/// The layers, one function each. What is wrong ends in `headers.problem`.
 class Parser
 {
  public:
-   Parser( const Bytes& bytes, Headers& headers ) : bytes_( bytes ), headers_( headers ) {}
+   Parser( const Frame& frame, Headers& headers )
+      : bytes_( frame.bytes() ),
+        headers_( headers ),
+        end_( frame.length() )
+   {}
 
-   void link()
-   {
-      headers_.dstMac = macAt( bytes_, 0 );
-      headers_.srcMac = macAt( bytes_, 6 );
-      std::size_t typeAt = 12;
-      while( u16At( bytes_, typeAt ) == etherTypeVlan ) {
-         if( bytes_.size() < typeAt + vlanTag + 2 ) {
-            headers_.problem = "the VLAN tag is cut short";
-            break;
-         }
-         const U16 control = u16At( bytes_, typeAt + 2 );
-         if( !headers_.tag )
-            headers_.tag =
-               VlanTag{ static_cast<U16>( control & 0xFFF ), static_cast<U8>( control >> 13 ) };
-         typeAt += vlanTag;
-      }
-      headers_.etherType = u16At( bytes_, typeAt );
-      headers_.l3Offset = typeAt + 2;
-   }
-
-   void network()
+   void parse()
    {
       try {
-         switch( headers_.etherType ) {
-         case etherTypeArp:
-            return arp();
-         case etherTypeIpv4:
-            return ipv4();
-         case etherTypeIpv6:
-            return ipv6();
-         case etherTypeMpls:
-            return mpls();
-         default:
-            return;
-         }
+         link();
+         network();
       } catch( const Broken& broken ) {
-         headers_.problem = broken.problem;
+         add( broken.problem );
       }
+      if( bytes_.size() < length_ )
+         add( format( "the capture holds %d of %d bytes", bytes_.size(), length_ ) );
    }
 
  private:
    struct Broken
    {
-      std::string problem;
+      std::string problem; // none where the capture ends
    };
+
+   void add( const std::string& problem )
+   {
+      if( !problem.empty() )
+         headers_.problem += ( headers_.problem.empty() ? "" : "; " ) + problem;
+   }
+
+   void link()
+   {
+      headers_.dstMac = macAt( bytes_, 0 );
+      headers_.srcMac = macAt( bytes_, 6 );
+      headers_.etherType = u16At( bytes_, 12 );
+      headers_.l3Offset = ethernetHeader;
+      while( headers_.etherType == etherTypeVlan && headers_.tags < mostTags ) {
+         const std::size_t start = headers_.l3Offset;
+         if( behind( start ) < vlanTag )
+            throw Broken{ "the VLAN tag is cut short" };
+         hold( start, vlanTag );
+         if( headers_.tags++ == 0 )
+            headers_.tag = tagAt( bytes_, start );
+         headers_.etherType = u16At( bytes_, start + 2 );
+         headers_.l3Offset = start + vlanTag;
+      }
+   }
+
+   void network()
+   {
+      switch( headers_.etherType ) {
+      case etherTypeArp:
+         return arp();
+      case etherTypeIpv4:
+         return ipv4();
+      case etherTypeIpv6:
+         return ipv6();
+      case etherTypeMpls:
+         return mpls();
+      case etherTypeVlan:
+         throw Broken{ format( "no more than %d VLAN tags are parsed", mostTags ) };
+      default:
+         return;
+      }
+   }
 
    /// Bytes from `offset` up to the end of what is around.
    std::size_t behind( std::size_t offset ) const { return end_ > offset ? end_ - offset : 0; }
+
+   bool holds( std::size_t offset, std::size_t size ) const
+   {
+      return offset + size <= bytes_.size();
+   }
+   /// To be asked before bytes are read: the frame may have them where the capture has not.
+   void hold( std::size_t offset, std::size_t size ) const
+   {
+      if( !holds( offset, size ) )
+         throw Broken{};
+   }
 
    static void require( bool right, const char* layer )
    {
       if( !right )
          throw Broken{ std::string( "the " ) + layer + " header is cut short or malformed" };
    }
-
-   /// What is looked at ends where the header of a layer says so.
-   void endIs( std::size_t start, std::size_t length, const char* layer )
+   /// The frame has these bytes of a layer's header, and so has the capture.
+   void require( std::size_t offset, std::size_t size, const char* layer ) const
    {
-      if( length > behind( start ) )
-         throw Broken{
-            format( "%s announces %d bytes, and %d are there", layer, length, behind( start ) ) };
+      require( behind( offset ) >= size, layer );
+      hold( offset, size );
+   }
+
+   /// What is looked at ends where the header of a layer says so; false when the frame ends before.
+   bool endIs( std::size_t start, std::size_t length, const char* layer )
+   {
+      if( length > behind( start ) ) {
+         add( format( "%s announces %d bytes, and %d are there", layer, length, behind( start ) ) );
+         return false;
+      }
       end_ = start + length;
+      return true;
    }
 
    void arp()
    {
       const std::size_t start = headers_.l3Offset;
-      require( behind( start ) >= 8, "ARP" );
+      require( start, 8, "ARP" );
       // Ethernet, IPv4, and addresses of their lengths.
       if( u16At( bytes_, start ) != 1 || u16At( bytes_, start + 2 ) != etherTypeIpv4 ||
           u16At( bytes_, start + 4 ) != 0x0604 )
          throw Broken{ "the ARP message is not about Ethernet and IPv4" };
-      require( behind( start ) >= arpMessage, "ARP" );
+      require( start, arpMessage, "ARP" );
       headers_.arp =
          ArpHeader{ u16At( bytes_, start + 6 ), ipv4At( start + 14 ), ipv4At( start + 24 ) };
    }
@@ -123,43 +170,53 @@ class Parser
    void ipv4()
    {
       const std::size_t start = headers_.l3Offset;
-      const std::size_t headerSize =
-         behind( start ) == 0 ? 0 : std::size_t{ bytes_[ start ] & 0x0Fu } * 4;
+      require( start, ipv4FixedHeader, "IPv4" );
+      const std::size_t headerSize = std::size_t{ bytes_[ start ] & 0x0Fu } * 4;
       require( headerSize >= ipv4FixedHeader && headerSize <= behind( start ) &&
                   bytes_[ start ] >> 4 == 4,
          "IPv4" );
       const U16 length = u16At( bytes_, start + 2 );
-      headers_.ip = IpHeader{ ipv4At( start + 12 ), ipv4At( start + 16 ), bytes_[ start + 8 ],
-         bytes_[ start + 9 ], headerSize > ipv4FixedHeader,
-         internetChecksum( std::span( bytes_ ).subspan( start, headerSize ) ) == 0, length };
       if( length < headerSize )
          throw Broken{ format( "IPv4 announces %d bytes, less than its header", length ) };
-      endIs( start, length, "IPv4" );
+      headers_.ip = IpHeader{ ipv4At( start + 12 ), ipv4At( start + 16 ), bytes_[ start + 1 ],
+         bytes_[ start + 8 ], bytes_[ start + 9 ], headerSize > ipv4FixedHeader,
+         !holds( start, headerSize ) ||
+            internetChecksum( std::span( bytes_ ).subspan( start, headerSize ) ) == 0,
+         length };
+      const bool whole = endIs( start, length, "IPv4" );
       const U16 fragment = u16At( bytes_, start + 6 );
       if( ( fragment & 0x1FFF ) == 0 ) // not a later one
-         transport( start + headerSize, ( fragment & 0x2000 ) == 0 );
+         transport( start + headerSize, whole && ( fragment & 0x2000 ) == 0 );
    }
 
    void ipv6()
    {
       const std::size_t start = headers_.l3Offset;
-      require( behind( start ) >= ipv6FixedHeader && bytes_[ start ] >> 4 == 6, "IPv6" );
+      require( start, ipv6FixedHeader, "IPv6" );
+      require( bytes_[ start ] >> 4 == 6, "IPv6" );
       const std::size_t length = ipv6FixedHeader + u16At( bytes_, start + 4 );
-      U8 protocol = bytes_[ start + 6 ];
-      headers_.ip = IpHeader{ ipv6At( start + 8 ), ipv6At( start + 24 ), bytes_[ start + 7 ],
-         protocol, protocol == 0, true, static_cast<U32>( length ) };
-      endIs( start, length, "IPv6" );
+      const U8 first = bytes_[ start + 6 ];
+      headers_.ip = IpHeader{ ipv6At( start + 8 ), ipv6At( start + 24 ),
+         static_cast<U8>( u16At( bytes_, start ) >> 4 ), bytes_[ start + 7 ], first, first == 0,
+         true, static_cast<U32>( length ) };
+      bool whole = endIs( start, length, "IPv6" );
       std::size_t next = start + ipv6FixedHeader;
-      while( isExtension( protocol ) ) {
-         require( behind( next ) >= 8, "IPv6 extension" );
-         const std::size_t size = 8 + std::size_t{ bytes_[ next + 1 ] } * 8;
+      while( isExtension( headers_.ip->protocol ) ) {
+         require( next, 8, "IPv6 extension" );
+         const bool fragments = headers_.ip->protocol == ipProtocolFragment;
+         const U16 fragment = fragments ? u16At( bytes_, next + 2 ) : U16{ 0 };
+         if( fragment >> 3 != 0 )
+            return; // a later one
+         whole = whole && ( fragment & 1 ) == 0;
+         const std::size_t size =
+            fragments ? fragmentHeader : 8 + std::size_t{ bytes_[ next + 1 ] } * 8;
          if( size > behind( next ) )
             throw Broken{ format( "an IPv6 extension header announces %d bytes, and %d are there",
                size, behind( next ) ) };
-         headers_.ip->protocol = protocol = bytes_[ next ];
+         headers_.ip->protocol = bytes_[ next ];
          next += size;
       }
-      transport( next, true );
+      transport( next, whole );
    }
 
    IpAddress ipv4At( std::size_t offset ) const
@@ -176,34 +233,29 @@ class Parser
 
    static bool isExtension( U8 protocol )
    {
-      return protocol == 0 || protocol == 43 || protocol == 60;
+      return protocol == 0 || protocol == 43 || protocol == ipProtocolFragment || protocol == 60;
    }
 
+   /// `whole`: neither a fragment, which announces more than is there, nor a lie.
    void transport( std::size_t offset, bool whole )
    {
-      if( headers_.ip->protocol == ipProtocolUdp ) {
-         require( behind( offset ) >= udpHeader, "UDP" );
-         portsAt( offset );
-         if( whole ) // a first fragment announces more than is there
-            udp( offset );
-      } else if( headers_.ip->protocol == ipProtocolTcp ) {
-         require( behind( offset ) >= tcpFixedHeader, "TCP" );
-         portsAt( offset );
-      }
+      const bool udp = headers_.ip->protocol == ipProtocolUdp;
+      if( !udp && headers_.ip->protocol != ipProtocolTcp )
+         return;
+      if( behind( offset ) >= 4 && holds( offset, 4 ) )
+         headers_.l4 = L4Ports{ u16At( bytes_, offset ), u16At( bytes_, offset + 2 ) };
+      require( behind( offset ) >= ( udp ? udpHeader : tcpFixedHeader ), udp ? "UDP" : "TCP" );
+      if( udp && whole )
+         datagram( offset );
    }
 
-   void portsAt( std::size_t offset )
+   void datagram( std::size_t offset )
    {
-      headers_.l4 = L4Ports{ u16At( bytes_, offset ), u16At( bytes_, offset + 2 ) };
-   }
-
-   void udp( std::size_t offset )
-   {
+      hold( offset, udpHeader );
       const U16 length = u16At( bytes_, offset + 4 );
       if( length < udpHeader )
          throw Broken{ format( "UDP announces %d bytes, less than its header", length ) };
-      endIs( offset, length, "UDP" );
-      if( headers_.l4->destination == udpPortVxlan )
+      if( endIs( offset, length, "UDP" ) && headers_.l4->destination == udpPortVxlan )
          vxlan( offset + udpHeader );
    }
 
@@ -211,40 +263,52 @@ class Parser
    {
       if( behind( offset ) < vxlanHeader + ethernetHeader )
          throw Broken{ "the VXLAN header or the frame in it is cut short" };
+      hold( offset, vxlanHeader + ethernetHeader );
       if( ( bytes_[ offset ] & 0x08 ) == 0 )
          throw Broken{ "the VXLAN header says that its VNI is not valid" };
       headers_.vxlan = VxlanHeader{ U32{ bytes_[ offset + 4 ] } << 16 | u16At( bytes_, offset + 5 ),
          offset + vxlanHeader, end_ };
    }
 
-   /// Whatever is behind the last one.
+   /// Whatever is behind the last one; should it be IP, its first four bits say so.
    void mpls()
    {
-      bool last = false;
-      for( std::size_t offset = headers_.l3Offset; !last; offset += 4 ) {
-         require( behind( offset ) >= 4, "MPLS" );
+      std::size_t offset = headers_.l3Offset;
+      for( bool bottom = false; !bottom; offset += 4 ) {
+         require( offset, 4, "MPLS" );
+         bottom = ( bytes_[ offset + 2 ] & 1 ) != 0;
          headers_.mpls.push_back( { U32{ u16At( bytes_, offset ) } << 4 | bytes_[ offset + 2 ] >> 4,
-            bytes_[ offset + 3 ] } );
-         last = ( bytes_[ offset + 2 ] & 1 ) != 0;
+            bytes_[ offset + 3 ], bottom } );
       }
+      if( behind( offset ) == 0 || !holds( offset, 1 ) )
+         return;
+      const int version = bytes_[ offset ] >> 4;
+      headers_.labelled = version == 4 ? etherTypeIpv4 : version == 6 ? etherTypeIpv6 : U16{ 0 };
    }
 
    const Bytes& bytes_;
    Headers& headers_;
-   std::size_t end_ = bytes_.size();
+   std::size_t end_;                 // of what is looked at, on the wire
+   const std::size_t length_ = end_; // of the frame
 };
 
 } // namespace
 
-Frame::Frame( Bytes bytes ) : bytes_( std::move( bytes ) )
+Frame::Frame( Bytes bytes ) : Frame( std::move( bytes ), 0 ) {}
+
+Frame::Frame( Bytes bytes, std::size_t length )
+   : bytes_( std::move( bytes ) ),
+     missing_( std::max( length, bytes_.size() ) - bytes_.size() )
 {
    if( bytes_.size() < ethernetHeader )
       throw Vormel::ValueError( format(
          "a frame of %d bytes has no whole Ethernet header, which has 14", bytes_.size() ) );
-   Parser parser( bytes_, headers_ );
-   parser.link();
-   if( headers_.problem.empty() )
-      parser.network();
+   Parser( *this, headers_ ).parse();
+}
+
+std::size_t Frame::untaggedLength() const
+{
+   return length() - headers_.tags * vlanTag;
 }
 
 static std::string protocolText( U8 protocol )
@@ -316,15 +380,26 @@ std::string Frame::payloadText() const
    return text;
 }
 
+/// Of all tags, also of those behind the ones that are parsed.
+static std::string tagsText( const Bytes& bytes )
+{
+   std::string text;
+   for( std::size_t at = ethernetHeader;
+        u16At( bytes, at - 2 ) == etherTypeVlan && at + vlanTag <= bytes.size(); at += vlanTag ) {
+      const VlanTag tag = tagAt( bytes, at );
+      text += " vlan " + std::to_string( tag.vlanId );
+      if( tag.priority != 0 )
+         text += " priority " + std::to_string( tag.priority );
+      if( tag.dropEligible )
+         text += " dei";
+   }
+   return text;
+}
+
 std::string Frame::text() const
 {
-   std::string text = headers_.srcMac.toString() + " -> " + headers_.dstMac.toString();
-   if( headers_.tag ) {
-      text += " vlan " + std::to_string( headers_.tag->vlanId );
-      if( headers_.tag->priority != 0 )
-         text += " priority " + std::to_string( headers_.tag->priority );
-   }
-   return text + ", " + payloadText();
+   return headers_.srcMac.toString() + " -> " + headers_.dstMac.toString() + tagsText( bytes_ ) +
+          ", " + payloadText();
 }
 
 } // namespace Strata::Sim

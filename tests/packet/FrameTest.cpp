@@ -56,6 +56,51 @@ TEST_F( FrameTest, TextsTellWhatIsInAFrame )
    EXPECT_EQ( frame( built[ 8 ] ).text(), macs + ", MPLS label 100 ttl 3, MPLS label 200 ttl 64" );
    EXPECT_NE( frame( built[ 9 ] ).text().find( "VXLAN 5030 [ " + macs + " vlan 7, IPv6" ),
       std::string::npos );
+   const Frame two = frame( "priority 1 vlan 10 dei vlan 20 priority 3 ipv4 udp" );
+   const std::string ip = ", IPv4 10.0.0.1 -> 10.0.0.2 ttl 64, UDP 40000 -> 53";
+   EXPECT_EQ( two.text(), macs + " vlan 10 priority 1 dei vlan 20 priority 3" + ip );
+   EXPECT_EQ( retagged( two, std::nullopt ).text(), macs + " vlan 20 priority 3" + ip );
+   EXPECT_EQ( untagged( two ).text(), macs + ip );
+   const Frame three = tagged( two, { 9 } );
+   EXPECT_EQ( three.text(), macs + " vlan 9 vlan 10 priority 1 dei vlan 20 priority 3, EtherType "
+                                   "0x8100 (no more than 2 VLAN tags are parsed)" );
+   EXPECT_FALSE( three.headers().ip );
+}
+
+TEST_F( FrameTest, ACutCaptureIsParsedByItsLengthOnTheWire )
+{
+   const Frame whole = frame( "ipv4 udp dport 5000 length 124" );
+   const auto cut = [ & ]( std::size_t size ) {
+      Bytes bytes = whole.bytes();
+      bytes.resize( size );
+      return Frame( bytes, whole.length() );
+   };
+   for( const std::size_t size : { 96, 38 } ) // to the end of the ports
+      EXPECT_EQ( cut( size ).text(),
+         whole.text() + " (the capture holds " + std::to_string( size ) + " of 124 bytes)" );
+   EXPECT_FALSE( cut( 37 ).headers().l4 );
+   EXPECT_TRUE( cut( 37 ).headers().ip );
+   EXPECT_FALSE( cut( 33 ).headers().ip );
+   EXPECT_EQ( retagged( cut( 96 ), { { 7 } } ).length(), 128u );
+   EXPECT_EQ( padded( Frame( Bytes( 20 ), 50 ) ).length(), Sim::shortestFrame );
+   const Frame outer = encapsulated( cut( 96 ), {} );
+   EXPECT_EQ( outer.headers().problem, "the capture holds 146 of 174 bytes" );
+   EXPECT_EQ( decapsulated( outer ), cut( 96 ) );
+}
+
+TEST_F( FrameTest, TunnelsTellTheInnerClassAreNotFragmentedAndHaveNoUdpChecksum )
+{
+   Bytes inner = frame( "ipv4 udp" ).bytes();
+   inner[ 15 ] = 0xb9;
+   const Bytes v4 = encapsulated( Frame( inner ), {} ).bytes();
+   EXPECT_EQ( v4[ 15 ], 0xb9 );
+   EXPECT_EQ( v4[ 20 ], 0x40 );
+   EXPECT_EQ( Bytes( v4.begin() + 40, v4.begin() + 42 ), Bytes( 2 ) );
+   const auto address = *Sim::IpAddress::parse( "2001:db8::1" );
+   const Frame v6 = encapsulated( Frame( inner ), { {}, {}, address, address, 77 } );
+   EXPECT_EQ( v6.headers().ip->trafficClass, 0xb9 );
+   EXPECT_EQ( decapsulated( v6 ), Frame( inner ) );
+   EXPECT_EQ( Bytes( v6.bytes().begin() + 60, v6.bytes().begin() + 62 ), Bytes( 2 ) );
 }
 
 TEST_F( FrameTest, RewritingChangesWhatItMustAndNothingElse )
@@ -116,6 +161,9 @@ const Bent bents[] = {
    { "arp request", 20, { 0, 3 }, ", ARP operation 3" },
    { "arp request", 14, { 0, 6 }, "(the ARP message is not about Ethernet and IPv4)" },
    { "ipv4 options udp", 34, { 0, 0x44, 0x55, 0x66 }, "UDP 40000 -> 53" }, // junk behind the last
+   { "ipv4 udp", 16, { 0, 19 }, ", EtherType 0x0800 (IPv4 announces 19 bytes, less than its" },
+   { "ipv4 udp", 16, { 5, 0 }, "UDP 40000 -> 53 (IPv4 announces 1280 bytes, and 46 are there)" },
+   { "ipv4 udp vxlan 5030 ipv4", 16, { 5, 0 }, "UDP 40000 -> 4789 (IPv4 announces 1280 bytes" },
    { "ipv4 udp length 60", 16, { 0, 20 }, "(the UDP header is cut short or malformed)" }, // padding
    { "ipv4 udp", 38, { 0, 4 }, "(UDP announces 4 bytes, less than its header)" },
    { "ipv4 udp", 38, { 1, 0 }, "(UDP announces 256 bytes, and 8 are there)" },

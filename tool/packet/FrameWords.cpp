@@ -19,15 +19,17 @@
 #include <array>
 #include <charconv>
 #include <memory>
+#include <ranges>
+#include <vector>
 
 namespace Strata::Tool {
 
 namespace {
 
 using Sim::Bytes;
+using Sim::longestFrame;
 using Vormel::EthAddr;
 
-constexpr U32 longestFrame = 9216; // bytes, without a tag
 constexpr U32 deepestTunnel = 8;
 
 /// "88b5 0102", from words to the end of the line.
@@ -62,18 +64,20 @@ class FrameBuilder
 
    Bytes take()
    {
-      std::optional<Sim::VlanTag> tag;
-      takeLink( tag );
+      std::vector<Sim::VlanTag> tags; // from the outside in
+      takeLink( tags );
       network();
       if( words_.accept( "length" ) )
          pad( words_.value<U32>( "the frame's length in bytes, without a tag" ) );
       Sim::Frame frame( frame_.serialize() );
-      if( tag )
-         frame = retagged( frame, tag );
-      Bytes bytes = frame.bytes();
-      if( badChecksum_ )
+      if( badChecksum_ ) {
+         Bytes bytes = frame.bytes();
          bytes[ frame.headers().l3Offset + 4 * frame.headers().mpls.size() + 10 ] ^= 0xFF;
-      return bytes;
+         frame = Sim::Frame( std::move( bytes ) );
+      }
+      for( const Sim::VlanTag& tag : std::views::reverse( tags ) )
+         frame = tagged( frame, tag );
+      return frame.bytes();
    }
 
  private:
@@ -97,8 +101,12 @@ class FrameBuilder
 
    static Tins::HWAddress<6> tinsMac( const EthAddr& mac ) { return { mac.bytes().data() }; }
 
-   void takeLink( std::optional<Sim::VlanTag>& tag )
+   void takeLink( std::vector<Sim::VlanTag>& tags )
    {
+      // Of the tag that was named last; of one of priority alone until it is.
+      const auto tag = [ & ]() -> Sim::VlanTag& {
+         return tags.empty() ? tags.emplace_back() : tags.back();
+      };
       frame_.src_addr( tinsMac( EthAddr( 2, 0, 0, 0, 0, 1 ) ) );
       frame_.dst_addr( tinsMac( EthAddr( 2, 0, 0, 0, 0, 2 ) ) );
       for( ;; ) {
@@ -106,10 +114,14 @@ class FrameBuilder
             frame_.dst_addr( tinsMac( takeMac( "the destination's MAC address" ) ) );
          else if( words_.accept( "smac" ) )
             frame_.src_addr( tinsMac( takeMac( "the source's MAC address" ) ) );
-         else if( words_.accept( "vlan" ) )
-            tag = Sim::VlanTag{ takeVlanId( words_ ), tag ? tag->priority : U8{ 0 } };
-         else if( words_.accept( "priority" ) )
-            tag = Sim::VlanTag{ tag ? tag->vlanId : U16{ 0 }, takePriority() };
+         else if( words_.accept( "vlan" ) ) {
+            if( tag().vlanId != 0 )
+               tags.emplace_back();
+            tag().vlanId = takeVlanId( words_ );
+         } else if( words_.accept( "priority" ) )
+            tag().priority = takePriority();
+         else if( words_.accept( "dei" ) )
+            tag().dropEligible = true;
          else
             return;
       }
@@ -333,7 +345,7 @@ class FrameBuilder
 
 static Sim::Frame checkedLength( Sim::Frame frame, const Words& words )
 {
-   const std::size_t length = frame.bytes().size() - ( frame.headers().tag ? 4 : 0 );
+   const std::size_t length = frame.untaggedLength();
    if( length > longestFrame )
       words.fail( "a frame has at most " + std::to_string( longestFrame ) +
                   " bytes; this one has " + std::to_string( length ) );

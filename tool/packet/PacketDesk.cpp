@@ -120,7 +120,7 @@ Sim::Frame frameInFile( const std::string& file, U32 number )
          throw ValueError( format(
             "cannot read '%s' behind frame %d: %s", file, i - 1, pcap_geterr( source.get() ) ) );
       if( i == number )
-         return Sim::Frame( Sim::Bytes( bytes, bytes + header->caplen ) );
+         return Sim::Frame( Sim::Bytes( bytes, bytes + header->caplen ), header->len );
    }
 }
 
