@@ -161,8 +161,8 @@ struct Tunnel
 
 struct LabelRule
 {
-   std::optional<U32> swap; // else the label is popped
-   NextHop nextHop;
+   std::optional<U32> swap;        // else the label is popped
+   std::optional<NextHop> nextHop; // none, of a popped one: what is behind it is looked up
 };
 
 struct ForwardingTables

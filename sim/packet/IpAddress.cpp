@@ -45,6 +45,16 @@ bool IpAddress::isMulticast() const
    return v6_ ? bytes_[ 0 ] == 0xff : bytes_[ 0 ] >> 4 == 0xe;
 }
 
+bool IpAddress::isLinkLocal() const
+{
+   if( !v6_ )
+      return ( bytes_[ 0 ] == 169 && bytes_[ 1 ] == 254 ) ||
+             ( bytes_[ 0 ] == 224 && bytes_[ 1 ] == 0 && bytes_[ 2 ] == 0 );
+   if( isMulticast() )
+      return ( bytes_[ 1 ] & 0x0f ) <= 2;
+   return bytes_[ 0 ] == 0xfe && bytes_[ 1 ] >> 6 == 2;
+}
+
 bool IpAddress::isMartian( bool asSource ) const
 {
    if( asSource && isMulticast() )

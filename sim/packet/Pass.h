@@ -84,13 +84,21 @@ class Pass
    void findNextHop();
    void checkReversePath( const RouteTable::Found* source );
    void checkHop();
+   bool linkLocal();
+   bool tooLong( U16 vlanId );
    void toNextHop( const NextHop& nextHop );
    Destination behindNextHop( const NextHop& nextHop );
+   std::string whyNotReplicated() const;
    void routeMulticast();
-   void switchLabel();
    bool exception( SwitchControl control, const std::string& reason );
-   bool trapsMpls( SwitchControl control, RegisterField field ) const;
+   void notRouted( const std::string& reason );
    void lookUpSource();
+
+   // PassLabel.cpp
+   bool switchLabels();
+   bool switchLabel();
+   void trapLabel( const std::string& reason, SwitchControl control, RegisterField field );
+   bool trapsMpls( SwitchControl control, RegisterField field ) const;
 
    // PassField.cpp
    FieldKey key() const;
@@ -106,11 +114,13 @@ class Pass
    using Refusals = std::map<std::string, std::string>; // names by reason
    void egress();
    void leave( PortRef port, Refusals& refusals );
-   void enterTunnel( const std::string& name, Refusals& refusals );
-   void replicate();
+   void enterTunnel( const std::string& name, U16 vlanId, const Frame& frame, bool routed,
+      const std::string& what, Refusals& refusals );
+   void replicate( Refusals& refusals );
    std::string refusal( PortRef port, U16 vlanId ) const;
    void depart( PortRef port, U16 vlanId, const Frame& frame, const std::string& tunnel = {} );
    Frame rewritten() const;
+   VlanTag tagOf( U16 vlanId ) const { return { vlanId, priority_, dropEligible_ }; }
    EthAddr routerMac( U16 vlanId ) const;
    void copyToCpu();
 
@@ -147,6 +157,7 @@ class Pass
 
    U16 vlanId_ = 0; // that the packet arrives in
    U8 priority_ = 0;
+   bool dropEligible_ = false;
    StpState stp_ = StpState::forwarding;
 
    Frame frame_;                // what is forwarded: the inner one after a tunnel's end
@@ -157,6 +168,7 @@ class Pass
 
    bool settled_ = false; // neither routed nor bridged
    bool routable_ = false;
+   std::string unrouted_;           // why, of IP multicast that there is a route for
    std::optional<NextHop> nextHop_; // it is routed, or switched by its label
    std::optional<LabelRule> labelRule_;
    bool steered_ = false; // by policy routing

@@ -30,8 +30,9 @@ void Pass::egress()
       for( const PortRef port : destination_.ports )
          leave( port, refusals );
       for( const std::string& name : destination_.tunnels )
-         enterTunnel( name, refusals );
-      replicate();
+         enterTunnel(
+            name, egressVlan(), rewritten(), nextHop_.has_value(), "tunnel " + name, refusals );
+      replicate( refusals );
    }
    copyToCpu();
    std::string lastRefusal;
@@ -69,8 +70,8 @@ void Pass::depart( PortRef port, U16 vlanId, const Frame& frame, const std::stri
 {
    const ChipVlan* const vlan = view_.vlan( port.unit, vlanId );
    const bool untagged = vlan && vlan->untagged.contains( port.port );
-   const auto tag = untagged ? std::nullopt : std::optional<VlanTag>( { vlanId, priority_ } );
-   result_.verdict.departures.push_back( { port, retagged( frame, tag ), tunnel } );
+   const auto tag = untagged ? std::nullopt : std::optional<VlanTag>( tagOf( vlanId ) );
+   result_.verdict.departures.push_back( { port, padded( retagged( frame, tag ) ), tunnel } );
 }
 
 void Pass::leave( PortRef port, Refusals& refusals )
@@ -80,7 +81,7 @@ void Pass::leave( PortRef port, Refusals& refusals )
    if( !back && port.unit == arrival_.port.unit && view_.isInternal( port ) ) {
       note( "egress", [ & ] { return "once more through " + view_.portName( port ); } );
       result_.again.push_back( { .port = port,
-         .frame = retagged( rewritten(), VlanTag{ vlanId, priority_ } ),
+         .frame = retagged( rewritten(), tagOf( vlanId ) ),
          .source = StationKey{ domain_, headers().srcMac } } );
       return;
    }
@@ -91,50 +92,69 @@ void Pass::leave( PortRef port, Refusals& refusals )
       add( refusals[ reason ], view_.portName( port ) );
 }
 
-void Pass::enterTunnel( const std::string& name, Refusals& refusals )
+/// A frame of the VLAN, that has been routed into it or is bridged in it. `what` is refused, if it is.
+void Pass::enterTunnel( const std::string& name, U16 vlanId, const Frame& frame, bool routed,
+   const std::string& what, Refusals& refusals )
 {
    const auto at = tables().tunnels.find( name );
-   const VlanProperties& vlan = tables().vlan( egressVlan() );
+   const VlanProperties& vlan = tables().vlan( vlanId );
+   const Frame inner = retagged( frame, std::nullopt );
    NextHop underlay;
    std::string reason;
    if( at == tables().tunnels.end() || !vlan.vni || !vlan.tunnels.contains( name ) )
-      reason = format( "does not extend VLAN %d", U32{ egressVlan() } );
-   else if( nextHop_ && !attributes().vxlanRoutingInOnePass )
+      reason = format( "does not extend VLAN %d", U32{ vlanId } );
+   else if( routed && !attributes().vxlanRoutingInOnePass )
       reason = "the chip does not encapsulate in the pass that routes";
-   else if( !nextHop_ && !terminated_.empty() )
+   else if( !routed && !terminated_.empty() )
       reason = "it came out of a tunnel";
+   else if( inner.headers().tag )
+      reason = "VXLAN carries no second VLAN tag"; // RFC 7348, 6.1
    else {
       underlay = at->second.underlay;
       underlay.port = memberThatSends( underlay.port, underlay.vlanId );
       reason = refusal( underlay.port, underlay.vlanId );
    }
    if( !reason.empty() )
-      return add( refusals[ reason ], "tunnel " + name );
-   const Frame outer = encapsulated(
-      retagged( rewritten(), std::nullopt ), { underlay.mac, routerMac( underlay.vlanId ),
-                                                at->second.local, at->second.remote, *vlan.vni } );
+      return add( refusals[ reason ], what );
+   const Frame outer = encapsulated( inner, { underlay.mac, routerMac( underlay.vlanId ),
+                                               at->second.local, at->second.remote, *vlan.vni } );
+   if( outer.untaggedLength() > longestFrame )
+      return add( refusals[ format( "%d bytes, and a frame has at most %d", outer.untaggedLength(),
+                     longestFrame ) ],
+         what );
    depart( underlay.port, underlay.vlanId, outer, name );
 }
 
 /// IP multicast into its other VLANs.
-void Pass::replicate()
+void Pass::replicate( Refusals& refusals )
 {
    for( const U16 vlanId : destination_.routedInto ) {
-      if( vlanId == domain_ )
-         continue;
-      const Frame copy = oneHopLess( withMacs( frame_, headers().dstMac, routerMac( vlanId ) ) );
-      for( const PortRef port : floodIn( vlanId, false ).ports )
-         if( refusal( port, vlanId ).empty() )
+      const Frame copy =
+         untagged( oneHopLess( withMacs( frame_, headers().dstMac, routerMac( vlanId ) ) ) );
+      const auto named = [ vlanId ]( const std::string& name ) {
+         return format( "%s in VLAN %d", name, U32{ vlanId } );
+      };
+      const Destination flood = floodIn( vlanId, false );
+      for( const auto& [ reason, ports ] : flood.leftOut )
+         for( const PortRef port : ports )
+            add( refusals[ reason ], named( view_.portName( port ) ) );
+      for( const PortRef port : flood.ports )
+         if( const std::string reason = refusal( port, vlanId ); reason.empty() )
             depart( port, vlanId, copy );
+         else
+            add( refusals[ reason ], named( view_.portName( port ) ) );
+      for( const std::string& name : flood.tunnels )
+         enterTunnel( name, vlanId, copy, true, named( "tunnel " + name ), refusals );
    }
 }
 
-/// As it leaves: with the next hop's addresses and one hop less when it was routed.
+/// As it leaves: with the next hop's addresses, one hop less and no tag when it was routed.
 Frame Pass::rewritten() const
 {
    if( !nextHop_ )
       return frame_;
-   Frame frame = oneHopLess( withMacs( frame_, nextHop_->mac, routerMac( nextHop_->vlanId ) ) );
+   Frame frame =
+      untagged( oneHopLess( withMacs( frame_, nextHop_->mac, routerMac( nextHop_->vlanId ) ) ) );
    return labelRule_ ? relabelled( frame, labelRule_->swap ) : frame;
 }
 
@@ -162,7 +182,7 @@ void Pass::copyToCpu()
       copy.reasons.push_back( ask.reason );
    if( destination_.cpu ) {
       copy.reasons.push_back( destination_.text );
-      copy.frame = retagged( rewritten(), VlanTag{ egressVlan(), priority_ } );
+      copy.frame = retagged( rewritten(), tagOf( egressVlan() ) );
    }
    if( copy.reasons.empty() )
       return;

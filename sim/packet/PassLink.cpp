@@ -18,12 +18,19 @@ bool Pass::link()
       note( "parser", [ & ] { return received.problem + "; it is looked at up to there"; } );
    const bool tagged = received.tag && received.tag->vlanId != 0;
    vlanId_ = domain_ = tagged ? received.tag->vlanId : tables().untaggedVlan( arrival_.port );
-   priority_ = received.tag ? received.tag->priority : U8{ 0 };
+   if( received.tag ) {
+      priority_ = received.tag->priority;
+      dropEligible_ = received.tag->dropEligible;
+   }
    note( "VLAN", [ & ] {
       return std::to_string( vlanId_ ) + ( tagged ? ", from the tag" : ", the port's own" ) +
              ( priority_ != 0 ? "; priority " + std::to_string( priority_ ) : "" );
    } );
 
+   if( received.srcMac.isMulticast() ) {
+      drop( format( "its source %s is a group address", received.srcMac.toString() ) );
+      return false;
+   }
    const ChipVlan* const vlan = view_.vlan( arrival_.port.unit, vlanId_ );
    if( !vlan ) {
       drop( format( "there is no VLAN %d", U32{ vlanId_ } ) );
@@ -129,6 +136,11 @@ void Pass::terminateTunnel()
    terminated_ = tunnel->first;
    domain_ = *vlanId;
    frame_ = decapsulated( arrival_.frame );
+   if( headers().tag )
+      drop( "the frame in the tunnel has a VLAN tag" ); // RFC 7348, 6.1
+   if( headers().srcMac.isMulticast() )
+      drop( format(
+         "the source in the tunnel, %s, is a group address", headers().srcMac.toString() ) );
    note( "tunnel", [ & ] {
       return format( "%s ends here: VXLAN %d is VLAN %d; inside, %s", terminated_, outer.vxlan->vni,
          U32{ domain_ }, frame_.text() );
@@ -257,9 +269,17 @@ void Pass::knownStation( const Station& station )
       packetResult_ = PacketResult::L2UC;
 }
 
+/// Addresses of protocols between neighbours: 01:80:c2:00:00:00 to 0f.
+static bool staysOnLink( const EthAddr& mac )
+{
+   return mac.toNumber() >> 4 == 0x0180C2000000 >> 4;
+}
+
 void Pass::bridge()
 {
    const EthAddr& mac = headers().dstMac;
+   if( staysOnLink( mac ) && !fromCpu() )
+      drop( mac.toString() + " is never bridged" );
    const auto known = tables().stations.find( { domain_, mac } );
    if( known != tables().stations.end() ) {
       knownStation( known->second );

@@ -1,4 +1,4 @@
-// Routing: who is routed, the exceptions, routes and policy, next hops, labels.
+// Routing: who is routed, the exceptions, routes and policy, next hops, multicast.
 #include "platform/runtime/Format.h"
 #include "platform/state/StrataCommon.h"
 #include "sim/RegisterLayout.h"
@@ -9,11 +9,20 @@ namespace Strata::Sim {
 
 using Vormel::format;
 
-/// The control decides about a copy; what it is about is dropped either way.
+/// What was to be routed to a next hop is dropped. Multicast is bridged all the same.
+void Pass::notRouted( const std::string& reason )
+{
+   if( routable_ )
+      drop( reason );
+   else
+      unrouted_ = reason;
+}
+
+/// The control decides about a copy; what it is about is not routed either way.
 bool Pass::exception( SwitchControl which, const std::string& reason )
 {
    const bool copies = control( which ) != 0;
-   drop( reason );
+   notRouted( reason );
    if( copies )
       askCpu( format( "%s (%s)", reason, roleName( which ) ) );
    note( "exception", [ & ] {
@@ -58,11 +67,10 @@ bool Pass::routes()
 {
    if( !isRouterMac() )
       return false;
-   if( !headers().mpls.empty() && terminates( MemoryField::MplsTermination ) ) {
+   if( headers().etherType == etherTypeMpls && terminates( MemoryField::MplsTermination ) ) {
       settled_ = true;
-      if( !endsTunnelOnly() )
-         switchLabel();
-      return false;
+      if( !drop_.empty() || endsTunnelOnly() || !switchLabels() )
+         return false;
    }
    if( headers().arp && terminates( MemoryField::ArpRarpTermination ) ) {
       settled_ = true;
@@ -77,6 +85,8 @@ bool Pass::routes()
    routable_ = reason.empty();
    if( !routable_ )
       note( "routing", [ & ] { return "not routed: " + reason; } );
+   if( !routable_ && settled_ )
+      drop( "what had labels is not routed: " + reason );
    return routable_;
 }
 
@@ -84,7 +94,7 @@ bool Pass::badHeader()
 {
    const IpHeader& ip = *headers().ip;
    if( !ip.checksumRight && control( SwitchControl::IPv4DoNotVerifyIncomingChecksum ) == 0 ) {
-      drop( "the IPv4 header's checksum is wrong" );
+      notRouted( "the IPv4 header's checksum is wrong" );
       return true;
    }
    const bool martian = ip.source.isMartian( true ) || ip.destination.isMartian( false );
@@ -107,7 +117,7 @@ bool Pass::slowPath()
       return exception( SwitchControl::L3SlowpathToCpu, "IPv4 options" );
    switch( profiles.begin()->second ) {
    case IpOptionAction::CopyCPUAndDrop:
-      drop( "IPv4 options" );
+      notRouted( "IPv4 options" );
       askCpu( "IPv4 options (options profile)" );
       note(
          "exception", [] { return std::string( "IPv4 options; the profile copies and drops" ); } );
@@ -260,75 +270,80 @@ void Pass::checkHop()
          format( "TTL %d", U32{ ip.ttl } ) );
    else if( ip.ttl <= 1 )
       expires_ = true;
-   const U32 mtu = tables().vlan( nextHop_->vlanId ).mtu;
-   if( mtu != 0 && ip.length > mtu )
-      exception( SwitchControl::L3MtuFailToCpu, format( "%d bytes, and the MTU of VLAN %d is %d",
-                                                   ip.length, U32{ nextHop_->vlanId }, mtu ) );
+   tooLong( nextHop_->vlanId );
+   if( nextHop_->kind != NextHop::Kind::cpu && nextHop_->vlanId != domain_ )
+      linkLocal();
    if( nextHop_->kind == NextHop::Kind::port && nextHop_->vlanId == domain_ &&
        control( SwitchControl::IcmpRedirectToCpu ) != 0 )
       askCpu( "leaves by the VLAN it came in on (IcmpRedirectToCpu)" );
 }
 
+/// No router takes them off their link.
+bool Pass::linkLocal()
+{
+   const IpHeader& ip = *headers().ip;
+   for( const IpAddress& address : { ip.source, ip.destination } )
+      if( address.isLinkLocal() )
+         return exception(
+            SwitchControl::MartianAddrToCpu, address.toString() + " is of one link alone" );
+   return false;
+}
+
+bool Pass::tooLong( U16 vlanId )
+{
+   const U32 length = headers().ip->length;
+   const U32 mtu = tables().vlan( vlanId ).mtu;
+   return mtu != 0 && length > mtu &&
+          exception( SwitchControl::L3MtuFailToCpu,
+             format( "%d bytes, and the MTU of VLAN %d is %d", length, U32{ vlanId }, mtu ) );
+}
+
+static EthAddr groupMac( const IpAddress& group )
+{
+   const auto& ip = group.bytes();
+   return group.isV6() ? EthAddr( 0x33, 0x33, ip[ 12 ], ip[ 13 ], ip[ 14 ], ip[ 15 ] )
+                       : EthAddr( 0x01, 0x00, 0x5e, ip[ 1 ] & 0x7F, ip[ 2 ], ip[ 3 ] );
+}
+
+/// Empty when multicast is routed in this VLAN, and this is a frame as multicast has it.
+std::string Pass::whyNotReplicated() const
+{
+   const ChipVlan* const vlan = view_.vlan( arrival_.port.unit, domain_ );
+   if( !vlan || !vlan->flags.contains( VlanFlag::vlanMcastRoutingOn ) ||
+       vlan->flags.contains( VlanFlag::vlanMcastRoutingOff ) )
+      return format( "multicast routing is off in VLAN %d", U32{ domain_ } );
+   if( control( SwitchControl::L3EgressMode ) == 0 )
+      return "L3EgressMode is 0";
+   if( endsTunnelOnly() )
+      return "the chip does not route in the pass that ends a tunnel";
+   if( tables().vlan( domain_ ).dropRouted )
+      return format( "VLAN %d drops what would be routed", U32{ domain_ } );
+   if( const EthAddr mac = groupMac( headers().ip->destination ); headers().dstMac != mac )
+      return "the group's MAC address is " + mac.toString();
+   return {};
+}
+
 void Pass::routeMulticast()
 {
    const IpHeader& ip = *headers().ip;
-   const ChipVlan* const vlan = view_.vlan( arrival_.port.unit, domain_ );
    const auto route = tables().mcastRoutes.find( ip.destination );
-   if( route == tables().mcastRoutes.end() || !vlan )
+   if( route == tables().mcastRoutes.end() || !drop_.empty() )
       return;
-   const bool on = vlan->flags.contains( VlanFlag::vlanMcastRoutingOn ) &&
-                   !vlan->flags.contains( VlanFlag::vlanMcastRoutingOff );
-   if( !on || control( SwitchControl::L3EgressMode ) == 0 )
-      return note( "route", [ & ] {
-         return ip.destination.toString() + " is not routed: " +
-                ( on ? "L3EgressMode is 0"
-                     : format( "multicast routing is off in VLAN %d", U32{ domain_ } ) );
-      } );
+   unrouted_ = whyNotReplicated();
+   if( !unrouted_.empty() || badHeader() || slowPath() || linkLocal() )
+      return note(
+         "route", [ & ] { return ip.destination.toString() + " is not routed: " + unrouted_; } );
    packetResult_ = PacketResult::L3MCKNOWN;
-   if( ip.ttl > 1 )
-      destination_.routedInto = route->second;
-   else if( drop_.empty() && control( SwitchControl::IpmcTtl1ToCpu ) != 0 )
+   if( ip.ttl > 1 ) {
+      for( const U16 vlanId : route->second )
+         if( vlanId != domain_ && !tooLong( vlanId ) )
+            destination_.routedInto.insert( vlanId );
+   } else if( control( SwitchControl::IpmcTtl1ToCpu ) != 0 )
       askCpu( format( "multicast with TTL %d (IpmcTtl1ToCpu)", U32{ ip.ttl } ) );
    note( "route", [ & ] {
       return ip.destination.toString() + " is routed" +
              ( ip.ttl > 1 ? "" : ", but its TTL has expired" );
    } );
-}
-
-bool Pass::trapsMpls( SwitchControl which, RegisterField field ) const
-{
-   if( chip_.profile().supports( which ) )
-      return control( which ) != 0;
-   return registerField( chip_.registerValue( Register::CpuControlM ), field ) != 0;
-}
-
-void Pass::switchLabel()
-{
-   if( !drop_.empty() )
-      return; // not even a copy
-   const MplsLabel top = headers().mpls.front();
-   const auto found = tables().labels.find( top.label );
-   const bool known = found != tables().labels.end();
-   note( "label", [ & ] {
-      return std::to_string( top.label ) +
-             ( !known ? " is unknown"
-                      : ": " +
-                           ( found->second.swap ? "swap " + std::to_string( *found->second.swap )
-                                                : std::string( "pop" ) ) +
-                           ", to " + nextHopText( view_, found->second.nextHop ) );
-   } );
-   if( !known ) {
-      drop( format( "unknown label %d", top.label ) );
-      if( trapsMpls( SwitchControl::MplsLabelMissToCpu, RegisterField::MplsLabelMissToCpu ) )
-         askCpu( format( "unknown label %d", top.label ) );
-   } else if( top.ttl <= 1 ) {
-      drop( format( "MPLS TTL %d", U32{ top.ttl } ) );
-      if( trapsMpls( SwitchControl::MplsTtlErrToCpu, RegisterField::MplsTtlErrToCpu ) )
-         askCpu( format( "MPLS TTL %d", U32{ top.ttl } ) );
-   } else {
-      labelRule_ = found->second;
-      toNextHop( found->second.nextHop );
-   }
 }
 
 } // namespace Strata::Sim

@@ -22,6 +22,8 @@ struct ControlRow
    int value = 1;
 };
 
+#define MULTICAST "mroute 239.1.1.1 vlan 20\ncall handleVlanRoutingState 10 ip4,ip6,mcast"
+
 const ControlRow controlRows[] = {
    { SwitchControl::CpuProtoIpOptionsPriority, "register",
       "in Ethernet1 dmac router ipv4 dst 10.2.0.1 options", "cpu:5", "cpu:0", "", 5 },
@@ -33,6 +35,9 @@ const ControlRow controlRows[] = {
       "in Ethernet8 dmac router ipv4 src 192.0.2.2 dst 192.0.2.1 bad-checksum udp vxlan 5030 "
       "dmac 00:00:00:00:07:07 ipv4",
       "E7", "none" },
+   { SwitchControl::IPv4DoNotVerifyIncomingChecksum, "hsdk",
+      "in Ethernet1 dmac 01:00:5e:01:01:01 ipv4 dst 239.1.1.1 bad-checksum", "E2 E3 E4 E5 E6",
+      "E2 E3", MULTICAST },
    { SwitchControl::IcmpRedirectToCpu, "hsdk", "in Ethernet2 dmac router ipv4 dst 10.1.0.1",
       "E1 cpu:0", "E1" },
    { SwitchControl::IgmpReservedMcastEnable, "register",
@@ -52,6 +57,12 @@ const ControlRow controlRows[] = {
    { SwitchControl::L3MtuFailToCpu, "hsdk",
       "in Ethernet1 dmac router ipv4 dst 10.2.0.1 udp length 1200", "cpu:0", "none",
       "vlan 20 mtu 1000" },
+   { SwitchControl::L3MtuFailToCpu, "hsdk",
+      "in Ethernet1 dmac 01:00:5e:01:01:01 ipv4 dst 239.1.1.1 udp length 1200", "E2 E3 cpu:0",
+      "E2 E3", MULTICAST "\nvlan 20 mtu 1000" },
+   { SwitchControl::L3SlowpathToCpu, "hsdk",
+      "in Ethernet1 dmac 01:00:5e:01:01:01 ipv4 dst 239.1.1.1 options", "E2 E3 cpu:0", "E2 E3",
+      MULTICAST },
    { SwitchControl::L3SlowpathToCpu, "hsdk", "in Ethernet1 dmac router ipv4 dst 10.2.0.1 options",
       "cpu:0", "none" },
    { SwitchControl::L3SlowpathToCpu, "register",
@@ -64,6 +75,11 @@ const ControlRow controlRows[] = {
       "in Ethernet1 dmac router ipv6 dst 2001:db8:2::1 ttl 1", "cpu:0", "none" },
    { SwitchControl::MartianAddrToCpu, "hsdk",
       "in Ethernet1 dmac router ipv4 src 127.0.0.9 dst 10.2.0.1", "cpu:0", "none" },
+   { SwitchControl::MartianAddrToCpu, "hsdk",
+      "in Ethernet1 dmac 01:00:5e:01:01:01 ipv4 src 127.0.0.9 dst 239.1.1.1", "E2 E3 cpu:0",
+      "E2 E3", MULTICAST },
+   { SwitchControl::MartianAddrToCpu, "hsdk",
+      "in Ethernet1 dmac router ipv6 src fe80::5 dst 2001:db8:2::1", "cpu:0", "none" },
    { SwitchControl::MartianAddrToCpu, "acl", "in Ethernet1 dmac router ipv4 dst 240.0.0.1", "cpu:0",
       "none" },
    { SwitchControl::MplsLabelMissToCpu, "hsdk", "in Ethernet1 dmac router mpls 100 ipv4", "cpu:27",
@@ -77,6 +93,8 @@ const ControlRow controlRows[] = {
    { SwitchControl::V6L3DstMissToCpu, "fabric-vfi",
       "in Ethernet1 dmac router ipv6 dst 2001:db8:99::1", "cpu:0", "none" },
 };
+
+#undef MULTICAST
 
 TEST_F( ControlsTest, EveryControlDecidesSomething )
 {

@@ -1,6 +1,8 @@
 // What packets leave behind, and what explaining one does not.
 #include "tests/packet/PacketTest.h"
 
+#include <span>
+
 namespace Strata {
 namespace {
 
@@ -196,6 +198,153 @@ TEST_F( EngineTest, OfTwoRedirectsTheFirstStandsAndPolicyRoutingsBeforeAll )
    run( "set pbr.pbrEnabled true" );
    EXPECT_EQ( outcome( send( "in Ethernet1 dmac router ipv4 dst 10.2.0.1" ) ), "E4 E5 E6" );
    EXPECT_EQ( hits( chip(), "vlan flood pbr" ), 1u );
+}
+
+/// A packet on a chip that is brought up, and where it goes.
+struct Row
+{
+   const char* packet;
+   const char* outcome;
+   const char* setup = "";
+};
+
+class RulesTest : public EngineTest
+{
+ protected:
+   void hold( std::span<const Row> rows, const std::string& setup = "" )
+   {
+      for( const Row& row : rows ) {
+         SCOPED_TRACE( std::string( row.packet ) + "; " + row.setup );
+         bringUp( "hsdk" );
+         run( setup );
+         run( row.setup );
+         EXPECT_EQ( outcome( send( row.packet ) ), row.outcome );
+      }
+      EXPECT_EQ( session.failures(), 0u );
+   }
+};
+
+#define TUNNEL "in Ethernet8 dmac router ipv4 src 192.0.2.2 dst 192.0.2.1 udp vxlan 5030 "
+const Row linkRows[] = {
+   // Tags.
+   { "in Ethernet1 vlan 10 vlan 7 dmac router ipv4 dst 10.2.0.1", "E4" },
+   { "in Ethernet1 vlan 10 vlan 7 vlan 8 dmac router ipv4 dst 10.2.0.1", "cpu:0" },
+   { "in Ethernet7 vlan 30 dmac 00:00:00:00:09:09 ipv4", "E8" },
+   { "in Ethernet7 vlan 30 vlan 7 dmac 00:00:00:00:09:09 ipv4", "none" },
+   { TUNNEL "dmac 00:00:00:00:07:07 ipv4", "E7" },
+   { TUNNEL "vlan 30 dmac 00:00:00:00:07:07 ipv4", "none" },
+   // Addresses that stay on their link.
+   { "in Ethernet1 dmac 01:80:c2:00:00:00 ethertype 0x88b5", "none" },
+   { "in Ethernet1 dmac 01:80:c2:00:00:0f ethertype 0x88b5", "none" },
+   { "in Ethernet1 dmac 01:80:c2:00:00:10 ethertype 0x88b5", "E2 E3" },
+   { "in Ethernet1 dmac 01:80:c2:00:00:02 ethertype 0x8809", "none",
+      "mac 01:80:c2:00:00:02 vlan 10 Ethernet2" },
+   { "in Ethernet1 dmac 01:80:c2:00:00:02 ethertype 0x8809", "cpu:0",
+      "mac 01:80:c2:00:00:02 vlan 10 group 1" },
+   { "in cpu vlan 10 dmac 01:80:c2:00:00:0e ethertype 0x88cc", "E1 E2 E3" },
+   { "in Ethernet1 dmac router ipv6 src 2001:db8::5 dst fe80::9", "cpu:0",
+      "route fe80::/10 via Ethernet4 mac 00:00:00:00:02:02 vlan 20" },
+   { "in Ethernet1 dmac router ipv6 src fe80::5 dst 2001:db8:1::9", "E2",
+      "route 2001:db8:1::/48 via Ethernet2 mac 00:00:00:00:02:02 vlan 10" },
+   { "in Ethernet1 dmac router ipv4 src 169.254.0.5 dst 10.2.0.1", "cpu:0" },
+   // A group sends nothing.
+   { "in Ethernet1 smac 03:00:00:00:00:05 dmac router ipv4 dst 10.2.0.1", "none" },
+   { TUNNEL "smac 03:00:00:00:00:05 dmac 00:00:00:00:07:07 ipv4", "none" },
+   // The longest frame that fits behind a tunnel's headers.
+   { "in Ethernet7 dmac 00:00:00:00:09:09 ipv4 length 9166", "E8" },
+   { "in Ethernet7 dmac 00:00:00:00:09:09 ipv4 length 9167", "none" },
+};
+
+TEST_F( RulesTest, OfTheLink )
+{
+   hold( linkRows );
+   bringUp( "hsdk" );
+   run( R"(vlan 20 members Ethernet4-6 tagged Ethernet4
+packet in Ethernet1 vlan 10 dei vlan 7 dmac router ipv4 dst 10.2.0.1
+expect departs Ethernet4 with "00:00:00:00:02:02 vlan 20 dei, IPv4"
+packet in Ethernet5 vlan 20 priority 3 dei dmac ff:ff:ff:ff:ff:ff arp request
+expect departs Ethernet4 Ethernet6
+packet in Ethernet7 vlan 30 vlan 7 dmac 00:00:00:00:09:09 ipv4
+expect dropped "tunnel T: VXLAN carries no second VLAN tag"
+packet in Ethernet7 dmac 00:00:00:00:09:09 ipv4 length 9216
+expect dropped "tunnel T: 9266 bytes, and a frame has at most 9216"
+packet in Ethernet5 hex 000000007777 020000000001 88b5 01)" );
+   EXPECT_EQ( session.failures(), 0u );
+   ASSERT_EQ( outcome( last() ), "E4 E6" );
+   for( const Sim::Departure* const departure : last().departures() )
+      EXPECT_EQ( departure->frame.length(), Sim::shortestFrame );
+}
+
+const Row groupRows[] = {
+   { "in Ethernet1 dmac 01:00:5e:01:01:01 ipv4 dst 239.1.1.1", "E2 E3 E4 E5 E6" },
+   { "in Ethernet1 dmac 01:00:5e:01:01:01 ipv4 dst 239.129.1.1", "E2 E3 E4 E5 E6" },
+   { "in Ethernet1 dmac 33:33:00:00:00:09 ipv6 dst ff05::9", "E2 E3 E4 E5 E6" },
+   { "in Ethernet1 dmac 01:00:5e:01:01:02 ipv4 dst 239.1.1.1", "E2 E3" },
+   { "in Ethernet1 dmac ff:ff:ff:ff:ff:ff ipv4 dst 239.1.1.1", "E2 E3 cpu:0" },
+   { "in Ethernet1 dmac 33:33:00:00:00:08 ipv6 dst ff05::9", "E2 E3" },
+   { "in Ethernet1 dmac 33:33:00:00:00:09 ipv6 src fe80::5 dst ff05::9", "E2 E3 cpu:0" },
+   { "in Ethernet1 dmac 33:33:00:00:00:09 ipv6 dst ff02::9", "E2 E3 cpu:0" },
+   { "in Ethernet1 dmac 01:00:5e:01:01:01 ipv4 dst 239.1.1.1", "E2 E3", "vlan 10 drop-routed" },
+   { "in Ethernet1 dmac 01:00:5e:01:01:01 ipv4 dst 239.1.1.1", "E2 E3 E7 E8",
+      "mroute 239.1.1.1 vlan 30" },
+   { "in Ethernet1 dmac 01:00:5e:01:01:01 ipv4 dst 239.1.1.1", "E2 E3 E4 E6",
+      "unit 0 port 5 down" },
+};
+
+TEST_F( RulesTest, OfRoutedMulticast )
+{
+   const std::string setup =
+      "mroute 239.1.1.1 vlan 20\nmroute 239.129.1.1 vlan 20\nmroute ff05::9 vlan 20\n"
+      "mroute ff02::9 vlan 20\ncall handleVlanRoutingState 10 ip4,ip6,mcast";
+   hold( groupRows, setup );
+   EXPECT_NE( out.str().find( "Ethernet5 in VLAN 20: down" ), std::string::npos );
+   // A chip of two passes puts nothing into a tunnel in the pass that routes, nor routes what comes out of one.
+   bringUp( "register" );
+   run( setup + "\nmroute 239.1.1.1 vlan 30\ncall handleVlanRoutingState 30 ip4,ip6,mcast" );
+   EXPECT_EQ(
+      outcome( send( "in Ethernet1 dmac 01:00:5e:01:01:01 ipv4 dst 239.1.1.1" ) ), "E2 E3 E7" );
+   EXPECT_NE( out.str().find( "tunnel T in VLAN 30: the chip does not encapsulate in the pass" ),
+      std::string::npos );
+   EXPECT_EQ( outcome( send( TUNNEL "dmac 33:33:00:00:00:09 ipv6 dst ff05::9" ) ), "E7" );
+}
+#undef TUNNEL
+
+const Row labelRows[] = {
+   { "in Ethernet1 dmac router mpls 0 ipv4 dst 10.2.0.1", "E4" },
+   { "in Ethernet1 dmac router mpls 2 ipv6 dst 2001:db8:2::1", "E4" },
+   { "in Ethernet1 dmac router mpls 0 ipv6 dst 2001:db8:2::1", "none" },
+   { "in Ethernet1 dmac router mpls 2 ipv4 dst 10.2.0.1", "none" },
+   { "in Ethernet1 dmac router mpls 0 ttl 1 ipv4 dst 10.2.0.1", "cpu:27" },
+   { "in Ethernet1 dmac router mpls 0 mpls 100 ipv4", "E5" },
+   { "in Ethernet1 dmac router mpls 0 mpls 2 ipv6 dst 2001:db8:2::1", "E4" },
+   { "in Ethernet1 dmac router mpls 102 ipv4 dst 10.2.0.1", "E4" },
+   { "in Ethernet1 dmac router mpls 102 mpls 100 ipv4", "E5" },
+   { "in Ethernet1 dmac router mpls 102 ipv4 dst 10.99.0.1", "cpu:27" },
+   { "in Ethernet1 dmac router mpls 102 ipv4 dst 10.2.0.1", "none",
+      "call handleVlanRoutingState 10 off" },
+   { "in Ethernet1 dmac router mpls 102 ipv4 dst 10.2.0.1", "none",
+      "call handleMplsRouting false" },
+   // A pseudowire's control word behind label 101; the label cut, and the second one.
+   { "in Ethernet1 hex 0200a1000001 020000000001 8847 00065140 00000000", "none" },
+   { "in Ethernet1 hex 0200a1000001 020000000001 8847 0006", "none" },
+   { "in Ethernet1 hex 0200a1000001 020000000001 8847 00065040 0006", "E5" },
+};
+
+TEST_F( RulesTest, OfLabels )
+{
+   hold( labelRows, "call handleMplsRouting true\n"
+                    "mpls 100 swap 200 via Ethernet5 mac 00:00:00:00:05:05 vlan 20\n"
+                    "mpls 101 pop via Ethernet5 mac 00:00:00:00:05:05 vlan 20\nmpls 102 pop" );
+   EXPECT_NE( out.str().find( "102: pop, and look up what is behind it" ), std::string::npos );
+   bringUp( "hsdk" );
+   run( R"(call handleMplsRouting true
+explain in Ethernet1 dmac router mpls 0 ttl 9 ipv4 dst 10.2.0.1 ttl 64
+expect departs Ethernet4 with "00:00:00:00:02:02, IPv4 10.0.0.1 -> 10.2.0.1 ttl 63"
+explain in Ethernet1 dmac router mpls 0 ipv6 dst 2001:db8:2::1
+expect dropped "what is behind label 0 is no IPv4 packet"
+explain in Ethernet1 hex 0200a1000001 020000000001 8847 0006
+expect dropped "the label is cut short")" );
+   EXPECT_EQ( session.failures(), 0u );
 }
 
 } // namespace

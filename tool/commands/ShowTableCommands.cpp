@@ -101,8 +101,8 @@ void showForwarding( Session& session, Words& words )
       table.row( { "pbr " + name, "to " + engine.nextHopName( rule.nextHop ) } );
    for( const auto& [ label, rule ] : tables.labels )
       table.row( { "label " + std::to_string( label ),
-         ( rule.swap ? "swap " + std::to_string( *rule.swap ) : "pop" ) + ", to " +
-            engine.nextHopName( rule.nextHop ) } );
+         ( rule.swap ? "swap " + std::to_string( *rule.swap ) : "pop" ) +
+            ( rule.nextHop ? ", to " + engine.nextHopName( *rule.nextHop ) : "" ) } );
    for( const auto& [ address, into ] : tables.mcastRoutes ) {
       List vlans;
       for( const U16 vlanId : into )

@@ -275,7 +275,8 @@ void addLabel( Session& session, Words& words )
       rule.swap = takeLabel( words, "the label that takes its place" );
    else
       words.choose( "swap or pop", std::array<std::string_view, 2>{ "pop", "swap" } );
-   rule.nextHop = takeNextHop( session, words );
+   if( rule.swap || !words.done() )
+      rule.nextHop = takeNextHop( session, words );
    words.end();
    session.packets( words ).tables().labels[ label ] = rule;
 }
@@ -332,7 +333,9 @@ std::vector<Command> tableCommands()
       { "pbr", "NAME [in PORT] [from PREFIX] [to PREFIX] via NEXTHOP",
          "policy routing steers what fits; rules are tried by name", addSteering },
       { "no pbr", "NAME", "remove a rule", removeSteering },
-      { "mpls", "LABEL swap LABEL|pop via NEXTHOP", "switch by a label", addLabel },
+      { "mpls", "LABEL swap LABEL|pop [via NEXTHOP]",
+         "switch by a label; of one that is popped, without a next hop, look up what is behind it",
+         addLabel },
       { "l2mcast", "GROUP [PORTS|tunnel NAME|cpu]...", "set who is in an L2 multicast group",
          setGroup },
       { "mroute", "ADDRESS [vlan ID]...", "route an IP multicast group into these VLANs",

@@ -40,6 +40,13 @@ def udp():
     return UDP(sport=1024, dport=5000) / Raw(b"x" * 32)
 
 
+def cut(frame, size):
+    """What a capture with this snap length holds of it."""
+    held = Ether(bytes(frame)[:size])
+    held.wirelen = len(bytes(frame))
+    return held
+
+
 def plain():
     """IPv4, ARP and what is neither."""
     yield ether() / ip(ttl=64) / udp()
@@ -68,6 +75,12 @@ def plain():
     yield ether(BROADCAST) / PPPoED(code=9)
     yield ether() / ip(ttl=64, ihl=4) / udp()
     yield ether() / ip(ttl=64, len=1400) / udp()
+    yield ether() / Dot1Q(vlan=10) / Dot1Q(vlan=20, prio=3, id=1) / ip(ttl=64) / udp()
+    yield ether() / Dot1Q(vlan=10) / Dot1Q(vlan=20) / Dot1Q(vlan=30) / ip(ttl=64) / udp()
+    yield ether() / ip(ttl=64, len=10) / udp()
+    yield ether(src="01:00:5e:00:00:09") / ip(ttl=64) / udp()
+    yield cut(ether() / ip(ttl=64) / TCP(sport=1024, dport=443, flags="S") / Raw(b"c" * 64), 38)
+    yield cut(ether() / ip(ttl=64) / udp(), 20)
 
 
 def layered():
@@ -84,6 +97,8 @@ def layered():
            IPv6ExtHdrHopByHop(options=[RouterAlert()]) / ICMPv6MLReport(mladdr="ff05::9"))
     yield ether() / MPLS(label=100, s=0, ttl=9) / MPLS(label=200, s=1, ttl=64) / ip(ttl=64) / udp()
     yield ether() / MPLS(label=300, s=1, ttl=1) / ip6(hlim=64) / udp()
+    yield ether() / IPv6(src="fe80::5", dst="2001:db8:2::9") / udp()
+    yield ether() / ip6(hlim=64) / IPv6ExtHdrFragment(offset=0, m=1, id=6, nh=17) / udp()
     inner = Ether(dst="00:00:00:00:07:07", src="00:00:00:00:09:09") / IP(
         src="10.9.0.1", dst="10.7.0.7", id=7) / ICMP(id=1, seq=4)
     outer = IP(src="192.0.2.2", dst="192.0.2.1", id=7, ttl=60)
@@ -95,6 +110,10 @@ def layered():
         src="10.9.0.1", dst="10.2.0.9", id=7) / udp()
     yield ether(src="00:00:00:00:08:08") / outer / UDP(sport=50000, dport=4789, chksum=0) / VXLAN(
         vni=5030, flags=8) / to_router
+    tagged = Ether(dst="00:00:00:00:07:07", src="00:00:00:00:09:09") / Dot1Q(vlan=7) / inner.payload
+    vxlan = UDP(sport=50000, dport=4789, chksum=0) / VXLAN(vni=5030, flags=8)
+    yield ether(src="00:00:00:00:08:08") / outer / vxlan / tagged
+    yield cut(ether(src="00:00:00:00:08:08") / outer / vxlan / to_router, 96)
 
 
 def write(writer, frames):

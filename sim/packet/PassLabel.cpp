@@ -1,0 +1,102 @@
+// Switching by MPLS labels, and what is behind those that end here.
+#include "platform/runtime/Format.h"
+#include "sim/RegisterLayout.h"
+#include "sim/packet/Pass.h"
+
+namespace Strata::Sim {
+
+using Vormel::format;
+
+bool Pass::trapsMpls( SwitchControl which, RegisterField field ) const
+{
+   if( chip_.profile().supports( which ) )
+      return control( which ) != 0;
+   return registerField( chip_.registerValue( Register::CpuControlM ), field ) != 0;
+}
+
+void Pass::trapLabel( const std::string& reason, SwitchControl which, RegisterField field )
+{
+   drop( reason );
+   if( trapsMpls( which, field ) )
+      askCpu( reason );
+}
+
+/// What an explicit null label (RFC 3032) says that it stands on, by EtherType; 0 for other labels.
+static U16 explicitNull( U32 label )
+{
+   return label == 0 ? etherTypeIpv4 : label == 2 ? etherTypeIpv6 : U16{ 0 };
+}
+
+static std::optional<LabelRule> ruleFor( const ForwardingTables& tables, U32 label )
+{
+   if( explicitNull( label ) != 0 )
+      return LabelRule{};
+   const auto found = tables.labels.find( label );
+   return found == tables.labels.end() ? std::nullopt : std::optional( found->second );
+}
+
+static std::string labelText( const PacketView& view, const LabelRule& rule )
+{
+   return ( rule.swap ? "swap " + std::to_string( *rule.swap ) : std::string( "pop" ) ) +
+          ( rule.nextHop ? ", to " + nextHopText( view, *rule.nextHop )
+                         : ", and look up what is behind it" );
+}
+
+/// Why the outermost label cannot be popped; empty when it can.
+static std::string whyNotPopped( const Headers& headers )
+{
+   const MplsLabel& top = headers.mpls.front();
+   const U16 announced = explicitNull( top.label );
+   const bool fits = announced == 0 ? headers.labelled != 0 : headers.labelled == announced;
+   if( !top.bottom || fits )
+      return {};
+   return format( "what is behind label %d is no %s packet", top.label,
+      announced == etherTypeIpv4   ? "IPv4"
+      : announced == etherTypeIpv6 ? "IPv6"
+                                   : "IP" );
+}
+
+/// True when it was popped, and what is behind it decides.
+bool Pass::switchLabel()
+{
+   if( headers().mpls.empty() ) {
+      drop( "the label is cut short" );
+      return false;
+   }
+   const MplsLabel top = headers().mpls.front();
+   const std::optional<LabelRule> rule = ruleFor( tables(), top.label );
+   note( "label", [ & ] {
+      return std::to_string( top.label ) +
+             ( rule ? ": " + labelText( view_, *rule ) : " is unknown" );
+   } );
+   if( !rule ) {
+      trapLabel( format( "unknown label %d", top.label ), SwitchControl::MplsLabelMissToCpu,
+         RegisterField::MplsLabelMissToCpu );
+   } else if( top.ttl <= 1 ) {
+      trapLabel( format( "MPLS TTL %d", U32{ top.ttl } ), SwitchControl::MplsTtlErrToCpu,
+         RegisterField::MplsTtlErrToCpu );
+   } else if( const std::string reason = whyNotPopped( headers() );
+              !rule->swap && !reason.empty() ) {
+      drop( reason );
+   } else if( rule->nextHop ) {
+      labelRule_ = rule;
+      toNextHop( *rule->nextHop );
+   } else {
+      frame_ = relabelled( frame_, std::nullopt );
+      return true;
+   }
+   return false;
+}
+
+/// By the outermost label that does not end here. True when none is left, and IP is to be routed.
+bool Pass::switchLabels()
+{
+   while( headers().etherType == etherTypeMpls )
+      if( !switchLabel() )
+         return false;
+   if( !headers().ip )
+      drop( "what is behind the label is no whole IP packet" );
+   return drop_.empty();
+}
+
+} // namespace Strata::Sim
