@@ -19,6 +19,8 @@ struct Proof
 #define TUNNEL "in Ethernet8 dmac router ipv4 src 192.0.2.2 dst 192.0.2.1 udp vxlan 5030 "
 #define VIRTUAL_TUNNEL \
    "in Ethernet8 dmac virtual-router ipv4 src 192.0.2.2 dst 192.0.2.1 udp vxlan 5030 "
+#define PEER_TUNNEL \
+   "in Ethernet8 dmac 02:00:a1:00:00:02 ipv4 src 192.0.2.2 dst 192.0.2.1 udp vxlan 5030 "
 // ARP for the MLAG peer's router MAC goes to the peer; it is routed here.
 #define PEER( link ) \
    "set mlagHwStatus.peerMacRoutingSupported true\n" \
@@ -267,6 +269,14 @@ const Proof proofs[] = {
       PEER( "Ethernet3" ) },
    { "peer-mac-arp 0", ALL, "in Ethernet1 dmac 02:00:a1:00:00:02 arp reply for 10.1.0.2", "E3",
       "E2 E3", PEER( "Ethernet3" ) },
+   // With peer routing on, tunnels to the peer's MAC end here, and no entry is for what is in them: what the router
+   // does not route is bridged.
+   { "", "hsdk;register without lbPortAvailable;fabric-vfi",
+      PEER_TUNNEL "dmac router arp reply from 10.7.0.9 for 10.7.0.1", "E7", "E7",
+      PEER( "Ethernet3" ) },
+   { "", "hsdk;register;fabric-vfi",
+      PEER_TUNNEL "dmac ff:ff:ff:ff:ff:ff arp request from 10.7.0.9 for 10.7.0.1", "E7 cpu:0",
+      "E7 cpu:0", PEER( "Ethernet3" ) },
    // A LAG as peer link: its first member sends, and nothing comes back into it.
    { "peer-mac-arp 0", ALL, "in Ethernet3 dmac 02:00:a1:00:00:02 arp request for 10.1.0.2", "E1",
       "E1", "lag Port-Channel1 Ethernet2-3\n" PEER( "Port-Channel1" ) },
@@ -276,6 +286,7 @@ const Proof proofs[] = {
 
 #undef TUNNEL
 #undef PEER
+#undef PEER_TUNNEL
 #undef SPARE_PORT
 #undef VIRTUAL_TUNNEL
 #undef ALL
