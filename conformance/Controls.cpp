@@ -157,7 +157,10 @@ static void checkVlanRecord( Examiner& examiner, U32 unit )
 {
    const U16 vlan = examiner.port().vlan;
    VlanControl original;
-   if( !examiner.isSuccess( examiner.vlanControlGet( unit, vlan, &original ) ) )
+   const Answer<int> got = examiner.vlanControlGet( unit, vlan, &original );
+   examiner.expectReadable(
+      got, [ & ] { return examiner.vlanControlSet( unit, vlan, original ); } );
+   if( !examiner.isSuccess( got ) )
       return; // vlanExistsAgrees has it
    const SdkShimInterface& shim = examiner.shim();
    const U32 ours = sliceFlags( shim );

@@ -63,6 +63,16 @@ class Examiner
    /// A failure that ends the agent; `wanted` is its code, where that is known.
    void expectFailure(
       Promise promise, const Answer<int>& answer, std::optional<int> wanted = std::nullopt );
+   /// `write` is made only where the read is not available: the slice writes what it could not read.
+   template<class Write>
+   void expectReadable( const Answer<int>& read, Write write )
+   {
+      if( !isUnavailable( read ) )
+         return expect( Promise::writesAreReadable, read.call, true, "" );
+      const Answer<int> written = write();
+      expect( Promise::writesAreReadable, read.call, isUnavailable( written ),
+         "is not available, but " + written.call + " returned " + codeText( written.value ) );
+   }
    void notTried( Promise promise, std::string why );
 
    bool isSuccess( const Answer<int>& answer ) const;

@@ -10,7 +10,7 @@
 // It is meant for a fresh unit, or a switch in a lab, on which no slice runs. It releases every entry it claims
 // and puts back every register, memory entry, VLAN record and row of the port table that it writes. Switch
 // controls cannot be read through the shim: without the hook for that they keep the values that the slice writes
-// at bring-up. The CPU port stays a member of the VLAN, and IPv4 and IPv6 stay switched on at the ports, as the
+// at bring-up. A register or VLAN record whose read is not available is written with zeros. The CPU port stays a member of the VLAN, and IPv4 and IPv6 stay switched on at the ports, as the
 // slice has them.
 #pragma once
 

@@ -41,6 +41,7 @@ void checkRegister( Examiner& examiner, Register reg, std::initializer_list<Regi
    Value original = 0;
    const Answer<int> first = read( &original );
    examiner.expectSuccess( Promise::registersWritten, first );
+   examiner.expectReadable( first, [ & ] { return write( original ); } );
    if( !examiner.isSuccess( first ) )
       return;
    const Value bits = checkFields( examiner, reg, fields, original );

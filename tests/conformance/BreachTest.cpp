@@ -334,6 +334,25 @@ TEST( ShimBreach, WhatIsGivenTwiceMustReplace )
    expectBroken( report, "repeatedActionReplaces", "bcm_field_action_add( unit 4" );
 }
 
+TEST( ShimBreach, WhatCanBeWrittenMustBeReadable )
+{
+   struct Faulty : ForwardingShim
+   {
+      using ForwardingShim::ForwardingShim;
+      int vlanControlGet( U32, U16, VlanControl* ) override { return featureNotAvailableCode(); }
+      int register32Get( U32, int, int, int, U32* ) override { return featureNotAvailableCode(); }
+      int ingMiscConfigRead( U32, U32* ) override { return featureNotAvailableCode(); }
+      int ingMiscConfigWrite( U32, U32 ) override { return featureNotAvailableCode(); }
+   };
+   const Report report = examineShim<Faulty>();
+   expectBroken( report, "writesAreReadable", "bcm_vlan_control_vlan_get( unit 4, 1" );
+   expectBroken( report, "writesAreReadable", "soc_reg32_get( unit 0" );
+   for( const Finding& finding : report.findings() )
+      EXPECT_FALSE( finding.promise == Promise::writesAreReadable &&
+                    finding.call.starts_with( "READ_ING_MISC_CONFIGr" ) )
+         << finding.text();
+}
+
 TEST( ShimBreach, AQuestionThatThrowsIsAFindingAndNotTheEnd )
 {
    struct Faulty : ForwardingShim
