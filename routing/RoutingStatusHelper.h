@@ -205,7 +205,8 @@ class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
    /// The manager of the uRPF entries for the width that is configured; null when it is not assigned.
    Ref<StrataBoundedTcamEntryManager> getUrpfTcamEntryManager();
    /// Makes or releases the exemption entry of a family on the single unit. False when there is no room for
-   /// it, after a log message. Records in strataUrpfCommonData, which must be there.
+   /// it, after a log message. Releasing finds the manager by the recorded id, also when the width has changed
+   /// since. Records in strataUrpfCommonData, which must be there.
    bool handleTcamEntryUrpf( bool enable, bool ipv4 );
    /// IPv4, then IPv6 unless IPv4 failed.
    bool doUrpfHwInitStage1( bool enable );

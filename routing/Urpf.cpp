@@ -22,6 +22,26 @@ Ref<StrataBoundedTcamEntryManager> RoutingStatusHelper::getUrpfTcamEntryManager(
       doubleWide ? TcamGroup::urpfDoubleWide : TcamGroup::urpfSingleWide );
 }
 
+// The width may have changed since the entry was made, so the recorded id says whose it is.
+static void releaseUrpfEntry( U32 id, U32 offset, const Ref<StrataBoundedTcamEntryManager>& present,
+   const Ref<StrataTcamGroupManager>& groups )
+{
+   const auto releasedBy = [ & ]( const Ref<StrataBoundedTcamEntryManager>& manager ) {
+      const bool owns = manager && manager->baseEntryId() + offset == id;
+      if( owns )
+         manager->releaseEntry( SdkShim->kbSingleUnit(), id );
+      return owns;
+   };
+   if( releasedBy( present ) )
+      return;
+   const bool released =
+      groups && ( releasedBy( groups->boundedTcamEntryManager( TcamGroup::urpfSingleWide ) ) ||
+                   releasedBy( groups->boundedTcamEntryManager( TcamGroup::urpfDoubleWide ) ) );
+   VORMEL_TRACE_AS( routingTrace, 1, "handleTcamEntryUrpf",
+      "handleTcamEntryUrpf: entry "
+         << id << ( released ? " is of the other width" : " has no manager" ) );
+}
+
 bool RoutingStatusHelper::handleTcamEntryUrpf( bool enable, bool ipv4 )
 {
    VORMEL_TRACE( routingTrace, 2, "uRPF tcam entry enable " << enable << ", ipv4: " << ipv4 );
@@ -33,16 +53,17 @@ bool RoutingStatusHelper::handleTcamEntryUrpf( bool enable, bool ipv4 )
       ipv4 ? sucd->tcamEntryUrpf4Is( id ) : sucd->tcamEntryUrpf6Is( id );
    };
 
+   const U32 offset = ipv4 ? 0 : 1;
    if( !enable ) {
-      if( recorded != 0 && manager )
-         manager->releaseEntry( SdkShim->kbSingleUnit(), recorded );
+      if( recorded != 0 )
+         releaseUrpfEntry( recorded, offset, manager, tcamGroupManager() );
       record( 0 );
       return true;
    }
    if( recorded != 0 )
       return true;
    const U32 urpfClass = ipv4 ? 1 : 2;
-   const U32 urpfEntryId = manager ? manager->baseEntryId() + ( ipv4 ? 0 : 1 ) : 0;
+   const U32 urpfEntryId = manager ? manager->baseEntryId() + offset : 0;
    if( !manager ||
        manager->getEntry( SdkShim->kbSingleUnit(), urpfEntryId, "Do not check uRPF", {} ) == 0 ) {
       logMessage( STRATA_URPF_HW_RESOURCE_FULL );

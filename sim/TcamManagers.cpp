@@ -134,7 +134,11 @@ void SimTcamEntryManager::removeEntry( U32 unit, U32 entryId )
 
 void SimTcamEntryManager::releaseEntry( U32 unit, U32 entryId )
 {
-   perform( "releaseEntry", unit, entryId, "", [ & ]( FieldGroup& at ) {
+   const char* const call = "releaseEntry";
+   perform( call, unit, entryId, "", [ & ]( FieldGroup& at ) {
+      if( !at.contains( entryId ) )
+         hardware_.critic.breach(
+            "entry " + std::to_string( entryId ) + " is outside the manager's range", call, unit );
       at.release( entryId );
       return SdkCode::None;
    } );

@@ -102,6 +102,8 @@ TEST_F( EntryManagerTest, WhatIsNotThereIsNotFound )
    manager->removeEntry( 0, base );
    manager->releaseEntry( 0, base );
    EXPECT_THAT( breaches(), IsEmpty() );
+   manager->releaseEntry( 0, base + 53 );
+   EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "1054 is outside the manager's range" ) ) );
 
    EXPECT_EQ( manager->addInPortsForEntry( 0, base, {}, {} ), code( SdkCode::NotFound ) );
    EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "is not claimed" ) ) );
