@@ -28,21 +28,32 @@ static void initializeTtlCheckTcam( const Ref<StrataBoundedTcamEntryManager>& ma
    }
 }
 
+static constexpr U32 highestTtlCheckUnit = 0xFF;
+
+/// Before anything is written: an error half-way would leave the switch half programmed.
+static void checkTtlCheckUnits( const UnitTable& units )
+{
+   for( const auto& i : units )
+      if( i.key() > highestTtlCheckUnit && !SdkShim->trapsTtlExceptions( i.key() ) )
+         throw Vormel::ValueError( "init: unit " + std::to_string( i.key() ) +
+                                   " cannot have TTL-check entries; units 0 to 255 can" );
+}
+
 void RoutingStatusHelper::initTtlCheck()
 {
-   ttlCheckTcamManagerIs( tcamGroupManager()
-                             ? tcamGroupManager()->boundedTcamEntryManager( TcamGroup::ttlCheck )
-                             : nullptr );
-   if( !ttlCheckTcamManager() ) {
+   const Ref<StrataBoundedTcamEntryManager> manager =
+      tcamGroupManager() ? tcamGroupManager()->boundedTcamEntryManager( TcamGroup::ttlCheck )
+                         : nullptr;
+   if( manager )
+      checkTtlCheckUnits( scsd()->units() );
+   ttlCheckTcamManagerIs( manager );
+   if( !manager ) {
       VORMEL_TRACE( routingTrace, 1, "init: no entry manager for the TTL check" );
       return;
    }
-   for( const auto& i : scsd()->units() ) {
-      if( i.key() > 0xFF )
-         throw Vormel::ValueError( "init: unit " + std::to_string( i.key() ) +
-                                   " cannot have TTL-check entries; units 0 to 255 can" );
-      initializeTtlCheckTcam( ttlCheckTcamManager(), static_cast<U8>( i.key() ) );
-   }
+   for( const auto& i : scsd()->units() )
+      if( i.key() <= highestTtlCheckUnit )
+         initializeTtlCheckTcam( ttlCheckTcamManager(), static_cast<U8>( i.key() ) );
 }
 
 void RoutingStatusHelper::initializeNextHopToCpuTcam()

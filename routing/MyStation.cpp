@@ -3,6 +3,7 @@
 
 #include "messages/Traces.h"
 #include "platform/runtime/Assert.h"
+#include "platform/runtime/Errors.h"
 #include "routing/RoutingStatusHelper.h"
 #include "routing/tcam/CheckedCall.h"
 
@@ -21,6 +22,9 @@ static const char* routingText( bool routing )
 void RoutingStatusHelper::addMyStationTcamEntry( U32 unit, U32 index, const EthAddr& mac,
    bool vlanIdValid, U32 vlanId, bool ingressPortCpu, bool arpTermination, bool routing )
 {
+   if( vlanIdValid && vlanId > vlanIdMaskAll )
+      throw Vormel::ValueError( "addMyStationTcamEntry: vlanId " + std::to_string( vlanId ) +
+                                " is out of the range 0 to 4095" );
    VORMEL_TRACE( routingTrace, 9,
       "addMyStationTcamEntry, Unit:" << unit << ", Index:" << index << ", Mac:" << mac
                                      << ", vlanId:" << vlanId << ", vlanIdValid:" << vlanIdValid

@@ -70,8 +70,9 @@ class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
 
    /// Brings the chips' L3 engine up (`enable`) or down. Either way sends L3 exceptions to the CPU and makes
    /// the entries that must exist from the start; only the L2 multicast CPU and MPLS drop entries follow
-   /// `enable`. `initHw` is traced only. Publishes ttlCheckTcamManager, useLb, allPortsL2Mc, l3Initializing,
-   /// l3CleaningUp and the entry ids.
+   /// `enable`. `initHw` is traced only. A unit above 255 that would need TTL-check entries is a ValueError, and
+   /// nothing is written. Publishes ttlCheckTcamManager, useLb, allPortsL2Mc, l3Initializing, l3CleaningUp and
+   /// the entry ids.
    void init( bool enable, bool initHw );
    /// init( enable, true ).
    void l3Init( bool enable );
@@ -158,8 +159,9 @@ class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
 
    // Router MACs (MyStation.cpp)
 
-   /// Writes one entry of the my-station memory: the MAC (and VLAN 1 to 4094, and arrival by the CPU port)
-   /// counts as the router's. `routing` terminates IPv4, IPv6 and MPLS.
+   /// Writes one entry of the my-station memory: the MAC (and VLAN, and arrival by the CPU port) counts as the
+   /// router's. `routing` terminates IPv4, IPv6 and MPLS. With vlanIdValid, VLAN ids 0 to 4095 are written as
+   /// given; others are a ValueError, and nothing is written.
    static void addMyStationTcamEntry( U32 unit, U32 index, const EthAddr& mac, bool vlanIdValid,
       U32 vlanId, bool ingressPortCpu, bool arpTermination, bool routing );
    /// Clears one entry.

@@ -43,12 +43,15 @@ namespace Recirc {
 
 // clang-format off
 #define RECIRC_FEATURE_STATUS_ATTRIBUTES( ROW ) \
-   ROW( MAP, 258, recircPort, U16, S32, 0, "the recirculation port of a unit (logical port number), by unit number", "agent" )
+   ROW( MAP_CHECKED, 258, recircPort, U16, S32, 0, "the recirculation port of a unit (logical port number, 0 to 1023), by unit number", "agent", checkRecircPort )
 // clang-format on
 
 class VORMEL_EXPORT RecircFeatureStatus : public Vormel::Entity
 {
    VORMEL_ENTITY( RecircFeatureStatus, RECIRC_FEATURE_STATUS_ATTRIBUTES )
+
+ private:
+   static void checkRecircPort( U16 unit, S32 port );
 };
 
 } // namespace Recirc

@@ -49,6 +49,33 @@ void StrataMiscConfig::checkSyslogTimeout( double seconds )
    throw Vormel::ValueError( text.str() );
 }
 
+/// Port bitmaps hold no others.
+static void checkLogicalPort( const std::string& what, S64 port )
+{
+   if( port < 0 || port >= PortBitmap::size )
+      throw Vormel::ValueError( what + ": port " + std::to_string( port ) +
+                                " is out of the range 0 to " +
+                                std::to_string( PortBitmap::size - 1 ) );
+}
+
+void StrataCommonSmData::checkPort( IntfId intf, const StrataPort& port )
+{
+   Strata::checkLogicalPort( "strataIntfToPort[" + intf.toString() + "]", port.logicalPort() );
+}
+
+void StrataCommonSmData::checkLogicalPort( IntfId intf, U32 port )
+{
+   Strata::checkLogicalPort( "intfToLogicalPort[" + intf.toString() + "]", port );
+}
+
+void UnitTable::unitIs( U16 number, const StrataUnit& unit )
+{
+   if( unit.loopbackPort )
+      checkLogicalPort(
+         "the loopback port of unit " + std::to_string( number ), *unit.loopbackPort );
+   units_.insert_or_assign( number, unit );
+}
+
 void StrataCommonSmData::checkFloodingModId( U32 modId )
 {
    if( modId > 0xFF )
@@ -134,6 +161,11 @@ std::string toText( const IntfIdList& list )
 }
 
 } // namespace Strata
+
+void Lag::Recirc::RecircFeatureStatus::checkRecircPort( U16 unit, S32 port )
+{
+   Strata::checkLogicalPort( "recircPort[" + std::to_string( unit ) + "]", port );
+}
 
 std::string Interface::EthIntfStatus::entityName() const
 {

@@ -19,7 +19,7 @@ struct StrataUnit
    ChipInfo chipInfo;
    U32 modId = 0;                    // how other units address this one
    PortBitmap ports;                 // every port: front panel, CPU, loopback, recirculation
-   std::optional<int> loopbackPort;  // the internal loopback port
+   std::optional<int> loopbackPort;  // the internal loopback port, 0 to 1023
    bool hasIpOptionsProfile = false; // the unit keeps an IPv4 options profile of its own
 };
 
@@ -65,9 +65,9 @@ class UnitTable
       return at == units_.end() ? nullptr : &at->second;
    }
 
-   /// Adds a unit or replaces it. Publishes nothing: the table is filled before the helper is brought up. The activity
-   /// lock is held.
-   void unitIs( U16 number, const StrataUnit& unit ) { units_.insert_or_assign( number, unit ); }
+   /// Adds a unit or replaces it; a loopback port that port bitmaps cannot hold is a ValueError. Publishes nothing: the
+   /// table is filled before the helper is brought up. The activity lock is held.
+   VORMEL_EXPORT void unitIs( U16 number, const StrataUnit& unit );
    void unitDel( U16 number ) { units_.erase( number ); }
 
  private:
@@ -78,8 +78,8 @@ class UnitTable
 #define STRATA_COMMON_SM_DATA_ATTRIBUTES( ROW ) \
    ROW( MAP, 272, lagOfMember, IntfId, IntfId, 0, "the LAG that an interface is a member of", "agent" ) \
    ROW( MAP, 273, lagMembers, IntfId, IntfIdList, 0, "the members of a LAG, in member order", "agent" ) \
-   ROW( MAP, 387, strataIntfToPort, IntfId, StrataPort, 0, "the port of an Ethernet interface", "agent" ) \
-   ROW( MAP, 388, intfToLogicalPort, IntfId, U32, 0, "the logical port number of an interface; outlives its row in strataIntfToPort", "agent" ) \
+   ROW( MAP_CHECKED, 387, strataIntfToPort, IntfId, StrataPort, 0, "the port of an Ethernet interface", "agent", checkPort ) \
+   ROW( MAP_CHECKED, 388, intfToLogicalPort, IntfId, U32, 0, "the logical port number of an interface, 0 to 1023; outlives its row in strataIntfToPort", "agent", checkLogicalPort ) \
    ROW( SCALAR, 464, vxlanEnabled, bool, false, "VXLAN is configured", "agent" ) \
    ROW( SCALAR, 465, vfiForwarding, bool, false, "VLANs are forwarded through VFIs; routed floods go to the CPU", "agent" ) \
    ROW( SCALAR, 466, nextHopToCpuSuppressed, bool, false, "no next-hop-to-CPU entry is made", "agent" ) \
@@ -105,6 +105,8 @@ class VORMEL_EXPORT StrataCommonSmData : public Vormel::Entity
    }
 
  private:
+   static void checkPort( IntfId intf, const StrataPort& port );
+   static void checkLogicalPort( IntfId intf, U32 port );
    static void checkFloodingModId( U32 modId );
 
    SdkShimInterface* sdkShim_;

@@ -15,8 +15,8 @@ namespace Strata {
 
 using Vormel::IntfId;
 
-/// A front-panel port: its unit, the SDK's port number there, and the logical port number that port bitmaps
-/// use. A default-made port is not valid.
+/// A front-panel port: its unit, the SDK's port number there, and the logical port number (0 to 1023) that port
+/// bitmaps use. A default-made port is not valid.
 class VORMEL_EXPORT StrataPort
 {
  public:
