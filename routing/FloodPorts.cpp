@@ -141,6 +141,10 @@ void RoutingStatusHelper::updateVlanFloodTcamEntryPbmp( U32 unit, bool pbr )
       entry = tcamEntryVlanFlood();
       action = bcmFieldActionRedirectPbmp;
    }
+   if( entry == 0 ) {
+      VORMEL_TRACE( routingTrace, 1, "updateVlanFloodTcamEntryPbmp: there is no such entry" );
+      return;
+   }
    if( !fabricMode() || entry == tcamEntryVlanFlood() ) {
       // The first form can not be met today: the assertion above stands before it.
       if( !pbr && scsd()->vfiForwarding() )

@@ -1,8 +1,10 @@
 // Layer-2 multicast and the CPU: MAC table entries point some addresses to three reserved groups; these
-// entries give the groups their meaning.
+// entries give the groups their meaning. Without a group of all ports the groups' own members are flooded to; a
+// redirect that an entry has from before is then taken out, which needs the FP lock.
 #include "messages/Traces.h"
 #include "routing/RoutingStatusHelper.h"
 #include "routing/tcam/CheckedCall.h"
+#include "routing/tcam/FieldLock.h"
 #include "routing/tcam/TcamEntry.h"
 
 namespace Strata {
@@ -59,10 +61,15 @@ void RoutingStatusHelper::makeL2McastCpuTx()
       CHECKED( bcm_field_qualify_DstMcastGroup(
          i.key(), entryId, l2McastTableAllocation()->cpuGroup(), BCM_FIELD_EXACT_MATCH_MASK ) );
       qualifyInPorts( *tcamManager(), i.key(), entryId, cpuPorts( i.key() ), allPorts( i.key() ) );
-      CHECKED( bcm_field_action_add( i.key(), entryId, bcmFieldActionCopyToCpuCancel, 0, 0 ) );
-      if( allPortsL2Mc() != 0 )
-         CHECKED( bcm_field_action_add(
-            i.key(), entryId, bcmFieldActionRedirectMcast, allPortsL2Mc(), 0 ) );
+      if( allPortsL2Mc() == 0 && tcamEntryL2McastCpuTx() != 0 ) {
+         CHECKED( FP_LOCK_INTERNAL_CHK(
+            i.key(), setOneAction( i.key(), entryId, bcmFieldActionCopyToCpuCancel ) ) );
+      } else {
+         CHECKED( bcm_field_action_add( i.key(), entryId, bcmFieldActionCopyToCpuCancel, 0, 0 ) );
+         if( allPortsL2Mc() != 0 )
+            CHECKED( bcm_field_action_add(
+               i.key(), entryId, bcmFieldActionRedirectMcast, allPortsL2Mc(), 0 ) );
+      }
       tx.install( i.key() );
    }
    tcamEntryL2McastCpuTxIs( tx.recordable() );
@@ -92,10 +99,15 @@ void RoutingStatusHelper::makeL2McastCpuAndFlood()
       const U32 entryId = both.claim( i.key() );
       CHECKED( bcm_field_qualify_DstMcastGroup( i.key(), entryId,
          l2McastTableAllocation()->cpuAndFloodGroup(), BCM_FIELD_EXACT_MATCH_MASK ) );
-      CHECKED( bcm_field_action_add( i.key(), entryId, bcmFieldActionCopyToCpu, 0, 0 ) );
-      if( allPortsL2Mc() != 0 )
-         CHECKED( bcm_field_action_add(
-            i.key(), entryId, bcmFieldActionRedirectMcast, allPortsL2Mc(), 0 ) );
+      if( allPortsL2Mc() == 0 && tcamEntryL2McastCpuAndFlood() != 0 ) {
+         CHECKED( FP_LOCK_INTERNAL_CHK(
+            i.key(), setOneAction( i.key(), entryId, bcmFieldActionCopyToCpu ) ) );
+      } else {
+         CHECKED( bcm_field_action_add( i.key(), entryId, bcmFieldActionCopyToCpu, 0, 0 ) );
+         if( allPortsL2Mc() != 0 )
+            CHECKED( bcm_field_action_add(
+               i.key(), entryId, bcmFieldActionRedirectMcast, allPortsL2Mc(), 0 ) );
+      }
       both.install( i.key() );
    }
    tcamEntryL2McastCpuAndFloodIs( both.recordable() );
@@ -109,10 +121,15 @@ void RoutingStatusHelper::makeL2McastFlood()
       const U32 entryId = flood.claim( i.key() );
       CHECKED( bcm_field_qualify_DstMcastGroup(
          i.key(), entryId, l2McastTableAllocation()->floodGroup(), BCM_FIELD_EXACT_MATCH_MASK ) );
-      CHECKED( bcm_field_action_add( i.key(), entryId, bcmFieldActionCopyToCpuCancel, 0, 0 ) );
-      if( allPortsL2Mc() != 0 )
-         CHECKED( bcm_field_action_add(
-            i.key(), entryId, bcmFieldActionRedirectMcast, allPortsL2Mc(), 0 ) );
+      if( allPortsL2Mc() == 0 && tcamEntryL2McastFlood() != 0 ) {
+         CHECKED( FP_LOCK_INTERNAL_CHK(
+            i.key(), setOneAction( i.key(), entryId, bcmFieldActionCopyToCpuCancel ) ) );
+      } else {
+         CHECKED( bcm_field_action_add( i.key(), entryId, bcmFieldActionCopyToCpuCancel, 0, 0 ) );
+         if( allPortsL2Mc() != 0 )
+            CHECKED( bcm_field_action_add(
+               i.key(), entryId, bcmFieldActionRedirectMcast, allPortsL2Mc(), 0 ) );
+      }
       flood.install( i.key() );
    }
    tcamEntryL2McastFloodIs( flood.recordable() );

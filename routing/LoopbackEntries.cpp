@@ -62,9 +62,16 @@ void RoutingStatusHelper::makeLbRecirc()
          i.key(), entryId, BCM_FIELD_PKT_RES_L2UNKNOWN, BCM_FIELD_EXACT_MATCH_MASK ) );
       CHECKED(
          bcm_field_qualify_InterfaceClassL2( i.key(), entryId, 0, StrataCommon::classVxlanVlan_ ) );
-      CHECKED(
-         bcm_field_action_add( i.key(), entryId, bcmFieldActionRedirectMcast, allPortsL2Mc(), 0 ) );
-      CHECKED( bcm_field_action_add( i.key(), entryId, bcmFieldActionDoNotLearn, 0, 0 ) );
+      // Without a group the chip floods by itself; a redirect from before would lose the packet.
+      if( allPortsL2Mc() == 0 && tcamEntryLbRecirc() != 0 ) {
+         CHECKED( FP_LOCK_INTERNAL_CHK(
+            i.key(), setOneAction( i.key(), entryId, bcmFieldActionDoNotLearn ) ) );
+      } else {
+         if( allPortsL2Mc() != 0 )
+            CHECKED( bcm_field_action_add(
+               i.key(), entryId, bcmFieldActionRedirectMcast, allPortsL2Mc(), 0 ) );
+         CHECKED( bcm_field_action_add( i.key(), entryId, bcmFieldActionDoNotLearn, 0, 0 ) );
+      }
       recirc.install( i.key() );
    }
    tcamEntryLbRecircIs( recirc.recordable() );

@@ -45,29 +45,32 @@ U32 RoutingStatusHelper::createTcamEntryVlanFloodTc( U16 tc )
       if( floodingPort ) {
          const U32 entryId = tcamManager()->getEntry( i.key(), group,
             Vormel::format( "L3 unknown mac %s traffic-class %d", "drop", tc ), pairKey );
-         CHECKED( bcm_field_qualify_DstPort( i.key(), entryId, scsd()->floodingModId(),
-            StrataCommon::maskModId_, StrataCommon::floodingPortId_, StrataCommon::maskPortId_ ) );
+         VORMEL_ASSERT( entryId == group );
          VORMEL_TRACE( routingTrace, 2,
             "Allocated L3 unknown mac  tcam entry (ID: " << entryId << "), traffic-class: " << tc );
+         CHECKED( bcm_field_qualify_DstPort( i.key(), entryId, scsd()->floodingModId(),
+            StrataCommon::maskModId_, StrataCommon::floodingPortId_, StrataCommon::maskPortId_ ) );
          pair[ 0 ] = entryId;
       } else {
          const EthAddr macValue;
          const EthAddr macMask( 0x01, 0x00, 0x00, 0x00, 0x00, 0x00 );
          const U32 entryId = tcamManager()->getEntry( i.key(), group,
             Vormel::format( "L3MC unknown mac %s traffic-class %d", "drop", tc ), pairKey );
+         VORMEL_ASSERT( entryId == group );
+         VORMEL_TRACE( routingTrace, 2,
+            "L3MC unknown mac  tcam entry (ID: " << entryId << "), traffic-class: " << tc );
          CHECKED( bcm_field_qualify_PacketRes(
             i.key(), entryId, BCM_FIELD_PKT_RES_L3MCKNOWN, BCM_FIELD_EXACT_MATCH_MASK ) );
          CHECKED( bcm_field_qualify_DstMac( i.key(), entryId, macValue, macMask ) );
-         VORMEL_TRACE( routingTrace, 2,
-            "L3MC unknown mac  tcam entry (ID: " << entryId << "), traffic-class: " << tc );
          pair[ 0 ] = entryId;
       }
       const U32 entryId = tcamManager()->getEntry( i.key(), group,
          Vormel::format( "L2 unknown mac %s traffic-class %d", "drop", tc ), pairKey );
-      CHECKED( bcm_field_qualify_PacketRes(
-         i.key(), entryId, BCM_FIELD_PKT_RES_L2UNKNOWN, BCM_FIELD_EXACT_MATCH_MASK ) );
+      VORMEL_ASSERT( entryId == group + 1 );
       VORMEL_TRACE( routingTrace, 2,
          "Allocated L2 unknown mac  tcam entry (ID: " << entryId << "), traffic-class: " << tc );
+      CHECKED( bcm_field_qualify_PacketRes(
+         i.key(), entryId, BCM_FIELD_PKT_RES_L2UNKNOWN, BCM_FIELD_EXACT_MATCH_MASK ) );
       pair[ 1 ] = entryId;
 
       const int action = bcmFieldActionDrop;

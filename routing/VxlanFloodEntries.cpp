@@ -47,13 +47,18 @@ void RoutingStatusHelper::handleTcamEntryVxlanEncapFlood( bool create )
    VORMEL_TRACE( routingTrace, 2, "handleTcamEntryVxlanEncapFlood, create: " << create );
    if( !hasManager( tcamManager(), "handleTcamEntryVxlanEncapFlood" ) )
       return;
+   if( create && !chipAttributes( *scsd() ).vxlanSupported ) {
+      VORMEL_TRACE( routingTrace, 1, "handleTcamEntryVxlanEncapFlood: no VXLAN on this chip" );
+      return;
+   }
+   // Redirected to no group, the floods would be lost.
+   if( create && scsd()->vxlanFloodL2Mc() == 0 ) {
+      VORMEL_TRACE( routingTrace, 1, "handleTcamEntryVxlanEncapFlood: no multicast group" );
+      create = false;
+   }
    if( !create ) {
       tcamEntryVxlanEncapFloodIs(
          deleteEntry( tcamManager(), scsd()->units(), tcamEntryVxlanEncapFlood() ) );
-      return;
-   }
-   if( !chipAttributes( *scsd() ).vxlanSupported ) {
-      VORMEL_TRACE( routingTrace, 1, "handleTcamEntryVxlanEncapFlood: no VXLAN on this chip" );
       return;
    }
 

@@ -17,6 +17,12 @@ void runSetAddAction( U32 unit, U32 entry )
    CHECKED( bcm_field_action_add( unit, entry, bcmFieldActionCopyToCpu, 0, 0 ) );
 }
 
+void runSetOneAction( U32 unit, U32 entry, int action )
+{
+   CHECKED( bcm_field_action_remove_all( unit, entry ) );
+   CHECKED( bcm_field_action_add( unit, entry, action, 0, 0 ) );
+}
+
 void runSetMplsAction( U32 unit, U32 entry, bool drop )
 {
    CHECKED( bcm_field_action_remove_all( unit, entry ) );

@@ -38,6 +38,7 @@ auto deferred( Function function, Arguments... arguments )
 
 void runSetPortsAddAction( U32 unit, U32 entry, int action, const bcm_pbmp_t& pbmp );
 void runSetAddAction( U32 unit, U32 entry );
+void runSetOneAction( U32 unit, U32 entry, int action );
 void runSetMplsAction( U32 unit, U32 entry, bool drop );
 
 /// Leaves the entry with one action: `action` with the whole bitmap.
@@ -50,6 +51,12 @@ inline auto setPortsAddAction( U32 unit, U32 entry, int action, const bcm_pbmp_t
 inline auto setAddAction( U32 unit, U32 entry )
 {
    return deferred( runSetAddAction, unit, entry );
+}
+
+/// Leaves the entry with one action, which takes no parameters.
+inline auto setOneAction( U32 unit, U32 entry, int action )
+{
+   return deferred( runSetOneAction, unit, entry, action );
 }
 
 /// Leaves the entry with one action: drop, or the CPU queue of MPLS packets.

@@ -39,6 +39,8 @@ const Proof proofs[] = {
       "set Ethernet5.forwardingModel routed" },
    { "vlanFlooding", "register", "in Ethernet1 dmac router ipv4 dst 10.4.0.1", "E4 E5 E6 x2",
       "none" },
+   { "lbRecirc", "register", "in Ethernet1 dmac router ipv4 dst 10.4.0.1", "E4 E5 E6 x2",
+      "E4 E5 E6 +loopback x2", "set l2Mcast.size 1\ncall l3Init true" },
    { "vlanFloodingFabric", "fabric-vfi", "in Ethernet1 dmac router ipv4 dst 10.4.0.1", "cpu:0",
       "none" },
    { "vlanFloodingPbr", "hsdk;register", "in Ethernet1 dmac router ipv4 dst 10.2.0.1", "E4 E5 E6",
