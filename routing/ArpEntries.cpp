@@ -53,6 +53,7 @@ void RoutingStatusHelper::handleTcamEntryArpReplyToCpu( MacType macType )
       reply.install( i.key() );
    }
    tcamEntryArpReplyIs( macType, reply.id() );
+   noteWritten( macType, &WrittenMacs::arpReply, mac );
    VORMEL_TRACE( routingTrace, 2,
       "Allocated trap to cpu tcam for arp reply dmac=" << macType << " ( ID: " << reply.id() );
 }
@@ -85,6 +86,7 @@ void RoutingStatusHelper::handleTcamEntryArpReqUnicastDrop()
       request.install( i.key() );
    }
    tcamEntryArpReqUnicastIs( request.id() );
+   noteWritten( MacType::bridgeMac, &WrittenMacs::arpRequest, mac );
    VORMEL_TRACE( routingTrace, 2,
       "Allocated drop tcam for arp req dmac=" << MacType::bridgeMac << " ( ID: " << request.id() );
 }

@@ -7,13 +7,34 @@
 #include "routing/tcam/CheckedCall.h"
 #include "routing/tcam/TcamEntry.h"
 
+#include <utility>
+
 namespace Strata {
+
+namespace {
+
+/// Sets a flag for as long as it lives.
+class Raised
+{
+ public:
+   explicit Raised( bool& flag ) : flag_( flag ), before_( std::exchange( flag, true ) ) {}
+   ~Raised() { flag_ = before_; }
+   Raised( const Raised& ) = delete;
+   Raised& operator=( const Raised& ) = delete;
+
+ private:
+   bool& flag_;
+   const bool before_;
+};
+
+} // namespace
 
 void RoutingStatusHelper::handleTcamEntryL2ToCpu()
 {
    VORMEL_TRACE( routingTrace, 2, "handleTcamEntryL2ToCpu" );
    if( !hasManager( tcamManager(), "handleTcamEntryL2ToCpu" ) )
       return;
+   const Raised handled( trap_.written[ MacType::bridgeMac ].handled );
    if( routerMacAddr().isZero() )
       return withdrawTrap( MacType::bridgeMac );
    if( tcamEntryTrapCpuForL2Only( MacType::bridgeMac ) != 0 &&
@@ -29,6 +50,7 @@ void RoutingStatusHelper::handleTcamEntryL2FennicToCpu()
    VORMEL_TRACE( routingTrace, 2, "handleTcamEntryL2FennicToCpu" );
    if( !hasManager( tcamManager(), "handleTcamEntryL2FennicToCpu" ) )
       return;
+   const Raised handled( trap_.written[ MacType::fennicMac ].handled );
    if( virtualRouterMacAddr().isZero() )
       return withdrawTrap( MacType::fennicMac );
    if( tcamEntryTrapCpuForL2Only( MacType::fennicMac ) != 0 &&
@@ -52,6 +74,30 @@ EthAddr RoutingStatusHelper::macOf( MacType macType ) const
 {
    VORMEL_ASSERT( macType == MacType::bridgeMac || macType == MacType::fennicMac );
    return macType == MacType::bridgeMac ? routerMacAddr() : virtualRouterMacAddr();
+}
+
+void RoutingStatusHelper::noteMacIs( MacType macType, const EthAddr& mac )
+{
+   if( macType == MacType::bridgeMac )
+      tcamEntryRouterMacIs( mac );
+   else
+      trap_.fennicMac = mac;
+}
+
+// An operation that is called by name writes some entries of the kind, so the note holds only while all agree.
+void RoutingStatusHelper::noteWritten(
+   MacType macType, EthAddr WrittenMacs::*entry, const EthAddr& mac )
+{
+   WrittenMacs& written = trap_.written[ macType ];
+   written.*entry = mac;
+   if( written.handled )
+      return;
+   const EthAddr& common = written.trap;
+   const bool arpAgrees = written.arpReply == common &&
+                          ( macType != MacType::bridgeMac || written.arpRequest == common );
+   const bool tunnelsAgree = !chipAttributes( *scsd() ).vxlanSupported ||
+                             ( written.l3Vxlan == common && written.l2Vxlan == common );
+   noteMacIs( macType, arpAgrees && tunnelsAgree ? common : EthAddr() );
 }
 
 void RoutingStatusHelper::installTcamEntryForNonRoutableToCpu( MacType macType )
@@ -117,6 +163,7 @@ void RoutingStatusHelper::makeTrapEntries( MacType macType )
    }
    tcamEntryTrapCpuForL2OnlyIs( macType, fromPorts.recordable() );
    tcamEntryTrapCpuFromCpuIs( macType, fromCpu.recordable() );
+   noteWritten( macType, &WrittenMacs::trap, mac );
    fromPorts.traceAllocated( __func__ );
    fromCpu.traceAllocated( __func__ );
 }
@@ -126,12 +173,16 @@ void RoutingStatusHelper::removeTrapEntries( MacType macType )
    const UnitTable& units = scsd()->units();
    deleteEntry( tcamManager(), units, tcamEntryArpReply( macType ) );
    tcamEntryArpReplyDel( macType );
-   if( macType == MacType::bridgeMac )
+   noteWritten( macType, &WrittenMacs::arpReply, EthAddr() );
+   if( macType == MacType::bridgeMac ) {
       tcamEntryArpReqUnicastIs( deleteEntry( tcamManager(), units, tcamEntryArpReqUnicast() ) );
+      noteWritten( macType, &WrittenMacs::arpRequest, EthAddr() );
+   }
    deleteEntry( tcamManager(), units, tcamEntryTrapCpuFromCpu( macType ) );
    tcamEntryTrapCpuFromCpuDel( macType );
    deleteEntry( tcamManager(), units, tcamEntryTrapCpuForL2Only( macType ) );
    tcamEntryTrapCpuForL2OnlyDel( macType );
+   noteWritten( macType, &WrittenMacs::trap, EthAddr() );
 }
 
 void RoutingStatusHelper::withdrawTrap( MacType macType )
@@ -139,10 +190,7 @@ void RoutingStatusHelper::withdrawTrap( MacType macType )
    removeTrapEntries( macType );
    removeL2Vxlan( macType );
    removeL3Vxlan( macType );
-   if( macType == MacType::bridgeMac )
-      tcamEntryRouterMacIs( EthAddr() );
-   else
-      trap_.fennicMac = EthAddr();
+   noteMacIs( macType, EthAddr() );
 }
 
 } // namespace Strata

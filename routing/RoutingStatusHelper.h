@@ -177,8 +177,9 @@ class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
 
    // Entries of a router MAC (L2OnlyTrap.cpp, VxlanEntries.cpp, ArpEntries.cpp)
 
-   /// What is addressed to routerMacAddr and not routed goes to the CPU; nothing while the MAC in hardware is
-   /// the same, everything is withdrawn for a zero MAC. Publishes tcamEntryRouterMac.
+   /// What is addressed to routerMacAddr and not routed goes to the CPU; nothing while all its entries have that
+   /// MAC in hardware (tcamEntryRouterMac), everything is withdrawn for a zero MAC. The operations below, called by
+   /// themselves, leave tcamEntryRouterMac zero unless all entries then have one MAC. Publishes tcamEntryRouterMac.
    void handleTcamEntryL2ToCpu();
    /// The same for virtualRouterMacAddr.
    void handleTcamEntryL2FennicToCpu();
@@ -319,11 +320,21 @@ class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
    };
    FloodPorts floodPorts_;
 
+   struct WrittenMacs
+   {
+      // What each entry of a router MAC kind was last written with; zero for one that is gone.
+      EthAddr l3Vxlan, l2Vxlan, trap, arpReply, arpRequest;
+      bool handled =
+         false; // by handleTcamEntryL2ToCpu or handleTcamEntryL2FennicToCpu, who keep the note
+   };
    struct Trap
    {
-      EthAddr fennicMac; // the virtual router MAC in hardware
+      Vormel::SlotArray<MacType, WrittenMacs> written;
+      EthAddr fennicMac; // what tcamEntryRouterMac is, for the virtual router MAC
    };
    Trap trap_;
+   void noteMacIs( MacType macType, const EthAddr& mac );
+   void noteWritten( MacType macType, EthAddr WrittenMacs::*entry, const EthAddr& mac );
 
    struct ArpRedirect
    {

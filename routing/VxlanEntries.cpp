@@ -44,6 +44,7 @@ void RoutingStatusHelper::installTcamEntryForL3Vxlan( MacType macType )
       vxlan.install( i.key() );
    }
    tcamEntryL3VxlanIs( macType, vxlan.recordable() );
+   noteWritten( macType, &WrittenMacs::l3Vxlan, mac );
    vxlan.traceAllocated( __func__ );
 }
 
@@ -73,6 +74,7 @@ void RoutingStatusHelper::programL2VxlanTcam( MacType macType )
       vxlan.install( i.key() );
    }
    tcamEntryL2VxlanIs( macType, vxlan.recordable() );
+   noteWritten( macType, &WrittenMacs::l2Vxlan, mac );
    vxlan.traceAllocated( __func__ );
 }
 
@@ -80,12 +82,14 @@ void RoutingStatusHelper::removeL3Vxlan( MacType macType )
 {
    deleteEntry( tcamManager(), scsd()->units(), tcamEntryL3Vxlan( macType ) );
    tcamEntryL3VxlanDel( macType );
+   noteWritten( macType, &WrittenMacs::l3Vxlan, EthAddr() );
 }
 
 void RoutingStatusHelper::removeL2Vxlan( MacType macType )
 {
    deleteEntry( tcamManager(), scsd()->units(), tcamEntryL2Vxlan( macType ) );
    tcamEntryL2VxlanDel( macType );
+   noteWritten( macType, &WrittenMacs::l2Vxlan, EthAddr() );
 }
 
 } // namespace Strata
