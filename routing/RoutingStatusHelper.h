@@ -142,13 +142,14 @@ class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
    void programSwitchCtrlPortSet( IntfId intf );
 
    // Routing per VLAN (VlanRouting.cpp). VLAN ids are 1 to 4094. Where state is kept per VLAN, others are a
-   // ValueError; handleVlanRoutingState keeps none and hands the SDK the low 16 bits.
+   // ValueError; a unit without the VLAN is passed over, and a VLAN that exists on no unit is forgotten.
+   // handleVlanRoutingState keeps no state and hands the SDK the low 16 bits.
 
    /// Rewrites the VLAN's routing flags on every unit; foreign flags are kept. Keeps no state: the later
    /// writer of a VLAN's flags wins.
    void handleVlanRoutingState( U32 vlanId, RoutingState state );
-   /// Off: a VLAN routes whenever routing is on. On: only as its own state says. Applies every known VLAN
-   /// that exists and forgets the others. Publishes perVlanRoutingEnabled.
+   /// Off: a VLAN routes whenever routing is on. On: only as its own state says. Applies every known VLAN.
+   /// Publishes perVlanRoutingEnabled.
    void handlePerVlanRouting( bool enable );
    /// Records that the VLAN routes, or not, and applies it.
    void enableVlanRouting( U32 vlanId, bool enable );
@@ -312,7 +313,8 @@ class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
    void removeL2Vxlan( MacType macType );
    void noteIpOptionsProfile( U32 unit, S32 profile );
    void makeArpRedirect( const Ref<StrataBoundedTcamEntryManager>& manager );
-   void applyVlanRouting( const UnitTable::Iterator& i, U32 vlanId );
+   bool vlanIsThere( U32 vlanId );
+   void applyVlanRouting( U32 vlanId );
 
    struct FloodPorts
    {

@@ -46,6 +46,22 @@ static void checkVlanId( U32 vlanId )
       throw Vormel::ValueError( "VLAN ids are 1 to 4094, not " + std::to_string( vlanId ) );
 }
 
+static bool existsOn( const UnitTable::Iterator& i, U32 vlanId )
+{
+   return SdkShim->vlanExists( i.key(), static_cast<U16>( vlanId ) );
+}
+
+// One that exists on no unit is forgotten: made anew, it has nothing of what was programmed before.
+bool RoutingStatusHelper::vlanIsThere( U32 vlanId )
+{
+   for( const auto& i : scsd()->units() )
+      if( existsOn( i, vlanId ) )
+         return true;
+   VORMEL_TRACE( routingTrace, 2, "VLAN " << vlanId << " exists on no unit" );
+   vlanRouting_.erase( vlanId );
+   return false;
+}
+
 void RoutingStatusHelper::handleVlanRoutingState( U32 vlanId, RoutingState state )
 {
    VORMEL_TRACE( routingTrace, 4,
@@ -80,15 +96,8 @@ void RoutingStatusHelper::handlePerVlanRouting( bool enable )
    perVlanRoutingEnabledIs( enable );
    for( auto at = vlanRouting_.begin(); at != vlanRouting_.end(); ) {
       const U32 vlanId = at->first;
-      bool exists = false;
-      for( const auto& i : scsd()->units() ) {
-         if( !SdkShim->vlanExists( i.key(), static_cast<U16>( vlanId ) ) )
-            continue;
-         exists = true;
-         applyVlanRouting( i, vlanId );
-      }
-      if( !exists )
-         vlanRouting_.erase( vlanId );
+      if( vlanIsThere( vlanId ) )
+         applyVlanRouting( vlanId );
       at = vlanRouting_.upper_bound( vlanId );
    }
 }
@@ -97,9 +106,10 @@ void RoutingStatusHelper::enableVlanRouting( U32 vlanId, bool enable )
 {
    checkVlanId( vlanId );
    VORMEL_TRACE( routingTrace, 2, "enableVlanRouting, Vlan: " << vlanId << ", enable: " << enable );
+   if( !vlanIsThere( vlanId ) )
+      return;
    vlanRouting_[ vlanId ].enabled = enable;
-   for( const auto& i : scsd()->units() )
-      applyVlanRouting( i, vlanId );
+   applyVlanRouting( vlanId );
 }
 
 void RoutingStatusHelper::handleIpAddressState( U32 vlanId, bool ip4, bool ip6 )
@@ -107,6 +117,8 @@ void RoutingStatusHelper::handleIpAddressState( U32 vlanId, bool ip4, bool ip6 )
    checkVlanId( vlanId );
    VORMEL_TRACE( routingTrace, 2,
       "handleIpAddressState, Vlan: " << vlanId << ", ip4: " << ip4 << ", ip6: " << ip6 );
+   if( !vlanIsThere( vlanId ) )
+      return;
    VlanRouting& vlan = vlanRouting_[ vlanId ];
    if( vlan.addressesKnown && vlan.ip4 == ip4 && vlan.ip6 == ip6 )
       return;
@@ -115,19 +127,22 @@ void RoutingStatusHelper::handleIpAddressState( U32 vlanId, bool ip4, bool ip6 )
    vlan.ip6 = ip6;
    handleVlanCpuPort( vlanId, !ip4 && !ip6 );
    if( perVlanRoutingEnabled() )
-      for( const auto& i : scsd()->units() )
-         applyVlanRouting( i, vlanId );
+      applyVlanRouting( vlanId );
 }
 
 void RoutingStatusHelper::handleVlanCpuPort( U32 vlanId, bool block )
 {
    checkVlanId( vlanId );
    VORMEL_TRACE( routingTrace, 2, "handleVlanCpuPort, Vlan: " << vlanId << ", block: " << block );
+   if( !vlanIsThere( vlanId ) )
+      return;
    VlanRouting& vlan = vlanRouting_[ vlanId ];
    if( vlan.cpuBlocked == block )
       return;
    vlan.cpuBlocked = block;
    for( const auto& i : scsd()->units() ) {
+      if( !existsOn( i, vlanId ) )
+         continue;
       const bcm_pbmp_t cpuPbmp = cpuPorts( i.key() );
       if( block ) {
          CHECKED( bcm_vlan_port_remove( i.key(), vlanId, cpuPbmp ) );
@@ -138,17 +153,26 @@ void RoutingStatusHelper::handleVlanCpuPort( U32 vlanId, bool block )
    }
 }
 
-void RoutingStatusHelper::applyVlanRouting( const UnitTable::Iterator& i, U32 vlanId )
+void RoutingStatusHelper::applyVlanRouting( U32 vlanId )
 {
-   bcm_vlan_control_vlan_t vlanControl;
-   CHECKED( bcm_vlan_control_vlan_get( i.key(), vlanId, &vlanControl ) );
    const VlanRouting vlan = vlanRouting_[ vlanId ];
    const bool all = !perVlanRoutingEnabled();
    const U32 set = ( all || ( vlan.enabled && vlan.ip4 ) ? 0 : U32( vlanIp4RoutingOff ) ) |
                    ( all || ( vlan.enabled && vlan.ip6 ) ? 0 : U32( vlanIp6RoutingOff ) );
    const U32 clearMask = vlanIp4RoutingOff | vlanIp6RoutingOff;
-   vlanControl.flagsIs( ( vlanControl.flags() & ~clearMask ) | set );
-   CHECKED( bcm_vlan_control_vlan_set( i.key(), vlanId, vlanControl ) );
+   for( const auto& i : scsd()->units() ) {
+      if( !existsOn( i, vlanId ) )
+         continue;
+      bcm_vlan_control_vlan_t vlanControl;
+      if( !CHECKED_AVAILABLE( bcm_vlan_control_vlan_get( i.key(), vlanId, &vlanControl ) ) ) {
+         VORMEL_TRACE( routingTrace, 1,
+            "VLAN " << vlanId << " of unit " << i.key()
+                    << " cannot be read, so it is not written" );
+         continue;
+      }
+      vlanControl.flagsIs( ( vlanControl.flags() & ~clearMask ) | set );
+      CHECKED( bcm_vlan_control_vlan_set( i.key(), vlanId, vlanControl ) );
+   }
 }
 
 } // namespace Strata

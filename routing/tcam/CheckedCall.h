@@ -24,6 +24,14 @@ struct CallSite
 /// Traces the outcome; ends the agent when the code is fatal.
 void callOutcome( int rc, const CallSite& site );
 
+/// False for the code of a feature that the chip lacks; any other negative one ends the agent.
+inline bool isAvailable( int rc, const CallSite& site )
+{
+   if( rc < 0 || apiTrace.enabled( 4 ) ) [[unlikely]]
+      callOutcome( rc, site );
+   return rc >= 0;
+}
+
 } // namespace Strata
 
 // Each macro stringifies its own argument: handed to another macro it would be expanded first.
@@ -36,3 +44,6 @@ void callOutcome( int rc, const CallSite& site );
 
 #define CHECKED( call ) STRATA_CHECKED( call, nullptr, #call )
 #define CHECKED_WITH_SIGNATURE( call ) STRATA_CHECKED( call, __PRETTY_FUNCTION__, #call )
+// For a read whose result is to be changed and written: false when the chip lacks it, so that nothing was read.
+#define CHECKED_AVAILABLE( call ) \
+   ::Strata::isAvailable( ( call ), { __FILE__, __LINE__, __func__, nullptr, #call } )

@@ -1,5 +1,8 @@
 #include "tests/routing/Fixture.h"
 
+#include "platform/runtime/Trace.h"
+#include "sim/SdkCodes.h"
+
 #include <thread>
 
 namespace Strata {
@@ -62,6 +65,37 @@ TEST_F( HelperTest, WithoutUnitsNothingIsProgrammedAndNothingCrashes )
    EXPECT_EQ( transcript().count( RecordKind::call ), 0u );
    EXPECT_TRUE( helper().routing4Enabled() );
    EXPECT_FALSE( helper().useLb() ); // no chip, no capability
+}
+
+TEST_F( HelperTest, AUnitWithoutTheVlanIsPassedOver )
+{
+   make( "hsdk" );
+   agent->hardware().vlanIs( 10 );
+   agent->hardware().chip( 0 ).vlanDel( 10 );
+   const U64 before = transcript().records().back().number;
+   helper().enableVlanRouting( 10, true );
+   helper().handlePerVlanRouting( true );
+   helper().handleIpAddressState( 10, true, false );
+   helper().handleVlanCpuPort( 10, true );
+   const std::string calls = texts( RecordKind::call, before );
+   EXPECT_EQ( calls.find( "unit 0" ), std::string::npos ) << calls;
+   EXPECT_NE( calls.find( "bcm_vlan_port_remove( unit 1" ), std::string::npos ) << calls;
+   EXPECT_NE( calls.find( "bcm_vlan_control_vlan_set( unit 1" ), std::string::npos ) << calls;
+}
+
+TEST_F( HelperTest, AnUnknownMacDropClaimIsTracedBeforeItIsQualified )
+{
+   make( "hsdk", { 0 } );
+   Vormel::traceLevelsIs( "StrataRoutingStatus=2" );
+   agent->hardware().faults().inject(
+      { .call = "bcm_field_qualify_PacketRes", .code = Sim::SdkCode::Fail } );
+   EXPECT_THROW( helper().handleTcamEntryVlanFloodDrop( 3, true ), Died );
+   Vormel::traceLevelsIs( "StrataRoutingStatus=off" );
+   const std::string traces = texts( RecordKind::trace );
+   EXPECT_NE( traces.find( "Allocated L3 unknown mac  tcam entry (ID: 1011), traffic-class: 3" ),
+      std::string::npos );
+   EXPECT_NE( traces.find( "Allocated L2 unknown mac  tcam entry (ID: 1012), traffic-class: 3" ),
+      std::string::npos );
 }
 
 TEST_F( HelperTest, OthersMayLookWhileTheSdkWorks )
