@@ -324,15 +324,16 @@ class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
 
    struct WrittenMacs
    {
-      // What each entry of a router MAC kind was last written with; zero for one that is gone.
+      // The MAC that each entry of a router MAC kind was last written with; zero when the entry is gone.
       EthAddr l3Vxlan, l2Vxlan, trap, arpReply, arpRequest;
-      bool handled =
-         false; // by handleTcamEntryL2ToCpu or handleTcamEntryL2FennicToCpu, who keep the note
+      // handleTcamEntryL2ToCpu or handleTcamEntryL2FennicToCpu is running and sets the note itself.
+      bool handled = false;
    };
    struct Trap
    {
       Vormel::SlotArray<MacType, WrittenMacs> written;
-      EthAddr fennicMac; // what tcamEntryRouterMac is, for the virtual router MAC
+      EthAddr
+         fennicMac; // the note of the virtual router MAC; the router MAC's is tcamEntryRouterMac
    };
    Trap trap_;
    void noteMacIs( MacType macType, const EthAddr& mac );
