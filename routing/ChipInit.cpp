@@ -5,6 +5,29 @@
 
 namespace Strata {
 
+namespace {
+
+/// Holds one of the helper's phases true for a scope, which an exception may end.
+class Phase
+{
+ public:
+   using Setter = void ( RoutingStatusHelper::* )( bool );
+
+   Phase( RoutingStatusHelper& helper, Setter setter ) : helper_( helper ), setter_( setter )
+   {
+      ( helper_.*setter_ )( true );
+   }
+   Phase( const Phase& ) = delete;
+   Phase& operator=( const Phase& ) = delete;
+   ~Phase() { ( helper_.*setter_ )( false ); }
+
+ private:
+   RoutingStatusHelper& helper_;
+   Setter setter_;
+};
+
+} // namespace
+
 void RoutingStatusHelper::init( bool enable, bool initHw )
 {
    VORMEL_TRACE( routingTrace, 2, "init, enable: " << enable << ", initHw: " << initHw );
@@ -44,16 +67,14 @@ void RoutingStatusHelper::init( bool enable, bool initHw )
    }
 
    if( enable ) {
-      l3InitializingIs( true );
+      const Phase initializing( *this, &RoutingStatusHelper::l3InitializingIs );
       handleTcamEntryL2McastCpu( true );
       handleTcamEntryMplsTrafficDrop( true );
       initCpuControlM();
-      l3InitializingIs( false );
    } else {
-      l3CleaningUpIs( true );
+      const Phase cleaningUp( *this, &RoutingStatusHelper::l3CleaningUpIs );
       handleTcamEntryL2McastCpu( false );
       handleTcamEntryMplsTrafficDrop( false );
-      l3CleaningUpIs( false );
    }
 
    programSkipL2McastPktFromCoreToCpu( scsd()->vxlanEnabled() );

@@ -62,7 +62,9 @@ void Critic::errorHookRan()
 void Critic::operationBegins( SdkOperation operation, U32 unit )
 {
    const std::string_view call = roleName( operation );
-   checkAlive( call, unit );
+   // What an exception of the assertion leaves behind: an FP lock that is held is still dropped.
+   if( operation != SdkOperation::fieldUnlock )
+      checkAlive( call, unit );
    if( Vormel::activityLock().heldByThisThread() )
       breach( "an SDK operation is made without the activity lock", call, unit );
    // Dropping the FP lock ends the call that took it.
@@ -89,12 +91,22 @@ void Critic::checkFieldLock( SdkOperation operation, U32 unit )
       break;
    case SdkOperation::fieldActionRemoveAll:
    case SdkOperation::fieldActionPortsAdd:
-      if( !locked )
+      if( !locked && !withoutFieldLock_.contains( unit ) )
          breach( "it needs the unit's FP lock", call, unit );
       break;
    default:
       break;
    }
+}
+
+void Critic::operationEnds( SdkOperation operation, U32 unit, SdkCode code )
+{
+   if( operation != SdkOperation::fieldLock )
+      return;
+   if( code == SdkCode::Unavail )
+      withoutFieldLock_.insert( unit );
+   else
+      withoutFieldLock_.erase( unit );
 }
 
 void Critic::managerCallBegins( std::string_view call, U32 unit )

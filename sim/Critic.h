@@ -6,10 +6,12 @@
 #include "platform/runtime/Types.h"
 #include "platform/sdk/SdkRoles.h"
 #include "sim/Chip.h"
+#include "sim/SdkCodes.h"
 #include "sim/Transcript.h"
 
 #include <functional>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -47,6 +49,8 @@ class Critic
    void errorHookRan();
    /// An SDK operation begins.
    void operationBegins( SdkOperation operation, U32 unit );
+   /// It has answered. A unit that has no FP lock does without it.
+   void operationEnds( SdkOperation operation, U32 unit, SdkCode code );
    /// An entry-manager operation begins.
    void managerCallBegins( std::string_view call, U32 unit );
 
@@ -67,6 +71,8 @@ class Critic
    std::vector<Breach> breaches_;
    bool preCalled_ = false; // and the call it announces has not come yet
    bool dead_ = false;
+   std::set<U32>
+      withoutFieldLock_; // units whose FP lock was not available when it was last asked for
 };
 
 } // namespace Strata::Sim

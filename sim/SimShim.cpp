@@ -20,6 +20,7 @@ int SimShim::perform( SdkOperation operation, std::string_view names, Work work,
    hardware_.critic.operationBegins( operation, unit );
    const auto fault = hardware_.faults.strike( roleName( operation ), unit, calls_ );
    const SdkCode code = fault ? *fault : hardware_.chips.contains( unit ) ? work() : SdkCode::Unit;
+   hardware_.critic.operationEnds( operation, unit, code );
    const SdkCallText call( operation, hardware_.numbers, names, unit, arguments... );
    std::vector<RecordField> fields{ { "call", roleName( operation ) }, { "callNumber", calls_ } };
    for( const auto& more : { call.fields(), outcomeFields( code, fault.has_value() ) } )

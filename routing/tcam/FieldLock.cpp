@@ -5,6 +5,17 @@
 
 namespace Strata {
 
+FieldUnlockGuard::~FieldUnlockGuard()
+{
+   if( !shim_ )
+      return;
+   try {
+      drop();
+   } catch( ... ) {
+      // The exception that is under way tells what went wrong.
+   }
+}
+
 void runSetPortsAddAction( U32 unit, U32 entry, int action, const bcm_pbmp_t& pbmp )
 {
    CHECKED( bcm_field_action_remove_all( unit, entry ) );

@@ -9,24 +9,49 @@
 #include "platform/sdk/SdkNames.h"
 
 #include <type_traits>
+#include <utility>
 
 namespace Strata {
 
-/// Runs a deferred call with the activity lock given away and the unit's FP lock held, or without it on a chip
-/// that has none. Returns the SDK's code for taking or dropping the lock; the call's own failures end the agent
-/// from within.
+/// Drops a unit's FP lock at the end of a scope, which an exception may end.
+class FieldUnlockGuard
+{
+ public:
+   FieldUnlockGuard( SdkShimInterface& shim, U32 unit ) : shim_( &shim ), unit_( unit ) {}
+   FieldUnlockGuard( const FieldUnlockGuard& ) = delete;
+   FieldUnlockGuard& operator=( const FieldUnlockGuard& ) = delete;
+   ~FieldUnlockGuard();
+
+   /// Drops it now, whatever comes of it; the SDK's code.
+   int drop() { return std::exchange( shim_, nullptr )->fieldUnlock( unit_ ); }
+
+ private:
+   SdkShimInterface* shim_;
+   U32 unit_;
+};
+
+/// Runs a deferred call with the activity lock given away and the unit's FP lock held. On a chip that has no FP
+/// lock it runs with the activity lock, which each of its calls gives away for itself. Returns the SDK's code for
+/// taking or dropping the FP lock; the call's own failures end the agent from within.
 template<class Deferred>
 int FP_LOCK_INTERNAL_CHK( U32 unit, const Deferred& deferred )
 {
    SdkShimInterface& shim = *sdkShim();
    shim.preCall();
-   Vormel::MaybeGilUnlockAnchor gil;
-   Vormel::UnlockAnchor anchor( Vormel::activityLock() );
-   const int rc = shim.fieldLock( unit );
-   if( rc < 0 && rc != shim.featureNotAvailableCode() )
-      return rc;
-   deferred();
-   return rc < 0 ? rc : shim.fieldUnlock( unit );
+   int rc = 0;
+   {
+      Vormel::MaybeGilUnlockAnchor gil;
+      Vormel::UnlockAnchor anchor( Vormel::activityLock() );
+      rc = shim.fieldLock( unit );
+      if( rc >= 0 ) {
+         FieldUnlockGuard guard( shim, unit );
+         deferred();
+         return guard.drop();
+      }
+   }
+   if( rc == shim.featureNotAvailableCode() )
+      deferred();
+   return rc;
 }
 
 /// A call with its arguments, by value.

@@ -1,12 +1,15 @@
 // Every hardware call of the slice fails once: the agent ends with the one line, and nothing is called after it.
 #include "tests/routing/Fixture.h"
 
+#include "platform/sdk/ForwardingShim.h"
 #include "sim/SdkCodes.h"
 #include "tests/sim/EveryProfile.h"
 
 #include <functional>
 #include <gmock/gmock.h>
+#include <optional>
 #include <regex>
+#include <set>
 
 namespace Strata {
 namespace {
@@ -59,6 +62,45 @@ void everythingElse( Tool::Agent& agent )
    helper.handleTcamEntryL2ToCpu();
    helper.init( false, true );
 }
+
+struct Thrown
+{
+};
+
+/// Stands before the agent's shim and throws once, at the nth operation.
+class ThrowingShim final : public ForwardingShim
+{
+ public:
+   explicit ThrowingShim( U64 nth ) : ForwardingShim( *sdkShim() ), left_( nth )
+   {
+      sdkShimIs( this );
+   }
+   ThrowingShim( const ThrowingShim& ) = delete;
+   ThrowingShim& operator=( const ThrowingShim& ) = delete;
+   ~ThrowingShim() override { sdkShimIs( &next() ); }
+
+   /// What threw; the end of the run where nothing did.
+   std::optional<SdkOperation> thrower;
+
+#define SDK_OPERATION( method, name, parameters, arguments ) \
+   int method parameters override \
+   { \
+      strike( SdkOperation::method ); \
+      return next().method arguments; \
+   }
+#include "platform/sdk/SdkOperations.def"
+
+ private:
+   void strike( SdkOperation operation )
+   {
+      if( --left_ != 0 )
+         return;
+      thrower = operation;
+      throw Thrown();
+   }
+
+   U64 left_;
+};
 
 class FaultSweepTest : public SwitchTest, public testing::WithParamInterface<std::string_view>
 {
@@ -115,6 +157,38 @@ class FaultSweepTest : public SwitchTest, public testing::WithParamInterface<std
       return transcript().count( RecordKind::call ) - before;
    }
 
+   std::set<U32> fieldLocks()
+   {
+      std::set<U32> held;
+      for( const U32 unit : agent->hardware().units() )
+         if( agent->hardware().chip( unit ).fieldLocked )
+            held.insert( unit );
+      return held;
+   }
+
+   /// Nothing is left behind by an agent that goes on after an exception.
+   void expectSettled()
+   {
+      EXPECT_TRUE( Vormel::activityLock().heldByThisThread() );
+      EXPECT_FALSE( helper().l3Initializing() || helper().l3CleaningUp() );
+   }
+
+   void throwAtEachCall( bool up, const Run& run )
+   {
+      for( U64 n = 1;; ++n ) {
+         SCOPED_TRACE( "call " + std::to_string( n ) );
+         fresh( up );
+         ThrowingShim shim( n );
+         try {
+            run( *agent );
+         } catch( const Thrown& ) {}
+         if( !shim.thrower )
+            return;
+         expectSettled();
+         EXPECT_EQ( fieldLocks().size(), *shim.thrower == SdkOperation::fieldUnlock ? 1u : 0u );
+      }
+   }
+
    void failEachCall( bool up, const Run& run )
    {
       const U64 calls = callsOf( up, run );
@@ -126,7 +200,17 @@ class FaultSweepTest : public SwitchTest, public testing::WithParamInterface<std
          agent->hardware().faults().inject( { .nth = n, .code = SdkCode::Fail } );
          const Ending ending = endingOf( run );
          EXPECT_EQ( ending.assertion, "0" );
-         EXPECT_EQ( transcript().count( RecordKind::call ) - before, n );
+         // An FP lock that is held is dropped all the same.
+         const U64 made = transcript().count( RecordKind::call ) - before;
+         if( made == n + 1 ) {
+            EXPECT_THAT( callText( before + made ), testing::StartsWith( "bcm_field_unlock" ) );
+         } else {
+            EXPECT_EQ( made, n );
+         }
+         if( !callText( before + n ).starts_with( "bcm_field_unlock" ) ) {
+            EXPECT_THAT( fieldLocks(), testing::IsEmpty() );
+         }
+         expectSettled();
          EXPECT_EQ( transcript().count( RecordKind::error ), 1u );
          static const std::regex report(
             "routing/[A-Za-z0-9/]+\\.cpp:[0-9]+ (static )?[^\n]+ API ERROR:[^\n]+ \\(-[0-9]+\\)\n"
@@ -146,23 +230,38 @@ TEST_P( FaultSweepTest, EachCallOfTheOtherOperationsIsFatalAndTheLast )
    failEachCall( true, everythingElse );
 }
 
+TEST_P( FaultSweepTest, AnExceptionAtAnyCallLeavesNothingBehind )
+{
+   throwAtEachCall( false, bringUp );
+   throwAtEachCall( true, everythingElse );
+}
+
 TEST_P( FaultSweepTest, AFeatureThatTheChipLacksStopsNothing )
 {
    const U64 calls = callsOf( false, bringUp );
    for( U64 n = 1; n <= calls; ++n ) {
       SCOPED_TRACE( "call " + std::to_string( n ) );
       fresh( false );
-      // Entries whose qualifier was refused are not what this is about.
       agent->hardware().critic().collect();
       agent->hardware().faults().inject( { .nth = n, .code = SdkCode::Unavail } );
       const Ending ending = endingOf( bringUp );
+      std::set<std::string> breaches;
+      for( const Sim::Breach& breach : agent->hardware().critic().breaches() )
+         breaches.insert( breach.call + ": " + breach.rule );
       // A lock that cannot be dropped is no lacking feature: the next one cannot be had.
-      if( callText( n ).starts_with( "bcm_field_unlock" ) )
+      if( callText( n ).starts_with( "bcm_field_unlock" ) ) {
+         EXPECT_THAT( breaches,
+            testing::IsSubsetOf( { "bcm_field_lock: the unit's FP lock is held already" } ) );
          continue;
+      }
       EXPECT_EQ( ending.errors.find( "API ERROR" ), std::string::npos );
       // An entry that was left without an action cannot be installed; anything else goes on.
       if( ending.died ) {
          EXPECT_THAT( callText( n ), testing::StartsWith( "bcm_field_action_" ) );
+         EXPECT_THAT(
+            breaches, testing::IsSubsetOf( { "installEntry: the entry has no action" } ) );
+      } else {
+         EXPECT_THAT( breaches, testing::IsEmpty() );
       }
    }
 }
