@@ -22,6 +22,8 @@ ActivityManager::~ActivityManager() = default;
 
 void ActivityManager::clockIs( std::shared_ptr<Clock> clock )
 {
+   if( clock != clock_ )
+      clock_->timersMoveTo( *clock );
    clock_ = std::move( clock );
 }
 

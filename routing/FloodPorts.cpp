@@ -6,6 +6,9 @@
 #include "routing/tcam/FieldLock.h"
 #include "routing/tcam/TcamEntry.h"
 
+#include <utility>
+#include <vector>
+
 namespace Strata {
 
 // What an interface without a logical port number is taken for.
@@ -40,8 +43,14 @@ void RoutingStatusHelper::updateVlanFloodIgnoreIntf( IntfId intf )
    if( intf.isPortChannel() ) {
       const bool routed = routedIntf( intf );
       bool handled = false;
-      const IntfIdList members = scsd()->lagMembers( intf ); // a copy: subscribers may change LAGs
-      for( const IntfId member : members ) {
+      // A copy, with who belonged by its own row: subscribers may change LAGs, and the event of a member that
+      // leaves judges it.
+      std::vector<std::pair<IntfId, bool>> members;
+      for( const IntfId member : scsd()->lagMembers( intf ) )
+         members.emplace_back( member, scsd()->lagOfMember( member ) == intf );
+      for( const auto& [ member, belonged ] : members ) {
+         if( belonged && scsd()->lagOfMember( member ) != intf )
+            continue;
          if( !scsd()->strataIntfToPort( member ) )
             continue;
          handled = true;
@@ -89,9 +98,13 @@ void RoutingStatusHelper::unitRecordIs( const UnitRecord& record )
 {
    bcm_pbmp_t ports = bcm_pbmp_t::fromWords( record );
    for( const auto& routed : routedPortsAndRoutedLagMember() ) {
-      const StrataPort sp = scsd()->strataIntfToPort( routed.key );
-      if( routed.value && sp )
+      if( !routed.value )
+         continue;
+      // Where the port's row is away, its number is still known.
+      if( const StrataPort sp = scsd()->strataIntfToPort( routed.key ) )
          ports.remove( sp.logicalPort() );
+      else if( const U32* const known = scsd()->intfToLogicalPort().find( routed.key ) )
+         ports.remove( *known );
    }
    vlanFloodPbmpIs( ports );
 }

@@ -36,7 +36,9 @@ void RoutingStatusHelper::handleTcamEntryL2ToCpu()
       return;
    const Raised handled( trap_.written[ MacType::bridgeMac ].handled );
    if( routerMacAddr().isZero() )
-      return withdrawTrap( MacType::bridgeMac );
+      withdrawTrap( MacType::bridgeMac );
+   if( routerMacAddr().isZero() ) // still: who heard of the withdrawal may have set one
+      return;
    if( tcamEntryTrapCpuForL2Only( MacType::bridgeMac ) != 0 &&
        tcamEntryRouterMac() == routerMacAddr() )
       return;
@@ -52,7 +54,9 @@ void RoutingStatusHelper::handleTcamEntryL2FennicToCpu()
       return;
    const Raised handled( trap_.written[ MacType::fennicMac ].handled );
    if( virtualRouterMacAddr().isZero() )
-      return withdrawTrap( MacType::fennicMac );
+      withdrawTrap( MacType::fennicMac );
+   if( virtualRouterMacAddr().isZero() )
+      return;
    if( tcamEntryTrapCpuForL2Only( MacType::fennicMac ) != 0 &&
        trap_.fennicMac == virtualRouterMacAddr() )
       return;

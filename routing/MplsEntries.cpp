@@ -14,7 +14,7 @@ void RoutingStatusHelper::handleTcamEntryMplsTrafficDrop( bool create )
       return;
    if( !create ) {
       tcamEntryMplsPktIs( deleteEntry( tcamManager(), scsd()->units(), tcamEntryMplsPkt() ) );
-      tcamEntryMplsActionDropIs( false );
+      tcamEntryMplsActionDropIs( tcamEntryMplsPkt() != 0 && !mplsRoutingEnabled() ); // made again?
       return;
    }
    const bool drop = !mplsRoutingEnabled();
@@ -28,7 +28,7 @@ void RoutingStatusHelper::handleTcamEntryMplsTrafficDrop( bool create )
    }
    tcamEntryMplsPktIs( mpls.recordable() );
    mpls.traceAllocated( __func__ );
-   tcamEntryMplsActionDropIs( drop );
+   tcamEntryMplsActionDropIs( !mplsRoutingEnabled() ); // who heard of the entry may have changed it
 }
 
 void RoutingStatusHelper::handleMplsRouting( bool enable )
@@ -37,6 +37,7 @@ void RoutingStatusHelper::handleMplsRouting( bool enable )
    if( enable == mplsRoutingEnabled() )
       return;
    mplsRoutingEnabledIs( enable );
+   enable = mplsRoutingEnabled(); // who heard of it may have changed it again
    if( tcamEntryMplsPkt() != 0 && hasManager( tcamManager(), "handleMplsRouting" ) ) {
       const U32 entryId = tcamEntryMplsPkt();
       for( const auto& i : scsd()->units() ) {
@@ -45,7 +46,7 @@ void RoutingStatusHelper::handleMplsRouting( bool enable )
       }
       tcamEntryMplsActionDropIs( !enable );
    }
-   handleTcamEntryMplsPhpLspPing( enable );
+   handleTcamEntryMplsPhpLspPing( mplsRoutingEnabled() );
 }
 
 void RoutingStatusHelper::handleTcamEntryMplsPhpLspPing( bool create )

@@ -21,6 +21,10 @@ class NestedSm_IntfStatus final : public Vormel::Reactor
 
    /// Another status of the same interface; the old binding hears nothing any more.
    void notifierIs( const Ref<const Interface::EthIntfStatus>& status );
+   bool follows( const Interface::EthIntfStatus& status ) const
+   {
+      return status_.notifier().get() == &status;
+   }
    void kib_handleIntfStatus_forwardingModel();
 
  private:

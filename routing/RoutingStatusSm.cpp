@@ -6,6 +6,9 @@
 #include "platform/sdk/SdkNames.h"
 #include "routing/NestedReactors.h"
 
+#include <algorithm>
+#include <utility>
+
 namespace Strata {
 
 Ref<RoutingStatusSm> RoutingStatusSmIs( const Ref<const StrataCommonSmData>& scsd,
@@ -18,8 +21,12 @@ Ref<RoutingStatusSm> RoutingStatusSmIs( const Ref<const StrataCommonSmData>& scs
 {
    Ref<RoutingStatusSm> sm( new RoutingStatusSm( scsd, features, miscConfig, routingStatusHelper,
       strataPbrInfo, ethIntfStatusDir, bastleSourceIpLookupConfig, hwStatus, nexthopStatusDir ) );
+   const std::vector<U32> pairsBefore =
+      routingStatusHelper ? Vormel::keysOf( routingStatusHelper->tcamEntryVlanFloodDrop() )
+                          : std::vector<U32>();
    sm->start();
    sm->hasNotificationActiveIs( true );
+   sm->catchUp( pairsBefore );
    return sm;
 }
 
@@ -56,6 +63,35 @@ void RoutingStatusSm::start()
          if( const auto status = ethIntfStatusDir_->intfStatus( intf ) )
             intfStatusIs( status );
    handleInitialized();
+}
+
+// Interfaces and traffic classes that came or went before the reactor was subscribed: those who hear what it publishes
+// while it is made may bring them.
+void RoutingStatusSm::catchUp( const std::vector<U32>& pairsBefore )
+{
+   if( ethIntfStatusDir_ ) {
+      for( const IntfId intf : Vormel::keysOf( intfStatus_ ) )
+         if( !ethIntfStatusDir_->intfStatus().contains( intf ) )
+            intfStatusDel( intf );
+      for( const IntfId intf : Vormel::keysOf( ethIntfStatusDir_->intfStatus() ) ) {
+         const Ref<Interface::EthIntfStatus> status = ethIntfStatusDir_->intfStatus( intf );
+         const auto* const nested = intfStatus_.find( intf );
+         if( status && !( nested && ( *nested )->follows( *status ) ) )
+            intfStatusIs( status );
+      }
+   }
+   const Ref<RoutingStatusHelper> helper = routingStatusHelper_;
+   if( !helper || !helper->tcamManager() )
+      return;
+   for( const U16 tc : Vormel::keysOf( miscConfig_->unknownMacDropTrafficClass() ) )
+      if( helper->tcamEntryVlanFloodDrop( tc ) == 0 )
+         handleUnknownMacDrop( tc );
+   for( const U32 key : Vormel::keysOf( helper->tcamEntryVlanFloodDrop() ) ) {
+      const U16 tc = static_cast<U16>( key );
+      if( std::ranges::find( pairsBefore, key ) == pairsBefore.end() &&
+          !miscConfig_->unknownMacDropTrafficClass().contains( tc ) )
+         handleUnknownMacDrop( tc );
+   }
 }
 
 RoutingStatusSm::~RoutingStatusSm()
@@ -116,8 +152,10 @@ Ref<UnknownMacDropLoggingSm> RoutingStatusSm::unknownMacDropLoggingSmIs(
       return unknownMacDropLoggingSm_;
    const Ref<UnknownMacDropLoggingSm> old =
       unknownMacDropLoggingSmDel(); // arguments may live in it
-   unknownMacDropLoggingSm_ = unknownMacDropLoggingSmFactory( miscConfig, helper );
-   return unknownMacDropLoggingSm_;
+   const Ref<UnknownMacDropLoggingSm> made = unknownMacDropLoggingSmFactory( miscConfig, helper );
+   unknownMacDropLoggingSmDel(); // who heard of its counters may have asked for one, too
+   unknownMacDropLoggingSm_ = made;
+   return made;
 }
 
 Ref<UnknownMacDropLoggingSm> RoutingStatusSm::unknownMacDropLoggingSmDel()

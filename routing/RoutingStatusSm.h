@@ -15,6 +15,7 @@
 #include "routing/UnknownMacDropLoggingSm.h"
 
 #include <string>
+#include <vector>
 
 namespace Strata {
 
@@ -67,6 +68,8 @@ class VORMEL_EXPORT RoutingStatusSm : public Vormel::Reactor
    void handleIntfFlood( IntfId intf );
    void doAddOrRemoveLagPortFlood();
    void doAddOrRemoveLagPortFlood( IntfId intf );
+   /// The controls and the software row of every port that is mapped. The events are for ports that come; for those
+   /// that are mapped when the reactor is made the agent calls this once.
    void handleStrataIntfToPort();
    void handleStrataIntfToPort( IntfId intf );
 
@@ -101,6 +104,7 @@ class VORMEL_EXPORT RoutingStatusSm : public Vormel::Reactor
    ~RoutingStatusSm() override;
 
    void start();
+   void catchUp( const std::vector<U32>& pairsBefore );
    void subscriptionsAre( bool active ) override;
    void kibDoZombieReactors();
 
@@ -155,7 +159,11 @@ class VORMEL_EXPORT RoutingStatusSm : public Vormel::Reactor
    Input<&RoutingStatusSm::onSourceIpLookup> sourceIpLookupInput_;
 };
 
-/// Makes the reactor, which handles everything that is already there, and switches its notifications on.
+/// Makes the reactor and switches its notifications on. It takes up the interfaces, drop classes, dual hash and next
+/// hops that are there already, and starts the flood set from the active ports of the first unit. It does not walk
+/// the ports' rows, and looks at policy routing, VXLAN and the source-IP lookup only when they change: the agent then
+/// calls handleStrataIntfToPort() and, where they may differ from what init met, handleStrataPbrEnabled(),
+/// handleVxlanEnabled() and handleL2TrafficRoutingStatus().
 /// Inputs that may be null: features, strataPbrInfo, ethIntfStatusDir, bastleSourceIpLookupConfig, hwStatus,
 /// nexthopStatusDir; with a null helper every call on it is skipped.
 VORMEL_EXPORT Ref<RoutingStatusSm> RoutingStatusSmIs( const Ref<const StrataCommonSmData>& scsd,

@@ -125,7 +125,9 @@ void RoutingStatusHelper::updateUnknownMacDropCounters( U16 tc )
                                                                         << sum );
    if( old < sum )
       logMessage( UNKNOWN_UCAST_PACKET_RECEIVED, tc );
-   unknownMacCountersPerTcIs( tc, sum );
+   // Who reads the message may have withdrawn the class.
+   if( tcamEntryVlanFloodDrop( tc ) == id )
+      unknownMacCountersPerTcIs( tc, sum );
 }
 
 void RoutingStatusHelper::resetUnknownMacDropCounters( U16 tc )

@@ -88,7 +88,9 @@ bool RoutingStatusHelper::handleTcamEntryUrpf( bool enable, bool ipv4 )
 bool RoutingStatusHelper::doUrpfHwInitStage1( bool enable )
 {
    VORMEL_TRACE( routingTrace, 7, "doUrpfHwInitStage1, enable: " << enable );
-   return handleTcamEntryUrpf( enable, true ) && handleTcamEntryUrpf( enable, false );
+   // IPv6 as IPv4 is by then: who heard of that may have asked for the opposite.
+   return handleTcamEntryUrpf( enable, true ) &&
+          handleTcamEntryUrpf( strataUrpfCommonData()->tcamEntryUrpf4() != 0, false );
 }
 
 void RoutingStatusHelper::handleUrpf( IntfId, U32, UrpfStatus, UrpfStatus )

@@ -105,7 +105,7 @@ class VORMEL_EXPORT ActivityManager
    ActivityManager( const ActivityManager& ) = delete;
    ActivityManager& operator=( const ActivityManager& ) = delete;
 
-   /// A real clock until another is set. A clock that nobody else holds goes then, and its timers are off.
+   /// A real clock until another is set. Timers move along, each due after as long as before.
    Clock& clock() const { return *clock_; }
    void clockIs( std::shared_ptr<Clock> clock );
 

@@ -15,6 +15,17 @@ Clock::~Clock()
       timer->clock_ = nullptr;
 }
 
+void Clock::timersMoveTo( Clock& next )
+{
+   std::ranges::sort( timers_, {}, &Timer::serial_ );
+   for( Timer* const timer : timers_ ) {
+      // Infinity stays; what is overdue is due at once.
+      timer->nextTime_ = next.now() + std::max( timer->nextTime_ - now(), 0.0 );
+      timer->enter( next );
+   }
+   timers_.clear();
+}
+
 Timer* Clock::earliest() const
 {
    const auto before = []( const Timer* a, const Timer* b ) {
@@ -41,10 +52,15 @@ void Clock::runUntil( double limit )
 }
 
 Timer::Timer( Clock& clock )
-   : clock_{ &clock },
-     slot_{ clock.timers_.size() },
-     serial_{ ++clock.lastSerial_ }
 {
+   enter( clock );
+}
+
+void Timer::enter( Clock& clock )
+{
+   clock_ = &clock;
+   slot_ = clock.timers_.size();
+   serial_ = ++clock.lastSerial_;
    clock.timers_.push_back( this );
 }
 

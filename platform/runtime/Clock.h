@@ -30,6 +30,9 @@ class VORMEL_EXPORT Clock
    /// The earliest time for which a timer is armed; +infinity when none is.
    double nextExpiry() const;
 
+   /// Hands all timers over to another clock, on which each is due after as long as it would have been here.
+   void timersMoveTo( Clock& next );
+
  protected:
    /// Runs the handlers that are due at `limit`, the earliest first and the older timer first among
    /// equals, until none is left: also those that handlers arm. Calls timeReached() before each.
@@ -75,11 +78,12 @@ class VORMEL_EXPORT Timer
    /// timer again, and make and destroy timers, this one included.
    virtual void expired() noexcept = 0;
    [[noreturn]] static void rejectTime( double time );
+   void enter( Clock& clock );
 
    double nextTime_ = never;
-   Clock* clock_;
-   U64 slot_;   // where the clock keeps it
-   U64 serial_; // order of creation
+   Clock* clock_ = nullptr;
+   U64 slot_ = 0;   // where the clock keeps it
+   U64 serial_ = 0; // order of arrival
 };
 
 /// A clock that stands until it is moved. It starts at 0.

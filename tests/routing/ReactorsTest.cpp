@@ -3,6 +3,7 @@
 #include "tests/routing/Fixture.h"
 
 #include "platform/runtime/Errors.h"
+#include "platform/runtime/Syslog.h"
 #include "routing/UnknownMacDropLoggingSm.h"
 
 #include <functional>
@@ -219,6 +220,115 @@ TEST_F( ReactorsTest, ALagThatIsSwitchedWhileItIsHandledEndsAsItIs )
    EXPECT_EQ( floodPorts(), helper().vlanFloodPbmp().toString() );
 }
 
+TEST_F( ReactorsTest, AMemberThatLeavesItsLagMeanwhileIsJudgedByItsOwnEvent )
+{
+   const IntfId other( "Port-Channel2" );
+   agent->bringUp();
+   hw().lagIs( lag, { one, two } );
+   {
+      const Meddler out( agent->helper(), RoutingStatusHelper::routedPortsAndRoutedLagMemberNumber,
+         [ this ] { hw().lagIs( lag, { one } ); } );
+      status( lag )->forwardingModelIs( ForwardingModel::routed );
+   }
+   EXPECT_FALSE( helper().routedPortsAndRoutedLagMember( two ) );
+   EXPECT_EQ( helper().vlanFloodPbmp().contains( 1 ), false );
+   EXPECT_TRUE( helper().vlanFloodPbmp().contains( 2 ) );
+
+   hw().lagIs( lag, { one, two } );
+   status( other )->forwardingModelIs( ForwardingModel::routed );
+   {
+      const Meddler over( agent->helper(), RoutingStatusHelper::routedPortsAndRoutedLagMemberNumber,
+         [ & ] { hw().lagIs( other, { two } ); } );
+      status( lag )->forwardingModelIs( ForwardingModel::bridged );
+   }
+   EXPECT_TRUE( helper().routedPortsAndRoutedLagMember( two ) );
+   EXPECT_TRUE( helper().vlanFloodPbmp().contains( 1 ) );
+   EXPECT_FALSE( helper().vlanFloodPbmp().contains( 2 ) );
+}
+
+// What comes or goes while the reactor is made, and has not subscribed yet.
+TEST_F( ReactorsTest, WhoHearsTheReactorBeingMadeMayChangeWhatItWalks )
+{
+   const IntfId three( "Ethernet3" );
+   StrataMiscConfig& config = *hw().miscConfig();
+   config.unknownMacDropTrafficClassIs( 3, true );
+   config.l2DualHashIs( true );
+   helper().init( true, true );
+   helper().handleTcamEntryVlanFloodDrop( 5, true ); // by hand, and nobody's business
+   const auto fresh = Vormel::make<EthIntfStatus>( one );
+   const Meddler early( hw().hwStatus(), HwStatus::l2DualHashNumber, [ & ] {
+      hw().addInterface( three, 0, 3, ForwardingModel::routed );
+      hw().removeInterface( two );
+      hw().ethIntfStatusDir()->intfStatusIs( one, fresh );
+   } );
+   const Meddler late( agent->helper(), RoutingStatusHelper::unknownMacCountersPerTcNumber, [ & ] {
+      config.unknownMacDropTrafficClassIs( 4, true );
+      config.unknownMacDropTrafficClassDel( 3 );
+   } );
+   agent->startReactors();
+   EXPECT_EQ( agent->reactor()->intfStatusCount(), 2u );
+   EXPECT_TRUE( helper().routedPortsAndRoutedLagMember( three ) );
+   fresh->forwardingModelIs( ForwardingModel::routed );
+   EXPECT_TRUE( helper().routedPortsAndRoutedLagMember( one ) );
+   EXPECT_EQ( helper().tcamEntryVlanFloodDrop( 3 ), 0u );
+   EXPECT_NE( helper().tcamEntryVlanFloodDrop( 4 ), 0u );
+   EXPECT_NE( helper().tcamEntryVlanFloodDrop( 5 ), 0u );
+}
+
+TEST_F( ReactorsTest, WhoHearsAnOperationMayAskForItsOpposite )
+{
+   using Helper = RoutingStatusHelper;
+   RoutingStatusHelper& slice = helper();
+   slice.init( true, true );
+   slice.handleTcamEntryMplsTrafficDrop( false );
+   {
+      const Meddler on( agent->helper(), Helper::tcamEntryMplsPktNumber,
+         [ & ] { slice.handleMplsRouting( true ); } );
+      slice.handleTcamEntryMplsTrafficDrop( true );
+      EXPECT_FALSE( slice.tcamEntryMplsActionDrop() );
+   }
+   {
+      const Meddler on( agent->helper(), Helper::mplsRoutingEnabledNumber,
+         [ & ] { slice.handleMplsRouting( true ); } );
+      slice.handleMplsRouting( false );
+      EXPECT_FALSE( slice.tcamEntryMplsActionDrop() );
+      EXPECT_NE( slice.vfpEntryPhpLspPing(), 0u );
+   }
+   {
+      slice.handleMplsRouting( false );
+      const Meddler on( agent->helper(), Helper::tcamEntryMplsActionDropNumber,
+         [ & ] { slice.handleMplsRouting( false ); } );
+      slice.handleMplsRouting( true );
+      EXPECT_TRUE( slice.tcamEntryMplsActionDrop() );
+      EXPECT_EQ( slice.vfpEntryPhpLspPing(), 0u );
+   }
+   {
+      const Meddler again( agent->helper(), Helper::tcamEntryMplsPktNumber,
+         [ & ] { slice.handleTcamEntryMplsTrafficDrop( true ); } );
+      slice.handleTcamEntryMplsTrafficDrop( false );
+      EXPECT_TRUE( slice.tcamEntryMplsActionDrop() );
+   }
+   {
+      const Meddler off( hw().urpfCommonData(), StrataUrpfCommonData::tcamEntryUrpf4Number,
+         [ & ] { slice.doUrpfHwInitStage1( false ); } );
+      slice.doUrpfHwInitStage1( true );
+      EXPECT_EQ( hw().urpfCommonData()->tcamEntryUrpf6(), 0u );
+   }
+   const EthAddr first = *EthAddr::parse( "02:00:a1:00:00:01" );
+   const EthAddr second = *EthAddr::parse( "02:00:a1:00:00:02" );
+   slice.routerMacAddrIs( first );
+   slice.handleTcamEntryL2ToCpu();
+   const Meddler set( agent->helper(), Helper::tcamEntryArpReqUnicastNumber, [ & ] {
+      slice.routerMacAddrIs( second );
+      slice.handleTcamEntryL2ToCpu();
+   } );
+   slice.routerMacAddrIs( EthAddr() );
+   slice.handleTcamEntryL2ToCpu();
+   EXPECT_EQ( slice.tcamEntryRouterMac(), second );
+   EXPECT_NE( slice.tcamEntryTrapCpuForL2Only( MacType::bridgeMac ), 0u );
+   EXPECT_NE( slice.tcamEntryL2Vxlan( MacType::bridgeMac ), 0u );
+}
+
 TEST_F( ReactorsTest, InterfacesAndLagsMayGoWhileTheyAreHandled )
 {
    agent->bringUp();
@@ -318,7 +428,25 @@ TEST_F( ReactorsTest, TheLoggingReactorIsKeptForTheSameInputsAndReplacedForOther
    EXPECT_NE( replaced, logging );
    EXPECT_FALSE( logging->hasNotificationActive() );
    EXPECT_EQ( replaced->pollingInterval(), 2.0 );
-   EXPECT_EQ( sm->unknownMacDropLoggingSmDel(), replaced );
+   // One poller, though who hears of its making asks for another; and it goes along to another clock.
+   hw().miscConfig()->syslogTimeoutIs( 1.0 );
+   Ref<UnknownMacDropLoggingSm> inner;
+   sm->unknownMacDropLoggingSmIs( hw().miscConfig(), agent->helper() );
+   other->unknownMacDropTrafficClassIs( 6, true );
+   const Meddler meddler( agent->helper(), RoutingStatusHelper::unknownMacCountersPerTcNumber,
+      [ & ] { inner = sm->unknownMacDropLoggingSmIs( hw().miscConfig(), agent->helper() ); } );
+   const auto outer = sm->unknownMacDropLoggingSmIs( other, agent->helper() );
+   EXPECT_EQ( sm->unknownMacDropLoggingSm(), outer );
+   EXPECT_FALSE( inner->hasNotificationActive() );
+   EXPECT_EQ( agent->clock().nextExpiry(), 2.0 );
+   const auto clock = std::make_shared<Vormel::ManualClock>();
+   clock->advanceTo( 50.0 );
+   Vormel::activityManager().clockIs( clock );
+   EXPECT_EQ( agent->clock().nextExpiry(), Timer::never );
+   clock->advanceTo( 52.0 );
+   EXPECT_EQ( clock->nextExpiry(), 54.0 );
+   EXPECT_EQ( sm->unknownMacDropLoggingSmDel(), outer );
+   EXPECT_EQ( clock->nextExpiry(), Timer::never );
    EXPECT_EQ( sm->unknownMacDropLoggingSm(), nullptr );
    EXPECT_EQ( agent->clock().nextExpiry(), Timer::never );
 }
@@ -429,6 +557,23 @@ TEST_F( ReactorsTest, PollsAreDueOneIntervalFromTheEndOfTheLast )
    }
    config.syslogTimeoutIs( 0.0 );
    EXPECT_EQ( nextPoll(), Timer::never );
+}
+
+TEST_F( ReactorsTest, WhoReadsTheLogMayWithdrawTheClass )
+{
+   hw().miscConfig()->unknownMacDropTrafficClassIs( 3, true );
+   hw().miscConfig()->syslogTimeoutIs( 1.0 );
+   agent->bringUp();
+   agent->clock().advanceBy(
+      1000.0 ); // no message of another test is so recent that it holds this one back
+   raiseHits( 3 );
+   const auto sink = Vormel::syslogSinkIs( [ & ]( const Vormel::SyslogRecord& ) {
+      hw().miscConfig()->unknownMacDropTrafficClassDel( 3 );
+   } );
+   agent->clock().advanceBy( 1.0 );
+   Vormel::syslogSinkIs( sink );
+   EXPECT_EQ( helper().tcamEntryVlanFloodDrop().size(), 0u );
+   EXPECT_EQ( helper().unknownMacCountersPerTc( 3 ), 0u );
 }
 
 TEST_F( ReactorsTest, AnEventCostsTheSameCallsAmongFewAndManyInterfaces )

@@ -109,6 +109,25 @@ TEST_F( ClockTest, ATimerThatOutlivesItsClockIsOff )
    EXPECT_EQ( alarm.clock(), nullptr );
 }
 
+TEST_F( ClockTest, TimersThatMoveAreDueAfterAsLongAsBefore )
+{
+   Alarm late( clock, note( "late" ) ), early( clock, note( "early" ) ),
+      off( clock, note( "off" ) );
+   late.nextTimeIs( 7 );
+   early.nextTimeIs( 3 );
+   clock.advanceTo( 2 );
+   ManualClock next;
+   next.advanceTo( 50 );
+   clock.timersMoveTo( next );
+   EXPECT_EQ( clock.nextExpiry(), Timer::never );
+   EXPECT_EQ( early.nextTime(), 51 );
+   EXPECT_EQ( late.nextTime(), 55 );
+   EXPECT_EQ( off.nextTime(), Timer::never );
+   early.nextTimeIs( 55 );
+   next.advanceTo( 60 );
+   EXPECT_EQ( log.str(), "late@2 early@2 " ); // the older one first
+}
+
 TEST( RealClockTest, RunsWhatBecomesDueWhileItSleeps )
 {
    RealClock clock;
