@@ -264,7 +264,8 @@ class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
    /// reprogramVlanFloodRequired.
    void updateVlanFloodIgnoreIntf( IntfId intf );
    /// A port that goes down, or changes its speed, leaves the bitmap until it is active again. Routed ports
-   /// stay out. An interface without a logical port number counts as port 1023.
+   /// stay out, those excepted whose interface became routed while it had no port: updateVlanFloodIgnoreIntf
+   /// takes them out. An interface without a logical port number counts as port 1023.
    void updateVlanFloodTcamEntriesOnSpeedChange( IntfId intf, bool active );
    /// Takes the interface's port out of the bitmap while it is stored true in routedPortsAndRoutedLagMember,
    /// puts it in otherwise. The port must exist. Software only.

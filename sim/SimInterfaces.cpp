@@ -47,11 +47,12 @@ void SimSwitch::addInterface(
 {
    checkInterface( intf, unit, port );
    const Ref<EthIntfStatus> status = intfStatus( intf );
-   if( model )
-      status->forwardingModelIs( *model );
    const U32 logicalPort = static_cast<U32>( port );
    scsd_->intfToLogicalPortIs( intf, logicalPort );
    scsd_->strataIntfToPortIs( intf, StrataPort( unit, port, logicalPort ) );
+   // Last, for a port that appears is flooded to, whatever its model was before.
+   if( model )
+      status->forwardingModelIs( *model );
 }
 
 void SimSwitch::removeStatus( IntfId intf )
@@ -63,10 +64,14 @@ void SimSwitch::removeStatus( IntfId intf )
 
 void SimSwitch::removeInterface( IntfId intf )
 {
-   if( !ethIntfStatusDir_->intfStatus().contains( intf ) )
+   const Ref<EthIntfStatus> status = ethIntfStatusDir_->intfStatus( intf );
+   if( !status )
       throw ValueError( "there is no interface " + intf.toString() );
    if( const IntfId lag = scsd_->lagOfMember( intf ); !lag.empty() )
       takeOutOfLag( lag, intf );
+   // First, for what follows a change of the model needs the port.
+   if( status->forwardingModel() == ForwardingModel::routed )
+      status->forwardingModelIs( ForwardingModel::bridged );
    scsd_->strataIntfToPortDel( intf );
    scsd_->intfToLogicalPortDel( intf );
    removeStatus( intf );

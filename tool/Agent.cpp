@@ -58,8 +58,9 @@ void Agent::startReactors( const std::set<std::string_view>& without )
       unless( "sourceIpLookup", hardware_.sourceIpLookup() ),
       unless( "hwStatus", hardware_.hwStatus() ),
       unless( "nexthops", hardware_.nexthopStatusDir() ) );
-   reactor_
-      ->handleL2TrafficRoutingStatus(); // the agent's to call, for it may be configured already
+   // The agent's to call, for what is there already: the reactors hear changes.
+   reactor_->handleStrataIntfToPort();
+   reactor_->handleL2TrafficRoutingStatus();
    arpRedirect_ = l3PeerMacArpRedirectSmFactory(
       hardware_.scsd(), hardware_.mlagStatus(), hardware_.mlagHwStatus(), helper_ );
 }

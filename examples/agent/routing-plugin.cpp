@@ -52,6 +52,7 @@ class Switch
       helper_->l3Init( true );
       reactor_ = RoutingStatusSmIs( scsd_, nullptr, make<StrataMiscConfig>(), helper_, nullptr,
          interfaces_, nullptr, nullptr, nullptr );
+      reactor_->handleStrataIntfToPort(); // the ports are mapped already
    }
 
    Log& log() { return log_; }

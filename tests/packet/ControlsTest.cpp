@@ -220,6 +220,20 @@ const ChangeRow changeRows[] = {
    { "stp Ethernet1 learning vlan 10", ROUTED, "E4", "none" },
    { "stp Ethernet1 learning vlan 20", ROUTED, "E4", "E4" },
 };
+
+TEST_F( ControlsTest, PortsThatAreMappedBeforeTheBringUpComeToTheSameAsThoseAfterIt )
+{
+   for( const std::string_view profile : Sim::chipProfileNames() )
+      for( const char* const packet :
+         { ROUTED, ROUTED6, "in Ethernet1 dmac router ipv4 dst 10.4.0.1",
+            "in Ethernet2 dmac router ipv4 dst 10.3.0.1" } ) {
+         SCOPED_TRACE( std::string( profile ) + ": " + packet );
+         bringUp( std::string( profile ) );
+         const std::string after = outcome( send( packet ) );
+         bringUp( std::string( profile ), "interface Ethernet1-8 unit 0 port 1\n" );
+         EXPECT_EQ( outcome( send( packet ) ), after );
+      }
+}
 #undef ROUTED
 #undef ROUTED6
 

@@ -501,8 +501,10 @@ TEST_F( ReactorsTest, WithoutUnitsTheReactorsRunAndProgramNothing )
    hw().scsd()->units().unitDel( 0 );
    hw().miscConfig()->unknownMacDropTrafficClassIs( 3, true );
    hw().miscConfig()->syslogTimeoutIs( 1.0 );
-   const U64 before = calls();
+   U64 before = calls();
    agent->bringUp();
+   EXPECT_EQ( calls() - before, 2u * 13 ); // the controls of two ports, whose rows name the unit
+   before = calls();
    status( one )->forwardingModelIs( ForwardingModel::routed );
    hw().miscConfig()->l2DualHashIs( true );
    agent->clock().advanceBy( 2.0 );

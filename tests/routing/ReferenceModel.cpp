@@ -162,12 +162,17 @@ void ReferenceModel::started()
    for( const IntfId intf : leftOut_ )
       if( const StrataPort port = inputs_.scsd()->strataIntfToPort( intf ) )
          floodPorts_.remove( port.logicalPort() );
+      else if( const U32* const known = inputs_.scsd()->intfToLogicalPort().find( intf ) )
+         floodPorts_.remove( *known );
 
    nexthops_.clear();
    for( const std::string& name : keysOf( inputs_.nexthopStatusDir()->entity() ) )
       nexthopHeard( name );
    for( const IntfId intf : keysOf( inputs_.ethIntfStatusDir()->intfStatus() ) )
       settled( intf );
+   for( const auto& mapped :
+      inputs_.scsd()->strataIntfToPort() ) // the agent's start of the reactors
+      portProgrammed( mapped.value );
 }
 
 void ReferenceModel::stopped()
