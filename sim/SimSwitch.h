@@ -117,7 +117,8 @@ class SimSwitch
    /// ValueError unless the interface can be put there: the port exists and is no other's.
    void checkInterface( Vormel::IntfId intf, U32 unit, int port );
    /// Puts an Ethernet interface on a port: its status (bridged when it is new), its logical port
-   /// number, the port itself, then the model. ValueError as for checkInterface().
+   /// number, the port itself, then the model.
+   /// ValueError as for checkInterface().
    void addInterface( Vormel::IntfId intf, U32 unit, int port,
       std::optional<Interface::ForwardingModel> model = std::nullopt );
    /// Takes it away in the reverse order, and out of its LAG first.

@@ -105,7 +105,8 @@ class VORMEL_EXPORT ActivityManager
    ActivityManager( const ActivityManager& ) = delete;
    ActivityManager& operator=( const ActivityManager& ) = delete;
 
-   /// A real clock until another is set. Timers move along, each due after as long as before.
+   /// A real clock until another is set.
+   /// Timers move along then, each due after as long as before.
    Clock& clock() const { return *clock_; }
    void clockIs( std::shared_ptr<Clock> clock );
 
