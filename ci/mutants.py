@@ -102,7 +102,8 @@ def fail(text):
 
 
 class Library:
-    """The debug build's library: how its sources are compiled and how it is linked."""
+    """The debug build's library: how its sources are compiled and how it is linked. All that this takes is copied,
+    so that the tree can change and be built meanwhile."""
 
     def __init__(self):
         self.compile = {}
@@ -113,13 +114,29 @@ class Library:
         _, commands = runner.run(["ninja", "-C", BUILD, "-t", "commands", "lib/libstrata-l3.so"], 60)
         link = [line for line in commands.splitlines() if " -shared " in line][-1]
         self.link = shlex.split(link.strip().removeprefix(": && ").split(" && ")[0])
+        self.copies = {}
+        for word in self.link:
+            if word.endswith(".o"):
+                self.copies[word] = self._copy(word)
+        precompiled = "CMakeFiles/strata-l3.dir/cmake_pch.hxx"
+        self.moved = {f"-I{ROOT}": f"-I{WORK}/src"}
+        if os.path.isfile(os.path.join(BUILD, precompiled + ".gch")):
+            self._copy(precompiled + ".gch")
+            self.moved[os.path.join(BUILD, precompiled)] = self._copy(precompiled)
+
+    @staticmethod
+    def _copy(file):
+        copy = os.path.join(WORK, "build", file)
+        os.makedirs(os.path.dirname(copy), exist_ok=True)
+        shutil.copy2(os.path.join(BUILD, file), copy)
+        return copy
 
     def object_of(self, file):
         command = self.compile[file]
         return command[command.index("-o") + 1]
 
     def compile_command(self, file, source, output):
-        command = list(self.compile[file])
+        command = [self.moved.get(word, word) for word in self.compile[file]]
         command[command.index("-o") + 1] = output
         command[command.index("-c") + 1] = source
         # Messages name files relative to the root; a fault may leave something unused.
@@ -127,7 +144,7 @@ class Library:
         return command + ["-g0", "-w", f"-ffile-prefix-map={prefix}="]
 
     def link_command(self, objects, output):
-        command = [objects.get(word, word) for word in self.link]
+        command = [objects.get(word) or self.copies.get(word, word) for word in self.link]
         command[command.index("-o") + 1] = output
         return command
 
@@ -191,7 +208,8 @@ class Tests:
         shutil.copy(os.path.join(BUILD, "lib/libstrata-l3.so"), worker.library)
         status, output = worker.run([TESTS, f"--gtest_output=json:{report}"], 900)
         if status != 0:
-            fail("the unit tests fail without a fault:\n" + output[-2000:])
+            failed = re.findall(r"^\[  FAILED  \] .*\)$", output, re.MULTILINE) or [output[-2000:]]
+            fail("the unit tests fail without a fault:\n" + "\n".join(failed))
         noticed, differing = worker.scenarios(self)
         if noticed or differing:
             fail(f"a scenario fails without a fault: {noticed or differing}")
