@@ -143,23 +143,22 @@ void expectEntry( Session& session, Words& words )
    const std::string_view state = words.choose( "a state", names );
    const auto& wanted = *std::ranges::find( entryStates, state, &EntryState::name );
    std::string part;
-   if( words.accept( "with" ) )
-      part = words.take( "a qualifier or action" ).text;
+   const bool whole = words.accept( "is" );
+   if( whole || words.accept( "with" ) )
+      part = words.take( whole ? "all qualifiers and actions" : "a qualifier or action" ).text;
    const std::vector<U32> units = session.takeUnits( words );
    words.end();
    std::string expected = "entry " + choice.text + " to be " + std::string( state );
    if( !part.empty() )
-      expected += " with " + part;
+      expected += ( whole ? " and " : " with " ) + part;
    for( const U32 unit : units ) {
       const Sim::FieldEntry* const entry =
          findEntry( session.agent( words ).hardware().chip( unit ), choice );
-      const bool held =
-         wanted.holds( entry ) &&
-         ( part.empty() || ( entry && ruleText( *entry ).find( part ) != part.npos ) );
-      if( held )
+      const std::string rule = entry ? ruleText( *entry ) : "";
+      if( wanted.holds( entry ) && ( whole ? rule == part : rule.find( part ) != rule.npos ) )
          continue;
       const std::string found =
-         entry ? std::string( entryState( *entry ) ) + ": " + ruleText( *entry ) : "absent";
+         entry ? std::string( entryState( *entry ) ) + ": " + rule : "absent";
       return session.expect( false, expected, found + " on unit " + std::to_string( unit ) );
    }
    session.expect( true, expected, {} );
@@ -174,7 +173,7 @@ std::vector<Command> expectCommands()
          expectAttribute, false },
       { "expect entry",
          "[GROUP] OFFSET|NAME|\"CLAIMED NAME\" installed|enabled|disabled|claimed|absent "
-         "[with TEXT] [unit N]",
+         "[with TEXT|is RULE] [unit N]",
          "an entry is in this state, on one unit or all", expectEntry, false },
       { "expect control", "CONTROL [port N] [unit N] VALUE", "a switch control has this value",
          expectControl, false },
