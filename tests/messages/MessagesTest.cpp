@@ -3,9 +3,11 @@
 #include "messages/L3Types.h"
 
 #include "platform/runtime/Activity.h"
+#include "platform/runtime/EntityType.h"
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -42,27 +44,84 @@ TEST( MessagesTest, ArgumentsAreRenderedAsTextFirst )
    EXPECT_EQ( raised[ 1 ], "Cannot program unknown MAC drop for traffic class 3 on unit 0." );
 }
 
-TEST( L3TypesTest, ValuesHaveOrderTextAndRanges )
+/// Each of `greater` has one field that is greater than in `value`.
+template<class T>
+void expectFieldsToCount( const T& value, const std::vector<T>& greater )
 {
-   const MplsTunnelKey key( { 16, 17 }, 5, 0 );
-   EXPECT_EQ( toText( MplsTunnelKeyAndL3Intf{ key, 9 } ), "labels 16/17 exp 5 ttl 0 hw 9" );
-   EXPECT_LT( key, MplsTunnelKey( { 16, 18 }, 5, 0 ) );
-   EXPECT_EQ( hashValue( key, 0 ), hashValue( MplsTunnelKey( { 16, 17 }, 5, 0 ), 0 ) );
-   EXPECT_THROW( MplsTunnelKey( { 0x100000 }, 0, 0 ), Vormel::ValueError );
-   EXPECT_THROW( MplsTunnelKey( { 1 }, 8, 0 ), Vormel::ValueError );
-   EXPECT_THROW( MplsTunnelKey( { 1, 2, 3, 4, 5, 6, 7, 8, 9 }, 0, 0 ), Vormel::ValueError );
-   EXPECT_THROW( key.label( 2 ), Vormel::RangeError );
+   const T same = value;
+   EXPECT_EQ( value, same );
+   EXPECT_EQ( hashValue( value, 7 ), hashValue( same, 7 ) );
+   EXPECT_NE( hashValue( value, 7 ), hashValue( value, 8 ) );
+   for( const T& other : greater ) {
+      SCOPED_TRACE( toText( other ) );
+      EXPECT_LT( value, other );
+      EXPECT_NE( toText( value ), toText( other ) );
+      EXPECT_NE( hashValue( value, 7 ), hashValue( other, 7 ) );
+   }
 }
 
-TEST( L3StatusTest, ATableIsFullOnlyWhenItsSizeIsKnown )
+TEST( L3TypesTest, EveryFieldCountsInOrderTextAndHash )
+{
+   const EthAddr mac = *EthAddr::parse( "02:00:00:00:00:01" );
+   const EthAddr mac2 = *EthAddr::parse( "02:00:00:00:00:02" );
+   const IntfId intf( "Vlan10" );
+   const L3IntfInfo info{ intf, 10, 1, mac, 1500, 7 };
+   EXPECT_EQ( toText( info ), "Vlan10 vlan 10 vrf 1 mac 02:00:00:00:00:01 mtu 1500 hw 7" );
+   expectFieldsToCount<L3IntfInfo>(
+      info, { { IntfId( "Vlan11" ), 10, 1, mac, 1500, 7 }, { intf, 11, 1, mac, 1500, 7 },
+               { intf, 10, 2, mac, 1500, 7 }, { intf, 10, 1, mac2, 1500, 7 },
+               { intf, 10, 1, mac, 1501, 7 }, { intf, 10, 1, mac, 1500, 8 } } );
+   EXPECT_EQ( toText( L3IntfFlowKey{ 10, mac } ), "vlan 10 mac 02:00:00:00:00:01" );
+   expectFieldsToCount<L3IntfFlowKey>( { 10, mac }, { { 11, mac }, { 10, mac2 } } );
+   EXPECT_EQ( toText( L3IntfFlowInfo{ 7, 2 } ), "hw 7 flows 2" );
+   expectFieldsToCount<L3IntfFlowInfo>( { 7, 2 }, { { 8, 2 }, { 7, 3 } } );
+   const MplsTunnelKey key( { 16, 17 }, 5, 3 );
+   EXPECT_EQ( toText( MplsTunnelKeyAndL3Intf{ key, 9 } ), "labels 16/17 exp 5 ttl 3 hw 9" );
+   expectFieldsToCount<MplsTunnelKey>(
+      key, { { { 17, 16 }, 5, 3 }, { { 16, 18 }, 5, 3 }, { { 16, 17, 0 }, 5, 3 },
+              { { 16, 17 }, 6, 3 }, { { 16, 17 }, 5, 4 } } );
+   expectFieldsToCount<MplsTunnelKeyAndL3Intf>(
+      { key, 9 }, { { key, 10 }, { { { 16, 17 }, 5, 4 }, 9 } } );
+}
+
+TEST( L3TypesTest, ATunnelsLabelsHaveRanges )
+{
+   const MplsTunnelKey widest( { 0xFFFFF, 2, 3, 4, 5, 6, 7, 0 }, 7, 255 );
+   EXPECT_EQ( widest.labelCount(), 8u );
+   EXPECT_EQ( widest.label( 0 ), 0xFFFFFu );
+   EXPECT_EQ( widest.label( 7 ), 0u );
+   EXPECT_THROW( widest.label( 8 ), Vormel::RangeError );
+   EXPECT_THROW( MplsTunnelKey( { 1, 2 }, 0, 0 ).label( 2 ), Vormel::RangeError );
+   EXPECT_THROW( MplsTunnelKey( {}, 0, 0 ), Vormel::ValueError );
+   EXPECT_THROW( MplsTunnelKey( { 1, 2, 3, 4, 5, 6, 7, 8, 9 }, 0, 0 ), Vormel::ValueError );
+   EXPECT_THROW( MplsTunnelKey( { 1, 0x100000 }, 0, 0 ), Vormel::ValueError );
+   EXPECT_THROW( MplsTunnelKey( { 1 }, 8, 0 ), Vormel::ValueError );
+}
+
+TEST( L3StatusTest, ATableIsFullOnceAllOfItsKnownSizeIsInUse )
 {
    const Vormel::LockAnchor lock( Vormel::activityLock() );
-   const auto status = Vormel::make<L3Status>();
-   EXPECT_FALSE( status->hostFull() );
-   status->hostMaxIs( 2 );
-   status->hostUsedIs( 2 );
-   EXPECT_TRUE( status->hostFull() );
-   EXPECT_FALSE( status->routeFull() );
+   using S = L3Status;
+   const std::map<std::string, bool ( S::* )() const> tables{ { "l3Intf", &S::l3IntfFull },
+      { "host", &S::hostFull }, { "route", &S::routeFull }, { "nexthop", &S::nexthopFull },
+      { "ecmp", &S::ecmpFull }, { "myStation", &S::myStationFull },
+      { "mplsTunnel", &S::mplsTunnelFull } };
+   for( const auto& [ name, full ] : tables ) {
+      SCOPED_TRACE( name );
+      const auto status = Vormel::make<L3Status>();
+      const auto set = [ & ]( const char* what, U64 value ) {
+         status->entityType().attribute( name + what ).write( *status, value );
+      };
+      set( "Used", 3 );
+      EXPECT_FALSE( ( status.get()->*full )() );
+      set( "Max", 4 );
+      EXPECT_FALSE( ( status.get()->*full )() );
+      for( const U64 max : { 3, 2 } ) {
+         set( "Max", max );
+         for( const auto& [ other, otherFull ] : tables )
+            EXPECT_EQ( ( status.get()->*otherFull )(), other == name ) << other;
+      }
+   }
 }
 
 } // namespace

@@ -1,8 +1,12 @@
 #include "tests/routing/Fixture.h"
 
+#include "platform/runtime/EntityType.h"
 #include "platform/runtime/Trace.h"
 #include "sim/SdkCodes.h"
 
+#include <gmock/gmock.h>
+#include <regex>
+#include <set>
 #include <thread>
 
 namespace Strata {
@@ -13,7 +17,166 @@ using Vormel::Ref;
 
 class HelperTest : public SwitchTest
 {
+ protected:
+   void levelsAre( const std::string& levels )
+   {
+      Vormel::traceLevelsIs( "StrataRoutingStatus=" + levels );
+   }
 };
+
+struct CallByName
+{
+   const char* call;
+   const char* first; // in the first record that it leaves, or its result; $ is the name, twice
+};
+
+// In an order in which each has something to do.
+constexpr CallByName callsByName[] = {
+   { "init true false", "2 $, enable: 1, initHw: 0" },
+   { "l3Init false", "2 init: init, enable: 0, initHw: 1" },
+   { "initCpuControlM", "soc_reg32_get( unit 0, reg CPU_CONTROL_Mr" },
+   { "doWriteIngConfig", "control L3InterfaceUrpfEnable, value 1" },
+   { "doNotCopyPacketFromCpuToCpu", "2 doNotCopyPacketFromCpuToCpu: set DO_NOT_COPY" },
+   { "initializeNextHopToCpuTcam", "\"NextHop to Cpu\"" },
+   { "handleTcamEntryLb", "2 $" },
+   { "handleTcamEntryVlanFlood true", "2 $, create: 1" },
+   { "handleTcamEntryVlanFloodPbr true", "2 $, create: 1" },
+   { "handleEnableTcamEntryVlanFloodPbr true", "2 $, create: 1" },
+   { "handleTcamEntryL3Recirc true", "2 $, create: 1" },
+   { "handleTcamEntryVlanFloodVxlan false", "2 $, create: 0" },
+   { "handleTcamEntryVxlanEncapFlood true", "2 $, create: 1" },
+   { "reprogramVlanFloodRequiredInc 5", "= 5" },
+   { "reprogramVlanFloodEntries", "2 updateVlanFloodTcamEntryPbmp: updateVlanFloodTcamEntryPbmp" },
+   { "updateVlanFloodPbmp Ethernet1", "2 $ intf: Ethernet1 remove: 0" },
+   { "updateVlanFloodTcamEntryPbmp 0 true", "2 $" },
+   { "handleTcamEntryL2McastCpu true", "2 $, create: 1" },
+   { "programSkipL2McastPktFromCoreToCpu true", "2 $, create: 1" },
+   { "handleTcamEntryMplsTrafficDrop true", "2 $, create: 1" },
+   { "handleMplsRouting true", "2 $, create: 1" },
+   { "handleTcamEntryMplsPhpLspPing true", "2 $, create: 1" },
+   { "handleRouting true false", "2 $, enable: 1, enable6: 0" },
+   { "programSwitchCtrlPortSet Ethernet2", "9 $intfEthernet2" },
+   { "handleVlanRoutingState 10 ip6", "4 $, Vlan: 10, routing: 0, routing6: 1, mcastRouting: 0" },
+   { "handlePerVlanRouting true", "2 $, create: 1" },
+   { "enableVlanRouting 10 true", "2 $, Vlan: 10, enable: 1" },
+   { "handleIpAddressState 10 true false", "2 $, Vlan: 10, ip4: 1, ip6: 0" },
+   { "handleVlanCpuPort 10 true", "2 $, Vlan: 10, block: 1" },
+   { "addMyStationTcamEntry 0 1 02:00:a1:00:00:07 true 10 false true true",
+      "9 $, Unit:0, Index:1, Mac:02:00:a1:00:00:07, vlanId:10, vlanIdValid:1, ingressPortCpu:0Routing (IPv4, IPv6, MPLS)" },
+   { "verifyMyStationTcamEntry 0 1 true 02:00:a1:00:00:07 true 10 false true true",
+      "9 $, valid:1, Mac:02:00:a1:00:00:07, vlanId:10, vlanIdValid:1" },
+   { "removeMyStationTcamEntry 0 1", "9 $, Unit:0, Index:1" },
+   { "verifyPeerMacRoutingStatus",
+      "2 verifyPeerMacRoutingStatus: Testing for peer mac routing to be disabled." },
+   { "handlePeerMacRouting 02:00:a1:00:00:02 true", "2 $ Add , mac: 02:00:a1:00:00:02" },
+   { "handleTcamEntryL2ToCpu", "2 $" },
+   { "handleTcamEntryL2FennicToCpu", "2 $" },
+   { "installTcamEntryForNonRoutableToCpu fennicMac", "2 $, macType: fennicMac" },
+   { "installTcamEntryForL3Vxlan bridgeMac", "2 $, macType: bridgeMac" },
+   { "programL2VxlanTcam fennicMac", "2 $, macType: fennicMac" },
+   { "handleTcamEntryArpReplyToCpu bridgeMac", "9 $, macType: bridgeMac" },
+   { "handleTcamEntryArpReqUnicastDrop", "9 $" },
+   { "getUrpfTcamEntryManager", "7 getUrpfTcamEntryManager: uRPF Feature is in single wide mode" },
+   { "doUrpfHwInitStage1 true", "7 $, enable: 1" },
+   { "handleTcamEntryUrpf false true", "2 handleTcamEntryUrpf: uRPF tcam entry enable 0, ipv4: 1" },
+   { "handleTcamEntryVlanFloodDrop 3 true", "2 $, tc: 3, create: 1" },
+   { "createTcamEntryVlanFloodTc 4", "= 1013" },
+   { "deleteTcamEntryVlanFloodTc 4 1013",
+      "2 deleteTcamEntryVlanFloodTc: Deleting tcam entry (ID: 0x3f5), traffic-class: 4" },
+   { "updateVlanFloodTcamEntriesOnSpeedChange Ethernet2 true", "2 $ intf: Ethernet2 active: 1" },
+   { "updateVlanFloodIgnoreIntf Ethernet1", "2 $ intf: Ethernet1" },
+   { "routedIntf Ethernet1", "2 $ intf: Ethernet1 = true" },
+   { "routedLagMember Ethernet3", "2 routedIntf: routedIntf intf: Port-Channel1 = true" },
+   { "updateUnknownMacDropCounters 3",
+      "5 updateUnknownMacDropCounters: RoutingStatusHelper::updateUnknownMacDropCounters TC 3" },
+   { "resetUnknownMacDropCounters 3",
+      "5 resetUnknownMacDropCounters: RoutingStatusHelper::resetUnknownMacDropCounters TC 3" },
+   { "handlePeerMacArpRedirect 02:00:a1:00:00:02 Ethernet3 true", "2 $, create: 1" },
+};
+
+TEST_F( HelperTest, EveryOperationCalledByNameDoesWhatTheNameSays )
+{
+   make( "register", { 0 } );
+   Sim::SimSwitch& hardware = agent->hardware();
+   hardware.vlanIs( 10 );
+   for( const int port : { 1, 2, 3 } )
+      hardware.addInterface( IntfId( "Ethernet" + std::to_string( port ) ), 0, port,
+         Interface::ForwardingModel::routed );
+   helper().routerMacAddrIs( *EthAddr::parse( "02:00:a1:00:00:01" ) );
+   helper().virtualRouterMacAddrIs( *EthAddr::parse( "02:00:a1:00:00:99" ) );
+   hardware.mlagHwStatus()->peerMacRoutingSupportedIs( true );
+   const IntfId lag( "Port-Channel1" );
+   hardware.lagIs( lag, { IntfId( "Ethernet3" ) } );
+   hardware.intfStatus( lag )->forwardingModelIs( Interface::ForwardingModel::routed );
+   std::set<std::string_view> untried;
+   for( const auto& operation : helper().entityType().operations() )
+      untried.insert( operation->name() );
+   levelsAre( "9" );
+   for( const auto& [ call, first ] : callsByName ) {
+      std::istringstream words( call );
+      std::string name;
+      words >> name;
+      std::vector<Vormel::Value> arguments;
+      for( std::string word; words >> word; )
+         arguments.emplace_back( word );
+      const std::string expected =
+         std::regex_replace( std::string( first ), std::regex( "\\$" ), name + ": " + name );
+      const std::size_t before = transcript().records().size();
+      const Vormel::Value result =
+         helper().entityType().operation( name ).call( helper(), arguments );
+      ASSERT_GT( transcript().records().size(), before ) << call;
+      EXPECT_THAT( transcript().records()[ before ].text + " = " + toText( result ),
+         testing::HasSubstr( expected ) )
+         << call;
+      untried.erase( name );
+   }
+   levelsAre( "off" );
+   EXPECT_THAT( untried, testing::IsEmpty() );
+}
+
+TEST_F( HelperTest, WhatAnAgentDoesNotHandOverIsTracedAndLeftOut )
+{
+   make( "register", { 0 } );
+   Sim::SimSwitch& hardware = agent->hardware();
+   hardware.addInterface( IntfId( "Ethernet1" ), 0, 1 );
+   hardware.scsd()->vfiForwardingIs( true );
+   const auto bare = Vormel::make<RoutingStatusHelper>( "bare", hardware.scsd(), nullptr, nullptr,
+      false, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr );
+   levelsAre( "1" );
+   bare->programSwitchCtrlPortSet( IntfId( "Ethernet1" ) );
+   EXPECT_THAT( texts( RecordKind::call ),
+      testing::EndsWith( "bcm_port_control_set( unit 0, port 1, control IP4, value 1 )\n"
+                         "bcm_port_control_set( unit 0, port 1, control IP6, value 1 )\n" ) );
+   bare->init( true, true );
+   bare->handlePeerMacRouting( EthAddr(), true );
+   bare->verifyPeerMacRoutingStatus();
+   bare->handleTcamEntryVlanFloodDrop( 3, true );
+   levelsAre( "off" );
+   EXPECT_EQ(
+      std::regex_replace( texts( RecordKind::trace ), std::regex( "Strata.* 1 .*: (.*: )" ), "$1" ),
+      "programSwitchCtrlPortSet: no software port table\n"
+      "init: no entry manager for the TTL check\n"
+      "initializeNextHopToCpuTcam: no entry manager\n"
+      "init: no L2 multicast table allocation\n"
+      "handleTcamEntryLb: no entry manager\n"
+      "handleTcamEntryVlanFlood: no entry manager\n"
+      "handleTcamEntryVxlanEncapFlood: no entry manager\n"
+      "handleTcamEntryVlanFloodVxlan: no entry manager\n"
+      "handleTcamEntryL3Recirc: no entry manager\n"
+      "handleTcamEntryVlanFloodPbr: no entry manager\n"
+      "handleTcamEntryL2McastCpu: no entry manager\n"
+      "handleTcamEntryMplsTrafficDrop: no entry manager\n"
+      "programSkipL2McastPktFromCoreToCpu: no entry manager\n"
+      "handlePeerMacRouting: no MLAG hardware status\n"
+      "verifyPeerMacRoutingStatus: no MLAG status\n"
+      "handleTcamEntryVlanFloodDrop: no entry manager\n" );
+   bare->l2McastTableAllocationIs( hardware.l2McastTableAllocation() );
+   for( const U32 size : { 5, 0 } ) {
+      hardware.l2McastTableAllocation()->sizeIs( size );
+      bare->init( true, true );
+      EXPECT_EQ( bare->allPortsL2Mc(), 4u ) << size; // no group leaves it alone
+   }
+}
 
 TEST_F( HelperTest, AHelperWithoutInputsHoldsItsState )
 {
@@ -96,6 +259,16 @@ TEST_F( HelperTest, AnUnknownMacDropClaimIsTracedBeforeItIsQualified )
       std::string::npos );
    EXPECT_NE( traces.find( "Allocated L2 unknown mac  tcam entry (ID: 1012), traffic-class: 3" ),
       std::string::npos );
+}
+
+TEST_F( HelperTest, UnitsUpTo255HaveTtlCheckEntries )
+{
+   make( "fabric-vfi", { 255 } );
+   helper().init( true, true );
+   EXPECT_THAT( texts( RecordKind::entry ), testing::HasSubstr( "installEntry unit 255 id 102" ) );
+   make( "fabric-vfi", { 256 } );
+   EXPECT_THROW( helper().init( true, true ), Vormel::ValueError );
+   EXPECT_EQ( transcript().count( RecordKind::call ), 0u );
 }
 
 TEST_F( HelperTest, OthersMayLookWhileTheSdkWorks )

@@ -6,10 +6,15 @@
 #include "platform/runtime/Errors.h"
 #include "platform/runtime/Snapshot.h"
 #include "platform/runtime/Trace.h"
+#include "platform/sdk/ObservedShim.h"
 
+#include <chrono>
+#include <deque>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
+#include <thread>
+#include <utility>
 
 namespace Strata {
 namespace {
@@ -91,6 +96,50 @@ TEST_F( ObservingTest, CallsAreCountedWithTheirFailures )
    EXPECT_EQ( calls, transcript().count( Sim::RecordKind::call ) );
    hardware.observedShim().statisticsDel();
    EXPECT_TRUE( hardware.observedShim().statistics().empty() );
+}
+
+// Answers with the next of `codes`, after as many milliseconds.
+class ScriptedShim : public ForwardingShim
+{
+ public:
+   using ForwardingShim::ForwardingShim;
+   int fieldLock( U32 ) override
+   {
+      const auto [ code, milliseconds ] = script.front();
+      script.pop_front();
+      std::this_thread::sleep_for( std::chrono::milliseconds( milliseconds ) );
+      return code;
+   }
+
+   std::deque<std::pair<int, int>> script;
+};
+
+TEST_F( ObservingTest, TheFirstCallCountsLikeEveryOtherAndTheLongestIsKept )
+{
+   make( "hsdk", { 0 } );
+   ScriptedShim scripted( agent->hardware().observedShim() );
+   const int unavailable = scripted.featureNotAvailableCode();
+   for( const int first : { -1, unavailable, 0 } ) {
+      ObservedShim observed( scripted );
+      scripted.script = { { first, 2 }, { 0, 6 }, { -1, 0 }, { unavailable, 0 } };
+      EXPECT_EQ( observed.fieldLock( 0 ), first );
+      const SdkCallStatistics one = observed.statistics().at( 0 );
+      EXPECT_EQ( one.call, "bcm_field_lock" );
+      EXPECT_EQ( one.calls, 1u );
+      EXPECT_EQ( one.failures, first == -1 ? 1u : 0u );
+      EXPECT_EQ( one.unavailable, first == unavailable ? 1u : 0u );
+      EXPECT_GE( one.seconds, 0.002 );
+      EXPECT_EQ( one.longest, one.seconds );
+      while( !scripted.script.empty() )
+         observed.fieldLock( 0 );
+      const SdkCallStatistics all = observed.statistics().at( 0 );
+      EXPECT_EQ( all.calls, 4u );
+      EXPECT_EQ( all.failures, one.failures + 1 );
+      EXPECT_EQ( all.unavailable, one.unavailable + 1 );
+      EXPECT_GE( all.longest, 0.006 );
+      EXPECT_GE( all.seconds, 0.008 );
+      EXPECT_LT( all.longest, all.seconds );
+   }
 }
 
 TEST_F( ObservingTest, TracesCanGoToAFile )
