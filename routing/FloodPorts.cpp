@@ -85,6 +85,9 @@ void RoutingStatusHelper::updateVlanFloodTcamEntriesOnSpeedChange( IntfId intf, 
       return;
    const U32* const known = scsd()->intfToLogicalPort().find( intf );
    const U32 port = known ? *known : noLogicalPort;
+   if( !known )
+      VORMEL_TRACE( routingTrace, 1,
+         "no logical port number for intf: " << intf << ", port " << port << " is used" );
    bcm_pbmp_t ports = vlanFloodPbmp();
    if( active )
       ports.add( port );
