@@ -19,7 +19,7 @@ class NullShim : public UnavailableShim
    U32 vlanFlag( VlanFlag role ) const override { return 1u << static_cast<U32>( role ); }
    bool vlanExists( U32, U16 ) const override { return true; }
 
-#define SDK_OPERATION( method, name, parameters, arguments ) \
+#define STRATA_SDK_OPERATION( method, name, parameters, arguments ) \
    int method parameters override \
    { \
       return nothing arguments; \

@@ -29,6 +29,15 @@ cp tests/conformance/MacroNames.h "$dir"
 # shellcheck disable=SC2046 # a list of words
 g++ -std=c++20 -Wall -Wextra -Werror $(pkg-config --cflags strata-l3) -fsyntax-only "$dir/headers.cpp"
 
+# A macro that no header can stand is named in one sentence.
+for name in U32 IP4; do
+   printf '#define %s clash\n#include "platform/sdk/SdkShimInterface.h"\n' $name |
+      g++ -std=c++20 $(pkg-config --cflags strata-l3) -fsyntax-only -x c++ - 2>&1 | grep -q "strata-l3: .*$name.*#undef" || {
+      echo "a macro named $name stops the headers without a word of why"
+      exit 1
+   }
+done
+
 # The example agent, as it is installed. Its story is expected.txt, and its chip conforms.
 tells() {
    "$1/agent" "$1/routing-plugin.so" >"$1/story.txt" || {

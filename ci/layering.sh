@@ -1,7 +1,8 @@
 #!/bin/sh
 # Which room may include which. Arrows run downwards only:
 #    tool -> routing, sim -> platform; routing -> messages -> platform; conformance -> platform
-# Prints one line for each include that runs another way, and fails.
+# Prints one line for each include that runs another way, and for each macro that an installed header should not
+# define, and fails.
 set -u
 cd "$(dirname "$0")/.." || exit
 
@@ -52,8 +53,18 @@ FNR == 1 {
    isLibrary = FILENAME ~ /^(platform|messages|routing)\//
    isInstalled = isLibrary && isHeader && FILENAME !~ /^routing\/tcam\// \
       && FILENAME != "platform/sdk/SdkNames.h"
+   isShipped = isInstalled || isHeader && FILENAME ~ /^(sim|conformance)\//
    mayNameTheSdk = FILENAME ~ /^routing\/.*\.cpp$/ || FILENAME ~ /^routing\/tcam\// \
       || FILENAME == "platform/sdk/SdkNames.cpp"
+}
+
+# An SDK may have a macro of any other name.
+isShipped && /^[ \t]*#[ \t]*(define|undef)[ \t]/ {
+   name = $0
+   sub( /^[ \t]*#[ \t]*(define|undef)[ \t]+/, "", name )
+   sub( /[^A-Za-z0-9_].*$/, "", name )
+   if( name !~ /^(STRATA|VORMEL)_/ )
+      complain( "macro " name " of an installed header: its name must begin with STRATA_ or VORMEL_" )
 }
 
 /^[ \t]*#[ \t]*include[ \t]*[<"]/ {
@@ -83,6 +94,6 @@ FNR == 1 {
 
 END { exit bad }
 ' || {
-   echo "ci/layering.sh: includes that the rooms do not allow, see above"
+   echo "ci/layering.sh: includes or macros that the rooms do not allow, see above"
    exit 1
 }

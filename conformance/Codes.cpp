@@ -13,15 +13,15 @@ void eachNumber( const SdkShimInterface& shim, Look look )
 {
 #define LOOK( Role, role, query ) \
    look( #Role, #role, static_cast<S64>( shim.query( Role::role ) ) );
-#define FIELD_ACTION( role ) LOOK( FieldAction, role, fieldAction )
-#define FIELD_IP_TYPE( role ) LOOK( FieldIpType, role, fieldIpType )
-#define PACKET_RESULT( role ) LOOK( PacketResult, role, packetResult )
-#define SWITCH_CONTROL( role ) LOOK( SwitchControl, role, switchControl )
-#define PORT_CONTROL( role ) LOOK( PortControl, role, portControl )
-#define VLAN_FLAG( role ) LOOK( VlanFlag, role, vlanFlag )
-#define IP_OPTION_ACTION( role ) LOOK( IpOptionAction, role, ipOptionAction )
-#define SDK_REGISTER( role, name ) LOOK( Register, role, registerNumber )
-#define SDK_MEMORY( role, name ) LOOK( Memory, role, memory )
+#define STRATA_FIELD_ACTION( role ) LOOK( FieldAction, role, fieldAction )
+#define STRATA_FIELD_IP_TYPE( role ) LOOK( FieldIpType, role, fieldIpType )
+#define STRATA_PACKET_RESULT( role ) LOOK( PacketResult, role, packetResult )
+#define STRATA_SWITCH_CONTROL( role ) LOOK( SwitchControl, role, switchControl )
+#define STRATA_PORT_CONTROL( role ) LOOK( PortControl, role, portControl )
+#define STRATA_VLAN_FLAG( role ) LOOK( VlanFlag, role, vlanFlag )
+#define STRATA_IP_OPTION_ACTION( role ) LOOK( IpOptionAction, role, ipOptionAction )
+#define STRATA_SDK_REGISTER( role, name ) LOOK( Register, role, registerNumber )
+#define STRATA_SDK_MEMORY( role, name ) LOOK( Memory, role, memory )
 #include "platform/sdk/SdkRoles.def"
 #undef LOOK
 }

@@ -96,7 +96,7 @@ Answer<int> Examiner::operation( SdkOperation which, std::string call, Work work
 }
 
 #define CONFORMANCE_LIST( ... ) __VA_ARGS__
-#define SDK_OPERATION( method, name, parameters, arguments ) \
+#define STRATA_SDK_OPERATION( method, name, parameters, arguments ) \
    Answer<int> Examiner::method parameters \
    { \
       return operation( SdkOperation::method, callText( name, CONFORMANCE_LIST arguments ), \

@@ -36,7 +36,7 @@ class Examiner
    std::vector<U32> units() const;
 
    // SDK operations, made as the slice makes them: after the pre-call hook, without the activity lock.
-#define SDK_OPERATION( method, name, parameters, arguments ) Answer<int> method parameters;
+#define STRATA_SDK_OPERATION( method, name, parameters, arguments ) Answer<int> method parameters;
 #include "platform/sdk/SdkOperations.def"
    /// Runs `work` as the slice rewrites actions: without the activity lock, with the unit's FP lock.
    void underFieldLock( U32 unit, const std::function<void()>& work );

@@ -6,7 +6,7 @@
 namespace Strata::Conformance {
 
 static constexpr auto promiseTexts = std::to_array<std::string_view>( {
-#define PROMISE( name, text ) text,
+#define STRATA_PROMISE( name, text ) text,
 #include "conformance/Promises.def"
 } );
 

@@ -13,12 +13,12 @@ namespace Strata::Conformance {
 
 enum class Promise : U8
 {
-#define PROMISE( name, text ) name,
+#define STRATA_PROMISE( name, text ) name,
 #include "conformance/Promises.def"
 };
 
 inline constexpr auto promiseNames = std::to_array<std::string_view>( {
-#define PROMISE( name, text ) #name,
+#define STRATA_PROMISE( name, text ) #name,
 #include "conformance/Promises.def"
 } );
 

@@ -2,6 +2,6 @@
 
 namespace Strata {
 
-VORMEL_ENTITY_TYPE( L3Status, L3_STATUS_ATTRIBUTES )
+VORMEL_ENTITY_TYPE( L3Status, STRATA_L3_STATUS_ATTRIBUTES )
 
 } // namespace Strata

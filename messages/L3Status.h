@@ -7,24 +7,24 @@
 namespace Strata {
 
 // clang-format off
-#define L3_STATUS_RESOURCE( ROW, used, max, resource, what ) \
+#define STRATA_L3_STATUS_RESOURCE( ROW, used, max, resource, what ) \
    ROW( SCALAR, used, resource##Used, U32, 0, what " in use", "agent" ) \
    ROW( SCALAR, max, resource##Max, U32, 0, what " that there is room for; 0 when unknown", "agent" )
 
-#define L3_STATUS_ATTRIBUTES( ROW ) \
-   L3_STATUS_RESOURCE( ROW, 258, 259, l3Intf, "L3 interfaces" ) \
-   L3_STATUS_RESOURCE( ROW, 260, 261, host, "host entries" ) \
-   L3_STATUS_RESOURCE( ROW, 262, 263, route, "routes" ) \
-   L3_STATUS_RESOURCE( ROW, 264, 265, nexthop, "next hops" ) \
-   L3_STATUS_RESOURCE( ROW, 266, 267, ecmp, "ECMP groups" ) \
-   L3_STATUS_RESOURCE( ROW, 268, 269, myStation, "my-station entries" ) \
-   L3_STATUS_RESOURCE( ROW, 270, 271, mplsTunnel, "MPLS tunnels" ) \
+#define STRATA_L3_STATUS_ATTRIBUTES( ROW ) \
+   STRATA_L3_STATUS_RESOURCE( ROW, 258, 259, l3Intf, "L3 interfaces" ) \
+   STRATA_L3_STATUS_RESOURCE( ROW, 260, 261, host, "host entries" ) \
+   STRATA_L3_STATUS_RESOURCE( ROW, 262, 263, route, "routes" ) \
+   STRATA_L3_STATUS_RESOURCE( ROW, 264, 265, nexthop, "next hops" ) \
+   STRATA_L3_STATUS_RESOURCE( ROW, 266, 267, ecmp, "ECMP groups" ) \
+   STRATA_L3_STATUS_RESOURCE( ROW, 268, 269, myStation, "my-station entries" ) \
+   STRATA_L3_STATUS_RESOURCE( ROW, 270, 271, mplsTunnel, "MPLS tunnels" ) \
    ROW( SCALAR, 272, hostReserved, U32, 0, "host entries reserved, after the cap to hostMax", "agent" )
 // clang-format on
 
 class VORMEL_EXPORT L3Status : public Vormel::Entity
 {
-   VORMEL_ENTITY( L3Status, L3_STATUS_ATTRIBUTES )
+   VORMEL_ENTITY( L3Status, STRATA_L3_STATUS_ATTRIBUTES )
 
    // A table is full when its size is known and all of it is in use.
    bool l3IntfFull() const { return full( l3IntfUsed(), l3IntfMax() ); }

@@ -75,6 +75,6 @@ static Vormel::EntityType::Operations operations()
    return all;
 }
 
-VORMEL_ENTITY_TYPE( RoutingStatusHelper, ROUTING_STATUS_HELPER_ATTRIBUTES, operations() )
+VORMEL_ENTITY_TYPE( RoutingStatusHelper, STRATA_ROUTING_STATUS_HELPER_ATTRIBUTES, operations() )
 
 } // namespace Strata

@@ -46,7 +46,7 @@ enum class UrpfStatus : U8
 
 class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
 {
-   VORMEL_ENTITY( RoutingStatusHelper, ROUTING_STATUS_HELPER_ATTRIBUTES )
+   VORMEL_ENTITY( RoutingStatusHelper, STRATA_ROUTING_STATUS_HELPER_ATTRIBUTES )
 
    /// Keeps a reference to each input; null inputs are stored as null. Touches no hardware: that is init's.
    RoutingStatusHelper( const std::string& name, const Ref<StrataCommonSmData>& scsd,

@@ -3,7 +3,7 @@
 #pragma once
 
 // clang-format off
-#define ROUTING_STATUS_HELPER_ATTRIBUTES( ROW ) \
+#define STRATA_ROUTING_STATUS_HELPER_ATTRIBUTES( ROW ) \
    ROW( FIELD, name, std::string, "the helper's name, given by the agent", "agent" ) \
    ROW( FIELD, scsd, Ref<StrataCommonSmData>, "shared agent data: units, shim, chip attributes", "agent" ) \
    ROW( FIELD, tcamGroupManager, Ref<StrataTcamGroupManager>, "entry managers by group assignment", "agent" ) \

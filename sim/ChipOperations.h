@@ -17,7 +17,7 @@ class ChipOperations
  public:
    explicit ChipOperations( const Hardware& hardware ) : hardware_( hardware ) {}
 
-#define SDK_OPERATION( method, name, parameters, arguments ) SdkCode method parameters;
+#define STRATA_SDK_OPERATION( method, name, parameters, arguments ) SdkCode method parameters;
 #include "platform/sdk/SdkOperations.def"
 
  private:

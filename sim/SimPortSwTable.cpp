@@ -2,7 +2,7 @@
 
 namespace Strata::Sim {
 
-VORMEL_ENTITY_TYPE( SimPortSwTable, SIM_PORT_SW_TABLE_ATTRIBUTES )
+VORMEL_ENTITY_TYPE( SimPortSwTable, STRATA_SIM_PORT_SW_TABLE_ATTRIBUTES )
 
 PortSwEntry SimPortSwTable::entry( const StrataPort& port ) const
 {

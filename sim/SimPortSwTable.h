@@ -9,12 +9,12 @@
 namespace Strata::Sim {
 
 // clang-format off
-#define SIM_PORT_SW_TABLE_ATTRIBUTES( ROW )
+#define STRATA_SIM_PORT_SW_TABLE_ATTRIBUTES( ROW )
 // clang-format on
 
 class SimPortSwTable : public PortSwTable
 {
-   VORMEL_ENTITY( SimPortSwTable, SIM_PORT_SW_TABLE_ATTRIBUTES )
+   VORMEL_ENTITY( SimPortSwTable, STRATA_SIM_PORT_SW_TABLE_ATTRIBUTES )
 
    PortSwEntry entry( const StrataPort& port ) const override;
    void entryCommit( const StrataPort& port, const PortSwEntry& entry ) override;

@@ -31,7 +31,7 @@ int SimShim::perform( SdkOperation operation, std::string_view names, Work work,
 }
 
 #define SIM_LIST( ... ) __VA_ARGS__
-#define SDK_OPERATION( method, name, parameters, arguments ) \
+#define STRATA_SDK_OPERATION( method, name, parameters, arguments ) \
    int SimShim::method parameters \
    { \
       return perform( \

@@ -17,7 +17,7 @@ class SimShim final : public SdkShimInterface
  public:
    explicit SimShim( const Hardware& hardware ) : hardware_( hardware ), operations_( hardware ) {}
 
-#define SDK_OPERATION( method, name, parameters, arguments ) int method parameters override;
+#define STRATA_SDK_OPERATION( method, name, parameters, arguments ) int method parameters override;
 #include "platform/sdk/SdkOperations.def"
 
    void preCall() override;

@@ -6,9 +6,9 @@
 
 namespace Strata::Sim {
 
-VORMEL_ENTITY_TYPE( SimTcamEntryManager, SIM_TCAM_ENTRY_MANAGER_ATTRIBUTES )
+VORMEL_ENTITY_TYPE( SimTcamEntryManager, STRATA_SIM_TCAM_ENTRY_MANAGER_ATTRIBUTES )
 
-VORMEL_ENTITY_TYPE( SimTcamGroupManager, SIM_TCAM_GROUP_MANAGER_ATTRIBUTES )
+VORMEL_ENTITY_TYPE( SimTcamGroupManager, STRATA_SIM_TCAM_GROUP_MANAGER_ATTRIBUTES )
 
 SimTcamEntryManager::SimTcamEntryManager(
    const FieldGroupProfile& profile, const Hardware& hardware )

@@ -13,15 +13,15 @@
 namespace Strata::Sim {
 
 // clang-format off
-#define SIM_TCAM_ENTRY_MANAGER_ATTRIBUTES( ROW ) \
+#define STRATA_SIM_TCAM_ENTRY_MANAGER_ATTRIBUTES( ROW ) \
    ROW( FIELD, name, std::string, "the group that it serves", "simulator" )
 
-#define SIM_TCAM_GROUP_MANAGER_ATTRIBUTES( ROW )
+#define STRATA_SIM_TCAM_GROUP_MANAGER_ATTRIBUTES( ROW )
 // clang-format on
 
 class SimTcamEntryManager : public StrataBoundedTcamEntryManager
 {
-   VORMEL_ENTITY( SimTcamEntryManager, SIM_TCAM_ENTRY_MANAGER_ATTRIBUTES )
+   VORMEL_ENTITY( SimTcamEntryManager, STRATA_SIM_TCAM_ENTRY_MANAGER_ATTRIBUTES )
 
    SimTcamEntryManager( const FieldGroupProfile& profile, const Hardware& hardware );
 
@@ -62,7 +62,7 @@ class SimTcamEntryManager : public StrataBoundedTcamEntryManager
 /// Knows the groups that its profile has; each can be taken away.
 class SimTcamGroupManager : public StrataTcamGroupManager
 {
-   VORMEL_ENTITY( SimTcamGroupManager, SIM_TCAM_GROUP_MANAGER_ATTRIBUTES )
+   VORMEL_ENTITY( SimTcamGroupManager, STRATA_SIM_TCAM_GROUP_MANAGER_ATTRIBUTES )
 
    Ref<StrataBoundedTcamEntryManager> boundedTcamEntryManager( TcamGroup group ) const override;
    /// Null takes the group's assignment away.

@@ -33,7 +33,7 @@ class TellingShim final : public ForwardingShim
  public:
    TellingShim( SdkShimInterface& next, const Log& log ) : ForwardingShim( next ), log_( log ) {}
 
-#define SDK_OPERATION( method, name, parameters, arguments ) \
+#define STRATA_SDK_OPERATION( method, name, parameters, arguments ) \
    int method parameters override \
    { \
       tell( name, textOf arguments ); \

@@ -14,7 +14,7 @@ class VORMEL_EXPORT ForwardingShim : public SdkShimInterface
 
    SdkShimInterface& next() const { return next_; }
 
-#define SDK_OPERATION( method, name, parameters, arguments ) \
+#define STRATA_SDK_OPERATION( method, name, parameters, arguments ) \
    int method parameters override \
    { \
       return next_.method arguments; \

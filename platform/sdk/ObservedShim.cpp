@@ -9,13 +9,13 @@ namespace {
 
 enum Operation : std::size_t
 {
-#define SDK_OPERATION( method, name, parameters, arguments ) method##Operation,
+#define STRATA_SDK_OPERATION( method, name, parameters, arguments ) method##Operation,
 #include "platform/sdk/SdkOperations.def"
    operationCount
 };
 
 constexpr std::array<std::string_view, operationCount> operationNames{
-#define SDK_OPERATION( method, name, parameters, arguments ) name,
+#define STRATA_SDK_OPERATION( method, name, parameters, arguments ) name,
 #include "platform/sdk/SdkOperations.def"
 };
 
@@ -55,7 +55,7 @@ int ObservedShim::observed( std::size_t operation, Call call )
    return code;
 }
 
-#define SDK_OPERATION( method, name, parameters, arguments ) \
+#define STRATA_SDK_OPERATION( method, name, parameters, arguments ) \
    int ObservedShim::method parameters \
    { \
       return observed( method##Operation, [ & ] { return next().method arguments; } ); \

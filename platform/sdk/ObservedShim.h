@@ -27,7 +27,7 @@ class VORMEL_EXPORT ObservedShim final : public ForwardingShim
    explicit ObservedShim( SdkShimInterface& next );
    ~ObservedShim() override;
 
-#define SDK_OPERATION( method, name, parameters, arguments ) int method parameters override;
+#define STRATA_SDK_OPERATION( method, name, parameters, arguments ) int method parameters override;
 #include "platform/sdk/SdkOperations.def"
 
    /// Of each SDK function that was called, in the order of SdkOperations.def. From any thread.

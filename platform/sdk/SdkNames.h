@@ -39,20 +39,20 @@ struct SdkConstant
    operator Number() const { return ( sdkShim()->*query )(); }
 };
 
-#define FIELD_ACTION( role ) \
+#define STRATA_FIELD_ACTION( role ) \
    inline constexpr SdkName<&SdkShimInterface::fieldAction, FieldAction::role> bcmFieldAction##role;
-#define FIELD_IP_TYPE( role ) \
+#define STRATA_FIELD_IP_TYPE( role ) \
    inline constexpr SdkName<&SdkShimInterface::fieldIpType, FieldIpType::role> bcmFieldIpType##role;
-#define PACKET_RESULT( role ) \
+#define STRATA_PACKET_RESULT( role ) \
    inline constexpr SdkName<&SdkShimInterface::packetResult, PacketResult::role> \
       BCM_FIELD_PKT_RES_##role;
-#define SWITCH_CONTROL( role ) \
+#define STRATA_SWITCH_CONTROL( role ) \
    inline constexpr SdkName<&SdkShimInterface::switchControl, SwitchControl::role> bcmSwitch##role;
-#define PORT_CONTROL( role ) \
+#define STRATA_PORT_CONTROL( role ) \
    inline constexpr SdkName<&SdkShimInterface::portControl, PortControl::role> bcmPortControl##role;
-#define VLAN_FLAG( role ) \
+#define STRATA_VLAN_FLAG( role ) \
    inline constexpr SdkName<&SdkShimInterface::vlanFlag, VlanFlag::role> role;
-#define IP_OPTION_ACTION( role ) \
+#define STRATA_IP_OPTION_ACTION( role ) \
    inline constexpr SdkName<&SdkShimInterface::ipOptionAction, IpOptionAction::role> \
       bcmIntfIPOptionAction##role;
 #include "platform/sdk/SdkRoles.def"

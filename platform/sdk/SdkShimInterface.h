@@ -48,7 +48,8 @@ class VORMEL_EXPORT SdkShimInterface
  public:
    virtual ~SdkShimInterface();
 
-#define SDK_OPERATION( method, name, parameters, arguments ) virtual int method parameters = 0;
+#define STRATA_SDK_OPERATION( method, name, parameters, arguments ) \
+   virtual int method parameters = 0;
 #include "platform/sdk/SdkOperations.def"
 
    /// Called right before every operation; fieldUnlock belongs to the call that took the lock.

@@ -43,7 +43,7 @@ class UnavailableShim : public SdkShimInterface
    U32 memoryField( const MemoryEntry&, MemoryField ) const override { return 0; }
    EthAddr memoryMacField( const MemoryEntry&, MemoryField ) const override { return {}; }
 
-#define SDK_OPERATION( method, name, parameters, arguments ) \
+#define STRATA_SDK_OPERATION( method, name, parameters, arguments ) \
    int method parameters override \
    { \
       return unavailable arguments; \

@@ -14,7 +14,7 @@ constexpr U16 highestTrafficClass = 7;
 constexpr double shortestPollInterval = 0.001;
 
 // clang-format off
-#define FEATURES_ATTRIBUTES( ROW ) \
+#define STRATA_FEATURES_ATTRIBUTES( ROW ) \
    ROW( MAP, 258, feature, std::string, bool, 0, "a feature flag of the agent", "agent" )
 
 #define STRATA_MISC_CONFIG_ATTRIBUTES( ROW ) \
@@ -26,10 +26,10 @@ constexpr double shortestPollInterval = 0.001;
 #define STRATA_PBR_INFO_ATTRIBUTES( ROW ) \
    ROW( SCALAR, 258, pbrEnabled, bool, false, "policy routing is on", "agent" )
 
-#define BASTLE_SOURCE_IP_LOOKUP_CONFIG_ATTRIBUTES( ROW ) \
+#define STRATA_BASTLE_SOURCE_IP_LOOKUP_CONFIG_ATTRIBUTES( ROW ) \
    ROW( SCALAR, 258, l2TrafficRouting, bool, false, "bridged IP packets, too, have their source looked up in the L3 tables", "agent" )
 
-#define L2_MCAST_TABLE_ALLOCATION_ATTRIBUTES( ROW ) \
+#define STRATA_L2_MCAST_TABLE_ALLOCATION_ATTRIBUTES( ROW ) \
    ROW( SCALAR, 258, size, U32, 0, "L2 multicast groups that were allocated", "agent" ) \
    ROW( SCALAR, 259, cpuGroup, U32, 0, "the group whose packets go to the CPU only", "agent" ) \
    ROW( SCALAR, 260, cpuAndFloodGroup, U32, 0, "the group whose packets go to the CPU and are flooded", "agent" ) \
@@ -43,7 +43,7 @@ constexpr double shortestPollInterval = 0.001;
 
 class VORMEL_EXPORT Features : public Vormel::Entity
 {
-   VORMEL_ENTITY( Features, FEATURES_ATTRIBUTES )
+   VORMEL_ENTITY( Features, STRATA_FEATURES_ATTRIBUTES )
 };
 
 class VORMEL_EXPORT StrataMiscConfig : public Vormel::Entity
@@ -62,12 +62,12 @@ class VORMEL_EXPORT StrataPbrInfo : public Vormel::Entity
 
 class VORMEL_EXPORT BastleSourceIpLookupConfig : public Vormel::Entity
 {
-   VORMEL_ENTITY( BastleSourceIpLookupConfig, BASTLE_SOURCE_IP_LOOKUP_CONFIG_ATTRIBUTES )
+   VORMEL_ENTITY( BastleSourceIpLookupConfig, STRATA_BASTLE_SOURCE_IP_LOOKUP_CONFIG_ATTRIBUTES )
 };
 
 class VORMEL_EXPORT L2McastTableAllocationEnt : public Vormel::Entity
 {
-   VORMEL_ENTITY( L2McastTableAllocationEnt, L2_MCAST_TABLE_ALLOCATION_ATTRIBUTES )
+   VORMEL_ENTITY( L2McastTableAllocationEnt, STRATA_L2_MCAST_TABLE_ALLOCATION_ATTRIBUTES )
 };
 
 class VORMEL_EXPORT StrataUrpfCommonData : public Vormel::Entity

@@ -22,17 +22,17 @@ VORMEL_ENUM_NAMES( ForwardingModel, { ForwardingModel::unknown, "unknown" },
    { ForwardingModel::bridged, "bridged" }, { ForwardingModel::routed, "routed" } )
 
 // clang-format off
-#define ETH_INTF_STATUS_ATTRIBUTES( ROW ) \
+#define STRATA_ETH_INTF_STATUS_ATTRIBUTES( ROW ) \
    ROW( FIELD, intfId, IntfId, "the interface: Ethernet or Port-Channel", "agent" ) \
    ROW( SCALAR, 262, forwardingModel, ForwardingModel, ForwardingModel::unknown, "bridged in a VLAN, or routed", "agent" )
 
-#define ETH_INTF_STATUS_DIR_ATTRIBUTES( ROW ) \
+#define STRATA_ETH_INTF_STATUS_DIR_ATTRIBUTES( ROW ) \
    ROW( MAP, 386, intfStatus, IntfId, Ref<EthIntfStatus>, 0, "the status of each interface", "agent" )
 // clang-format on
 
 class VORMEL_EXPORT EthIntfStatus : public Vormel::Entity
 {
-   VORMEL_ENTITY( EthIntfStatus, ETH_INTF_STATUS_ATTRIBUTES )
+   VORMEL_ENTITY( EthIntfStatus, STRATA_ETH_INTF_STATUS_ATTRIBUTES )
 
    explicit EthIntfStatus( IntfId intf ) : intfId_( intf ) {}
    std::string entityName() const override;
@@ -40,7 +40,7 @@ class VORMEL_EXPORT EthIntfStatus : public Vormel::Entity
 
 class VORMEL_EXPORT EthIntfStatusDir : public Vormel::Entity
 {
-   VORMEL_ENTITY( EthIntfStatusDir, ETH_INTF_STATUS_DIR_ATTRIBUTES )
+   VORMEL_ENTITY( EthIntfStatusDir, STRATA_ETH_INTF_STATUS_DIR_ATTRIBUTES )
 };
 
 } // namespace Interface
@@ -50,13 +50,13 @@ namespace IntfVlanId {
 using Vormel::IntfId;
 
 // clang-format off
-#define INTF_VLAN_ID_TABLE_ATTRIBUTES( ROW ) \
+#define STRATA_INTF_VLAN_ID_TABLE_ATTRIBUTES( ROW ) \
    ROW( MAP_CHECKED, 258, vlanId, IntfId, U16, 0, "the internal VLAN of a routed interface, 1 to 4094", "agent", checkVlanId )
 // clang-format on
 
 class VORMEL_EXPORT Table : public Vormel::Entity
 {
-   VORMEL_ENTITY( Table, INTF_VLAN_ID_TABLE_ATTRIBUTES )
+   VORMEL_ENTITY( Table, STRATA_INTF_VLAN_ID_TABLE_ATTRIBUTES )
 
  private:
    static void checkVlanId( IntfId intf, U16 vlanId );
@@ -69,13 +69,13 @@ namespace Strata {
 using Vormel::IntfId;
 
 // clang-format off
-#define VIRTUAL_PORT_STATUS_ATTRIBUTES( ROW ) \
+#define STRATA_VIRTUAL_PORT_STATUS_ATTRIBUTES( ROW ) \
    ROW( MAP, 258, virtualPort, IntfId, U32, 0, "the chip's virtual port of an interface", "agent" )
 // clang-format on
 
 class VORMEL_EXPORT VirtualPortStatus : public Vormel::Entity
 {
-   VORMEL_ENTITY( VirtualPortStatus, VIRTUAL_PORT_STATUS_ATTRIBUTES )
+   VORMEL_ENTITY( VirtualPortStatus, STRATA_VIRTUAL_PORT_STATUS_ATTRIBUTES )
 };
 
 } // namespace Strata

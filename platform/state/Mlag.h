@@ -12,18 +12,18 @@ using Vormel::EthAddr;
 using Vormel::IntfId;
 
 // clang-format off
-#define MLAG_STATUS_ATTRIBUTES( ROW ) \
+#define STRATA_MLAG_STATUS_ATTRIBUTES( ROW ) \
    ROW( SCALAR, 258, peerMacAddr, EthAddr, EthAddr(), "the peer's router MAC; zero when there is no peer", "agent" ) \
    ROW( SCALAR, 259, peerLinkIntf, IntfId, IntfId(), "the link to the peer, an interface or a LAG", "agent" ) \
    ROW( SCALAR, 260, peerMacRoutingEnabled, bool, false, "packets to the peer's router MAC are routed here too", "agent" )
 
-#define MLAG_HARDWARE_STATUS_ATTRIBUTES( ROW ) \
+#define STRATA_MLAG_HARDWARE_STATUS_ATTRIBUTES( ROW ) \
    ROW( SCALAR, 258, peerMacRoutingSupported, bool, false, "the chip can route for the peer's MAC", "agent" )
 // clang-format on
 
 class VORMEL_EXPORT Status : public Vormel::Entity
 {
-   VORMEL_ENTITY( Status, MLAG_STATUS_ATTRIBUTES )
+   VORMEL_ENTITY( Status, STRATA_MLAG_STATUS_ATTRIBUTES )
 };
 
 VORMEL_EXPORT bool isPeerMacRoutingStatusEnabled( const Status& status );
@@ -32,7 +32,7 @@ namespace Hardware {
 
 class VORMEL_EXPORT Status : public Vormel::Entity
 {
-   VORMEL_ENTITY( Status, MLAG_HARDWARE_STATUS_ATTRIBUTES )
+   VORMEL_ENTITY( Status, STRATA_MLAG_HARDWARE_STATUS_ATTRIBUTES )
 };
 
 } // namespace Hardware
@@ -42,13 +42,13 @@ namespace Lag {
 namespace Recirc {
 
 // clang-format off
-#define RECIRC_FEATURE_STATUS_ATTRIBUTES( ROW ) \
+#define STRATA_RECIRC_FEATURE_STATUS_ATTRIBUTES( ROW ) \
    ROW( MAP_CHECKED, 258, recircPort, U16, S32, 0, "the recirculation port of a unit (logical port number, 0 to 1023), by unit number", "agent", checkRecircPort )
 // clang-format on
 
 class VORMEL_EXPORT RecircFeatureStatus : public Vormel::Entity
 {
-   VORMEL_ENTITY( RecircFeatureStatus, RECIRC_FEATURE_STATUS_ATTRIBUTES )
+   VORMEL_ENTITY( RecircFeatureStatus, STRATA_RECIRC_FEATURE_STATUS_ATTRIBUTES )
 
  private:
    static void checkRecircPort( U16 unit, S32 port );

@@ -4,6 +4,27 @@
 
 #define VENDOR this is a macro of the vendor
 
+// Short words that lists of rows like to use.
+#define FIELD_ACTION VENDOR
+#define FIELD_IP_TYPE VENDOR
+#define PACKET_RESULT VENDOR
+#define SWITCH_CONTROL VENDOR
+#define PORT_CONTROL VENDOR
+#define VLAN_FLAG VENDOR
+#define IP_OPTION_ACTION VENDOR
+#define SDK_REGISTER VENDOR
+#define REGISTER_FIELD VENDOR
+#define SDK_MEMORY VENDOR
+#define MEMORY_FIELD VENDOR
+#define SDK_OPERATION VENDOR
+#define PROMISE VENDOR
+#define FEATURES_ATTRIBUTES VENDOR
+#define ROW VENDOR
+#define FIELD VENDOR
+#define SCALAR VENDOR
+#define ARRAY VENDOR
+#define MAP VENDOR
+
 #define bcm_pbmp_t VENDOR
 #define bcm_vlan_control_vlan_t VENDOR
 #define my_station_tcam_entry_t VENDOR

@@ -24,9 +24,17 @@
 #include "routing/UnknownMacDropLoggingSm.h"
 #include "tests/conformance/ForwardingManager.h"
 
+#include <string_view>
 #include <type_traits>
 
 namespace Strata {
+
+// Nor do the headers take away a macro of the SDK.
+#define TEXT( ... ) #__VA_ARGS__
+#define EXPANDED( ... ) TEXT( __VA_ARGS__ )
+static_assert(
+   std::string_view( EXPANDED( FIELD_ACTION VLAN_FLAG MEMORY_FIELD SDK_OPERATION PROMISE ROW ) ) ==
+   EXPANDED( VENDOR VENDOR VENDOR VENDOR VENDOR VENDOR ) );
 
 // Beside an SDK the names of the operations are still texts.
 static_assert( roleName( SdkOperation::memoryWrite ) == "soc_mem_write" );
@@ -40,7 +48,7 @@ class Shim final : public ForwardingShim
  public:
    using ForwardingShim::ForwardingShim;
 
-#define SDK_OPERATION( method, name, parameters, arguments ) \
+#define STRATA_SDK_OPERATION( method, name, parameters, arguments ) \
    int method parameters override \
    { \
       return next().method arguments; \
