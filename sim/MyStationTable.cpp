@@ -73,11 +73,7 @@ U32 memoryField( const MemoryEntry& entry, MemoryField field )
 EthAddr memoryMacField( const MemoryEntry& entry, MemoryField field )
 {
    const U32 word = placeOf( field ).word;
-   const U64 number = U64{ entry.words[ word ] } << 32 | entry.words[ word + 1 ];
-   EthAddr mac;
-   for( U32 i = 0; i < EthAddr::size; ++i )
-      mac.byteIs( i, static_cast<U8>( number >> ( 8 * ( EthAddr::size - 1 - i ) ) ) );
-   return mac;
+   return EthAddr::fromNumber( U64{ entry.words[ word ] } << 32 | entry.words[ word + 1 ] );
 }
 
 std::string myStationText( const MemoryEntry& entry )

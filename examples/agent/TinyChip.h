@@ -190,11 +190,8 @@ class Shim final : public UnavailableShim
    }
    EthAddr memoryMacField( const MemoryEntry& entry, MemoryField field ) const override
    {
-      const U32 low = entry.words[ wordOf( field ) ];
-      const U32 high = entry.words[ upperWordOf( field ) ];
-      const auto byte = []( U32 word, int shift ) { return static_cast<U8>( word >> shift ); };
-      return EthAddr( byte( high, 8 ), byte( high, 0 ), byte( low, 24 ), byte( low, 16 ),
-         byte( low, 8 ), byte( low, 0 ) );
+      const U64 high = entry.words[ upperWordOf( field ) ];
+      return EthAddr::fromNumber( high << 32 | entry.words[ wordOf( field ) ] );
    }
 
  private:

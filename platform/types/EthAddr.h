@@ -36,6 +36,15 @@ class VORMEL_EXPORT EthAddr
    constexpr void byteIs( U32 index, U8 value ) { bytes_[ checked( index ) ] = value; }
    constexpr const std::array<U8, size>& bytes() const { return bytes_; }
 
+   /// The inverse of toNumber(): 0x0200a1000001 is 02:00:a1:00:00:01. The upper 16 bits are not looked at.
+   static constexpr EthAddr fromNumber( U64 number )
+   {
+      EthAddr addr;
+      for( U32 i = size; i-- > 0; number >>= 8 )
+         addr.bytes_[ i ] = static_cast<U8>( number );
+      return addr;
+   }
+
    /// The bytes as one number, the first on the wire as its highest.
    constexpr U64 toNumber() const
    {

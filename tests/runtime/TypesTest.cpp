@@ -48,6 +48,7 @@ TEST( EthAddrTest, ParsesBothNotationsAndNothingElse )
 {
    const EthAddr addr( 0x02, 0x00, 0xa1, 0xab, 0x00, 0x01 );
    EXPECT_EQ( addr.toString(), "02:00:a1:ab:00:01" );
+   EXPECT_EQ( EthAddr::fromNumber( 0xffff'0200'a1ab'0001 ), addr );
    for( const char* text : { "02:00:a1:ab:00:01", "02:00:A1:AB:00:01", "0200.a1ab.0001" } )
       EXPECT_EQ( EthAddr::parse( text ), addr ) << text;
    for( const char* text : { "", "02:00:a1:ab:00", "02:00:a1:ab:00:0g", "02:00:a1:ab:00:01 ",
