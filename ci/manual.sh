@@ -1,7 +1,7 @@
 #!/bin/sh
 # manual.sh <strata-l3>
-# The manual page has every subcommand and option that the command has, and every tool that reads it is content;
-# the completion for bash offers them.
+# The manual pages of the command and of strata-l3-conformance beside it have every subcommand and option that those
+# have, and every tool that reads them is content; the completion for bash offers the command's.
 set -eu
 command=$(cd "$(dirname "$1")" && pwd)/$(basename "$1")
 cd "$(dirname "$0")/.."
@@ -17,7 +17,12 @@ asked() {
    "$command" complete -- "$@"
 }
 
-text=$(sed 's/\\-/-/g' "$page")
+# The text of a page, as it is searched.
+text_of() {
+   sed 's/\\-/-/g' "$1"
+}
+
+text=$(text_of "$page")
 for subcommand in '' $(asked ''); do
    for word in $subcommand $(asked $subcommand --); do
       case $text in
@@ -27,13 +32,24 @@ for subcommand in '' $(asked ''); do
    done
 done
 
-if command -v man >/dev/null; then
-   warnings=$(man --warnings -E UTF-8 -Tutf8 -Z -l "$page" 2>&1 >/dev/null)
-   [ -z "$warnings" ] || complain "$warnings"
-fi
-if command -v mandoc >/dev/null; then
-   mandoc -T lint -W warning "$page" || bad=1
-fi
+kit_page=docs/strata-l3-conformance.1
+text=$(text_of "$kit_page")
+for option in $("$(dirname "$command")/strata-l3-conformance" --help | grep -oE -e '--[a-z]+'); do
+   case $text in
+   *"$option"*) ;;
+   *) complain "$kit_page: '$option' is not explained" ;;
+   esac
+done
+
+for each in "$page" "$kit_page"; do
+   if command -v man >/dev/null; then
+      warnings=$(man --warnings -E UTF-8 -Tutf8 -Z -l "$each" 2>&1 >/dev/null)
+      [ -z "$warnings" ] || complain "$warnings"
+   fi
+   if command -v mandoc >/dev/null; then
+      mandoc -T lint -W warning "$each" || bad=1
+   fi
+done
 
 # What bash offers for the words of a line, the last of them being typed.
 offered() {

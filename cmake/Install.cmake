@@ -36,6 +36,7 @@ install( TARGETS strata-l3-conformance
    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT dev )
 install( TARGETS strata-l3-conformance-program
    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT dev )
+install( FILES docs/strata-l3-conformance.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT dev )
 
 # --- The simulated chip ----------------------------------------------------------------------------
 

@@ -5,6 +5,9 @@
 
 namespace Strata::Conformance {
 
+/// What the ingress-port field of a my-station entry, 7 bits, can hold.
+inline constexpr int highestIngressPort = 0x7F;
+
 // Codes.cpp
 void checkShim( Examiner& examiner );
 /// Last, when all codes have been seen.

@@ -86,29 +86,38 @@ void Entry::define()
    act();
 }
 
+Answer<int> Entry::portsAre( const PortBitmap& ports )
+{
+   StrataBoundedTcamEntryManager& manager = *range_.manager;
+   if( manager.supportsAclGroup() ) {
+      const std::string call = text( "qualifyPortsClassId" );
+      return { examiner_.asked(
+                  call, [ & ] { return manager.qualifyPortsClassId( unit_, id_, ports, true ); } ),
+         call };
+   }
+   const std::string call = text( "addInPortsForEntry" );
+   const PortBitmap& all = examiner_.portsOf( unit_ );
+   return { examiner_.asked(
+               call, [ & ] { return manager.addInPortsForEntry( unit_, id_, ports, all ); } ),
+      call };
+}
+
 void Entry::expectPortSets()
 {
-   // Only entries of these two ranges qualify on ports.
-   if( range_.group && range_.group != TcamGroup::peerMacArp )
+   if( !takesPorts() )
       return;
    const StrataUnit& known = *examiner_.port().scsd->units().find( unit_ );
-   StrataBoundedTcamEntryManager& manager = *range_.manager;
-   const auto accepted = [ & ]( const std::string& name, auto set ) {
-      const std::string call = text( name );
-      examiner_.expectSuccess( Promise::portSetsAccepted, { examiner_.asked( call, set ), call } );
-   };
-   if( manager.supportsAclGroup() )
-      accepted( "qualifyPortsClassId",
-         [ & ] { return manager.qualifyPortsClassId( unit_, id_, known.ports, true ); } );
-   else
-      accepted( "addInPortsForEntry",
-         [ & ] { return manager.addInPortsForEntry( unit_, id_, known.ports, known.ports ); } );
+   examiner_.expectSuccess( Promise::portSetsAccepted, portsAre( known.ports ) );
    // Second passes of tunnels alone ask for this, in the main range.
    const ChipAttributes chip = examiner_.chip();
-   if( !range_.group && chip.vxlanSupported && !chip.vxlanRoutingInOnePass && known.loopbackPort )
-      accepted( "addOutLoopbackPortForEntry", [ & ] {
-         return manager.addOutLoopbackPortForEntry( unit_, id_, *known.loopbackPort, known.ports );
-      } );
+   if( range_.group || !chip.vxlanSupported || chip.vxlanRoutingInOnePass || !known.loopbackPort )
+      return;
+   const std::string call = text( "addOutLoopbackPortForEntry" );
+   const int code = examiner_.asked( call, [ & ] {
+      return range_.manager->addOutLoopbackPortForEntry(
+         unit_, id_, *known.loopbackPort, known.ports );
+   } );
+   examiner_.expectSuccess( Promise::portSetsAccepted, { code, call } );
 }
 
 void Entry::expectInstalled(

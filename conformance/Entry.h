@@ -56,8 +56,12 @@ class Entry
    void define();
    /// The claim is given the port sets that the slice gives to entries of the range.
    void expectPortSets();
+   /// Only entries of the main range and of peer MAC ARP qualify on ports.
+   bool takesPorts() const { return !range_.group || range_.group == TcamGroup::peerMacArp; }
+   /// Qualifies on arrival by one of these.
+   Answer<int> portsAre( const PortBitmap& ports );
 
-   bool inspectable() const { return static_cast<bool>( examiner_.port().installedEntry ); }
+   bool inspectable() const { return examiner_.has( Hook::installedEntry ); }
    std::optional<InstalledEntry> installed() const
    {
       return examiner_.port().installedEntry( unit_, id_ );

@@ -98,6 +98,17 @@ void examineAll( Examiner& examiner )
       answersTo( examiner, "questions about units", stableAnswers ) );
 }
 
+/// What could only be told by a hook that the port lacks says so.
+void nameMissingHooks( Examiner& examiner, const Report& report )
+{
+   for( std::size_t i = 0; i < promiseNames.size(); ++i ) {
+      const auto promise = static_cast<Promise>( i );
+      const Hook hook = hookOf( promise );
+      if( report.verdict( promise ) == Verdict::notTried && !examiner.has( hook ) )
+         examiner.notTried( promise, "needs the hook " + Vormel::toText( hook ) );
+   }
+}
+
 } // namespace
 
 Report examine( const Port& port )
@@ -111,6 +122,7 @@ Report examine( const Port& port )
       examiner.expect( Promise::oneShim, "scsd->sdkShim()", false, "is null" );
    else
       examineAll( examiner );
+   nameMissingHooks( examiner, report );
    return report;
 }
 

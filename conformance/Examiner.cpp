@@ -64,7 +64,7 @@ void Examiner::lockWasLeft( const std::string& call, bool held )
 }
 
 /// The hook belongs to the call that took the FP lock, and comes before the activity lock is given away.
-static bool hasHook( SdkOperation which )
+static bool hasPreCall( SdkOperation which )
 {
    return which != SdkOperation::fieldLock && which != SdkOperation::fieldUnlock;
 }
@@ -72,7 +72,7 @@ static bool hasHook( SdkOperation which )
 template<class Work>
 Answer<int> Examiner::operation( SdkOperation which, std::string call, Work work )
 {
-   if( hasHook( which ) )
+   if( hasPreCall( which ) )
       shim().preCall();
    const Vormel::UnlockAnchor anchor( Vormel::activityLock() );
    int code = 0;
@@ -138,10 +138,31 @@ void Examiner::underFieldLock( U32 unit, const std::function<void()>& work )
 void Examiner::expect(
    Promise promise, const std::string& call, bool kept, const std::string& seen )
 {
-   if( kept )
-      report_.keptIs( promise );
-   else
+   if( !kept )
       report_.brokenIs( { promise, call, seen } );
+   else if( has( hookOf( promise ) ) )
+      report_.keptIs( promise );
+}
+
+bool Examiner::has( Hook hook ) const
+{
+   switch( hook ) {
+   case Hook::none:
+      return true;
+   case Hook::installedEntry:
+      return bool( port_.installedEntry );
+   case Hook::hitEntry:
+      return bool( port_.hitEntry );
+   case Hook::fieldLocked:
+      return bool( port_.fieldLocked );
+   case Hook::switchControlValue:
+      return bool( port_.switchControlValue );
+   case Hook::portControlValue:
+      return bool( port_.portControlValue );
+   case Hook::vlanMembers:
+      return bool( port_.vlanMembers );
+   }
+   return false;
 }
 
 bool Examiner::isSuccess( const Answer<int>& answer ) const

@@ -34,6 +34,8 @@ class Examiner
    ChipAttributes chip() const { return chipAttributes( *port_.scsd ); }
    /// The numbers of the unit table, in its order.
    std::vector<U32> units() const;
+   /// All ports of a unit of the table.
+   const PortBitmap& portsOf( U32 unit ) const { return port_.scsd->units().find( unit )->ports; }
 
    // SDK operations, made as the slice makes them: after the pre-call hook, without the activity lock.
 #define STRATA_SDK_OPERATION( method, name, parameters, arguments ) Answer<int> method parameters;
@@ -50,7 +52,8 @@ class Examiner
       return result;
    }
 
-   // Expectations. `seen` completes the sentence that the call begins.
+   // Expectations. `seen` completes the sentence that the call begins. What was met keeps a promise only when the
+   // port has the promise's hook.
    void expect( Promise promise, const std::string& call, bool kept, const std::string& seen );
    template<class T>
    void expectEqual( Promise promise, const Answer<T>& answer, const T& wanted )
@@ -74,6 +77,7 @@ class Examiner
          "is not available, but " + written.call + " returned " + codeText( written.value ) );
    }
    void notTried( Promise promise, std::string why );
+   bool has( Hook hook ) const;
 
    bool isSuccess( const Answer<int>& answer ) const;
    bool isUnavailable( const Answer<int>& answer ) const;

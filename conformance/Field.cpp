@@ -83,33 +83,53 @@ void checkQualifiersAndActions( Examiner& examiner, const ManagedRange& range, U
    unclaimedIds( examiner, range, unit );
 }
 
-/// As the slice rewrites an entry's actions: all of them, for one with a port bitmap.
-static void rewriteActions( Examiner& examiner, Entry& entry, FieldAction action )
+/// As the slice rewrites an entry's actions: all of them, for one with a port bitmap. Returns the call that gave it.
+static std::string rewriteActions(
+   Examiner& examiner, Entry& entry, FieldAction action, const PortBitmap& ports )
 {
-   const PortBitmap& ports = examiner.port().scsd->units().find( entry.unit() )->ports;
    const Answer<int> removed = examiner.fieldActionRemoveAll( entry.unit(), entry.id() );
    examiner.expectSuccess( Promise::actionsAccepted, removed );
    const Answer<int> added = examiner.fieldActionPortsAdd(
       entry.unit(), entry.id(), examiner.shim().fieldAction( action ), ports );
    examiner.expectSuccess( Promise::actionsAccepted, added );
+   return added.call;
+}
+
+static void actionsAreRewritten(
+   Examiner& examiner, Entry& entry, FieldAction action, const PortBitmap& ports )
+{
+   std::string call;
+   examiner.underFieldLock(
+      entry.unit(), [ & ] { call = rewriteActions( examiner, entry, action, ports ); } );
+   const Answer<int> installed = entry.install();
+   examiner.expectSuccess( Promise::installSucceeds, installed );
+   // One action is left of those that were given.
+   entry.expectInstalled( Promise::removeAllEmpties, installed.call, 1, true );
+   if( !entry.inspectable() )
+      return;
+   const InstalledEntry found = entry.installed().value_or( InstalledEntry() );
+   if( !found.actionPorts )
+      return examiner.notTried(
+         Promise::actionPortsReplace, "needs actionPorts of InstalledEntry" );
+   examiner.expect( Promise::actionPortsReplace, call, *found.actionPorts == ports,
+      Vormel::format( "left an action with the ports %s", *found.actionPorts ) );
 }
 
 void checkFieldLock( Examiner& examiner, const ManagedRange& range, U32 unit )
 {
    Entry entry( examiner, range, unit );
    entry.define();
-   for( const FieldAction action : { FieldAction::RedirectPbmp, FieldAction::EgressPortsAdd } )
-      examiner.underFieldLock( unit, [ & ] { rewriteActions( examiner, entry, action ); } );
-   const Answer<int> installed = entry.install();
-   examiner.expectSuccess( Promise::installSucceeds, installed );
-   // One action is left of three that were given.
-   entry.expectInstalled( Promise::removeAllEmpties, installed.call, 1, true );
+   PortBitmap some = examiner.portsOf( unit );
+   actionsAreRewritten( examiner, entry, FieldAction::RedirectPbmp, some );
+   some.remove( *some.begin() );
+   actionsAreRewritten( examiner, entry, FieldAction::EgressPortsAdd, some );
 
    std::string removal;
    examiner.underFieldLock(
       unit, [ & ] { removal = examiner.fieldActionRemoveAll( unit, entry.id() ).call; } );
+   entry.expectInstalled( Promise::removeAllKeepsHardware, removal, 1, true );
    if( !examiner.port().provoke )
-      return examiner.notTried( Promise::removeAllEmpties, "needs mistakes to be provoked" );
+      return;
    const Answer<int> bare = entry.install();
    examiner.expect( Promise::removeAllEmpties, removal, !examiner.isSuccess( bare ),
       "left an entry that can be installed" );

@@ -24,10 +24,29 @@ static void installWritesTheClaim( Examiner& examiner, const ManagedRange& range
    const Answer<int> on = entry.enable( true );
    examiner.expectSuccess( Promise::enableSucceeds, on );
    entry.expectInstalled( Promise::enableSucceeds, on.call, 1, true );
-   if( !entry.inspectable() )
-      for( const Promise promise :
-         { Promise::installWrites, Promise::installEnables, Promise::reinstallKeepsEnableState } )
-         examiner.notTried( promise, "needs the hook installedEntry" );
+}
+
+/// The slice reads counters from entries that it installs again and again.
+static void hitsOutliveInstallations( Examiner& examiner, const ManagedRange& range, U32 unit )
+{
+   if( !examiner.has( Hook::hitEntry ) )
+      return;
+   Entry entry( examiner, range, unit );
+   entry.define();
+   entry.install();
+   examiner.port().hitEntry( unit, entry.id() );
+   const Answer<U64> hits = entry.hits();
+   examiner.expect(
+      Promise::hitsSurviveInstall, hits.call, hits.value > 0, "gave 0 after a packet" );
+   const auto expectKept = [ & ]( const std::string& call ) {
+      const U64 left = entry.hits().value;
+      examiner.expect( Promise::hitsSurviveInstall, call, left == hits.value,
+         Vormel::format( "left %d hits of %d", left, hits.value ) );
+   };
+   expectKept( entry.reinstall().call );
+   expectKept( entry.install().call );
+   expectKept( entry.remove() );
+   expectKept( entry.install().call );
 }
 
 static void removalKeepsTheDefinition( Examiner& examiner, const ManagedRange& range, U32 unit )
@@ -46,7 +65,7 @@ static void releaseEndsTheClaim( Examiner& examiner, const ManagedRange& range, 
    Entry entry( examiner, range, unit );
    entry.define();
    entry.install();
-   if( examiner.port().hitEntry )
+   if( examiner.has( Hook::hitEntry ) )
       examiner.port().hitEntry( unit, entry.id() );
    entry.expectAbsent( Promise::releaseForgets, entry.release() );
 
@@ -84,13 +103,38 @@ static void portSets( Examiner& examiner, const ManagedRange& range, U32 unit )
    entry.expectPortSets();
 }
 
+static void portSetsAreReplaced( Examiner& examiner, const ManagedRange& range, U32 unit )
+{
+   Entry entry( examiner, range, unit );
+   const PortBitmap& all = examiner.portsOf( unit );
+   if( !entry.takesPorts() || !entry.inspectable() || all.count() < 2 )
+      return;
+   PortBitmap one;
+   one.add( *all.begin() );
+   const auto expectOnly = [ & ]( const PortBitmap& ports, const std::string& call ) {
+      entry.install();
+      const InstalledEntry found = entry.installed().value_or( InstalledEntry() );
+      if( !found.inPorts )
+         return examiner.notTried( Promise::portSetsReplace, "needs inPorts of InstalledEntry" );
+      examiner.expect( Promise::portSetsReplace, call, *found.inPorts == ports,
+         Vormel::format( "left the arrival ports %s, not %s", *found.inPorts, ports ) );
+   };
+   entry.define();
+   entry.portsAre( one );
+   expectOnly( all - one, entry.portsAre( all - one ).call );
+   entry.claim();
+   expectOnly( one, entry.portsAre( one ).call );
+}
+
 void checkInstallation( Examiner& examiner, const ManagedRange& range, U32 unit )
 {
    installWritesTheClaim( examiner, range, unit );
+   hitsOutliveInstallations( examiner, range, unit );
    removalKeepsTheDefinition( examiner, range, unit );
    releaseEndsTheClaim( examiner, range, unit );
    absentEntries( examiner, range, unit );
    portSets( examiner, range, unit );
+   portSetsAreReplaced( examiner, range, unit );
 }
 
 } // namespace Strata::Conformance

@@ -10,8 +10,8 @@
 // It is meant for a fresh unit, or a switch in a lab, on which no slice runs. It releases every entry it claims
 // and puts back every register, memory entry, VLAN record and row of the port table that it writes. Switch
 // controls cannot be read through the shim: without the hook for that they keep the values that the slice writes
-// at bring-up. A register or VLAN record whose read is not available is written with zeros. The CPU port stays a member of the VLAN, and IPv4 and IPv6 stay switched on at the ports, as the
-// slice has them.
+// at bring-up. A register or VLAN record whose read is not available is written with zeros. The CPU port stays a
+// member of the VLAN, and IPv4 and IPv6 stay switched on at the ports, as the slice has them.
 #pragma once
 
 #include "conformance/Report.h"
@@ -47,6 +47,9 @@ struct InstalledEntry
    U32 qualifiers = 0;
    U32 actions = 0;
    bool enabled = false;
+   // Empty where the port cannot tell.
+   std::optional<PortBitmap> inPorts{};     // the arrival ports that its port sets let pass
+   std::optional<PortBitmap> actionPorts{}; // of its action with a port bitmap
 };
 
 struct Port
@@ -57,7 +60,7 @@ struct Port
    Ref<StrataTcamGroupManager> tcamGroupManager; // null: the switch has none
    Ref<PortSwTable> portSwTable;                 // null: the agent has none; tried with `ports`
 
-   U16 vlan = 1;                      // exists on every unit
+   U16 vlan = 1; // exists on every unit; best one with flags or settings that are not the slice's
    std::optional<U16> missingVlan;    // exists on none
    std::optional<U32> myStationIndex; // an index of the my-station memory that may be written
    std::vector<StrataPort> ports; // where IPv4 and IPv6 may be switched on; one a unit is enough
@@ -69,7 +72,8 @@ struct Port
    std::optional<int> notFoundCode;
    std::optional<int> configCode;
 
-   // What the interfaces do not tell. Each is optional: without it less can be tried.
+   // What the interfaces do not tell. Each is optional: a promise that only return codes would speak for is not
+   // tried without its hook (Promises.def).
    /// Nothing when the entry is not in hardware.
    std::function<std::optional<InstalledEntry>( U32 unit, U32 entry )> installedEntry;
    /// Makes the installed entry win one packet.
@@ -78,6 +82,10 @@ struct Port
    std::function<bool( U32 unit )> fieldLocked;
    /// The value of a switch control, by the SDK's number.
    std::function<int( U32 unit, int control )> switchControlValue;
+   /// The value of a port control, by the SDK's numbers of port and control.
+   std::function<int( U32 unit, int port, int control )> portControlValue;
+   /// The members of a VLAN.
+   std::function<PortBitmap( U32 unit, U16 vlan )> vlanMembers;
    /// Lets that much time pass on the activity manager's clock, and runs what is due. Not needed for a RealClock
    /// or a ManualClock.
    std::function<void( double seconds )> runClock;

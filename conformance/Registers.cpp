@@ -109,6 +109,12 @@ namespace {
 
 constexpr EthAddr macValue( 0x02, 0x00, 0xa1, 0xab, 0xcd, 0xef );
 
+/// The CPU port, or what fits of one that cpuPortFits refuses.
+U32 ingressPort( const SdkShimInterface& shim, U32 unit )
+{
+   return static_cast<U32>( shim.cpuPort( unit ) & highestIngressPort );
+}
+
 struct NumberField
 {
    MemoryField field;
@@ -120,9 +126,9 @@ std::array<NumberField, 9> numberFields( U32 cpuPort )
 {
    return { { { MemoryField::Valid, 1 }, { MemoryField::VlanId, 0xABC },
       { MemoryField::VlanIdMask, 0xFFF }, { MemoryField::IngressPortNum, cpuPort },
-      { MemoryField::IngressPortNumMask, 0x7F }, { MemoryField::Ipv4Termination, 1 },
-      { MemoryField::Ipv6Termination, 1 }, { MemoryField::MplsTermination, 1 },
-      { MemoryField::ArpRarpTermination, 1 } } };
+      { MemoryField::IngressPortNumMask, U32( highestIngressPort ) },
+      { MemoryField::Ipv4Termination, 1 }, { MemoryField::Ipv6Termination, 1 },
+      { MemoryField::MplsTermination, 1 }, { MemoryField::ArpRarpTermination, 1 } } };
 }
 
 MemoryEntry fullEntry( const SdkShimInterface& shim, U32 cpuPort )
@@ -159,7 +165,7 @@ void checkMemoryFields( Examiner& examiner )
    const SdkShimInterface& shim = examiner.shim();
    examiner.expect( Promise::emptyEntryInvalid, "memoryField( VALIDf ) of an entry of zeros",
       shim.memoryField( MemoryEntry(), MemoryField::Valid ) == 0, "is not 0" );
-   const U32 cpuPort = static_cast<U32>( shim.cpuPort( shim.kbSingleUnit() ) );
+   const U32 cpuPort = ingressPort( shim, shim.kbSingleUnit() );
    const MemoryEntry full = fullEntry( shim, cpuPort );
    expectFields(
       examiner, Promise::memoryFieldsApart, "memoryFieldSet() of every field", full, cpuPort );
@@ -193,7 +199,7 @@ void checkMyStation( Examiner& examiner, U32 unit )
    MemoryEntry original;
    if( !examiner.isSuccess( read( original ) ) )
       return;
-   const U32 cpuPort = static_cast<U32>( examiner.shim().cpuPort( unit ) );
+   const U32 cpuPort = ingressPort( examiner.shim(), unit );
    const Answer<int> written = write( fullEntry( examiner.shim(), cpuPort ) );
    MemoryEntry first;
    MemoryEntry second;

@@ -1,18 +1,49 @@
 #include "conformance/Report.h"
 
 #include <algorithm>
+#include <set>
 #include <utility>
 
 namespace Strata::Conformance {
 
 static constexpr auto promiseTexts = std::to_array<std::string_view>( {
-#define STRATA_PROMISE( name, text ) text,
+#define STRATA_PROMISE( name, hook, text, ... ) text,
+#include "conformance/Promises.def"
+} );
+
+static constexpr auto promiseHooks = std::to_array<Hook>( {
+#define STRATA_PROMISE( name, hook, ... ) Hook::hook,
 #include "conformance/Promises.def"
 } );
 
 std::string_view promiseText( Promise promise )
 {
    return promiseTexts[ static_cast<std::size_t>( promise ) ];
+}
+
+Hook hookOf( Promise promise )
+{
+   return promiseHooks[ static_cast<std::size_t>( promise ) ];
+}
+
+/// All promises that one rests on, near and far.
+static std::set<Promise> basesOf( Promise promise )
+{
+   using enum Promise;
+   static const std::vector<Promise> nearest[] = {
+#define STRATA_PROMISE( name, hook, text, ... ) { __VA_ARGS__ },
+#include "conformance/Promises.def"
+   };
+   std::set<Promise> bases;
+   std::vector<Promise> open{ promise };
+   while( !open.empty() ) {
+      const Promise next = open.back();
+      open.pop_back();
+      for( const Promise base : nearest[ static_cast<std::size_t>( next ) ] )
+         if( bases.insert( base ).second )
+            open.push_back( base );
+   }
+   return bases;
 }
 
 std::string Finding::text() const
@@ -36,6 +67,24 @@ void Report::brokenIs( Finding finding )
 void Report::notTriedIs( Promise promise, std::string why )
 {
    whyNot_[ static_cast<std::size_t>( promise ) ] = std::move( why );
+}
+
+std::vector<Report::Root> Report::roots() const
+{
+   std::set<Promise> broken;
+   for( const Finding& finding : findings_ )
+      broken.insert( finding.promise );
+   std::vector<Root> found;
+   for( const Promise promise : broken ) {
+      const auto isBroken = [ & ]( Promise base ) { return broken.contains( base ); };
+      if( std::ranges::any_of( basesOf( promise ), isBroken ) )
+         continue;
+      const auto restsOnIt = [ & ](
+                                Promise other ) { return basesOf( other ).contains( promise ); };
+      found.push_back(
+         { promise, static_cast<std::size_t>( std::ranges::count_if( broken, restsOnIt ) ) } );
+   }
+   return found;
 }
 
 std::string Report::text( bool all ) const
@@ -64,6 +113,10 @@ std::string Report::text( bool all ) const
       if( found > shown )
          text += "              and " + std::to_string( found - shown ) + " more like these\n";
    }
+   for( const Root& root : roots() )
+      if( root.others != 0 )
+         text += "likely root: " + std::string( promiseName( root.promise ) ) + ", on which " +
+                 std::to_string( root.others ) + " of the other broken promises rest\n";
    return text + std::to_string( counts[ 1 ] ) + " promises kept, " +
           std::to_string( counts[ 2 ] ) + " broken, " + std::to_string( counts[ 0 ] ) +
           " not tried\n";

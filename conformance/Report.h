@@ -1,6 +1,7 @@
 // What an examination found: each promise kept, broken, or not tried.
 #pragma once
 
+#include "platform/runtime/Enum.h"
 #include "platform/runtime/Types.h"
 
 #include <array>
@@ -13,12 +14,12 @@ namespace Strata::Conformance {
 
 enum class Promise : U8
 {
-#define STRATA_PROMISE( name, text ) name,
+#define STRATA_PROMISE( name, ... ) name,
 #include "conformance/Promises.def"
 };
 
 inline constexpr auto promiseNames = std::to_array<std::string_view>( {
-#define STRATA_PROMISE( name, text ) #name,
+#define STRATA_PROMISE( name, ... ) #name,
 #include "conformance/Promises.def"
 } );
 
@@ -29,6 +30,23 @@ constexpr std::string_view promiseName( Promise promise )
 }
 /// What it says, in a sentence.
 std::string_view promiseText( Promise promise );
+
+/// The hooks of Port that promises need: without its hook, a promise is found broken or not tried, never kept.
+enum class Hook : U8
+{
+   none,
+   installedEntry,
+   hitEntry,
+   fieldLocked,
+   switchControlValue,
+   portControlValue,
+   vlanMembers,
+};
+VORMEL_ENUM_NAMES( Hook, { Hook::none, "none" }, { Hook::installedEntry, "installedEntry" },
+   { Hook::hitEntry, "hitEntry" }, { Hook::fieldLocked, "fieldLocked" },
+   { Hook::switchControlValue, "switchControlValue" },
+   { Hook::portControlValue, "portControlValue" }, { Hook::vlanMembers, "vlanMembers" } )
+Hook hookOf( Promise promise );
 
 enum class Verdict : U8
 {
@@ -59,12 +77,26 @@ class Report
    {
       return verdicts_[ static_cast<std::size_t>( promise ) ];
    }
+   /// Why it, or a part of it, was not tried.
+   const std::string& whyNotTried( Promise promise ) const
+   {
+      return whyNot_[ static_cast<std::size_t>( promise ) ];
+   }
    const std::vector<Finding>& findings() const { return findings_; }
    /// Nothing is broken. What was not tried does not count.
    bool conforms() const { return findings_.empty(); }
 
-   /// A line for each promise, with what was seen below a broken one, and a line that counts. `all` false: only
-   /// the promises that are not kept.
+   /// A broken promise that rests on no other broken one.
+   struct Root
+   {
+      Promise promise;
+      std::size_t others; // the broken promises that rest on it
+   };
+   /// In the order of Promises.def: where to look first when much is broken.
+   std::vector<Root> roots() const;
+
+   /// A line for each promise, with what was seen below a broken one; a line for each root on which others rest; a
+   /// line that counts. `all` false: only the promises that are not kept.
    std::string text( bool all = true ) const;
 
  private:

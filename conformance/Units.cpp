@@ -35,6 +35,9 @@ static void checkUnit( Examiner& examiner, U32 number )
    examiner.expect( Promise::cpuPortIsAPort, "cpuPort" + place, isPort( cpu ),
       Vormel::format( "is %d; the unit table has the ports %s", cpu, unit.ports ) );
 
+   examiner.expect( Promise::cpuPortFits, "cpuPort" + place, cpu <= highestIngressPort,
+      Vormel::format( "is %d, more than %d", cpu, highestIngressPort ) );
+
    const std::string loopback = "the unit table's loopback port" + place;
    if( unit.loopbackPort )
       examiner.expect( Promise::loopbackPortIsAPort, loopback, isPort( *unit.loopbackPort ),

@@ -12,14 +12,28 @@ static const Sim::FieldEntry* findEntry( Sim::SimSwitch& hardware, U32 unit, U32
    return group ? group->find( entry ) : nullptr;
 }
 
+static InstalledEntry installedEntry( const Sim::FieldEntry& entry )
+{
+   const Sim::FieldRule& rule = *entry.hardware;
+   InstalledEntry found{ static_cast<U32>( rule.qualifiers.size() ),
+      static_cast<U32>( rule.actions.size() ), entry.enabled };
+   for( const Sim::FieldQualifier& qualifier : rule.qualifiers )
+      if( qualifier.role == Sim::Qualifier::InPorts ||
+          qualifier.role == Sim::Qualifier::InPortsClass )
+         found.inPorts = qualifier.ports;
+   for( const Sim::FieldActionData& action : rule.actions )
+      if( action.role == FieldAction::RedirectPbmp || action.role == FieldAction::EgressPortsAdd )
+         found.actionPorts = action.ports;
+   return found;
+}
+
 static void addHooks( Port& port, Sim::SimSwitch& hardware )
 {
    port.installedEntry = [ &hardware ]( U32 unit, U32 id ) -> std::optional<InstalledEntry> {
       const Sim::FieldEntry* const entry = findEntry( hardware, unit, id );
       if( !entry || !entry->installed() )
          return std::nullopt;
-      return InstalledEntry{ static_cast<U32>( entry->hardware->qualifiers.size() ),
-         static_cast<U32>( entry->hardware->actions.size() ), entry->enabled };
+      return installedEntry( *entry );
    };
    port.hitEntry = [ &hardware ]( U32 unit, U32 id ) {
       Sim::FieldGroup* const group = hardware.chip( unit ).groupOf( id );
@@ -31,6 +45,16 @@ static void addHooks( Port& port, Sim::SimSwitch& hardware )
    port.switchControlValue = [ &hardware ]( U32 unit, int control ) {
       const auto role = hardware.numbers().switchControl.find( control );
       return role ? hardware.chip( unit ).control( *role ) : 0;
+   };
+   port.portControlValue = [ &hardware ]( U32 unit, int number, int control ) {
+      const auto role = hardware.numbers().portControl.find( control );
+      const auto& values = hardware.chip( unit ).portControls();
+      const auto at = role ? values.find( { number, *role } ) : values.end();
+      return at == values.end() ? 0 : at->second;
+   };
+   port.vlanMembers = [ &hardware ]( U32 unit, U16 vlan ) {
+      const Sim::ChipVlan* const found = hardware.chip( unit ).vlan( vlan );
+      return found ? found->members : PortBitmap();
    };
 }
 

@@ -13,6 +13,7 @@ namespace {
 
 constexpr std::string_view usage =
    "Usage: strata-l3-conformance [--all] [PROFILE]...\n"
+   "       strata-l3-conformance --help\n"
    "Examines simulated chips, each of two units, for what the layer-3 slice relies on.\n"
    "Without a PROFILE, all of them. Prints what is not kept; with --all, every promise.\n"
    "Exit status: 0 when nothing is broken, 1 when something is, 2 for a wrong command line.\n";

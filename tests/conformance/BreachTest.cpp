@@ -78,6 +78,8 @@ SHIM_BREACH( unitAnswersStable, "trapsTtlExceptions( unit 0 )",
 SHIM_BREACH( singleUnitExists, "kbSingleUnit()", U32 kbSingleUnit() const override { return 7; } )
 SHIM_BREACH( cpuPortIsAPort, "cpuPort( unit 4 )",
    int cpuPort( U32 unit ) const override { return unit == 4 ? -1 : 0; } )
+SHIM_BREACH( cpuPortFits, "cpuPort( unit 4 )",
+   int cpuPort( U32 unit ) const override { return unit == 4 ? 128 : 0; } )
 SHIM_BREACH( unitRecordIsFrontPanel, "unitRecord( unit 0 )",
    UnitRecord unitRecord( U32 ) const override { return { 0x1F }; } )
 SHIM_BREACH( activityLockLeftAlone, "bcm_switch_control_set",
@@ -107,6 +109,12 @@ SHIM_BREACH( unclaimedRefused, "bcm_field_qualify_DstMac",
    } )
 SHIM_BREACH( removeAllEmpties, "bcm_field_action_remove_all",
    int fieldActionRemoveAll( U32, U32 ) override { return 0; } )
+SHIM_BREACH( actionPortsReplace, "bcm_field_action_ports_add",
+   int fieldActionPortsAdd( U32 unit, U32 entry, int action, const PortBitmap& ports ) override
+   {
+      return next().fieldActionPortsAdd( unit, entry, action, all |= ports ); // those of the call before, too
+   }
+   PortBitmap all; )
 SHIM_BREACH( fieldLockPairs, "bcm_field_lock( unit 0 )", int fieldLock( U32 ) override { return 0; } )
 SHIM_BREACH( controlsAccepted, "L3EgressMode: bcm_switch_control_port_set",
    int switchControlPortSet( U32 unit, int, int control, int value ) override
@@ -125,7 +133,10 @@ SHIM_BREACH( lackIsUnavailable, "MplsLabelMissToCpu",
                 ? -4 : next().switchControlSet( unit, control, value );
    } )
 SHIM_BREACH( portControlsAccepted, "bcm_port_control_set( unit 4",
-   int portControlSet( U32 unit, int, int, int ) override { return unit == 4 ? -18 : 0; } )
+   int portControlSet( U32 unit, int port, int control, int value ) override
+   {
+      return next().portControlSet( unit, unit == 4 ? 3 : port, control, value ); // always the same port's
+   } )
 SHIM_BREACH( vlanExistsAgrees, "vlanExists( unit 0, 4094 )",
    bool vlanExists( U32, U16 ) const override { return true; } )
 SHIM_BREACH( vlanFlagsWritten, "bcm_vlan_control_vlan_set( unit 0, 1, flags",
@@ -133,9 +144,8 @@ SHIM_BREACH( vlanFlagsWritten, "bcm_vlan_control_vlan_set( unit 0, 1, flags",
 SHIM_BREACH( vlanCpuPort, "bcm_vlan_port_remove",
    int vlanPortRemove( U32 unit, U16 vlan, const PortBitmap& ports ) override
    {
-      return next().vlanPortRemove( unit, vlan, ports ) == 0 && asked++ == 0 ? 0 : -7; // a member once
-   }
-   int asked = 0; )
+      return next().vlanExists( unit, vlan ) && !ports.empty() ? 0 : -7; // checks, and removes nothing
+   } )
 SHIM_BREACH( vlanForeignKept, "bcm_vlan_control_vlan_set",
    int vlanControlSet( U32 unit, U16 vlan, const VlanControl& control ) override
    {
@@ -275,6 +285,23 @@ MANAGER_BREACH( reinstallKeepsEnableState, "reinstallEntry",
    int reinstallEntry( U32 unit, U32 id ) override { return next().installEntry( unit, id ); } )
 MANAGER_BREACH( enableSucceeds, "enableEntry, off",
    int enableEntry( U32, U32, bool, int ) override { return 0; } )
+MANAGER_BREACH( hitsSurviveInstall, "installEntry",
+   int installEntry( U32 unit, U32 id ) override
+   {
+      forgotten[ { unit, id } ] = next().hitsForEntry( unit, id ); // a new entry of hardware counts anew
+      return next().installEntry( unit, id );
+   }
+   U64 hitsForEntry( U32 unit, U32 id ) const override
+   {
+      const auto at = forgotten.find( { unit, id } );
+      return next().hitsForEntry( unit, id ) - ( at == forgotten.end() ? 0 : at->second );
+   }
+   void releaseEntry( U32 unit, U32 id ) override
+   {
+      forgotten.erase( { unit, id } );
+      next().releaseEntry( unit, id );
+   }
+   std::map<std::pair<U32, U32>, U64> forgotten; )
 MANAGER_BREACH( removeKeepsDefinition, "installEntry",
    void removeEntry( U32 unit, U32 id ) override { next().releaseEntry( unit, id ); } )
 MANAGER_BREACH( releaseForgets, "releaseEntry", void releaseEntry( U32, U32 ) override {} )
@@ -286,6 +313,17 @@ MANAGER_BREACH( absentIsHarmless, "getEntry",
    } )
 MANAGER_BREACH( portSetsAccepted, "addInPortsForEntry",
    int addInPortsForEntry( U32, U32, const PortBitmap&, const PortBitmap& ) override { return -16; } )
+MANAGER_BREACH( portSetsReplace, "addInPortsForEntry",
+   int addInPortsForEntry( U32 unit, U32 id, const PortBitmap& ports, const PortBitmap& mask ) override
+   {
+      return next().addInPortsForEntry( unit, id, sets[ { unit, id } ] |= ports, mask );
+   }
+   void releaseEntry( U32 unit, U32 id ) override
+   {
+      sets.erase( { unit, id } );
+      next().releaseEntry( unit, id );
+   }
+   std::map<std::pair<U32, U32>, PortBitmap> sets; )
 // clang-format on
 
 /// Refuses what a claim has already, as SDKs like to.
@@ -332,6 +370,47 @@ TEST( ShimBreach, WhatIsGivenTwiceMustReplace )
       testing::ElementsAre( "repeatedActionReplaces", "repeatedQualifierReplaces" ) )
       << report.text( false );
    expectBroken( report, "repeatedActionReplaces", "bcm_field_action_add( unit 4" );
+}
+
+TEST( ShimBreach, RemovingTheActionsMayNotReachHardwareAtOnce )
+{
+   struct Faulty : ForwardingShim
+   {
+      explicit Faulty( Sim::SimSwitch& itsHardware )
+         : ForwardingShim( itsHardware.shim() ),
+           hardware( itsHardware )
+      {}
+      int fieldActionRemoveAll( U32 unit, U32 entry ) override
+      {
+         hardware.chip( unit ).groupOf( entry )->remove( entry );
+         return next().fieldActionRemoveAll( unit, entry );
+      }
+      Sim::SimSwitch& hardware;
+   };
+   Switch it;
+   Faulty shim( it.hardware );
+   it.shimIs( &shim );
+   const Report report = examine( it.port );
+   expectBroken( report, "removeAllKeepsHardware", "bcm_field_action_remove_all" );
+   EXPECT_EQ( brokenPromises( report ).size(), 1u ) << report.text( false );
+}
+
+TEST( ShimBreach, ManyBrokenPromisesOfOneCauseNameIt )
+{
+   struct Faulty : ForwardingShim
+   {
+      using ForwardingShim::ForwardingShim;
+      // Does not find what the manager claimed.
+      int fieldActionAdd( U32, U32, int, U32, U32 ) override { return -7; }
+   };
+   const Report report = examineShim<Faulty>();
+   EXPECT_GE( brokenPromises( report ).size(), 10u );
+   ASSERT_EQ( report.roots().size(), 1u ) << report.text( false );
+   EXPECT_EQ( report.roots().front().promise, Promise::actionsAccepted );
+   EXPECT_THAT(
+      report.text(), testing::HasSubstr( "\nlikely root: actionsAccepted, on which " +
+                                         std::to_string( brokenPromises( report ).size() - 1 ) +
+                                         " of the other broken promises rest\n" ) );
 }
 
 TEST( ShimBreach, WhatCanBeWrittenMustBeReadable )

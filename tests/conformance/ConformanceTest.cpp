@@ -75,6 +75,57 @@ TEST( ConformanceTest, TriesEveryPromiseThatTheProfilesHaveBetweenThem )
    EXPECT_THAT( untried, IsEmpty() );
 }
 
+TEST( ConformanceTest, WithoutHooksReturnCodesAloneKeepNoPromise )
+{
+   /// Accepts everything and does nothing of it.
+   struct Lazy : ForwardingManager
+   {
+      using ForwardingManager::ForwardingManager;
+      int installEntry( U32, U32 ) override { return 0; }
+      int reinstallEntry( U32, U32 ) override { return 0; }
+      int enableEntry( U32, U32, bool, int ) override { return 0; }
+      void removeEntry( U32, U32 ) override {}
+   };
+   Switch it;
+   it.port.provoke = false;
+   it.port.ranges.resize( 1 );
+   it.port.ranges.front().manager = Vormel::make<Lazy>( it.port.ranges.front().manager );
+   it.port.installedEntry = nullptr;
+   it.port.hitEntry = nullptr;
+   it.port.fieldLocked = nullptr;
+   it.port.switchControlValue = nullptr;
+   it.port.portControlValue = nullptr;
+   it.port.vlanMembers = nullptr;
+   const Report report = examine( it.port );
+   EXPECT_TRUE( report.conforms() ) << report.text( false );
+   for( const Promise promise :
+      { Promise::installWrites, Promise::installEnables, Promise::reinstallKeepsEnableState,
+         Promise::enableSucceeds, Promise::hitsSurviveInstall, Promise::removeKeepsDefinition,
+         Promise::releaseForgets, Promise::portSetsReplace, Promise::reclaimKeepsActions,
+         Promise::repeatedActionReplaces, Promise::removeAllEmpties, Promise::fieldLockPairs,
+         Promise::controlsAccepted, Promise::portControlsAccepted, Promise::vlanCpuPort } ) {
+      EXPECT_EQ( report.verdict( promise ), Verdict::notTried ) << promiseName( promise );
+      EXPECT_THAT( report.whyNotTried( promise ), HasSubstr( "needs the hook" ) )
+         << promiseName( promise );
+   }
+   EXPECT_EQ( report.verdict( Promise::installSucceeds ), Verdict::kept );
+}
+
+TEST( ConformanceTest, ARecordWithNothingForeignDoesNotShowThatItIsKept )
+{
+   Switch it;
+   for( const U32 unit : { 0u, 4u } ) {
+      Sim::ChipVlan& vlan = *it.hardware.chip( unit ).vlan( 1 );
+      vlan.otherFlags = 0;
+      vlan.rest = {};
+   }
+   const Report report = examine( it.port );
+   EXPECT_TRUE( report.conforms() ) << report.text( false );
+   EXPECT_EQ( report.verdict( Promise::vlanForeignKept ), Verdict::notTried );
+   EXPECT_THAT(
+      report.text(), HasSubstr( "(the record of VLAN 1 on unit 4 has nothing foreign)" ) );
+}
+
 TEST( ConformanceTest, SaysWhoBreaksWhatByWhichCall )
 {
    struct Faulty : ForwardingManager
