@@ -45,6 +45,7 @@ tells() {
       return 1
    }
    diff -u "$dir/agent/expected.txt" "$1/story.txt"
+   "$1/bring-up"
    "$1/examine"
 }
 cp -r "$prefix/share/doc/strata-l3/examples/agent" "$dir/agent"

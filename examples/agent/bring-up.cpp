@@ -1,0 +1,83 @@
+// A whole agent in one main: brings the slice up on the tiny chip, switches routing on, makes an interface routed.
+// The porting guide explains the steps.
+#include "TinyEntryManager.h"
+
+#include "platform/runtime/Activity.h"
+#include "platform/runtime/Clock.h"
+#include "platform/state/AgentConfig.h"
+#include "platform/state/Interfaces.h"
+#include "routing/L3PeerMacArpRedirectSm.h"
+#include "routing/RoutingStatusHelper.h"
+#include "routing/RoutingStatusSm.h"
+
+#include <iostream>
+#include <memory>
+
+namespace Tiny {
+VORMEL_ENTITY_TYPE( EntryManager, TINY_ENTRY_MANAGER_ATTRIBUTES )
+}
+
+using namespace Strata;
+using Vormel::make;
+
+int main()
+{
+   // 1. Once per process: the shim, the activity lock on the reactor thread, the clock that timers run on.
+   Tiny::Chip chip;
+   Tiny::Shim shim( chip );
+   sdkShimIs( &shim );
+   const Vormel::LockAnchor lock( Vormel::activityLock() );
+   const auto clock = std::make_shared<Vormel::RealClock>();
+   Vormel::activityManager().clockIs( clock );
+
+   // 2. Inputs. An interface's logical port number comes before its port, and both before its forwarding model.
+   const auto scsd = Tiny::sharedData( shim ); // chip attributes and unit table
+   const auto interfaces = make<Interface::EthIntfStatusDir>();
+   const auto addInterface = [ & ]( IntfId intf, U32 port ) {
+      scsd->intfToLogicalPortIs( intf, port );
+      scsd->strataIntfToPortIs( intf, StrataPort( 0, static_cast<int>( port ), port ) );
+      const auto status = make<Interface::EthIntfStatus>( intf );
+      interfaces->intfStatusIs( intf, status );
+      status->forwardingModelIs( Interface::ForwardingModel::bridged );
+   };
+   for( U32 port = 1; port <= 3; ++port )
+      addInterface( IntfId::ethernet( port ), port );
+   const auto mlagStatus = make<Mlag::Status>();
+   const auto mlagHwStatus = make<Mlag::Hardware::Status>();
+
+   // 3. The helper, then the two inputs that its constructor does not take, then the chip.
+   const Tiny::Log silent;
+   const auto helper = make<RoutingStatusHelper>( "routing", scsd, /* tcamGroupManager */ nullptr,
+      /* strataPbrInfo */ nullptr, /* fabricMode */ false, mlagStatus, mlagHwStatus,
+      /* recircStatus */ nullptr, interfaces, /* intfVlanIdTable */ nullptr,
+      /* strataUrpfCommonData */ nullptr, /* virtualPortStatus */ nullptr,
+      /* portSwTablePtr */ nullptr );
+   helper->tcamManagerIs( make<Tiny::EntryManager>( chip, silent ) );
+   helper->l2McastTableAllocationIs( make<L2McastTableAllocationEnt>() );
+   helper->init( true, true );
+   helper->l3Init( true );
+
+   // 4. The reactors. They follow the inputs from here on; ports that were there before are handled once.
+   const auto reactor = RoutingStatusSmIs( scsd, /* features */ nullptr, make<StrataMiscConfig>(),
+      helper, /* strataPbrInfo */ nullptr, interfaces, /* bastleSourceIpLookupConfig */ nullptr,
+      /* hwStatus */ nullptr, /* nexthopStatusDir */ nullptr );
+   reactor->handleStrataIntfToPort();
+   const auto redirect = l3PeerMacArpRedirectSmFactory( scsd, mlagStatus, mlagHwStatus, helper );
+
+   // 5. Configuration: the router's MAC, its my-station entry, routing on.
+   helper->routerMacAddrIs( EthAddr::fromNumber( 0x0200a1000001 ) );
+   helper->handleTcamEntryL2ToCpu();
+   helper->addMyStationTcamEntry( 0, 1, helper->routerMacAddr(), false, 0, false, true, true );
+   helper->routerMacIndexIs( 1 );
+   helper->handleRouting( true, true );
+
+   // 6. Events: whatever changes an input drives the slice.
+   addInterface( IntfId::ethernet( 4 ), 4 );
+   interfaces->intfStatus( IntfId::ethernet( 2 ) )
+      ->forwardingModelIs( Interface::ForwardingModel::routed );
+   std::cout << "routed floods reach ports " << helper->vlanFloodPbmp() << '\n';
+
+   // 7. The agent's loop: events with the lock held, the lock given away while it waits, timers when they are due.
+   clock->runDue();
+   return helper->vlanFloodPbmp() == *PortBitmap::parse( "1,3-4" ) ? 0 : 1;
+}
