@@ -8,14 +8,15 @@
 
 namespace Strata::Sim {
 
-Chip::Chip( U32 unit, const ChipProfile& profile, U32 frontPanelPorts )
+Chip::Chip( U32 unit, const ChipProfile& profile, U32 frontPanelPorts, U32 firstLogicalPort )
    : resolvesHigigTrunksAsLag( profile.resolvesHigigTrunksAsLag ),
      unit_( unit ),
      profile_( profile ),
+     firstLogicalPort_( firstLogicalPort ),
      myStation_( profile.myStationEntries )
 {
-   for( U32 port = 1; port <= frontPanelPorts; ++port )
-      frontPanel_.add( port );
+   for( U32 port = 0; port < frontPanelPorts; ++port )
+      frontPanel_.add( firstLogicalPort + port );
    active_ = ports_ = frontPanel_;
    const SpecialPorts& special = profile.specialPorts;
    ports_.add( static_cast<U32>( special.cpu ) );
@@ -29,22 +30,48 @@ Chip::Chip( U32 unit, const ChipProfile& profile, U32 frontPanelPorts )
    vlanIs( 1 );
 }
 
-bool Chip::hasPort( int port ) const
+std::optional<U32> Chip::logicalPort( int sdkPort ) const
 {
-   return port >= 0 && static_cast<U32>( port ) < PortBitmap::size &&
-          ports_.contains( static_cast<U32>( port ) );
+   if( sdkPort < 0 || sdkPort >= static_cast<int>( PortBitmap::size ) )
+      return std::nullopt;
+   const U32 port = static_cast<U32>( sdkPort );
+   const U32 ofPanel = firstLogicalPort_ + port - 1;
+   if( port >= 1 && ofPanel < PortBitmap::size && frontPanel_.contains( ofPanel ) )
+      return ofPanel;
+   const bool internal = ports_.contains( port ) && !frontPanel_.contains( port );
+   return internal ? std::optional( port ) : std::nullopt;
 }
 
-void Chip::portActiveIs( int port, bool active )
+U32 Chip::sdkPort( U32 logicalPort ) const
 {
-   if( !hasPort( port ) || !frontPanel_.contains( static_cast<U32>( port ) ) )
+   return frontPanel_.contains( logicalPort ) ? logicalPort - firstLogicalPort_ + 1 : logicalPort;
+}
+
+PortBitmap Chip::sdkPorts() const
+{
+   PortBitmap numbers;
+   for( const U32 port : ports_ )
+      numbers.add( sdkPort( port ) );
+   return numbers;
+}
+
+void Chip::portActiveIs( int sdkPort, bool active )
+{
+   const auto port = logicalPort( sdkPort );
+   if( !port || !frontPanel_.contains( *port ) )
       throw Vormel::ValueError( "the front-panel ports of unit " + std::to_string( unit_ ) +
-                                " are " + frontPanel_.toString() + ", not " +
-                                std::to_string( port ) );
+                                " are 1 to " + std::to_string( frontPanel_.count() ) + ", not " +
+                                std::to_string( sdkPort ) );
    if( active )
-      active_.add( static_cast<U32>( port ) );
+      active_.add( *port );
    else
-      active_.remove( static_cast<U32>( port ) );
+      active_.remove( *port );
+}
+
+const Cause* Chip::cause( const ChipPlace& place ) const
+{
+   const auto at = causes_.find( place );
+   return at == causes_.end() ? nullptr : &at->second;
 }
 
 SdkCode Chip::controlIs( SwitchControl control, int value )

@@ -34,21 +34,29 @@ struct ChipVlan
 class Chip
 {
  public:
-   Chip( U32 unit, const ChipProfile& profile, U32 frontPanelPorts );
+   /// The front panel's first port has the logical number `firstLogicalPort`.
+   Chip( U32 unit, const ChipProfile& profile, U32 frontPanelPorts, U32 firstLogicalPort = 1 );
    Chip( const Chip& ) = delete;
    Chip& operator=( const Chip& ) = delete;
 
    U32 unit() const { return unit_; }
    const ChipProfile& profile() const { return profile_; }
 
-   // Ports.
+   // Ports. Sets of them are by logical number, which for the front panel is unique in the switch; operations
+   // on one port take the SDK's number, from 1 on each unit. Internal ports have the same number in both.
    const PortBitmap& frontPanelPorts() const { return frontPanel_; }
    /// Front panel, CPU, loopback and recirculation.
    const PortBitmap& ports() const { return ports_; }
-   bool hasPort( int port ) const;
+   /// The same by the SDK's numbers.
+   PortBitmap sdkPorts() const;
+   bool hasPort( int sdkPort ) const { return logicalPort( sdkPort ).has_value(); }
+   /// None for a port that the chip does not have.
+   std::optional<U32> logicalPort( int sdkPort ) const;
+   /// Of a port that the chip has.
+   U32 sdkPort( U32 logicalPort ) const;
    /// The front-panel ports that are up; all of them at first. What the unit record tells.
    const PortBitmap& activePorts() const { return active_; }
-   void portActiveIs( int port, bool active );
+   void portActiveIs( int sdkPort, bool active );
 
    // Properties that differ between units of one kind.
    bool trapsTtlExceptions = false;
@@ -92,6 +100,11 @@ class Chip
    SdkCode ipOptionsProfileDestroy( int profile );
    const std::map<int, IpOptionAction>& ipOptionsProfiles() const { return ipOptionsProfiles_; }
 
+   // Who wrote what.
+   void causeIs( const ChipPlace& place, Cause cause ) { causes_[ place ] = std::move( cause ); }
+   /// Null when nobody has written it since the chip was made.
+   const Cause* cause( const ChipPlace& place ) const;
+
    // The Field Processor.
    bool fieldLocked = false;
    std::vector<FieldGroup>& groups() { return groups_; }
@@ -107,6 +120,7 @@ class Chip
  private:
    U32 unit_;
    const ChipProfile& profile_;
+   U32 firstLogicalPort_;
    PortBitmap frontPanel_;
    PortBitmap ports_;
    PortBitmap active_;
@@ -117,6 +131,7 @@ class Chip
    MyStationTable myStation_;
    std::map<U16, ChipVlan> vlans_;
    std::map<int, IpOptionAction> ipOptionsProfiles_;
+   std::map<ChipPlace, Cause> causes_;
    std::vector<FieldGroup> groups_;
 };
 

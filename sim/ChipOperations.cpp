@@ -14,12 +14,26 @@ SdkCode ChipOperations::unknown( SdkOperation operation, U32 unit, std::string_v
    return SdkCode::Param;
 }
 
+SdkCode ChipOperations::written( U32 unit, const ChipPlace& place, SdkCode code )
+{
+   if( code == SdkCode::None )
+      chip( unit ).causeIs( place, hardware_.causeOfCall() );
+   return code;
+}
+
+template<class Role>
+static U32 number( Role role )
+{
+   return static_cast<U32>( role );
+}
+
 SdkCode ChipOperations::switchControlSet( U32 unit, int control, int value )
 {
    const auto role = hardware_.numbers.switchControl.find( control );
    if( !role )
       return unknown( SdkOperation::switchControlSet, unit, "control" );
-   return chip( unit ).controlIs( *role, value );
+   return written(
+      unit, { ChipPlace::Kind::control, number( *role ) }, chip( unit ).controlIs( *role, value ) );
 }
 
 SdkCode ChipOperations::switchControlPortSet( U32 unit, int port, int control, int value )
@@ -28,8 +42,10 @@ SdkCode ChipOperations::switchControlPortSet( U32 unit, int port, int control, i
    if( !role )
       return unknown( SdkOperation::switchControlPortSet, unit, "control" );
    if( port == hardware_.numbers.chipWidePort )
-      return chip( unit ).controlIs( *role, value );
-   return chip( unit ).controlIs( port, *role, value );
+      return written( unit, { ChipPlace::Kind::control, number( *role ) },
+         chip( unit ).controlIs( *role, value ) );
+   return written( unit, { ChipPlace::Kind::portSwitchControl, number( *role ), port },
+      chip( unit ).controlIs( port, *role, value ) );
 }
 
 SdkCode ChipOperations::portControlSet( U32 unit, int port, int control, int value )
@@ -37,7 +53,8 @@ SdkCode ChipOperations::portControlSet( U32 unit, int port, int control, int val
    const auto role = hardware_.numbers.portControl.find( control );
    if( !role )
       return unknown( SdkOperation::portControlSet, unit, "control" );
-   return chip( unit ).portControlIs( port, *role, value );
+   return written( unit, { ChipPlace::Kind::portControl, number( *role ), port },
+      chip( unit ).portControlIs( port, *role, value ) );
 }
 
 SdkCode ChipOperations::vlanControlGet( U32 unit, U16 vlanId, VlanControl* control )
@@ -59,7 +76,7 @@ SdkCode ChipOperations::vlanControlSet( U32 unit, U16 vlanId, const VlanControl&
    vlan->flags = flags.flags;
    vlan->otherFlags = flags.otherFlags;
    vlan->rest = control.rest;
-   return SdkCode::None;
+   return written( unit, { ChipPlace::Kind::vlanFlags, vlanId }, SdkCode::None );
 }
 
 SdkCode ChipOperations::vlanPortAdd(
@@ -116,6 +133,12 @@ SdkCode ChipOperations::accessRegister( SdkOperation operation, U32 unit, int re
    return SdkCode::None;
 }
 
+SdkCode ChipOperations::writeRegister( U32 unit, Register reg, U64 value )
+{
+   chip( unit ).registerIs( reg, value );
+   return written( unit, { ChipPlace::Kind::registers, number( reg ) }, SdkCode::None );
+}
+
 static constexpr Register registers32[] = { Register::CpuControlM, Register::IngMiscConfig };
 static constexpr Register registers64[] = { Register::IngConfig64 };
 
@@ -129,7 +152,7 @@ SdkCode ChipOperations::register32Get( U32 unit, int reg, int port, int index, U
 SdkCode ChipOperations::register32Set( U32 unit, int reg, int port, int index, U32 value )
 {
    return accessRegister( SdkOperation::register32Set, unit, reg, port, index, registers32,
-      [ = ]( Chip& chip, Register role ) { chip.registerIs( role, value ); } );
+      [ this, unit, value ]( Chip&, Register role ) { writeRegister( unit, role, value ); } );
 }
 
 SdkCode ChipOperations::register64Get( U32 unit, int reg, int port, int index, U64* value )
@@ -141,7 +164,7 @@ SdkCode ChipOperations::register64Get( U32 unit, int reg, int port, int index, U
 SdkCode ChipOperations::register64Set( U32 unit, int reg, int port, int index, U64 value )
 {
    return accessRegister( SdkOperation::register64Set, unit, reg, port, index, registers64,
-      [ = ]( Chip& chip, Register role ) { chip.registerIs( role, value ); } );
+      [ this, unit, value ]( Chip&, Register role ) { writeRegister( unit, role, value ); } );
 }
 
 SdkCode ChipOperations::ingMiscConfigRead( U32 unit, U32* value )
@@ -152,8 +175,7 @@ SdkCode ChipOperations::ingMiscConfigRead( U32 unit, U32* value )
 
 SdkCode ChipOperations::ingMiscConfigWrite( U32 unit, U32 value )
 {
-   chip( unit ).registerIs( Register::IngMiscConfig, value );
-   return SdkCode::None;
+   return writeRegister( unit, Register::IngMiscConfig, value );
 }
 
 bool ChipOperations::isMyStation( SdkOperation operation, U32 unit, int memory, int block )
@@ -181,7 +203,8 @@ SdkCode ChipOperations::memoryWrite(
 {
    if( !isMyStation( SdkOperation::memoryWrite, unit, memory, block ) )
       return SdkCode::Param;
-   return chip( unit ).myStation().write( index, *entry );
+   return written( unit, { ChipPlace::Kind::myStation, index },
+      chip( unit ).myStation().write( index, *entry ) );
 }
 
 } // namespace Strata::Sim

@@ -33,6 +33,9 @@ class ChipOperations
    using RegisterAccess = std::function<void( Chip&, Register )>;
    SdkCode accessRegister( SdkOperation operation, U32 unit, int reg, int port, int index,
       std::span<const Register> allowed, const RegisterAccess& access );
+   /// What a call that came to this has written there has its cause.
+   SdkCode written( U32 unit, const ChipPlace& place, SdkCode code );
+   SdkCode writeRegister( U32 unit, Register reg, U64 value );
    bool isMyStation( SdkOperation operation, U32 unit, int memory, int block );
    /// A breach: the SDK has no such number. Returns the code for it.
    SdkCode unknown( SdkOperation operation, U32 unit, std::string_view what );

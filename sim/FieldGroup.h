@@ -5,6 +5,7 @@
 
 #include "platform/runtime/Types.h"
 #include "platform/tcam/TcamEntryManager.h"
+#include "sim/Cause.h"
 #include "sim/ChipProfile.h"
 #include "sim/FieldRule.h"
 #include "sim/SdkCodes.h"
@@ -16,14 +17,6 @@
 
 namespace Strata::Sim {
 
-/// What put an entry into hardware, as whoever drives the switch has it.
-struct FieldEntryCause
-{
-   std::string text; // "call init true true"
-   U64 since = 0;    // the transcript's last record before that
-   U64 record = 0;   // of the installation
-};
-
 struct FieldEntry
 {
    std::string name;
@@ -32,9 +25,14 @@ struct FieldEntry
    std::optional<FieldRule> hardware; // what packets meet
    bool enabled = true;
    bool holdsRoom = true;
-   bool qualifierRefused = false; // since the claim, for a feature that the chip lacks
-   U64 hits = 0;                  // since the first claim
-   FieldEntryCause cause;         // of what is in hardware
+   bool qualifierRefused = false;  // since the claim, for a feature that the chip lacks
+   U64 hits = 0;                   // since the first claim
+   Cause cause;                    // of what is in hardware
+   std::optional<bool> switchedTo; // by enableEntry, which made it so last
+   Cause switchCause;
+
+   /// Who enabled or disabled it, where the installation did not leave it so.
+   const Cause* enableCause() const { return switchedTo == enabled ? &switchCause : nullptr; }
 
    bool installed() const { return hardware.has_value(); }
    /// Packets can meet it.

@@ -16,7 +16,10 @@ struct Hardware
    Critic& critic;
    Faults& faults;
    Transcript& transcript;
-   const FieldEntryCause& cause; // of what happens now
+   const Cause& cause; // of what happens now
+
+   /// The same for the call that is about to be recorded.
+   Cause causeOfCall() const { return { cause.text, cause.since, transcript.lastNumber() + 1 }; }
 };
 
 } // namespace Strata::Sim

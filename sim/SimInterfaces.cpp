@@ -35,21 +35,20 @@ void SimSwitch::checkInterface( IntfId intf, U32 unit, int port )
                         ", not " + std::to_string( port ) );
    chip( unit ); // ValueError for an unknown one
    for( const auto& mapped : scsd_->strataIntfToPort() )
-      if( mapped.value.unit() == unit && mapped.value.logicalPort() == static_cast<U32>( port ) &&
-          mapped.key != intf )
+      if( mapped.value.unit() == unit && mapped.value.sdkPort() == port && mapped.key != intf )
          throw ValueError( Vormel::format(
             "port %d of unit %d is %s; take that away first, as in 'no interface %s'", port, unit,
             mapped.key.toString(), mapped.key.toString() ) );
 }
 
-void SimSwitch::addInterface(
-   IntfId intf, U32 unit, int port, std::optional<ForwardingModel> model )
+void SimSwitch::addInterface( IntfId intf, U32 unit, int port, std::optional<ForwardingModel> model,
+   std::optional<U32> logicalPort )
 {
    checkInterface( intf, unit, port );
    const Ref<EthIntfStatus> status = intfStatus( intf );
-   const U32 logicalPort = static_cast<U32>( port );
-   scsd_->intfToLogicalPortIs( intf, logicalPort );
-   scsd_->strataIntfToPortIs( intf, StrataPort( unit, port, logicalPort ) );
+   const U32 logical = logicalPort.value_or( *chip( unit ).logicalPort( port ) );
+   scsd_->intfToLogicalPortIs( intf, logical );
+   scsd_->strataIntfToPortIs( intf, StrataPort( unit, port, logical ) );
    // Last, for a port that appears is flooded to, whatever its model was before.
    if( model )
       status->forwardingModelIs( *model );
@@ -87,7 +86,7 @@ void SimSwitch::takeOutOfLag( IntfId lag, IntfId member )
    scsd_->lagOfMemberDel( member );
 }
 
-void SimSwitch::lagIs( IntfId lag, const std::vector<IntfId>& members )
+void SimSwitch::checkLag( IntfId lag, const std::vector<IntfId>& members ) const
 {
    if( !lag.isPortChannel() )
       throw ValueError( lag.toString() + " is no LAG: LAGs are Port-Channel interfaces" );
@@ -101,6 +100,11 @@ void SimSwitch::lagIs( IntfId lag, const std::vector<IntfId>& members )
             member.toString(), member.toString() ) );
       else if( std::ranges::count( members, member ) > 1 )
          throw ValueError( member.toString() + " stands there twice" );
+}
+
+void SimSwitch::lagIs( IntfId lag, const std::vector<IntfId>& members )
+{
+   checkLag( lag, members );
    intfStatus( lag );
    const IntfIdList before = scsd_->lagMembers( lag );
    for( const IntfId member : members )

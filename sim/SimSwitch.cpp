@@ -84,6 +84,28 @@ static std::vector<U32> checkedUnits( std::vector<U32> units )
    return units;
 }
 
+/// The logical numbers of the units' first front-panel ports: they go on from unit to unit, and leave those of
+/// internal ports out. Where a switch has more ports than there are numbers, the units share them.
+static std::vector<U32> firstLogicalPorts(
+   const ChipProfile& profile, std::size_t units, U32 portsPerUnit )
+{
+   constexpr U32 noLogicalPort = PortBitmap::size - 1; // what an interface without one is taken for
+   std::vector<U32> firsts;
+   U32 next = 1;
+   for( std::size_t i = 0; i < units; ++i ) {
+      for( const auto& internal :
+         { profile.specialPorts.loopback, profile.specialPorts.recirculation } )
+         if( internal && next <= static_cast<U32>( *internal ) &&
+             static_cast<U32>( *internal ) < next + portsPerUnit )
+            next = static_cast<U32>( *internal ) + 1;
+      if( next + portsPerUnit > noLogicalPort )
+         return std::vector<U32>( units, 1 );
+      firsts.push_back( next );
+      next += portsPerUnit;
+   }
+   return firsts;
+}
+
 /// Another one in every process.
 static U64 processSeed()
 {
@@ -107,8 +129,9 @@ SimSwitch::SimSwitch( const SimSwitchConfig& config )
 {
    if( sdkShim() )
       throw Vormel::Error( "this process has an SDK shim already: one switch at a time" );
-   for( const U32 unit : units_ )
-      chips_.try_emplace( unit, unit, profile_, ports_ );
+   const std::vector<U32> firstPorts = firstLogicalPorts( profile_, units_.size(), ports_ );
+   for( std::size_t i = 0; i < units_.size(); ++i )
+      chips_.try_emplace( units_[ i ], units_[ i ], profile_, ports_, firstPorts[ i ] );
    makeManagers();
    makeObjects();
    if( config.record ) {
@@ -229,6 +252,11 @@ std::vector<std::string_view> SimSwitch::objectNames()
    for( const ObjectName& known : objects )
       names.push_back( known.name );
    return names;
+}
+
+bool SimSwitch::isInput( std::string_view objectName )
+{
+   return objectName != "helper" && objectName != "hwStatus" && objectName != "urpf";
 }
 
 Ref<Entity> SimSwitch::object( std::string_view name ) const

@@ -60,11 +60,15 @@ class SimSwitch
    U64 seed() const { return seed_; }
 
    Transcript& transcript() { return transcript_; }
-   /// What happens from now on happens because of this; entries that are installed remember it.
+   /// What happens from now on happens because of this; what is written remembers it.
    void causeIs( std::string cause )
    {
       cause_ = { std::move( cause ), transcript_.lastNumber(), 0 };
    }
+   /// What happens now has changed this behind the slice's back.
+   void pokes( U32 unit, const ChipPlace& place ) { chip( unit ).causeIs( place, cause_ ); }
+   /// Whether whoever drives the switch writes the object; the slice reports by the others.
+   static bool isInput( std::string_view objectName );
    Critic& critic() { return critic_; }
    Faults& faults() { return faults_; }
    SimShim& shim() { return shim_; }
@@ -117,14 +121,17 @@ class SimSwitch
    /// ValueError unless the interface can be put there: the port exists and is no other's.
    void checkInterface( Vormel::IntfId intf, U32 unit, int port );
    /// Puts an Ethernet interface on a port: its status (bridged when it is new), its logical port
-   /// number, the port itself, then the model.
+   /// number (the chip's own unless given), the port itself, then the model.
    /// ValueError as for checkInterface().
    void addInterface( Vormel::IntfId intf, U32 unit, int port,
-      std::optional<Interface::ForwardingModel> model = std::nullopt );
+      std::optional<Interface::ForwardingModel> model = std::nullopt,
+      std::optional<U32> logicalPort = std::nullopt );
    /// Takes it away in the reverse order, and out of its LAG first.
    void removeInterface( Vormel::IntfId intf );
+   /// ValueError for what cannot be a LAG, or not with these members.
+   void checkLag( Vormel::IntfId lag, const std::vector<Vormel::IntfId>& members ) const;
    /// Makes the LAG, if it is new, with just these members, in this order; takes them out of other
-   /// LAGs. ValueError for members that do not exist or stand there twice.
+   /// LAGs. ValueError as for checkLag().
    void lagIs( Vormel::IntfId lag, const std::vector<Vormel::IntfId>& members );
    void lagDel( Vormel::IntfId lag );
    /// The status of an interface of any kind, made when it does not exist.
@@ -153,7 +160,7 @@ class SimSwitch
    SdkNumbers numbers_;
    Chips chips_;
    Critic critic_{ chips_, transcript_ };
-   FieldEntryCause cause_;
+   Cause cause_;
    Hardware hardware_{ chips_, numbers_, critic_, faults_, transcript_, cause_ };
    SimShim shim_;
    ObservedShim observed_{ shim_ };

@@ -108,8 +108,7 @@ int SimTcamEntryManager::installed( std::string_view call, U32 unit, U32 entryId
             "the chip refused a qualifier of the entry, so it would match too much", call, unit );
       const SdkCode code = again ? at.reinstall( entryId ) : at.install( entryId );
       if( code == SdkCode::None )
-         entry->cause = {
-            hardware_.cause.text, hardware_.cause.since, hardware_.transcript.lastNumber() + 1 };
+         entry->cause = hardware_.causeOfCall();
       return code;
    } ) );
 }
@@ -152,7 +151,14 @@ int SimTcamEntryManager::enableEntry( U32 unit, U32 entryId, bool enable, int mo
          hardware_.critic.breach( "the SDK has no such number for the mode", call, unit );
          return SdkCode::Param;
       }
-      return at.enable( entryId, enable );
+      const SdkCode code = at.enable( entryId, enable );
+      if( FieldEntry* const entry = at.find( entryId );
+          code == SdkCode::None && entry->switchedTo != enable ) {
+         // What is said again after an installation has its first cause.
+         entry->switchedTo = enable;
+         entry->switchCause = hardware_.causeOfCall();
+      }
+      return code;
    };
    return static_cast<int>( perform( call, unit, entryId, enable ? "enable" : "disable", work ) );
 }

@@ -137,7 +137,7 @@ std::pair<int, std::vector<U32>> Session::takePortAndUnits( Words& words )
    for( const U32 unit : units )
       if( const Sim::Chip& chip = agent_->hardware().chip( unit ); !chip.hasPort( port ) )
          words.failAt( *word, Vormel::format( "unit %d has no port %d; it has %s", unit, port,
-                                 chip.ports().toString() ) );
+                                 chip.sdkPorts().toString() ) );
    return { port, std::move( units ) };
 }
 

@@ -174,6 +174,17 @@ bool Words::accept( std::string_view keyword )
    return true;
 }
 
+bool Words::acceptOnce( std::string_view keyword, Taken& taken )
+{
+   const bool first = !taken.contains( keyword );
+   if( first ? !accept( keyword ) : !peek() || peek()->quoted || peek()->text != keyword )
+      return false;
+   if( !first )
+      failAt( *peek(), "'" + std::string( keyword ) + "' stands there twice" );
+   taken.emplace( keyword );
+   return true;
+}
+
 void Words::expect( std::string_view keyword )
 {
    if( accept( keyword ) )

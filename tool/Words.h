@@ -6,9 +6,11 @@
 #pragma once
 
 #include "platform/runtime/Entity.h" // a Value may hold one
+#include "platform/runtime/Errors.h"
 #include "platform/runtime/Types.h"
 #include "platform/runtime/Value.h"
 
+#include <functional>
 #include <set>
 #include <span>
 #include <stdexcept>
@@ -89,6 +91,9 @@ class Words
 
    /// Takes the next word if it is `keyword`.
    bool accept( std::string_view keyword );
+   using Taken = std::set<std::string, std::less<>>;
+   /// The same for a word that may stand there once; `taken` remembers it.
+   bool acceptOnce( std::string_view keyword, Taken& taken );
    /// Takes a word that must be `keyword`.
    void expect( std::string_view keyword );
    /// Takes a word that must be one of `choices`.
@@ -114,6 +119,16 @@ class Words
    /// About the word taken last.
    [[noreturn]] void fail( const std::string& problem ) const;
    [[noreturn]] void failAt( const Word& word, const std::string& problem ) const;
+   /// What goes wrong in `work` is about this word.
+   template<class Work>
+   decltype( auto ) blaming( const Word& word, Work work ) const
+   {
+      try {
+         return work();
+      } catch( const Vormel::Error& error ) {
+         failAt( word, error.what() );
+      }
+   }
    /// About what is missing at the end of the line.
    [[noreturn]] void failAtEnd( const std::string& problem ) const;
 

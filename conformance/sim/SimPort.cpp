@@ -68,8 +68,8 @@ Port simPort( Sim::SimSwitch& hardware )
    port.missingVlan = 4094;
    port.myStationIndex = 5;
    for( const U32 unit : hardware.units() )
-      for( U32 number = 1; number <= 2; ++number )
-         port.ports.emplace_back( unit, static_cast<int>( number ), number );
+      for( const int number : { 1, 2 } )
+         port.ports.emplace_back( unit, number, *hardware.chip( unit ).logicalPort( number ) );
    port.notFoundCode = static_cast<int>( SdkCode::NotFound );
    port.configCode = static_cast<int>( SdkCode::Config );
    addHooks( port, hardware );

@@ -25,7 +25,7 @@ using Vormel::EthAddr;
 struct PortRef
 {
    U32 unit = 0;
-   U32 port = 0;
+   U32 port = 0; // the chip's logical number
 
    auto operator<=>( const PortRef& ) const = default;
 };

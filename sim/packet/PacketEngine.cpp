@@ -43,10 +43,15 @@ auto PacketEngine::withView( Work work )
    return work( PacketView( hardware.chips(), *hardware.scsd(), tables_, recirc, lookups_ ) );
 }
 
+static bool hasPort( const Chip& chip, U32 port )
+{
+   return port < PortBitmap::size && chip.ports().contains( port );
+}
+
 Verdict PacketEngine::explain( const Arrival& arrival, Explanation* explanation )
 {
    const Chip& chip = hardware_.chip( arrival.port.unit ); // ValueError for an unknown one
-   if( !arrival.higig && !chip.hasPort( static_cast<int>( arrival.port.port ) ) )
+   if( !arrival.higig && !hasPort( chip, arrival.port.port ) )
       throw Vormel::ValueError( format( "unit %d has no port %d; it has %s", arrival.port.unit,
          arrival.port.port, chip.ports().toString() ) );
    return withView( [ & ]( const PacketView& view ) {
@@ -54,7 +59,8 @@ Verdict PacketEngine::explain( const Arrival& arrival, Explanation* explanation 
       for( std::deque<Arrival> next{ arrival }; !next.empty(); next.pop_front() ) {
          if( verdict.passes.size() == maxPasses ) {
             verdict.loops = true;
-            verdict.passes.back().drop = format( "a loop: more than %d passes", maxPasses );
+            verdict.passes.back().drop = verdict.passes.back().dropReason =
+               format( "a loop: more than %d passes", maxPasses );
             break;
          }
          PassExplanation* const about = explanation ? &explanation->passes.emplace_back() : nullptr;
@@ -102,8 +108,11 @@ void PacketEngine::apply( const Arrival& arrival, const Verdict& verdict )
          ++counters_.ports[ departure.port ].out;
       if( pass.cpu )
          ++counters_.cpuQueues[ { pass.cpu->unit, pass.cpu->queue } ];
-      if( !pass.drop.empty() )
-         ++counters_.drops[ pass.drop ];
+      if( !pass.drop.empty() && !pass.cpu ) {
+         DropCounter& drops = counters_.drops[ pass.dropReason ];
+         ++drops.packets;
+         drops.last = pass.drop;
+      }
    }
 }
 

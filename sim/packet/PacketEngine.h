@@ -21,11 +21,17 @@ struct PortCounters
    U64 out = 0;
 };
 
+struct DropCounter
+{
+   U64 packets = 0;
+   std::string last; // the reason of the last one, with its addresses
+};
+
 struct PacketCounters
 {
    std::map<PortRef, PortCounters> ports;
    std::map<std::pair<U32, U32>, U64> cpuQueues; // by unit and queue
-   std::map<std::string, U64> drops;             // by reason
+   std::map<std::string, DropCounter> drops;     // by reason; the CPU got none of them
 };
 
 class PacketEngine

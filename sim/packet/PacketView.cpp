@@ -14,12 +14,21 @@ const FieldLookup& FieldLookups::of( const FieldGroup& group )
    return *lookup;
 }
 
-std::vector<PortRef> portsOf( const StrataCommonSmData& scsd, const IntfIdList& members )
+PortRef portRef( const Chips& chips, const StrataPort& port )
+{
+   const auto chip = chips.find( port.unit() );
+   const auto logical =
+      chip == chips.end() ? std::nullopt : chip->second.logicalPort( port.sdkPort() );
+   return { port.unit(), logical.value_or( port.logicalPort() ) };
+}
+
+std::vector<PortRef> portsOf(
+   const Chips& chips, const StrataCommonSmData& scsd, const IntfIdList& members )
 {
    std::vector<PortRef> ports;
    for( const auto& member : members )
       if( const StrataPort at = scsd.strataIntfToPort( member ) )
-         ports.push_back( { at.unit(), at.logicalPort() } );
+         ports.push_back( portRef( chips, at ) );
    return ports;
 }
 
@@ -29,7 +38,7 @@ const std::vector<Lag>& PacketView::lags() const
       return *lags_;
    lags_.emplace();
    for( const auto& [ name, members ] : scsd_.lagMembers() ) {
-      Lag lag{ name.toString(), portsOf( scsd_, members ) };
+      Lag lag{ name.toString(), portsOf( chips_, scsd_, members ) };
       if( !lag.ports.empty() )
          lags_->push_back( std::move( lag ) );
    }
@@ -85,7 +94,7 @@ const ChipVlan* PacketView::vlan( U32 unit, U16 vlanId ) const
 std::string PacketView::portName( PortRef port ) const
 {
    for( const auto& [ intf, at ] : scsd_.strataIntfToPort() )
-      if( at.unit() == port.unit && at.logicalPort() == port.port )
+      if( at && at.unit() == port.unit && portRef( chips_, at ) == port )
          return intf.toString();
    std::string what;
    if( isCpuPort( port ) )
@@ -94,7 +103,7 @@ std::string PacketView::portName( PortRef port ) const
       what = " (loopback)";
    else if( isInternal( port ) )
       what = " (recirculation)";
-   return format( "port %d of unit %d", port.port, port.unit ) + what;
+   return format( "port %d of unit %d", chip( port.unit ).sdkPort( port.port ), port.unit ) + what;
 }
 
 std::string nextHopText( const PacketView& view, const NextHop& nextHop )

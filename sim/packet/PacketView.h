@@ -26,8 +26,11 @@ class FieldLookups
    std::map<const FieldGroup*, std::unique_ptr<FieldLookup>> known_;
 };
 
+/// Where the chips have it: whatever logical number the agent has given it.
+PortRef portRef( const Chips& chips, const StrataPort& port );
 /// The ports of those that have one, in their order.
-std::vector<PortRef> portsOf( const StrataCommonSmData& scsd, const IntfIdList& members );
+std::vector<PortRef> portsOf(
+   const Chips& chips, const StrataCommonSmData& scsd, const IntfIdList& members );
 
 struct Lag
 {

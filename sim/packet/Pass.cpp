@@ -1,6 +1,13 @@
 #include "sim/packet/Pass.h"
 
+#include "platform/runtime/Format.h"
+#include "sim/RegisterLayout.h"
+
+#include <algorithm>
+
 namespace Strata::Sim {
+
+using Vormel::format;
 
 Pass::Pass( const PacketView& view, const Arrival& arrival, PassExplanation* explanation )
    : view_( view ),
@@ -29,15 +36,75 @@ Pass::Result Pass::run()
       egress();
       learn();
    }
-   result_.verdict.drop =
-      result_.verdict.departures.empty() && result_.again.empty() ? drop_ : std::string();
+   if( result_.verdict.departures.empty() && result_.again.empty() ) {
+      result_.verdict.drop = drop_;
+      result_.verdict.dropReason = dropKind_;
+   }
    return std::move( result_ );
 }
 
-void Pass::drop( const std::string& reason )
+void Pass::drop( const std::string& reason, const std::string& kind )
 {
-   if( drop_.empty() )
-      drop_ = reason;
+   if( !drop_.empty() )
+      return;
+   drop_ = reason;
+   dropKind_ = kind.empty() ? reason : kind;
+}
+
+void Pass::looked( const ChipPlace& place, const std::string& what ) const
+{
+   auto& state = explanation_->state;
+   if( std::ranges::find( state, what, &StateNote::what ) != state.end() )
+      return;
+   const Cause* const cause = chip_.cause( place );
+   state.push_back( { what, cause ? *cause : Cause{} } );
+}
+
+int Pass::control( SwitchControl which ) const
+{
+   const int port = sdkArrivalPort();
+   const int value = chip_.control( port, which );
+   if( explanation_ ) {
+      const bool ofPort = chip_.portSwitchControls().contains( { port, which } );
+      const auto kind = ofPort ? ChipPlace::Kind::portSwitchControl : ChipPlace::Kind::control;
+      looked( { kind, static_cast<U32>( which ), ofPort ? port : 0 },
+         format( "%s%s is %d", roleName( which ),
+            ofPort ? " of port " + std::to_string( port ) : std::string(), value ) );
+   }
+   return value;
+}
+
+int Pass::portControl( PortControl which ) const
+{
+   const int port = sdkArrivalPort();
+   const auto at = chip_.portControls().find( { port, which } );
+   const int value = at == chip_.portControls().end() ? 0 : at->second;
+   if( explanation_ )
+      looked( { ChipPlace::Kind::portControl, static_cast<U32>( which ), port },
+         format( "%s of port %d is %d", roleName( which ), port, value ) );
+   return value;
+}
+
+U64 Pass::registerValue( Register which ) const
+{
+   const U64 value = chip_.registerValue( which );
+   if( explanation_ )
+      looked( { ChipPlace::Kind::registers, static_cast<U32>( which ) },
+         format( "%s is %s", roleName( which ), registerText( which, value ) ) );
+   return value;
+}
+
+bool Pass::hasFlag( const ChipVlan& vlan, U16 vlanId, VlanFlag flag ) const
+{
+   if( explanation_ ) {
+      std::string flags;
+      for( const VlanFlag set : vlan.flags )
+         flags += ( flags.empty() ? "" : ", " ) + std::string( roleName( set ) );
+      looked( { ChipPlace::Kind::vlanFlags, vlanId },
+         format( "VLAN %d has %s", U32{ vlanId },
+            flags.empty() ? std::string( "no routing flag" ) : flags ) );
+   }
+   return vlan.flags.contains( flag );
 }
 
 } // namespace Strata::Sim

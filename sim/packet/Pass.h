@@ -90,8 +90,8 @@ class Pass
    Destination behindNextHop( const NextHop& nextHop );
    std::string whyNotReplicated() const;
    void routeMulticast();
-   bool exception( SwitchControl control, const std::string& reason );
-   void notRouted( const std::string& reason );
+   bool exception( SwitchControl control, const std::string& reason, const std::string& kind = {} );
+   void notRouted( const std::string& reason, const std::string& kind = {} );
    void lookUpSource();
 
    // PassLabel.cpp
@@ -106,9 +106,11 @@ class Pass
    std::optional<U64> ipType() const;
    void ranges( Stage stage );
    void noteRange( const FieldGroup& group, const FieldKey& key, U32 winner );
+   EntryNote noteEntry( U32 id, const FieldEntry& entry, const FieldKey& key ) const;
    void act( const FieldGroup& group, U32 id );
    void act( const FieldActionData& action, const std::string& entry );
-   void redirect( Destination destination );
+   void redirect( Destination destination, const std::string& entry );
+   std::string whyItMisses( const FieldQualifier& wanted ) const;
 
    // PassEgress.cpp
    using Refusals = std::map<std::string, std::string>; // names by reason
@@ -123,18 +125,25 @@ class Pass
    VlanTag tagOf( U16 vlanId ) const { return { vlanId, priority_, dropEligible_ }; }
    EthAddr routerMac( U16 vlanId ) const;
    void copyToCpu();
+   bool isForCpu() const;
+   void noteUnreached();
 
-   int control( SwitchControl which ) const
-   {
-      return chip_.control( static_cast<int>( arrival_.port.port ), which );
-   }
+   int sdkArrivalPort() const { return static_cast<int>( chip_.sdkPort( arrival_.port.port ) ); }
+   // Looking at the chip's state. An explanation tells what was looked at, and who wrote it.
+   int control( SwitchControl which ) const;
+   int portControl( PortControl which ) const;
+   U64 registerValue( Register which ) const;
+   bool hasFlag( const ChipVlan& vlan, U16 vlanId, VlanFlag flag ) const;
+   void looked( const ChipPlace& place, const std::string& what ) const;
+
    const ChipAttributes& attributes() const { return chip_.profile().attributes; }
    const ForwardingTables& tables() const { return view_.tables(); }
    const Headers& headers() const { return frame_.headers(); }
    bool fromCpu() const { return !arrival_.higig && view_.isCpuPort( arrival_.port ); }
    U16 egressVlan() const { return nextHop_ ? nextHop_->vlanId : domain_; }
 
-   void drop( const std::string& reason );
+   /// The first one stands. `kind` is the reason without addresses and the like, where it has such.
+   void drop( const std::string& reason, const std::string& kind = {} );
    void askCpu( const std::string& reason, bool byLookup = true )
    {
       cpuAsks_.push_back( { reason, byLookup } );
@@ -179,10 +188,12 @@ class Pass
 
    Destination destination_;
    std::string drop_;
+   std::string dropKind_;
    std::vector<CpuAsk> cpuAsks_;
    U32 queue_ = 0;
    bool doNotLearn_ = false;
    bool redirected_ = false;
+   std::string refusedRedirect_; // by policy routing or another range
 };
 
 } // namespace Strata::Sim

@@ -40,15 +40,45 @@ void Pass::egress()
       lastRefusal = names + ": " + reason;
       note( "egress", [ & ] { return lastRefusal; } );
    }
+   noteUnreached();
    if( !drop_.empty() || !result_.verdict.departures.empty() || !result_.again.empty() ||
-       ( destination_.cpu && result_.verdict.cpu ) )
+       isForCpu() )
       return;
+   const std::string refused =
+      refusedRedirect_.empty() ? "" : ", and the redirect of " + refusedRedirect_;
    if( destination_.dstPort && refusals.empty() )
-      drop( ( result_.verdict.cpu ? "there is no port at " : "nothing takes it up at " ) +
-            destination_.text );
+      drop( "nothing takes it up at " + destination_.text + refused, "nothing takes it up" );
    else
       drop( destination_.text + ": no port is left" +
-            ( refusals.size() == 1 ? " (" + lastRefusal + ")" : "" ) );
+               ( refusals.size() == 1 ? " (" + lastRefusal + ")" : "" ) + refused,
+         "no port is left" );
+}
+
+/// Its way ends there: as a member, by an entry, or because its next hop is the CPU.
+bool Pass::isForCpu() const
+{
+   if( !result_.verdict.cpu )
+      return false;
+   return destination_.cpu || ( nextHop_ && nextHop_->kind == NextHop::Kind::cpu ) ||
+          std::ranges::any_of( cpuAsks_, []( const CpuAsk& ask ) { return !ask.byLookup; } );
+}
+
+/// Of the VLAN of a routed flood, those that would have taken a copy, and no entry led there.
+void Pass::noteUnreached()
+{
+   if( !explanation_ || !nextHop_ || nextHop_->kind != NextHop::Kind::flood ||
+       !result_.again.empty() )
+      return;
+   std::string names;
+   for( const PortRef port : floodIn( egressVlan(), false ).ports )
+      if( refusal( port, egressVlan() ).empty() &&
+          std::ranges::find( result_.verdict.departures, port, &Departure::port ) ==
+             result_.verdict.departures.end() )
+         add( names, view_.portName( port ) );
+   if( !names.empty() )
+      note( "flood", [ & ] {
+         return format( "of VLAN %d it does not reach %s", U32{ egressVlan() }, names );
+      } );
 }
 
 /// Why the packet must not leave there; empty when it may. Internal ports are outside all of this.
@@ -186,8 +216,8 @@ void Pass::copyToCpu()
    }
    if( copy.reasons.empty() )
       return;
-   const U64 misc = chip_.registerValue( Register::IngMiscConfig );
-   if( fromCpu() && registerField( misc, RegisterField::DoNotCopyFromCpuToCpu ) != 0 ) {
+   if( fromCpu() && registerField( registerValue( Register::IngMiscConfig ),
+                       RegisterField::DoNotCopyFromCpuToCpu ) != 0 ) {
       note(
          "CPU", [] { return std::string( "it sent the packet (DO_NOT_COPY_FROM_CPU_TO_CPUf)" ); } );
       return;

@@ -147,29 +147,84 @@ static U32 weight( const FieldQualifier& qualifier )
              : 1;
 }
 
+/// What keeps the packet from it, in words where the model has some.
+std::string Pass::whyItMisses( const FieldQualifier& wanted ) const
+{
+   const VlanProperties& vlan = tables().vlan( vlanId_ );
+   const std::string vlanName = format( "VLAN %d", U32{ vlanId_ } );
+   // The first of the bits asked for that differs.
+   const auto differs = [ &, compared = valueMask( wanted ) ]( U64 bit, bool has ) {
+      return ( compared.mask & bit ) != 0 && ( ( compared.value & bit ) != 0 ) != has;
+   };
+   switch( wanted.role ) {
+   case Qualifier::Drop:
+      return drop_.empty() ? "nothing has dropped it" : "it is dropped already";
+   case Qualifier::HiGig:
+      return arrival_.higig ? "it came by the stack link" : "it did not come by the stack link";
+   case Qualifier::InterfaceClassL2:
+      if( differs( StrataCommon::classSviConfigured_, vlan.svi ) )
+         return vlanName + ( vlan.svi ? " has an SVI" : " has no SVI" );
+      if( differs( StrataCommon::classDropRoutedTraffic_, vlan.dropRouted ) )
+         return vlanName + ( vlan.dropRouted ? " drops" : " does not drop" ) +
+                " what would be routed";
+      if( differs( StrataCommon::classVxlanVlan_, vlan.vni.has_value() ) )
+         return vlanName + ( vlan.vni ? " is" : " is not" ) + " extended by VXLAN";
+      return {};
+   case Qualifier::L3Routable:
+      return routable_ ? "it is routed" : "it is not routed";
+   case Qualifier::MyStationHit:
+      return headers().dstMac.toString() + ( isRouterMac() ? " is" : " is not" ) + " a router MAC";
+   case Qualifier::SrcClassField:
+      if( differs( StrataCommon::classPbr_, steered_ ) )
+         return steered_ ? "policy routing steers it" : "policy routing does not steer it";
+      if( const bool has = tables().openFlowPorts.contains( arrival_.port );
+          differs( StrataCommon::classOpenFlow_, has ) )
+         return view_.portName( arrival_.port ) + ( has ? " is" : " is not" ) + " OpenFlow's";
+      return {};
+   case Qualifier::TunnelTerminated:
+      return terminated_.empty() ? "it did not come out of a tunnel" : "it came out of a tunnel";
+   case Qualifier::PacketRes:
+      return packetResult_ ? "" : "it goes where no look-up says";
+   case Qualifier::DstMcastGroup:
+      return destination_.group ? "" : "it goes to no multicast group";
+   case Qualifier::DstPort:
+      return destination_.dstPort ? "" : "it goes to no single port";
+   default:
+      return {};
+   }
+}
+
+EntryNote Pass::noteEntry( U32 id, const FieldEntry& entry, const FieldKey& presented ) const
+{
+   EntryNote about;
+   about.id = id;
+   about.name = entry.name;
+   about.rule = ruleText( *entry.hardware );
+   about.cause = entry.cause;
+   if( const Cause* const cause = entry.enableCause() )
+      about.enableCause = *cause;
+   about.enabled = entry.enabled;
+   for( const FieldQualifier& qualifier : entry.hardware->qualifiers ) {
+      if( presented.matches( qualifier ) ) {
+         ++about.fitted;
+         about.bits += weight( qualifier );
+      } else if( about.failed++ == 0 ) {
+         about.wanted = qualifier;
+         about.had = presented.valueText( qualifier.role );
+         about.why = whyItMisses( qualifier );
+      }
+   }
+   return about;
+}
+
 void Pass::noteRange( const FieldGroup& group, const FieldKey& presented, U32 winner )
 {
    RangeNote range{ group.profile().name, {} };
-   for( const auto& [ id, entry ] : group.entries() ) {
-      if( !entry.installed() )
-         continue;
-      EntryNote about;
-      about.id = id;
-      about.name = entry.name;
-      about.won = id == winner;
-      about.rule = ruleText( *entry.hardware );
-      about.cause = entry.cause;
-      for( const FieldQualifier& qualifier : entry.hardware->qualifiers ) {
-         if( presented.matches( qualifier ) )
-            about.fitted += weight( qualifier );
-         else if( about.failed++ == 0 ) {
-            about.wanted = qualifier;
-            about.had = presented.valueText( qualifier.role );
-         }
+   for( const auto& [ id, entry ] : group.entries() )
+      if( entry.installed() ) {
+         range.entries.push_back( noteEntry( id, entry, presented ) );
+         range.entries.back().won = id == winner;
       }
-      about.enabled = entry.enabled;
-      range.entries.push_back( std::move( about ) );
-   }
    if( !range.entries.empty() )
       explanation_->ranges.push_back( std::move( range ) );
 }
@@ -194,11 +249,12 @@ void Pass::act( const FieldGroup& group, U32 id )
 void Pass::act( const FieldActionData& action, const std::string& entry )
 {
    const U32 unit = arrival_.port.unit;
-   // Several ports are a flood, and internal ports are outside all floods; alone, one is meant.
+   // Several ports are a flood, and internal ports are outside all floods; alone, one is meant. The bitmap of a
+   // flood is the switch's, and an entry leads to ports of its own unit.
    const auto withPorts = [ & ]( Destination destination ) {
       const bool flood = action.ports.count() > 1;
       for( const U32 port : action.ports )
-         if( !flood || !view_.isInternal( { unit, port } ) )
+         if( !flood || ( chip_.ports().contains( port ) && !view_.isInternal( { unit, port } ) ) )
             destination.ports.push_back( { unit, port } );
       return destination;
    };
@@ -227,29 +283,32 @@ void Pass::act( const FieldActionData& action, const std::string& entry )
    case FieldAction::HgTrunkCancelLag:
       return; // stack links here are single ones: there is no trunk to resolve
    case FieldAction::RedirectMcast:
-      return redirect( groupMembers( action.parameter0 ) );
+      return redirect( groupMembers( action.parameter0 ), entry );
    case FieldAction::RedirectPbmp: {
       Destination destination;
       destination.text = "ports " + action.ports.toString();
-      return redirect( withPorts( std::move( destination ) ) );
+      return redirect( withPorts( std::move( destination ) ), entry );
    }
-   case FieldAction::RedirectPort:
+   case FieldAction::RedirectPort: {
+      Destination destination;
+      destination.text = format( "mod %d port %d", action.parameter0, action.parameter1 );
       if( const auto other = view_.unitOfModId( action.parameter0 ) )
-         redirect( onePort( { *other, action.parameter1 } ) );
-      else
-         redirect( {} );
-      return;
+         if( const auto port =
+                view_.chip( *other ).logicalPort( static_cast<int>( action.parameter1 ) ) )
+            destination = onePort( { *other, *port } );
+      return redirect( std::move( destination ), entry );
+   }
    }
 }
 
 /// The first redirect stands, and policy routing's comes before all entries.
-void Pass::redirect( Destination destination )
+void Pass::redirect( Destination destination, const std::string& entry )
 {
    if( steered_ || redirected_ ) {
-      note( "entry", [ & ] {
-         return std::string( steered_ ? "policy routing" : "another range" ) +
-                " has redirected it already; that stands";
-      } );
+      refusedRedirect_ = entry +
+                         " is refused: " + ( steered_ ? "policy routing" : "another range" ) +
+                         " has redirected it already";
+      note( "redirect", [ & ] { return "that of " + refusedRedirect_; } );
       return;
    }
    redirected_ = true;

@@ -11,12 +11,12 @@ bool Pass::trapsMpls( SwitchControl which, RegisterField field ) const
 {
    if( chip_.profile().supports( which ) )
       return control( which ) != 0;
-   return registerField( chip_.registerValue( Register::CpuControlM ), field ) != 0;
+   return registerField( registerValue( Register::CpuControlM ), field ) != 0;
 }
 
 void Pass::trapLabel( const std::string& reason, SwitchControl which, RegisterField field )
 {
-   drop( reason );
+   drop( reason, which == SwitchControl::MplsLabelMissToCpu ? "unknown label" : "" );
    if( trapsMpls( which, field ) )
       askCpu( reason );
 }

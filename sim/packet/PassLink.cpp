@@ -28,21 +28,22 @@ bool Pass::link()
    } );
 
    if( received.srcMac.isMulticast() ) {
-      drop( format( "its source %s is a group address", received.srcMac.toString() ) );
+      drop( format( "its source %s is a group address", received.srcMac.toString() ),
+         "its source is a group address" );
       return false;
    }
    const ChipVlan* const vlan = view_.vlan( arrival_.port.unit, vlanId_ );
    if( !vlan ) {
-      drop( format( "there is no VLAN %d", U32{ vlanId_ } ) );
+      drop( format( "there is no VLAN %d", U32{ vlanId_ } ), "there is no such VLAN" );
       return false;
    }
    if( arrival_.higig || !view_.isFrontPanel( arrival_.port ) )
       return true;
    if( !chip_.activePorts().contains( arrival_.port.port ) )
-      drop( view_.portName( arrival_.port ) + " is down" );
+      drop( view_.portName( arrival_.port ) + " is down", "the port is down" );
    else if( !vlan->members.contains( arrival_.port.port ) )
-      drop(
-         format( "%s is no member of VLAN %d", view_.portName( arrival_.port ), U32{ vlanId_ } ) );
+      drop( format( "%s is no member of VLAN %d", view_.portName( arrival_.port ), U32{ vlanId_ } ),
+         "the port is no member of the VLAN" );
    if( !drop_.empty() )
       return false;
    stp_ = tables().stpState( arrival_.port, vlanId_ );
@@ -92,13 +93,15 @@ static bool terminatesAnything( const MemoryEntry& entry )
 
 void Pass::lookUpStation()
 {
-   const U32 port = arrival_.higig ? FieldKey::stackPort : arrival_.port.port;
+   const U32 port = arrival_.higig ? FieldKey::stackPort : static_cast<U32>( sdkArrivalPort() );
    const auto index =
       findStation( chip_, headers().dstMac, domain_, port, !terminated_.empty(), stationEntry_ );
    note( "my-station", [ & ] {
       return index ? format( "index %d: %s", *index, myStationText( stationEntry_ ) )
                    : headers().dstMac.toString() + " is no router MAC here";
    } );
+   if( index && explanation_ )
+      looked( { ChipPlace::Kind::myStation, *index }, format( "my-station %d", *index ) );
    // An entry that terminates nothing shields: for these packets the MAC is an ordinary one.
    if( index && terminatesAnything( stationEntry_ ) )
       station_ = index;
@@ -116,7 +119,7 @@ void Pass::terminateTunnel()
       return;
    if( !outer.ip->checksumRight && control( SwitchControl::IPv4DoNotVerifyIncomingChecksum ) == 0 )
       return note( "tunnel", [] { return std::string( "VXLAN, but the checksum is wrong" ); } );
-   const U32 port = arrival_.higig ? FieldKey::stackPort : arrival_.port.port;
+   const U32 port = arrival_.higig ? FieldKey::stackPort : static_cast<U32>( sdkArrivalPort() );
    MemoryEntry entry;
    const auto* const tunnel = tables().tunnelBetween( outer.ip->destination, outer.ip->source );
    const auto vlanId = tables().vlanOfVni( outer.vxlan->vni );
@@ -139,8 +142,9 @@ void Pass::terminateTunnel()
    if( headers().tag )
       drop( "the frame in the tunnel has a VLAN tag" ); // RFC 7348, 6.1
    if( headers().srcMac.isMulticast() )
-      drop( format(
-         "the source in the tunnel, %s, is a group address", headers().srcMac.toString() ) );
+      drop(
+         format( "the source in the tunnel, %s, is a group address", headers().srcMac.toString() ),
+         "its source is a group address" );
    note( "tunnel", [ & ] {
       return format( "%s ends here: VXLAN %d is VLAN %d; inside, %s", terminated_, outer.vxlan->vni,
          U32{ domain_ }, frame_.text() );
@@ -150,7 +154,8 @@ void Pass::terminateTunnel()
 Pass::Destination Pass::onePort( PortRef port ) const
 {
    Destination destination;
-   destination.dstPort = FieldKey::dstPort( view_.modId( port.unit ), port.port );
+   destination.dstPort =
+      FieldKey::dstPort( view_.modId( port.unit ), view_.chip( port.unit ).sdkPort( port.port ) );
    if( view_.isCpuPort( port ) )
       destination.cpu = true;
    else
@@ -279,7 +284,7 @@ void Pass::bridge()
 {
    const EthAddr& mac = headers().dstMac;
    if( staysOnLink( mac ) && !fromCpu() )
-      drop( mac.toString() + " is never bridged" );
+      drop( mac.toString() + " is never bridged", "a reserved address is never bridged" );
    const auto known = tables().stations.find( { domain_, mac } );
    if( known != tables().stations.end() ) {
       knownStation( known->second );

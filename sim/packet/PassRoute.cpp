@@ -10,19 +10,19 @@ namespace Strata::Sim {
 using Vormel::format;
 
 /// What was to be routed to a next hop is dropped. Multicast is bridged all the same.
-void Pass::notRouted( const std::string& reason )
+void Pass::notRouted( const std::string& reason, const std::string& kind )
 {
    if( routable_ )
-      drop( reason );
+      drop( reason, kind );
    else
       unrouted_ = reason;
 }
 
 /// The control decides about a copy; what it is about is not routed either way.
-bool Pass::exception( SwitchControl which, const std::string& reason )
+bool Pass::exception( SwitchControl which, const std::string& reason, const std::string& kind )
 {
    const bool copies = control( which ) != 0;
-   notRouted( reason );
+   notRouted( reason, kind );
    if( copies )
       askCpu( format( "%s (%s)", reason, roleName( which ) ) );
    note( "exception", [ & ] {
@@ -48,16 +48,13 @@ std::string Pass::whyNotRouted() const
       return format( "the my-station entry does not terminate %s", family );
    if( endsTunnelOnly() )
       return "the chip does not route in the pass that ends a tunnel";
-   const auto& portControls = chip_.portControls();
-   const auto at = portControls.find(
-      { static_cast<int>( arrival_.port.port ), v6 ? PortControl::IP6 : PortControl::IP4 } );
    if( !arrival_.higig && view_.isFrontPanel( arrival_.port ) &&
-       ( at == portControls.end() || at->second == 0 ) )
+       portControl( v6 ? PortControl::IP6 : PortControl::IP4 ) == 0 )
       return format( "%s is not enabled on the port", family );
    if( control( SwitchControl::L3EgressMode ) == 0 )
       return "L3EgressMode is 0: the chip does not use its routes";
    if( vlan &&
-       vlan->flags.contains( v6 ? VlanFlag::vlanIp6RoutingOff : VlanFlag::vlanIp4RoutingOff ) )
+       hasFlag( *vlan, domain_, v6 ? VlanFlag::vlanIp6RoutingOff : VlanFlag::vlanIp4RoutingOff ) )
       return format( "%s routing is off in VLAN %d", family, U32{ domain_ } );
    return {};
 }
@@ -128,7 +125,8 @@ bool Pass::slowPath()
 void Pass::route()
 {
    if( tables().vlan( domain_ ).dropRouted )
-      drop( format( "VLAN %d drops what would be routed", U32{ domain_ } ) );
+      drop( format( "VLAN %d drops what would be routed", U32{ domain_ } ),
+         "the VLAN drops what would be routed" );
    if( !drop_.empty() || badHeader() || slowPath() )
       return;
    const auto source = tables().routes.lookup( headers().ip->source );
@@ -161,10 +159,10 @@ void Pass::checkReversePath( const RouteTable::Found* source )
    const bool v6 = headers().ip->destination.isV6();
    const bool hasRegister = chip_.profile().supports( Register::IngConfig64 );
    const bool byRegister =
-      !hasRegister || registerField( chip_.registerValue( Register::IngConfig64 ),
+      !hasRegister || registerField( registerValue( Register::IngConfig64 ),
                          v6 ? RegisterField::Ip6UrpfOnL3Iif : RegisterField::Ip4UrpfOnL3Iif ) != 0;
    const bool byControl = !chip_.profile().supports( SwitchControl::L3InterfaceUrpfEnable ) ||
-                          chip_.control( SwitchControl::L3InterfaceUrpfEnable ) != 0;
+                          control( SwitchControl::L3InterfaceUrpfEnable ) != 0;
    if( !byRegister || !byControl ) {
       note( "uRPF", [] { return std::string( "configured, but not enabled on the chip" ); } );
       return;
@@ -203,7 +201,7 @@ void Pass::findNextHop()
    if( !found ) {
       exception(
          ip.destination.isV6() ? SwitchControl::V6L3DstMissToCpu : SwitchControl::V4L3DstMissToCpu,
-         "no route to " + ip.destination.toString() );
+         "no route to " + ip.destination.toString(), "no route" );
       return;
    }
    note( "route", [ & ] {
@@ -284,8 +282,8 @@ bool Pass::linkLocal()
    const IpHeader& ip = *headers().ip;
    for( const IpAddress& address : { ip.source, ip.destination } )
       if( address.isLinkLocal() )
-         return exception(
-            SwitchControl::MartianAddrToCpu, address.toString() + " is of one link alone" );
+         return exception( SwitchControl::MartianAddrToCpu,
+            address.toString() + " is of one link alone", "an address of one link alone" );
    return false;
 }
 
@@ -295,7 +293,8 @@ bool Pass::tooLong( U16 vlanId )
    const U32 mtu = tables().vlan( vlanId ).mtu;
    return mtu != 0 && length > mtu &&
           exception( SwitchControl::L3MtuFailToCpu,
-             format( "%d bytes, and the MTU of VLAN %d is %d", length, U32{ vlanId }, mtu ) );
+             format( "%d bytes, and the MTU of VLAN %d is %d", length, U32{ vlanId }, mtu ),
+             "longer than the MTU" );
 }
 
 static EthAddr groupMac( const IpAddress& group )
@@ -309,8 +308,8 @@ static EthAddr groupMac( const IpAddress& group )
 std::string Pass::whyNotReplicated() const
 {
    const ChipVlan* const vlan = view_.vlan( arrival_.port.unit, domain_ );
-   if( !vlan || !vlan->flags.contains( VlanFlag::vlanMcastRoutingOn ) ||
-       vlan->flags.contains( VlanFlag::vlanMcastRoutingOff ) )
+   if( !vlan || !hasFlag( *vlan, domain_, VlanFlag::vlanMcastRoutingOn ) ||
+       hasFlag( *vlan, domain_, VlanFlag::vlanMcastRoutingOff ) )
       return format( "multicast routing is off in VLAN %d", U32{ domain_ } );
    if( control( SwitchControl::L3EgressMode ) == 0 )
       return "L3EgressMode is 0";

@@ -63,7 +63,9 @@ struct PassVerdict
    PortRef arrival;
    std::vector<Departure> departures; // the internal ports by which it comes in again are not here
    std::optional<CpuCopy> cpu;
-   std::string drop; // why it leaves on no port; empty when it does, or goes on to another pass
+   // Why it leaves on no port; empty when it does, goes on to another pass, or is for the CPU.
+   std::string drop;
+   std::string dropReason; // the same without addresses, ports and the like
    std::vector<Winner> winners;
    std::optional<Learning> learning;
 
@@ -103,12 +105,15 @@ struct EntryNote
    bool won = false;
    bool enabled = true;
    std::string rule; // qualifiers and actions
-   U32 fitted = 0;   // bits that its qualifiers compared and found right
+   U32 fitted = 0;   // of its qualifiers
    U32 failed = 0;   // of its qualifiers
+   U32 bits = 0;     // that those that fitted compare
    // The first that failed, when it did not match; none when the entry is but disabled.
    std::optional<FieldQualifier> wanted;
    std::string had; // "64"
-   FieldEntryCause cause;
+   std::string why; // "VLAN 10 has no SVI", where there are words for it
+   Cause cause;
+   Cause enableCause; // of what enabled or disabled it since
 };
 
 struct RangeNote
@@ -117,11 +122,19 @@ struct RangeNote
    std::vector<EntryNote> entries; // by id
 };
 
+/// State of the chip, other than entries, that was looked at.
+struct StateNote
+{
+   std::string what; // "IP4 of port 1 is 1"
+   Cause cause;
+};
+
 struct PassExplanation
 {
    std::vector<StageNote> stages; // in order, up to the ranges
    std::vector<RangeNote> ranges;
    std::vector<StageNote> after; // what came of it
+   std::vector<StateNote> state; // each once
 };
 
 struct Explanation

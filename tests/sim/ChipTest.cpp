@@ -85,7 +85,7 @@ TEST_F( ChipTest, ForeignPartsOfAVlanSurvive )
 
    EXPECT_EQ(
       call( &SdkShimInterface::vlanPortRemove, 4, U16{ 10 }, *PortBitmap::parse( "0" ) ), ok );
-   EXPECT_EQ( chip.vlan( 10 )->members.toString(), "1-4" );
+   EXPECT_EQ( chip.vlan( 10 )->members.toString(), "5-8" );
    EXPECT_TRUE( shim.vlanExists( 0, 10 ) );
    EXPECT_EQ( call( &SdkShimInterface::vlanControlGet, 4, U16{ 11 }, &control ),
       code( SdkCode::NotFound ) );
@@ -141,7 +141,7 @@ TEST_F( ChipTest, TheUnitRecordHoldsTheActivePorts )
 {
    chip.portActiveIs( 3, false );
    const UnitRecord record = shim.unitRecord( 4 );
-   EXPECT_EQ( PortBitmap::fromWords( record ).toString(), "1-2,4" );
+   EXPECT_EQ( PortBitmap::fromWords( record ).toString(), "5-6,8" ); // by logical numbers
 }
 
 class RegisterChipTest : public ChipTest

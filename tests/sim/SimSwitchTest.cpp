@@ -61,8 +61,8 @@ TEST_F( SimSwitchTest, ChangesAreToldWithOldAndNewValue )
    EXPECT_THAT( heard, ElementsAre( "scsd.vxlanEnabled (464): true -> false",
                           "miscConfig.unknownMacDropTrafficClass[5] (275): inserted true",
                           "ethIntfStatusDir.intfStatus[Ethernet1] (386): inserted Ethernet1",
-                          "scsd.intfToLogicalPort[Ethernet1] (388): inserted 2",
-                          "scsd.strataIntfToPort[Ethernet1] (387): inserted 4/2/2",
+                          "scsd.intfToLogicalPort[Ethernet1] (388): inserted 6",
+                          "scsd.strataIntfToPort[Ethernet1] (387): inserted 4/2/6",
                           "Ethernet1.forwardingModel (262): bridged -> routed",
                           "miscConfig.unknownMacDropTrafficClass[5] (275): removed true" ) );
    const auto json = nlohmann::json::parse( hardware.transcript().records().at( 5 ).json() );

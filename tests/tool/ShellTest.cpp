@@ -9,6 +9,12 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <csignal>
+#include <map>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace Strata::Tool {
 namespace {
 
@@ -60,6 +66,70 @@ TEST( Shell, ALineThatIsRefusedChangesNothing )
    }
    EXPECT_THAT( runLine( { "shell" }, start + "packet in Ethernet1 ipv4 tlt 5" ).err,
       HasSubstr( "shell:5:26: nothing is expected here; did you mean 'ttl'?" ) );
+}
+
+TEST( Shell, TheCaretStandsUnderTheCulprit )
+{
+   const std::string start = "switch hsdk ports 8\ninterface Ethernet1-8 unit 0 port 1\nvlan 10\n";
+   for( const auto& [ line, column ] : std::map<std::string, std::string>{
+           { "switch hsdk units 65 ports 4", "19: a switch has 1 to 64 units" },
+           { "switch hsdk ports 300 units 2", "19: a unit has 1 to 256 ports" },
+           { "unit 0 port 9 down", "13: the front-panel ports of unit 0 are 1 to 8, not 9" },
+           { "interface Ethernet9 unit 0 port 9 routed", "33: the front-panel ports" },
+           { "interface Port-Channel1 unit 0 port 9", "11: Port-Channel1 has no port" },
+           { "interface Ethernet9 unit 0 port 8 logical 1023", "43: logical port numbers are 1" },
+           { "lag Port-Channel1 Ethernet1 Ethernet9 routed", "29: there is no Ethernet9" },
+           { "vlan 10 members Ethernet1 tagged Ethernet2 mtu 9", "27: what is tagged must be" },
+           { "no mac 02:00:00:00:00:05 vlan 10", "8: 02:00:00:00:00:05 is not known" },
+           { "packet in port 99 unit 0 ipv4", "16: unit 0 has no port 99; it has 0-8,258-259" },
+           { "packet in Ethernet1 ipv4 ttl 3 dst 10.0.0.1 ttl 4", "45: 'ttl' stands there twice" },
+           { "packet in Ethernet1 pcap no/such.pcap frame 3", "26: cannot read 'no/such.pcap'" },
+        } )
+      EXPECT_THAT(
+         runLine( { "shell", "--quiet" }, start + line ).err, HasSubstr( "shell:4:" + column ) )
+         << line;
+}
+
+TEST( Shell, CapturesHoldWhatHasLeftAndPipesKeepNobodyWaiting )
+{
+   const std::string file = testing::TempDir() + "left.pcap";
+   const std::string pipe = testing::TempDir() + "pipe.pcap";
+   unlink( pipe.c_str() );
+   ASSERT_EQ( mkfifo( pipe.c_str(), 0600 ), 0 );
+   const std::string start = "switch hsdk ports 8\ninterface Ethernet1-3 unit 0 port 1\n"
+                             "vlan 10 members Ethernet1-3\nnative-vlan 10 Ethernet1-3\n";
+   // Read while it is being written.
+   const Outcome two = runLine( { "shell", "--quiet" },
+      start + "capture Ethernet2 " + file +
+         "\npacket in Ethernet1 ipv4 ttl 7\npacket in Ethernet1 ipv4 ttl 8\n"
+         "packet in Ethernet1 pcap " +
+         file +
+         " frame 2\nexpect departs Ethernet2-3 with \"ttl 8\"\nexpect error \"is being written\" pcap " +
+         file + " in Ethernet3\nno capture\npcap " + file + " in Ethernet3 summary\n" );
+   EXPECT_EQ( two.status, 0 ) << two.err;
+   EXPECT_THAT( two.out, HasSubstr( "3  1-3     Ethernet1, Ethernet2" ) );
+   for( const char* const line : { "packet in Ethernet1 pcap ", "capture Ethernet2 ", "pcap " } ) {
+      const bool whole = std::string( line ) == "pcap ";
+      const Outcome refused = runLine( { "shell" },
+         start + line + pipe + ( whole ? " in Ethernet1" : "" ) + "\nexpect no calls\n" );
+      EXPECT_THAT( refused.err, HasSubstr( "'" + pipe + "': " ) ) << line;
+      EXPECT_THAT( refused.out, HasSubstr( "held    expect no calls" ) ) << line;
+   }
+   // What cannot be written is told by the line that sent it.
+   rlimit before{};
+   getrlimit( RLIMIT_FSIZE, &before );
+   rlimit small = before;
+   small.rlim_cur = 40;
+   const auto handler = std::signal( SIGXFSZ, SIG_IGN );
+   setrlimit( RLIMIT_FSIZE, &small );
+   const Outcome full = runLine(
+      { "shell", "--quiet" }, start + "capture Ethernet2 " + file +
+                                 "\npacket in Ethernet1 ipv4\npacket in Ethernet1 ipv4\n" );
+   setrlimit( RLIMIT_FSIZE, &before );
+   std::signal( SIGXFSZ, handler );
+   EXPECT_EQ( full.status, 2 );
+   EXPECT_THAT( full.err, HasSubstr( "shell:6:1: the capture ends, for '" + file + "' cannot" ) );
+   EXPECT_THAT( full.err, Not( HasSubstr( "shell:7" ) ) );
 }
 
 TEST( Shell, EverythingThatIsShownCanBeHadAsJson )
@@ -117,7 +187,7 @@ TEST( Completion, KnowsCommandsAndWhatTheyAskFor )
    EXPECT_THAT( can( "show entries --" ), ElementsAre( "--json" ) );
    EXPECT_THAT( can( "packet in lo" ), ElementsAre( "loopback" ) );
    EXPECT_THAT( can( "explain -v in Ethernet1 vlan 10 ip" ), ElementsAre( "ipv4", "ipv6" ) );
-   EXPECT_THAT( can( "packet in cpu ipv4 ttl 1 t" ), ElementsAre( "tcp", "ttl" ) );
+   EXPECT_THAT( can( "packet in cpu ipv4 ttl 1 t" ), ElementsAre( "tcp" ) );
    EXPECT_THAT( can( "note \"un" ), IsEmpty() );
 }
 

@@ -70,8 +70,10 @@ void pokeVlan( Session& session, Words& words )
          change = [ flag ]( Sim::ChipVlan& vlan ) { vlan.flags.erase( flag ); };
    }
    words.end();
-   for( const U32 unit : units )
+   for( const U32 unit : units ) {
       change( *hardware.chip( unit ).vlan( vlanId ) );
+      hardware.pokes( unit, { Sim::ChipPlace::Kind::vlanFlags, vlanId } );
+   }
 }
 
 void raiseHits( Session& session, Words& words )

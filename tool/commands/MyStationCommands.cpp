@@ -74,6 +74,7 @@ void pokeMyStation( Session& session, Words& words, bool view )
          memory.alternativeViewIs( index, entry );
       else
          memory.write( index, entry );
+      hardware.pokes( unit, { Sim::ChipPlace::Kind::myStation, index } );
    }
 }
 

@@ -1,4 +1,6 @@
 // Packets: sending and explaining them, what is expected of the last one, and files of what leaves.
+#include "platform/runtime/Errors.h"
+#include "tool/ByUnit.h"
 #include "tool/Command.h"
 #include "tool/EntryChoice.h"
 #include "tool/Session.h"
@@ -6,7 +8,9 @@
 #include "tool/packet/PacketWords.h"
 
 #include <algorithm>
+#include <map>
 #include <set>
+#include <unordered_map>
 
 namespace Strata::Tool {
 
@@ -39,6 +43,13 @@ void explainPacket( Session& session, Words& words )
    desk.lastIs( { arrival, verdict } );
 }
 
+/// That a file lost what left is told once; the packets went all the same.
+void checkCaptures( PacketDesk& desk, const Words& words )
+{
+   if( const std::string problem = desk.takeProblem(); !problem.empty() )
+      words.failAt( words.line().words.front(), problem );
+}
+
 void sendPacket( Session& session, Words& words )
 {
    const bool all = words.accept( "-v" );
@@ -54,18 +65,156 @@ void sendPacket( Session& session, Words& words )
    if( verdict.loops )
       words.failAt( words.line().words.front(),
          "the packet loops: " + Sim::PacketEngine::loopText() + "; 'explain' shows each" );
+   checkCaptures( desk, words );
+}
+
+/// "5-9", or one frame.
+std::pair<U32, U32> takeFrameNumbers( Words& words )
+{
+   const std::string text = words.take( "numbers of frames, as in 5-9" ).text;
+   const std::size_t dash = text.find( '-' );
+   const auto number = []( const std::string& digits ) {
+      return Vormel::ValueTraits<U32>::from( Vormel::Value( digits ) );
+   };
+   const auto first = number( text.substr( 0, dash ) );
+   const auto last = dash == text.npos ? first : number( text.substr( dash + 1 ) );
+   if( !first || !last || *first < 1 || *last < *first )
+      words.fail(
+         "'" + text + "' is neither the number of a frame, from 1, nor a range such as 5-9" );
+   return { *first, *last };
+}
+
+/// What became of the frames of a file, one row each or one for those that fared alike.
+class CaptureTable
+{
+ public:
+   void add( U32 frame, const std::string& outcome )
+   {
+      const auto [ at, isNew ] = known_.try_emplace( outcome, outcomes_.size() );
+      if( isNew )
+         outcomes_.push_back( { outcome, {} } );
+      outcomes_[ at->second ].frames.push_back( frame );
+      ++count_;
+   }
+   U32 count() const { return count_; }
+
+   Table each() const
+   {
+      std::map<U32, const std::string*> rows;
+      for( const Outcome& outcome : outcomes_ )
+         for( const U32 frame : outcome.frames )
+            rows.emplace( frame, &outcome.text );
+      Table table( { { "Frame", Align::right }, { "What became of it" } } );
+      for( const auto& [ frame, text ] : rows )
+         table.row( { std::to_string( frame ), *text } );
+      return table;
+   }
+   Table summary() const
+   {
+      Table table( { { "Times", Align::right }, { "Frames" }, { "What became of them" } } );
+      for( const Outcome& outcome : outcomes_ )
+         table.row( { std::to_string( outcome.frames.size() ), framesText( outcome.frames ),
+            outcome.text } );
+      return table;
+   }
+
+ private:
+   struct Outcome
+   {
+      std::string text;
+      std::vector<U32> frames; // ascending
+   };
+
+   /// All of a few, else where to look.
+   static std::string framesText( const std::vector<U32>& frames )
+   {
+      constexpr std::size_t longest = 24;
+      const std::string text = numberRanges( frames );
+      return text.size() <= longest
+                ? text
+                : std::to_string( frames.front() ) + ".." + std::to_string( frames.back() );
+   }
+
+   std::vector<Outcome> outcomes_; // in order of their first frames
+   std::unordered_map<std::string, std::size_t> known_;
+   U32 count_ = 0;
+};
+
+/// Sends a frame of a file and says what became of it. A frame that cannot be sent does not end the others.
+std::string sendCaptured(
+   PacketDesk& desk, const Entrance& entrance, const CapturedFrame& captured )
+{
+   try {
+      const Sim::Arrival arrival{ entrance.port, checkedFrame( captured.frame() ), entrance.higig };
+      const Sim::Verdict verdict = desk.engine().send( arrival );
+      desk.lastIs( { arrival, verdict } );
+      return desk.engine().summary( verdict );
+   } catch( const Vormel::Error& error ) {
+      return std::string( "not sent: " ) + error.what();
+   }
+}
+
+void sendCapture( Session& session, Words& words )
+{
+   const Word& name = words.take( "a pcap file", "FILE" );
+   const Entrance entrance = takeEntrance( session, words );
+   std::optional<std::pair<U32, U32>> range;
+   bool summary = false;
+   Words::Taken taken;
+   for( ;; ) {
+      if( words.acceptOnce( "frames", taken ) )
+         range = takeFrameNumbers( words );
+      else if( words.acceptOnce( "summary", taken ) )
+         summary = true;
+      else
+         break;
+   }
+   words.end();
+   const auto [ first, last ] = range.value_or( std::pair<U32, U32>( 1, ~U32{ 0 } ) );
+   PacketDesk& desk = session.packets( words );
+   if( desk.isWriting( name.text ) ) // it might never end
+      words.failAt( name, "'" + name.text + "' is being written; 'no capture' closes all files" );
+   CaptureTable table;
+   std::string problem; // what was sent before is told all the same
+   try {
+      CaptureReader reader( name.text );
+      while( reader.number() < last ) {
+         const std::optional<CapturedFrame> captured = reader.next();
+         if( !captured )
+            break;
+         if( reader.number() >= first )
+            table.add( reader.number(), sendCaptured( desk, entrance, *captured ) );
+      }
+      if( table.count() == 0 )
+         problem = "'" + name.text + "' has no frame " + std::to_string( first ) + "; it has " +
+                   std::to_string( reader.number() );
+   } catch( const Vormel::Error& error ) {
+      problem = error.what();
+   }
+   if( table.count() > 0 )
+      session.console().table( std::to_string( table.count() ) + " frames of " + name.text,
+         summary ? table.summary() : table.each() );
+   if( !problem.empty() )
+      words.failAt( name, problem );
+   checkCaptures( desk, words );
 }
 
 void capture( Session& session, Words& words )
 {
-   const bool cpu = words.peek() && words.peek()->text == "cpu";
+   const Word* const portWord = words.peek();
+   const bool cpu = portWord && portWord->text == "cpu";
    const Sim::PortRef port = takePort( session, words );
-   const std::string file = words.take( "a file's name" ).text;
+   PacketDesk& desk = session.packets( words );
+   if( cpu ? desk.capturesCpu( port.unit ) : desk.captures( port ) )
+      words.failAt( *portWord, ( cpu ? "the CPU of unit " + std::to_string( port.unit )
+                                     : desk.engine().portName( port ) ) +
+                                  " is being captured already; 'no capture' closes all files" );
+   const std::string file = words.take( "a file's name", "FILE" ).text;
    words.end();
    if( cpu )
-      session.packets( words ).captureCpu( port.unit, file );
+      desk.captureCpu( port.unit, file );
    else
-      session.packets( words ).capturePort( port, file );
+      desk.capturePort( port, file );
 }
 
 void captureEnd( Session& session, Words& words )
@@ -207,6 +356,9 @@ std::vector<Command> packetCommands()
       { "packet", "[-v] in PORT FRAME", "a packet comes in", sendPacket },
       { "explain", "[-v] in PORT FRAME", "what would become of a packet, and why; moves nothing",
          explainPacket },
+      { "pcap", "FILE in PORT [frames A-B] [summary]",
+         "the frames of a file come in, and what became of each, or of those that fared alike",
+         sendCapture },
       { "capture", "PORT|cpu [unit N] FILE", "write what leaves there to a pcap file", capture },
       { "no capture", "", "close the files", captureEnd },
       { "expect departs", "PORTS|none [with TEXT]",

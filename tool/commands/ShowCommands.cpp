@@ -226,6 +226,9 @@ void showFlood( Session& session, Words& words )
                rows.add( unit, { entry->name + ", " + std::string( entryState( *entry ) ),
                                   entry->hardware->actions.front().text() } );
    Table table = unitTable( { { "Where" }, { "Ports" } }, rows );
+   if( agent.hardware().units().size() > 1 )
+      table.row( { "followed by", std::to_string( agent.hardware().units().front() ),
+         "the entries of the first unit alone; those of the others stay as they were made" } );
    table.row( { "the helper's bitmap", "-", helper.vlanFloodPbmp().toString() } );
    std::string kept;
    for( const auto& routed : helper.routedPortsAndRoutedLagMember() )
@@ -266,8 +269,9 @@ void showUnits( Session& session, Words& words )
    ByUnit<Cells> rows;
    for( const auto& [ unit, chip ] : hardware.chips() ) {
       const Sim::SpecialPorts& special = chip.profile().specialPorts;
-      std::string ports =
-         "front " + chip.frontPanelPorts().toString() + ", cpu " + std::to_string( special.cpu );
+      std::string ports = "front 1-" + std::to_string( chip.frontPanelPorts().count() ) +
+                          ", logical " + chip.frontPanelPorts().toString() + "; cpu " +
+                          std::to_string( special.cpu );
       if( special.loopback )
          ports += ", loopback " + std::to_string( *special.loopback );
       if( special.recirculation )

@@ -132,8 +132,9 @@ void showCounters( Session& session, Words& words )
    for( const auto& [ queue, count ] : counters.cpuQueues )
       table.row( { format( "CPU queue %d of unit %d", queue.second, queue.first ), "",
          std::to_string( count ) } );
-   for( const auto& [ reason, count ] : counters.drops )
-      table.row( { "dropped", "", std::to_string( count ), reason } );
+   for( const auto& [ reason, drops ] : counters.drops )
+      table.row( { "dropped", "", std::to_string( drops.packets ),
+         reason + ( drops.last == reason ? "" : "\nlast: " + drops.last ) } );
    session.console().table( "Packets", table );
 }
 

@@ -49,11 +49,16 @@ void makeSwitch( Session& session, Words& words )
    config.hardware.profile = words.choose( "a chip profile", Sim::chipProfileNames() );
    while( !words.done() ) {
       const std::string_view option = words.choose( "an option", options );
-      if( option == "units" )
+      // Checked as they come: what is wrong with a number is told at the number.
+      if( option == "units" ) {
          config.hardware.units = takeUnitNumbers( words );
-      else if( option == "ports" )
+         Sim::SimSwitch::check(
+            { .profile = config.hardware.profile, .units = config.hardware.units } );
+      } else if( option == "ports" ) {
          config.hardware.ports = words.value<U32>( "how many front-panel ports" );
-      else if( option == "with" )
+         Sim::SimSwitch::check(
+            { .profile = config.hardware.profile, .ports = config.hardware.ports } );
+      } else if( option == "with" )
          config.hardware.capabilities[ takeCapability( words ) ] = true;
       else if( option == "without" )
          config.hardware.capabilities[ takeCapability( words ) ] = false;
@@ -97,9 +102,10 @@ void unitProperty( Session& session, Words& words )
    } else {
       static constexpr std::array<std::string_view, 2> states{ "up", "down" };
       const int port = words.value<int>( "a port number" );
+      const Word& portWord = *words.last();
       const bool up = words.choose( "a port's state", states ) == "up";
       words.end();
-      chip.portActiveIs( port, up );
+      words.blaming( portWord, [ & ] { chip.portActiveIs( port, up ); } );
    }
 }
 
@@ -112,20 +118,40 @@ std::optional<ForwardingModel> takeModel( Words& words )
                                                                    : ForwardingModel::bridged;
 }
 
+/// The first of `count` consecutive numbers.
+U32 takeLogicalPorts( Words& words, U32 count )
+{
+   // What an interface without a number is taken for stays free.
+   constexpr U32 last = PortBitmap::size - 2;
+   const U32 first = words.value<U32>( "a logical port number" );
+   if( first < 1 || first > last || count - 1 > last - first )
+      words.fail( "logical port numbers are 1 to " + std::to_string( last ) );
+   return first;
+}
+
 void addInterfaces( Session& session, Words& words )
 {
    Sim::SimSwitch& hardware = session.agent( words ).hardware();
    const InterfaceRange range = takeInterfaces( words );
+   if( !range.first.isEthernet() )
+      words.fail( range.first.toString() + " has no port: only Ethernet interfaces have" );
    words.expect( "unit" );
    const U32 unit = session.takeUnit( words );
    words.expect( "port" );
    const int port = words.value<int>( "a port number" );
+   const Word& portWord = *words.last();
+   std::optional<U32> logical;
+   if( words.accept( "logical" ) )
+      logical = takeLogicalPorts( words, range.count );
    const auto model = takeModel( words );
    words.end();
+   words.blaming( portWord, [ & ] {
+      for( U32 i = 0; i < range.count; ++i )
+         hardware.checkInterface( range.at( i ), unit, port + static_cast<int>( i ) );
+   } );
    for( U32 i = 0; i < range.count; ++i )
-      hardware.checkInterface( range.at( i ), unit, port + static_cast<int>( i ) );
-   for( U32 i = 0; i < range.count; ++i )
-      hardware.addInterface( range.at( i ), unit, port + static_cast<int>( i ), model );
+      hardware.addInterface( range.at( i ), unit, port + static_cast<int>( i ), model,
+         logical ? std::optional( *logical + i ) : std::nullopt );
 }
 
 void removeInterfaces( Session& session, Words& words )
@@ -147,6 +173,7 @@ void makeLag( Session& session, Words& words )
    Sim::SimSwitch& hardware = session.agent( words ).hardware();
    const IntfId lag = words.value<IntfId>( "a LAG, as in Port-Channel1" );
    std::vector<IntfId> members;
+   hardware.checkLag( lag, members );
    const auto atModel = [ &words ] {
       const Word* const word = words.peek();
       return !word || word->text == "routed" || word->text == "bridged";
@@ -155,6 +182,7 @@ void makeLag( Session& session, Words& words )
       const InterfaceRange range = takeInterfaces( words );
       for( U32 i = 0; i < range.count; ++i )
          members.push_back( range.at( i ) );
+      hardware.checkLag( lag, members ); // what is wrong is wrong with these
    }
    const auto model = takeModel( words );
    words.end();
@@ -209,7 +237,7 @@ std::vector<Command> switchCommands()
          "N traps-ttl-exceptions|ip-options-profile|higig-trunks-as-lag true|false, "
          "N room GROUP COUNT, N port PORT up|down",
          "change a property of one unit", unitProperty },
-      { "interface", "INTERFACE[-LAST] unit N port N [routed|bridged]",
+      { "interface", "INTERFACE[-LAST] unit N port N [logical N] [routed|bridged]",
          "put interfaces on consecutive ports", addInterfaces },
       { "no interface", "INTERFACE[-LAST]", "take interfaces away", removeInterfaces },
       { "lag", "LAG INTERFACE[-LAST]... [routed|bridged]", "make a LAG with just these members",

@@ -59,6 +59,7 @@ struct VlanWords
    std::vector<std::function<void( Sim::VlanProperties& )>> properties;
    std::optional<std::vector<Sim::PortRef>> members; // of the front panel, just these
    std::optional<std::vector<Sim::PortRef>> tagged;  // of the members, just these
+   const Word* taggedWord = nullptr;
 };
 
 void takeVlanProperty( Session& session, Words& words, VlanWords& asked )
@@ -98,6 +99,8 @@ void takeVlanProperty( Session& session, Words& words, VlanWords& asked )
       set( [ mtu = words.value<U32>( "the longest IP packet in bytes, 0 for any" ) ](
               Sim::VlanProperties& vlan ) { vlan.mtu = mtu; } );
    } else {
+      if( property == "tagged" )
+         asked.taggedWord = words.last();
       ( property == "tagged" ? asked.tagged : asked.members ) =
          takePortList( session, words, vlanProperties );
    }
@@ -125,7 +128,7 @@ void makeVlan( Session& session, Words& words )
                                  : vlan        ? vlan->members
                                                : chip.frontPanelPorts();
       if( asked.tagged && !( portsOn( unit, *asked.tagged ) - members ).empty() )
-         words.fail( "what is tagged must be a member of the VLAN" );
+         words.failAt( *asked.taggedWord, "what is tagged must be a member of the VLAN" );
    }
    hardware.vlanIs( vlanId );
    for( const auto& change : asked.properties )
@@ -189,10 +192,12 @@ void removeStation( Session& session, Words& words )
       std::erase_if( stations, []( const auto& item ) { return !item.second.fixed; } );
       return;
    }
+   const Word* const mac = words.peek();
    const Sim::StationKey key = takeStationKey( words );
    words.end();
    if( stations.erase( key ) == 0 )
-      words.fail( key.mac.toString() + " is not known in VLAN " + std::to_string( key.vlanId ) );
+      words.failAt(
+         *mac, key.mac.toString() + " is not known in VLAN " + std::to_string( key.vlanId ) );
 }
 
 void setStp( Session& session, Words& words )
@@ -237,9 +242,10 @@ void addTunnel( Session& session, Words& words )
    const Sim::IpAddress remote = takeAddress( words, "the address of the other end" );
    if( local.isV6() != remote.isV6() )
       words.fail( "both ends of a tunnel have addresses of one family" );
+   const Word* const way = words.peek( 1 ); // behind "via"
    const Sim::NextHop underlay = takeNextHop( session, words );
    if( underlay.kind != Sim::NextHop::Kind::port )
-      words.fail( "a tunnel leads by a port" );
+      words.failAt( *way, "a tunnel leads by a port" );
    words.end();
    session.packets( words ).tables().tunnels[ name ] = { local, remote, underlay };
 }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -15,56 +16,86 @@ using Vormel::format;
 
 namespace {
 
-// Of a range, unless all are wanted: how many misses are told, and how many bits make one a near miss.
+// Of a range, unless all are wanted: how many misses are told.
 constexpr std::size_t mostNearMisses = 2;
-constexpr U32 nearMissBits = 8;
 
-/// The change of an input that the installation followed, if its command made one.
-const Sim::Record* eventOf( const Sim::Transcript& transcript, const Sim::FieldEntryCause& cause )
+/// The change of an input that the call followed, if its command made one.
+const Sim::Record* eventOf( const Sim::Transcript& transcript, const Sim::Cause& cause )
 {
+   const auto& records = transcript.records();
+   const auto first = std::ranges::upper_bound( records, cause.since, {}, &Sim::Record::number );
    const Sim::Record* event = nullptr;
-   for( const Sim::Record& record : transcript.records() ) {
-      if( record.number >= cause.record )
-         break;
-      const bool isInput =
-         record.kind == Sim::RecordKind::notify && record.field( "object" ) != "helper";
-      if( record.number > cause.since && isInput )
-         event = &record;
-   }
+   for( auto at = first; at != records.end() && at->number < cause.record; ++at )
+      if( at->kind == Sim::RecordKind::notify && Sim::SimSwitch::isInput( at->field( "object" ) ) )
+         event = &*at;
    return event;
 }
 
-std::string causeText( const Sim::Transcript& transcript, const EntryNote& entry )
+std::string recordText( const Sim::Cause& cause )
 {
-   if( entry.cause.text.empty() )
+   return cause.record == 0 ? "" : format( " (record %d)", cause.record );
+}
+
+std::string eventText( const Sim::Transcript& transcript, const Sim::Cause& cause )
+{
+   const Sim::Record* const event = eventOf( transcript, cause );
+   return event ? ", after " + event->text : "";
+}
+
+/// "installed by 'bring-up' (record 40), after Ethernet1.forwardingModel ..."
+std::string causeText( const Sim::Transcript& transcript, const char* how, const Sim::Cause& cause )
+{
+   return format( "%s by '%s'%s", how, cause.text, recordText( cause ) ) +
+          eventText( transcript, cause );
+}
+
+std::string enableText( const Sim::Transcript& transcript, const EntryNote& entry )
+{
+   if( entry.enableCause.text.empty() )
       return {};
-   const Sim::Record* const event = eventOf( transcript, entry.cause );
-   return format( "\ninstalled by '%s' (record %d)", entry.cause.text, entry.cause.record ) +
-          ( event ? ", after " + event->text : "" );
+   return causeText( transcript, entry.enabled ? "enabled" : "disabled", entry.enableCause );
 }
 
-std::string missText( const EntryNote& entry )
+/// What is behind a winner, a line each.
+std::string causesText( const Sim::Transcript& transcript, const EntryNote& entry )
 {
-   std::string text = format( "%d \"%s\" misses: it ", entry.id, entry.name );
-   if( !entry.wanted )
-      return text + "is disabled";
-   return text + format( "wants %s, and the packet has %s", entry.wanted->text(), entry.had );
+   std::string text;
+   if( !entry.cause.text.empty() )
+      text += "\n" + causeText( transcript, "installed", entry.cause );
+   if( const std::string enabled = enableText( transcript, entry );
+       !enabled.empty() && entry.enableCause.text != entry.cause.text )
+      text += "\n" + enabled;
+   return text;
 }
 
-/// It misses by one thing only.
+std::string missText( const Sim::Transcript& transcript, const EntryNote& entry )
+{
+   std::string text = format( "%d \"%s\" misses: ", entry.id, entry.name );
+   if( !entry.wanted ) {
+      const std::string disabled = enableText( transcript, entry );
+      return text + "it is disabled" + ( disabled.empty() ? "" : "\n" + disabled );
+   }
+   if( !entry.why.empty() )
+      return text + entry.why;
+   return text + format( "it wants %s, and the packet has %s", entry.wanted->text(), entry.had );
+}
+
+/// It misses by one thing only, and something fits.
 bool isNear( const EntryNote& entry )
 {
-   return entry.failed + ( entry.enabled ? 0 : 1 ) == 1 && entry.fitted >= nearMissBits;
+   return entry.failed + ( entry.enabled ? 0 : 1 ) == 1 && entry.fitted > 0;
 }
 
-/// Those that nearly won: one qualifier failed, and most others fitted.
+/// Those that nearly won: one qualifier failed, and of those asked most fitted.
 std::vector<const EntryNote*> nearMisses( const Sim::RangeNote& range )
 {
    std::vector<const EntryNote*> near;
    for( const EntryNote& entry : range.entries )
       if( isNear( entry ) )
          near.push_back( &entry );
-   std::ranges::stable_sort( near, std::greater(), &EntryNote::fitted );
+   std::ranges::stable_sort( near, std::greater(), []( const EntryNote* entry ) {
+      return std::tuple( entry->failed == 0, entry->fitted, entry->bits );
+   } );
    near.resize( std::min( near.size(), mostNearMisses ) );
    return near;
 }
@@ -82,17 +113,40 @@ void addRange(
       won = won || entry.won;
       if( entry.won )
          add( format( "%d \"%s\" wins: %s", entry.id, entry.name, entry.rule ) +
-              causeText( transcript, entry ) );
+              causesText( transcript, entry ) );
       else if( all && entry.failed == 0 && entry.enabled )
          add( format( "%d \"%s\" fits, too, but comes later", entry.id, entry.name ) );
       else if( all )
-         add( missText( entry ) );
+         add( missText( transcript, entry ) );
    }
    if( !won )
       add( "no entry matches" );
    if( !all )
       for( const EntryNote* const entry : nearMisses( range ) )
-         add( missText( *entry ) );
+         add( missText( transcript, *entry ) );
+}
+
+/// State of the chip by who wrote it; what nobody wrote is as the chip came.
+void addState(
+   Table& table, const Sim::Transcript& transcript, const Sim::PassExplanation& about, bool all )
+{
+   std::vector<std::pair<std::string, std::string>> groups; // by whom, and what
+   for( const Sim::StateNote& note : about.state ) {
+      if( note.cause.text.empty() && !all )
+         continue;
+      const std::string by = note.cause.text.empty() ? std::string( "as the chip came" )
+                                                     : format( "written by '%s'%s", note.cause.text,
+                                                          eventText( transcript, note.cause ) );
+      const std::string what = note.what + recordText( note.cause );
+      const auto same =
+         std::ranges::find( groups, by, &std::pair<std::string, std::string>::first );
+      if( same == groups.end() )
+         groups.emplace_back( by, what );
+      else
+         same->second += ", " + what;
+   }
+   for( const auto& [ by, what ] : groups )
+      table.row( { "state", what + "\n" + by } );
 }
 
 void addOutcome( Table& table, Sim::PacketEngine& engine, const Sim::PassVerdict& pass )
@@ -139,6 +193,14 @@ void addWanted( ordered_json& row, const Sim::FieldQualifier& wanted )
    row[ "wanted" ] = wanted.text();
 }
 
+void addCause( ordered_json& row, const Sim::Transcript& transcript, const Sim::Cause& cause )
+{
+   row[ "cause" ] = cause.text;
+   row[ "record" ] = cause.record;
+   if( const Sim::Record* const event = eventOf( transcript, cause ) )
+      row[ "event" ] = event->text;
+}
+
 ordered_json rangeJson( const Sim::Transcript& transcript, const Sim::RangeNote& range )
 {
    ordered_json object{ { "range", range.group }, { "winner", nullptr } };
@@ -151,12 +213,13 @@ ordered_json rangeJson( const Sim::Transcript& transcript, const Sim::RangeNote&
       if( entry.wanted ) {
          addWanted( row, *entry.wanted );
          row[ "had" ] = entry.had;
+         if( !entry.why.empty() )
+            row[ "why" ] = entry.why;
       }
       row[ "enabled" ] = entry.enabled;
-      row[ "cause" ] = entry.cause.text;
-      row[ "record" ] = entry.cause.record;
-      if( const Sim::Record* const event = eventOf( transcript, entry.cause ) )
-         row[ "event" ] = event->text;
+      addCause( row, transcript, entry.cause );
+      if( !entry.enableCause.text.empty() )
+         addCause( row[ "enabling" ], transcript, entry.enableCause );
       object[ "entries" ].push_back( std::move( row ) );
    }
    return object;
@@ -189,6 +252,7 @@ Table explanationTable( Sim::PacketEngine& engine, const Sim::Verdict& verdict,
             format( "Pass %d, in by %s", i + 1, engine.portName( verdict.passes[ i ].arrival ) ) );
       for( const Sim::StageNote& note : about.stages )
          table.row( { note.stage, note.text } );
+      addState( table, engine.transcript(), about, all );
       for( const Sim::RangeNote& range : about.ranges )
          addRange( table, engine.transcript(), range, all );
       for( const Sim::StageNote& note : about.after )
@@ -210,6 +274,12 @@ ordered_json explanationJson(
          { &explanation.passes[ i ].stages, &explanation.passes[ i ].after } )
          for( const Sim::StageNote& note : *notes )
             pass[ "stages" ].push_back( { { "stage", note.stage }, { "found", note.text } } );
+      pass[ "state" ] = ordered_json::array();
+      for( const Sim::StateNote& note : explanation.passes[ i ].state ) {
+         ordered_json row{ { "found", note.what } };
+         addCause( row, engine.transcript(), note.cause );
+         pass[ "state" ].push_back( std::move( row ) );
+      }
       pass[ "ranges" ] = ordered_json::array();
       for( const Sim::RangeNote& range : explanation.passes[ i ].ranges )
          pass[ "ranges" ].push_back( rangeJson( engine.transcript(), range ) );

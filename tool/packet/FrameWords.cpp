@@ -1,6 +1,8 @@
 // Frames as people write them: layers from the outside in, built by libtins.
+#include "platform/runtime/Errors.h"
 #include "platform/types/EthAddr.h"
 #include "tool/Session.h"
+#include "tool/packet/CaptureFile.h"
 #include "tool/packet/PacketWords.h"
 
 #include <tins/arp.h>
@@ -109,18 +111,22 @@ class FrameBuilder
       };
       frame_.src_addr( tinsMac( EthAddr( 2, 0, 0, 0, 0, 1 ) ) );
       frame_.dst_addr( tinsMac( EthAddr( 2, 0, 0, 0, 0, 2 ) ) );
+      Words::Taken taken;
       for( ;; ) {
-         if( words_.accept( "dmac" ) )
+         if( words_.acceptOnce( "dmac", taken ) )
             frame_.dst_addr( tinsMac( takeMac( "the destination's MAC address" ) ) );
-         else if( words_.accept( "smac" ) )
+         else if( words_.acceptOnce( "smac", taken ) )
             frame_.src_addr( tinsMac( takeMac( "the source's MAC address" ) ) );
          else if( words_.accept( "vlan" ) ) {
-            if( tag().vlanId != 0 )
+            if( tag().vlanId != 0 ) {
                tags.emplace_back();
+               taken.erase( "priority" );
+               taken.erase( "dei" );
+            }
             tag().vlanId = takeVlanId( words_ );
-         } else if( words_.accept( "priority" ) )
+         } else if( words_.acceptOnce( "priority", taken ) )
             tag().priority = takePriority();
-         else if( words_.accept( "dei" ) )
+         else if( words_.acceptOnce( "dei", taken ) )
             tag().dropEligible = true;
          else
             return;
@@ -167,10 +173,11 @@ class FrameBuilder
       arp.sender_hw_addr( frame_.src_addr() );
       if( reply )
          arp.target_hw_addr( frame_.dst_addr() );
+      Words::Taken taken;
       for( ;; ) {
-         if( words_.accept( "from" ) )
+         if( words_.acceptOnce( "from", taken ) )
             arp.sender_ip_addr( takeV4() );
-         else if( words_.accept( "for" ) )
+         else if( words_.acceptOnce( "for", taken ) )
             arp.target_ip_addr( takeV4() );
          else
             break;
@@ -198,17 +205,18 @@ class FrameBuilder
    {
       Tins::IP ip( "10.0.0.2", "10.0.0.1" );
       ip.ttl( 64 );
+      Words::Taken taken;
       for( ;; ) {
-         if( words_.accept( "src" ) )
+         if( words_.acceptOnce( "src", taken ) )
             ip.src_addr( takeV4() );
-         else if( words_.accept( "dst" ) )
+         else if( words_.acceptOnce( "dst", taken ) )
             ip.dst_addr( takeV4() );
-         else if( words_.accept( "ttl" ) )
+         else if( words_.acceptOnce( "ttl", taken ) )
             ip.ttl( words_.value<U8>( "a TTL" ) );
-         else if( words_.accept( "options" ) )
+         else if( words_.acceptOnce( "options", taken ) )
             for( int i = 0; i < 4; ++i )
                ip.noop();
-         else if( words_.accept( "bad-checksum" ) )
+         else if( words_.acceptOnce( "bad-checksum", taken ) )
             badChecksum_ = true;
          else
             break;
@@ -246,14 +254,15 @@ class FrameBuilder
    {
       Tins::IPv6 ip( "2001:db8::2", "2001:db8::1" );
       ip.hop_limit( 64 );
+      Words::Taken taken;
       for( ;; ) {
-         if( words_.accept( "src" ) )
+         if( words_.acceptOnce( "src", taken ) )
             ip.src_addr( takeV6() );
-         else if( words_.accept( "dst" ) )
+         else if( words_.acceptOnce( "dst", taken ) )
             ip.dst_addr( takeV6() );
-         else if( words_.accept( "ttl" ) )
+         else if( words_.acceptOnce( "ttl", taken ) )
             ip.hop_limit( words_.value<U8>( "a hop limit" ) );
-         else if( words_.accept( "hop-by-hop" ) )
+         else if( words_.acceptOnce( "hop-by-hop", taken ) )
             ip.add_header( { Tins::IPv6::HOP_BY_HOP, 6, Bytes{ 1, 4, 0, 0, 0, 0 }.data() } );
          else
             break;
@@ -280,10 +289,11 @@ class FrameBuilder
    template<class Layer>
    Layer takePorts( Layer layer )
    {
+      Words::Taken taken;
       for( ;; ) {
-         if( words_.accept( "sport" ) )
+         if( words_.acceptOnce( "sport", taken ) )
             layer.sport( words_.value<U16>( "a port" ) );
-         else if( words_.accept( "dport" ) )
+         else if( words_.acceptOnce( "dport", taken ) )
             layer.dport( words_.value<U16>( "a port" ) );
          else
             return layer;
@@ -343,29 +353,30 @@ class FrameBuilder
 
 } // namespace
 
-static Sim::Frame checkedLength( Sim::Frame frame, const Words& words )
+Sim::Frame checkedFrame( Sim::Frame frame )
 {
    const std::size_t length = frame.untaggedLength();
    if( length > longestFrame )
-      words.fail( "a frame has at most " + std::to_string( longestFrame ) +
-                  " bytes; this one has " + std::to_string( length ) );
+      throw Vormel::ValueError( "a frame has at most " + std::to_string( longestFrame ) +
+                                " bytes; this one has " + std::to_string( length ) );
    return frame;
 }
 
 Sim::Frame takeFrame( Session& session, Words& words )
 {
    if( words.accept( "hex" ) )
-      return checkedLength( Sim::Frame( takeHex( words ) ), words );
+      return checkedFrame( Sim::Frame( takeHex( words ) ) );
    if( words.accept( "pcap" ) ) {
-      const std::string file = words.take( "a pcap file" ).text;
+      const Word& name = words.take( "a pcap file", "FILE" );
+      const std::string& file = name.text;
       const U32 number = words.accept( "frame" ) ? words.value<U32>( "the frame's number" ) : 1;
       words.end();
-      return checkedLength( frameInFile( file, number ), words );
+      return words.blaming( name, [ & ] { return checkedFrame( frameInFile( file, number ) ); } );
    }
    try {
       Sim::Frame frame( FrameBuilder( session, words ).take() );
       words.end();
-      return checkedLength( std::move( frame ), words );
+      return checkedFrame( std::move( frame ) );
    } catch( const Tins::exception_base& error ) {
       words.fail( std::string( "such a frame cannot be built: " ) + error.what() );
    }

@@ -3,6 +3,7 @@
 
 #include "platform/runtime/Clock.h"
 #include "sim/packet/PacketEngine.h"
+#include "tool/packet/CaptureFile.h"
 
 #include <map>
 #include <memory>
@@ -24,7 +25,6 @@ class PacketDesk
    PacketDesk( Sim::SimSwitch& hardware, const Vormel::Clock& clock );
    PacketDesk( const PacketDesk& ) = delete;
    PacketDesk& operator=( const PacketDesk& ) = delete;
-   ~PacketDesk();
 
    Sim::PacketEngine& engine() { return engine_; }
    Sim::ForwardingTables& tables() { return engine_.tables(); }
@@ -33,27 +33,28 @@ class PacketDesk
    const LastPacket* last() const { return last_ ? &*last_ : nullptr; }
    void lastIs( LastPacket last ) { last_.emplace( std::move( last ) ); }
 
-   /// What leaves by the port from now on, or goes to the unit's CPU, is written to a pcap file.
-   /// ValueError when it cannot be, is already, or the file is in use.
+   bool captures( Sim::PortRef port ) const { return ports_.contains( port ); }
+   bool capturesCpu( U32 unit ) const { return cpus_.contains( unit ); }
+   /// What leaves by the port from now on, or goes to the unit's CPU, is written to a pcap file, instead of one
+   /// before. ValueError when the file cannot be, or is in use.
    void capturePort( Sim::PortRef port, const std::string& file );
    void captureCpu( U32 unit, const std::string& file );
    /// Closes all files.
    void captureEnd();
+   bool isWriting( const std::string& file ) const;
+   /// What could not be written since the last call; such a file is closed. Empty when everything was.
+   std::string takeProblem();
 
  private:
-   class File;
-
-   std::unique_ptr<File> opened( const std::string& file ) const;
+   std::unique_ptr<CaptureWriter> opened( const std::string& file ) const;
    void write( const Sim::Verdict& verdict );
 
    Sim::PacketEngine engine_;
    const Vormel::Clock& clock_;
    std::optional<LastPacket> last_;
-   std::map<Sim::PortRef, std::unique_ptr<File>> ports_;
-   std::map<U32, std::unique_ptr<File>> cpus_;
+   std::map<Sim::PortRef, std::unique_ptr<CaptureWriter>> ports_;
+   std::map<U32, std::unique_ptr<CaptureWriter>> cpus_;
+   std::string problem_;
 };
-
-/// The frame with this number, 1 being the first, in a pcap or pcapng file. ValueError when there is none.
-Sim::Frame frameInFile( const std::string& file, U32 number );
 
 } // namespace Strata::Tool

@@ -1,5 +1,6 @@
 #include "tool/packet/PacketWords.h"
 
+#include "platform/runtime/Format.h"
 #include "platform/types/EthAddr.h"
 #include "platform/types/IntfId.h"
 #include "tool/InterfaceRange.h"
@@ -22,8 +23,15 @@ U32 takeOptionalUnit( Session& session, Words& words )
 
 PortRef takeNumberedPort( Session& session, Words& words )
 {
-   const U32 port = words.value<U32>( "a port number" );
-   return { takeOptionalUnit( session, words ), port };
+   const int port = words.value<int>( "a port number" );
+   const Word& word = *words.last();
+   const U32 unit = takeOptionalUnit( session, words );
+   const Sim::Chip& chip = session.agent( words ).hardware().chip( unit );
+   const auto logical = chip.logicalPort( port );
+   if( !logical )
+      words.failAt( word, Vormel::format( "unit %d has no port %d; it has %s", unit, port,
+                             chip.sdkPorts().toString() ) );
+   return { unit, *logical };
 }
 
 } // namespace
@@ -38,11 +46,12 @@ std::span<const std::string_view> portWords()
 /// The port of an interface that must have one.
 static PortRef portOf( Session& session, const Words& words, IntfId intf )
 {
-   const StrataPort at = session.agent( words ).hardware().scsd()->strataIntfToPort( intf );
+   const Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   const StrataPort at = hardware.scsd()->strataIntfToPort( intf );
    if( !at )
       words.fail( intf.toString() + " has no port; put it on one, as in 'interface " +
                   intf.toString() + " unit 0 port 1'" );
-   return { at.unit(), at.logicalPort() };
+   return Sim::portRef( hardware.chips(), at );
 }
 
 PortRef takePort( Session& session, Words& words )
@@ -76,8 +85,9 @@ PortRef takePort( Session& session, Words& words )
 /// The ports of a LAG's members, of those that have one.
 static std::vector<PortRef> portsOfLag( Session& session, const Words& words, IntfId lag )
 {
-   const auto scsd = session.agent( words ).hardware().scsd();
-   std::vector<PortRef> ports = Sim::portsOf( *scsd, scsd->lagMembers( lag ) );
+   const Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   const auto& scsd = hardware.scsd();
+   std::vector<PortRef> ports = Sim::portsOf( hardware.chips(), *scsd, scsd->lagMembers( lag ) );
    if( ports.empty() )
       words.fail( lag.toString() + " has no member with a port" );
    return ports;
@@ -184,15 +194,18 @@ Sim::NextHop takeNextHop( Session& session, Words& words )
    return nextHop;
 }
 
-Sim::Arrival takeArrival( Session& session, Words& words )
+Entrance takeEntrance( Session& session, Words& words )
 {
    words.expect( "in" );
-   if( words.accept( "higig" ) ) {
-      const U32 unit = takeOptionalUnit( session, words );
-      return { { unit, 0 }, takeFrame( session, words ), true };
-   }
-   const PortRef port = takePort( session, words );
-   return { port, takeFrame( session, words ) };
+   if( words.accept( "higig" ) )
+      return { { takeOptionalUnit( session, words ), 0 }, true };
+   return { takePort( session, words ) };
+}
+
+Sim::Arrival takeArrival( Session& session, Words& words )
+{
+   const Entrance entrance = takeEntrance( session, words );
+   return { entrance.port, takeFrame( session, words ), entrance.higig };
 }
 
 } // namespace Strata::Tool

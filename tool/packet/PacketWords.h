@@ -38,8 +38,21 @@ U32 takeLabel( Words& words, std::string_view what );
 /// by the first member that may send.
 Sim::PortRef takePortOrLag( Session& session, Words& words );
 
-/// Takes `in PORT|higig [unit N]`, then the frame, to the end of the line.
+/// Where packets come in.
+struct Entrance
+{
+   Sim::PortRef port;
+   bool higig = false;
+};
+
+/// Takes `in PORT|higig [unit N]`.
+Entrance takeEntrance( Session& session, Words& words );
+
+/// Takes an entrance, then the frame, to the end of the line.
 Sim::Arrival takeArrival( Session& session, Words& words );
+
+/// ValueError for a frame that is longer than ports take.
+Sim::Frame checkedFrame( Sim::Frame frame );
 
 /// Takes a frame: its layers from the outside in, or `hex BYTES`, or `pcap FILE [frame N]`.
 Sim::Frame takeFrame( Session& session, Words& words );

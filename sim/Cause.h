@@ -1,0 +1,40 @@
+// Who put what a chip holds there: the command of whoever drives the switch, and where the transcript has it.
+#pragma once
+
+#include "platform/runtime/Types.h"
+
+#include <compare>
+#include <string>
+
+namespace Strata::Sim {
+
+struct Cause
+{
+   std::string text; // "call init true true"; empty for nobody
+   U64 since = 0;    // the transcript's last record before that
+   U64 record = 0;   // of the call
+
+   bool operator==( const Cause& ) const = default;
+};
+
+/// What a chip holds beside entries.
+struct ChipPlace
+{
+   enum class Kind : U8
+   {
+      control,     // by number of the role
+      portControl, // the same, on `port`
+      portSwitchControl,
+      registers,
+      vlanFlags, // by VLAN
+      myStation, // by index
+   };
+
+   Kind kind;
+   U32 number = 0;
+   int port = 0;
+
+   auto operator<=>( const ChipPlace& ) const = default;
+};
+
+} // namespace Strata::Sim

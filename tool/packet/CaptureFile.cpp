@@ -1,0 +1,139 @@
+#include "tool/packet/CaptureFile.h"
+
+#include "platform/runtime/Errors.h"
+#include "platform/runtime/Format.h"
+
+#include <pcap.h>
+
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace Strata::Tool {
+
+using Vormel::format;
+using Vormel::ValueError;
+
+namespace {
+
+/// Opens without waiting for anybody, and without taking what somebody else is to read.
+std::FILE* opened( const std::string& name, bool toWrite )
+{
+   const std::string cannot =
+      std::string( "cannot " ) + ( toWrite ? "write" : "read" ) + " '" + name + "': ";
+   const int flags = toWrite ? O_WRONLY | O_CREAT | O_TRUNC : O_RDONLY;
+   const int file = open( name.c_str(), flags | O_NONBLOCK | O_CLOEXEC, 0666 );
+   struct stat about = {};
+   if( file < 0 || fstat( file, &about ) != 0 )
+      throw ValueError( cannot + std::strerror( errno ) );
+   if( toWrite ? S_ISFIFO( about.st_mode ) : !S_ISREG( about.st_mode ) ) {
+      close( file );
+      throw ValueError( cannot + "it is no regular file" );
+   }
+   return fdopen( file, toWrite ? "wb" : "rb" );
+}
+
+// The file's head and what stands before each frame, in the machine's order of bytes.
+struct FileHead
+{
+   U32 magic = 0xA1B2C3D4;
+   U16 major = 2;
+   U16 minor = 4;
+   U32 zone = 0;
+   U32 accuracy = 0;
+   U32 longest = 0x40000;
+   U32 link = DLT_EN10MB;
+};
+
+struct FrameHead
+{
+   U32 seconds;
+   U32 microseconds;
+   U32 captured;
+   U32 length;
+};
+
+} // namespace
+
+CaptureWriter::CaptureWriter( const std::string& file )
+   : name_( file ),
+     file_( opened( file, true ), std::fclose )
+{
+   const FileHead head;
+   if( !put( &head, sizeof head ) || std::fflush( file_.get() ) != 0 )
+      throw ValueError( "cannot write '" + name_ + "': " + std::strerror( errno ) );
+}
+
+bool CaptureWriter::put( const void* bytes, std::size_t size )
+{
+   return std::fwrite( bytes, 1, size, file_.get() ) == size;
+}
+
+std::string CaptureWriter::add( const Sim::Frame& frame, double seconds )
+{
+   const auto time = static_cast<U64>( std::llround( seconds * 1e6 ) );
+   const auto size = static_cast<U32>( frame.bytes().size() );
+   const FrameHead head{
+      static_cast<U32>( time / 1'000'000 ), static_cast<U32>( time % 1'000'000 ), size, size };
+   if( put( &head, sizeof head ) && put( frame.bytes().data(), size ) &&
+       std::fflush( file_.get() ) == 0 )
+      return {};
+   return "the capture ends, for '" + name_ + "' cannot be written: " + std::strerror( errno );
+}
+
+bool CaptureWriter::writes( const std::string& file ) const
+{
+   std::error_code none;
+   return file == name_ || std::filesystem::equivalent( file, name_, none );
+}
+
+struct CaptureReader::Source
+{
+   std::unique_ptr<pcap_t, decltype( &pcap_close )> capture;
+};
+
+CaptureReader::CaptureReader( const std::string& file ) : name_( file )
+{
+   char problem[ PCAP_ERRBUF_SIZE ] = "";
+   std::unique_ptr<std::FILE, int ( * )( std::FILE* )> stream( opened( file, false ), std::fclose );
+   source_ = std::make_unique<Source>(
+      Source{ { pcap_fopen_offline( stream.get(), problem ), pcap_close } } );
+   if( !source_->capture )
+      throw ValueError( "cannot read '" + file + "': " + problem );
+   stream.release(); // goes with the capture
+   if( const int link = pcap_datalink( source_->capture.get() ); link != DLT_EN10MB )
+      throw ValueError( format( "'%s' holds no Ethernet frames (link type %d)", file, link ) );
+}
+
+CaptureReader::~CaptureReader() = default;
+
+std::optional<CapturedFrame> CaptureReader::next()
+{
+   pcap_pkthdr* header = nullptr;
+   const u_char* bytes = nullptr;
+   pcap_t* const capture = source_->capture.get();
+   const int found = pcap_next_ex( capture, &header, &bytes );
+   if( found == PCAP_ERROR_BREAK )
+      return std::nullopt;
+   if( found != 1 )
+      throw ValueError(
+         format( "cannot read '%s' behind frame %d: %s", name_, number_, pcap_geterr( capture ) ) );
+   ++number_;
+   return CapturedFrame{ Sim::Bytes( bytes, bytes + header->caplen ), header->len };
+}
+
+Sim::Frame frameInFile( const std::string& file, U32 number )
+{
+   CaptureReader reader( file );
+   while( const auto captured = reader.next() )
+      if( reader.number() == number )
+         return captured->frame();
+   throw ValueError( format( "'%s' has no frame %d; it has %d", file, number, reader.number() ) );
+}
+
+} // namespace Strata::Tool
