@@ -82,7 +82,7 @@ class ThrowingShim final : public ForwardingShim
    /// What threw; the end of the run where nothing did.
    std::optional<SdkOperation> thrower;
 
-#define SDK_OPERATION( method, name, parameters, arguments ) \
+#define STRATA_SDK_OPERATION( method, name, parameters, arguments ) \
    int method parameters override \
    { \
       strike( SdkOperation::method ); \
