@@ -38,6 +38,39 @@ for name in U32 IP4; do
    }
 done
 
+# A build that cannot work ends with one sentence, and so does the compiler.
+for flag in -std=c++17 -fno-rtti -fno-exceptions; do
+   # shellcheck disable=SC2046 # a list of words
+   if g++ -std=c++20 $flag $(pkg-config --cflags strata-l3) -fsyntax-only "$dir/headers.cpp" 2>"$dir/error.txt"; then
+      echo "$flag: the headers take it"
+      exit 1
+   fi
+   if [ "$(grep -c 'error:' "$dir/error.txt")" -ne 2 ] || ! grep -q 'error: #error "strata-l3 needs ' "$dir/error.txt"; then
+      cat "$dir/error.txt"
+      exit 1
+   fi
+done
+
+# Settings that are not the library's do not link.
+echo 'int main() {}' >"$dir/marks.cpp"
+# shellcheck disable=SC2046 # lists of words
+marks() {
+   g++ -std=c++20 "$dir/marks.cpp" -include routing/RoutingStatusHelper.h $(pkg-config --cflags strata-l3) "$@" \
+      $(pkg-config --libs strata-l3) -o "$dir/marks" 2>"$dir/error.txt"
+}
+marks || {
+   cat "$dir/error.txt"
+   exit 1
+}
+for setting in -DVORMEL_CHECKING=1:lockChecks '-UVORMEL_ATOMIC_REFS -DVORMEL_ATOMIC_REFS=0:plainRefs'; do
+   # shellcheck disable=SC2086 # a list of words
+   if marks ${setting%:*} || ! grep -q "Vormel::BuiltWith::${setting#*:}" "$dir/error.txt"; then
+      cat "$dir/error.txt"
+      echo "$setting: links to a library without it"
+      exit 1
+   fi
+done
+
 # The example agent, as it is installed. Its story is expected.txt, and its chip conforms.
 tells() {
    "$1/agent" "$1/routing-plugin.so" >"$1/story.txt" || {

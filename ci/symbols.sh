@@ -1,7 +1,7 @@
 #!/bin/sh
 # symbols.sh LIBRARY [--update]
 # What the library exports is the list ci/symbols.txt, or is made it. Every build exports the same, but for
-# what only a build with lock checks has.
+# what only a build with lock checks has, and the marks of the settings, which are listed as a release has them.
 set -eu
 cd "$(dirname "$0")/.."
 library=$1
@@ -15,7 +15,8 @@ trap 'rm -f "$now"' EXIT
 nm --dynamic --defined-only --demangle "$library" | sed -E 's/^[0-9a-f]* . //' |
    sed -E -e 's/\[abi:cxx11\]//g' \
       -e 's/std::__cxx11::basic_string<char, std::char_traits<char>, std::allocator<char> ?>/std::string/g' \
-      -e 's/std::basic_string_view<char, std::char_traits<char> ?>/std::string_view/g' |
+      -e 's/std::basic_string_view<char, std::char_traits<char> ?>/std::string_view/g' \
+      -e 's/^Vormel::BuiltWith::lockChecks$/Vormel::BuiltWith::noLockChecks/' |
    grep -vE '^typeinfo name for |^Vormel::checkActivityLock\(' | LC_ALL=C sort -u >"$now"
 
 if [ "$update" = --update ]; then

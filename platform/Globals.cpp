@@ -7,6 +7,9 @@
 #include "platform/sdk/ChipInfo.h"
 #include "platform/sdk/SdkShimInterface.h"
 
+const char Vormel::BuiltWith::VORMEL_LOCK_MARK = 0;
+const char Vormel::BuiltWith::VORMEL_REFS_MARK = 0;
+
 namespace Vormel {
 
 ActivityLock Detail::theActivityLock;
@@ -52,13 +55,6 @@ void checkActivityLock( const char* what )
 namespace Strata {
 
 SdkShimInterface::~SdkShimInterface() = default;
-
-constinit SdkShimInterface* Detail::theSdkShim = nullptr;
-
-void sdkShimIs( SdkShimInterface* shim )
-{
-   Detail::theSdkShim = shim;
-}
 
 StrataAttributes& strataAttributes()
 {

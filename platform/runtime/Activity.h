@@ -2,6 +2,7 @@
 // the time and gives it away for the length of each SDK call; other threads take it to look.
 #pragma once
 
+#include "platform/runtime/Assert.h"
 #include "platform/runtime/Export.h"
 
 #include <atomic>
@@ -50,11 +51,15 @@ inline ActivityLock& activityLock()
    return Detail::theActivityLock;
 }
 
-/// Holds the lock for a scope. The thread must not hold it already.
+/// Holds the lock for a scope. Assertion when the thread holds it already, because it would wait for itself.
 class LockAnchor
 {
  public:
-   explicit LockAnchor( ActivityLock& lock ) : lock_( lock ) { lock_.lock(); }
+   explicit LockAnchor( ActivityLock& lock ) : lock_( lock )
+   {
+      VORMEL_ASSERT( !lock.heldByThisThread() && "this thread holds the activity lock already" );
+      lock_.lock();
+   }
    ~LockAnchor() { lock_.unlock(); }
    LockAnchor( const LockAnchor& ) = delete;
    LockAnchor& operator=( const LockAnchor& ) = delete;

@@ -3,11 +3,51 @@
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
+#include <mutex>
 #include <utility>
 
 namespace Vormel {
 
 static std::atomic<AssertionHook> currentHook{ nullptr };
+
+namespace {
+
+struct FatalReports
+{
+   std::mutex mutex;
+   FatalSink sink;
+};
+
+FatalReports& fatalReports()
+{
+   static FatalReports reports;
+   return reports;
+}
+
+} // namespace
+
+FatalSink fatalSinkIs( FatalSink sink )
+{
+   const std::lock_guard guard( fatalReports().mutex );
+   return std::exchange( fatalReports().sink, std::move( sink ) );
+}
+
+void fatalLine( std::string_view line ) noexcept
+{
+   try {
+      const std::string report = std::string( line ) + '\n';
+      std::fwrite( report.data(), 1, report.size(), stderr );
+      std::fflush( stderr );
+      std::unique_lock guard( fatalReports().mutex );
+      const FatalSink sink = fatalReports().sink;
+      guard.unlock();
+      if( sink )
+         sink( line );
+   } catch( const std::exception& error ) {
+      std::fprintf( stderr, "the fatal sink failed: %s\n", error.what() );
+   }
+}
 
 AssertionHook assertionHookIs( AssertionHook hook )
 {
@@ -17,10 +57,8 @@ AssertionHook assertionHookIs( AssertionHook hook )
 void assertionFailed( const char* file, int line, const char* signature, const char* text )
 {
    const AssertionFailure failure{ file, line, signatureText( signature ), text };
-   const std::string report = std::string( file ) + ":" + std::to_string( line ) + ": " +
-                              failure.signature + ": Assertion '" + text + "' failed.\n";
-   std::fwrite( report.data(), 1, report.size(), stderr );
-   std::fflush( stderr );
+   fatalLine( std::string( file ) + ":" + std::to_string( line ) + ": " + failure.signature +
+              ": Assertion '" + text + "' failed." );
    if( const AssertionHook hook = currentHook.load() )
       hook( failure );
    std::abort();

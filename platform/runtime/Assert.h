@@ -3,6 +3,7 @@
 
 #include "platform/runtime/Export.h"
 
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -16,15 +17,24 @@ struct AssertionFailure
    std::string_view text; // the expression as written
 };
 
-/// Runs after the report is on standard error and before the process aborts. A hook may throw or
+/// Runs after the report and before the process aborts. A hook may throw or
 /// leave the process; when it returns, the process aborts.
 using AssertionHook = void ( * )( const AssertionFailure& );
 
 /// Sets the hook and returns the one before; null means none.
 VORMEL_EXPORT AssertionHook assertionHookIs( AssertionHook hook );
 
-/// Writes `<file>:<line>: <signature>: Assertion '<text>' failed.` to standard error and ends the
-/// process.
+/// Gets each line that tells why the process ends, without its newline: assertions, and SDK calls that failed fatally.
+using FatalSink = std::function<void( std::string_view line )>;
+
+/// Sets the sink and returns the one before; empty means none. Standard error gets the lines in any case, and before
+/// the sink. What a sink throws is told there. Safe from any thread; a sink guards itself.
+VORMEL_EXPORT FatalSink fatalSinkIs( FatalSink sink );
+
+/// Hands a line, without a newline, to standard error and to the sink.
+VORMEL_EXPORT void fatalLine( std::string_view line ) noexcept;
+
+/// Reports `<file>:<line>: <signature>: Assertion '<text>' failed.` by fatalLine() and ends the process.
 [[noreturn]] VORMEL_EXPORT void assertionFailed(
    const char* file, int line, const char* signature, const char* text );
 

@@ -41,7 +41,7 @@ class VORMEL_EXPORT Clock
 
  private:
    friend class Timer;
-   Timer* earliest() const;
+   VORMEL_HIDDEN Timer* earliest() const;
 
    std::vector<Timer*> timers_;
    U64 lastSerial_ = 0;
@@ -100,7 +100,7 @@ class VORMEL_EXPORT ManualClock : public Clock
    void advanceBy( double seconds );
 
  private:
-   void timeReached( double expiry ) override;
+   VORMEL_HIDDEN void timeReached( double expiry ) override;
    double now_ = 0.0;
 };
 

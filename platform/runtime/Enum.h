@@ -9,6 +9,8 @@
 // all is constant.
 #pragma once
 
+#include "platform/runtime/Types.h"
+
 #include <algorithm>
 #include <array>
 #include <concepts>

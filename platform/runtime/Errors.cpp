@@ -1,10 +1,11 @@
 #include "platform/runtime/Errors.h"
 
+#include "platform/runtime/Format.h"
+
 namespace Vormel {
 
 RangeError::RangeError( U64 index, U64 size )
-   : Error( "cannot access index " + std::to_string( index ) + " of an array with size " +
-            std::to_string( size ) )
+   : Error( format( "cannot access index %d of an array with size %d", index, size ) )
 {}
 
 NullArgumentError::NullArgumentError( std::string_view mutator, std::string_view argument )

@@ -1,11 +1,14 @@
 #include "platform/runtime/Publisher.h"
 
+#include "platform/runtime/Activity.h"
+
 #include <algorithm>
 
 namespace Vormel {
 
 void Publisher::subscriberAdd( Subscriber& subscriber ) const
 {
+   checkActivityLock( "subscriberAdd" );
    subscribers_.push_back( &subscriber );
    ++live_;
    only_ = subscribers_.size() == 1 ? &subscriber : nullptr;
@@ -13,6 +16,7 @@ void Publisher::subscriberAdd( Subscriber& subscriber ) const
 
 void Publisher::subscriberDel( Subscriber& subscriber ) const noexcept
 {
+   checkActivityLock( "subscriberDel" );
    const auto at = std::find( subscribers_.begin(), subscribers_.end(), &subscriber );
    if( at == subscribers_.end() )
       return;

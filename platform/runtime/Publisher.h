@@ -78,7 +78,8 @@ class VORMEL_EXPORT Publisher
  public:
    bool hasSubscribers() const noexcept { return live_ != 0; }
 
-   /// Registering twice means being called twice; each removal takes one registration away.
+   /// Registering twice means being called twice; each removal takes one registration away. Checking builds demand
+   /// the activity lock.
    void subscriberAdd( Subscriber& subscriber ) const;
    void subscriberDel( Subscriber& subscriber ) const noexcept;
 
@@ -105,9 +106,9 @@ class VORMEL_EXPORT Publisher
       Event event;
    };
 
-   void publishToAll( const Change& change ) const noexcept;
-   void note( Event event ) const noexcept;
-   void settle( const Delivery& delivery ) const noexcept;
+   VORMEL_HIDDEN void publishToAll( const Change& change ) const noexcept;
+   VORMEL_HIDDEN void note( Event event ) const noexcept;
+   VORMEL_HIDDEN void settle( const Delivery& delivery ) const noexcept;
 
    // Subscribing does not change what a publisher says, so inputs held as const can be watched.
    mutable std::vector<Subscriber*> subscribers_; // null: removed during a delivery

@@ -11,10 +11,6 @@
 #include <type_traits>
 #include <utility>
 
-#ifndef VORMEL_ATOMIC_REFS
-#define VORMEL_ATOMIC_REFS 1
-#endif
-
 namespace Vormel {
 
 /// Base of everything that is held by counted references.

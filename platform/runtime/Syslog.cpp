@@ -12,6 +12,8 @@
 
 namespace Vormel {
 
+constinit const char NoActionRequired[] = "No action required";
+
 static double now()
 {
    static const RealClock realClock;

@@ -36,8 +36,8 @@ VORMEL_ENUM_NAMES( Severity, { Severity::emergency, "emergency" }, { Severity::a
    { Severity::warning, "warning" }, { Severity::notice, "notice" }, { Severity::info, "info" },
    { Severity::debug, "debug" } )
 
-/// The recommended action of messages that only inform.
-inline constexpr const char* NoActionRequired = "No action required";
+/// The recommended action of messages that only inform; one object, so that it can be compared by address.
+extern VORMEL_EXPORT const char NoActionRequired[];
 
 /// When a message may be repeated.
 struct SyslogRate

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 #include <deque>
+#include <exception>
 #include <memory>
 #include <optional>
 
@@ -148,13 +149,17 @@ static TraceSink currentSink()
 }
 
 void traceRecord(
-   const TraceHandle& handle, U32 level, std::string_view function, std::string_view text )
+   const TraceHandle& handle, U32 level, std::string_view function, std::string_view text ) noexcept
 {
-   const TraceRecord record{ handle.name(), level, function, text };
-   if( const TraceSink sink = currentSink() )
-      sink( record );
-   else
-      writeLine( stderr, record );
+   try {
+      const TraceRecord record{ handle.name(), level, function, text };
+      if( const TraceSink sink = currentSink() )
+         sink( record );
+      else
+         writeLine( stderr, record );
+   } catch( const std::exception& error ) {
+      std::fprintf( stderr, "a trace of %s was lost: %s\n", handle.name(), error.what() );
+   }
 }
 
 struct StreamPool

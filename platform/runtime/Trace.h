@@ -78,9 +78,9 @@ VORMEL_EXPORT TraceSink traceSinkIs( TraceSink sink );
 /// opened.
 VORMEL_EXPORT TraceSink traceToFile( const std::string& file );
 
-/// Hands a record to the sink, whether or not the level is enabled.
-VORMEL_EXPORT void traceRecord(
-   const TraceHandle& handle, U32 level, std::string_view function, std::string_view text );
+/// Hands a record to the sink, whether or not the level is enabled. What a sink throws goes to standard error.
+VORMEL_EXPORT void traceRecord( const TraceHandle& handle, U32 level, std::string_view function,
+   std::string_view text ) noexcept;
 
 /// Collects the pieces of one trace; see Text.h for how values read. The streams are kept for reuse
 /// and handed out by reference, so that a function that traces needs no room for one on its stack.

@@ -1,6 +1,8 @@
 // Fixed-width integers under the short names that the whole agent uses.
 #pragma once
 
+#include "platform/runtime/Export.h"
+
 #include <cstdint>
 
 #if defined( U8 ) || defined( U16 ) || defined( U32 ) || defined( U64 ) || defined( S32 ) || \

@@ -16,6 +16,8 @@ std::optional<T> parsed( std::string_view text )
    int base = 10;
    if( text.starts_with( "0x" ) ) {
       text.remove_prefix( 2 );
+      if( text.starts_with( '-' ) )
+         return std::nullopt;
       base = 16;
    }
    T number = 0;
@@ -61,6 +63,8 @@ std::optional<bool> boolFrom( const Value& value )
 {
    if( const auto* const v = std::get_if<bool>( &value ) )
       return *v;
+   if( std::holds_alternative<double>( value ) )
+      return std::nullopt;
    const std::string text = toText( value );
    if( text == "true" || text == "1" )
       return true;

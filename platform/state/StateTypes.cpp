@@ -141,13 +141,16 @@ std::string toText( const StrataPort& port )
 std::optional<IntfIdList> IntfIdList::parse( std::string_view text )
 {
    std::vector<IntfId> intfs;
-   while( !text.empty() ) {
+   if( text.empty() )
+      return IntfIdList();
+   for( bool more = true; more; ) {
       const auto comma = text.find( ',' );
       const auto intf = IntfId::parse( text.substr( 0, comma ) );
       if( !intf )
          return std::nullopt;
       intfs.push_back( *intf );
-      text.remove_prefix( comma == text.npos ? text.size() : comma + 1 );
+      more = comma != text.npos;
+      text.remove_prefix( more ? comma + 1 : 0 );
    }
    return IntfIdList( std::move( intfs ) );
 }

@@ -75,8 +75,8 @@ class VORMEL_EXPORT IntfId
    static constexpr U32 kindShift_ = 56, firstShift_ = 32, secondShift_ = 16;
    static constexpr U32 firstMax_ = 0xffffff, furtherMax_ = 0xffff;
 
-   static std::optional<IntfId> make( Kind kind, U64 first, U64 second, U64 third );
-   static IntfId makeChecked( Kind kind, U32 first, U32 second, U32 third );
+   VORMEL_HIDDEN static std::optional<IntfId> make( Kind kind, U64 first, U64 second, U64 third );
+   VORMEL_HIDDEN static IntfId makeChecked( Kind kind, U32 first, U32 second, U32 third );
 
    // Kind and numbers from the top down, so that the order of the word is that of the identifiers.
    U64 bits_ = 0;

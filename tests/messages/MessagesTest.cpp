@@ -29,6 +29,8 @@ TEST( MessagesTest, AllSixExistOnceTheLibraryIsLoadedInTheirOrder )
       "6 STRATA_RESERVED_HOST_TABLE_EXCEEDED\n"
       "3 HARDWARE_UNKNOWN_MAC_DROP_FEATURE_UNSUPPORTED\n"
       "4 UNKNOWN_UCAST_PACKET_RECEIVED" );
+   // One object of the library, so an agent can ask for it by address.
+   EXPECT_EQ( STRATA_CONFIG_CHANGE.recommendedAction(), &Vormel::NoActionRequired[ 0 ] );
 }
 
 TEST( MessagesTest, ArgumentsAreRenderedAsTextFirst )

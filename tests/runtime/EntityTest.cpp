@@ -183,6 +183,14 @@ TEST_F( EntityTest, EverythingIsReachableByName )
    EXPECT_EQ( toText( type.operation( "dim" ).call( *lamp, arguments ) ), "30" );
 }
 
+TEST( ValueTest, WhatOnlyLooksLikeAValueIsRefused )
+{
+   EXPECT_EQ( ValueTraits<S32>::from( std::string( "-5" ) ), -5 );
+   EXPECT_EQ( ValueTraits<S32>::from( std::string( "0x-5" ) ), std::nullopt );
+   EXPECT_EQ( ValueTraits<bool>::from( U64( 1 ) ), true );
+   EXPECT_EQ( ValueTraits<bool>::from( 1.0 ), std::nullopt );
+}
+
 TEST_F( EntityTest, WrongNamesAndArgumentsSayWhatWouldBeRight )
 {
    const Vormel::EntityType& type = lamp->entityType();

@@ -102,6 +102,16 @@ TEST_F( TraceTest, SettingsApplyAsAWholeOrNotAtAll )
    EXPECT_EQ( traceHandle( "FruitPlum" ), nullptr );
 }
 
+TEST_F( TraceTest, WhatASinkThrowsIsToldAndTheTracedCodeGoesOn )
+{
+   apple.levelIs( 1 );
+   traceSinkIs( []( const TraceRecord& ) { throw Error( "disk full" ); } );
+   testing::internal::CaptureStderr();
+   VORMEL_TRACE( apple, 1, "red" );
+   EXPECT_EQ(
+      testing::internal::GetCapturedStderr(), "a trace of FruitApple was lost: disk full\n" );
+}
+
 class SyslogTest : public testing::Test
 {
  protected:
@@ -177,6 +187,22 @@ TEST( AssertTest, TheHookSeesTheExpressionAndASignatureWithoutBlanksBeforeRefere
       << report;
    EXPECT_EQ( signatureText( "void f(const A &, B *)" ), "void f(const A&, B*)" );
    EXPECT_DEATH( VORMEL_ASSERT( !report.size() ), "Assertion '!report.size\\(\\)' failed." );
+}
+
+TEST( AssertTest, TheFatalSinkGetsTheLineBesideStandardErrorAndMayFail )
+{
+   std::string got;
+   assertionHookIs( []( const AssertionFailure& ) { throw Error( "hook" ); } );
+   testing::internal::CaptureStderr();
+   fatalSinkIs( [ &got ]( std::string_view line ) { got += line; } );
+   EXPECT_THROW( Orchard::pick( "", nullptr ), Error );
+   fatalSinkIs( []( std::string_view ) { throw Error( "disk full" ); } );
+   fatalLine( "the end" );
+   EXPECT_TRUE( fatalSinkIs( {} ) );
+   assertionHookIs( nullptr );
+   EXPECT_EQ( testing::internal::GetCapturedStderr(),
+      got + "\nthe end\nthe fatal sink failed: disk full\n" );
+   EXPECT_TRUE( got.ends_with( "Assertion 'EOF == 2' failed." ) ) << got;
 }
 
 } // namespace
