@@ -152,7 +152,7 @@ void checkedCall( std::size_t rounds )
 void bareCall( std::size_t rounds )
 {
    for( ; rounds != 0; --rounds ) {
-      SdkShimInterface& shim = *sdkShim();
+      SdkShimInterface& shim = sdkShimInUse();
       Vormel::activityLock().unlock();
       int rc = shim.fieldQualifyTtl( 0, 1, 0, 0xFF );
       Vormel::activityLock().lock();

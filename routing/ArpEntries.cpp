@@ -16,7 +16,7 @@ void RoutingStatusHelper::handleTcamEntryArpReplyToCpu( MacType macType )
    const EthAddr mac = macOf( macType );
    if( !hasManager( tcamManager(), "handleTcamEntryArpReplyToCpu" ) )
       return;
-   const ChipAttributes chip = chipAttributes( *scsd() );
+   const ChipAttributes chip = chipAttributes( shared() );
    const bool higig = chip.higigTrunkCancelSupported && chip.higigQualifierSupported;
    const bool bridge = macType == MacType::bridgeMac;
    const EthAddr macMask = EthAddr::broadcast;
@@ -27,7 +27,7 @@ void RoutingStatusHelper::handleTcamEntryArpReplyToCpu( MacType macType )
    TcamEntry reply( tcamManager(), bridge ? TcamL3EntryId::arpReply : TcamL3EntryId::arpFennicReply,
       bridge ? "trap to cpu for arp reply with dmac=bridgeMac"
              : "trap to cpu for arp reply with dmac=fennicMac" );
-   for( const auto& i : scsd()->units() ) {
+   for( const auto& i : shared().units() ) {
       if( !SdkShim->trapsTtlExceptions( i.key() ) )
          continue;
       const U32 entryId = reply.claim( i.key() );
@@ -65,13 +65,13 @@ void RoutingStatusHelper::handleTcamEntryArpReqUnicastDrop()
    VORMEL_TRACE( routingTrace, 9, "handleTcamEntryArpReqUnicastDrop" );
    if( !hasManager( tcamManager(), "handleTcamEntryArpReqUnicastDrop" ) )
       return;
-   const bool higig = chipAttributes( *scsd() ).higigQualifierSupported;
+   const bool higig = chipAttributes( shared() ).higigQualifierSupported;
    const EthAddr mac = routerMacAddr();
    const EthAddr macMask = EthAddr::broadcast;
 
    TcamEntry request( tcamManager(), TcamL3EntryId::arpRequestUnicast,
       "drop ucast arp request with dmac=bridgeMac" );
-   for( const auto& i : scsd()->units() ) {
+   for( const auto& i : shared().units() ) {
       const U32 entryId = request.claim( i.key() );
       CHECKED( bcm_field_qualify_DstMac( i.key(), entryId, mac, macMask ) );
       CHECKED( bcm_field_qualify_IpType( i.key(), entryId, bcmFieldIpTypeArpRequest ) );

@@ -31,12 +31,13 @@ class Phase
 void RoutingStatusHelper::init( bool enable, bool initHw )
 {
    VORMEL_TRACE( routingTrace, 2, "init, enable: " << enable << ", initHw: " << initHw );
-   const ChipAttributes chip = chipAttributes( *scsd() );
+   lookUpChip( "init" );
+   const ChipAttributes chip = chipAttributes( shared() );
 
-   if( scsd()->vfiForwarding() )
+   if( shared().vfiForwarding() )
       initTtlCheck();
 
-   for( const auto& i : scsd()->units() ) {
+   for( const auto& i : shared().units() ) {
       VORMEL_TRACE( routingTrace, 2, "setting L3DstMissToCpu to true" );
       CHECKED_WITH_SIGNATURE( bcm_switch_control_set( i.key(), bcmSwitchV4L3DstMissToCpu, true ) );
       CHECKED_WITH_SIGNATURE( bcm_switch_control_set( i.key(), bcmSwitchV6L3DstMissToCpu, true ) );
@@ -77,7 +78,7 @@ void RoutingStatusHelper::init( bool enable, bool initHw )
       handleTcamEntryMplsTrafficDrop( false );
    }
 
-   programSkipL2McastPktFromCoreToCpu( scsd()->vxlanEnabled() );
+   programSkipL2McastPktFromCoreToCpu( shared().vxlanEnabled() );
 }
 
 void RoutingStatusHelper::l3Init( bool enable )

@@ -7,10 +7,10 @@ namespace Strata {
 
 void RoutingStatusHelper::initCpuControlM()
 {
-   const ChipAttributes chip = chipAttributes( *scsd() );
+   const ChipAttributes chip = chipAttributes( shared() );
    if( !chip.cpuControlMMpls )
       return;
-   for( const auto& i : scsd()->units() ) {
+   for( const auto& i : shared().units() ) {
       if( chip.usesHsdk() ) {
          VORMEL_TRACE( routingTrace, 2, "Set CPU_CONTROL_M with HSDK methods" );
          CHECKED_WITH_SIGNATURE(
@@ -30,7 +30,7 @@ void RoutingStatusHelper::initCpuControlM()
 
 void RoutingStatusHelper::doWriteIngConfig()
 {
-   const ChipAttributes chip = chipAttributes( *scsd() );
+   const ChipAttributes chip = chipAttributes( shared() );
    if( chip.l3IntfUrpfControl )
       CHECKED_WITH_SIGNATURE(
          bcm_switch_control_set( SdkShim->kbSingleUnit(), bcmSwitchL3InterfaceUrpfEnable, true ) );
@@ -62,6 +62,7 @@ void RoutingStatusHelper::doWriteIngConfig()
 
 void RoutingStatusHelper::doNotCopyPacketFromCpuToCpu()
 {
+   Vormel::checkActivityLock( "doNotCopyPacketFromCpuToCpu" );
    VORMEL_TRACE( routingTrace, 2, "set DO_NOT_COPY_FROM_CPU_TO_CPUf in ING_MISC_CONFIG register" );
    U32 regVal = 0;
    CHECKED_WITH_SIGNATURE( READ_ING_MISC_CONFIGr( SdkShim->kbSingleUnit(), &regVal ) );

@@ -45,24 +45,24 @@ void RoutingStatusHelper::initTtlCheck()
       tcamGroupManager() ? tcamGroupManager()->boundedTcamEntryManager( TcamGroup::ttlCheck )
                          : nullptr;
    if( manager )
-      checkTtlCheckUnits( scsd()->units() );
+      checkTtlCheckUnits( shared().units() );
    ttlCheckTcamManagerIs( manager );
    if( !manager ) {
       VORMEL_TRACE( routingTrace, 1, "init: no entry manager for the TTL check" );
       return;
    }
-   for( const auto& i : scsd()->units() )
+   for( const auto& i : shared().units() )
       if( i.key() <= highestTtlCheckUnit )
          initializeTtlCheckTcam( ttlCheckTcamManager(), static_cast<U8>( i.key() ) );
 }
 
 void RoutingStatusHelper::initializeNextHopToCpuTcam()
 {
-   if( scsd()->nextHopToCpuSuppressed() ||
+   if( shared().nextHopToCpuSuppressed() ||
        !hasManager( tcamManager(), "initializeNextHopToCpuTcam" ) )
       return;
    TcamEntry nextHop( tcamManager(), TcamL3EntryId::nexthopToCpu, "NextHop to Cpu" );
-   for( const auto& i : scsd()->units() ) {
+   for( const auto& i : shared().units() ) {
       const U32 entry = nextHop.claim( i.key() );
       CHECKED( bcm_field_qualify_DstPort(
          i.key(), entry, StrataCommon::cpuNhInvalidModId_, StrataCommon::maskModId_, 0, 0 ) );

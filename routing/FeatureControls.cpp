@@ -6,7 +6,7 @@ namespace Strata {
 
 void RoutingStatusHelper::programDualHash( SwitchControl control, bool on )
 {
-   for( const auto& i : scsd()->units() ) {
+   for( const auto& i : shared().units() ) {
       if( control == SwitchControl::HashL2Dual )
          CHECKED( bcm_switch_control_set( i.key(), bcmSwitchHashL2Dual, on ) );
       else
@@ -16,7 +16,7 @@ void RoutingStatusHelper::programDualHash( SwitchControl control, bool on )
 
 void RoutingStatusHelper::programL2TrafficRouting( bool on )
 {
-   for( const auto& i : scsd()->units() )
+   for( const auto& i : shared().units() )
       CHECKED( bcm_switch_control_set( i.key(), bcmSwitchL2TrafficSrcIpLookup, on ) );
 }
 

@@ -14,10 +14,10 @@ void RoutingStatusHelper::handleTcamEntryVlanFlood( bool create )
    if( !hasManager( tcamManager(), "handleTcamEntryVlanFlood" ) )
       return;
    if( !create ) {
-      tcamEntryVlanFloodIs( deleteEntry( tcamManager(), scsd()->units(), tcamEntryVlanFlood() ) );
+      tcamEntryVlanFloodIs( deleteEntry( tcamManager(), shared().units(), tcamEntryVlanFlood() ) );
       return;
    }
-   if( !isFloodingPortSupported( *scsd() ) ) {
+   if( !isFloodingPortSupported( shared() ) ) {
       VORMEL_TRACE( routingTrace, 1, "handleTcamEntryVlanFlood: no flooding port on this chip" );
       return;
    }
@@ -25,8 +25,8 @@ void RoutingStatusHelper::handleTcamEntryVlanFlood( bool create )
    TcamEntry flood( tcamManager(),
       fabricMode() ? TcamL3EntryId::vlanFloodingFabric : TcamL3EntryId::vlanFlooding,
       "vlan flood" );
-   for( const auto& i : scsd()->units() ) {
-      const bool redirectToLoopback = useLb() && !scsd()->vfiForwarding();
+   for( const auto& i : shared().units() ) {
+      const bool redirectToLoopback = useLb() && !shared().vfiForwarding();
       if( redirectToLoopback && !loopbackPort( i.key() ) ) {
          flood.passOver( i.key(), tcamEntryVlanFlood() );
          continue;
@@ -38,7 +38,7 @@ void RoutingStatusHelper::handleTcamEntryVlanFlood( bool create )
          CHECKED( bcm_field_qualify_L3Routable( i.key(), entryId, 1, 1 ) );
          CHECKED( bcm_field_qualify_Drop( i.key(), entryId, 0x0, 0x1 ) );
       }
-      if( scsd()->vfiForwarding() ) {
+      if( shared().vfiForwarding() ) {
          CHECKED( FP_LOCK_INTERNAL_CHK( i.key(), setAddAction( i.key(), entryId ) ) );
       } else if( redirectToLoopback ) {
          const bcm_pbmp_t pbmp = loopbackPorts( i.key() );
@@ -51,7 +51,7 @@ void RoutingStatusHelper::handleTcamEntryVlanFlood( bool create )
       flood.install( i.key() );
    }
    tcamEntryVlanFloodIs( flood.recordable() );
-   flood.traceAllocated( __func__ );
+   flood.traceAllocated( __func__, "Allocated vlan flood tcam entry (ID:" );
 }
 
 bool RoutingStatusHelper::policyRoutingEnabled( const char* operation ) const
@@ -69,17 +69,17 @@ void RoutingStatusHelper::handleTcamEntryVlanFloodPbr( bool create )
       return;
    if( !create ) {
       tcamEntryVlanFloodPbrIs(
-         deleteEntry( tcamManager(), scsd()->units(), tcamEntryVlanFloodPbr() ) );
+         deleteEntry( tcamManager(), shared().units(), tcamEntryVlanFloodPbr() ) );
       return;
    }
-   if( fabricMode() || tcamManager()->supportsAclGroup() || !isFloodingPortSupported( *scsd() ) ) {
+   if( fabricMode() || tcamManager()->supportsAclGroup() || !isFloodingPortSupported( shared() ) ) {
       VORMEL_TRACE( routingTrace, 1, "handleTcamEntryVlanFloodPbr: not on this unit" );
       return;
    }
 
    const bool pbrEnabled = policyRoutingEnabled( __func__ );
    TcamEntry flood( tcamManager(), TcamL3EntryId::vlanFloodingPbr, "vlan flood pbr" );
-   for( const auto& i : scsd()->units() ) {
+   for( const auto& i : shared().units() ) {
       const U32 entryId = flood.claim( i.key() );
       CHECKED( bcm_field_qualify_DstPort( i.key(), entryId, scsd()->floodingModId(),
          StrataCommon::maskModId_, StrataCommon::floodingPortId_, StrataCommon::maskPortId_ ) );
@@ -91,7 +91,7 @@ void RoutingStatusHelper::handleTcamEntryVlanFloodPbr( bool create )
       enableEntry( *tcamManager(), i.key(), entryId, pbrEnabled );
    }
    tcamEntryVlanFloodPbrIs( flood.recordable() );
-   flood.traceAllocated( __func__ );
+   flood.traceAllocated( __func__, "Allocated vlan flood pbr tcam entry (ID:" );
 }
 
 void RoutingStatusHelper::handleEnableTcamEntryVlanFloodPbr( bool enable )
@@ -100,7 +100,7 @@ void RoutingStatusHelper::handleEnableTcamEntryVlanFloodPbr( bool enable )
    if( !hasManager( tcamManager(), "handleEnableTcamEntryVlanFloodPbr" ) ||
        tcamEntryVlanFloodPbr() == 0 )
       return;
-   for( const auto& i : scsd()->units() )
+   for( const auto& i : shared().units() )
       enableEntry( *tcamManager(), i.key(), tcamEntryVlanFloodPbr(), enable );
 }
 

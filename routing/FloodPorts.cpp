@@ -30,7 +30,7 @@ bool RoutingStatusHelper::routedIntf( IntfId intf )
 
 bool RoutingStatusHelper::routedLagMember( IntfId intf )
 {
-   const IntfId lag = scsd()->lagOfMember( intf );
+   const IntfId lag = shared().lagOfMember( intf );
    if( lag.empty() || !routedIntf( lag ) )
       return false;
    VORMEL_TRACE( routingTrace, 2, "routedLagMember lag: " << lag << " intf: " << intf );
@@ -46,12 +46,12 @@ void RoutingStatusHelper::updateVlanFloodIgnoreIntf( IntfId intf )
       // A copy, with who belonged by its own row: subscribers may change LAGs, and the event of a member that
       // leaves judges it.
       std::vector<std::pair<IntfId, bool>> members;
-      for( const IntfId member : scsd()->lagMembers( intf ) )
-         members.emplace_back( member, scsd()->lagOfMember( member ) == intf );
+      for( const IntfId member : shared().lagMembers( intf ) )
+         members.emplace_back( member, shared().lagOfMember( member ) == intf );
       for( const auto& [ member, belonged ] : members ) {
-         if( belonged && scsd()->lagOfMember( member ) != intf )
+         if( belonged && shared().lagOfMember( member ) != intf )
             continue;
-         if( !scsd()->strataIntfToPort( member ) )
+         if( !shared().strataIntfToPort( member ) )
             continue;
          handled = true;
          if( routed )
@@ -65,7 +65,7 @@ void RoutingStatusHelper::updateVlanFloodIgnoreIntf( IntfId intf )
       if( !handled )
          return;
    } else if( intf.isEthernet() ) {
-      if( !scsd()->strataIntfToPort( intf ) )
+      if( !shared().strataIntfToPort( intf ) )
          return;
       if( !routedIntf( intf ) && !routedLagMember( intf ) )
          routedPortsAndRoutedLagMemberDel( intf );
@@ -83,7 +83,7 @@ void RoutingStatusHelper::updateVlanFloodTcamEntriesOnSpeedChange( IntfId intf, 
       "updateVlanFloodTcamEntriesOnSpeedChange intf: " << intf << " active: " << active );
    if( routedPortsAndRoutedLagMember().contains( intf ) )
       return;
-   const U32* const known = scsd()->intfToLogicalPort().find( intf );
+   const U32* const known = shared().intfToLogicalPort().find( intf );
    const U32 port = known ? *known : noLogicalPort;
    if( !known )
       VORMEL_TRACE( routingTrace, 1,
@@ -104,9 +104,9 @@ void RoutingStatusHelper::unitRecordIs( const UnitRecord& record )
       if( !routed.value )
          continue;
       // Where the port's row is away, its number is still known.
-      if( const StrataPort sp = scsd()->strataIntfToPort( routed.key ) )
+      if( const StrataPort sp = shared().strataIntfToPort( routed.key ) )
          ports.remove( sp.logicalPort() );
-      else if( const U32* const known = scsd()->intfToLogicalPort().find( routed.key ) )
+      else if( const U32* const known = shared().intfToLogicalPort().find( routed.key ) )
          ports.remove( *known );
    }
    vlanFloodPbmpIs( ports );
@@ -153,6 +153,7 @@ void RoutingStatusHelper::updateVlanFloodTcamEntryPbmp( U32 unit, bool pbr )
       entry = tcamEntryVlanFloodPbr();
       action = bcmFieldActionEgressPortsAdd;
    } else {
+      VORMEL_ASSERT( scsd() );
       VORMEL_ASSERT( !scsd()->vfiForwarding() );
       entry = tcamEntryVlanFlood();
       action = bcmFieldActionRedirectPbmp;
@@ -163,7 +164,7 @@ void RoutingStatusHelper::updateVlanFloodTcamEntryPbmp( U32 unit, bool pbr )
    }
    if( !fabricMode() || entry == tcamEntryVlanFlood() ) {
       // The first form can not be met today: the assertion above stands before it.
-      if( !pbr && scsd()->vfiForwarding() )
+      if( !pbr && shared().vfiForwarding() )
          CHECKED( FP_LOCK_INTERNAL_CHK( unit, setAddAction( unit, entry ) ) );
       else
          CHECKED( FP_LOCK_INTERNAL_CHK(

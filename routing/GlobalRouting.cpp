@@ -25,7 +25,7 @@ void RoutingStatusHelper::handleRouting( bool enable, bool enable6 )
    handleTcamEntryL2ToCpu();
    handleTcamEntryL2FennicToCpu();
 
-   const ChipAttributes chip = chipAttributes( *scsd() );
+   const ChipAttributes chip = chipAttributes( shared() );
    const bool wasOn = routing4Enabled() || routing6Enabled();
    const bool on = enable || enable6;
    if( !on && !wasOn )
@@ -34,7 +34,7 @@ void RoutingStatusHelper::handleRouting( bool enable, bool enable6 )
    routing6EnabledIs( enable6 );
 
    if( !on ) {
-      for( const auto& i : scsd()->units() ) {
+      for( const auto& i : shared().units() ) {
          CHECKED_WITH_SIGNATURE(
             bcm_switch_control_set( i.key(), bcmSwitchL3MtuFailToCpu, false ) );
          CHECKED_WITH_SIGNATURE(
@@ -45,15 +45,15 @@ void RoutingStatusHelper::handleRouting( bool enable, bool enable6 )
             bcm_switch_control_set( i.key(), bcmSwitchL3SlowpathToCpu, false ) );
          CHECKED_WITH_SIGNATURE( bcm_switch_control_set( i.key(), bcmSwitchIpmcTtl1ToCpu, false ) );
       }
-      for( const auto& i : scsd()->units() ) {
-         if( scsd()->hasIpOptionsProfile( i.key() ) && ipOptionsProfile() != noIpOptionsProfile )
+      for( const auto& i : shared().units() ) {
+         if( shared().hasIpOptionsProfile( i.key() ) && ipOptionsProfile() != noIpOptionsProfile )
             CHECKED_WITH_SIGNATURE(
                bcm_l3_ip4_options_profile_destroy( i.key(), ipOptionsProfile() ) );
       }
       ipOptionsProfileIs( noIpOptionsProfile );
       VORMEL_TRACE( routingTrace, 2, "Hardware routing disabled" );
    } else if( !wasOn ) {
-      for( const auto& i : scsd()->units() ) {
+      for( const auto& i : shared().units() ) {
          checkSmallTables();
          CHECKED_WITH_SIGNATURE( bcm_switch_control_set( i.key(), bcmSwitchL3EgressMode, true ) );
          CHECKED_WITH_SIGNATURE(
@@ -71,8 +71,8 @@ void RoutingStatusHelper::handleRouting( bool enable, bool enable6 )
          CHECKED_WITH_SIGNATURE(
             bcm_switch_control_set( i.key(), bcmSwitchCpuProtoIpOptionsPriority, 0 ) );
       }
-      for( const auto& iter : scsd()->units() ) {
-         if( chip.usesIpOptionsDefault || !scsd()->hasIpOptionsProfile( iter.key() ) )
+      for( const auto& iter : shared().units() ) {
+         if( chip.usesIpOptionsDefault || !shared().hasIpOptionsProfile( iter.key() ) )
             continue;
          int optionsProfile = noIpOptionsProfile;
          CHECKED_WITH_SIGNATURE( bcm_l3_ip4_options_profile_create(
@@ -98,7 +98,7 @@ void RoutingStatusHelper::noteIpOptionsProfile( U32 unit, S32 profile )
 void RoutingStatusHelper::programSwitchCtrlPortSet( IntfId intf )
 {
    VORMEL_TRACE( routingTrace, 9, "programSwitchCtrlPortSetintf" << intf );
-   const StrataPort sp = scsd()->strataIntfToPort( intf );
+   const StrataPort sp = shared().strataIntfToPort( intf );
    VORMEL_ASSERT( !!sp );
    const StrataPort& port = sp;
    const bool routingEnabled = routing4Enabled() || routing6Enabled();

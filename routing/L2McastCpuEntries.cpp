@@ -26,7 +26,7 @@ void RoutingStatusHelper::handleTcamEntryL2McastCpu( bool create )
       makeL2McastCpuAndFlood();
       makeL2McastFlood();
    } else {
-      const UnitTable& units = scsd()->units();
+      const UnitTable& units = shared().units();
       tcamEntryL2McastFloodIs( deleteEntry( tcamManager(), units, tcamEntryL2McastFlood() ) );
       tcamEntryL2McastCpuAndFloodIs(
          deleteEntry( tcamManager(), units, tcamEntryL2McastCpuAndFlood() ) );
@@ -41,7 +41,7 @@ void RoutingStatusHelper::makeMcastRsvdMacRx()
    static constexpr EthAddr mac( 0x01, 0x00, 0x5e, 0x00, 0x00, 0x00 );
    static constexpr EthAddr macMask( 0xff, 0xff, 0xff, 0xff, 0xff, 0x00 );
    TcamEntry rx( tcamManager(), TcamL3EntryId::mcastDataRsvdMacAddress, "mcast rsvd mac rx" );
-   for( const auto& i : scsd()->units() ) {
+   for( const auto& i : shared().units() ) {
       const U32 entryId = rx.claim( i.key() );
       CHECKED( bcm_field_qualify_DstMac( i.key(), entryId, mac, macMask ) );
       qualifyInPorts( *tcamManager(), i.key(), entryId, rxPorts( i.key() ), allPorts( i.key() ) );
@@ -50,13 +50,13 @@ void RoutingStatusHelper::makeMcastRsvdMacRx()
       rx.install( i.key() );
    }
    tcamEntryMcastRsvdMacRxIs( rx.recordable() );
-   rx.traceAllocated( __func__ );
+   rx.traceAllocated( __func__, "Allocated mcast rsvd mac rx tcam entry (ID:" );
 }
 
 void RoutingStatusHelper::makeL2McastCpuTx()
 {
    TcamEntry tx( tcamManager(), TcamL3EntryId::l2McastCpuTx, "l2 mcast cpu tx" );
-   for( const auto& i : scsd()->units() ) {
+   for( const auto& i : shared().units() ) {
       const U32 entryId = tx.claim( i.key() );
       CHECKED( bcm_field_qualify_DstMcastGroup(
          i.key(), entryId, l2McastTableAllocation()->cpuGroup(), BCM_FIELD_EXACT_MATCH_MASK ) );
@@ -73,13 +73,13 @@ void RoutingStatusHelper::makeL2McastCpuTx()
       tx.install( i.key() );
    }
    tcamEntryL2McastCpuTxIs( tx.recordable() );
-   tx.traceAllocated( __func__ );
+   tx.traceAllocated( __func__, "Allocated l2 mcast cpu tx tcam entry (ID:" );
 }
 
 void RoutingStatusHelper::makeL2McastCpuRx()
 {
    TcamEntry rx( tcamManager(), TcamL3EntryId::l2McastCpuRx, "l2 mcast cpu rx" );
-   for( const auto& i : scsd()->units() ) {
+   for( const auto& i : shared().units() ) {
       const U32 entryId = rx.claim( i.key() );
       CHECKED( bcm_field_qualify_DstMcastGroup(
          i.key(), entryId, l2McastTableAllocation()->cpuGroup(), BCM_FIELD_EXACT_MATCH_MASK ) );
@@ -89,13 +89,13 @@ void RoutingStatusHelper::makeL2McastCpuRx()
       rx.install( i.key() );
    }
    tcamEntryL2McastCpuRxIs( rx.recordable() );
-   rx.traceAllocated( __func__ );
+   rx.traceAllocated( __func__, "Allocated l2 mcast cpu rx tcam entry (ID:" );
 }
 
 void RoutingStatusHelper::makeL2McastCpuAndFlood()
 {
    TcamEntry both( tcamManager(), TcamL3EntryId::l2McastCpuAndFlood, "l2 mcast cpu and flood" );
-   for( const auto& i : scsd()->units() ) {
+   for( const auto& i : shared().units() ) {
       const U32 entryId = both.claim( i.key() );
       CHECKED( bcm_field_qualify_DstMcastGroup( i.key(), entryId,
          l2McastTableAllocation()->cpuAndFloodGroup(), BCM_FIELD_EXACT_MATCH_MASK ) );
@@ -111,13 +111,13 @@ void RoutingStatusHelper::makeL2McastCpuAndFlood()
       both.install( i.key() );
    }
    tcamEntryL2McastCpuAndFloodIs( both.recordable() );
-   both.traceAllocated( __func__ );
+   both.traceAllocated( __func__, "Allocated l2 mcast cpu and flood tcam entry (ID:" );
 }
 
 void RoutingStatusHelper::makeL2McastFlood()
 {
    TcamEntry flood( tcamManager(), TcamL3EntryId::l2McastFlood, "l2 mcast flood" );
-   for( const auto& i : scsd()->units() ) {
+   for( const auto& i : shared().units() ) {
       const U32 entryId = flood.claim( i.key() );
       CHECKED( bcm_field_qualify_DstMcastGroup(
          i.key(), entryId, l2McastTableAllocation()->floodGroup(), BCM_FIELD_EXACT_MATCH_MASK ) );
@@ -133,7 +133,7 @@ void RoutingStatusHelper::makeL2McastFlood()
       flood.install( i.key() );
    }
    tcamEntryL2McastFloodIs( flood.recordable() );
-   flood.traceAllocated( __func__ );
+   flood.traceAllocated( __func__, "Allocated l2 mcast flood tcam entry (ID:" );
 }
 
 void RoutingStatusHelper::programSkipL2McastPktFromCoreToCpu( bool vxlanEnabled )
@@ -143,17 +143,17 @@ void RoutingStatusHelper::programSkipL2McastPktFromCoreToCpu( bool vxlanEnabled 
       return;
    if( !vxlanEnabled ) {
       tcamEntrySkipL2McastPktFromCoreToCpuIs(
-         deleteEntry( tcamManager(), scsd()->units(), tcamEntrySkipL2McastPktFromCoreToCpu() ) );
+         deleteEntry( tcamManager(), shared().units(), tcamEntrySkipL2McastPktFromCoreToCpu() ) );
       return;
    }
    // Without the tunnel qualifier the entry would keep all known multicast from the CPU.
-   if( !chipAttributes( *scsd() ).vxlanSupported ) {
+   if( !chipAttributes( shared() ).vxlanSupported ) {
       VORMEL_TRACE( routingTrace, 1, "programSkipL2McastPktFromCoreToCpu: no VXLAN on this chip" );
       return;
    }
    TcamEntry skip(
       tcamManager(), TcamL3EntryId::skipL2McastPktFromCoreToCpu, "skip l2 mcast from core to cpu" );
-   for( const auto& i : scsd()->units() ) {
+   for( const auto& i : shared().units() ) {
       const U32 entryId = skip.claim( i.key() );
       CHECKED( bcm_field_qualify_TunnelTerminated( i.key(), entryId, 1, 1 ) );
       CHECKED( bcm_field_qualify_PacketRes(
@@ -162,7 +162,7 @@ void RoutingStatusHelper::programSkipL2McastPktFromCoreToCpu( bool vxlanEnabled 
       skip.install( i.key() );
    }
    tcamEntrySkipL2McastPktFromCoreToCpuIs( skip.recordable() );
-   skip.traceAllocated( __func__ );
+   skip.traceAllocated( __func__, "Allocated skip l2 mcast from core to cpu tcam entry (ID:" );
 }
 
 } // namespace Strata

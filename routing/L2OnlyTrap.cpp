@@ -68,7 +68,7 @@ void RoutingStatusHelper::handleTcamEntryL2FennicToCpu()
 // First, so that the trap never catches tunnel traffic.
 void RoutingStatusHelper::installVxlanEntries( MacType macType )
 {
-   if( !chipAttributes( *scsd() ).vxlanSupported )
+   if( !chipAttributes( shared() ).vxlanSupported )
       return;
    installTcamEntryForL3Vxlan( macType );
    programL2VxlanTcam( macType );
@@ -99,7 +99,7 @@ void RoutingStatusHelper::noteWritten(
    const EthAddr& common = written.trap;
    const bool arpAgrees = written.arpReply == common &&
                           ( macType != MacType::bridgeMac || written.arpRequest == common );
-   const bool tunnelsAgree = !chipAttributes( *scsd() ).vxlanSupported ||
+   const bool tunnelsAgree = !chipAttributes( shared() ).vxlanSupported ||
                              ( written.l3Vxlan == common && written.l2Vxlan == common );
    noteMacIs( macType, arpAgrees && tunnelsAgree ? common : EthAddr() );
 }
@@ -121,7 +121,7 @@ void RoutingStatusHelper::makeTrapEntries( MacType macType )
 {
    using StrataCommon::classOpenFlow_;
 
-   const ChipAttributes chip = chipAttributes( *scsd() );
+   const ChipAttributes chip = chipAttributes( shared() );
    const bool higig = chip.higigTrunkCancelSupported && chip.higigQualifierSupported;
    const bool bridge = macType == MacType::bridgeMac;
    const EthAddr mac = macOf( macType );
@@ -135,7 +135,7 @@ void RoutingStatusHelper::makeTrapEntries( MacType macType )
       bridge ? TcamL3EntryId::l2OnlyCpuRxFromCpu : TcamL3EntryId::l2OnlyFennicCpuRxFromCpu,
       bridge ? "trap to cpu for l2 only from cpu with dmac=bridgeMac"
              : "trap to cpu for l2 only from cpu with dmac=fennicMac" );
-   for( const auto& i : scsd()->units() ) {
+   for( const auto& i : shared().units() ) {
       U32 entryId = fromPorts.claim( i.key() );
       CHECKED( bcm_field_qualify_DstMac( i.key(), entryId, mac, macMask ) );
       qualifyInPorts( *tcamManager(), i.key(), entryId, rxPorts( i.key() ), allPorts( i.key() ) );
@@ -168,13 +168,13 @@ void RoutingStatusHelper::makeTrapEntries( MacType macType )
    tcamEntryTrapCpuForL2OnlyIs( macType, fromPorts.recordable() );
    tcamEntryTrapCpuFromCpuIs( macType, fromCpu.recordable() );
    noteWritten( macType, &WrittenMacs::trap, mac );
-   fromPorts.traceAllocated( __func__ );
-   fromCpu.traceAllocated( __func__ );
+   fromPorts.traceAllocated( __func__, bridge ? "Allocated trap to cpu for l2 only with dmac=bridgeMac tcam entry (ID:" : "Allocated trap to cpu for l2 only with dmac=fennicMac tcam entry (ID:" );
+   fromCpu.traceAllocated( __func__, bridge ? "Allocated trap to cpu for l2 only from cpu with dmac=bridgeMac tcam entry (ID:" : "Allocated trap to cpu for l2 only from cpu with dmac=fennicMac tcam entry (ID:" );
 }
 
 void RoutingStatusHelper::removeTrapEntries( MacType macType )
 {
-   const UnitTable& units = scsd()->units();
+   const UnitTable& units = shared().units();
    deleteEntry( tcamManager(), units, tcamEntryArpReply( macType ) );
    tcamEntryArpReplyDel( macType );
    noteWritten( macType, &WrittenMacs::arpReply, EthAddr() );

@@ -26,12 +26,12 @@ class VORMEL_EXPORT L3PeerMacArpRedirectSm : public Vormel::Reactor
    void handlePeerMacArpRedirect();
 
  private:
-   ~L3PeerMacArpRedirectSm() override;
+   VORMEL_HIDDEN ~L3PeerMacArpRedirectSm() override;
 
-   void subscriptionsAre( bool active ) override;
-   void onMlag( const Vormel::Change& change );
-   void onScsd( const Vormel::Change& change );
-   bool concernsPeerLink( IntfId intf ) const;
+   VORMEL_HIDDEN void subscriptionsAre( bool active ) override;
+   VORMEL_HIDDEN void onMlag( const Vormel::Change& change );
+   VORMEL_HIDDEN void onScsd( const Vormel::Change& change );
+   VORMEL_HIDDEN bool concernsPeerLink( IntfId intf ) const;
 
    Ref<const StrataCommonSmData> scsd_;
    Ref<const Mlag::Status> mlagStatus_;

@@ -17,9 +17,9 @@ void RoutingStatusHelper::handleTcamEntryLb()
       makeLbRecircL2Uc();
       makeLbRecirc();
    } else {
-      tcamEntryLbRecircIs( deleteEntry( tcamManager(), scsd()->units(), tcamEntryLbRecirc() ) );
+      tcamEntryLbRecircIs( deleteEntry( tcamManager(), shared().units(), tcamEntryLbRecirc() ) );
       tcamEntryLbRecircL2UcIs(
-         deleteEntry( tcamManager(), scsd()->units(), tcamEntryLbRecircL2Uc() ) );
+         deleteEntry( tcamManager(), shared().units(), tcamEntryLbRecircL2Uc() ) );
    }
 }
 
@@ -27,7 +27,7 @@ void RoutingStatusHelper::handleTcamEntryLb()
 void RoutingStatusHelper::makeLbRecircL2Uc()
 {
    TcamEntry recirc( tcamManager(), TcamL3EntryId::lbRecircL2Uc, "lb recirc l2 uc" );
-   for( const auto& i : scsd()->units() ) {
+   for( const auto& i : shared().units() ) {
       const std::optional<int> port = loopbackPort( i.key() );
       if( !port ) {
          recirc.passOver( i.key(), tcamEntryLbRecircL2Uc() );
@@ -42,7 +42,7 @@ void RoutingStatusHelper::makeLbRecircL2Uc()
       recirc.install( i.key() );
    }
    tcamEntryLbRecircL2UcIs( recirc.recordable() );
-   recirc.traceAllocated( __func__ );
+   recirc.traceAllocated( __func__, "Allocated lb recirc l2 uc tcam entry (ID:" );
 }
 
 // A VLAN that VXLAN extends is left to bridging, which floods tunnels too.
@@ -50,7 +50,7 @@ void RoutingStatusHelper::makeLbRecirc()
 {
    TcamEntry recirc( tcamManager(),
       fabricMode() ? TcamL3EntryId::lbRecircFabric : TcamL3EntryId::lbRecirc, "lb recirc" );
-   for( const auto& i : scsd()->units() ) {
+   for( const auto& i : shared().units() ) {
       const std::optional<int> port = loopbackPort( i.key() );
       if( !port ) {
          recirc.passOver( i.key(), tcamEntryLbRecirc() );
@@ -75,12 +75,12 @@ void RoutingStatusHelper::makeLbRecirc()
       recirc.install( i.key() );
    }
    tcamEntryLbRecircIs( recirc.recordable() );
-   recirc.traceAllocated( __func__ );
+   recirc.traceAllocated( __func__, "Allocated lb recirc tcam entry (ID:" );
 }
 
 bool RoutingStatusHelper::routesTunnelsInTwoPasses( const char* operation ) const
 {
-   const ChipAttributes chip = chipAttributes( *scsd() );
+   const ChipAttributes chip = chipAttributes( shared() );
    if( !fabricMode() && chip.vxlanSupported && !chip.vxlanRoutingInOnePass )
       return true;
    VORMEL_TRACE_AS( routingTrace, 1, operation, operation << ": not on this unit" );
@@ -94,9 +94,9 @@ void RoutingStatusHelper::handleTcamEntryL3Recirc( bool create )
       return;
    if( !create ) {
       tcamEntryL3RecircForEncapIs(
-         deleteEntry( tcamManager(), scsd()->units(), tcamEntryL3RecircForEncap() ) );
+         deleteEntry( tcamManager(), shared().units(), tcamEntryL3RecircForEncap() ) );
       tcamEntryL3RecircAfterDecapIs(
-         deleteEntry( tcamManager(), scsd()->units(), tcamEntryL3RecircAfterDecap() ) );
+         deleteEntry( tcamManager(), shared().units(), tcamEntryL3RecircAfterDecap() ) );
       return;
    }
    if( !routesTunnelsInTwoPasses( "handleTcamEntryL3Recirc" ) )
@@ -108,7 +108,7 @@ void RoutingStatusHelper::handleTcamEntryL3Recirc( bool create )
 void RoutingStatusHelper::makeL3RecircAfterDecap()
 {
    TcamEntry recirc( tcamManager(), TcamL3EntryId::l3RecircAfterDecap, "l3 recirc after decap" );
-   for( const auto& i : scsd()->units() ) {
+   for( const auto& i : shared().units() ) {
       const std::optional<int> recircPort = this->recircPort( i.key() );
       if( !recircPort ) {
          recirc.passOver( i.key(), tcamEntryL3RecircAfterDecap() );
@@ -124,13 +124,13 @@ void RoutingStatusHelper::makeL3RecircAfterDecap()
       recirc.install( i.key() );
    }
    tcamEntryL3RecircAfterDecapIs( recirc.recordable() );
-   recirc.traceAllocated( __func__ );
+   recirc.traceAllocated( __func__, "Allocated l3 recirc after decap tcam entry (ID:" );
 }
 
 void RoutingStatusHelper::makeL3RecircForEncap()
 {
    TcamEntry recirc( tcamManager(), TcamL3EntryId::l3RecircForEncap, "l3 recirc for encap" );
-   for( const auto& i : scsd()->units() ) {
+   for( const auto& i : shared().units() ) {
       const std::optional<int> recircPort = this->recircPort( i.key() );
       if( !recircPort ) {
          recirc.passOver( i.key(), tcamEntryL3RecircForEncap() );
@@ -146,7 +146,7 @@ void RoutingStatusHelper::makeL3RecircForEncap()
       recirc.install( i.key() );
    }
    tcamEntryL3RecircForEncapIs( recirc.recordable() );
-   recirc.traceAllocated( __func__ );
+   recirc.traceAllocated( __func__, "Allocated l3 recirc for encap tcam entry (ID:" );
 }
 
 } // namespace Strata

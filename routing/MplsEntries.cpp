@@ -13,13 +13,13 @@ void RoutingStatusHelper::handleTcamEntryMplsTrafficDrop( bool create )
    if( !hasManager( tcamManager(), "handleTcamEntryMplsTrafficDrop" ) )
       return;
    if( !create ) {
-      tcamEntryMplsPktIs( deleteEntry( tcamManager(), scsd()->units(), tcamEntryMplsPkt() ) );
+      tcamEntryMplsPktIs( deleteEntry( tcamManager(), shared().units(), tcamEntryMplsPkt() ) );
       tcamEntryMplsActionDropIs( tcamEntryMplsPkt() != 0 && !mplsRoutingEnabled() ); // made again?
       return;
    }
    const bool drop = !mplsRoutingEnabled();
    TcamEntry mpls( tcamManager(), TcamL3EntryId::mplsPkt, "mpls traffic drop" );
-   for( const auto& i : scsd()->units() ) {
+   for( const auto& i : shared().units() ) {
       const U32 entryId = mpls.claim( i.key() );
       CHECKED( bcm_field_qualify_EtherType( i.key(), entryId, 0x8847, 0xFFFF ) );
       CHECKED( bcm_field_qualify_MyStationHit( i.key(), entryId, 1, 1 ) );
@@ -27,7 +27,7 @@ void RoutingStatusHelper::handleTcamEntryMplsTrafficDrop( bool create )
       mpls.install( i.key() );
    }
    tcamEntryMplsPktIs( mpls.recordable() );
-   mpls.traceAllocated( __func__ );
+   mpls.traceAllocated( __func__, "Allocated mpls traffic drop tcam entry (ID:" );
    tcamEntryMplsActionDropIs( !mplsRoutingEnabled() ); // who heard of the entry may have changed it
 }
 
@@ -40,7 +40,7 @@ void RoutingStatusHelper::handleMplsRouting( bool enable )
    enable = mplsRoutingEnabled(); // who heard of it may have changed it again
    if( tcamEntryMplsPkt() != 0 && hasManager( tcamManager(), "handleMplsRouting" ) ) {
       const U32 entryId = tcamEntryMplsPkt();
-      for( const auto& i : scsd()->units() ) {
+      for( const auto& i : shared().units() ) {
          CHECKED( FP_LOCK_INTERNAL_CHK( i.key(), setMplsAction( i.key(), entryId, !enable ) ) );
          reinstallEntry( *tcamManager(), i.key(), entryId );
       }
@@ -58,11 +58,11 @@ void RoutingStatusHelper::handleTcamEntryMplsPhpLspPing( bool create )
    if( !hasManager( manager, "handleTcamEntryMplsPhpLspPing" ) )
       return;
    if( !create ) {
-      vfpEntryPhpLspPingIs( deleteEntry( manager, scsd()->units(), vfpEntryPhpLspPing() ) );
+      vfpEntryPhpLspPingIs( deleteEntry( manager, shared().units(), vfpEntryPhpLspPing() ) );
       return;
    }
    TcamEntry ping( manager, 0, "mpls php lsp ping" );
-   for( const auto& i : scsd()->units() ) {
+   for( const auto& i : shared().units() ) {
       const U32 entryId = ping.claim( i.key() );
       CHECKED( bcm_field_qualify_DstIp( i.key(), entryId, 0x7F000000, 0xFF000000 ) );
       CHECKED( bcm_field_qualify_IpProtocol( i.key(), entryId, 17, 0xFF ) );
@@ -72,7 +72,7 @@ void RoutingStatusHelper::handleTcamEntryMplsPhpLspPing( bool create )
       ping.install( i.key() );
    }
    vfpEntryPhpLspPingIs( ping.recordable() );
-   ping.traceAllocated( __func__ );
+   ping.traceAllocated( __func__, "Allocated mpls php lsp ping tcam entry (ID:" );
 }
 
 } // namespace Strata

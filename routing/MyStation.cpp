@@ -2,6 +2,7 @@
 #include "routing/MyStation.h"
 
 #include "messages/Traces.h"
+#include "platform/runtime/Activity.h"
 #include "platform/runtime/Assert.h"
 #include "platform/runtime/Errors.h"
 #include "routing/RoutingStatusHelper.h"
@@ -22,6 +23,7 @@ static const char* routingText( bool routing )
 void RoutingStatusHelper::addMyStationTcamEntry( U32 unit, U32 index, const EthAddr& mac,
    bool vlanIdValid, U32 vlanId, bool ingressPortCpu, bool arpTermination, bool routing )
 {
+   Vormel::checkActivityLock( "addMyStationTcamEntry" );
    if( vlanIdValid && vlanId > vlanIdMaskAll )
       throw Vormel::ValueError( "addMyStationTcamEntry: vlanId " + std::to_string( vlanId ) +
                                 " is out of the range 0 to 4095" );
@@ -58,6 +60,7 @@ void RoutingStatusHelper::addMyStationTcamEntry( U32 unit, U32 index, const EthA
 
 void RoutingStatusHelper::removeMyStationTcamEntry( U32 unit, U32 index )
 {
+   Vormel::checkActivityLock( "removeMyStationTcamEntry" );
    VORMEL_TRACE(
       routingTrace, 9, "removeMyStationTcamEntry, Unit:" << unit << ", Index:" << index );
    my_station_tcam_entry_t myStationEntry;
@@ -69,6 +72,7 @@ void RoutingStatusHelper::verifyMyStationTcamEntry( U32 unit, U32 index, bool va
    const EthAddr& mac, bool vlanIdValid, U32 vlanId, bool ingressPortCpu, bool expectArpTermination,
    bool routing )
 {
+   Vormel::checkActivityLock( "verifyMyStationTcamEntry" );
    VORMEL_TRACE( routingTrace, 9,
       "verifyMyStationTcamEntry, valid:" << valid << ", Mac:" << mac << ", vlanId:" << vlanId
                                          << ", vlanIdValid:" << vlanIdValid << ", ingressPortCpu:"
@@ -144,7 +148,7 @@ void RoutingStatusHelper::handlePeerMacRouting( const EthAddr& mac, bool add )
    for( const U32 index : { peerRouterMacNoRoutingIndex(), peerRouterMacIndex() } ) {
       if( index == myStationIdxInvalid() )
          continue;
-      for( const auto& i : scsd()->units() )
+      for( const auto& i : shared().units() )
          removeMyStationTcamEntry( i.key(), index );
    }
    VORMEL_TRACE( routingTrace, 2, "Peer Router Mac: " << mac );
@@ -156,10 +160,10 @@ void RoutingStatusHelper::handlePeerMacRouting( const EthAddr& mac, bool add )
       return;
    }
    // The peer's MAC from our own CPU is for the peer; from anywhere else we route for it.
-   for( const auto& i : scsd()->units() )
+   for( const auto& i : shared().units() )
       addMyStationTcamEntry( i.key(), peerRouterMacNoRouting(), mac, false, 0, true, false, false );
    peerRouterMacNoRoutingIndexIs( peerRouterMacNoRouting() );
-   for( const auto& i : scsd()->units() )
+   for( const auto& i : shared().units() )
       addMyStationTcamEntry( i.key(), peerRouterMac(), mac, false, 0, false, false, true );
    peerRouterMacIndexIs( peerRouterMac() );
    peerRouterMacAddrIs( mac );
@@ -183,7 +187,7 @@ void RoutingStatusHelper::verifyPeerMacRoutingStatus()
    VORMEL_ASSERT( peerRouterMacNoRoutingIndex() == Strata::peerRouterMacNoRouting() );
    VORMEL_ASSERT( peerRouterMacIndex() == Strata::peerRouterMac() );
    const EthAddr mac = mlagStatus()->peerMacAddr();
-   for( const auto& i : scsd()->units() ) {
+   for( const auto& i : shared().units() ) {
       verifyMyStationTcamEntry(
          i.key(), peerRouterMacNoRouting(), true, mac, false, 0, true, false, false );
       verifyMyStationTcamEntry( i.key(), peerRouterMac(), true, mac, false, 0, false, false, true );

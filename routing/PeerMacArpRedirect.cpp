@@ -15,15 +15,15 @@ void RoutingStatusHelper::handlePeerMacArpRedirect(
                          : nullptr;
    if( !hasManager( manager, "handlePeerMacArpRedirect" ) )
       return;
-   const std::vector<StrataPort> linkPorts = portsOfLink( *scsd(), peerLink );
+   const std::vector<StrataPort> linkPorts = portsOfLink( shared(), peerLink );
    if( !enable || linkPorts.empty() ) {
       arpRedirect_ = {};
-      peerMacArpRedirectIs( deleteEntry( manager, scsd()->units(), peerMacArpRedirect() ) );
+      peerMacArpRedirectIs( deleteEntry( manager, shared().units(), peerMacArpRedirect() ) );
       return;
    }
    // One port, not all: several would duplicate.
    ArpRedirect wanted{ mac, linkPorts.front(), {} };
-   for( const auto& i : scsd()->units() ) {
+   for( const auto& i : shared().units() ) {
       bcm_pbmp_t inPorts = rxPorts( i.key() );
       for( const StrataPort& linkPort : linkPorts )
          if( linkPort.unit() == i.key() )
@@ -42,10 +42,10 @@ void RoutingStatusHelper::makeArpRedirect( const Ref<StrataBoundedTcamEntryManag
    const EthAddr mac = wanted.mac;
    const EthAddr macMask = EthAddr::broadcast;
    const StrataPort port = wanted.port;
-   const StrataUnit* const portUnit = scsd()->units().find( port.unit() );
+   const StrataUnit* const portUnit = shared().units().find( port.unit() );
    const U32 modId = portUnit ? portUnit->modId : port.unit();
    TcamEntry redirect( manager, 0, "arp redirect to mlag peer" );
-   for( const auto& i : scsd()->units() ) {
+   for( const auto& i : shared().units() ) {
       const auto inPorts = wanted.inPorts.find( i.key() );
       if( inPorts == wanted.inPorts.end() )
          continue;
@@ -58,7 +58,7 @@ void RoutingStatusHelper::makeArpRedirect( const Ref<StrataBoundedTcamEntryManag
       redirect.install( i.key() );
    }
    peerMacArpRedirectIs( redirect.recordable() );
-   redirect.traceAllocated( __func__ );
+   redirect.traceAllocated( __func__, "Allocated arp redirect to mlag peer tcam entry (ID:" );
 }
 
 } // namespace Strata

@@ -7,7 +7,7 @@ namespace Strata {
 
 PortBitmap RoutingStatusHelper::allPorts( U32 unit ) const
 {
-   const StrataUnit* const found = scsd()->units().find( unit );
+   const StrataUnit* const found = shared().units().find( unit );
    return found ? found->ports : PortBitmap();
 }
 
@@ -25,7 +25,7 @@ PortBitmap RoutingStatusHelper::rxPorts( U32 unit ) const
 
 std::optional<int> RoutingStatusHelper::loopbackPort( U32 unit ) const
 {
-   const StrataUnit* const found = scsd()->units().find( unit );
+   const StrataUnit* const found = shared().units().find( unit );
    return found ? found->loopbackPort : std::nullopt;
 }
 
@@ -35,7 +35,7 @@ std::optional<int> RoutingStatusHelper::recircPort( U32 unit ) const
       if( const S32* const port = recircStatus()->recircPort().find( static_cast<U16>( unit ) ) )
          return *port;
    }
-   return chipAttributes( *scsd() ).lbPortAvailable ? loopbackPort( unit ) : std::nullopt;
+   return chipAttributes( shared() ).lbPortAvailable ? loopbackPort( unit ) : std::nullopt;
 }
 
 PortBitmap RoutingStatusHelper::loopbackPorts( U32 unit ) const

@@ -1,6 +1,7 @@
 #include "routing/RoutingStatusHelper.h"
 
 #include "messages/Traces.h"
+#include "platform/runtime/Assert.h"
 
 namespace Strata {
 
@@ -26,9 +27,30 @@ RoutingStatusHelper::RoutingStatusHelper( const std::string& name,
      strataUrpfCommonData_( strataUrpfCommonData ),
      virtualPortStatus_( virtualPortStatus ),
      portSwTablePtr_( portSwTablePtr )
-{}
+{
+   lookUpChip( "RoutingStatusHelper" );
+}
 
 RoutingStatusHelper::~RoutingStatusHelper() = default;
+
+const StrataCommonSmData& RoutingStatusHelper::shared() const
+{
+   VORMEL_ASSERT( scsd() );
+   return *scsd();
+}
+
+void RoutingStatusHelper::lookUpChip( const char* operation )
+{
+   if( chipLookedUp_ || !scsd_ || scsd_->units().empty() )
+      return;
+   chipLookedUp_ = true;
+   const UnitTable& units = scsd_->units();
+   const ChipInfo& chip = units.find( units.begin().key() )->chipInfo;
+   if( !strataAttributes().known( chip ) )
+      VORMEL_TRACE_AS( routingTrace, 1, operation,
+         operation << ": no attributes are known of the chip model '" << chip.model
+                   << "': it counts as a chip without any capability" );
+}
 
 U32 RoutingStatusHelper::reprogramVlanFloodRequiredInc( U32 delta )
 {

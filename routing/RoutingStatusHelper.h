@@ -276,46 +276,53 @@ class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
    void updateVlanFloodTcamEntryPbmp( U32 unit, bool pbr );
 
  private:
-   ~RoutingStatusHelper() override;
+   VORMEL_HIDDEN ~RoutingStatusHelper() override;
+
+   /// The shared data, for operations. Assertion "scsd()" when the agent gave none.
+   VORMEL_HIDDEN const StrataCommonSmData& shared() const;
+   /// Traces, once, that the first unit's chip model is not in the table of chip attributes.
+   VORMEL_HIDDEN void lookUpChip( const char* operation );
 
    // Port sets of a unit (PortSets.cpp).
-   PortBitmap allPorts( U32 unit ) const;
-   PortBitmap cpuPorts( U32 unit ) const;
-   PortBitmap rxPorts( U32 unit ) const;
-   std::optional<int> loopbackPort( U32 unit ) const;
-   std::optional<int> recircPort( U32 unit ) const;
-   PortBitmap loopbackPorts( U32 unit ) const;
-   static PortBitmap portBitmap( int port );
+   VORMEL_HIDDEN PortBitmap allPorts( U32 unit ) const;
+   VORMEL_HIDDEN PortBitmap cpuPorts( U32 unit ) const;
+   VORMEL_HIDDEN PortBitmap rxPorts( U32 unit ) const;
+   VORMEL_HIDDEN std::optional<int> loopbackPort( U32 unit ) const;
+   VORMEL_HIDDEN std::optional<int> recircPort( U32 unit ) const;
+   VORMEL_HIDDEN PortBitmap loopbackPorts( U32 unit ) const;
+   VORMEL_HIDDEN static PortBitmap portBitmap( int port );
 
-   void initTtlCheck();
-   void initLoopback();
+   VORMEL_HIDDEN void initTtlCheck();
+   VORMEL_HIDDEN void initLoopback();
    /// The chip needs a second pass for tunnels, and the helper makes the entries for it; else a level-1 trace
    /// says that `operation` is skipped.
-   bool routesTunnelsInTwoPasses( const char* operation ) const;
+   VORMEL_HIDDEN bool routesTunnelsInTwoPasses( const char* operation ) const;
 
-   void makeL2McastCpuTx();
-   void makeMcastRsvdMacRx();
-   void makeL2McastCpuRx();
-   void makeL2McastCpuAndFlood();
-   void makeL2McastFlood();
-   void makeLbRecircL2Uc();
-   void makeLbRecirc();
-   void makeL3RecircAfterDecap();
-   void makeL3RecircForEncap();
+   VORMEL_HIDDEN void makeL2McastCpuTx();
+   VORMEL_HIDDEN void makeMcastRsvdMacRx();
+   VORMEL_HIDDEN void makeL2McastCpuRx();
+   VORMEL_HIDDEN void makeL2McastCpuAndFlood();
+   VORMEL_HIDDEN void makeL2McastFlood();
+   VORMEL_HIDDEN void makeLbRecircL2Uc();
+   VORMEL_HIDDEN void makeLbRecirc();
+   VORMEL_HIDDEN void makeL3RecircAfterDecap();
+   VORMEL_HIDDEN void makeL3RecircForEncap();
 
-   bool policyRoutingEnabled( const char* operation ) const;
-   bool terminatesTunnels( const char* operation ) const;
-   EthAddr macOf( MacType macType ) const;
-   void installVxlanEntries( MacType macType );
-   void makeTrapEntries( MacType macType );
-   void removeTrapEntries( MacType macType );
-   void withdrawTrap( MacType macType );
-   void removeL3Vxlan( MacType macType );
-   void removeL2Vxlan( MacType macType );
-   void noteIpOptionsProfile( U32 unit, S32 profile );
-   void makeArpRedirect( const Ref<StrataBoundedTcamEntryManager>& manager );
-   bool vlanIsThere( U32 vlanId );
-   void applyVlanRouting( U32 vlanId );
+   VORMEL_HIDDEN bool policyRoutingEnabled( const char* operation ) const;
+   VORMEL_HIDDEN bool terminatesTunnels( const char* operation ) const;
+   VORMEL_HIDDEN EthAddr macOf( MacType macType ) const;
+   VORMEL_HIDDEN void installVxlanEntries( MacType macType );
+   VORMEL_HIDDEN void makeTrapEntries( MacType macType );
+   VORMEL_HIDDEN void removeTrapEntries( MacType macType );
+   VORMEL_HIDDEN void withdrawTrap( MacType macType );
+   VORMEL_HIDDEN void removeL3Vxlan( MacType macType );
+   VORMEL_HIDDEN void removeL2Vxlan( MacType macType );
+   VORMEL_HIDDEN void noteIpOptionsProfile( U32 unit, S32 profile );
+   VORMEL_HIDDEN void makeArpRedirect( const Ref<StrataBoundedTcamEntryManager>& manager );
+   VORMEL_HIDDEN bool vlanIsThere( U32 vlanId );
+   VORMEL_HIDDEN void applyVlanRouting( U32 vlanId );
+
+   bool chipLookedUp_ = false;
 
    struct FloodPorts
    {
@@ -337,8 +344,8 @@ class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
          fennicMac; // the note of the virtual router MAC; the router MAC's is tcamEntryRouterMac
    };
    Trap trap_;
-   void noteMacIs( MacType macType, const EthAddr& mac );
-   void noteWritten( MacType macType, EthAddr WrittenMacs::*entry, const EthAddr& mac );
+   VORMEL_HIDDEN void noteMacIs( MacType macType, const EthAddr& mac );
+   VORMEL_HIDDEN void noteWritten( MacType macType, EthAddr WrittenMacs::*entry, const EthAddr& mac );
 
    struct ArpRedirect
    {

@@ -46,8 +46,11 @@ class VORMEL_EXPORT RoutingStatusSm : public Vormel::Reactor
    }
    bool initialized() const { return initialized_; }
 
-   /// Interfaces that have a nested reactor: those whose status is in ethIntfStatusDir.
-   std::size_t intfStatusCount() const { return intfStatus_.size(); }
+   /// The nested reactors: one for each interface whose status is in ethIntfStatusDir.
+   const Vormel::HashMap<IntfId, Ref<NestedSm_IntfStatus>>& intfStatus() const
+   {
+      return intfStatus_;
+   }
    /// Makes the interface's nested reactor, or points it at another status, and runs its handler once.
    /// NullArgumentError for null.
    void intfStatusIs( const Ref<const Interface::EthIntfStatus>& status );
@@ -94,25 +97,25 @@ class VORMEL_EXPORT RoutingStatusSm : public Vormel::Reactor
       const Ref<const BastleSourceIpLookupConfig>&, const Ref<HwStatus>&,
       const Ref<const NexthopStatusDir>& );
 
-   RoutingStatusSm( const Ref<const StrataCommonSmData>& scsd, const Ref<const Features>& features,
-      const Ref<const StrataMiscConfig>& miscConfig,
+   VORMEL_HIDDEN RoutingStatusSm( const Ref<const StrataCommonSmData>& scsd,
+      const Ref<const Features>& features, const Ref<const StrataMiscConfig>& miscConfig,
       const Ref<RoutingStatusHelper>& routingStatusHelper,
       const Ref<const StrataPbrInfo>& strataPbrInfo,
       const Ref<const Interface::EthIntfStatusDir>& ethIntfStatusDir,
       const Ref<const BastleSourceIpLookupConfig>& bastleSourceIpLookupConfig,
       const Ref<HwStatus>& hwStatus, const Ref<const NexthopStatusDir>& nexthopStatusDir );
-   ~RoutingStatusSm() override;
+   VORMEL_HIDDEN ~RoutingStatusSm() override;
 
-   void start();
-   void catchUp( const std::vector<U32>& pairsBefore );
-   void subscriptionsAre( bool active ) override;
-   void kibDoZombieReactors();
+   VORMEL_HIDDEN void start();
+   VORMEL_HIDDEN void catchUp( const std::vector<U32>& pairsBefore );
+   VORMEL_HIDDEN void subscriptionsAre( bool active ) override;
+   VORMEL_HIDDEN void kibDoZombieReactors();
 
-   void onScsd( const Vormel::Change& change );
-   void onMiscConfig( const Vormel::Change& change );
-   void onPbrInfo( const Vormel::Change& change );
-   void onIntfStatusDir( const Vormel::Change& change );
-   void onSourceIpLookup( const Vormel::Change& change );
+   VORMEL_HIDDEN void onScsd( const Vormel::Change& change );
+   VORMEL_HIDDEN void onMiscConfig( const Vormel::Change& change );
+   VORMEL_HIDDEN void onPbrInfo( const Vormel::Change& change );
+   VORMEL_HIDDEN void onIntfStatusDir( const Vormel::Change& change );
+   VORMEL_HIDDEN void onSourceIpLookup( const Vormel::Change& change );
 
    /// What the chips do now: hwStatus has it, or the reactor itself where there is none.
    struct InForce
@@ -121,7 +124,7 @@ class VORMEL_EXPORT RoutingStatusSm : public Vormel::Reactor
       bool l3DualHash = false;
       bool l2TrafficRouting = false;
    };
-   InForce inForce() const;
+   VORMEL_HIDDEN InForce inForce() const;
 
    struct Nexthop
    {

@@ -37,10 +37,10 @@ U32 RoutingStatusHelper::createTcamEntryVlanFloodTc( U16 tc )
    VORMEL_ASSERT( tc <= highestTrafficClass );
    // "This id or the next": both of a pair ask for the lower id, and get the two in turn.
    static const RequestKey pairKey{ "unknown mac drop", true, "" };
-   const bool floodingPort = isFloodingPortSupported( *scsd() );
+   const bool floodingPort = isFloodingPortSupported( shared() );
    const U32 group =
       tcamManager()->baseEntryId() + U32( TcamL3EntryId::vlanFloodingDrop ) + 2 * U32( tc );
-   for( const auto& i : scsd()->units() ) {
+   for( const auto& i : shared().units() ) {
       U32 pair[ 2 ] = {};
       if( floodingPort ) {
          const U32 entryId = tcamManager()->getEntry( i.key(), group,
@@ -88,7 +88,7 @@ void RoutingStatusHelper::deleteTcamEntryVlanFloodTc( U16 tc, U32 id )
 {
    if( !hasManager( tcamManager(), "deleteTcamEntryVlanFloodTc" ) )
       return;
-   for( const auto& i : scsd()->units() ) {
+   for( const auto& i : shared().units() ) {
       for( const U32 entry : { id, id + 1 } ) {
          VORMEL_TRACE( routingTrace, 2,
             "Deleting tcam entry (ID: 0x" << std::hex << entry << std::dec
@@ -111,7 +111,7 @@ void RoutingStatusHelper::updateUnknownMacDropCounters( U16 tc )
    if( !hasManager( tcamManager(), "updateUnknownMacDropCounters" ) )
       return;
    U64 sum = 0;
-   for( const auto& i : scsd()->units() ) {
+   for( const auto& i : shared().units() ) {
       for( const U32 entry : { id, id + 1 } ) {
          VORMEL_TRACE( routingTrace, 2,
             "Getting counter value for tcam entry (ID: 0x" << std::hex << entry << std::dec

@@ -25,6 +25,8 @@ class VORMEL_EXPORT UnknownMacDropLoggingSm : public Vormel::Reactor
    const Ref<RoutingStatusHelper>& routingStatusHelper() const { return routingStatusHelper_; }
    /// Seconds, as configured when the reactor was made; 0 for no polling.
    double pollingInterval() const { return pollingInterval_; }
+   /// Null once pollingTimerDel() has run.
+   const Ref<KibPollingTimer>& pollingTimer() const { return pollingTimer_; }
    /// When the next poll is due on the clock; infinity while polling is off.
    double nextPoll() const;
 
@@ -41,10 +43,10 @@ class VORMEL_EXPORT UnknownMacDropLoggingSm : public Vormel::Reactor
    void pollingTimerDel();
 
  private:
-   ~UnknownMacDropLoggingSm() override;
+   VORMEL_HIDDEN ~UnknownMacDropLoggingSm() override;
 
-   void subscriptionsAre( bool active ) override;
-   void onMiscConfig( const Vormel::Change& change );
+   VORMEL_HIDDEN void subscriptionsAre( bool active ) override;
+   VORMEL_HIDDEN void onMiscConfig( const Vormel::Change& change );
 
    Ref<const StrataMiscConfig> miscConfig_;
    Ref<RoutingStatusHelper> routingStatusHelper_;

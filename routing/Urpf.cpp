@@ -65,7 +65,7 @@ bool RoutingStatusHelper::handleTcamEntryUrpf( bool enable, bool ipv4 )
    const U32 urpfClass = ipv4 ? 1 : 2;
    const U32 urpfEntryId = manager ? manager->baseEntryId() + offset : 0;
    if( !manager ||
-       manager->getEntry( SdkShim->kbSingleUnit(), urpfEntryId, "Do not check uRPF", {} ) == 0 ) {
+       claimEntry( *manager, SdkShim->kbSingleUnit(), urpfEntryId, "Do not check uRPF" ) == 0 ) {
       logMessage( STRATA_URPF_HW_RESOURCE_FULL );
       return false;
    }

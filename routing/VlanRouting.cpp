@@ -11,7 +11,9 @@ namespace Strata {
 std::optional<RoutingState> RoutingState::parse( std::string_view text )
 {
    RoutingState state;
-   while( text != "off" && !text.empty() ) {
+   if( text.empty() || text == "off" )
+      return state;
+   for( bool more = true; more; ) {
       const auto comma = text.find( ',' );
       const std::string_view word = text.substr( 0, comma );
       bool* const flag = word == "ip4"     ? &state.routing
@@ -21,7 +23,8 @@ std::optional<RoutingState> RoutingState::parse( std::string_view text )
       if( !flag )
          return std::nullopt;
       *flag = true;
-      text.remove_prefix( comma == text.npos ? text.size() : comma + 1 );
+      more = comma != text.npos;
+      text.remove_prefix( more ? comma + 1 : 0 );
    }
    return state;
 }
@@ -54,7 +57,7 @@ static bool existsOn( const UnitTable::Iterator& i, U32 vlanId )
 // One that exists on no unit is forgotten: made anew, it has nothing of what was programmed before.
 bool RoutingStatusHelper::vlanIsThere( U32 vlanId )
 {
-   for( const auto& i : scsd()->units() )
+   for( const auto& i : shared().units() )
       if( existsOn( i, vlanId ) )
          return true;
    VORMEL_TRACE( routingTrace, 2, "VLAN " << vlanId << " exists on no unit" );
@@ -68,8 +71,8 @@ void RoutingStatusHelper::handleVlanRoutingState( U32 vlanId, RoutingState state
       "handleVlanRoutingState, Vlan: " << vlanId << ", routing: " << state.routing
                                        << ", routing6: " << state.routing6
                                        << ", mcastRouting: " << state.mcastRouting );
-   bcm_vlan_control_vlan_t vlanControl;
-   for( const auto& i : scsd()->units() ) {
+   bcm_vlan_control_vlan_s vlanControl;
+   for( const auto& i : shared().units() ) {
       CHECKED( bcm_vlan_control_vlan_get( i.key(), vlanId, &vlanControl ) );
       VORMEL_TRACE( routingTrace, 5,
          "handleVlanRoutingStateUnit: " << i.key() << ", current flags: 0x" << std::hex
@@ -140,7 +143,7 @@ void RoutingStatusHelper::handleVlanCpuPort( U32 vlanId, bool block )
    if( vlan.cpuBlocked == block )
       return;
    vlan.cpuBlocked = block;
-   for( const auto& i : scsd()->units() ) {
+   for( const auto& i : shared().units() ) {
       if( !existsOn( i, vlanId ) )
          continue;
       const bcm_pbmp_t cpuPbmp = cpuPorts( i.key() );
@@ -160,10 +163,10 @@ void RoutingStatusHelper::applyVlanRouting( U32 vlanId )
    const U32 set = ( all || ( vlan.enabled && vlan.ip4 ) ? 0 : U32( vlanIp4RoutingOff ) ) |
                    ( all || ( vlan.enabled && vlan.ip6 ) ? 0 : U32( vlanIp6RoutingOff ) );
    const U32 clearMask = vlanIp4RoutingOff | vlanIp6RoutingOff;
-   for( const auto& i : scsd()->units() ) {
+   for( const auto& i : shared().units() ) {
       if( !existsOn( i, vlanId ) )
          continue;
-      bcm_vlan_control_vlan_t vlanControl;
+      bcm_vlan_control_vlan_s vlanControl;
       if( !CHECKED_AVAILABLE( bcm_vlan_control_vlan_get( i.key(), vlanId, &vlanControl ) ) ) {
          VORMEL_TRACE( routingTrace, 1,
             "VLAN " << vlanId << " of unit " << i.key()

@@ -10,7 +10,7 @@ namespace Strata {
 // The tunnel qualifier would be refused, and the entry would match what no tunnel delivered.
 bool RoutingStatusHelper::terminatesTunnels( const char* operation ) const
 {
-   const bool vxlan = chipAttributes( *scsd() ).vxlanSupported;
+   const bool vxlan = chipAttributes( shared() ).vxlanSupported;
    if( !vxlan )
       VORMEL_TRACE_AS( routingTrace, 1, operation, operation << ": no VXLAN on this chip" );
    return vxlan;
@@ -31,7 +31,7 @@ void RoutingStatusHelper::installTcamEntryForL3Vxlan( MacType macType )
    const bool bridge = macType == MacType::bridgeMac;
    TcamEntry vxlan( tcamManager(), bridge ? TcamL3EntryId::l3Vxlan : TcamL3EntryId::l3VxlanFennic,
       bridge ? "l3 vxlan with dmac=bridgeMac" : "l3 vxlan with dmac=fennicMac" );
-   for( const auto& i : scsd()->units() ) {
+   for( const auto& i : shared().units() ) {
       const U32 entryId = vxlan.claim( i.key() );
       CHECKED( bcm_field_qualify_TunnelTerminated( i.key(), entryId, 1, 1 ) );
       CHECKED( bcm_field_qualify_DstMac( i.key(), entryId, mac, macMask ) );
@@ -45,7 +45,7 @@ void RoutingStatusHelper::installTcamEntryForL3Vxlan( MacType macType )
    }
    tcamEntryL3VxlanIs( macType, vxlan.recordable() );
    noteWritten( macType, &WrittenMacs::l3Vxlan, mac );
-   vxlan.traceAllocated( __func__ );
+   vxlan.traceAllocated( __func__, bridge ? "Allocated l3 vxlan with dmac=bridgeMac tcam entry (ID:" : "Allocated l3 vxlan with dmac=fennicMac tcam entry (ID:" );
 }
 
 void RoutingStatusHelper::programL2VxlanTcam( MacType macType )
@@ -64,7 +64,7 @@ void RoutingStatusHelper::programL2VxlanTcam( MacType macType )
    TcamEntry vxlan( tcamManager(),
       bridge ? TcamL3EntryId::l2VxlanForBridgeMac : TcamL3EntryId::l2VxlanForFennicMac,
       bridge ? "l2 vxlan with dmac=bridgeMac" : "l2 vxlan with dmac=fennicMac" );
-   for( const auto& i : scsd()->units() ) {
+   for( const auto& i : shared().units() ) {
       const U32 entryId = vxlan.claim( i.key() );
       CHECKED( bcm_field_qualify_TunnelTerminated( i.key(), entryId, 1, 1 ) );
       CHECKED( bcm_field_qualify_DstMac( i.key(), entryId, mac, macMask ) );
@@ -75,19 +75,19 @@ void RoutingStatusHelper::programL2VxlanTcam( MacType macType )
    }
    tcamEntryL2VxlanIs( macType, vxlan.recordable() );
    noteWritten( macType, &WrittenMacs::l2Vxlan, mac );
-   vxlan.traceAllocated( __func__ );
+   vxlan.traceAllocated( __func__, bridge ? "Allocated l2 vxlan with dmac=bridgeMac tcam entry (ID:" : "Allocated l2 vxlan with dmac=fennicMac tcam entry (ID:" );
 }
 
 void RoutingStatusHelper::removeL3Vxlan( MacType macType )
 {
-   deleteEntry( tcamManager(), scsd()->units(), tcamEntryL3Vxlan( macType ) );
+   deleteEntry( tcamManager(), shared().units(), tcamEntryL3Vxlan( macType ) );
    tcamEntryL3VxlanDel( macType );
    noteWritten( macType, &WrittenMacs::l3Vxlan, EthAddr() );
 }
 
 void RoutingStatusHelper::removeL2Vxlan( MacType macType )
 {
-   deleteEntry( tcamManager(), scsd()->units(), tcamEntryL2Vxlan( macType ) );
+   deleteEntry( tcamManager(), shared().units(), tcamEntryL2Vxlan( macType ) );
    tcamEntryL2VxlanDel( macType );
    noteWritten( macType, &WrittenMacs::l2Vxlan, EthAddr() );
 }

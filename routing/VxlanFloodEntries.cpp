@@ -15,14 +15,14 @@ void RoutingStatusHelper::handleTcamEntryVlanFloodVxlan( bool create )
       return;
    if( !create ) {
       tcamEntryVlanFloodVxlanIs(
-         deleteEntry( tcamManager(), scsd()->units(), tcamEntryVlanFloodVxlan() ) );
+         deleteEntry( tcamManager(), shared().units(), tcamEntryVlanFloodVxlan() ) );
       return;
    }
    if( !routesTunnelsInTwoPasses( "handleTcamEntryVlanFloodVxlan" ) )
       return;
 
    TcamEntry flood( tcamManager(), TcamL3EntryId::vlanFloodingVxlan, "vlan flood vxlan" );
-   for( const auto& i : scsd()->units() ) {
+   for( const auto& i : shared().units() ) {
       const std::optional<int> recircPort = this->recircPort( i.key() );
       if( !recircPort ) {
          flood.passOver( i.key(), tcamEntryVlanFloodVxlan() );
@@ -39,7 +39,7 @@ void RoutingStatusHelper::handleTcamEntryVlanFloodVxlan( bool create )
       flood.install( i.key() );
    }
    tcamEntryVlanFloodVxlanIs( flood.recordable() );
-   flood.traceAllocated( __func__ );
+   flood.traceAllocated( __func__, "Allocated vlan flood vxlan tcam entry (ID:" );
 }
 
 void RoutingStatusHelper::handleTcamEntryVxlanEncapFlood( bool create )
@@ -47,23 +47,23 @@ void RoutingStatusHelper::handleTcamEntryVxlanEncapFlood( bool create )
    VORMEL_TRACE( routingTrace, 2, "handleTcamEntryVxlanEncapFlood, create: " << create );
    if( !hasManager( tcamManager(), "handleTcamEntryVxlanEncapFlood" ) )
       return;
-   if( create && !chipAttributes( *scsd() ).vxlanSupported ) {
+   if( create && !chipAttributes( shared() ).vxlanSupported ) {
       VORMEL_TRACE( routingTrace, 1, "handleTcamEntryVxlanEncapFlood: no VXLAN on this chip" );
       return;
    }
    // Redirected to no group, the floods would be lost.
-   if( create && scsd()->vxlanFloodL2Mc() == 0 ) {
+   if( create && shared().vxlanFloodL2Mc() == 0 ) {
       VORMEL_TRACE( routingTrace, 1, "handleTcamEntryVxlanEncapFlood: no multicast group" );
       create = false;
    }
    if( !create ) {
       tcamEntryVxlanEncapFloodIs(
-         deleteEntry( tcamManager(), scsd()->units(), tcamEntryVxlanEncapFlood() ) );
+         deleteEntry( tcamManager(), shared().units(), tcamEntryVxlanEncapFlood() ) );
       return;
    }
 
    TcamEntry flood( tcamManager(), TcamL3EntryId::vxlanEncapFlooding, "vxlan encap flood" );
-   for( const auto& i : scsd()->units() ) {
+   for( const auto& i : shared().units() ) {
       const U32 entryId = flood.claim( i.key() );
       CHECKED( bcm_field_qualify_DstPort( i.key(), entryId, scsd()->floodingModId(),
          StrataCommon::maskModId_, StrataCommon::vxlanFloodingPortId_,
@@ -73,7 +73,7 @@ void RoutingStatusHelper::handleTcamEntryVxlanEncapFlood( bool create )
       flood.install( i.key() );
    }
    tcamEntryVxlanEncapFloodIs( flood.recordable() );
-   flood.traceAllocated( __func__ );
+   flood.traceAllocated( __func__, "Allocated vxlan encap flood tcam entry (ID:" );
 }
 
 } // namespace Strata

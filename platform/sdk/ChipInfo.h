@@ -65,6 +65,7 @@ class VORMEL_EXPORT StrataAttributes
  public:
    /// All false for a chip that is not in the table.
    ChipAttributes chipAttributes( const ChipInfo& chip ) const;
+   bool known( const ChipInfo& chip ) const { return chips_.contains( chip ); }
    void chipAttributesIs( const ChipInfo& chip, const ChipAttributes& attributes );
 
  private:

@@ -14,12 +14,12 @@
 namespace Strata {
 
 using bcm_pbmp_t = PortBitmap;
-using bcm_vlan_control_vlan_t = VlanControl;
+using bcm_vlan_control_vlan_s = VlanControl;
 using my_station_tcam_entry_t = MemoryEntry;
 
 struct SdkShimHandle
 {
-   SdkShimInterface* operator->() const { return sdkShim(); }
+   SdkShimInterface* operator->() const { return &sdkShimInUse(); }
 };
 inline constexpr SdkShimHandle SdkShim;
 
@@ -28,7 +28,7 @@ template<auto query, auto role>
 struct SdkName
 {
    using Number = std::invoke_result_t<decltype( query ), SdkShimInterface&, decltype( role )>;
-   operator Number() const { return ( sdkShim()->*query )( role ); }
+   operator Number() const { return ( sdkShimInUse().*query )( role ); }
 };
 
 /// A constant of the SDK.
@@ -36,7 +36,7 @@ template<auto query>
 struct SdkConstant
 {
    using Number = std::invoke_result_t<decltype( query ), SdkShimInterface&>;
-   operator Number() const { return ( sdkShim()->*query )(); }
+   operator Number() const { return ( sdkShimInUse().*query )(); }
 };
 
 #define STRATA_FIELD_ACTION( role ) \
@@ -75,13 +75,13 @@ inline constexpr SdkConstant<&SdkShimInterface::chipWidePort> ChipWidePort;
 
 inline int CMIC_PORT( U32 unit )
 {
-   return sdkShim()->cpuPort( unit );
+   return sdkShimInUse().cpuPort( unit );
 }
 
 inline int BCM_HG_TRUNK_CANCEL_ACTION( U32 unit )
 {
-   return sdkShim()->resolvesHigigTrunksAsLag( unit ) ? int( bcmFieldActionHgTrunkCancelLag )
-                                                      : int( bcmFieldActionHgTrunkCancel );
+   return sdkShimInUse().resolvesHigigTrunksAsLag( unit ) ? int( bcmFieldActionHgTrunkCancelLag )
+                                                          : int( bcmFieldActionHgTrunkCancel );
 }
 
 /// An operation with its pre-call hook and without the activity lock.
@@ -89,7 +89,7 @@ template<class... Parameters>
 int sdkCall( int ( SdkShimInterface::*operation )( Parameters... ),
    std::type_identity_t<Parameters>... arguments )
 {
-   SdkShimInterface& shim = *sdkShim();
+   SdkShimInterface& shim = sdkShimInUse();
    shim.preCall();
    Vormel::MaybeGilUnlockAnchor gil;
    Vormel::UnlockAnchor anchor( Vormel::activityLock() );

@@ -2,7 +2,7 @@
 // is one of an SDK.
 //
 // Operations (SdkOperations.def) are called with the activity lock released; each is preceded by preCall().
-// Everything else is a question, answered at once and never failing. Hook and questions come with the lock
+// Questions (SdkQuestions.def) are answered at once and never fail. Hook and questions come with the lock
 // held, except while the Field Processor lock is.
 #pragma once
 
@@ -57,59 +57,26 @@ class VORMEL_EXPORT SdkShimInterface
    /// Called after a fatal code was reported and before the agent ends.
    virtual void errorHook() = 0;
 
-   virtual int successCode() const = 0;
-   virtual int featureNotAvailableCode() const = 0;
-   virtual std::string errorText( int code ) const = 0;
-
-   // The SDK's numbers. They may not change while the process runs.
-   virtual int fieldAction( FieldAction role ) const = 0;
-   virtual int fieldIpType( FieldIpType role ) const = 0;
-   virtual U32 packetResult( PacketResult role ) const = 0;
-   virtual int switchControl( SwitchControl role ) const = 0;
-   virtual int portControl( PortControl role ) const = 0;
-   virtual U32 vlanFlag( VlanFlag role ) const = 0;
-   virtual int ipOptionAction( IpOptionAction role ) const = 0;
-   virtual int registerNumber( Register role ) const = 0;
-   virtual int memory( Memory role ) const = 0;
-   virtual U32 exactMatchMask() const = 0; // for packet result, priority and group qualifiers
-   virtual U8 stpForward() const = 0;
-   virtual int anyRegisterPort() const = 0;
-   virtual int anyMemoryBlock() const = 0;
-   virtual int chipWidePort() const = 0;         // addresses all ports in switchControlPortSet
-   virtual int fieldEntryEnableMode() const = 0; // handed to the entry manager's enableEntry
-
-   // The unit that single-unit registers live on, and questions about units.
-   virtual U32 kbSingleUnit() const = 0;
-   virtual int cpuPort( U32 unit ) const = 0;
-   /// The unit traps TTL 0 and 1 by itself, but takes ARP replies for ordinary frames.
-   virtual bool trapsTtlExceptions( U32 unit ) const = 0;
-   /// The unit cancels HiGig trunk resolution by HgTrunkCancelLag instead of HgTrunkCancel.
-   virtual bool resolvesHigigTrunksAsLag( U32 unit ) const = 0;
-   virtual bool vlanExists( U32 unit, U16 vlanId ) const = 0;
-   virtual UnitRecord unitRecord( U32 unit ) const = 0;
-
-   // Fields of register values and memory entries that are in the caller's hands.
-   virtual void registerFieldSet(
-      Register reg, U32& value, RegisterField field, U32 data ) const = 0;
-   virtual void registerFieldSet(
-      Register reg, U64& value, RegisterField field, U32 data ) const = 0;
-   virtual void memoryFieldSet( MemoryEntry& entry, MemoryField field, U32 data ) const = 0;
-   virtual void memoryFieldSet(
-      MemoryEntry& entry, MemoryField field, const EthAddr& mac ) const = 0;
-   virtual U32 memoryField( const MemoryEntry& entry, MemoryField field ) const = 0;
-   virtual EthAddr memoryMacField( const MemoryEntry& entry, MemoryField field ) const = 0;
+#define STRATA_SDK_QUESTION( result, method, parameters, arguments ) \
+   virtual result method parameters const = 0;
+#include "platform/sdk/SdkQuestions.def"
 };
 
 /// The process's one shim. An agent sets it before it makes the first helper and keeps it alive.
 VORMEL_EXPORT void sdkShimIs( SdkShimInterface* shim );
 
+/// Null while none is set.
+VORMEL_EXPORT SdkShimInterface* sdkShim();
+
 namespace Detail {
 extern VORMEL_EXPORT SdkShimInterface* theSdkShim;
 }
 
-inline SdkShimInterface* sdkShim()
+/// The shim, for calls. While none is set, the first use of what this returns fails an assertion: a check here would be
+/// paid by every SDK call.
+inline SdkShimInterface& sdkShimInUse()
 {
-   return Detail::theSdkShim;
+   return *Detail::theSdkShim;
 }
 
 } // namespace Strata

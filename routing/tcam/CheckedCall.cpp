@@ -2,7 +2,6 @@
 
 #include "platform/runtime/Assert.h"
 
-#include <iostream>
 #include <sstream>
 
 namespace Strata {
@@ -14,7 +13,7 @@ namespace Strata {
    if( site.signature )
       line << Vormel::signatureText( site.signature ) << ' ';
    line << site.text << " API ERROR:" << SdkShim->errorText( rc ) << " (" << rc << ')';
-   std::cerr << line.str() << std::endl;
+   Vormel::fatalLine( line.str() );
    VORMEL_TRACE_AS( apiTrace, 4, site.function, line.str() );
    SdkShim->errorHook();
    VORMEL_ASSERT( 0 );

@@ -36,7 +36,7 @@ class FieldUnlockGuard
 template<class Deferred>
 int FP_LOCK_INTERNAL_CHK( U32 unit, const Deferred& deferred )
 {
-   SdkShimInterface& shim = *sdkShim();
+   SdkShimInterface& shim = sdkShimInUse();
    shim.preCall();
    int rc = 0;
    {

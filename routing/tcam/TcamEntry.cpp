@@ -15,21 +15,44 @@ bool hasManager( const Ref<StrataBoundedTcamEntryManager>& manager, const char* 
    return static_cast<bool>( manager );
 }
 
-void installEntry( StrataTcamEntryManager& manager, U32 unit, U32 entryId )
+U32 claimEntry( StrataTcamEntryManager& manager, U32 unit, U32 entryId, const char* name )
+{
+   return manager.getEntry( unit, entryId, name, {} );
+}
+
+/// The assertion that follows tells none of this.
+static void traceFailure(
+   const char* call, U32 unit, U32 entryId, int rc, const char* name = nullptr )
+{
+   if( rc == BCM_E_NONE )
+      return;
+   if( name )
+      VORMEL_TRACE_AS( routingTrace, 1, call,
+         call << " failed, entry: " << entryId << ", name: " << name << ", unit: " << unit
+              << ", rc: " << rc );
+   else
+      VORMEL_TRACE_AS( routingTrace, 1, call,
+         call << " failed, entry: " << entryId << ", unit: " << unit << ", rc: " << rc );
+}
+
+void installEntry( StrataTcamEntryManager& manager, U32 unit, U32 entryId, const char* name )
 {
    const int rc = manager.installEntry( unit, entryId );
+   traceFailure( "installEntry", unit, entryId, rc, name );
    VORMEL_ASSERT( rc == BCM_E_NONE && "installEntry failed" );
 }
 
 void reinstallEntry( StrataTcamEntryManager& manager, U32 unit, U32 entryId )
 {
    const int rc = manager.reinstallEntry( unit, entryId );
+   traceFailure( "reinstallEntry", unit, entryId, rc );
    VORMEL_ASSERT( rc == BCM_E_NONE && "reinstallEntry failed" );
 }
 
 void enableEntry( StrataTcamEntryManager& manager, U32 unit, U32 entryId, bool enable )
 {
    const int rc = manager.enableEntry( unit, entryId, enable, SdkShim->fieldEntryEnableMode() );
+   traceFailure( "enableEntry", unit, entryId, rc );
    VORMEL_ASSERT( rc == BCM_E_NONE && "enableEntry failed" );
 }
 
@@ -38,9 +61,11 @@ void qualifyInPorts( StrataTcamEntryManager& manager, U32 unit, U32 entryId,
 {
    if( manager.supportsAclGroup() ) {
       const int rc = manager.qualifyPortsClassId( unit, entryId, ports, true );
+      traceFailure( "qualifyPortsClassId", unit, entryId, rc );
       VORMEL_ASSERT( rc == BCM_E_NONE && "qualifyPortsClassId failed" );
    } else {
       const int rc = manager.addInPortsForEntry( unit, entryId, ports, allPorts );
+      traceFailure( "addInPortsForEntry", unit, entryId, rc );
       VORMEL_ASSERT( rc == BCM_E_NONE && "addInPortsForEntry failed" );
    }
 }
@@ -49,6 +74,7 @@ void qualifyOutLoopback( StrataTcamEntryManager& manager, U32 unit, U32 entryId,
    const PortBitmap& allPorts )
 {
    const int rc = manager.addOutLoopbackPortForEntry( unit, entryId, recircPort, allPorts );
+   traceFailure( "addOutLoopbackPortForEntry", unit, entryId, rc );
    VORMEL_ASSERT( rc == BCM_E_NONE && "addOutLoopbackPortForEntry failed" );
 }
 
@@ -67,13 +93,13 @@ U32 deleteEntry(
 
 U32 TcamEntry::claim( U32 unit )
 {
-   manager_->getEntry( unit, id_, name_, {} );
+   claimEntry( *manager_, unit, id_, name_ ); // what it answers is the manager's to tell
    return id_;
 }
 
 void TcamEntry::install( U32 unit )
 {
-   installEntry( *manager_, unit, id_ );
+   installEntry( *manager_, unit, id_, name_ );
    carried_ = true;
 }
 
@@ -83,11 +109,10 @@ void TcamEntry::passOver( U32 unit, U32 recordedId )
       manager_->releaseEntry( unit, recordedId );
 }
 
-void TcamEntry::traceAllocated( const char* operation ) const
+void TcamEntry::traceAllocated( const char* operation, const char* text ) const
 {
    if( carried_ )
-      VORMEL_TRACE_AS(
-         routingTrace, 2, operation, "Allocated " << name_ << " tcam entry (ID:" << id_ );
+      VORMEL_TRACE_AS( routingTrace, 2, operation, text << id_ );
 }
 
 } // namespace Strata

@@ -3,21 +3,19 @@
 // An operation that makes an entry reads like a table:
 //
 //    TcamEntry entry( tcamManager(), TcamL3EntryId::mplsPkt, "mpls traffic drop" );
-//    for( const auto& i : scsd()->units() ) {
+//    for( const auto& i : shared().units() ) {
 //       const U32 entryId = entry.claim( i.key() );
 //       CHECKED( bcm_field_qualify_... );
 //       CHECKED( bcm_field_action_add( ... ) );
 //       entry.install( i.key() );
 //    }
 //    tcamEntryMplsPktIs( entry.recordable() );
-//    entry.traceAllocated( __func__ );
+//    entry.traceAllocated( __func__, "Allocated mpls traffic drop tcam entry (ID:" );
 #pragma once
 
 #include "platform/state/StrataCommonSmData.h"
 #include "platform/tcam/TcamEntryManager.h"
 #include "routing/TcamL3EntryId.h"
-
-#include <string>
 
 namespace Strata {
 
@@ -26,8 +24,14 @@ using Vormel::Ref;
 /// True when the slice has its entry manager; else a level-1 trace says that `operation` is skipped.
 bool hasManager( const Ref<StrataBoundedTcamEntryManager>& manager, const char* operation );
 
-/// Each fails its assertion, such as "rc == BCM_E_NONE && \"installEntry failed\"", on any other code.
-void installEntry( StrataTcamEntryManager& manager, U32 unit, U32 entryId );
+/// Claims an entry with the default request. Names are pointers up to here, so that each stands whole in the binary:
+/// an optimising compiler takes the literal that a std::string is made from apart.
+U32 claimEntry( StrataTcamEntryManager& manager, U32 unit, U32 entryId, const char* name );
+
+/// Each fails its assertion, such as "rc == BCM_E_NONE && \"installEntry failed\"", on any other code, after a level-1
+/// trace that has id, unit and code, and the entry's name if it is given.
+void installEntry(
+   StrataTcamEntryManager& manager, U32 unit, U32 entryId, const char* name = nullptr );
 void reinstallEntry( StrataTcamEntryManager& manager, U32 unit, U32 entryId );
 void enableEntry( StrataTcamEntryManager& manager, U32 unit, U32 entryId, bool enable );
 
@@ -46,14 +50,13 @@ class TcamEntry
 {
  public:
    /// The manager is not null.
-   TcamEntry(
-      const Ref<StrataBoundedTcamEntryManager>& manager, U32 offset, const std::string& name )
+   TcamEntry( const Ref<StrataBoundedTcamEntryManager>& manager, U32 offset, const char* name )
       : manager_( manager ),
         id_( manager->baseEntryId() + offset ),
         name_( name )
    {}
-   TcamEntry( const Ref<StrataBoundedTcamEntryManager>& manager, TcamL3EntryId offset,
-      const std::string& name )
+   TcamEntry(
+      const Ref<StrataBoundedTcamEntryManager>& manager, TcamL3EntryId offset, const char* name )
       : TcamEntry( manager, static_cast<U32>( offset ), name )
    {}
 
@@ -66,13 +69,13 @@ class TcamEntry
 
    /// The id to record; 0 when no unit carries the entry.
    U32 recordable() const { return carried_ ? id_ : 0; }
-   /// Once it is recorded.
-   void traceAllocated( const char* operation ) const;
+   /// Traces `text` and the id, where a unit carries the entry. Requires: the id has been recorded.
+   void traceAllocated( const char* operation, const char* text ) const;
 
  private:
    Ref<StrataBoundedTcamEntryManager> manager_;
    U32 id_;
-   std::string name_;
+   const char* name_;
    bool carried_ = false;
 };
 

@@ -26,7 +26,7 @@
 #define MAP VENDOR
 
 #define bcm_pbmp_t VENDOR
-#define bcm_vlan_control_vlan_t VENDOR
+#define bcm_vlan_control_vlan_s VENDOR
 #define my_station_tcam_entry_t VENDOR
 #define BCM_E_NONE VENDOR
 #define BCM_FIELD_EXACT_MATCH_MASK VENDOR

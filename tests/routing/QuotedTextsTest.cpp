@@ -7,8 +7,8 @@
 namespace Strata {
 namespace {
 
-// Operators and their tools search logs for these texts. They come out of the code itself, so a renamed local
-// would change them unnoticed.
+// Operators and their tools search logs for these texts, and the binary for where a log line comes from. They come out of
+// the code itself, so a renamed local would change them unnoticed, and an optimising compiler may take a text apart.
 TEST( QuotedTextsTest, EveryTextThatLogsShowIsInTheLibrary )
 {
    std::ifstream file( STRATA_LIBRARY_FILE, std::ios::binary );
@@ -24,7 +24,7 @@ TEST( QuotedTextsTest, EveryTextThatLogsShowIsInTheLibrary )
       const bool found = library.find( text + '\0' ) != std::string::npos;
       EXPECT_TRUE( found ) << text;
    }
-   EXPECT_GT( count, 90 );
+   EXPECT_GT( count, 190 );
 }
 
 } // namespace

@@ -339,9 +339,9 @@ TEST_F( ReactorsTest, InterfacesAndLagsMayGoWhileTheyAreHandled )
          [ this ] { hw().ethIntfStatusDir()->intfStatusDel( one ); } );
       status( one )->forwardingModelIs( ForwardingModel::routed );
    }
-   EXPECT_EQ( agent->reactor()->intfStatusCount(), 2u );
+   EXPECT_EQ( agent->reactor()->intfStatus().size(), 2u );
    hw().addInterface( one, 0, 1, ForwardingModel::bridged );
-   EXPECT_EQ( agent->reactor()->intfStatusCount(), 3u );
+   EXPECT_EQ( agent->reactor()->intfStatus().size(), 3u );
    {
       // The LAG loses its members one after the other while they are walked.
       const Meddler meddler( agent->helper(),
@@ -349,7 +349,7 @@ TEST_F( ReactorsTest, InterfacesAndLagsMayGoWhileTheyAreHandled )
          [ this ] { hw().lagDel( lag ); } );
       status( lag )->forwardingModelIs( ForwardingModel::routed );
    }
-   EXPECT_EQ( agent->reactor()->intfStatusCount(), 2u );
+   EXPECT_EQ( agent->reactor()->intfStatus().size(), 2u );
    EXPECT_EQ( helper().vlanFloodPbmp().toString(), floodPorts() );
 }
 
@@ -406,7 +406,7 @@ TEST_F( ReactorsTest, AStatusThatReplacesAnotherTakesItsReactorOver )
    const auto fresh = Vormel::make<EthIntfStatus>( one );
    fresh->forwardingModelIs( ForwardingModel::routed );
    hw().ethIntfStatusDir()->intfStatusIs( one, fresh );
-   EXPECT_EQ( agent->reactor()->intfStatusCount(), 2u );
+   EXPECT_EQ( agent->reactor()->intfStatus().size(), 2u );
    EXPECT_TRUE( helper().routedPortsAndRoutedLagMember( one ) );
    const U64 before = calls();
    old->forwardingModelIs( ForwardingModel::unknown );

@@ -83,7 +83,7 @@ SwitchState observedState( Tool::Agent& agent )
       state[ "port table " + toText( port ) ] =
          portTableText( entry.l3Enabled, entry.routingEnabled );
    if( const auto& reactor = agent.reactor() ) {
-      state[ "nested reactors" ] = std::to_string( reactor->intfStatusCount() );
+      state[ "nested reactors" ] = std::to_string( reactor->intfStatus().size() );
       state[ "next poll" ] =
          toText( Vormel::Value( reactor->unknownMacDropLoggingSm()->nextPoll() ) );
    }

@@ -1,9 +1,11 @@
 // The value types: addresses, interface identifiers, port bitmaps, and the names of enumerations.
 #include "platform/runtime/Enum.h"
 #include "platform/runtime/Text.h"
+#include "platform/state/StrataPort.h"
 #include "platform/types/EthAddr.h"
 #include "platform/types/IntfId.h"
 #include "platform/types/PortBitmap.h"
+#include "routing/RoutingState.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -137,6 +139,17 @@ TEST( PortBitmapTest, TextWordsAndBounds )
    EXPECT_EQ( PortBitmap::fromWords( words ).toString(), "0,31-32,1023" );
    words.push_back( 0 );
    EXPECT_THROW( PortBitmap::fromWords( words ), RangeError );
+}
+
+TEST( ListsTest, AWordThatIsMissingOrDoesNotFitTheOthersIsRefused )
+{
+   using Strata::RoutingState;
+   EXPECT_EQ( RoutingState::parse( "off" ), RoutingState() );
+   EXPECT_EQ( RoutingState::parse( "ip4,mcast" ), ( RoutingState{ true, false, true } ) );
+   for( const char* text : { "ip4,", "ip4,off", "off,ip4", ",ip4", "ip4,,ip6" } )
+      EXPECT_EQ( RoutingState::parse( text ), std::nullopt ) << text;
+   EXPECT_TRUE( Strata::IntfIdList::parse( "Ethernet1,Ethernet2" ) );
+   EXPECT_FALSE( Strata::IntfIdList::parse( "Ethernet1," ) );
 }
 
 TEST( TextTest, OneByteValuesReadAsNumbersAndNamedOnesAsNames )

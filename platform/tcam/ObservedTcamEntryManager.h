@@ -1,0 +1,42 @@
+// Tells the claims that an entry manager refuses. The slice does not look at the answer to a claim, so a refused one
+// shows itself later, as a call on an entry that does not exist. An agent that wants to know hands the slice this
+// manager in front of its own.
+#pragma once
+
+#include "platform/tcam/ForwardingTcamEntryManager.h"
+
+#include <functional>
+#include <string>
+
+namespace Strata {
+
+/// A claim that was answered with 0.
+struct RefusedClaim
+{
+   std::string name; // of the entry
+   U32 entryId = 0;
+   U32 unit = 0;
+
+   /// "unit 0 has refused the claim of entry 1004 \"vlan flood\""
+   VORMEL_EXPORT std::string text() const;
+};
+
+#define STRATA_OBSERVED_TCAM_ENTRY_MANAGER_ATTRIBUTES( ROW )
+
+class VORMEL_EXPORT ObservedTcamEntryManager final : public ForwardingTcamEntryManager
+{
+   VORMEL_ENTITY( ObservedTcamEntryManager, STRATA_OBSERVED_TCAM_ENTRY_MANAGER_ATTRIBUTES )
+
+   using Listener = std::function<void( const RefusedClaim& )>;
+
+   /// `next` is not null. Without a listener the text goes to standard error.
+   explicit ObservedTcamEntryManager(
+      Ref<StrataBoundedTcamEntryManager> next, Listener listener = {} );
+
+   U32 getEntry( U32 unit, U32 entryId, const std::string& name, const RequestKey& key ) override;
+
+ private:
+   Listener listener_;
+};
+
+} // namespace Strata

@@ -1,0 +1,153 @@
+// What an embedder forgets or does twice ends with a clear text.
+#include "tests/routing/Fixture.h"
+
+#include "platform/runtime/EntityType.h"
+#include "platform/runtime/Trace.h"
+
+#include <functional>
+#include <gmock/gmock.h>
+#include <map>
+
+namespace Strata {
+namespace {
+
+using Sim::RecordKind;
+using Vormel::Ref;
+
+class EmbeddingSlipsTest : public SwitchTest
+{
+ protected:
+   Ref<RoutingStatusHelper> bareHelper( const Ref<StrataCommonSmData>& scsd = nullptr )
+   {
+      return Vormel::make<RoutingStatusHelper>( "bare", scsd, nullptr, nullptr, false, nullptr,
+         nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr );
+   }
+
+   /// Calls every operation by its name. How many of them ended with each assertion; "" for none.
+   std::map<std::string, U32> endings( RoutingStatusHelper& of )
+   {
+      std::map<std::string, U32> all;
+      testing::internal::CaptureStderr();
+      for( const auto& operation : of.entityType().operations() ) {
+         std::vector<Vormel::Value> arguments;
+         for( const std::string& parameter : operation->parameters() )
+            arguments.push_back( argumentFor( parameter ) );
+         std::string ending;
+         try {
+            operation->call( of, arguments );
+         } catch( const Died& died ) {
+            ending = died.text;
+         }
+         ++all[ ending ];
+      }
+      testing::internal::GetCapturedStderr();
+      return all;
+   }
+
+ private:
+   static std::string argumentFor( const std::string& parameter )
+   {
+      for( const auto& [ expected, value ] :
+         { std::pair{ "true or false", "true" }, { "an interface", "Ethernet1" },
+            { "a MAC", "02:00:00:00:00:01" }, { "bridgeMac", "bridgeMac" }, { "a list", "ip4" } } )
+         if( parameter.find( expected ) != std::string::npos )
+            return value;
+      return "1";
+   }
+};
+
+TEST_F( EmbeddingSlipsTest, WithoutSharedDataOrShimAnOperationEndsWithAClearAssertion )
+{
+   make( "hsdk" ).hardware().critic().collect(); // entry 0 is nobody's
+   const auto bare = bareHelper();
+   bare->tcamManagerIs( agent->hardware().tcamManager() );
+   const auto withoutData = endings( *bare );
+   EXPECT_GT( withoutData.at( "scsd()" ), 25u );
+   for( const auto& [ text, count ] : withoutData )
+      EXPECT_THAT( text, testing::AnyOf( "", "scsd()", "!!sp", "!!sucd", "0",
+                            testing::HasSubstr( "entryValid" ) ) );
+
+   const U64 calls = transcript().count( RecordKind::call );
+   sdkShimIs( nullptr );
+   EXPECT_EQ( sdkShim(), nullptr );
+   const auto withoutShim = endings( helper() );
+   sdkShimIs( &agent->hardware().observedShim() );
+   EXPECT_EQ( transcript().count( RecordKind::call ), calls );
+   U32 named = 0;
+   for( const auto& [ text, count ] : withoutShim )
+      named += text.starts_with( "sdkShim() && " ) ? count : 0;
+   EXPECT_GT( named, 25u );
+}
+
+TEST_F( EmbeddingSlipsTest, AnUnknownChipModelIsTracedOnceAtTheFirstLook )
+{
+   make( "hsdk", { 0 } );
+   Vormel::traceHandle( "StrataRoutingStatus" )->levelIs( 1 );
+   const auto scsd = Vormel::make<StrataCommonSmData>( &agent->hardware().observedShim() );
+   const auto late = bareHelper( scsd ); // no unit yet
+   StrataUnit unit;
+   unit.chipInfo.model = "unheard of";
+   scsd->units().unitIs( 0, unit );
+   const auto early = bareHelper( scsd );
+   late->init( true, true );
+   early->init( true, true );
+   early->l3Init( true );
+   Vormel::traceHandle( "StrataRoutingStatus" )->levelsOff();
+   std::vector<std::string> traces;
+   for( const Sim::Record& record : transcript().records() )
+      if( record.field( "text" ).find( "unheard of" ) != std::string::npos )
+         traces.push_back( record.field( "function" ) );
+   EXPECT_THAT( traces, testing::ElementsAre( "RoutingStatusHelper", "init" ) );
+}
+
+#if VORMEL_CHECKING
+// What no attribute's accessor checks on the way.
+TEST_F( EmbeddingSlipsTest, CheckingBuildsDemandTheLockWhereNoAttributeIsRead )
+{
+   make( "register", { 0 } );
+   struct Deaf final : Vormel::Subscriber
+   {
+      void onChange( const Vormel::Change& ) noexcept override {}
+   } deaf;
+   const EthAddr mac;
+   const std::vector<std::pair<std::string, std::function<void()>>> touches{
+      { "addMyStationTcamEntry",
+         [ & ] {
+            RoutingStatusHelper::addMyStationTcamEntry( 0, 1, mac, false, 0, false, false, true );
+         } },
+      { "removeMyStationTcamEntry", [] { RoutingStatusHelper::removeMyStationTcamEntry( 0, 1 ); } },
+      { "verifyMyStationTcamEntry",
+         [ & ] {
+            RoutingStatusHelper::verifyMyStationTcamEntry(
+               0, 1, false, mac, false, 0, false, false, false );
+         } },
+      { "doNotCopyPacketFromCpuToCpu", [ & ] { helper().doNotCopyPacketFromCpuToCpu(); } },
+      { "subscriberAdd", [ & ] { helper().subscriberAdd( deaf ); } } };
+   testing::internal::CaptureStderr();
+   for( const auto& [ name, touch ] : touches ) {
+      const Vormel::UnlockAnchor unlocked( Vormel::activityLock() );
+      EXPECT_THROW( touch(), Died ) << name;
+   }
+   const std::string report = testing::internal::GetCapturedStderr();
+   for( const auto& [ name, touch ] : touches )
+      EXPECT_THAT(
+         report, testing::HasSubstr( name + ": Assertion 'the activity lock is held' failed." ) );
+   EXPECT_EQ( transcript().count( RecordKind::call ), 0u );
+}
+#endif
+
+TEST_F( EmbeddingSlipsTest, AThreadThatTakesTheLockTwiceIsToldSo )
+{
+   try {
+      testing::internal::CaptureStderr();
+      const Vormel::LockAnchor again( Vormel::activityLock() );
+      FAIL();
+   } catch( const Died& died ) {
+      EXPECT_THAT( died.text, testing::HasSubstr( "this thread holds the activity lock already" ) );
+   }
+   testing::internal::GetCapturedStderr();
+   EXPECT_TRUE( Vormel::activityLock().heldByThisThread() );
+}
+
+} // namespace
+} // namespace Strata
