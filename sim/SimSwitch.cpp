@@ -1,5 +1,6 @@
 #include "sim/SimSwitch.h"
 
+#include "platform/runtime/Assert.h"
 #include "platform/runtime/Errors.h"
 #include "platform/runtime/Syslog.h"
 #include "platform/runtime/Trace.h"
@@ -15,7 +16,7 @@ namespace Strata::Sim {
 using Vormel::make;
 using Vormel::ValueError;
 
-/// Leads traces and log messages to the transcript as long as it lives.
+/// Leads traces, log messages and fatal lines to the transcript as long as it lives.
 class SimSwitch::Sinks
 {
  public:
@@ -32,6 +33,9 @@ class SimSwitch::Sinks
               { { "key", record.handle.key() },
                  { "severity", Vormel::enumName( record.handle.severity() ) },
                  { "text", record.text } } );
+        } ) ),
+        fatalSink_( Vormel::fatalSinkIs( [ &transcript ]( std::string_view line ) {
+           transcript.add( RecordKind::fatal, std::string( line ) );
         } ) )
    {}
    Sinks( const Sinks& ) = delete;
@@ -40,11 +44,13 @@ class SimSwitch::Sinks
    {
       Vormel::traceSinkIs( std::move( traceSink_ ) );
       Vormel::syslogSinkIs( std::move( syslogSink_ ) );
+      Vormel::fatalSinkIs( std::move( fatalSink_ ) );
    }
 
  private:
    Vormel::TraceSink traceSink_;
    Vormel::SyslogSink syslogSink_;
+   Vormel::FatalSink fatalSink_;
 };
 
 std::vector<U32> unitNumbers( U32 count )

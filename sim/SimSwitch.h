@@ -37,7 +37,7 @@ struct SimSwitchConfig
    std::optional<U64> seed{};   // of the SDK's numbers; else another one in every process
    /// Where the chip differs from its profile: capabilities by name (capabilityNames()).
    std::map<std::string, bool> capabilities{};
-   bool record = true; // notifications, traces and log messages go to the transcript
+   bool record = true; // notifications, traces, log messages and fatal lines go to the transcript
 };
 
 /// Units 0 to count - 1.
@@ -46,8 +46,8 @@ std::vector<U32> unitNumbers( U32 count );
 class SimSwitch
 {
  public:
-   /// ValueError when the configuration makes no sense. Sets the process's shim, the trace sink and
-   /// the syslog sink; the destructor puts them back.
+   /// ValueError when the configuration makes no sense. Sets the process's shim and the sinks of
+   /// traces, log messages and fatal lines; the destructor puts them back.
    explicit SimSwitch( const SimSwitchConfig& config );
    SimSwitch( const SimSwitch& ) = delete;
    SimSwitch& operator=( const SimSwitch& ) = delete;

@@ -1,5 +1,6 @@
 #include "sim/TcamManagers.h"
 
+#include "platform/tcam/ObservedTcamEntryManager.h"
 #include "sim/Outcome.h"
 
 #include <utility>
@@ -91,6 +92,10 @@ U32 SimTcamEntryManager::getEntry(
    write( call, unit, entryId, details,
       " -> " + std::to_string( result.id ) + ( struck ? " (injected)" : "" ),
       { { "result", result.id }, { "injected", struck } } );
+   if( result.id == 0 ) // the slice does not look at the answer
+      hardware_.transcript.add( RecordKind::claim,
+         name_ + ": " + RefusedClaim{ name, entryId, unit }.text(),
+         { { "manager", name_ }, { "name", name }, { "id", entryId }, { "unit", unit } } );
    if( const char* const wrong = mistake( result.failure ) )
       hardware_.critic.breach(
          "entry " + std::to_string( entryId ) + " \"" + name + "\" is " + wrong, call, unit );

@@ -37,7 +37,9 @@ std::string_view colourOf( Tone tone )
 Tone toneOf( const Sim::Record& record )
 {
    switch( record.kind ) {
+   case Sim::RecordKind::fatal:
    case Sim::RecordKind::error:
+   case Sim::RecordKind::claim:
    case Sim::RecordKind::breach:
       return Tone::bad;
    case Sim::RecordKind::notify:
@@ -285,19 +287,19 @@ void Console::childLine( char form, std::string_view text )
    } );
 }
 
-void Console::summary( const std::string& file, U32 expectations, U32 failures, bool whole )
+void Console::summary( const std::string& file, U32 expectations, U32 failures, RunEnd end )
 {
    const std::string all =
       std::to_string( expectations ) + ( expectations == 1 ? " expectation" : " expectations" );
    const std::string text =
       ( failures == 0 ? all + " held" : std::to_string( failures ) + " of " + all + " failed" ) +
-      ( whole ? "" : " before that" );
+      ( end == RunEnd::complete ? "" : " before that" );
    std::vector<Toned> lines{ { failures == 0 ? Tone::good : Tone::bad, file + ": " + text } };
    if( !blank_ )
       lines.insert( lines.begin(), { Tone::plain, "" } );
    emit( failures == 0 ? Weight::ordinary : Weight::asked, lines, [ & ] {
       return dump( { { "kind", "end" }, { "file", file }, { "expectations", expectations },
-         { "failed", failures } } );
+         { "failed", failures }, { "ended", Vormel::enumName( end ) } } );
    } );
 }
 

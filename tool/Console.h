@@ -2,6 +2,7 @@
 // text or as JSON lines, and every line is out before the next thing happens, so a crash loses none.
 #pragma once
 
+#include "platform/runtime/Enum.h"
 #include "platform/runtime/Types.h"
 #include "sim/Transcript.h"
 #include "tool/Table.h"
@@ -38,6 +39,17 @@ struct ConsoleConfig
    std::string transcriptFile; // empty for none
 };
 
+/// How a run of commands came to its end.
+enum class RunEnd : U8
+{
+   complete,
+   refused, // by a line that could not be run
+   died,    // with the agent
+};
+
+VORMEL_ENUM_NAMES( RunEnd, { RunEnd::complete, "complete" }, { RunEnd::refused, "refused" },
+   { RunEnd::died, "died" } )
+
 /// What happened in a child process, line by line, on its way to the parent's console.
 class ChildChannel
 {
@@ -72,7 +84,8 @@ class Console
    void childError( const std::string& text );
    /// What a child process sent through its channel.
    void childLine( char form, std::string_view text );
-   void summary( const std::string& file, U32 expectations, U32 failures, bool whole = true );
+   void summary(
+      const std::string& file, U32 expectations, U32 failures, RunEnd end = RunEnd::complete );
    /// A line could not be run: for programs. People read the error.
    void refused( const std::string& text );
    /// std::runtime_error when something that was reported could not be written.

@@ -19,9 +19,11 @@ void reportDeath( const Vormel::AssertionFailure& failure )
    if( !watchedSession || !watchedSession->running() )
       return;
    const std::string call = watchedSession->lastCall();
+   const std::string claim = watchedSession->firstRefusedClaim();
    watchedSession->console().died( *watchedSession->running(),
       "Assertion '" + std::string( failure.text ) + "' failed in " + failure.signature +
-         ( call.empty() ? "" : "; the last call was " + call ) );
+         ( call.empty() ? "" : "; the last call was " + call ) +
+         ( claim.empty() ? "" : "; the first refused claim: " + claim ) );
    deathReported = true;
 }
 
@@ -32,6 +34,8 @@ void endDead( int )
       const Line& line = *watchedSession->running();
       if( !deathReported )
          watchedSession->console().died( line, "aborted, see standard error" );
+      watchedSession->console().summary(
+         line.file, watchedSession->expectations(), watchedSession->failures(), RunEnd::died );
       watchedSession->console().error( line.file + ":" + std::to_string( line.number ) +
                                        ": the agent died here, and nothing expected it to" );
    }

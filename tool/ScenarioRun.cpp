@@ -60,7 +60,8 @@ ExitStatus runScenario( const std::string& file, Console& console )
          console.error( error.what() );
          refused = true;
       }
-      console.summary( file, session.expectations(), session.failures(), !refused );
+      console.summary( file, session.expectations(), session.failures(),
+         refused ? RunEnd::refused : RunEnd::complete );
       console.checkWritten();
       return refused                   ? ExitStatus::error
              : session.failures() == 0 ? ExitStatus::held

@@ -168,6 +168,15 @@ std::string Session::lastCall() const
    return {};
 }
 
+std::string Session::firstRefusedClaim() const
+{
+   if( agent_ )
+      for( const Sim::Record& record : agent_->hardware().transcript().records() )
+         if( record.kind == Sim::RecordKind::claim )
+            return record.text;
+   return {};
+}
+
 void Session::mark()
 {
    if( !agent_ )

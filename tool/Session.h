@@ -65,6 +65,8 @@ class Session
 
    /// The hardware call that came last; empty when there was none.
    std::string lastCall() const;
+   /// The claim that an entry manager refused first; empty when there was none.
+   std::string firstRefusedClaim() const;
    /// What happened since the last mark.
    std::vector<const Sim::Record*> window() const;
    void mark();

@@ -108,11 +108,45 @@ TEST( ScenarioDeathTest, DeathThatNobodyExpectedIsStatusThree )
                    Terminal{ std::cin, std::cout, std::cerr } ),
       testing::ExitedWithCode( 3 ),
       "API ERROR:.*\n.*Assertion '0' failed.\n.*scenario:3: the agent died here" );
+   const std::string text = contents( transcript );
    EXPECT_THAT(
-      contents( transcript ), HasSubstr( "-> BCM_E_FAIL (injected)\n"
-                                         "  error  a fatal code was reported: the agent ends\n"
-                                         "  DIED" ) );
-   EXPECT_THAT( contents( transcript ), HasSubstr( "; the last call was bcm_switch_control_set" ) );
+      text, testing::ContainsRegex(
+               "-> BCM_E_FAIL .injected.\n"
+               "  fatal  routing/ChipInit.cpp:\\* .* API ERROR:Operation failed \\(-11\\)\n"
+               "  error  a fatal code was reported: the agent ends\n"
+               "  fatal  routing/tcam/CheckedCall.cpp:\\*: .* Assertion '0' failed.\n"
+               "  DIED" ) );
+   EXPECT_THAT( text, HasSubstr( "; the last call was bcm_switch_control_set" ) );
+   EXPECT_THAT( text, testing::EndsWith( ": 0 expectations held before that\n" ) );
+}
+
+TEST( ScenarioDeathTest, ADeathNamesTheFirstRefusedClaimAndEndsTheRecordsForPrograms )
+{
+   const std::string file = scenarioFile( "switch hsdk\n"
+                                          "expect attribute useLb false\n"
+                                          "fault getEntry nth 2 code BCM_E_FULL\n"
+                                          "call init true true\n" );
+   const std::string transcript = file + ".json";
+   EXPECT_EXIT( runLine( { "run", file.c_str(), "--json", "--transcript", transcript.c_str() },
+                   Terminal{ std::cin, std::cout, std::cerr } ),
+      testing::ExitedWithCode( 3 ), "the agent died here" );
+   std::vector<nlohmann::json> objects;
+   std::istringstream lines( contents( transcript ) );
+   for( std::string line; std::getline( lines, line ); )
+      objects.push_back( nlohmann::json::parse( line ) );
+   ASSERT_GT( objects.size(), 3u );
+   const nlohmann::json& died = objects[ objects.size() - 2 ];
+   EXPECT_EQ( died.at( "kind" ), "died" );
+   EXPECT_THAT( died.at( "reason" ).get<std::string>(),
+      HasSubstr( "; the first refused claim: main: unit 0 has refused the claim of entry 1024 "
+                 "\"vlan flood\"" ) );
+   const nlohmann::json& fatal = objects[ objects.size() - 3 ];
+   EXPECT_EQ( fatal.at( "kind" ), "fatal" );
+   EXPECT_THAT(
+      fatal.at( "text" ).get<std::string>(), testing::EndsWith( "Assertion '0' failed." ) );
+   EXPECT_EQ( objects.back().at( "kind" ), "end" );
+   EXPECT_EQ( objects.back().at( "ended" ), "died" );
+   EXPECT_EQ( objects.back().at( "expectations" ), 1 );
 }
 
 TEST( Scenario, EveryLineOfJsonParsesAndNothingElseIsOnStandardOutput )
