@@ -32,10 +32,11 @@ traces() {
    echo '|---|---|---:|---|'
    for file in routing/*.cpp routing/tcam/*.cpp; do
       sed ':a; N; $!ba; s/\n */ /g' "$file" |
-         grep -oE 'VORMEL_TRACE(_AS)?\([^;]*;' |
+         grep -oE '(VORMEL_TRACE(_AS)?|\.traceAllocated)\([^;]*;' |
          sed -nE \
             -e 's/^VORMEL_TRACE\( (routingTrace|apiTrace), ([0-9]), (.*) \);$/\1|\2|\3/' \
             -e 's/^VORMEL_TRACE_AS\( (routingTrace|apiTrace), ([0-9]), [^,]*, (.*) \);$/\1|\2|\3/' \
+            -e 's/^\.traceAllocated\( __func__, (.*) \);$/routingTrace|2|\1 << id/' \
             -e '/^(routingTrace|apiTrace)\|/p' |
          sed -E -e 's/^routingTrace/StrataRoutingStatus/' -e 's/^apiTrace/ApiStrata/' |
          while IFS='|' read -r handle level text; do
