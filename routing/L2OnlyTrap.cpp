@@ -168,8 +168,12 @@ void RoutingStatusHelper::makeTrapEntries( MacType macType )
    tcamEntryTrapCpuForL2OnlyIs( macType, fromPorts.recordable() );
    tcamEntryTrapCpuFromCpuIs( macType, fromCpu.recordable() );
    noteWritten( macType, &WrittenMacs::trap, mac );
-   fromPorts.traceAllocated( __func__, bridge ? "Allocated trap to cpu for l2 only with dmac=bridgeMac tcam entry (ID:" : "Allocated trap to cpu for l2 only with dmac=fennicMac tcam entry (ID:" );
-   fromCpu.traceAllocated( __func__, bridge ? "Allocated trap to cpu for l2 only from cpu with dmac=bridgeMac tcam entry (ID:" : "Allocated trap to cpu for l2 only from cpu with dmac=fennicMac tcam entry (ID:" );
+   fromPorts.traceAllocated(
+      __func__, bridge ? "Allocated trap to cpu for l2 only with dmac=bridgeMac tcam entry (ID:"
+                       : "Allocated trap to cpu for l2 only with dmac=fennicMac tcam entry (ID:" );
+   fromCpu.traceAllocated( __func__,
+      bridge ? "Allocated trap to cpu for l2 only from cpu with dmac=bridgeMac tcam entry (ID:"
+             : "Allocated trap to cpu for l2 only from cpu with dmac=fennicMac tcam entry (ID:" );
 }
 
 void RoutingStatusHelper::removeTrapEntries( MacType macType )

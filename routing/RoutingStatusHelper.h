@@ -345,7 +345,8 @@ class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
    };
    Trap trap_;
    VORMEL_HIDDEN void noteMacIs( MacType macType, const EthAddr& mac );
-   VORMEL_HIDDEN void noteWritten( MacType macType, EthAddr WrittenMacs::*entry, const EthAddr& mac );
+   VORMEL_HIDDEN void noteWritten(
+      MacType macType, EthAddr WrittenMacs::*entry, const EthAddr& mac );
 
    struct ArpRedirect
    {

@@ -45,7 +45,9 @@ void RoutingStatusHelper::installTcamEntryForL3Vxlan( MacType macType )
    }
    tcamEntryL3VxlanIs( macType, vxlan.recordable() );
    noteWritten( macType, &WrittenMacs::l3Vxlan, mac );
-   vxlan.traceAllocated( __func__, bridge ? "Allocated l3 vxlan with dmac=bridgeMac tcam entry (ID:" : "Allocated l3 vxlan with dmac=fennicMac tcam entry (ID:" );
+   vxlan.traceAllocated( __func__, bridge
+                                      ? "Allocated l3 vxlan with dmac=bridgeMac tcam entry (ID:"
+                                      : "Allocated l3 vxlan with dmac=fennicMac tcam entry (ID:" );
 }
 
 void RoutingStatusHelper::programL2VxlanTcam( MacType macType )
@@ -75,7 +77,9 @@ void RoutingStatusHelper::programL2VxlanTcam( MacType macType )
    }
    tcamEntryL2VxlanIs( macType, vxlan.recordable() );
    noteWritten( macType, &WrittenMacs::l2Vxlan, mac );
-   vxlan.traceAllocated( __func__, bridge ? "Allocated l2 vxlan with dmac=bridgeMac tcam entry (ID:" : "Allocated l2 vxlan with dmac=fennicMac tcam entry (ID:" );
+   vxlan.traceAllocated( __func__, bridge
+                                      ? "Allocated l2 vxlan with dmac=bridgeMac tcam entry (ID:"
+                                      : "Allocated l2 vxlan with dmac=fennicMac tcam entry (ID:" );
 }
 
 void RoutingStatusHelper::removeL3Vxlan( MacType macType )
