@@ -266,7 +266,7 @@ TEST_F( ReactorsTest, WhoHearsTheReactorBeingMadeMayChangeWhatItWalks )
       config.unknownMacDropTrafficClassDel( 3 );
    } );
    agent->startReactors();
-   EXPECT_EQ( agent->reactor()->intfStatusCount(), 2u );
+   EXPECT_EQ( agent->reactor()->intfStatus().size(), 2u );
    EXPECT_TRUE( helper().routedPortsAndRoutedLagMember( three ) );
    fresh->forwardingModelIs( ForwardingModel::routed );
    EXPECT_TRUE( helper().routedPortsAndRoutedLagMember( one ) );
