@@ -32,7 +32,7 @@ Answer<int> Entry::qualify( bool second )
 
 Answer<int> Entry::act()
 {
-   return actionsOf( range_ ).front().make( examiner_, unit_, id_ );
+   return actionsOf( range_ ).front().front().make( examiner_, unit_, id_ );
 }
 
 Answer<int> Entry::install()

@@ -31,7 +31,8 @@ static void unclaimedIds( Examiner& examiner, const ManagedRange& range, U32 uni
 }
 
 /// Bring-up runs twice: the second time, each action meets a claim that has it.
-static void givenTwice( Examiner& examiner, const ManagedRange& range, U32 unit )
+static void givenTwice(
+   Examiner& examiner, const ManagedRange& range, U32 unit, const std::vector<Probe>& actions )
 {
    Entry entry( examiner, range, unit );
    std::optional<InstalledEntry> first;
@@ -41,7 +42,7 @@ static void givenTwice( Examiner& examiner, const ManagedRange& range, U32 unit 
          if( promised( examiner, range, probe ) )
             tryProbe( examiner, range, entry, probe, Promise::qualifiersAccepted );
       entry.expectPortSets();
-      for( const Probe& probe : actionsOf( range ) )
+      for( const Probe& probe : actions )
          if( promised( examiner, range, probe ) )
             tryProbe( examiner, range, entry, probe,
                again ? Promise::repeatedActionReplaces : Promise::actionsAccepted );
@@ -61,12 +62,13 @@ static void givenTwice( Examiner& examiner, const ManagedRange& range, U32 unit 
 
 void checkQualifiersAndActions( Examiner& examiner, const ManagedRange& range, U32 unit )
 {
-   {
+   const std::vector<std::vector<Probe>> actions = actionsOf( range );
+   for( const std::vector<Probe>& together : actions ) {
       Entry entry( examiner, range, unit );
       entry.claim();
       for( const Probe& probe : qualifiersOf( range ) )
          tryProbe( examiner, range, entry, probe, Promise::qualifiersAccepted );
-      for( const Probe& probe : actionsOf( range ) )
+      for( const Probe& probe : together )
          tryProbe( examiner, range, entry, probe, Promise::actionsAccepted );
    }
    {
@@ -79,7 +81,8 @@ void checkQualifiersAndActions( Examiner& examiner, const ManagedRange& range, U
       entry.install();
       entry.expectInstalled( Promise::repeatedQualifierReplaces, again.call, 1, true );
    }
-   givenTwice( examiner, range, unit );
+   for( const std::vector<Probe>& together : actions )
+      givenTwice( examiner, range, unit, together );
    unclaimedIds( examiner, range, unit );
 }
 

@@ -91,23 +91,26 @@ static Probe higigTrunkCancel()
       } };
 }
 
-std::vector<Probe> actionsOf( const ManagedRange& range )
+std::vector<std::vector<Probe>> actionsOf( const ManagedRange& range )
 {
    if( !range.group )
-      return { ACTION( Drop, 0, 0 ), ACTION( CopyToCpu, 0, 0 ), ACTION( CopyToCpuCancel, 0, 0 ),
-         ACTION( CosQCpuNew, 27, 0 ), ACTION( DoNotLearn, 0, 0 ), ACTION( RedirectMcast, 1, 0 ),
-         higigTrunkCancel() };
+      return {
+         { ACTION( Drop, 0, 0 ), ACTION( CopyToCpu, 0, 0 ), ACTION( CosQCpuNew, 27, 0 ),
+            higigTrunkCancel() },
+         { ACTION( CopyToCpuCancel, 0, 0 ), ACTION( RedirectMcast, 1, 0 ),
+            ACTION( DoNotLearn, 0, 0 ) },
+      };
    switch( *range.group ) {
    case TcamGroup::ttlCheck:
    case TcamGroup::phpLspPing:
-      return { ACTION( Drop, 0, 0 ), ACTION( CopyToCpu, 0, 0 ), ACTION( CosQCpuNew, 26, 0 ) };
+      return { { ACTION( Drop, 0, 0 ), ACTION( CopyToCpu, 0, 0 ), ACTION( CosQCpuNew, 26, 0 ) } };
    case TcamGroup::peerMacArp:
-      return { ACTION( RedirectPort, 0, 1 ) };
+      return { { ACTION( RedirectPort, 0, 1 ) } };
    case TcamGroup::urpfSingleWide:
    case TcamGroup::urpfDoubleWide:
       break;
    }
-   return { ACTION( DoNotCheckUrpf, 1, 0 ) };
+   return { { ACTION( DoNotCheckUrpf, 1, 0 ) } };
 }
 
 } // namespace Strata::Conformance

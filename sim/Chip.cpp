@@ -8,9 +8,11 @@
 
 namespace Strata::Sim {
 
-Chip::Chip( U32 unit, const ChipProfile& profile, U32 frontPanelPorts, U32 firstLogicalPort )
+Chip::Chip( U32 unit, U32 modId, const ChipProfile& profile, U32 frontPanelPorts,
+   U32 firstLogicalPort )
    : resolvesHigigTrunksAsLag( profile.resolvesHigigTrunksAsLag ),
      unit_( unit ),
+     modId_( modId ),
      profile_( profile ),
      firstLogicalPort_( firstLogicalPort ),
      myStation_( profile.myStationEntries )
@@ -74,10 +76,25 @@ const Cause* Chip::cause( const ChipPlace& place ) const
    return at == causes_.end() ? nullptr : &at->second;
 }
 
+void Chip::trapsTtlExceptionsIs( bool traps )
+{
+   if( traps != trapsTtlExceptions_ && control( SwitchControl::L3EgressMode ) != 0 )
+      throw Vormel::ValueError( "unit " + std::to_string( unit_ ) +
+                                " has said already who traps TTL exceptions: routing is on" );
+   trapsTtlExceptions_ = traps;
+}
+
+static bool fits( SwitchControl control, int value )
+{
+   return value >= 0 && value <= ( control == SwitchControl::CpuProtoIpOptionsPriority ? 7 : 1 );
+}
+
 SdkCode Chip::controlIs( SwitchControl control, int value )
 {
    if( !profile_.supports( control ) )
       return SdkCode::Unavail;
+   if( !fits( control, value ) )
+      return SdkCode::Param;
    controls_[ control ] = value;
    std::erase_if(
       portSwitchControls_, [ & ]( const auto& item ) { return item.first.second == control; } );
@@ -90,6 +107,8 @@ SdkCode Chip::controlIs( int port, SwitchControl control, int value )
       return SdkCode::Port;
    if( !profile_.supports( control ) )
       return SdkCode::Unavail;
+   if( !fits( control, value ) )
+      return SdkCode::Param;
    portSwitchControls_[ { port, control } ] = value;
    return SdkCode::None;
 }
@@ -110,6 +129,8 @@ SdkCode Chip::portControlIs( int port, PortControl control, int value )
 {
    if( !hasPort( port ) )
       return SdkCode::Port;
+   if( value != 0 && value != 1 )
+      return SdkCode::Param;
    portControls_[ { port, control } ] = value;
    return SdkCode::None;
 }

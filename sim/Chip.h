@@ -35,11 +35,13 @@ class Chip
 {
  public:
    /// The front panel's first port has the logical number `firstLogicalPort`.
-   Chip( U32 unit, const ChipProfile& profile, U32 frontPanelPorts, U32 firstLogicalPort = 1 );
+   Chip( U32 unit, U32 modId, const ChipProfile& profile, U32 frontPanelPorts,
+      U32 firstLogicalPort = 1 );
    Chip( const Chip& ) = delete;
    Chip& operator=( const Chip& ) = delete;
 
    U32 unit() const { return unit_; }
+   U32 modId() const { return modId_; }
    const ChipProfile& profile() const { return profile_; }
 
    // Ports. Sets of them are by logical number, which for the front panel is unique in the switch; operations
@@ -59,11 +61,13 @@ class Chip
    void portActiveIs( int sdkPort, bool active );
 
    // Properties that differ between units of one kind.
-   bool trapsTtlExceptions = false;
    bool resolvesHigigTrunksAsLag;
+   bool trapsTtlExceptions() const { return trapsTtlExceptions_; }
+   /// ValueError for a change after routing is on: entries were made by the answer.
+   void trapsTtlExceptionsIs( bool traps );
 
-   // Switch controls. A chip-wide write goes to all ports; a port that was written by itself since
-   // then has a value of its own.
+   // Switch controls; Param for a value outside the control's range. A chip-wide write goes to all
+   // ports; a port that was written by itself since then has a value of its own.
    SdkCode controlIs( SwitchControl control, int value );
    SdkCode controlIs( int port, SwitchControl control, int value );
    int control( SwitchControl control ) const;
@@ -119,8 +123,10 @@ class Chip
 
  private:
    U32 unit_;
+   U32 modId_;
    const ChipProfile& profile_;
    U32 firstLogicalPort_;
+   bool trapsTtlExceptions_ = false;
    PortBitmap frontPanel_;
    PortBitmap ports_;
    PortBitmap active_;

@@ -20,6 +20,9 @@ class ChipOperations
 #define STRATA_SDK_OPERATION( method, name, parameters, arguments ) SdkCode method parameters;
 #include "platform/sdk/SdkOperations.def"
 
+   /// The operation on the entry, register, VLAN or port was answered so, by the chip or by a fault.
+   void answeredUnavailable( SdkOperation operation, U32 unit, S64 target );
+
  private:
    Chip& chip( U32 unit )
    {
@@ -29,6 +32,8 @@ class ChipOperations
    SdkCode qualify( SdkOperation operation, U32 unit, U32 entry, const FieldQualifier& qualifier );
    SdkCode qualifyExact(
       SdkOperation operation, U32 unit, U32 entry, Qualifier role, U64 data, U32 mask );
+   /// A unit of the switch does.
+   bool hasPort( U32 modId, U32 port ) const;
    SdkCode addAction( SdkOperation operation, U32 unit, U32 entry, const FieldActionData& action );
    using RegisterAccess = std::function<void( Chip&, Register )>;
    SdkCode accessRegister( SdkOperation operation, U32 unit, int reg, int port, int index,

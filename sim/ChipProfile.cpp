@@ -11,11 +11,11 @@ namespace Strata::Sim {
 static std::vector<FieldGroupProfile> standardGroups()
 {
    return {
-      { "php-lsp-ping", TcamGroup::phpLspPing, 51, 1, 4 },
+      { "php-lsp-ping", TcamGroup::phpLspPing, 51, 1, 4, FieldStage::lookup },
       { "ttl-check", TcamGroup::ttlCheck, 101, 2, 4 },
       { "peer-mac-arp", TcamGroup::peerMacArp, 151, 1, 4 },
-      { "urpf-single-wide", TcamGroup::urpfSingleWide, 201, 2, 4 },
-      { "urpf-double-wide", TcamGroup::urpfDoubleWide, 251, 2, 2 },
+      { "urpf-single-wide", TcamGroup::urpfSingleWide, 201, 2, 4, FieldStage::urpf },
+      { "urpf-double-wide", TcamGroup::urpfDoubleWide, 251, 2, 2, FieldStage::urpf },
       { "main", std::nullopt, 1001, 53, 64 },
    };
 }

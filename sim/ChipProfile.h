@@ -16,6 +16,14 @@ namespace Strata::Sim {
 
 enum class Qualifier : U8;
 
+/// When a group is looked up on a packet's way through the chip.
+enum class FieldStage : U8
+{
+   lookup, // before the forwarding tables
+   urpf,   // when the reverse path is checked
+   final,  // when the destination is known
+};
+
 /// A range of entry ids in a group of the Field Processor that has a manager of its own.
 struct FieldGroupProfile
 {
@@ -24,7 +32,8 @@ struct FieldGroupProfile
    U32 base;                     // the first entry id
    U32 size;                     // how many ids
    U32 room;                     // how many entries the hardware of one unit has room for
-   bool acl = false;             // its key has no class fields and no port bitmap
+   FieldStage stage = FieldStage::final;
+   bool acl = false; // its key has no class fields and no port bitmap
 };
 
 /// Port numbers that are no front-panel port's. Front-panel ports are 1 to the configured number.
@@ -45,6 +54,8 @@ struct ChipProfile
    std::vector<FieldGroupProfile> groups;
    U32 myStationEntries;
    U32 ipOptionsProfiles; // how many the chip can hold
+   U32 l2McastGroups = 4096;
+   U32 cpuQueues = 48;
    bool hasIpOptionsProfile = false;
    bool resolvesHigigTrunksAsLag = false;
    // What the agent configures on switches with this chip.

@@ -12,7 +12,7 @@ namespace Strata::Sim {
 std::string Breach::text() const
 {
    return "broken convention: " + call + ( unit ? " on unit " + std::to_string( *unit ) : "" ) +
-          ": " + rule;
+          ": " + what;
 }
 
 void Critic::collect()
@@ -20,11 +20,11 @@ void Critic::collect()
    handlerIs( []( const Breach& ) {} );
 }
 
-void Critic::breach( std::string rule, std::string_view call, std::optional<U32> unit )
+void Critic::breach( std::string what, std::string_view call, std::optional<U32> unit )
 {
-   const Breach found{ std::move( rule ), std::string( call ), unit };
+   const Breach found{ std::move( what ), std::string( call ), unit };
    breaches_.push_back( found );
-   std::vector<RecordField> fields{ { "rule", found.rule }, { "call", found.call } };
+   std::vector<RecordField> fields{ { "what", found.what }, { "call", found.call } };
    if( unit )
       fields.emplace_back( "unit", *unit );
    transcript_.add( RecordKind::breach, found.text(), std::move( fields ) );
@@ -37,7 +37,7 @@ void Critic::breach( std::string rule, std::string_view call, std::optional<U32>
 void Critic::checkAlive( std::string_view call, std::optional<U32> unit )
 {
    if( dead_ )
-      breach( "a fatal code was reported before, so the agent should have ended", call, unit );
+      breach( "it comes after a fatal code, at which the agent should have ended", call, unit );
 }
 
 bool Critic::anyFieldLocked() const
@@ -49,7 +49,7 @@ void Critic::preCalled()
 {
    checkAlive( "the pre-call hook", std::nullopt );
    if( !Vormel::activityLock().heldByThisThread() && !anyFieldLocked() )
-      breach( "it runs with the activity lock held", "the pre-call hook", std::nullopt );
+      breach( "it runs without the activity lock", "the pre-call hook", std::nullopt );
    preCalled_ = true;
 }
 
@@ -59,21 +59,54 @@ void Critic::errorHookRan()
    transcript_.add( RecordKind::error, "a fatal code was reported: the agent ends" );
 }
 
-void Critic::operationBegins( SdkOperation operation, U32 unit )
+void Critic::operationBegins( SdkOperation operation, U32 unit, S64 target )
 {
    const std::string_view call = roleName( operation );
    // What an exception of the assertion leaves behind: an FP lock that is held is still dropped.
    if( operation != SdkOperation::fieldUnlock )
       checkAlive( call, unit );
    if( Vormel::activityLock().heldByThisThread() )
-      breach( "an SDK operation is made without the activity lock", call, unit );
+      breach( "it is made with the activity lock held", call, unit );
    // Dropping the FP lock ends the call that took it.
    if( !std::exchange( preCalled_, false ) && operation != SdkOperation::fieldUnlock )
-      breach( "the pre-call hook runs right before each SDK operation", call, unit );
+      breach( "the pre-call hook did not run right before it", call, unit );
    if( chips_.contains( unit ) )
       checkFieldLock( operation, unit );
    else
       breach( "there is no such unit", call, unit );
+   checkRead( operation, unit, target );
+}
+
+static std::optional<SdkOperation> writeAfter( SdkOperation operation )
+{
+   switch( operation ) {
+   case SdkOperation::vlanControlGet:
+      return SdkOperation::vlanControlSet;
+   case SdkOperation::register32Get:
+      return SdkOperation::register32Set;
+   case SdkOperation::register64Get:
+      return SdkOperation::register64Set;
+   case SdkOperation::ingMiscConfigRead:
+      return SdkOperation::ingMiscConfigWrite;
+   default:
+      return std::nullopt;
+   }
+}
+
+static bool writesBack( SdkOperation operation )
+{
+   return operation == SdkOperation::vlanControlSet || operation == SdkOperation::register32Set ||
+          operation == SdkOperation::register64Set || operation == SdkOperation::ingMiscConfigWrite;
+}
+
+void Critic::checkRead( SdkOperation operation, U32 unit, S64 target )
+{
+   if( operation == SdkOperation::ingMiscConfigWrite )
+      target = 0; // names no register: its first argument is the value
+   if( const auto write = writeAfter( operation ) )
+      read_.emplace( *write, unit, target );
+   else if( writesBack( operation ) && read_.erase( { operation, unit, target } ) == 0 )
+      breach( "it writes what was not read before it", roleName( operation ), unit );
 }
 
 void Critic::checkFieldLock( SdkOperation operation, U32 unit )
@@ -92,7 +125,7 @@ void Critic::checkFieldLock( SdkOperation operation, U32 unit )
    case SdkOperation::fieldActionRemoveAll:
    case SdkOperation::fieldActionPortsAdd:
       if( !locked && !withoutFieldLock_.contains( unit ) )
-         breach( "it needs the unit's FP lock", call, unit );
+         breach( "it is made without the unit's FP lock", call, unit );
       break;
    default:
       break;
@@ -109,17 +142,35 @@ void Critic::operationEnds( SdkOperation operation, U32 unit, SdkCode code )
       withoutFieldLock_.erase( unit );
 }
 
+void Critic::actionsRewritten( SdkOperation operation, U32 unit )
+{
+   if( !chips_.at( unit ).fieldLocked && !withoutFieldLock_.contains( unit ) )
+      breach( "it adds an action behind remove_all with the unit's FP lock dropped",
+         roleName( operation ), unit );
+}
+
+void Critic::ends()
+{
+   if( dead_ )
+      return;
+   for( auto& [ unit, chip ] : chips_ )
+      if( std::exchange( chip.fieldLocked, false ) ) // is told once
+         breach( "the unit's FP lock is still held at the end", roleName( SdkOperation::fieldLock ),
+            unit );
+}
+
 void Critic::managerCallBegins( std::string_view call, U32 unit )
 {
    checkAlive( call, unit );
    if( !Vormel::activityLock().heldByThisThread() )
-      breach( "an entry-manager call is made with the activity lock held", call, unit );
+      breach( "it is made without the activity lock", call, unit );
    preCalled_ = false;
 }
 
 void Critic::restart()
 {
    dead_ = preCalled_ = false;
+   read_.clear();
    for( auto& [ unit, chip ] : chips_ )
       chip.fieldLocked = false;
 }

@@ -1,6 +1,6 @@
 // Watches whether the slice keeps the conventions of the hardware calls. A broken one ends the
-// process, after one line that names the rule, the call and the unit, unless another handler is
-// set.
+// process, after one line that says what was wrong with which call on which unit, unless another
+// handler is set.
 #pragma once
 
 #include "platform/runtime/Types.h"
@@ -14,17 +14,18 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <vector>
 
 namespace Strata::Sim {
 
 struct Breach
 {
-   std::string rule;        // what was broken: "the activity lock is held"
+   std::string what;        // was wrong: "it is made with the activity lock held"
    std::string call;        // by which call: "bcm_field_qualify_Ttl"
    std::optional<U32> unit; // calls without a unit have none
 
-   /// "broken convention: bcm_field_qualify_Ttl on unit 0: the activity lock is held"
+   /// "broken convention: bcm_field_qualify_Ttl on unit 0: it is made with the activity lock held"
    std::string text() const;
 };
 
@@ -47,28 +48,36 @@ class Critic
 
    void preCalled();
    void errorHookRan();
-   /// An SDK operation begins.
-   void operationBegins( SdkOperation operation, U32 unit );
+   /// An SDK operation begins. `target` is what it is about on the unit: an entry, register, VLAN or port.
+   void operationBegins( SdkOperation operation, U32 unit, S64 target );
    /// It has answered. A unit that has no FP lock does without it.
    void operationEnds( SdkOperation operation, U32 unit, SdkCode code );
+   /// An action is added behind fieldActionRemoveAll, which packets must not meet half-way.
+   void actionsRewritten( SdkOperation operation, U32 unit );
    /// An entry-manager operation begins.
    void managerCallBegins( std::string_view call, U32 unit );
 
-   void breach( std::string rule, std::string_view call, std::optional<U32> unit );
+   /// Nothing more comes: a breach for each FP lock that is held, unless the agent died.
+   void ends();
 
-   /// Forgets the error hook, the FP locks and a pre-call hook without its call: for tests whose
-   /// assertion hook throws instead of ending the process.
+   void breach( std::string what, std::string_view call, std::optional<U32> unit );
+
+   /// Forgets the error hook, the FP locks, a pre-call hook without its call and reads without their write:
+   /// for tests whose assertion hook throws instead of ending the process.
    void restart();
 
  private:
    void checkAlive( std::string_view call, std::optional<U32> unit );
    void checkFieldLock( SdkOperation operation, U32 unit );
+   void checkRead( SdkOperation operation, U32 unit, S64 target );
    bool anyFieldLocked() const;
 
    Chips& chips_;
    Transcript& transcript_;
    Handler handler_;
    std::vector<Breach> breaches_;
+   // What was read and not written since, by the operation that writes it back.
+   std::set<std::tuple<SdkOperation, U32, S64>> read_;
    bool preCalled_ = false; // and the call it announces has not come yet
    bool dead_ = false;
    std::set<U32>

@@ -32,7 +32,7 @@ FieldGroup::ClaimResult FieldGroup::claim( U32 id, const std::string& name, cons
          continue;
       entry->key = key;
       entry->claim.qualifiers.clear();
-      entry->qualifierRefused = false;
+      entry->qualifierUnavailable = entry->qualifierRefused = false;
       turnedAway_.erase( candidate );
       return { candidate, ClaimFailure::none };
    }
@@ -80,6 +80,7 @@ SdkCode FieldGroup::install( U32 id )
    if( !takeRoom( *entry ) )
       return SdkCode::Full;
    entry->hardware = entry->claim;
+   entry->actionsRemoved = false;
    entry->enabled = true;
    ++version_;
    return SdkCode::None;
@@ -93,6 +94,7 @@ SdkCode FieldGroup::reinstall( U32 id )
    if( entry->claim.actions.empty() )
       return SdkCode::Config;
    entry->hardware = entry->claim;
+   entry->actionsRemoved = false;
    ++version_;
    return SdkCode::None;
 }

@@ -25,7 +25,10 @@ struct FieldEntry
    std::optional<FieldRule> hardware; // what packets meet
    bool enabled = true;
    bool holdsRoom = true;
-   bool qualifierRefused = false;  // since the claim, for a feature that the chip lacks
+   // Since the claim a qualifier was answered as unavailable; the chip's attributes say so.
+   bool qualifierUnavailable = false;
+   bool qualifierRefused = false;
+   bool actionsRemoved = false;    // and what is added since then has not been installed
    U64 hits = 0;                   // since the first claim
    Cause cause;                    // of what is in hardware
    std::optional<bool> switchedTo; // by enableEntry, which made it so last

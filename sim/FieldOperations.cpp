@@ -1,7 +1,9 @@
 // The Field Processor's operations: qualifiers and actions go to the entry's claim, and to hardware
 // with the next install.
 #include "sim/ChipOperations.h"
+#include "sim/FieldRefusals.h"
 
+#include <algorithm>
 #include <string>
 
 namespace Strata::Sim {
@@ -29,14 +31,28 @@ SdkCode ChipOperations::qualify(
    FieldEntry* const found = claimed( operation, unit, entry );
    if( !found )
       return SdkCode::NotFound;
-   if( keyLacks( chip( unit ).groupOf( entry )->profile(), qualifier.role ) )
+   const FieldGroupProfile& group = chip( unit ).groupOf( entry )->profile();
+   if( keyLacks( group, qualifier.role ) )
       return SdkCode::Unavail;
    if( !chip( unit ).profile().supports( qualifier.role ) ) {
       found->qualifierRefused = true;
       return SdkCode::Unavail;
    }
-   found->claim.qualifierIs( qualifier );
-   return SdkCode::None;
+   const SdkCode code = qualifierCode( group.stage, found->claim, qualifier );
+   if( code == SdkCode::None )
+      found->claim.qualifierIs( qualifier );
+   return code;
+}
+
+void ChipOperations::answeredUnavailable( SdkOperation operation, U32 unit, S64 target )
+{
+   if( !roleName( operation ).starts_with( "bcm_field_qualify_" ) ||
+       !hardware_.chips.contains( unit ) )
+      return;
+   const auto entry = static_cast<U32>( target );
+   FieldGroup* const group = chip( unit ).groupOf( entry );
+   if( FieldEntry* const found = group ? group->find( entry ) : nullptr )
+      found->qualifierUnavailable = true;
 }
 
 SdkCode ChipOperations::qualifyExact(
@@ -130,6 +146,15 @@ static bool carriesPorts( FieldAction action )
    return action == FieldAction::RedirectPbmp || action == FieldAction::EgressPortsAdd;
 }
 
+bool ChipOperations::hasPort( U32 modId, U32 port ) const
+{
+   return port < PortBitmap::size &&
+          std::ranges::any_of( hardware_.chips, [ & ]( const auto& item ) {
+             return item.second.modId() == modId &&
+                    item.second.hasPort( static_cast<int>( port ) );
+          } );
+}
+
 SdkCode ChipOperations::addAction(
    SdkOperation operation, U32 unit, U32 entry, const FieldActionData& action )
 {
@@ -140,6 +165,15 @@ SdkCode ChipOperations::addAction(
       return SdkCode::Unavail;
    if( carriesPorts( action.role ) != ( operation == SdkOperation::fieldActionPortsAdd ) )
       return SdkCode::Param;
+   if( action.role == FieldAction::RedirectPort &&
+       !hasPort( action.parameter0, action.parameter1 ) )
+      return SdkCode::Port;
+   const SdkCode code = actionCode( chip( unit ).profile(),
+      chip( unit ).groupOf( entry )->profile().stage, found->claim, action );
+   if( code != SdkCode::None )
+      return code;
+   if( found->actionsRemoved && operation == SdkOperation::fieldActionAdd )
+      hardware_.critic.actionsRewritten( operation, unit );
    found->claim.actionIs( action );
    return SdkCode::None;
 }
@@ -170,6 +204,7 @@ SdkCode ChipOperations::fieldActionRemoveAll( U32 unit, U32 entry )
    if( !found )
       return SdkCode::NotFound;
    found->claim.actions.clear();
+   found->actionsRemoved = true;
    return SdkCode::None;
 }
 

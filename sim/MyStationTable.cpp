@@ -98,9 +98,31 @@ std::string myStationText( const MemoryEntry& entry )
    return text + ( terminated.empty() ? ": no termination" : ":" + terminated );
 }
 
+/// The entry's fields and nothing else.
+static MemoryEntry fieldsOf( const MemoryEntry& entry )
+{
+   MemoryEntry fields;
+   for( std::size_t i = 0; i < roleNames<MemoryField>.size(); ++i ) {
+      const auto field = static_cast<MemoryField>( i );
+      if( isMacField( field ) )
+         memoryFieldSet( fields, field, memoryMacField( entry, field ) );
+      else
+         memoryFieldSet( fields, field, memoryField( entry, field ) );
+   }
+   return fields;
+}
+
+static bool isProper( const MemoryEntry& entry )
+{
+   const bool valid = memoryField( entry, MemoryField::Valid ) != 0;
+   const bool oneStation = memoryMacField( entry, MemoryField::MacAddrMask ).toNumber() != 0 &&
+                           !memoryMacField( entry, MemoryField::MacAddr ).isMulticast();
+   return fieldsOf( entry ).words == entry.words && ( oneStation || !valid );
+}
+
 SdkCode MyStationTable::write( U32 index, const MemoryEntry& entry )
 {
-   if( index >= size_ )
+   if( index >= size_ || !isProper( entry ) )
       return SdkCode::Param;
    view_.erase( index );
    if( std::ranges::all_of( entry.words, []( U32 word ) { return word == 0; } ) )

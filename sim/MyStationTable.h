@@ -28,6 +28,7 @@ class MyStationTable
 
    U32 size() const { return size_; }
 
+   /// Param for bits behind the fields, and for a valid entry without a MAC mask or with a group address.
    SdkCode write( U32 index, const MemoryEntry& entry );
    /// Every second read of an index comes from the chip's alternative view of the memory.
    SdkCode read( U32 index, MemoryEntry& entry );

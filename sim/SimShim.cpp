@@ -6,10 +6,25 @@
 #include "sim/SdkCallText.h"
 
 #include <optional>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
 namespace Strata::Sim {
+
+/// What an operation is about on its unit: its first argument, where that is a number.
+template<class First, class... Rest>
+static S64 targetOf( const First& first, const Rest&... )
+{
+   if constexpr( std::is_integral_v<First> )
+      return static_cast<S64>( first );
+   else
+      return 0;
+}
+static S64 targetOf()
+{
+   return 0;
+}
 
 template<class Work, class... Arguments>
 int SimShim::perform( SdkOperation operation, std::string_view names, Work work, U32 unit,
@@ -17,10 +32,13 @@ int SimShim::perform( SdkOperation operation, std::string_view names, Work work,
 {
    ++calls_;
    ++callsOf_[ static_cast<std::size_t>( operation ) ];
-   hardware_.critic.operationBegins( operation, unit );
+   const S64 target = targetOf( arguments... );
+   hardware_.critic.operationBegins( operation, unit, target );
    const auto fault = hardware_.faults.strike( roleName( operation ), unit, calls_ );
    const SdkCode code = fault ? *fault : hardware_.chips.contains( unit ) ? work() : SdkCode::Unit;
    hardware_.critic.operationEnds( operation, unit, code );
+   if( code == SdkCode::Unavail )
+      operations_.answeredUnavailable( operation, unit, target );
    const SdkCallText call( operation, hardware_.numbers, names, unit, arguments... );
    std::vector<RecordField> fields{ { "call", roleName( operation ) }, { "callNumber", calls_ } };
    for( const auto& more : { call.fields(), outcomeFields( code, fault.has_value() ) } )
@@ -164,7 +182,7 @@ int SimShim::cpuPort( U32 unit ) const
 bool SimShim::trapsTtlExceptions( U32 unit ) const
 {
    const Chip* const chip = findChip( unit, "trapsTtlExceptions" );
-   return chip && chip->trapsTtlExceptions;
+   return chip && chip->trapsTtlExceptions();
 }
 
 bool SimShim::resolvesHigigTrunksAsLag( U32 unit ) const

@@ -137,7 +137,8 @@ SimSwitch::SimSwitch( const SimSwitchConfig& config )
       throw Vormel::Error( "this process has an SDK shim already: one switch at a time" );
    const std::vector<U32> firstPorts = firstLogicalPorts( profile_, units_.size(), ports_ );
    for( std::size_t i = 0; i < units_.size(); ++i )
-      chips_.try_emplace( units_[ i ], units_[ i ], profile_, ports_, firstPorts[ i ] );
+      chips_.try_emplace(
+         units_[ i ], units_[ i ], static_cast<U32>( i ), profile_, ports_, firstPorts[ i ] );
    makeManagers();
    makeObjects();
    if( config.record ) {
@@ -164,29 +165,26 @@ void SimSwitch::makeManagers()
    }
 }
 
-static constexpr U32 l2McastGroups = 4096;
-
 void SimSwitch::makeObjects()
 {
    const ChipInfo chipInfo{ "simulated " + profile_.name };
    strataAttributes().chipAttributesIs( chipInfo, profile_.attributes );
    scsd_ = make<StrataCommonSmData>( &observed_ );
-   U32 modId = 0;
    for( const auto& [ unit, chip ] : chips_ )
       scsd_->units().unitIs(
          static_cast<U16>( unit ), { .chipInfo = chipInfo,
-                                      .modId = modId++,
+                                      .modId = chip.modId(),
                                       .ports = chip.ports(),
                                       .loopbackPort = profile_.specialPorts.loopback,
                                       .hasIpOptionsProfile = profile_.hasIpOptionsProfile } );
    scsd_->vxlanEnabledIs( profile_.vxlanEnabled );
    scsd_->vfiForwardingIs( profile_.vfiForwarding );
    if( profile_.attributes.vxlanSupported )
-      scsd_->vxlanFloodL2McIs( l2McastGroups - 2 );
+      scsd_->vxlanFloodL2McIs( profile_.l2McastGroups - 2 );
 
    // The last group is every port's: the slice finds it by the table's size.
    l2Mcast_ = make<L2McastTableAllocationEnt>();
-   l2Mcast_->sizeIs( l2McastGroups );
+   l2Mcast_->sizeIs( profile_.l2McastGroups );
    l2Mcast_->cpuGroupIs( 1 );
    l2Mcast_->cpuAndFloodGroupIs( 2 );
    l2Mcast_->floodGroupIs( 3 );

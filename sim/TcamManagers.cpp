@@ -3,6 +3,7 @@
 #include "platform/tcam/ObservedTcamEntryManager.h"
 #include "sim/Outcome.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace Strata::Sim {
@@ -102,15 +103,43 @@ U32 SimTcamEntryManager::getEntry(
    return result.id;
 }
 
+static std::string foreignPorts( const PortBitmap& ports, const Chip& chip )
+{
+   const PortBitmap foreign = ports - chip.ports();
+   return foreign.empty() ? std::string()
+                          : "ports " + foreign.toString() + " are none of the unit's";
+}
+
+/// What is wrong with the claim although the chip takes it.
+static std::vector<std::string> faultsOf( const FieldEntry& entry, const Chip& chip )
+{
+   std::vector<std::string> faults;
+   if( entry.claim.actions.empty() )
+      faults.emplace_back( "the entry has no action" );
+   if( entry.qualifierRefused )
+      faults.emplace_back(
+         "the chip refused a qualifier of the entry, so it would match too much" );
+   else if( entry.claim.qualifiers.empty() && !entry.qualifierUnavailable )
+      faults.emplace_back( "the entry has no qualifier, so it would match every packet" );
+   // Whoever asks where a packet is to go floods, and the switch's flood set holds the ports of all units.
+   const bool floods =
+      entry.qualifierUnavailable || std::ranges::find( entry.claim.qualifiers, Qualifier::DstPort,
+                                       &FieldQualifier::role ) != entry.claim.qualifiers.end();
+   if( !floods )
+      for( const FieldActionData& action : entry.claim.actions )
+         if( std::string foreign = foreignPorts( action.ports, chip ); !foreign.empty() )
+            faults.push_back(
+               std::string( roleName( action.role ) ) + ": " + std::move( foreign ) );
+   return faults;
+}
+
 int SimTcamEntryManager::installed( std::string_view call, U32 unit, U32 entryId, bool again )
 {
    return static_cast<int>( perform( call, unit, entryId, "", [ & ]( FieldGroup& at ) {
       FieldEntry* const entry = at.find( entryId );
-      if( entry && entry->claim.actions.empty() )
-         hardware_.critic.breach( "the entry has no action", call, unit );
-      if( entry && entry->qualifierRefused )
-         hardware_.critic.breach(
-            "the chip refused a qualifier of the entry, so it would match too much", call, unit );
+      if( entry )
+         for( const std::string& wrong : faultsOf( *entry, hardware_.chips.at( unit ) ) )
+            hardware_.critic.breach( wrong, call, unit );
       const SdkCode code = again ? at.reinstall( entryId ) : at.install( entryId );
       if( code == SdkCode::None )
          entry->cause = hardware_.causeOfCall();
@@ -192,6 +221,9 @@ int SimTcamEntryManager::qualified(
       }
       if( profile_.acl && qualifier.role == Qualifier::InPorts )
          return SdkCode::Unavail; // no port bitmap in the key; the others go by port classes
+      if( const std::string foreign = foreignPorts( qualifier.ports, hardware_.chips.at( unit ) );
+          !foreign.empty() )
+         hardware_.critic.breach( foreign, call, unit );
       entry->claim.qualifierIs( qualifier );
       return SdkCode::None;
    };
@@ -215,9 +247,14 @@ int SimTcamEntryManager::qualifyPortsClassId(
 int SimTcamEntryManager::addOutLoopbackPortForEntry(
    U32 unit, U32 entryId, int port, const PortBitmap& ports )
 {
+   const char* const call = "addOutLoopbackPortForEntry";
+   const auto chip = hardware_.chips.find( unit );
+   if( chip == hardware_.chips.end() || !chip->second.hasPort( port ) )
+      return static_cast<int>( perform( call, unit, entryId, "port " + std::to_string( port ),
+         []( FieldGroup& ) { return SdkCode::Port; } ) );
    PortBitmap others = ports;
    others.remove( static_cast<U32>( port ) );
-   return qualified( "addOutLoopbackPortForEntry", unit, entryId,
+   return qualified( call, unit, entryId,
       { .role = Qualifier::OutLoopback, .data = static_cast<U64>( port ), .ports = others } );
 }
 

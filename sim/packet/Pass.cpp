@@ -24,14 +24,14 @@ Pass::Pass( const PacketView& view, const Arrival& arrival, PassExplanation* exp
 Pass::Result Pass::run()
 {
    if( link() ) {
-      ranges( Stage::lookup );
+      ranges( FieldStage::lookup );
       terminateTunnel();
       lookUpStation();
       if( routes() )
          route();
       else if( !settled_ )
          bridge();
-      ranges( Stage::final );
+      ranges( FieldStage::final );
       rangesDone_ = true;
       egress();
       learn();

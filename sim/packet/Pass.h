@@ -50,12 +50,6 @@ class Pass
       std::string reason;
       bool byLookup;
    };
-   enum class Stage : U8
-   {
-      lookup, // before forwarding is decided
-      urpf,   // before the reverse-path check
-      final,
-   };
 
    // PassLink.cpp
    bool link();
@@ -104,7 +98,7 @@ class Pass
    FieldKey key() const;
    std::optional<U64> present( Qualifier role ) const;
    std::optional<U64> ipType() const;
-   void ranges( Stage stage );
+   void ranges( FieldStage stage );
    void noteRange( const FieldGroup& group, const FieldKey& key, U32 winner );
    EntryNote noteEntry( U32 id, const FieldEntry& entry, const FieldKey& key ) const;
    void act( const FieldGroup& group, U32 id );

@@ -102,18 +102,12 @@ FieldKey Pass::key() const
    return key;
 }
 
-void Pass::ranges( Stage stage )
+void Pass::ranges( FieldStage stage )
 {
    const FieldKey presented = key();
    std::vector<std::pair<const FieldGroup*, U32>> winners;
    for( const FieldGroup& group : chip_.groups() ) {
-      const auto assignment = group.profile().key;
-      const Stage place =
-         assignment == TcamGroup::phpLspPing ? Stage::lookup
-         : assignment == TcamGroup::urpfSingleWide || assignment == TcamGroup::urpfDoubleWide
-            ? Stage::urpf
-            : Stage::final;
-      if( place != stage )
+      if( group.profile().stage != stage )
          continue;
       const U32 winner = view_.lookup( group ).winner( presented );
       if( explanation_ )
@@ -121,7 +115,7 @@ void Pass::ranges( Stage stage )
       if( winner != 0 )
          winners.emplace_back( &group, winner );
    }
-   rangesDone_ = stage == Stage::final;
+   rangesDone_ = stage == FieldStage::final;
    // Only now: entries of different ranges see the same packet.
    for( const auto& [ group, id ] : winners )
       act( *group, id );

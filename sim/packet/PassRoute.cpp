@@ -167,7 +167,7 @@ void Pass::checkReversePath( const RouteTable::Found* source )
       note( "uRPF", [] { return std::string( "configured, but not enabled on the chip" ); } );
       return;
    }
-   ranges( Stage::urpf );
+   ranges( FieldStage::urpf );
    const bool holds =
       source && ( mode == UrpfMode::loose || source->route->nextHop.vlanId == domain_ );
    note( "uRPF", [ & ] {
@@ -262,7 +262,7 @@ void Pass::checkHop()
 {
    const IpHeader& ip = *headers().ip;
    // Units that forward VLANs through VFIs leave expired packets to entries, unless they can do it.
-   const bool chipLooks = chip_.trapsTtlExceptions || !view_.scsd().vfiForwarding();
+   const bool chipLooks = chip_.trapsTtlExceptions() || !view_.scsd().vfiForwarding();
    if( ip.ttl <= 1 && chipLooks )
       exception( ip.ttl == 0 ? SwitchControl::L3UcTtlErrToCpu : SwitchControl::L3UcastTtl1ToCpu,
          format( "TTL %d", U32{ ip.ttl } ) );

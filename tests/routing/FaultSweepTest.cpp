@@ -247,7 +247,7 @@ TEST_P( FaultSweepTest, AFeatureThatTheChipLacksStopsNothing )
       const Ending ending = endingOf( bringUp );
       std::set<std::string> breaches;
       for( const Sim::Breach& breach : agent->hardware().critic().breaches() )
-         breaches.insert( breach.call + ": " + breach.rule );
+         breaches.insert( breach.call + ": " + breach.what );
       // A lock that cannot be dropped is no lacking feature: the next one cannot be had.
       if( callText( n ).starts_with( "bcm_field_unlock" ) ) {
          EXPECT_THAT( breaches,

@@ -1,3 +1,4 @@
+#include "platform/runtime/Errors.h"
 #include "sim/RegisterLayout.h"
 #include "tests/sim/SimTest.h"
 
@@ -54,6 +55,31 @@ TEST_F( ChipTest, ChipWideControlsReachEveryPort )
    EXPECT_EQ( chip.control( 2, mode ), 1 );
    EXPECT_EQ( setPort( 99, 1 ), code( SdkCode::Port ) );
    EXPECT_EQ( hardware.chip( 0 ).control( mode ), 0 );
+}
+
+TEST_F( ChipTest, ControlsHaveARange )
+{
+   const auto priority = SwitchControl::CpuProtoIpOptionsPriority;
+   EXPECT_EQ( setControl( 4, SwitchControl::L3EgressMode, 2 ), code( SdkCode::Param ) );
+   EXPECT_EQ( setControl( 4, SwitchControl::L3EgressMode, -1 ), code( SdkCode::Param ) );
+   EXPECT_EQ( setControl( 4, priority, 7 ), ok );
+   EXPECT_EQ(
+      call( &SdkShimInterface::switchControlPortSet, 4, 2, shim.switchControl( priority ), 8 ),
+      code( SdkCode::Param ) );
+   EXPECT_EQ( chip.control( 2, priority ), 7 );
+   for( const int value : { 0, 1, 2 } )
+      EXPECT_EQ( call( &SdkShimInterface::portControlSet, 4, 2,
+                    shim.portControl( PortControl::IP4 ), value ),
+         value < 2 ? ok : code( SdkCode::Param ) );
+}
+
+TEST_F( ChipTest, WhoTrapsTtlExceptionsIsSettledBeforeRoutingIsOn )
+{
+   chip.trapsTtlExceptionsIs( true );
+   setControl( 4, SwitchControl::L3EgressMode, 1 );
+   chip.trapsTtlExceptionsIs( true );
+   EXPECT_THROW( chip.trapsTtlExceptionsIs( false ), Vormel::ValueError );
+   EXPECT_TRUE( shim.trapsTtlExceptions( 4 ) );
 }
 
 TEST_F( ChipTest, LacksWhatItsAttributesSay )
@@ -135,6 +161,20 @@ TEST_F( ChipTest, TheMyStationMemoryHasASecondView )
    EXPECT_EQ(
       call( &SdkShimInterface::memoryWrite, 4, memory, shim.anyMemoryBlock(), 512, &written ),
       code( SdkCode::Param ) );
+
+   MemoryEntry group = written;
+   shim.memoryFieldSet( group, MemoryField::MacAddr, EthAddr( 1, 0, 0x5e, 0, 0, 1 ) );
+   MemoryEntry unmasked = written;
+   shim.memoryFieldSet( unmasked, MemoryField::MacAddrMask, EthAddr() );
+   MemoryEntry behind = written;
+   behind.words[ 8 ] = 1;
+   for( const MemoryEntry* const improper : { &group, &unmasked, &behind } )
+      EXPECT_EQ(
+         call( &SdkShimInterface::memoryWrite, 4, memory, shim.anyMemoryBlock(), 34, improper ),
+         code( SdkCode::Param ) );
+   shim.memoryFieldSet( unmasked, MemoryField::Valid, 0u );
+   EXPECT_EQ(
+      call( &SdkShimInterface::memoryWrite, 4, memory, shim.anyMemoryBlock(), 34, &unmasked ), ok );
 }
 
 TEST_F( ChipTest, TheUnitRecordHoldsTheActivePorts )

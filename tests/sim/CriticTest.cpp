@@ -25,12 +25,11 @@ TEST_F( CriticTest, OperationsNeedTheirHookAndNoActivityLock )
    EXPECT_THAT( breaches(), IsEmpty() );
 
    bareCall( &SdkShimInterface::switchControlSet, 0, control, 1 );
-   EXPECT_THAT(
-      breaches(), ElementsAre( "bcm_switch_control_set: the pre-call hook runs right before "
-                               "each SDK operation" ) );
+   EXPECT_THAT( breaches(),
+      ElementsAre( "bcm_switch_control_set: the pre-call hook did not run right before it" ) );
    shim.preCall();
    shim.switchControlSet( 0, control, 1 );
-   EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "made without the activity lock" ) ) );
+   EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "made with the activity lock held" ) ) );
    shim.preCall();
    manager->getEntry( 0, id, "one", {} );
    bareCall( &SdkShimInterface::switchControlSet, 0, control, 1 );
@@ -40,8 +39,8 @@ TEST_F( CriticTest, OperationsNeedTheirHookAndNoActivityLock )
       shim.preCall();
       manager->installEntry( 0, id + 1 );
    }
-   EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "with the activity lock held" ),
-                               HasSubstr( "installEntry: an entry-manager call" ) ) );
+   EXPECT_THAT( breaches(), ElementsAre( "the pre-call hook: it runs without the activity lock",
+                               "installEntry: it is made without the activity lock" ) );
    EXPECT_EQ( call( &SdkShimInterface::switchControlSet, 1, control, 1 ), code( SdkCode::Unit ) );
    EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "there is no such unit" ) ) );
 }
@@ -63,19 +62,64 @@ TEST_F( CriticTest, ActionsAreRewrittenUnderTheFieldLock )
    EXPECT_EQ( lockField( 0 ), code( SdkCode::Busy ) );
    EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "FP lock is held already" ) ) );
    call( &SdkShimInterface::fieldActionRemoveAll, 4, id );
-   EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "needs the unit's FP lock" ),
+   EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "made without the unit's FP lock" ),
                                HasSubstr( "is not claimed on the unit" ) ) );
    EXPECT_EQ( unlockField( 0 ), ok );
+   hardware.critic().ends();
    EXPECT_THAT( breaches(), IsEmpty() );
    unlockField( 0 );
    EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "FP lock is not held" ) ) );
+
+   // What follows remove_all belongs to the same section, until the entry is installed.
+   addAction( 0, id, FieldAction::CopyToCpu );
+   EXPECT_THAT(
+      breaches(), ElementsAre( HasSubstr( "behind remove_all with the unit's FP lock" ) ) );
+   call( &SdkShimInterface::fieldQualifyTtl, 0, id, U8{ 0 }, U8{ 0xFF } );
+   EXPECT_EQ( manager->installEntry( 0, id ), ok );
+   addAction( 0, id, FieldAction::DoNotLearn );
+   EXPECT_THAT( breaches(), IsEmpty() );
+   EXPECT_EQ( lockField( 4 ), ok );
+   hardware.critic().ends();
+   EXPECT_THAT(
+      breaches(), ElementsAre( "bcm_field_lock: the unit's FP lock is still held at the end" ) );
+}
+
+TEST_F( CriticTest, WhatIsWrittenBackWasReadRightBefore )
+{
+   hardware.vlanIs( 10 );
+   VlanControl control;
+   const auto read = [ & ] {
+      return call( &SdkShimInterface::vlanControlGet, 0, U16{ 10 }, &control );
+   };
+   const auto write = [ & ]( U32 unit, U16 vlanId ) {
+      return call( &SdkShimInterface::vlanControlSet, unit, vlanId, control );
+   };
+   U32 word = 0;
+   read();
+   write( 0, 10 );
+   call( &SdkShimInterface::ingMiscConfigRead, 4, &word );
+   call( &SdkShimInterface::ingMiscConfigWrite, 4, word );
+   // That the read was refused is no reason to leave it out.
+   hardware.faults().inject( { .call = "bcm_vlan_control_vlan_get", .code = SdkCode::Unavail } );
+   EXPECT_EQ( read(), code( SdkCode::Unavail ) );
+   write( 0, 10 );
+   EXPECT_THAT( breaches(), IsEmpty() );
+
+   write( 0, 10 );
+   read();
+   write( 0, 1 );
+   write( 4, 10 );
+   call( &SdkShimInterface::ingMiscConfigWrite, 4, word );
+   const auto unread = HasSubstr( "it writes what was not read before it" );
+   EXPECT_THAT( breaches(), ElementsAre( unread, unread, unread, unread ) );
 }
 
 TEST_F( CriticTest, EntriesAreInstalledWithAnActionAndEveryQualifier )
 {
    manager->getEntry( 0, id, "one", {} );
    EXPECT_EQ( manager->installEntry( 0, id ), code( SdkCode::Config ) );
-   EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "the entry has no action" ) ) );
+   EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "the entry has no action" ),
+                               HasSubstr( "the entry has no qualifier" ) ) );
 
    // This chip knows no HiGig, and the slice can know that.
    addAction( 0, id, FieldAction::Drop );
@@ -83,10 +127,9 @@ TEST_F( CriticTest, EntriesAreInstalledWithAnActionAndEveryQualifier )
       code( SdkCode::Unavail ) );
    manager->installEntry( 0, id );
    EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "refused a qualifier" ) ) );
-   manager->getEntry( 0, id, "one", {} );
-   EXPECT_EQ( manager->installEntry( 0, id ), ok );
 
    // An injected refusal is not the slice's fault.
+   manager->getEntry( 0, id, "one", {} );
    hardware.faults().inject( { .call = "bcm_field_qualify_Ttl", .code = SdkCode::Unavail } );
    EXPECT_EQ( call( &SdkShimInterface::fieldQualifyTtl, 0, id, U8{ 0 }, U8{ 0xFF } ),
       code( SdkCode::Unavail ) );
@@ -130,7 +173,7 @@ TEST_F( CriticTest, ABreachEndsTheProcessUnlessItIsCollected )
 {
    hardware.critic().handlerIs( {} );
    EXPECT_DEATH( bareCall( &SdkShimInterface::fieldLock, 4 ),
-      "broken convention: bcm_field_lock on unit 4: the pre-call hook runs right before" );
+      "broken convention: bcm_field_lock on unit 4: the pre-call hook did not run right before" );
 }
 
 } // namespace Strata::Sim

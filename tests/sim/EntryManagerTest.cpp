@@ -121,6 +121,126 @@ TEST_F( EntryManagerTest, PortSetsBecomeQualifiers )
    EXPECT_EQ( manager->addOutLoopbackPortForEntry( 0, base, 258, all ), ok );
    EXPECT_EQ( text( entry( 0, base ).claim ),
       "Ttl 1/0xff; InPorts 1-3; OutLoopback 258 from 0-4,259 => CopyToCpu" );
+   for( const int none : { -1, 5, 4000 } )
+      EXPECT_EQ( manager->addOutLoopbackPortForEntry( 0, base, none, all ), code( SdkCode::Port ) );
+   EXPECT_THAT( breaches(), IsEmpty() );
+   EXPECT_EQ( manager->addInPortsForEntry( 0, base, *PortBitmap::parse( "1,7-9" ), all ), ok );
+   EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "ports 7-9 are none of the unit's" ) ) );
+}
+
+TEST_F( EntryManagerTest, OnlyWhatFloodsNamesThePortsOfOtherUnits )
+{
+   const int redirect = hardware.shim().fieldAction( FieldAction::RedirectPbmp );
+   for( const U32 id : { base, base + 1 } ) {
+      manager->getEntry( 0, id, "one", {} );
+      call( &SdkShimInterface::fieldLock, 0 );
+      call( &SdkShimInterface::fieldActionPortsAdd, 0, id, redirect, *PortBitmap::parse( "2,9" ) );
+      call( &SdkShimInterface::fieldUnlock, 0 );
+   }
+   call( &SdkShimInterface::fieldQualifyTtl, 0, base, U8{ 1 }, U8{ 0xFF } );
+   call( &SdkShimInterface::fieldQualifyDstPort, 0, base + 1, 0, 0xFF, 0xF0, 0xFF );
+   EXPECT_EQ( manager->installEntry( 0, base + 1 ), ok );
+   EXPECT_THAT( breaches(), IsEmpty() );
+   EXPECT_EQ( manager->installEntry( 0, base ), ok );
+   EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "RedirectPbmp: ports 9 are none" ) ) );
+}
+
+TEST_F( EntryManagerTest, TheSdkRefusesWhatNoPacketCouldMeet )
+{
+   using Shim = SdkShimInterface;
+   const SimShim& shim = hardware.shim();
+   const U32 lookup = hardware.tcamManager( "php-lsp-ping" )->baseEntryId();
+   const U32 urpf = hardware.tcamManager( "urpf-single-wide" )->baseEntryId();
+   hardware.tcamManager( "php-lsp-ping" )->getEntry( 0, lookup, "lookup", {} );
+   hardware.tcamManager( "urpf-single-wide" )->getEntry( 0, urpf, "urpf", {} );
+   manager->getEntry( 0, base, "one", {} );
+   const U32 exact = shim.exactMatchMask();
+   const int ipv6 = shim.fieldIpType( FieldIpType::Ipv6 );
+   struct Row
+   {
+      const char* what;
+      int rc;
+      SdkCode expected;
+   };
+   const Row rows[] = {
+      { "data too wide", call( &Shim::fieldQualifyL3Routable, 0, base, U8{ 2 }, U8{ 3 } ),
+         SdkCode::Param },
+      { "a wide mask", call( &Shim::fieldQualifyL3Routable, 0, base, U8{ 1 }, U8{ 0xFF } ),
+         SdkCode::None },
+      { "a class too wide", call( &Shim::fieldQualifySrcClassField, 0, base, 0x1000, 0x1000 ),
+         SdkCode::Param },
+      { "priority 16", call( &Shim::fieldQualifyIntPriority, 0, base, 16, exact ), SdkCode::Param },
+      { "data outside", call( &Shim::fieldQualifyEtherType, 0, base, U16{ 0x0806 }, U16{ 0xFF } ),
+         SdkCode::Param },
+      { "no mask", call( &Shim::fieldQualifyTtl, 0, base, U8{ 0 }, U8{ 0 } ), SdkCode::Param },
+      { "no mask at all", call( &Shim::fieldQualifyDstPort, 0, base, 0, 0, 0, 0 ), SdkCode::Param },
+      { "any port", call( &Shim::fieldQualifyDstPort, 0, base, 250, 0xFF, 0, 0 ), SdkCode::None },
+      { "any destination", call( &Shim::fieldQualifyDstPort, 0, base, 99, 0xFF, 0xF2, 0xFF ),
+         SdkCode::None },
+      { "IPv4 in IPv4", call( &Shim::fieldQualifyDstIp, 0, base, 0x7F000000, 0xFF000000 ),
+         SdkCode::None },
+      { "IPv4 in IPv6", call( &Shim::fieldQualifyIpType, 0, base, ipv6 ), SdkCode::Config },
+      { "L3 class in the lookup", call( &Shim::fieldQualifyInterfaceClassL3, 0, lookup, 1, 1 ),
+         SdkCode::Param },
+      { "Drop in the lookup", call( &Shim::fieldQualifyDrop, 0, lookup, U8{ 0 }, U8{ 1 } ),
+         SdkCode::Param },
+      { "L3 class for uRPF", call( &Shim::fieldQualifyInterfaceClassL3, 0, urpf, 1, 1 ),
+         SdkCode::None },
+      { "destination for uRPF", call( &Shim::fieldQualifyDstPort, 0, urpf, 250, 0xFF, 0, 0 ),
+         SdkCode::Param },
+   };
+   for( const auto& [ what, rc, expected ] : rows )
+      EXPECT_EQ( rc, code( expected ) ) << what;
+   EXPECT_THAT( breaches(), IsEmpty() );
+}
+
+TEST_F( EntryManagerTest, TheSdkRefusesActionsThatDoNothingOrContradict )
+{
+   using enum FieldAction;
+   const U32 lookup = hardware.tcamManager( "php-lsp-ping" )->baseEntryId();
+   const U32 urpf = hardware.tcamManager( "urpf-single-wide" )->baseEntryId();
+   hardware.tcamManager( "php-lsp-ping" )->getEntry( 0, lookup, "lookup", {} );
+   hardware.tcamManager( "urpf-single-wide" )->getEntry( 0, urpf, "urpf", {} );
+   for( U32 i = 0; i < 3; ++i )
+      manager->getEntry( 0, base + i, "one", {} );
+   struct Row
+   {
+      U32 id;
+      FieldAction action;
+      U32 parameter0;
+      U32 parameter1;
+      SdkCode expected;
+   };
+   const Row rows[] = {
+      { base, CopyToCpu, 1, 0, SdkCode::Param },
+      { base, Drop, 0, 1, SdkCode::Param },
+      { base, CosQCpuNew, 47, 0, SdkCode::None },
+      { base, CosQCpuNew, 48, 0, SdkCode::Param },
+      { base, RedirectMcast, 0, 0, SdkCode::Param },
+      { base, RedirectMcast, 4096, 0, SdkCode::Param },
+      { base, RedirectMcast, 4095, 0, SdkCode::None },
+      { base, RedirectPort, 1, 5, SdkCode::Port },
+      { base, RedirectPort, 2, 1, SdkCode::Port },
+      { base, RedirectPort, 1, 4, SdkCode::Config }, // beside RedirectMcast
+      { base, Drop, 0, 0, SdkCode::Config },
+      { base + 1, RedirectPort, 1, 4, SdkCode::None }, // the port of another unit
+      { base + 2, Drop, 0, 0, SdkCode::None },
+      { base + 2, RedirectMcast, 1, 0, SdkCode::Config },
+      { base + 2, CopyToCpu, 0, 0, SdkCode::None },
+      { base + 2, CopyToCpuCancel, 0, 0, SdkCode::Config },
+      { base + 2, DoNotCheckUrpf, 1, 0, SdkCode::Param },
+      { urpf, DoNotCheckUrpf, 0, 0, SdkCode::Param },
+      { urpf, DoNotCheckUrpf, 1, 0, SdkCode::None },
+      { urpf, Drop, 0, 0, SdkCode::Param },
+      { lookup, RedirectMcast, 1, 0, SdkCode::Param },
+      { lookup, Drop, 0, 0, SdkCode::None },
+   };
+   for( const auto& [ id, action, parameter0, parameter1, expected ] : rows )
+      EXPECT_EQ( call( &SdkShimInterface::fieldActionAdd, 0, id,
+                    hardware.shim().fieldAction( action ), parameter0, parameter1 ),
+         code( expected ) )
+         << id << " " << roleName( action ) << " " << parameter0 << " " << parameter1;
+   EXPECT_THAT( breaches(), IsEmpty() );
 }
 
 class AclGroupTest : public SimTest

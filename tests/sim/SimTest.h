@@ -45,12 +45,12 @@ class SimTest : public testing::Test
          hardware.shim().fieldAction( action ), 0, 0 );
    }
 
-   /// Takes the breaches that were collected, as "call: rule".
+   /// Takes the breaches that were collected, as "call: what was wrong".
    std::vector<std::string> breaches()
    {
       std::vector<std::string> texts;
       for( const Breach& breach : hardware.critic().breaches() )
-         texts.push_back( breach.call + ": " + breach.rule );
+         texts.push_back( breach.call + ": " + breach.what );
       hardware.critic().breachesDel();
       return texts;
    }

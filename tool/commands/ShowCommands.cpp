@@ -283,7 +283,7 @@ void showUnits( Session& session, Words& words )
                     std::to_string( group.room() );
       const StrataUnit* const known = hardware.scsd()->units().find( unit );
       std::string text = "ports: " + ports + "\nentries: " + entries;
-      text += chip.trapsTtlExceptions ? "\ntraps TTL exceptions by itself" : "";
+      text += chip.trapsTtlExceptions() ? "\ntraps TTL exceptions by itself" : "";
       text += known && known->hasIpOptionsProfile ? "\nkeeps an IPv4 options profile" : "";
       rows.add( unit, { chip.profile().name, text } );
    }

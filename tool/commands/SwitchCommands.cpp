@@ -86,7 +86,7 @@ void unitProperty( Session& session, Words& words )
       return value;
    };
    if( property == "traps-ttl-exceptions" ) {
-      chip.trapsTtlExceptions = truth();
+      chip.trapsTtlExceptionsIs( truth() );
    } else if( property == "ip-options-profile" ) {
       hardware.hasIpOptionsProfileIs( unit, truth() );
    } else if( property == "higig-trunks-as-lag" ) {
