@@ -80,8 +80,8 @@ class Critic
    std::set<std::tuple<SdkOperation, U32, S64>> read_;
    bool preCalled_ = false; // and the call it announces has not come yet
    bool dead_ = false;
-   std::set<U32>
-      withoutFieldLock_; // units whose FP lock was not available when it was last asked for
+   // Units whose FP lock was not available when it was last asked for.
+   std::set<U32> withoutFieldLock_;
 };
 
 } // namespace Strata::Sim

@@ -13,6 +13,9 @@
 
 namespace Strata::Tool {
 
+/// How a child says that it broke a convention.
+constexpr char brokenForm = 'B';
+
 struct ChildEnd
 {
    bool aborted = false;  // by abort()

@@ -261,6 +261,15 @@ void Console::failed( const Line& line, const std::string& expected, const std::
       error( where( line ) + ": expected " + expected + ", found " + found );
 }
 
+void Console::broken( const Line* line, const std::string& what )
+{
+   const std::string at = line ? where( *line ) : "at the end";
+   emit( Weight::asked, { { Tone::bad, "  BROKEN  " + at + ": " + what } }, [ & ] {
+      return dump(
+         { { "kind", "broken" }, { "line", line ? line->number : 0 }, { "text", what } } );
+   } );
+}
+
 void Console::died( const Line& line, const std::string& reason )
 {
    emit( Weight::asked, { { Tone::bad, "  DIED    " + where( line ) + ": " + reason } }, [ & ] {
@@ -287,19 +296,38 @@ void Console::childLine( char form, std::string_view text )
    } );
 }
 
-void Console::summary( const std::string& file, U32 expectations, U32 failures, RunEnd end )
+static std::string summaryText( const RunCounts& counts )
 {
-   const std::string all =
-      std::to_string( expectations ) + ( expectations == 1 ? " expectation" : " expectations" );
-   const std::string text =
-      ( failures == 0 ? all + " held" : std::to_string( failures ) + " of " + all + " failed" ) +
-      ( end == RunEnd::complete ? "" : " before that" );
-   std::vector<Toned> lines{ { failures == 0 ? Tone::good : Tone::bad, file + ": " + text } };
+   const auto number = []( U32 count, const std::string& what ) {
+      return std::to_string( count ) + " " + what + ( count == 1 ? "" : "s" );
+   };
+   const std::string all = number( counts.expectations, "expectation" );
+   std::string text = counts.failures == 0
+                         ? all + " held"
+                         : std::to_string( counts.failures ) + " of " + all + " failed";
+   if( counts.notJudged > 0 )
+      text += ", " + std::to_string( counts.notJudged ) + " not judged";
+   if( counts.broken > 0 )
+      text += ", " + number( counts.broken, "broken convention" );
+   return text;
+}
+
+void Console::summary( const std::string& file, const RunCounts& counts, RunEnd end )
+{
+   const bool good = counts.failures == 0 && counts.broken == 0;
+   std::vector<Toned> lines{ { good ? Tone::good : Tone::bad,
+      file + ": " + summaryText( counts ) + ( end == RunEnd::complete ? "" : " before that" ) } };
    if( !blank_ )
       lines.insert( lines.begin(), { Tone::plain, "" } );
-   emit( failures == 0 ? Weight::ordinary : Weight::asked, lines, [ & ] {
-      return dump( { { "kind", "end" }, { "file", file }, { "expectations", expectations },
-         { "failed", failures }, { "ended", Vormel::enumName( end ) } } );
+   emit( good ? Weight::ordinary : Weight::asked, lines, [ & ] {
+      ordered_json object{ { "kind", "end" }, { "file", file },
+         { "expectations", counts.expectations }, { "failed", counts.failures },
+         { "ended", Vormel::enumName( end ) } };
+      if( counts.notJudged > 0 )
+         object[ "notJudged" ] = counts.notJudged;
+      if( counts.broken > 0 )
+         object[ "broken" ] = counts.broken;
+      return dump( object );
    } );
 }
 

@@ -50,6 +50,15 @@ enum class RunEnd : U8
 VORMEL_ENUM_NAMES( RunEnd, { RunEnd::complete, "complete" }, { RunEnd::refused, "refused" },
    { RunEnd::died, "died" } )
 
+/// What a run came to.
+struct RunCounts
+{
+   U32 expectations = 0; // that were judged
+   U32 failures = 0;     // among them
+   U32 notJudged = 0;
+   U32 broken = 0; // conventions
+};
+
 /// What happened in a child process, line by line, on its way to the parent's console.
 class ChildChannel
 {
@@ -78,6 +87,8 @@ class Console
    void result( std::string_view operation, const std::string& value );
    void held( const Line& line );
    void failed( const Line& line, const std::string& expected, const std::string& found );
+   /// A convention of the hardware calls was broken, and the run goes on; null at its end.
+   void broken( const Line* line, const std::string& what );
    /// The agent ended although nobody expected it to.
    void died( const Line& line, const std::string& reason );
    /// What a child process wrote to its standard error.
@@ -85,7 +96,7 @@ class Console
    /// What a child process sent through its channel.
    void childLine( char form, std::string_view text );
    void summary(
-      const std::string& file, U32 expectations, U32 failures, RunEnd end = RunEnd::complete );
+      const std::string& file, const RunCounts& counts, RunEnd end = RunEnd::complete );
    /// A line could not be run: for programs. People read the error.
    void refused( const std::string& text );
    /// std::runtime_error when something that was reported could not be written.

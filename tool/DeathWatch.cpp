@@ -34,8 +34,7 @@ void endDead( int )
       const Line& line = *watchedSession->running();
       if( !deathReported )
          watchedSession->console().died( line, "aborted, see standard error" );
-      watchedSession->console().summary(
-         line.file, watchedSession->expectations(), watchedSession->failures(), RunEnd::died );
+      watchedSession->console().summary( line.file, watchedSession->counts(), RunEnd::died );
       watchedSession->console().error( line.file + ":" + std::to_string( line.number ) +
                                        ": the agent died here, and nothing expected it to" );
    }

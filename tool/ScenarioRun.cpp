@@ -42,30 +42,35 @@ void runLines( const std::string& file, Session& session )
       try {
          session.run( line );
       } catch( const InputError& error ) {
+         if( session.foreign() ) {
+            session.passedOver( line, error.problem() );
+            continue;
+         }
          session.console().refused( error.what() );
          throw;
       }
 }
 
-ExitStatus runScenario( const std::string& file, Console& console )
+ExitStatus runScenario( const std::string& file, Console& console, const std::string& profile )
 {
    try {
       const Vormel::LockAnchor lock( Vormel::activityLock() );
-      Session session( console );
+      Session session( console, profile );
       const DeathWatch watch( session );
       bool refused = false;
       try {
          runLines( file, session );
+         session.end();
       } catch( const InputError& error ) {
          console.error( error.what() );
          refused = true;
       }
-      console.summary( file, session.expectations(), session.failures(),
-         refused ? RunEnd::refused : RunEnd::complete );
+      const RunCounts& counts = session.counts();
+      console.summary( file, counts, refused ? RunEnd::refused : RunEnd::complete );
       console.checkWritten();
-      return refused                   ? ExitStatus::error
-             : session.failures() == 0 ? ExitStatus::held
-                                       : ExitStatus::failed;
+      return refused                                      ? ExitStatus::error
+             : counts.failures == 0 && counts.broken == 0 ? ExitStatus::held
+                                                          : ExitStatus::failed;
    } catch( const std::exception& error ) {
       console.error( error.what() );
       return ExitStatus::error;

@@ -12,7 +12,7 @@ namespace Strata::Tool {
 enum class ExitStatus : int
 {
    held = 0,   // everything that was expected
-   failed = 1, // at least one expectation
+   failed = 1, // at least one expectation; on a foreign profile, a convention was broken
    error = 2,  // in the scenario, or in how the command was called
    died = 3,   // the agent, unexpectedly
 };
@@ -20,11 +20,13 @@ enum class ExitStatus : int
 class Session;
 
 /// Runs the lines of a scenario on a session; reads the whole file before the first. InputError for a line that
-/// cannot be run, std::runtime_error for a file that cannot be read.
+/// cannot be run, except on a foreign profile: there it is passed over. std::runtime_error for a file that cannot
+/// be read.
 void runLines( const std::string& file, Session& session );
 
 /// Runs a scenario on a session of its own. Holds the activity lock meanwhile. When the agent dies
-/// the process ends at once, with ExitStatus::died.
-ExitStatus runScenario( const std::string& file, Console& console );
+/// the process ends at once, with ExitStatus::died. With a profile, the scenario's switches are of that one.
+ExitStatus runScenario(
+   const std::string& file, Console& console, const std::string& profile = {} );
 
 } // namespace Strata::Tool

@@ -4,13 +4,17 @@
 #include "platform/runtime/EntityType.h"
 #include "platform/runtime/Errors.h"
 #include "platform/runtime/Format.h"
+#include "tool/ChildProcess.h"
 #include "tool/Command.h"
 
 #include <ranges>
 
 namespace Strata::Tool {
 
-Session::Session( Console& console ) : console_( console ) {}
+Session::Session( Console& console, std::string profile )
+   : console_( console ),
+     profile_( std::move( profile ) )
+{}
 
 Session::~Session() = default;
 
@@ -69,11 +73,22 @@ PacketDesk& Session::packets( const Words& words )
 void Session::agentIs( AgentConfig config )
 {
    config.listener = [ this ]( const Sim::Record& record ) { console_.record( record ); };
+   const std::string asked = config.hardware.profile;
+   if( !profile_.empty() )
+      config.hardware.profile = profile_;
    Sim::SimSwitch::check( config.hardware ); // the old one stays when there is no new one
+   end();
    packets_.reset();
    agent_.reset(); // one shim per process
    agent_ = std::make_unique<Agent>( config );
    packets_ = std::make_unique<PacketDesk>( agent_->hardware(), agent_->clock() );
+   foreign_ = config.hardware.profile != asked;
+   if( foreign_ ) {
+      agent_->hardware().critic().handlerIs(
+         [ this ]( const Sim::Breach& breach ) { broken( breach.text() ); } );
+      console_.note( "This is " + profile_ + " in place of " + asked +
+                     ": expectations are not judged; deaths and broken conventions are." );
+   }
    mark();
 }
 
@@ -187,11 +202,34 @@ void Session::mark()
 
 void Session::expect( bool held, const std::string& expected, const std::string& found )
 {
-   ++expectations_;
+   if( foreign_ ) {
+      ++counts_.notJudged;
+      return;
+   }
+   ++counts_.expectations;
    if( held )
       return console_.held( *running_ );
-   ++failures_;
+   ++counts_.failures;
    console_.failed( *running_, expected, found );
+}
+
+void Session::broken( const std::string& what )
+{
+   if( channel_ )
+      return channel_->send( brokenForm, what );
+   ++counts_.broken;
+   console_.broken( running_, what );
+}
+
+void Session::passedOver( const Line& line, const std::string& why )
+{
+   console_.note( "Line " + std::to_string( line.number ) + " is passed over: " + why );
+}
+
+void Session::end()
+{
+   if( agent_ )
+      agent_->hardware().critic().ends();
 }
 
 void Session::childOf( ChildChannel& channel )
@@ -199,6 +237,7 @@ void Session::childOf( ChildChannel& channel )
    Vormel::assertionHookIs( nullptr );
    if( packets_ )
       packets_->captureEnd(); // those files are the parent's
+   channel_ = &channel;
    console_.childOf( channel );
 }
 

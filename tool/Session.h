@@ -30,7 +30,8 @@ struct AttributePath
 class Session
 {
  public:
-   explicit Session( Console& console );
+   /// With a profile, switches are of that one, whatever they ask for.
+   explicit Session( Console& console, std::string profile = {} );
    Session( const Session& ) = delete;
    Session& operator=( const Session& ) = delete;
    ~Session();
@@ -49,6 +50,9 @@ class Session
    /// InputError when there is no switch yet.
    Agent& agent( const Words& words );
    void agentIs( AgentConfig config );
+   /// The switch is of another profile than it asked for: expectations are not judged, and broken conventions
+   /// are told instead of ending the process.
+   bool foreign() const { return foreign_; }
    /// The switch's packets. InputError when there is no switch yet.
    PacketDesk& packets( const Words& words );
 
@@ -73,8 +77,14 @@ class Session
 
    /// States an expectation about which the running command has found out.
    void expect( bool held, const std::string& expected, const std::string& found );
-   U32 expectations() const { return expectations_; }
-   U32 failures() const { return failures_; }
+   const RunCounts& counts() const { return counts_; }
+   U32 failures() const { return counts_.failures; }
+   /// A convention of the hardware calls was broken on a foreign profile.
+   void broken( const std::string& what );
+   /// On a foreign profile: the line was meant for another chip.
+   void passedOver( const Line& line, const std::string& why );
+   /// Nothing more comes for this switch: what the critic has to say about that.
+   void end();
 
    /// The line that runs, for whoever must report from the middle of it; null when none does.
    const Line* running() const { return running_; }
@@ -91,8 +101,10 @@ class Session
    std::unique_ptr<PacketDesk> packets_; // of the agent's switch
    const Line* running_ = nullptr;
    U64 windowStart_ = 0; // number of the last record before it
-   U32 expectations_ = 0;
-   U32 failures_ = 0;
+   std::string profile_; // empty: what the switch asks for
+   bool foreign_ = false;
+   ChildChannel* channel_ = nullptr; // of a child
+   RunCounts counts_;
 };
 
 } // namespace Strata::Tool

@@ -86,7 +86,7 @@ Verdict PacketEngine::send( const Arrival& arrival )
    if( verdict.loops )
       hardware_.transcript().add( RecordKind::breach,
          format( "a packet loop on unit %d: %s", arrival.port.unit, loopText() ),
-         { { "rule", loopText() }, { "call", "packet" }, { "unit", arrival.port.unit } } );
+         { { "what", loopText() }, { "call", "packet" }, { "unit", arrival.port.unit } } );
    return verdict;
 }
 

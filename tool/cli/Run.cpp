@@ -1,4 +1,5 @@
 // strata-l3 run: runs a scenario.
+#include "sim/ChipProfile.h"
 #include "tool/cli/ConsoleOptions.h"
 #include "tool/cli/Subcommand.h"
 
@@ -13,6 +14,9 @@ class Run : public Subcommand
    {
       CLI::App* const run = app.add_subcommand( "run", "Run a scenario" );
       run->add_option( "scenario", file_, "The scenario file" )->required();
+      const auto profiles = Sim::chipProfileNames();
+      run->add_option( "--profile", profile_, "Run on this chip instead of the scenario's" )
+         ->check( CLI::IsMember( std::vector<std::string>( profiles.begin(), profiles.end() ) ) );
       options_.declare( *run );
       return run;
    }
@@ -23,7 +27,7 @@ class Run : public Subcommand
       try {
          options_.setTraceLevels();
          Console console( terminal.out, terminal.err, options_.config( terminal, file_ ) );
-         return runScenario( file_, console );
+         return runScenario( file_, console, profile_ );
       } catch( const std::exception& error ) {
          terminal.err << "strata-l3 run: " << error.what() << std::endl;
          return ExitStatus::error;
@@ -32,6 +36,7 @@ class Run : public Subcommand
 
  private:
    std::string file_;
+   std::string profile_;
    ConsoleOptions options_;
 };
 

@@ -212,7 +212,10 @@ void expectDead( Session& session, Words& words )
    for( const auto& [ form, line ] : end.lines ) {
       if( form == inputErrorForm )
          throwInputError( command, line );
-      session.console().childLine( form, line );
+      if( form == brokenForm )
+         session.broken( line );
+      else
+         session.console().childLine( form, line );
    }
    for( const std::string& line : splitLines( end.errorText ) )
       if( !isRecorded( end, line ) )
