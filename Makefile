@@ -7,7 +7,7 @@ BENCH_FLAGS ?=
 FILES ?=
 
 .DEFAULT_GOAL := help
-.PHONY: help run test bench mutants format lint package update-golden update-reference update-symbols clean
+.PHONY: help run test bench mutants library package format lint update-golden update-reference update-symbols clean
 
 help:
 	@echo 'make run            build, then run a scenario on the simulated chip'
@@ -19,6 +19,7 @@ help:
 	@echo 'make update-golden  make the transcripts of now the golden ones'
 	@echo 'make update-reference  make the reference pages say what the code says'
 	@echo 'make update-symbols    make the list of exported symbols say what the library exports'
+	@echo 'make library        build the library alone, for an agent: build/library'
 	@echo 'make package        build the Debian packages'
 	@echo 'make format         format all C++ files'
 	@echo 'make lint           format, layering and clang-tidy checks'
@@ -65,9 +66,13 @@ update-symbols:
 	@sh ci/symbols.sh build/debug/lib/libstrata-l3.so --update
 
 package:
-	@sh ci/setup.sh ci
-	@sh ci/build.sh release strata-l3-tool
-	@sh ci/package.sh release
+	@sh ci/setup.sh package
+	@sh ci/build.sh package
+	@sh ci/package.sh package
+
+library:
+	@sh ci/setup.sh library
+	@sh ci/build.sh library
 
 format:
 	@sh ci/setup.sh ci

@@ -11,9 +11,7 @@
 #include <unordered_map>
 #include <vector>
 
-// The comparison with it is left out where it is not installed.
-#if __has_include( <absl/container/flat_hash_map.h> )
-#define HAVE_ABSL 1
+#ifdef STRATA_BENCH_ABSL // set where the build has found it
 #include <absl/container/flat_hash_map.h>
 #endif
 
@@ -28,7 +26,7 @@ constexpr U32 queryCount = 1 << 18;
 using Ours = Vormel::HashMap<IntfId, void*>;
 using Std = std::unordered_map<IntfId, void*>;
 
-#ifdef HAVE_ABSL
+#ifdef STRATA_BENCH_ABSL
 struct AbslHash
 {
    std::size_t operator()( IntfId intf ) const { return absl::Hash<U64>{}( intf.bits() ); }
@@ -97,7 +95,7 @@ void misses( benchmark::State& state )
 BENCHMARK( hits<Ours> );
 BENCHMARK( hits<Std> );
 BENCHMARK( misses<Ours> );
-#ifdef HAVE_ABSL
+#ifdef STRATA_BENCH_ABSL
 BENCHMARK( hits<Absl> );
 BENCHMARK( misses<Absl> );
 #endif

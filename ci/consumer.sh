@@ -112,7 +112,7 @@ CPP
 cat >"$dir/sim/CMakeLists.txt" <<'CMAKE'
 cmake_minimum_required( VERSION 3.25 )
 project( user LANGUAGES CXX )
-find_package( strata-l3 0.1 REQUIRED COMPONENTS sim )
+find_package( strata-l3 0.1 REQUIRED COMPONENTS conformance sim )
 add_executable( user main.cpp )
 target_link_libraries( user PRIVATE strata-l3::conformance strata-l3::sim )
 CMAKE

@@ -8,7 +8,8 @@ root=$PWD
 build=build/$1
 try=${2:-}
 out=$root/$build/packages
-packages='strata-l3-dev strata-l3'
+# Those that need others come first, so that they are removed in this order.
+packages='strata-l3-kit libstrata-l3-dev strata-l3 libstrata-l3-0.1'
 
 rm -rf "$out"
 cpack --config "$build/CPackConfig.cmake" -B "$out" >"$build/cpack.log" 2>&1 || {
@@ -26,13 +27,15 @@ for package in "$out"/*.deb; do
 done
 [ "$try" = --try ] || exit 0
 
-# shellcheck disable=SC2086 # lists of words, here and below
-if dpkg-query -W $packages >/dev/null 2>&1; then
-   echo "package.sh: strata-l3 is installed on this machine, and trying would remove it" >&2
-   exit 1
-fi
+for package in $packages; do
+   if dpkg-query -W "$package" >/dev/null 2>&1; then
+      echo "package.sh: $package is installed on this machine, and trying would remove it" >&2
+      exit 1
+   fi
+done
 as_root=
 [ "$(id -u)" = 0 ] || as_root='sudo -n'
+# shellcheck disable=SC2086 # lists of words, here and below
 remove() {
    $as_root dpkg --purge $packages
 }
@@ -58,7 +61,7 @@ left=0
 while read -r file; do
    # Directories may be others' too, unless they carry the package's name.
    case $file in
-   */strata-l3 | */strata-l3-dev) ;;
+   */strata-l3 | */strata-l3-kit | */libstrata-l3-*) ;;
    *) [ -d "$file" ] && continue ;;
    esac
    if [ -e "$file" ] || [ -L "$file" ]; then

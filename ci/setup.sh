@@ -1,16 +1,18 @@
 #!/bin/sh
-# setup.sh build|bench|mutants|ci
+# setup.sh library|build|bench|mutants|package|ci
 # Makes sure that the Debian packages of a group are there, and installs what is missing if it may.
 # Quiet when nothing is missing.
 set -u
 group=${1:-build}
 
 # Each line: a package, and the command or header whose presence shows that it need not be installed.
-build='
+library='
 g++ g++
 make make
 cmake cmake
 ninja-build ninja
+'
+build='
 libcli11-dev /usr/include/CLI/CLI.hpp
 nlohmann-json3-dev /usr/include/nlohmann/json.hpp
 libedit-dev /usr/include/editline/readline.h
@@ -27,6 +29,9 @@ valgrind valgrind
 mutants='
 python3 python3
 '
+package='
+dpkg-dev dpkg-shlibdeps
+'
 ci='
 git git
 clang clang++
@@ -34,19 +39,21 @@ clang-format clang-format
 clang-tidy clang-tidy
 binutils strings
 util-linux setarch
-dpkg-dev dpkg-shlibdeps
+g++-aarch64-linux-gnu aarch64-linux-gnu-g++
 pkg-config pkg-config
 man-db man
 python3-scapy /usr/lib/python3/dist-packages/scapy
 '
 
 case $group in
-build) wanted=$build ;;
-bench) wanted=$build$bench ;;
-mutants) wanted=$build$mutants ;;
-ci) wanted=$build$bench$mutants$ci ;;
+library) wanted=$library ;;
+build) wanted=$library$build ;;
+bench) wanted=$library$build$bench ;;
+mutants) wanted=$library$build$mutants ;;
+package) wanted=$library$build$package ;;
+ci) wanted=$library$build$bench$mutants$package$ci ;;
 *)
-   echo "setup.sh: unknown group '$group'; one of build, bench, mutants, ci" >&2
+   echo "setup.sh: unknown group '$group'; one of library, build, bench, mutants, package, ci" >&2
    exit 2
    ;;
 esac

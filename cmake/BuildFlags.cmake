@@ -2,7 +2,7 @@
 include( CheckCXXCompilerFlag )
 include( CheckPIESupported )
 
-if( NOT CMAKE_BUILD_TYPE )
+if( PROJECT_IS_TOP_LEVEL AND NOT CMAKE_BUILD_TYPE )
    set( CMAKE_BUILD_TYPE Debug )
 endif()
 set( CMAKE_CXX_VISIBILITY_PRESET hidden )
@@ -10,7 +10,8 @@ set( CMAKE_VISIBILITY_INLINES_HIDDEN ON )
 set( CMAKE_POSITION_INDEPENDENT_CODE ON )
 check_pie_supported()
 
-add_compile_options( -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror )
+# Presets make warnings errors (CMAKE_COMPILE_WARNING_AS_ERROR); a compiler of the future need not stop a user's build.
+add_compile_options( -Wall -Wextra -Wpedantic -Wconversion -Wshadow )
 if( CMAKE_CXX_COMPILER_ID STREQUAL "GNU" )
    # GCC 12 sees overlapping copies inside std::string's own operator+ once it is inlined.
    add_compile_options( -Wno-restrict )
@@ -19,8 +20,8 @@ endif()
 # Messages carry file names relative to the project root, and no binary tells where it was built.
 # The later option wins where both match: a build directory inside the tree stays relative to it.
 add_compile_options(
-   -ffile-prefix-map=${CMAKE_BINARY_DIR}=.
-   -ffile-prefix-map=${CMAKE_SOURCE_DIR}/= )
+   -ffile-prefix-map=${PROJECT_BINARY_DIR}=.
+   -ffile-prefix-map=${PROJECT_SOURCE_DIR}/= )
 
 # Nobody replaces the library's functions at load time, so calls inside it may be direct.
 add_compile_options( -fno-semantic-interposition )

@@ -1,10 +1,13 @@
 # What the library exports is what VORMEL_EXPORT marks, nothing else, and is written down in ci/symbols.txt.
+if( NOT BUILD_SHARED_LIBS )
+   return()
+endif()
 target_link_options( strata-l3 PRIVATE
-   LINKER:--version-script=${CMAKE_SOURCE_DIR}/cmake/exports.map )
-set_property( TARGET strata-l3 APPEND PROPERTY LINK_DEPENDS ${CMAKE_SOURCE_DIR}/cmake/exports.map )
+   LINKER:--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map )
+set_property( TARGET strata-l3 APPEND PROPERTY LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/exports.map )
 
 # Sanitizers export more, and other compilers other typeinfos.
 if( NOT STRATA_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU" )
    add_test( NAME exported-surface
-      COMMAND sh ${CMAKE_SOURCE_DIR}/ci/symbols.sh $<TARGET_FILE:strata-l3> )
+      COMMAND sh ${PROJECT_SOURCE_DIR}/ci/symbols.sh $<TARGET_FILE:strata-l3> )
 endif()

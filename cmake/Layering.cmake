@@ -1,4 +1,7 @@
 # Which room may include which is checked before anything is compiled, in every build.
+if( NOT PROJECT_IS_TOP_LEVEL )
+   return() # who takes the library in does not change it
+endif()
 file( GLOB_RECURSE layeredFiles CONFIGURE_DEPENDS
    platform/*.h platform/*.cpp platform/*.def
    messages/*.h messages/*.cpp messages/*.def
@@ -7,14 +10,14 @@ file( GLOB_RECURSE layeredFiles CONFIGURE_DEPENDS
    tool/*.h tool/*.cpp tool/*.def
    conformance/*.h conformance/*.cpp conformance/*.def
    tests/*.h tests/*.cpp bench/*.h bench/*.cpp examples/*.h examples/*.cpp )
-set( layeringStamp ${CMAKE_BINARY_DIR}/layering.stamp )
+set( layeringStamp ${PROJECT_BINARY_DIR}/layering.stamp )
 add_custom_command(
    OUTPUT ${layeringStamp}
    COMMAND sh ci/layering.sh
    COMMAND ${CMAKE_COMMAND} -E touch ${layeringStamp}
-   DEPENDS ${layeredFiles} ${CMAKE_SOURCE_DIR}/ci/layering.sh
-   WORKING_DIRECTORY ${CMAKE_SOURCE_DIR}
+   DEPENDS ${layeredFiles} ${PROJECT_SOURCE_DIR}/ci/layering.sh
+   WORKING_DIRECTORY ${PROJECT_SOURCE_DIR}
    COMMENT "Checking which room includes which"
    VERBATIM )
 add_custom_target( check-layering ALL DEPENDS ${layeringStamp} )
-add_test( NAME layering COMMAND sh ci/layering.sh WORKING_DIRECTORY ${CMAKE_SOURCE_DIR} )
+add_test( NAME layering COMMAND sh ci/layering.sh WORKING_DIRECTORY ${PROJECT_SOURCE_DIR} )

@@ -4,7 +4,7 @@
 function( room_sources variable )
    set( patterns "" )
    foreach( room IN LISTS ARGN )
-      list( APPEND patterns ${CMAKE_SOURCE_DIR}/${room}/*.cpp )
+      list( APPEND patterns ${PROJECT_SOURCE_DIR}/${room}/*.cpp )
    endforeach()
    file( GLOB_RECURSE sources CONFIGURE_DEPENDS ${patterns} )
    set( ${variable} ${sources} PARENT_SCOPE )
@@ -12,7 +12,9 @@ endfunction()
 
 # room_target( <target> ): what the targets of all rooms have in common.
 function( room_target target )
-   add_dependencies( ${target} check-layering )
+   if( TARGET check-layering )
+      add_dependencies( ${target} check-layering )
+   endif()
 endfunction()
 
 # precompile_headers( <target> [header]... ): with STRATA_PRECOMPILE, these and what nearly all sources include are

@@ -1,18 +1,18 @@
 # Each scenario is a test: its transcript must be the golden one. `update-golden` rewrites those.
-file( GLOB scenarios CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/scenarios/*.scenario )
-set( compare sh ${CMAKE_SOURCE_DIR}/cmake/compare-scenario.sh )
+file( GLOB scenarios CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/scenarios/*.scenario )
+set( compare sh ${PROJECT_SOURCE_DIR}/cmake/compare-scenario.sh )
 set( updates "" )
 foreach( scenario IN LISTS scenarios )
    get_filename_component( name ${scenario} NAME_WE )
-   set( output ${CMAKE_BINARY_DIR}/transcripts/${name}.txt )
+   set( output ${PROJECT_BINARY_DIR}/transcripts/${name}.txt )
    add_test( NAME scenario.${name}
       COMMAND ${compare} check $<TARGET_FILE:strata-l3-tool> ${name} ${output}
-      WORKING_DIRECTORY ${CMAKE_SOURCE_DIR} )
+      WORKING_DIRECTORY ${PROJECT_SOURCE_DIR} )
    set_tests_properties( scenario.${name} PROPERTIES TIMEOUT 180 )
    list( APPEND updates
       COMMAND ${compare} update $<TARGET_FILE:strata-l3-tool> ${name} ${output} )
 endforeach()
 add_custom_target( update-golden ${updates}
    DEPENDS strata-l3-tool
-   WORKING_DIRECTORY ${CMAKE_SOURCE_DIR}
+   WORKING_DIRECTORY ${PROJECT_SOURCE_DIR}
    VERBATIM )
