@@ -8,8 +8,8 @@
 
 namespace Strata::Sim {
 
-Chip::Chip( U32 unit, U32 modId, const ChipProfile& profile, U32 frontPanelPorts,
-   U32 firstLogicalPort )
+Chip::Chip(
+   U32 unit, U32 modId, const ChipProfile& profile, U32 frontPanelPorts, U32 firstLogicalPort )
    : resolvesHigigTrunksAsLag( profile.resolvesHigigTrunksAsLag ),
      unit_( unit ),
      modId_( modId ),

@@ -150,8 +150,7 @@ bool ChipOperations::hasPort( U32 modId, U32 port ) const
 {
    return port < PortBitmap::size &&
           std::ranges::any_of( hardware_.chips, [ & ]( const auto& item ) {
-             return item.second.modId() == modId &&
-                    item.second.hasPort( static_cast<int>( port ) );
+             return item.second.modId() == modId && item.second.hasPort( static_cast<int>( port ) );
           } );
 }
 

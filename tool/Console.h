@@ -95,8 +95,7 @@ class Console
    void childError( const std::string& text );
    /// What a child process sent through its channel.
    void childLine( char form, std::string_view text );
-   void summary(
-      const std::string& file, const RunCounts& counts, RunEnd end = RunEnd::complete );
+   void summary( const std::string& file, const RunCounts& counts, RunEnd end = RunEnd::complete );
    /// A line could not be run: for programs. People read the error.
    void refused( const std::string& text );
    /// std::runtime_error when something that was reported could not be written.

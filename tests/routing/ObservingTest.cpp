@@ -141,53 +141,54 @@ TEST_F( ObservingTest, TheFirstCallCountsLikeEveryOtherAndTheLongestIsKept )
       EXPECT_GE( all.seconds, 0.008 );
       EXPECT_LT( all.longest, all.seconds );
    }
-   TEST_F( ObservingTest, ARefusedClaimIsToldWhenItHappens )
-   {
-      make( "hsdk", { 0 } );
-      std::vector<std::string> told;
-      const auto observed = Vormel::make<ObservedTcamEntryManager>( agent->hardware().tcamManager(),
-         [ & ]( const RefusedClaim& refused ) { told.push_back( refused.text() ); } );
-      helper().tcamManagerIs( observed );
-      helper().initializeNextHopToCpuTcam();
-      EXPECT_THAT( told, testing::IsEmpty() );
-      agent->hardware().chip( 0 ).group( "main" )->roomIs( 1 );
-      testing::internal::CaptureStderr();
-      EXPECT_THROW( helper().handleTcamEntryVlanFlood( true ), Died ); // "Entry not found"
-      testing::internal::GetCapturedStderr();
-      const std::string refused = "unit 0 has refused the claim of entry 1024 \"vlan flood\"";
-      EXPECT_THAT( told, ElementsAre( refused ) );
-      EXPECT_EQ( texts( Sim::RecordKind::claim ), "main: " + refused + "\n" );
-   }
+}
 
-   TEST_F( ObservingTest, AnInstallationThatFailsIsTracedWithAllThatIsKnown )
-   {
-      make( "hsdk", { 0 } );
-      Vormel::traceHandle( "StrataRoutingStatus" )->levelIs( 1 );
-      agent->hardware().faults().inject( { .call = "installEntry", .code = Sim::SdkCode::Full } );
-      testing::internal::CaptureStderr();
-      EXPECT_THROW( helper().initializeNextHopToCpuTcam(), Died );
-      testing::internal::GetCapturedStderr();
-      Vormel::traceHandle( "StrataRoutingStatus" )->levelsOff();
-      EXPECT_EQ( texts( Sim::RecordKind::trace ),
-         "StrataRoutingStatus 1 installEntry: installEntry failed, entry: 1034, name: NextHop to Cpu, "
-         "unit: 0, rc: " +
-            std::to_string( static_cast<int>( Sim::SdkCode::Full ) ) + "\n" );
-      EXPECT_THAT(
-         texts( Sim::RecordKind::fatal ), testing::HasSubstr( "\"installEntry failed\"" ) );
-   }
+TEST_F( ObservingTest, ARefusedClaimIsToldWhenItHappens )
+{
+   make( "hsdk", { 0 } );
+   std::vector<std::string> told;
+   const auto observed = Vormel::make<ObservedTcamEntryManager>( agent->hardware().tcamManager(),
+      [ & ]( const RefusedClaim& refused ) { told.push_back( refused.text() ); } );
+   helper().tcamManagerIs( observed );
+   helper().initializeNextHopToCpuTcam();
+   EXPECT_THAT( told, testing::IsEmpty() );
+   agent->hardware().chip( 0 ).group( "main" )->roomIs( 1 );
+   testing::internal::CaptureStderr();
+   EXPECT_THROW( helper().handleTcamEntryVlanFlood( true ), Died ); // "Entry not found"
+   testing::internal::GetCapturedStderr();
+   const std::string refused = "unit 0 has refused the claim of entry 1024 \"vlan flood\"";
+   EXPECT_THAT( told, ElementsAre( refused ) );
+   EXPECT_EQ( texts( Sim::RecordKind::claim ), "main: " + refused + "\n" );
+}
 
-   TEST_F( ObservingTest, TracesCanGoToAFile )
-   {
-      const std::string file = testing::TempDir() + "observing-traces.txt";
-      std::ofstream( file ).close();
-      const Vormel::TraceSink before = Vormel::traceSinkIs( Vormel::traceToFile( file ) );
-      Vormel::traceRecord( *Vormel::traceHandle( "ApiStrata" ), 4, "init", "some text" );
-      Vormel::traceSinkIs( before );
-      std::string line;
-      std::getline( std::ifstream( file ) >> std::ws, line );
-      EXPECT_EQ( line, "ApiStrata 4 init some text" );
-      EXPECT_THROW( Vormel::traceToFile( "/no/such/directory/file" ), Vormel::Error );
-   }
+TEST_F( ObservingTest, AnInstallationThatFailsIsTracedWithAllThatIsKnown )
+{
+   make( "hsdk", { 0 } );
+   Vormel::traceHandle( "StrataRoutingStatus" )->levelIs( 1 );
+   agent->hardware().faults().inject( { .call = "installEntry", .code = Sim::SdkCode::Full } );
+   testing::internal::CaptureStderr();
+   EXPECT_THROW( helper().initializeNextHopToCpuTcam(), Died );
+   testing::internal::GetCapturedStderr();
+   Vormel::traceHandle( "StrataRoutingStatus" )->levelsOff();
+   EXPECT_EQ( texts( Sim::RecordKind::trace ),
+      "StrataRoutingStatus 1 installEntry: installEntry failed, entry: 1034, name: NextHop to Cpu, "
+      "unit: 0, rc: " +
+         std::to_string( static_cast<int>( Sim::SdkCode::Full ) ) + "\n" );
+   EXPECT_THAT( texts( Sim::RecordKind::fatal ), testing::HasSubstr( "\"installEntry failed\"" ) );
+}
+
+TEST_F( ObservingTest, TracesCanGoToAFile )
+{
+   const std::string file = testing::TempDir() + "observing-traces.txt";
+   std::ofstream( file ).close();
+   const Vormel::TraceSink before = Vormel::traceSinkIs( Vormel::traceToFile( file ) );
+   Vormel::traceRecord( *Vormel::traceHandle( "ApiStrata" ), 4, "init", "some text" );
+   Vormel::traceSinkIs( before );
+   std::string line;
+   std::getline( std::ifstream( file ) >> std::ws, line );
+   EXPECT_EQ( line, "ApiStrata 4 init some text" );
+   EXPECT_THROW( Vormel::traceToFile( "/no/such/directory/file" ), Vormel::Error );
+}
 
 } // namespace
 } // namespace Strata

@@ -9,6 +9,7 @@ namespace Lamps {
 using Vormel::Change;
 using Vormel::make;
 using Vormel::Value;
+using Vormel::ValueTraits;
 
 VORMEL_ENTITY_TYPE( Lamp, LAMP_ATTRIBUTES, [] {
    Vormel::EntityType::Operations all;

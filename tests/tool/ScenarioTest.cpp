@@ -186,7 +186,8 @@ TEST( Scenario, NoneBreaksAConventionOnAnyProfileWithOrWithoutAFieldLock )
 {
    for( const auto& file : std::filesystem::directory_iterator( "scenarios" ) )
       for( const std::string_view profile : Sim::chipProfileNames() )
-         for( const std::string line : { "", "fault bcm_field_lock code BCM_E_UNAVAIL always\n" } ) {
+         for( const std::string line :
+            { "", "fault bcm_field_lock code BCM_E_UNAVAIL always\n" } ) {
             if( file.path().extension() != ".scenario" )
                continue;
             const std::string copy = scenarioFile( withLine( file.path().string(), line ) );
