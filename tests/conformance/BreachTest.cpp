@@ -478,11 +478,11 @@ TEST( PortBreach, APortTableThatConfusesUnitsIsFound )
    {
       PortSwEntry entry( const StrataPort& port ) const override
       {
-         return SimPortSwTable::entry( { 0, port.sdkPort(), port.logicalPort() } );
+         return SimPortSwTable::entry( { 0, port.sdkPort(), 1 } );
       }
       void entryCommit( const StrataPort& port, const PortSwEntry& entry ) override
       {
-         SimPortSwTable::entryCommit( { 0, port.sdkPort(), port.logicalPort() }, entry );
+         SimPortSwTable::entryCommit( { 0, port.sdkPort(), 1 }, entry );
       }
    };
    Switch it;

@@ -192,7 +192,7 @@ const ChangeRow changeRows[] = {
    { "vlan 20 members Ethernet5", ROUTED, "E4", "none" },
    // The my-station memory.
    { "poke my-station 1 VALIDf 0", ROUTED, "E4", "cpu:0" },
-   { "poke my-station 1 MAC_ADDR_MASKf 00:00:00:00:00:00",
+   { "poke my-station 1 MAC_ADDR_MASKf 01:00:00:00:00:00",
       "in Ethernet1 dmac 00:00:00:00:77:77 ipv4 dst 10.2.0.1", "E2 E3", "E4" },
    { "poke my-station 1 VLAN_IDf 20\npoke my-station 1 VLAN_ID_MASKf 0xfff", ROUTED, "E4",
       "cpu:0" },

@@ -94,7 +94,7 @@ packet in Ethernet5 smac 02:00:00:00:00:05 dmac ff:ff:ff:ff:ff:ff arp request)" 
    EXPECT_EQ( outcome( explain( "in Ethernet1 dmac 02:00:00:00:00:06 ipv4" ) ), "E5 E6" );
    EXPECT_EQ( outcome( explain( "in higig unit 1 vlan 10 dmac 02:00:00:00:00:05 ipv4" ) ), "E5" );
    // By the SDK's numbers, whatever logical ones they have, and by an agent's wrong number as well.
-   run( "interface Ethernet9 unit 1 port 3 logical 1\nunit 1 port 2 down" );
+   run( "no interface Ethernet7\ninterface Ethernet9 unit 1 port 3 logical 1\nunit 1 port 2 down" );
    EXPECT_EQ( explain( "in port 3 unit 1 vlan 10 arp request" ).drop(),
       "Ethernet9 is no member of VLAN 10" );
    EXPECT_EQ( outcome( explain( "in Ethernet1 dmac 02:00:00:00:00:06 ipv4" ) ), "E5" );
@@ -125,7 +125,7 @@ TEST_F( EngineTest, CausesAreInputsAndNotWhatTheSliceReports )
    const std::string urpf = "in Ethernet1 dmac router ipv6 dst 2001:db8:2::9";
    EXPECT_THAT( told( urpf ), AllOf( HasSubstr( "installed by 'call doUrpfHwInitStage1 true'" ),
                                  Not( HasSubstr( "after urpf." ) ) ) );
-   run( "pbr all via flood mac 00:00:00:00:04:04 vlan 20" );
+   run( "vlan 10 urpf off\npbr all via flood mac 00:00:00:00:04:04 vlan 20" );
    const std::string flood = "in Ethernet1 dmac router ipv4 dst 10.2.0.1";
    EXPECT_THAT( told( flood ), HasSubstr( "it is disabled disabled by 'bring-up'" ) );
    run( "set pbr.pbrEnabled true\nset Ethernet8.forwardingModel routed" );

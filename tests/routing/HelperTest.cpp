@@ -217,6 +217,20 @@ TEST_F( HelperTest, TheCounterReprogramsBeforeItIsPublishedAndOncePerChange )
       texts( RecordKind::call, before ).find( "bcm_field_action_ports_add" ), std::string::npos );
 }
 
+TEST_F( HelperTest, AFloodEntryThatDoesNotExistIsNotRewritten )
+{
+   make( "hsdk" );
+   levelsAre( "2" );
+   helper().updateVlanFloodTcamEntryPbmp( 0, false );
+   helper().updateVlanFloodTcamEntryPbmp( 0, true );
+   levelsAre( "off" );
+   EXPECT_EQ( transcript().count( RecordKind::call ), 0u );
+   EXPECT_EQ( transcript().count( RecordKind::entry ), 0u );
+   EXPECT_THAT( texts( RecordKind::trace ),
+      testing::HasSubstr(
+         "1 updateVlanFloodTcamEntryPbmp: updateVlanFloodTcamEntryPbmp: there is no such entry" ) );
+}
+
 TEST_F( HelperTest, WithoutUnitsNothingIsProgrammedAndNothingCrashes )
 {
    make( "register", { 0 } );
