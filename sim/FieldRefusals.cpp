@@ -27,16 +27,8 @@ static U32 width( Qualifier role )
    }
 }
 
-static bool isPortSet( Qualifier role )
-{
-   return role == Qualifier::InPorts || role == Qualifier::InPortsClass ||
-          role == Qualifier::OutPortsClass || role == Qualifier::OutLoopback;
-}
-
 static bool fits( const FieldQualifier& qualifier )
 {
-   if( isPortSet( qualifier.role ) )
-      return true;
    const U32 bits = width( qualifier.role );
    const bool wide = bits < 64 && qualifier.data >> bits != 0;
    const bool outside =
@@ -50,7 +42,6 @@ static bool knownAt( FieldStage stage, Qualifier role )
    case Qualifier::Drop:
    case Qualifier::DstMcastGroup:
    case Qualifier::DstPort:
-   case Qualifier::OutPortsClass:
    case Qualifier::PacketRes:
       return stage == FieldStage::final;
    case Qualifier::InterfaceClassL3:

@@ -10,6 +10,7 @@ namespace Strata::Sim {
 
 /// None for a qualifier that the SDK takes; Param for data too wide or outside its mask, for a mask that takes
 /// everything, and for what is not known yet at that stage; Config for one that excludes another of the entry.
+/// Sets of ports come through the entry managers, which take them at every stage.
 SdkCode qualifierCode( FieldStage stage, const FieldRule& rule, const FieldQualifier& qualifier );
 
 /// None for an action that the SDK takes; Param for parameters that it does not take and for what does nothing

@@ -275,6 +275,18 @@ TEST_F( HelperTest, AnUnknownMacDropClaimIsTracedBeforeItIsQualified )
       std::string::npos );
 }
 
+TEST_F( HelperTest, AnUnknownMacDropPairIsReleasedFromTheLowerIdAndOnlyAClassHasOne )
+{
+   make( "hsdk", { 0 } );
+   helper().handleTcamEntryVlanFloodDrop( 3, true );
+   const U64 before = transcript().records().back().number;
+   helper().handleTcamEntryVlanFloodDrop( 3, false );
+   EXPECT_EQ( texts( RecordKind::entry, before ),
+      "main releaseEntry unit 0 id 1011\nmain releaseEntry unit 0 id 1012\n" );
+   EXPECT_THROW( helper().handleTcamEntryVlanFloodDrop( 8, true ), Died );
+   EXPECT_EQ( helper().tcamEntryVlanFloodDrop( 8 ), 0u );
+}
+
 TEST_F( HelperTest, UnitsUpTo255HaveTtlCheckEntries )
 {
    make( "fabric-vfi", { 255 } );
@@ -283,6 +295,24 @@ TEST_F( HelperTest, UnitsUpTo255HaveTtlCheckEntries )
    make( "fabric-vfi", { 256 } );
    EXPECT_THROW( helper().init( true, true ), Vormel::ValueError );
    EXPECT_EQ( transcript().count( RecordKind::call ), 0u );
+}
+
+TEST_F( HelperTest, L3IsInitializingFromTheFirstMulticastEntryToTheLastControl )
+{
+   make( "hsdk" );
+   std::vector<std::string> calls; // while it is
+   transcript().listenerIs( [ & ]( const Sim::Record& record ) {
+      if( record.kind != RecordKind::call )
+         return;
+      const Vormel::LockAnchor looking( Vormel::activityLock() );
+      if( helper().l3Initializing() )
+         calls.push_back( record.text );
+   } );
+   helper().init( true, true );
+   transcript().listenerIs( {} );
+   ASSERT_FALSE( calls.empty() );
+   EXPECT_THAT( calls.front(), testing::HasSubstr( "_qualify_DstMac(" ) );
+   EXPECT_THAT( calls.back(), testing::HasSubstr( "unit 1, control MplsTtlErrToCpu" ) );
 }
 
 TEST_F( HelperTest, OthersMayLookWhileTheSdkWorks )

@@ -5,6 +5,7 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <memory>
+#include <optional>
 #include <sstream>
 #include <utility>
 
@@ -111,17 +112,23 @@ TEST_F( ClockTest, ATimerThatOutlivesItsClockIsOff )
 
 TEST_F( ClockTest, TimersThatMoveAreDueAfterAsLongAsBefore )
 {
-   Alarm late( clock, note( "late" ) ), early( clock, note( "early" ) ),
-      off( clock, note( "off" ) );
+   std::optional<Alarm> gone( std::in_place, clock, note( "gone" ) );
+   Alarm off( clock, note( "off" ) ), late( clock, note( "late" ) ),
+      early( clock, note( "early" ) );
+   gone.reset(); // and another stands in its place
    late.nextTimeIs( 7 );
    early.nextTimeIs( 3 );
    clock.advanceTo( 2 );
+   Alarm overdue( clock, note( "overdue" ) );
+   overdue.nextTimeIs( 1 );
    ManualClock next;
    next.advanceTo( 50 );
    clock.timersMoveTo( next );
    EXPECT_EQ( clock.nextExpiry(), Timer::never );
    EXPECT_EQ( early.nextTime(), 51 );
    EXPECT_EQ( late.nextTime(), 55 );
+   EXPECT_EQ( overdue.nextTime(), 50 );
+   overdue.nextTimeIs( Timer::never );
    EXPECT_EQ( off.nextTime(), Timer::never );
    early.nextTimeIs( 55 );
    next.advanceTo( 60 );

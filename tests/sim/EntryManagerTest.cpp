@@ -153,7 +153,8 @@ TEST_F( EntryManagerTest, TheSdkRefusesWhatNoPacketCouldMeet )
    const U32 urpf = hardware.tcamManager( "urpf-single-wide" )->baseEntryId();
    hardware.tcamManager( "php-lsp-ping" )->getEntry( 0, lookup, "lookup", {} );
    hardware.tcamManager( "urpf-single-wide" )->getEntry( 0, urpf, "urpf", {} );
-   manager->getEntry( 0, base, "one", {} );
+   for( U32 i = 0; i < 2; ++i )
+      manager->getEntry( 0, base + i, "one", {} );
    const U32 exact = shim.exactMatchMask();
    const int ipv6 = shim.fieldIpType( FieldIpType::Ipv6 );
    struct Row
@@ -169,28 +170,53 @@ TEST_F( EntryManagerTest, TheSdkRefusesWhatNoPacketCouldMeet )
          SdkCode::None },
       { "a class too wide", call( &Shim::fieldQualifySrcClassField, 0, base, 0x1000, 0x1000 ),
          SdkCode::Param },
+      { "a group too wide", call( &Shim::fieldQualifyDstMcastGroup, 0, base, 0x10000, exact ),
+         SdkCode::Param },
       { "priority 16", call( &Shim::fieldQualifyIntPriority, 0, base, 16, exact ), SdkCode::Param },
       { "data outside", call( &Shim::fieldQualifyEtherType, 0, base, U16{ 0x0806 }, U16{ 0xFF } ),
          SdkCode::Param },
       { "no mask", call( &Shim::fieldQualifyTtl, 0, base, U8{ 0 }, U8{ 0 } ), SdkCode::Param },
       { "no mask at all", call( &Shim::fieldQualifyDstPort, 0, base, 0, 0, 0, 0 ), SdkCode::Param },
+      { "port outside", call( &Shim::fieldQualifyDstPort, 0, base, 99, 0xFF, 0xF5, 0xF2 ),
+         SdkCode::Param },
       { "any port", call( &Shim::fieldQualifyDstPort, 0, base, 250, 0xFF, 0, 0 ), SdkCode::None },
+      { "any module", call( &Shim::fieldQualifyDstPort, 0, base, 0, 0, 0xF2, 0xFF ),
+         SdkCode::None },
       { "any destination", call( &Shim::fieldQualifyDstPort, 0, base, 99, 0xFF, 0xF2, 0xFF ),
          SdkCode::None },
       { "IPv4 in IPv4", call( &Shim::fieldQualifyDstIp, 0, base, 0x7F000000, 0xFF000000 ),
          SdkCode::None },
+      { "IPv4 in any IPv4",
+         call( &Shim::fieldQualifyIpType, 0, base, shim.fieldIpType( FieldIpType::Ipv4Any ) ),
+         SdkCode::None },
       { "IPv4 in IPv6", call( &Shim::fieldQualifyIpType, 0, base, ipv6 ), SdkCode::Config },
+      { "IPv6", call( &Shim::fieldQualifyIpType, 0, base + 1, ipv6 ), SdkCode::None },
+      { "IPv6 with IPv4", call( &Shim::fieldQualifyDstIp, 0, base + 1, 0x7F000000, 0xFF000000 ),
+         SdkCode::Config },
       { "L3 class in the lookup", call( &Shim::fieldQualifyInterfaceClassL3, 0, lookup, 1, 1 ),
-         SdkCode::Param },
-      { "Drop in the lookup", call( &Shim::fieldQualifyDrop, 0, lookup, U8{ 0 }, U8{ 1 } ),
          SdkCode::Param },
       { "L3 class for uRPF", call( &Shim::fieldQualifyInterfaceClassL3, 0, urpf, 1, 1 ),
          SdkCode::None },
       { "destination for uRPF", call( &Shim::fieldQualifyDstPort, 0, urpf, 250, 0xFF, 0, 0 ),
          SdkCode::Param },
+      { "group for uRPF", call( &Shim::fieldQualifyDstMcastGroup, 0, urpf, 1, exact ),
+         SdkCode::Param },
+      { "result for uRPF",
+         call(
+            &Shim::fieldQualifyPacketRes, 0, urpf, shim.packetResult( PacketResult::L2UC ), exact ),
+         SdkCode::Param },
    };
    for( const auto& [ what, rc, expected ] : rows )
       EXPECT_EQ( rc, code( expected ) ) << what;
+   for( const auto bit : { &Shim::fieldQualifyDrop, &Shim::fieldQualifyL3Routable,
+           &Shim::fieldQualifyMyStationHit, &Shim::fieldQualifyTunnelTerminated } )
+      EXPECT_EQ( call( bit, 0, base, 2, 3 ), code( SdkCode::Param ) );
+   for( const auto bit :
+      { &Shim::fieldQualifyDrop, &Shim::fieldQualifyL3Routable, &Shim::fieldQualifyMyStationHit } )
+      EXPECT_EQ( call( bit, 0, lookup, 1, 1 ), code( SdkCode::Param ) );
+   for( const auto classes :
+      { &Shim::fieldQualifyInterfaceClassL2, &Shim::fieldQualifyInterfaceClassL3 } )
+      EXPECT_EQ( call( classes, 0, base, 0x1000, 0x1000 ), code( SdkCode::Param ) );
    EXPECT_THAT( breaches(), IsEmpty() );
 }
 
@@ -201,7 +227,7 @@ TEST_F( EntryManagerTest, TheSdkRefusesActionsThatDoNothingOrContradict )
    const U32 urpf = hardware.tcamManager( "urpf-single-wide" )->baseEntryId();
    hardware.tcamManager( "php-lsp-ping" )->getEntry( 0, lookup, "lookup", {} );
    hardware.tcamManager( "urpf-single-wide" )->getEntry( 0, urpf, "urpf", {} );
-   for( U32 i = 0; i < 3; ++i )
+   for( U32 i = 0; i < 4; ++i )
       manager->getEntry( 0, base + i, "one", {} );
    struct Row
    {
@@ -216,9 +242,12 @@ TEST_F( EntryManagerTest, TheSdkRefusesActionsThatDoNothingOrContradict )
       { base, Drop, 0, 1, SdkCode::Param },
       { base, CosQCpuNew, 47, 0, SdkCode::None },
       { base, CosQCpuNew, 48, 0, SdkCode::Param },
+      { base, CosQCpuNew, 1, 1, SdkCode::Param },
+      { base, RedirectMcast, 1, 1, SdkCode::Param },
       { base, RedirectMcast, 0, 0, SdkCode::Param },
       { base, RedirectMcast, 4096, 0, SdkCode::Param },
       { base, RedirectMcast, 4095, 0, SdkCode::None },
+      { base, RedirectMcast, 1, 0, SdkCode::None }, // takes the other's place
       { base, RedirectPort, 1, 5, SdkCode::Port },
       { base, RedirectPort, 2, 1, SdkCode::Port },
       { base, RedirectPort, 1, 4, SdkCode::Config }, // beside RedirectMcast
@@ -228,11 +257,16 @@ TEST_F( EntryManagerTest, TheSdkRefusesActionsThatDoNothingOrContradict )
       { base + 2, RedirectMcast, 1, 0, SdkCode::Config },
       { base + 2, CopyToCpu, 0, 0, SdkCode::None },
       { base + 2, CopyToCpuCancel, 0, 0, SdkCode::Config },
+      { base + 3, CopyToCpuCancel, 0, 0, SdkCode::None },
+      { base + 3, CopyToCpu, 0, 0, SdkCode::Config },
       { base + 2, DoNotCheckUrpf, 1, 0, SdkCode::Param },
       { urpf, DoNotCheckUrpf, 0, 0, SdkCode::Param },
+      { urpf, DoNotCheckUrpf, 1, 1, SdkCode::Param },
       { urpf, DoNotCheckUrpf, 1, 0, SdkCode::None },
       { urpf, Drop, 0, 0, SdkCode::Param },
       { lookup, RedirectMcast, 1, 0, SdkCode::Param },
+      { lookup, RedirectPort, 1, 4, SdkCode::Param },
+      { lookup, CopyToCpuCancel, 0, 0, SdkCode::Param },
       { lookup, Drop, 0, 0, SdkCode::None },
    };
    for( const auto& [ id, action, parameter0, parameter1, expected ] : rows )
@@ -240,7 +274,16 @@ TEST_F( EntryManagerTest, TheSdkRefusesActionsThatDoNothingOrContradict )
                     hardware.shim().fieldAction( action ), parameter0, parameter1 ),
          code( expected ) )
          << id << " " << roleName( action ) << " " << parameter0 << " " << parameter1;
-   EXPECT_THAT( breaches(), IsEmpty() );
+   // base redirects to a group, base + 2 drops.
+   const auto addPorts = [ & ]( U32 id, FieldAction action ) {
+      return call( &SdkShimInterface::fieldActionPortsAdd, 0, id,
+         hardware.shim().fieldAction( action ), *PortBitmap::parse( "1" ) );
+   };
+   EXPECT_EQ( addPorts( lookup, RedirectPbmp ), code( SdkCode::Param ) );
+   EXPECT_EQ( addPorts( lookup, EgressPortsAdd ), code( SdkCode::Param ) );
+   EXPECT_EQ( addPorts( base, RedirectPbmp ), code( SdkCode::Config ) );
+   EXPECT_EQ( addPorts( base + 2, RedirectPbmp ), code( SdkCode::Config ) );
+   breaches(); // the lock's own
 }
 
 class AclGroupTest : public SimTest
