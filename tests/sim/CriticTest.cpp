@@ -82,6 +82,16 @@ TEST_F( CriticTest, ActionsAreRewrittenUnderTheFieldLock )
    hardware.critic().ends();
    EXPECT_THAT(
       breaches(), ElementsAre( "bcm_field_lock: the unit's FP lock is still held at the end" ) );
+
+   // A unit whose FP lock is not available does without it, until it is.
+   hardware.faults().inject( { .call = "bcm_field_lock", .nth = 1, .code = SdkCode::Unavail } );
+   EXPECT_EQ( lockField( 0 ), code( SdkCode::Unavail ) );
+   call( &SdkShimInterface::fieldActionRemoveAll, 0, id );
+   EXPECT_THAT( breaches(), IsEmpty() );
+   EXPECT_EQ( lockField( 0 ), ok );
+   EXPECT_EQ( unlockField( 0 ), ok );
+   call( &SdkShimInterface::fieldActionRemoveAll, 0, id );
+   EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "made without the unit's FP lock" ) ) );
 }
 
 TEST_F( CriticTest, WhatIsWrittenBackWasReadRightBefore )

@@ -166,6 +166,8 @@ TEST( Scenario, OnAForeignProfileExpectationsAreNotJudged )
    EXPECT_THAT( outcome.out, HasSubstr( "Line 6 is passed over: " ) );
    EXPECT_THAT( outcome.out, HasSubstr( "reached" ) );
    EXPECT_THAT( outcome.out, HasSubstr( "0 expectations held, 2 not judged" ) );
+   EXPECT_THAT(
+      run( text, { "--profile", "register", "--json" } ).out, HasSubstr( "\"notJudged\":2" ) );
    EXPECT_EQ( run( text, { "--profile", "hsdk" } ).status, 2 ) << "its own profile";
    EXPECT_EQ( run( text, { "--profile", "none" } ).status, 2 );
 }

@@ -118,15 +118,19 @@ TEST( Shell, CapturesHoldWhatHasLeftAndPipesKeepNobodyWaiting )
    // What cannot be written is told by the line that sent it.
    rlimit before{};
    getrlimit( RLIMIT_FSIZE, &before );
-   rlimit small = before;
-   small.rlim_cur = 40;
-   const auto handler = std::signal( SIGXFSZ, SIG_IGN );
-   setrlimit( RLIMIT_FSIZE, &small );
-   const Outcome full = runLine(
-      { "shell", "--quiet" }, start + "capture Ethernet2 " + file +
-                                 "\npacket in Ethernet1 ipv4\npacket in Ethernet1 ipv4\n" );
-   setrlimit( RLIMIT_FSIZE, &before );
-   std::signal( SIGXFSZ, handler );
+   const auto withRoomFor = [ & ]( rlim_t bytes ) {
+      const rlimit small{ bytes, before.rlim_max };
+      const auto handler = std::signal( SIGXFSZ, SIG_IGN );
+      setrlimit( RLIMIT_FSIZE, &small );
+      Outcome outcome = runLine(
+         { "shell", "--quiet" }, start + "capture Ethernet2 " + file +
+                                    "\npacket in Ethernet1 ipv4\npacket in Ethernet1 ipv4\n" );
+      setrlimit( RLIMIT_FSIZE, &before );
+      std::signal( SIGXFSZ, handler );
+      return outcome;
+   };
+   EXPECT_THAT( withRoomFor( 10 ).err, HasSubstr( "shell:5:19: cannot write '" + file ) );
+   const Outcome full = withRoomFor( 40 );
    EXPECT_EQ( full.status, 2 );
    EXPECT_THAT( full.err, HasSubstr( "shell:6:1: the capture ends, for '" + file + "' cannot" ) );
    EXPECT_THAT( full.err, Not( HasSubstr( "shell:7" ) ) );
