@@ -286,6 +286,22 @@ TEST_F( EntryManagerTest, TheSdkRefusesActionsThatDoNothingOrContradict )
    breaches(); // the lock's own
 }
 
+class HiGigTest : public SimTest
+{
+ protected:
+   HiGigTest() : SimTest( "register" ) {}
+};
+
+TEST_F( HiGigTest, IsOneBitAndItsTrunksAreLeftBehindTheLookup )
+{
+   const Ref<SimTcamEntryManager> lookup = hardware.tcamManager( "php-lsp-ping" );
+   const U32 id = lookup->baseEntryId();
+   lookup->getEntry( 0, id, "one", {} );
+   EXPECT_EQ( call( &SdkShimInterface::fieldQualifyHiGig, 0, id, 2, 3 ), code( SdkCode::Param ) );
+   EXPECT_EQ( addAction( 0, id, FieldAction::HgTrunkCancel ), code( SdkCode::Param ) );
+   EXPECT_EQ( addAction( 0, id, FieldAction::HgTrunkCancelLag ), code( SdkCode::Param ) );
+}
+
 class AclGroupTest : public SimTest
 {
  protected:
