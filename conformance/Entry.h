@@ -19,7 +19,7 @@ struct Probe
 
 /// Those that the slice gives to entries of the range, the ones that every chip has first.
 std::vector<Probe> qualifiersOf( const ManagedRange& range );
-/// The same for actions, in sets that one entry can have: others contradict each other. Those with a port bitmap
+/// The same for actions, in sets that one entry can have, because others contradict each other. Those with a port bitmap
 /// need the FP lock and are not among them.
 std::vector<std::vector<Probe>> actionsOf( const ManagedRange& range );
 

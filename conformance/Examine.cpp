@@ -98,7 +98,7 @@ void examineAll( Examiner& examiner )
       answersTo( examiner, "questions about units", stableAnswers ) );
 }
 
-/// What could only be told by a hook that the port lacks says so.
+/// Reports the promises that need a hook which the port lacks.
 void nameMissingHooks( Examiner& examiner, const Report& report )
 {
    for( std::size_t i = 0; i < promiseNames.size(); ++i ) {

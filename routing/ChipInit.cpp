@@ -7,7 +7,7 @@ namespace Strata {
 
 namespace {
 
-/// Holds one of the helper's phases true for a scope, which an exception may end.
+/// Sets one of the helper's phase flags for a scope, also when an exception ends it.
 class Phase
 {
  public:

@@ -30,7 +30,7 @@ static void initializeTtlCheckTcam( const Ref<StrataBoundedTcamEntryManager>& ma
 
 static constexpr U32 highestTtlCheckUnit = 0xFF;
 
-/// Before anything is written: an error half-way would leave the switch half programmed.
+/// Checks before anything is written, because an error half-way would leave the switch half programmed.
 static void checkTtlCheckUnits( const UnitTable& units )
 {
    for( const auto& i : units )

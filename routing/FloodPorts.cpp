@@ -11,7 +11,7 @@
 
 namespace Strata {
 
-// What an interface without a logical port number is taken for.
+// Logical port assumed for an interface that has none.
 static constexpr U32 noLogicalPort = 1023;
 
 static bool isRouted( const Interface::EthIntfStatusDir* dir, IntfId intf )
@@ -43,8 +43,8 @@ void RoutingStatusHelper::updateVlanFloodIgnoreIntf( IntfId intf )
    if( intf.isPortChannel() ) {
       const bool routed = routedIntf( intf );
       bool handled = false;
-      // A copy, with who belonged by its own row: subscribers may change LAGs, and the event of a member that
-      // leaves judges it.
+      // A copy, with the LAG of each member's own row: subscribers may change LAGs, and a member that leaves is
+      // handled by its own event.
       std::vector<std::pair<IntfId, bool>> members;
       for( const IntfId member : shared().lagMembers( intf ) )
          members.emplace_back( member, shared().lagOfMember( member ) == intf );
@@ -103,7 +103,7 @@ void RoutingStatusHelper::unitRecordIs( const UnitRecord& record )
    for( const auto& routed : routedPortsAndRoutedLagMember() ) {
       if( !routed.value )
          continue;
-      // Where the port's row is away, its number is still known.
+      // The logical number is known even when the interface has no port.
       if( const StrataPort sp = shared().strataIntfToPort( routed.key ) )
          ports.remove( sp.logicalPort() );
       else if( const U32* const known = shared().intfToLogicalPort().find( routed.key ) )

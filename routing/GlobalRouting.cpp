@@ -18,7 +18,7 @@ static void checkSmallTables()
    checked = true;
 }
 
-// One function, for the error lines name it: case by case what the change of state asks for.
+// Kept in one function because error lines carry its signature.
 void RoutingStatusHelper::handleRouting( bool enable, bool enable6 )
 {
    VORMEL_TRACE( routingTrace, 2, "handleRouting, enable: " << enable << ", enable6: " << enable6 );

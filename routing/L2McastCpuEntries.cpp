@@ -1,5 +1,5 @@
 // Layer-2 multicast and the CPU: MAC table entries point some addresses to three reserved groups; these
-// entries give the groups their meaning. Without a group of all ports the groups' own members are flooded to; a
+// entries give the groups their meaning. Without a group of all ports, the chip floods to the groups' own members; a
 // redirect that an entry has from before is then taken out, which needs the FP lock.
 #include "messages/Traces.h"
 #include "routing/RoutingStatusHelper.h"

@@ -13,7 +13,7 @@ namespace Strata {
 
 namespace {
 
-/// Sets a flag for as long as it lives.
+/// Sets a flag during its lifetime.
 class Raised
 {
  public:
@@ -37,7 +37,8 @@ void RoutingStatusHelper::handleTcamEntryL2ToCpu()
    const Raised handled( trap_.written[ MacType::bridgeMac ].handled );
    if( routerMacAddr().isZero() )
       withdrawTrap( MacType::bridgeMac );
-   if( routerMacAddr().isZero() ) // still: who heard of the withdrawal may have set one
+   if( routerMacAddr()
+          .isZero() ) // re-checked: a subscriber may have set a MAC during the withdrawal
       return;
    if( tcamEntryTrapCpuForL2Only( MacType::bridgeMac ) != 0 &&
        tcamEntryRouterMac() == routerMacAddr() )
@@ -88,7 +89,7 @@ void RoutingStatusHelper::noteMacIs( MacType macType, const EthAddr& mac )
       trap_.fennicMac = mac;
 }
 
-// An operation that is called by name writes some entries of the kind, so the note holds only while all agree.
+// An operation called by name writes some entries of the kind, so the note is kept only while all have one MAC.
 void RoutingStatusHelper::noteWritten(
    MacType macType, EthAddr WrittenMacs::*entry, const EthAddr& mac )
 {

@@ -62,7 +62,7 @@ void RoutingStatusHelper::makeLbRecirc()
          i.key(), entryId, BCM_FIELD_PKT_RES_L2UNKNOWN, BCM_FIELD_EXACT_MATCH_MASK ) );
       CHECKED(
          bcm_field_qualify_InterfaceClassL2( i.key(), entryId, 0, StrataCommon::classVxlanVlan_ ) );
-      // Without a group the chip floods by itself; a redirect from before would lose the packet.
+      // Without a group the chip floods by itself; an earlier redirect would lose the packet.
       if( allPortsL2Mc() == 0 && tcamEntryLbRecirc() != 0 ) {
          CHECKED( FP_LOCK_INTERNAL_CHK(
             i.key(), setOneAction( i.key(), entryId, bcmFieldActionDoNotLearn ) ) );

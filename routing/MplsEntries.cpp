@@ -14,7 +14,7 @@ void RoutingStatusHelper::handleTcamEntryMplsTrafficDrop( bool create )
       return;
    if( !create ) {
       tcamEntryMplsPktIs( deleteEntry( tcamManager(), shared().units(), tcamEntryMplsPkt() ) );
-      tcamEntryMplsActionDropIs( tcamEntryMplsPkt() != 0 && !mplsRoutingEnabled() ); // made again?
+      tcamEntryMplsActionDropIs( tcamEntryMplsPkt() != 0 && !mplsRoutingEnabled() ); // re-checked
       return;
    }
    const bool drop = !mplsRoutingEnabled();
@@ -28,7 +28,8 @@ void RoutingStatusHelper::handleTcamEntryMplsTrafficDrop( bool create )
    }
    tcamEntryMplsPktIs( mpls.recordable() );
    mpls.traceAllocated( __func__, "Allocated mpls traffic drop tcam entry (ID:" );
-   tcamEntryMplsActionDropIs( !mplsRoutingEnabled() ); // who heard of the entry may have changed it
+   tcamEntryMplsActionDropIs(
+      !mplsRoutingEnabled() ); // a subscriber to the entry may have changed it
 }
 
 void RoutingStatusHelper::handleMplsRouting( bool enable )
@@ -37,7 +38,7 @@ void RoutingStatusHelper::handleMplsRouting( bool enable )
    if( enable == mplsRoutingEnabled() )
       return;
    mplsRoutingEnabledIs( enable );
-   enable = mplsRoutingEnabled(); // who heard of it may have changed it again
+   enable = mplsRoutingEnabled(); // re-read: a subscriber may have changed it
    if( tcamEntryMplsPkt() != 0 && hasManager( tcamManager(), "handleMplsRouting" ) ) {
       const U32 entryId = tcamEntryMplsPkt();
       for( const auto& i : shared().units() ) {

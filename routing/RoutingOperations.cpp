@@ -3,7 +3,7 @@
 
 namespace Strata {
 
-// The row stringifies the function's own name, so that no name can lead to another function.
+// The row stringifies the function's own name, so that a name cannot lead to another function.
 #define OPERATION( function, summary, ... ) \
    all.push_back( Vormel::operation<RoutingStatusHelper, &RoutingStatusHelper::function>( \
       #function, { __VA_ARGS__ }, summary ) );

@@ -178,9 +178,9 @@ class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
 
    // Entries of a router MAC (L2OnlyTrap.cpp, VxlanEntries.cpp, ArpEntries.cpp)
 
-   /// What is addressed to routerMacAddr and not routed goes to the CPU; nothing while all its entries have that
-   /// MAC in hardware (tcamEntryRouterMac), everything is withdrawn for a zero MAC. The operations below, called by
-   /// themselves, leave tcamEntryRouterMac zero unless all entries then have one MAC. Publishes tcamEntryRouterMac.
+   /// Packets to routerMacAddr that are not routed go to the CPU. Does nothing while all entries have that MAC in
+   /// hardware (tcamEntryRouterMac), and withdraws all entries for a zero MAC. After one of the operations below is
+   /// called by name, tcamEntryRouterMac is zero unless all entries have one MAC. Publishes tcamEntryRouterMac.
    void handleTcamEntryL2ToCpu();
    /// The same for virtualRouterMacAddr.
    void handleTcamEntryL2FennicToCpu();
@@ -334,7 +334,7 @@ class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
    {
       // The MAC that each entry of a router MAC kind was last written with; zero when the entry is gone.
       EthAddr l3Vxlan, l2Vxlan, trap, arpReply, arpRequest;
-      // handleTcamEntryL2ToCpu or handleTcamEntryL2FennicToCpu is running and sets the note itself.
+      // True while handleTcamEntryL2ToCpu or handleTcamEntryL2FennicToCpu runs, which set the note themselves.
       bool handled = false;
    };
    struct Trap

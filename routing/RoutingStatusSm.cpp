@@ -65,8 +65,8 @@ void RoutingStatusSm::start()
    handleInitialized();
 }
 
-// Interfaces and traffic classes that came or went before the reactor was subscribed: those who hear what it publishes
-// while it is made may bring them.
+// Takes up the interfaces and traffic classes that came or went before the reactor was subscribed: a subscriber to
+// what is published during its construction may add or remove some.
 void RoutingStatusSm::catchUp( const std::vector<U32>& pairsBefore )
 {
    if( ethIntfStatusDir_ ) {
@@ -153,7 +153,7 @@ Ref<UnknownMacDropLoggingSm> RoutingStatusSm::unknownMacDropLoggingSmIs(
    const Ref<UnknownMacDropLoggingSm> old =
       unknownMacDropLoggingSmDel(); // arguments may live in it
    const Ref<UnknownMacDropLoggingSm> made = unknownMacDropLoggingSmFactory( miscConfig, helper );
-   unknownMacDropLoggingSmDel(); // who heard of its counters may have asked for one, too
+   unknownMacDropLoggingSmDel(); // a subscriber to its counters may have made another
    unknownMacDropLoggingSm_ = made;
    return made;
 }

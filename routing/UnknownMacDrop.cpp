@@ -125,7 +125,7 @@ void RoutingStatusHelper::updateUnknownMacDropCounters( U16 tc )
                                                                         << sum );
    if( old < sum )
       logMessage( UNKNOWN_UCAST_PACKET_RECEIVED, tc );
-   // Who reads the message may have withdrawn the class.
+   // The sink of the log message may have withdrawn the class.
    if( tcamEntryVlanFloodDrop( tc ) == id )
       unknownMacCountersPerTcIs( tc, sum );
 }

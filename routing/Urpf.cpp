@@ -22,7 +22,7 @@ Ref<StrataBoundedTcamEntryManager> RoutingStatusHelper::getUrpfTcamEntryManager(
       doubleWide ? TcamGroup::urpfDoubleWide : TcamGroup::urpfSingleWide );
 }
 
-// The width may have changed since the entry was made, so the recorded id says whose it is.
+// The width may have changed since the entry was made, so the recorded id tells which manager it belongs to.
 static void releaseUrpfEntry( U32 id, U32 offset, const Ref<StrataBoundedTcamEntryManager>& present,
    const Ref<StrataTcamGroupManager>& groups )
 {
@@ -88,7 +88,7 @@ bool RoutingStatusHelper::handleTcamEntryUrpf( bool enable, bool ipv4 )
 bool RoutingStatusHelper::doUrpfHwInitStage1( bool enable )
 {
    VORMEL_TRACE( routingTrace, 7, "doUrpfHwInitStage1, enable: " << enable );
-   // IPv6 as IPv4 is by then: who heard of that may have asked for the opposite.
+   // IPv6 follows the current state of IPv4: a subscriber may have requested the opposite.
    return handleTcamEntryUrpf( enable, true ) &&
           handleTcamEntryUrpf( strataUrpfCommonData()->tcamEntryUrpf4() != 0, false );
 }

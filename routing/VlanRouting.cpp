@@ -54,7 +54,7 @@ static bool existsOn( const UnitTable::Iterator& i, U32 vlanId )
    return SdkShim->vlanExists( i.key(), static_cast<U16>( vlanId ) );
 }
 
-// One that exists on no unit is forgotten: made anew, it has nothing of what was programmed before.
+// A VLAN that exists on no unit is forgotten: when it is made again, nothing of it is programmed.
 bool RoutingStatusHelper::vlanIsThere( U32 vlanId )
 {
    for( const auto& i : shared().units() )

@@ -1,4 +1,4 @@
-// Who put what a chip holds there: the command of whoever drives the switch, and where the transcript has it.
+// The origin of a piece of chip state: the command that wrote it, and its place in the transcript.
 #pragma once
 
 #include "platform/runtime/Types.h"
@@ -10,7 +10,7 @@ namespace Strata::Sim {
 
 struct Cause
 {
-   std::string text; // "call init true true"; empty for nobody
+   std::string text; // "call init true true"; empty without a command
    U64 since = 0;    // the transcript's last record before that
    U64 record = 0;   // of the call
 

@@ -79,8 +79,8 @@ const Cause* Chip::cause( const ChipPlace& place ) const
 void Chip::trapsTtlExceptionsIs( bool traps )
 {
    if( traps != trapsTtlExceptions_ && control( SwitchControl::L3EgressMode ) != 0 )
-      throw Vormel::ValueError( "unit " + std::to_string( unit_ ) +
-                                " has said already who traps TTL exceptions: routing is on" );
+      throw Vormel::ValueError( "traps-ttl-exceptions of unit " + std::to_string( unit_ ) +
+                                " cannot change once routing is on" );
    trapsTtlExceptions_ = traps;
 }
 

@@ -104,9 +104,9 @@ class Chip
    SdkCode ipOptionsProfileDestroy( int profile );
    const std::map<int, IpOptionAction>& ipOptionsProfiles() const { return ipOptionsProfiles_; }
 
-   // Who wrote what.
+   // The origins of chip state.
    void causeIs( const ChipPlace& place, Cause cause ) { causes_[ place ] = std::move( cause ); }
-   /// Null when nobody has written it since the chip was made.
+   /// Null when it has not been written since the chip was made.
    const Cause* cause( const ChipPlace& place ) const;
 
    // The Field Processor.

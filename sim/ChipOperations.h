@@ -38,7 +38,7 @@ class ChipOperations
    using RegisterAccess = std::function<void( Chip&, Register )>;
    SdkCode accessRegister( SdkOperation operation, U32 unit, int reg, int port, int index,
       std::span<const Register> allowed, const RegisterAccess& access );
-   /// What a call that came to this has written there has its cause.
+   /// Records the cause of what a call with this result has written there.
    SdkCode written( U32 unit, const ChipPlace& place, SdkCode code );
    SdkCode writeRegister( U32 unit, Register reg, U64 value );
    bool isMyStation( SdkOperation operation, U32 unit, int memory, int block );

@@ -62,7 +62,7 @@ void Critic::errorHookRan()
 void Critic::operationBegins( SdkOperation operation, U32 unit, S64 target )
 {
    const std::string_view call = roleName( operation );
-   // What an exception of the assertion leaves behind: an FP lock that is held is still dropped.
+   // An exception of the assertion hook leaves the FP lock held, so dropping it is still allowed.
    if( operation != SdkOperation::fieldUnlock )
       checkAlive( call, unit );
    if( Vormel::activityLock().heldByThisThread() )
@@ -154,7 +154,7 @@ void Critic::ends()
    if( dead_ )
       return;
    for( auto& [ unit, chip ] : chips_ )
-      if( std::exchange( chip.fieldLocked, false ) ) // is told once
+      if( std::exchange( chip.fieldLocked, false ) ) // reported once
          breach( "the unit's FP lock is still held at the end", roleName( SdkOperation::fieldLock ),
             unit );
 }

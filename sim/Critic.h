@@ -50,7 +50,7 @@ class Critic
    void errorHookRan();
    /// An SDK operation begins. `target` is what it is about on the unit: an entry, register, VLAN or port.
    void operationBegins( SdkOperation operation, U32 unit, S64 target );
-   /// It has answered. A unit that has no FP lock does without it.
+   /// The operation has returned. A unit without an FP lock is exempt from its rules.
    void operationEnds( SdkOperation operation, U32 unit, SdkCode code );
    /// An action is added behind fieldActionRemoveAll, which packets must not meet half-way.
    void actionsRewritten( SdkOperation operation, U32 unit );

@@ -34,7 +34,7 @@ struct FieldEntry
    std::optional<bool> switchedTo; // by enableEntry, which made it so last
    Cause switchCause;
 
-   /// Who enabled or disabled it, where the installation did not leave it so.
+   /// The cause of enabling or disabling it, when that differs from the installation's.
    const Cause* enableCause() const { return switchedTo == enabled ? &switchCause : nullptr; }
 
    bool installed() const { return hardware.has_value(); }

@@ -53,7 +53,7 @@ static bool knownAt( FieldStage stage, Qualifier role )
    }
 }
 
-/// No packet has both.
+/// Whether no packet can match both.
 static bool excludes( const FieldQualifier& ipType, const FieldQualifier& other )
 {
    return ipType.role == Qualifier::IpType && other.role == Qualifier::DstIp &&
@@ -102,7 +102,7 @@ static bool takesParameters( const ChipProfile& chip, const FieldActionData& act
       return action.parameter0 < chip.cpuQueues && action.parameter1 == 0;
    case FieldAction::DoNotCheckUrpf:
       return action.parameter0 == 1 && action.parameter1 == 0;
-   case FieldAction::RedirectMcast: // group 0 is none
+   case FieldAction::RedirectMcast: // group 0 does not exist
       return action.parameter0 > 0 && action.parameter0 < chip.l2McastGroups &&
              action.parameter1 == 0;
    case FieldAction::RedirectPort:

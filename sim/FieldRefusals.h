@@ -1,5 +1,5 @@
-// What the SDK refuses of an entry's qualifiers and actions, by the chip, by the stage at which the entry's
-// group is looked up, and by what the entry says already.
+// The qualifiers and actions that the SDK refuses, which depend on the chip, on the stage at which the entry's
+// group is looked up, and on the entry's other qualifiers and actions.
 #pragma once
 
 #include "sim/ChipProfile.h"

@@ -49,7 +49,7 @@ void SimSwitch::addInterface( IntfId intf, U32 unit, int port, std::optional<For
    const U32 logical = logicalPort.value_or( *chip( unit ).logicalPort( port ) );
    scsd_->intfToLogicalPortIs( intf, logical );
    scsd_->strataIntfToPortIs( intf, StrataPort( unit, port, logical ) );
-   // Last, for a port that appears is flooded to, whatever its model was before.
+   // The model is set last, because a port that appears is flooded to whatever its model is.
    if( model )
       status->forwardingModelIs( *model );
 }
@@ -68,7 +68,7 @@ void SimSwitch::removeInterface( IntfId intf )
       throw ValueError( "there is no interface " + intf.toString() );
    if( const IntfId lag = scsd_->lagOfMember( intf ); !lag.empty() )
       takeOutOfLag( lag, intf );
-   // First, for what follows a change of the model needs the port.
+   // The model is set first, because handling its change needs the port.
    if( status->forwardingModel() == ForwardingModel::routed )
       status->forwardingModelIs( ForwardingModel::bridged );
    scsd_->strataIntfToPortDel( intf );
@@ -99,7 +99,7 @@ void SimSwitch::checkLag( IntfId lag, const std::vector<IntfId>& members ) const
             "there is no %s; put it on a port first, as in 'interface %s unit 0 port 1'",
             member.toString(), member.toString() ) );
       else if( std::ranges::count( members, member ) > 1 )
-         throw ValueError( member.toString() + " stands there twice" );
+         throw ValueError( member.toString() + " is listed twice" );
 }
 
 void SimSwitch::lagIs( IntfId lag, const std::vector<IntfId>& members )

@@ -12,7 +12,7 @@
 
 namespace Strata::Sim {
 
-/// What an operation is about on its unit: its first argument, where that is a number.
+/// The target of an operation on its unit: its first argument, where that is a number.
 template<class First, class... Rest>
 static S64 targetOf( const First& first, const Rest&... )
 {

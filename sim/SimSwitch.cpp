@@ -95,7 +95,7 @@ static std::vector<U32> checkedUnits( std::vector<U32> units )
 static std::vector<U32> firstLogicalPorts(
    const ChipProfile& profile, std::size_t units, U32 portsPerUnit )
 {
-   constexpr U32 noLogicalPort = PortBitmap::size - 1; // what an interface without one is taken for
+   constexpr U32 noLogicalPort = PortBitmap::size - 1; // assumed for an interface that has none
    std::vector<U32> firsts;
    U32 next = 1;
    for( std::size_t i = 0; i < units; ++i ) {

@@ -60,14 +60,14 @@ class SimSwitch
    U64 seed() const { return seed_; }
 
    Transcript& transcript() { return transcript_; }
-   /// What happens from now on happens because of this; what is written remembers it.
+   /// Sets the cause of what happens from now on; written state keeps it.
    void causeIs( std::string cause )
    {
       cause_ = { std::move( cause ), transcript_.lastNumber(), 0 };
    }
-   /// What happens now has changed this behind the slice's back.
+   /// Records the current command as the cause of state that it changes without the slice.
    void pokes( U32 unit, const ChipPlace& place ) { chip( unit ).causeIs( place, cause_ ); }
-   /// Whether whoever drives the switch writes the object; the slice reports by the others.
+   /// Whether the object is an input of the slice; the slice reports by the others.
    static bool isInput( std::string_view objectName );
    Critic& critic() { return critic_; }
    Faults& faults() { return faults_; }

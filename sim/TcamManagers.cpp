@@ -93,7 +93,7 @@ U32 SimTcamEntryManager::getEntry(
    write( call, unit, entryId, details,
       " -> " + std::to_string( result.id ) + ( struck ? " (injected)" : "" ),
       { { "result", result.id }, { "injected", struck } } );
-   if( result.id == 0 ) // the slice does not look at the answer
+   if( result.id == 0 ) // the slice does not check the answer
       hardware_.transcript.add( RecordKind::claim,
          name_ + ": " + RefusedClaim{ name, entryId, unit }.text(),
          { { "manager", name_ }, { "name", name }, { "id", entryId }, { "unit", unit } } );
@@ -106,11 +106,10 @@ U32 SimTcamEntryManager::getEntry(
 static std::string foreignPorts( const PortBitmap& ports, const Chip& chip )
 {
    const PortBitmap foreign = ports - chip.ports();
-   return foreign.empty() ? std::string()
-                          : "ports " + foreign.toString() + " are none of the unit's";
+   return foreign.empty() ? std::string() : "ports " + foreign.toString() + " are not the unit's";
 }
 
-/// What is wrong with the claim although the chip takes it.
+/// Faults of a claim that the chip accepts.
 static std::vector<std::string> faultsOf( const FieldEntry& entry, const Chip& chip )
 {
    std::vector<std::string> faults;
@@ -121,7 +120,7 @@ static std::vector<std::string> faultsOf( const FieldEntry& entry, const Chip& c
          "the chip refused a qualifier of the entry, so it would match too much" );
    else if( entry.claim.qualifiers.empty() && !entry.qualifierUnavailable )
       faults.emplace_back( "the entry has no qualifier, so it would match every packet" );
-   // Whoever asks where a packet is to go floods, and the switch's flood set holds the ports of all units.
+   // An entry that qualifies on the destination port floods, and the switch's flood set has ports of all units.
    const bool floods =
       entry.qualifierUnavailable || std::ranges::find( entry.claim.qualifiers, Qualifier::DstPort,
                                        &FieldQualifier::role ) != entry.claim.qualifiers.end();
@@ -188,7 +187,7 @@ int SimTcamEntryManager::enableEntry( U32 unit, U32 entryId, bool enable, int mo
       const SdkCode code = at.enable( entryId, enable );
       if( FieldEntry* const entry = at.find( entryId );
           code == SdkCode::None && entry->switchedTo != enable ) {
-         // What is said again after an installation has its first cause.
+         // Setting the same state again after an installation keeps its first cause.
          entry->switchedTo = enable;
          entry->switchCause = hardware_.causeOfCall();
       }

@@ -58,7 +58,7 @@ void Agent::startReactors( const std::set<std::string_view>& without )
       unless( "sourceIpLookup", hardware_.sourceIpLookup() ),
       unless( "hwStatus", hardware_.hwStatus() ),
       unless( "nexthops", hardware_.nexthopStatusDir() ) );
-   // The agent's to call, for what is there already: the reactors hear changes.
+   // Handlers for what exists already, which the agent calls: the reactors are notified of changes only.
    reactor_->handleStrataIntfToPort();
    reactor_->handleL2TrafficRoutingStatus();
    arpRedirect_ = l3PeerMacArpRedirectSmFactory(

@@ -12,7 +12,7 @@ namespace Strata::Tool {
 enum class ExitStatus : int
 {
    held = 0,   // everything that was expected
-   failed = 1, // at least one expectation; on a foreign profile, a convention was broken
+   failed = 1, // at least one expectation failed; on a foreign profile, a convention was broken
    error = 2,  // in the scenario, or in how the command was called
    died = 3,   // the agent, unexpectedly
 };

@@ -83,7 +83,7 @@ class Session
    void broken( const std::string& what );
    /// On a foreign profile: the line was meant for another chip.
    void passedOver( const Line& line, const std::string& why );
-   /// Nothing more comes for this switch: what the critic has to say about that.
+   /// The switch is finished: the critic checks what is left undone.
    void end();
 
    /// The line that runs, for whoever must report from the middle of it; null when none does.

@@ -180,7 +180,7 @@ bool Words::acceptOnce( std::string_view keyword, Taken& taken )
    if( first ? !accept( keyword ) : !peek() || peek()->quoted || peek()->text != keyword )
       return false;
    if( !first )
-      failAt( *peek(), "'" + std::string( keyword ) + "' stands there twice" );
+      failAt( *peek(), "'" + std::string( keyword ) + "' is given twice" );
    taken.emplace( keyword );
    return true;
 }

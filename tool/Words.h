@@ -119,7 +119,7 @@ class Words
    /// About the word taken last.
    [[noreturn]] void fail( const std::string& problem ) const;
    [[noreturn]] void failAt( const Word& word, const std::string& problem ) const;
-   /// What goes wrong in `work` is about this word.
+   /// An error in `work` is reported at this word.
    template<class Work>
    decltype( auto ) blaming( const Word& word, Work work ) const
    {

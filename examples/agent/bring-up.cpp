@@ -71,7 +71,7 @@ int main()
    helper->routerMacIndexIs( 1 );
    helper->handleRouting( true, true );
 
-   // 6. Events: whatever changes an input drives the slice.
+   // 6. Events: every change of an input drives the slice.
    addInterface( IntfId::ethernet( 4 ), 4 );
    interfaces->intfStatus( IntfId::ethernet( 2 ) )
       ->forwardingModelIs( Interface::ForwardingModel::routed );

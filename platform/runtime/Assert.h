@@ -28,7 +28,7 @@ VORMEL_EXPORT AssertionHook assertionHookIs( AssertionHook hook );
 using FatalSink = std::function<void( std::string_view line )>;
 
 /// Sets the sink and returns the one before; empty means none. Standard error gets the lines in any case, and before
-/// the sink. What a sink throws is told there. Safe from any thread; a sink guards itself.
+/// the sink. An exception of the sink is reported there. Safe from any thread; a sink guards its own state.
 VORMEL_EXPORT FatalSink fatalSinkIs( FatalSink sink );
 
 /// Hands a line, without a newline, to standard error and to the sink.

@@ -1,5 +1,5 @@
-// What every header here rests on: the language it needs, what the library shows, and the settings in which those who
-// include it must agree with the library.
+// The base of every header: the language that it needs, the marks of exported names, and the settings in which
+// including code must agree with the library.
 #pragma once
 
 // The missing file stops the compiler, so that the sentence is not lost among the errors that would follow.
@@ -16,7 +16,7 @@
 
 // The library is built with hidden visibility; what an agent may use is marked.
 #define VORMEL_EXPORT __attribute__( ( visibility( "default" ) ) )
-/// For a member of an exported class that no code outside the library calls.
+/// For a member of an exported class that is called from within the library only.
 #define VORMEL_HIDDEN __attribute__( ( visibility( "hidden" ) ) )
 
 #ifndef VORMEL_ATOMIC_REFS

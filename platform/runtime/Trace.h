@@ -78,7 +78,7 @@ VORMEL_EXPORT TraceSink traceSinkIs( TraceSink sink );
 /// opened.
 VORMEL_EXPORT TraceSink traceToFile( const std::string& file );
 
-/// Hands a record to the sink, whether or not the level is enabled. What a sink throws goes to standard error.
+/// Hands a record to the sink, whether or not the level is enabled. An exception of the sink goes to standard error.
 VORMEL_EXPORT void traceRecord( const TraceHandle& handle, U32 level, std::string_view function,
    std::string_view text ) noexcept;
 

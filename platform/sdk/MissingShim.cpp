@@ -1,4 +1,4 @@
-// What stands for the shim while none is set.
+// The shim in use while none is set: its every function is an assertion.
 #include "platform/runtime/Assert.h"
 #include "platform/sdk/SdkShimInterface.h"
 

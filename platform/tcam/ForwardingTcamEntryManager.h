@@ -1,5 +1,5 @@
-// An entry manager that hands everything on to another one: the base for those that only want to see or change some of
-// what passes.
+// An entry manager that hands every call on to another one: the base for managers that observe or change some of the
+// calls.
 #pragma once
 
 #include "platform/tcam/TcamEntryManager.h"

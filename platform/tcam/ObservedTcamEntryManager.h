@@ -1,6 +1,6 @@
-// Tells the claims that an entry manager refuses. The slice does not look at the answer to a claim, so a refused one
-// shows itself later, as a call on an entry that does not exist. An agent that wants to know hands the slice this
-// manager in front of its own.
+// Reports the claims that an entry manager refuses. The slice does not check the answer to a claim, so a refused claim
+// shows later, as a call on an entry that does not exist. To see it at once, an agent hands the slice this manager in
+// front of its own.
 #pragma once
 
 #include "platform/tcam/ForwardingTcamEntryManager.h"

@@ -36,7 +36,7 @@ class VORMEL_EXPORT EthAddr
    constexpr void byteIs( U32 index, U8 value ) { bytes_[ checked( index ) ] = value; }
    constexpr const std::array<U8, size>& bytes() const { return bytes_; }
 
-   /// The inverse of toNumber(): 0x0200a1000001 is 02:00:a1:00:00:01. The upper 16 bits are not looked at.
+   /// The inverse of toNumber(): 0x0200a1000001 is 02:00:a1:00:00:01. The upper 16 bits are ignored.
    static constexpr EthAddr fromNumber( U64 number )
    {
       EthAddr addr;

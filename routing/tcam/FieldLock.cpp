@@ -12,7 +12,7 @@ FieldUnlockGuard::~FieldUnlockGuard()
    try {
       drop();
    } catch( ... ) {
-      // The exception that is under way tells what went wrong.
+      // The exception in flight is the one to report.
    }
 }
 

@@ -13,7 +13,7 @@
 
 namespace Strata {
 
-/// Drops a unit's FP lock at the end of a scope, which an exception may end.
+/// Drops a unit's FP lock at the end of a scope, also when an exception ends it.
 class FieldUnlockGuard
 {
  public:
@@ -22,7 +22,7 @@ class FieldUnlockGuard
    FieldUnlockGuard& operator=( const FieldUnlockGuard& ) = delete;
    ~FieldUnlockGuard();
 
-   /// Drops it now, whatever comes of it; the SDK's code.
+   /// Drops the lock now; returns the SDK's code. The destructor does not drop it again.
    int drop() { return std::exchange( shim_, nullptr )->fieldUnlock( unit_ ); }
 
  private:

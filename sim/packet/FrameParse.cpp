@@ -1,5 +1,5 @@
 // What a chip's parser sees, byte by byte: it looks as far as a frame makes sense, keeps what it saw, and
-// bends to no lie about lengths. A library's parser takes a packet as a whole or not at all. Lengths are
+// does not trust lengths. A library's parser takes a packet as a whole or not at all. Lengths are
 // judged by the frame's length on the wire; a capture may hold fewer bytes, and then it looks as far as these.
 #include "platform/runtime/Errors.h"
 #include "platform/runtime/Format.h"
@@ -124,7 +124,7 @@ class Parser
    {
       return offset + size <= bytes_.size();
    }
-   /// To be asked before bytes are read: the frame may have them where the capture has not.
+   /// Checked before bytes are read: the frame may have bytes that the capture lacks.
    void hold( std::size_t offset, std::size_t size ) const
    {
       if( !holds( offset, size ) )
@@ -236,7 +236,7 @@ class Parser
       return protocol == 0 || protocol == 43 || protocol == ipProtocolFragment || protocol == 60;
    }
 
-   /// `whole`: neither a fragment, which announces more than is there, nor a lie.
+   /// `whole`: not a fragment, and no length beyond the frame's end.
    void transport( std::size_t offset, bool whole )
    {
       const bool udp = headers_.ip->protocol == ipProtocolUdp;
@@ -270,7 +270,7 @@ class Parser
          offset + vxlanHeader, end_ };
    }
 
-   /// Whatever is behind the last one; should it be IP, its first four bits say so.
+   /// The payload behind the last label has no type; its first four bits tell whether it may be IP.
    void mpls()
    {
       std::size_t offset = headers_.l3Offset;

@@ -26,7 +26,7 @@ class FieldLookups
    std::map<const FieldGroup*, std::unique_ptr<FieldLookup>> known_;
 };
 
-/// Where the chips have it: whatever logical number the agent has given it.
+/// The port by the chips' own numbers, regardless of the logical number that the agent gave it.
 PortRef portRef( const Chips& chips, const StrataPort& port );
 /// The ports of those that have one, in their order.
 std::vector<PortRef> portsOf(

@@ -123,7 +123,7 @@ class Pass
    void noteUnreached();
 
    int sdkArrivalPort() const { return static_cast<int>( chip_.sdkPort( arrival_.port.port ) ); }
-   // Looking at the chip's state. An explanation tells what was looked at, and who wrote it.
+   // Reading the chip's state. An explanation tells what was read, and which command wrote it.
    int control( SwitchControl which ) const;
    int portControl( PortControl which ) const;
    U64 registerValue( Register which ) const;
@@ -136,7 +136,7 @@ class Pass
    bool fromCpu() const { return !arrival_.higig && view_.isCpuPort( arrival_.port ); }
    U16 egressVlan() const { return nextHop_ ? nextHop_->vlanId : domain_; }
 
-   /// The first one stands. `kind` is the reason without addresses and the like, where it has such.
+   /// The first reason is kept. `kind` is the reason without addresses and the like, where it has such.
    void drop( const std::string& reason, const std::string& kind = {} );
    void askCpu( const std::string& reason, bool byLookup = true )
    {

@@ -95,7 +95,7 @@ bool Pass::switchLabels()
       if( !switchLabel() )
          return false;
    if( !headers().ip )
-      drop( "what is behind the label is no whole IP packet" );
+      drop( "what is behind the label is not a whole IP packet" );
    return drop_.empty();
 }
 

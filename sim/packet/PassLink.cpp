@@ -42,8 +42,9 @@ bool Pass::link()
    if( !chip_.activePorts().contains( arrival_.port.port ) )
       drop( view_.portName( arrival_.port ) + " is down", "the port is down" );
    else if( !vlan->members.contains( arrival_.port.port ) )
-      drop( format( "%s is no member of VLAN %d", view_.portName( arrival_.port ), U32{ vlanId_ } ),
-         "the port is no member of the VLAN" );
+      drop(
+         format( "%s is not a member of VLAN %d", view_.portName( arrival_.port ), U32{ vlanId_ } ),
+         "the port is not a member of the VLAN" );
    if( !drop_.empty() )
       return false;
    stp_ = tables().stpState( arrival_.port, vlanId_ );

@@ -1,4 +1,4 @@
-// Routing: who is routed, the exceptions, routes and policy, next hops, multicast.
+// Routing: which packets are routed, the exceptions, routes and policy, next hops, multicast.
 #include "platform/runtime/Format.h"
 #include "platform/state/StrataCommon.h"
 #include "sim/RegisterLayout.h"
@@ -9,7 +9,7 @@ namespace Strata::Sim {
 
 using Vormel::format;
 
-/// What was to be routed to a next hop is dropped. Multicast is bridged all the same.
+/// Drops a packet that was to be routed to a next hop. Multicast is still bridged.
 void Pass::notRouted( const std::string& reason, const std::string& kind )
 {
    if( routable_ )
@@ -276,7 +276,7 @@ void Pass::checkHop()
       askCpu( "leaves by the VLAN it came in on (IcmpRedirectToCpu)" );
 }
 
-/// No router takes them off their link.
+/// Addresses that a router does not forward off their link.
 bool Pass::linkLocal()
 {
    const IpHeader& ip = *headers().ip;

@@ -96,7 +96,7 @@ packet in Ethernet5 smac 02:00:00:00:00:05 dmac ff:ff:ff:ff:ff:ff arp request)" 
    // By the SDK's numbers, whatever logical ones they have, and by an agent's wrong number as well.
    run( "no interface Ethernet7\ninterface Ethernet9 unit 1 port 3 logical 1\nunit 1 port 2 down" );
    EXPECT_EQ( explain( "in port 3 unit 1 vlan 10 arp request" ).drop(),
-      "Ethernet9 is no member of VLAN 10" );
+      "Ethernet9 is not a member of VLAN 10" );
    EXPECT_EQ( outcome( explain( "in Ethernet1 dmac 02:00:00:00:00:06 ipv4" ) ), "E5" );
 }
 

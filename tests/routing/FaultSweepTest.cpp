@@ -166,7 +166,7 @@ class FaultSweepTest : public SwitchTest, public testing::WithParamInterface<std
       return held;
    }
 
-   /// Nothing is left behind by an agent that goes on after an exception.
+   /// An agent that goes on after an exception finds no lock held and no phase set.
    void expectSettled()
    {
       EXPECT_TRUE( Vormel::activityLock().heldByThisThread() );

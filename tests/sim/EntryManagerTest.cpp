@@ -125,7 +125,7 @@ TEST_F( EntryManagerTest, PortSetsBecomeQualifiers )
       EXPECT_EQ( manager->addOutLoopbackPortForEntry( 0, base, none, all ), code( SdkCode::Port ) );
    EXPECT_THAT( breaches(), IsEmpty() );
    EXPECT_EQ( manager->addInPortsForEntry( 0, base, *PortBitmap::parse( "1,7-9" ), all ), ok );
-   EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "ports 7-9 are none of the unit's" ) ) );
+   EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "ports 7-9 are not the unit's" ) ) );
 }
 
 TEST_F( EntryManagerTest, OnlyWhatFloodsNamesThePortsOfOtherUnits )
@@ -142,7 +142,7 @@ TEST_F( EntryManagerTest, OnlyWhatFloodsNamesThePortsOfOtherUnits )
    EXPECT_EQ( manager->installEntry( 0, base + 1 ), ok );
    EXPECT_THAT( breaches(), IsEmpty() );
    EXPECT_EQ( manager->installEntry( 0, base ), ok );
-   EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "RedirectPbmp: ports 9 are none" ) ) );
+   EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "RedirectPbmp: ports 9 are not" ) ) );
 }
 
 TEST_F( EntryManagerTest, TheSdkRefusesWhatNoPacketCouldMeet )

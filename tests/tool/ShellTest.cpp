@@ -82,7 +82,7 @@ TEST( Shell, TheCaretStandsUnderTheCulprit )
            { "vlan 10 members Ethernet1 tagged Ethernet2 mtu 9", "27: what is tagged must be" },
            { "no mac 02:00:00:00:00:05 vlan 10", "8: 02:00:00:00:00:05 is not known" },
            { "packet in port 99 unit 0 ipv4", "16: unit 0 has no port 99; it has 0-8,258-259" },
-           { "packet in Ethernet1 ipv4 ttl 3 dst 10.0.0.1 ttl 4", "45: 'ttl' stands there twice" },
+           { "packet in Ethernet1 ipv4 ttl 3 dst 10.0.0.1 ttl 4", "45: 'ttl' is given twice" },
            { "packet in Ethernet1 pcap no/such.pcap frame 3", "26: cannot read 'no/such.pcap'" },
         } )
       EXPECT_THAT(

@@ -43,7 +43,7 @@ void explainPacket( Session& session, Words& words )
    desk.lastIs( { arrival, verdict } );
 }
 
-/// That a file lost what left is told once; the packets went all the same.
+/// Reports once that a file could not be written; the packets were sent all the same.
 void checkCaptures( PacketDesk& desk, const Words& words )
 {
    if( const std::string problem = desk.takeProblem(); !problem.empty() )
@@ -175,7 +175,7 @@ void sendCapture( Session& session, Words& words )
    if( desk.isWriting( name.text ) ) // it might never end
       words.failAt( name, "'" + name.text + "' is being written; 'no capture' closes all files" );
    CaptureTable table;
-   std::string problem; // what was sent before is told all the same
+   std::string problem; // the frames that were sent are listed all the same
    try {
       CaptureReader reader( name.text );
       while( reader.number() < last ) {

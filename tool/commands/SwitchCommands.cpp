@@ -49,7 +49,7 @@ void makeSwitch( Session& session, Words& words )
    config.hardware.profile = words.choose( "a chip profile", Sim::chipProfileNames() );
    while( !words.done() ) {
       const std::string_view option = words.choose( "an option", options );
-      // Checked as they come: what is wrong with a number is told at the number.
+      // Checked as they are read, so that an error points at its number.
       if( option == "units" ) {
          config.hardware.units = takeUnitNumbers( words );
          Sim::SimSwitch::check(
@@ -121,7 +121,7 @@ std::optional<ForwardingModel> takeModel( Words& words )
 /// The first of `count` consecutive numbers.
 U32 takeLogicalPorts( Words& words, U32 count )
 {
-   // What an interface without a number is taken for stays free.
+   // The number assumed for an interface without one stays free.
    constexpr U32 last = PortBitmap::size - 2;
    const U32 first = words.value<U32>( "a logical port number" );
    if( first < 1 || first > last || count - 1 > last - first )
@@ -182,7 +182,7 @@ void makeLag( Session& session, Words& words )
       const InterfaceRange range = takeInterfaces( words );
       for( U32 i = 0; i < range.count; ++i )
          members.push_back( range.at( i ) );
-      hardware.checkLag( lag, members ); // what is wrong is wrong with these
+      hardware.checkLag( lag, members ); // an error points at the members
    }
    const auto model = takeModel( words );
    words.end();

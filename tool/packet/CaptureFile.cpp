@@ -21,7 +21,7 @@ using Vormel::ValueError;
 
 namespace {
 
-/// Opens without waiting for anybody, and without taking what somebody else is to read.
+/// Opens without waiting for a peer, and without consuming data that another process is to read.
 std::FILE* opened( const std::string& name, bool toWrite )
 {
    const std::string cannot =
@@ -33,12 +33,12 @@ std::FILE* opened( const std::string& name, bool toWrite )
       throw ValueError( cannot + std::strerror( errno ) );
    if( toWrite ? S_ISFIFO( about.st_mode ) : !S_ISREG( about.st_mode ) ) {
       close( file );
-      throw ValueError( cannot + "it is no regular file" );
+      throw ValueError( cannot + "it is not a regular file" );
    }
    return fdopen( file, toWrite ? "wb" : "rb" );
 }
 
-// The file's head and what stands before each frame, in the machine's order of bytes.
+// The header of the file and of each frame, in the machine's byte order.
 struct FileHead
 {
    U32 magic = 0xA1B2C3D4;

@@ -45,7 +45,7 @@ struct CapturedFrame
 class CaptureReader
 {
  public:
-   /// ValueError when it cannot be read or is no regular file: what is read there would be gone from somewhere.
+   /// ValueError when it cannot be read or is not a regular file, because reading a pipe takes its data away.
    explicit CaptureReader( const std::string& file );
    ~CaptureReader();
    CaptureReader( const CaptureReader& ) = delete;

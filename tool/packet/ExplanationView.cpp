@@ -16,7 +16,7 @@ using Vormel::format;
 
 namespace {
 
-// Of a range, unless all are wanted: how many misses are told.
+// How many misses of a range are shown, unless all are wanted.
 constexpr std::size_t mostNearMisses = 2;
 
 /// The change of an input that the call followed, if its command made one.
@@ -126,7 +126,7 @@ void addRange(
          add( missText( transcript, *entry ) );
 }
 
-/// State of the chip by who wrote it; what nobody wrote is as the chip came.
+/// State of the chip by the command that wrote it; state that was never written has its reset value.
 void addState(
    Table& table, const Sim::Transcript& transcript, const Sim::PassExplanation& about, bool all )
 {

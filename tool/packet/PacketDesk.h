@@ -35,8 +35,8 @@ class PacketDesk
 
    bool captures( Sim::PortRef port ) const { return ports_.contains( port ); }
    bool capturesCpu( U32 unit ) const { return cpus_.contains( unit ); }
-   /// What leaves by the port from now on, or goes to the unit's CPU, is written to a pcap file, instead of one
-   /// before. ValueError when the file cannot be, or is in use.
+   /// Writes what leaves by the port from now on, or goes to the unit's CPU, to a pcap file, in place of an earlier
+   /// one. ValueError when the file cannot be written, or is in use.
    void capturePort( Sim::PortRef port, const std::string& file );
    void captureCpu( U32 unit, const std::string& file );
    /// Closes all files.
