@@ -25,6 +25,7 @@ ActivityManager::~ActivityManager() = default;
 
 void ActivityManager::clockIs( std::shared_ptr<Clock> clock )
 {
+   VORMEL_ASSERT( clock && "a clock is needed" );
    if( clock != clock_ )
       clock_->timersMoveTo( *clock );
    clock_ = std::move( clock );

@@ -15,7 +15,8 @@ void RoutingStatusHelper::handleTcamEntryLb()
       return;
    if( useLb() ) {
       makeLbRecircL2Uc();
-      makeLbRecirc();
+      if( useLb() ) // a subscriber of the first id may have ended it
+         makeLbRecirc();
    } else {
       tcamEntryLbRecircIs( deleteEntry( tcamManager(), shared().units(), tcamEntryLbRecirc() ) );
       tcamEntryLbRecircL2UcIs(

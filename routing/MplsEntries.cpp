@@ -28,8 +28,9 @@ void RoutingStatusHelper::handleTcamEntryMplsTrafficDrop( bool create )
    }
    tcamEntryMplsPktIs( mpls.recordable() );
    mpls.traceAllocated( __func__, "Allocated mpls traffic drop tcam entry (ID:" );
-   tcamEntryMplsActionDropIs(
-      !mplsRoutingEnabled() ); // a subscriber to the entry may have changed it
+   // A subscriber of the id may have removed the entry, or switched MPLS routing.
+   const bool removed = mpls.recordable() != 0 && tcamEntryMplsPkt() == 0;
+   tcamEntryMplsActionDropIs( !removed && !mplsRoutingEnabled() );
 }
 
 void RoutingStatusHelper::handleMplsRouting( bool enable )

@@ -111,7 +111,7 @@ void UnknownMacDropLoggingSm::setTimer()
 {
    VORMEL_TRACE( routingTrace, 5, "UnknownMacDropLoggingSm::setTimer" );
    VORMEL_ASSERT( miscConfig() );
-   if( !pollingTimer_ )
+   if( !pollingTimer_ || !hasNotificationActive() ) // detached, it polls no more
       return;
    if( !pollingTimer_->clock() ) // the clock went; the manager has another
       pollingTimerIs( Vormel::activityManager().clock() );
@@ -137,9 +137,7 @@ void UnknownMacDropLoggingSm::updateCounters()
    for( const U16 tc : Vormel::keysOf( miscConfig_->unknownMacDropTrafficClass() ) )
       if( routingStatusHelper_ )
          routingStatusHelper_->updateUnknownMacDropCounters( tc );
-   // Detached meanwhile, it polls no more.
-   if( hasNotificationActive() )
-      setTimer();
+   setTimer();
 }
 
 void UnknownMacDropLoggingSm::pollingTimerIs( Vormel::Clock& clock )

@@ -158,7 +158,10 @@ void RoutingStatusHelper::handleVlanCpuPort( U32 vlanId, bool block )
 
 void RoutingStatusHelper::applyVlanRouting( U32 vlanId )
 {
-   const VlanRouting vlan = vlanRouting_[ vlanId ];
+   const auto known = vlanRouting_.find( vlanId );
+   if( known == vlanRouting_.end() ) // gone meanwhile, and forgotten
+      return;
+   const VlanRouting vlan = known->second;
    const bool all = !perVlanRoutingEnabled();
    const U32 set = ( all || ( vlan.enabled && vlan.ip4 ) ? 0 : U32( vlanIp4RoutingOff ) ) |
                    ( all || ( vlan.enabled && vlan.ip6 ) ? 0 : U32( vlanIp6RoutingOff ) );

@@ -170,6 +170,7 @@ void Critic::managerCallBegins( std::string_view call, U32 unit )
 void Critic::restart()
 {
    dead_ = preCalled_ = false;
+   withoutFieldLock_.clear();
    read_.clear();
    for( auto& [ unit, chip ] : chips_ )
       chip.fieldLocked = false;

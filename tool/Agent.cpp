@@ -52,15 +52,19 @@ void Agent::startReactors( const std::set<std::string_view>& without )
       return without.contains( name ) ? nullptr : input;
    };
    stop();
-   reactor_ = RoutingStatusSmIs( hardware_.scsd(), unless( "features", hardware_.features() ),
-      hardware_.miscConfig(), helper_, unless( "pbr", hardware_.pbrInfo() ),
-      unless( "ethIntfStatusDir", hardware_.ethIntfStatusDir() ),
-      unless( "sourceIpLookup", hardware_.sourceIpLookup() ),
-      unless( "hwStatus", hardware_.hwStatus() ),
-      unless( "nexthops", hardware_.nexthopStatusDir() ) );
+   const Ref<RoutingStatusSm> made =
+      RoutingStatusSmIs( hardware_.scsd(), unless( "features", hardware_.features() ),
+         hardware_.miscConfig(), helper_, unless( "pbr", hardware_.pbrInfo() ),
+         unless( "ethIntfStatusDir", hardware_.ethIntfStatusDir() ),
+         unless( "sourceIpLookup", hardware_.sourceIpLookup() ),
+         unless( "hwStatus", hardware_.hwStatus() ),
+         unless( "nexthops", hardware_.nexthopStatusDir() ) );
+   reactor_ = made;
    // Handlers for what exists already, which the agent calls: the reactors are notified of changes only.
-   reactor_->handleStrataIntfToPort();
-   reactor_->handleL2TrafficRoutingStatus();
+   made->handleStrataIntfToPort();
+   made->handleL2TrafficRoutingStatus();
+   if( reactor_ != made ) // a subscriber has stopped the reactors
+      return;
    arpRedirect_ = l3PeerMacArpRedirectSmFactory(
       hardware_.scsd(), hardware_.mlagStatus(), hardware_.mlagHwStatus(), helper_ );
 }

@@ -45,8 +45,8 @@ class Agent
    const Ref<RoutingStatusHelper>& helper() const { return helper_; }
    /// As an agent starts: init, l3Init, then the reactors.
    void bringUp();
-   /// The reactors alone; those from before are dropped first. From here on the hardware follows the input
-   /// objects. Inputs named here, of those that optionalInputs() lists, are not handed to them.
+   /// The reactors alone; those from before are dropped first. From here on the hardware follows changes of
+   /// the input objects. Inputs named here, of those that optionalInputs() lists, are not handed to them.
    void startReactors( const std::set<std::string_view>& without = {} );
    /// The inputs, by object name, that the main reactor can do without.
    static std::span<const std::string_view> optionalInputs();

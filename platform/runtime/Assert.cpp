@@ -46,6 +46,8 @@ void fatalLine( std::string_view line ) noexcept
          sink( line );
    } catch( const std::exception& error ) {
       std::fprintf( stderr, "the fatal sink failed: %s\n", error.what() );
+   } catch( ... ) {
+      std::fprintf( stderr, "the fatal sink failed\n" );
    }
 }
 

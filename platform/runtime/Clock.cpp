@@ -17,6 +17,8 @@ Clock::~Clock()
 
 void Clock::timersMoveTo( Clock& next )
 {
+   if( &next == this )
+      return;
    std::ranges::sort( timers_, {}, &Timer::serial_ );
    for( Timer* const timer : timers_ ) {
       // Infinity stays; what is overdue is due at once.

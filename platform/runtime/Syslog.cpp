@@ -106,6 +106,8 @@ void logArguments( SyslogHandle& handle, std::span<const FormatArgument> argumen
          writeLine( syslogLine( record ) );
    } catch( const std::exception& error ) {
       std::fprintf( stderr, "message %s was lost: %s\n", handle.key(), error.what() );
+   } catch( ... ) {
+      std::fprintf( stderr, "message %s was lost\n", handle.key() );
    }
 }
 

@@ -159,6 +159,8 @@ void traceRecord(
          writeLine( stderr, record );
    } catch( const std::exception& error ) {
       std::fprintf( stderr, "a trace of %s was lost: %s\n", handle.name(), error.what() );
+   } catch( ... ) {
+      std::fprintf( stderr, "a trace of %s was lost\n", handle.name() );
    }
 }
 

@@ -133,6 +133,12 @@ TEST_F( EmbeddingSlipsTest, CheckingBuildsDemandTheLockWhereNoAttributeIsRead )
       EXPECT_THAT(
          report, testing::HasSubstr( name + ": Assertion 'the activity lock is held' failed." ) );
    EXPECT_EQ( transcript().count( RecordKind::call ), 0u );
+   const auto unsubscribeUnlocked = [ & ] {
+      Vormel::assertionHookIs( nullptr );
+      const Vormel::UnlockAnchor unlocked( Vormel::activityLock() );
+      helper().subscriberDel( deaf );
+   };
+   EXPECT_DEATH( unsubscribeUnlocked(), "subscriberDel: Assertion 'the activity lock is held'" );
 }
 #endif
 

@@ -292,9 +292,13 @@ TEST_F( HelperTest, UnitsUpTo255HaveTtlCheckEntries )
    make( "fabric-vfi", { 255 } );
    helper().init( true, true );
    EXPECT_THAT( texts( RecordKind::entry ), testing::HasSubstr( "installEntry unit 255 id 102" ) );
-   make( "fabric-vfi", { 256 } );
+   make( "fabric-vfi", { 0, 256 } );
    EXPECT_THROW( helper().init( true, true ), Vormel::ValueError );
    EXPECT_EQ( transcript().count( RecordKind::call ), 0u );
+   EXPECT_EQ( texts( RecordKind::entry ), "" ); // nothing of unit 0 either
+   agent->hardware().chip( 256 ).trapsTtlExceptionsIs( true );
+   helper().init( true, true );
+   EXPECT_THAT( texts( RecordKind::entry ), testing::HasSubstr( "installEntry unit 0 id 102" ) );
 }
 
 TEST_F( HelperTest, L3IsInitializingFromTheFirstMulticastEntryToTheLastControl )

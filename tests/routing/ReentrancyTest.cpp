@@ -56,6 +56,7 @@ TEST_F( ReentrancyTest, ASubscriberMayDropTheReactorsDuringAPoll )
       const Meddler meddler( agent->helper(), RoutingStatusHelper::unknownMacCountersPerTcNumber,
          [ & ] { kept = agent->reactor()->unknownMacDropLoggingSmDel(); } );
       agent->clock().advanceBy( 1.0 );
+      kept->setTimer();
       EXPECT_EQ( agent->clock().nextExpiry(), Timer::never );
    }
    agent->reactor()->unknownMacDropLoggingSmIs( hw().miscConfig(), agent->helper() );
@@ -233,6 +234,16 @@ TEST_F( ReentrancyTest, ASubscriberMayCallTheOppositeOfAnOperation )
          [ & ] { slice.handleTcamEntryMplsTrafficDrop( true ); } );
       slice.handleTcamEntryMplsTrafficDrop( false );
       EXPECT_TRUE( slice.tcamEntryMplsActionDrop() );
+   }
+   {
+      slice.handleTcamEntryMplsTrafficDrop( false );
+      const Meddler off( agent->helper(), Helper::tcamEntryMplsPktNumber, [ & ] {
+         if( slice.tcamEntryMplsPkt() != 0 )
+            slice.handleTcamEntryMplsTrafficDrop( false );
+      } );
+      slice.handleTcamEntryMplsTrafficDrop( true );
+      EXPECT_EQ( slice.tcamEntryMplsPkt(), 0u );
+      EXPECT_FALSE( slice.tcamEntryMplsActionDrop() );
    }
    {
       const Meddler off( hw().urpfCommonData(), StrataUrpfCommonData::tcamEntryUrpf4Number,

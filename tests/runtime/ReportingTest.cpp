@@ -201,10 +201,12 @@ TEST( AssertTest, TheFatalSinkGetsTheLineBesideStandardErrorAndMayFail )
    EXPECT_THROW( Orchard::pick( "", nullptr ), Error );
    fatalSinkIs( []( std::string_view ) { throw Error( "disk full" ); } );
    fatalLine( "the end" );
+   fatalSinkIs( []( std::string_view ) { throw 1; } );
+   fatalLine( "really" );
    EXPECT_TRUE( fatalSinkIs( {} ) );
    assertionHookIs( nullptr );
    EXPECT_EQ( testing::internal::GetCapturedStderr(),
-      got + "\nthe end\nthe fatal sink failed: disk full\n" );
+      got + "\nthe end\nthe fatal sink failed: disk full\nreally\nthe fatal sink failed\n" );
    EXPECT_TRUE( got.ends_with( "Assertion 'EOF == 2' failed." ) ) << got;
 }
 
