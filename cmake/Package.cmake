@@ -42,7 +42,6 @@ set( CPACK_DEBIAN_KIT_PACKAGE_SECTION libdevel )
 set( CPACK_DEBIAN_KIT_PACKAGE_SHLIBDEPS ON )
 set( CPACK_DEBIAN_KIT_PACKAGE_DEPENDS
    "libstrata-l3-dev (= ${PROJECT_VERSION}), ${libraryPackage} (= ${PROJECT_VERSION})" )
-set( CPACK_DEBIAN_KIT_PACKAGE_RECOMMENDS libtins-dev ) # to link the simulated chip
 set( CPACK_COMPONENT_KIT_DESCRIPTION "What an agent is tested with: the conformance kit and the simulated chip." )
 
 include( CPack )

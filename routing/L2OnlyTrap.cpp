@@ -44,8 +44,7 @@ void RoutingStatusHelper::handleTcamEntryL2ToCpu()
        tcamEntryRouterMac() == routerMacAddr() )
       return;
    installVxlanEntries( MacType::bridgeMac );
-   tcamEntryRouterMacIs( routerMacAddr() );
-   installTcamEntryForNonRoutableToCpu( MacType::bridgeMac );
+   installNoted( MacType::bridgeMac );
 }
 
 void RoutingStatusHelper::handleTcamEntryL2FennicToCpu()
@@ -62,8 +61,18 @@ void RoutingStatusHelper::handleTcamEntryL2FennicToCpu()
        trap_.fennicMac == virtualRouterMacAddr() )
       return;
    installVxlanEntries( MacType::fennicMac );
-   trap_.fennicMac = virtualRouterMacAddr();
-   installTcamEntryForNonRoutableToCpu( MacType::fennicMac );
+   installNoted( MacType::fennicMac );
+}
+
+void RoutingStatusHelper::installNoted( MacType macType )
+{
+   noteMacIs( macType, macOf( macType ) );
+   try {
+      installTcamEntryForNonRoutableToCpu( macType );
+   } catch( ... ) {
+      noteMacIs( macType, EthAddr() ); // the entries differ, so the next handling makes all of them anew
+      throw;
+   }
 }
 
 // First, so that the trap never catches tunnel traffic.

@@ -32,13 +32,13 @@ void RoutingStatusHelper::handlePeerMacArpRedirect(
    }
    if( peerMacArpRedirect() != 0 && wanted == arpRedirect_ )
       return;
-   arpRedirect_ = wanted;
-   makeArpRedirect( manager );
+   arpRedirect_ = {}; // until the entry is in hardware on every unit
+   makeArpRedirect( manager, wanted );
 }
 
-void RoutingStatusHelper::makeArpRedirect( const Ref<StrataBoundedTcamEntryManager>& manager )
+void RoutingStatusHelper::makeArpRedirect(
+   const Ref<StrataBoundedTcamEntryManager>& manager, const ArpRedirect& wanted )
 {
-   const ArpRedirect wanted = arpRedirect_;
    const EthAddr mac = wanted.mac;
    const EthAddr macMask = EthAddr::broadcast;
    const StrataPort port = wanted.port;
@@ -57,6 +57,7 @@ void RoutingStatusHelper::makeArpRedirect( const Ref<StrataBoundedTcamEntryManag
          i.key(), entryId, bcmFieldActionRedirectPort, modId, port.sdkPort() ) );
       redirect.install( i.key() );
    }
+   arpRedirect_ = wanted;
    peerMacArpRedirectIs( redirect.recordable() );
    redirect.traceAllocated( __func__, "Allocated arp redirect to mlag peer tcam entry (ID:" );
 }

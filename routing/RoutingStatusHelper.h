@@ -317,8 +317,8 @@ class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
    VORMEL_HIDDEN void withdrawTrap( MacType macType );
    VORMEL_HIDDEN void removeL3Vxlan( MacType macType );
    VORMEL_HIDDEN void removeL2Vxlan( MacType macType );
+   VORMEL_HIDDEN void installNoted( MacType macType );
    VORMEL_HIDDEN void noteIpOptionsProfile( U32 unit, S32 profile );
-   VORMEL_HIDDEN void makeArpRedirect( const Ref<StrataBoundedTcamEntryManager>& manager );
    VORMEL_HIDDEN bool vlanIsThere( U32 vlanId );
    VORMEL_HIDDEN void applyVlanRouting( U32 vlanId );
 
@@ -357,6 +357,8 @@ class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
       bool operator==( const ArpRedirect& ) const = default;
    };
    ArpRedirect arpRedirect_; // as it is in hardware
+   VORMEL_HIDDEN void makeArpRedirect(
+      const Ref<StrataBoundedTcamEntryManager>& manager, const ArpRedirect& wanted );
 
    struct VlanRouting
    {

@@ -78,9 +78,9 @@ const Cause* Chip::cause( const ChipPlace& place ) const
 
 void Chip::trapsTtlExceptionsIs( bool traps )
 {
-   if( traps != trapsTtlExceptions_ && control( SwitchControl::L3EgressMode ) != 0 )
+   if( traps != trapsTtlExceptions_ && hasRouted_ )
       throw Vormel::ValueError( "traps-ttl-exceptions of unit " + std::to_string( unit_ ) +
-                                " cannot change once routing is on" );
+                                " cannot change once routing has been on" );
    trapsTtlExceptions_ = traps;
 }
 
@@ -96,6 +96,7 @@ SdkCode Chip::controlIs( SwitchControl control, int value )
    if( !fits( control, value ) )
       return SdkCode::Param;
    controls_[ control ] = value;
+   hasRouted_ = hasRouted_ || ( control == SwitchControl::L3EgressMode && value != 0 );
    std::erase_if(
       portSwitchControls_, [ & ]( const auto& item ) { return item.first.second == control; } );
    return SdkCode::None;

@@ -63,7 +63,7 @@ class Chip
    // Properties that differ between units of one kind.
    bool resolvesHigigTrunksAsLag;
    bool trapsTtlExceptions() const { return trapsTtlExceptions_; }
-   /// ValueError for a change after routing is on: entries were made by the answer.
+   /// ValueError for a change after routing has been on: entries were made by the answer.
    void trapsTtlExceptionsIs( bool traps );
 
    // Switch controls; Param for a value outside the control's range. A chip-wide write goes to all
@@ -127,6 +127,7 @@ class Chip
    const ChipProfile& profile_;
    U32 firstLogicalPort_;
    bool trapsTtlExceptions_ = false;
+   bool hasRouted_ = false; // routing has been on once: entries rest on who traps TTL exceptions
    PortBitmap frontPanel_;
    PortBitmap ports_;
    PortBitmap active_;

@@ -27,8 +27,16 @@ static U32 width( Qualifier role )
    }
 }
 
+static bool isPortSet( Qualifier role )
+{
+   return role == Qualifier::InPorts || role == Qualifier::InPortsClass ||
+          role == Qualifier::OutPortsClass || role == Qualifier::OutLoopback;
+}
+
 static bool fits( const FieldQualifier& qualifier )
 {
+   if( isPortSet( qualifier.role ) ) // arrival outside the mask always passes, so an empty one decides nothing
+      return qualifier.role != Qualifier::InPorts || !qualifier.allPorts.empty();
    const U32 bits = width( qualifier.role );
    const bool wide = bits < 64 && qualifier.data >> bits != 0;
    const bool outside =
@@ -42,6 +50,7 @@ static bool knownAt( FieldStage stage, Qualifier role )
    case Qualifier::Drop:
    case Qualifier::DstMcastGroup:
    case Qualifier::DstPort:
+   case Qualifier::OutPortsClass:
    case Qualifier::PacketRes:
       return stage == FieldStage::final;
    case Qualifier::InterfaceClassL3:

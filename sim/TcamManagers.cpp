@@ -220,6 +220,9 @@ int SimTcamEntryManager::qualified(
       }
       if( profile_.acl && qualifier.role == Qualifier::InPorts )
          return SdkCode::Unavail; // no port bitmap in the key; the others go by port classes
+      if( const SdkCode code = qualifierCode( profile_.stage, entry->claim, qualifier );
+          code != SdkCode::None )
+         return code;
       if( const std::string foreign = foreignPorts( qualifier.ports, hardware_.chips.at( unit ) );
           !foreign.empty() )
          hardware_.critic.breach( foreign, call, unit );
@@ -248,7 +251,8 @@ int SimTcamEntryManager::addOutLoopbackPortForEntry(
 {
    const char* const call = "addOutLoopbackPortForEntry";
    const auto chip = hardware_.chips.find( unit );
-   if( chip == hardware_.chips.end() || !chip->second.hasPort( port ) )
+   if( chip == hardware_.chips.end() || port < 0 || static_cast<U32>( port ) >= PortBitmap::size ||
+       !chip->second.ports().contains( static_cast<U32>( port ) ) )
       return static_cast<int>( perform( call, unit, entryId, "port " + std::to_string( port ),
          []( FieldGroup& ) { return SdkCode::Port; } ) );
    PortBitmap others = ports;

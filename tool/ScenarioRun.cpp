@@ -42,7 +42,8 @@ void runLines( const std::string& file, Session& session )
       try {
          session.run( line );
       } catch( const InputError& error ) {
-         if( session.foreign() ) {
+         // A switch that cannot be made leaves nothing to run the rest on.
+         if( session.foreign() && line.words.front().text != "switch" ) {
             session.passedOver( line, error.problem() );
             continue;
          }

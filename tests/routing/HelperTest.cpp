@@ -287,6 +287,34 @@ TEST_F( HelperTest, AnUnknownMacDropPairIsReleasedFromTheLowerIdAndOnlyAClassHas
    EXPECT_EQ( helper().tcamEntryVlanFloodDrop( 8 ), 0u );
 }
 
+// An agent whose shim or assertion hook throws may go on: the next call makes good what was left half-way.
+TEST_F( HelperTest, WhatAnExceptionLeftHalfWayIsNotTakenForProgrammed )
+{
+   make( "hsdk", { 0 } );
+   agent->hardware().addInterface( IntfId( "Ethernet1" ), 0, 1 );
+   const auto interrupted = [ & ]( U64 nth, auto operation ) {
+      agent->hardware().faults().inject(
+         { .call = "bcm_field_qualify_DstMac", .nth = nth, .code = Sim::SdkCode::Fail } );
+      testing::internal::CaptureStderr();
+      EXPECT_THROW( operation(), Died );
+      testing::internal::GetCapturedStderr();
+      agent->hardware().critic().restart();
+      const U64 before = transcript().count( RecordKind::call );
+      operation();
+      return transcript().count( RecordKind::call ) - before;
+   };
+   helper().routerMacAddrIs( *EthAddr::parse( "02:00:a1:00:00:01" ) );
+   helper().handleTcamEntryL2ToCpu();
+   helper().routerMacAddrIs( *EthAddr::parse( "02:00:a1:00:00:02" ) );
+   EXPECT_GT( interrupted( 4, [ & ] { helper().handleTcamEntryL2ToCpu(); } ), 0u );
+   EXPECT_EQ( helper().tcamEntryRouterMac(), helper().routerMacAddr() );
+   const auto redirectTo = [ & ]( const char* mac ) {
+      helper().handlePeerMacArpRedirect( *EthAddr::parse( mac ), IntfId( "Ethernet1" ), true );
+   };
+   redirectTo( "02:00:a1:00:00:03" );
+   EXPECT_GT( interrupted( 1, [ & ] { redirectTo( "02:00:a1:00:00:04" ); } ), 0u );
+}
+
 TEST_F( HelperTest, UnitsUpTo255HaveTtlCheckEntries )
 {
    make( "fabric-vfi", { 255 } );

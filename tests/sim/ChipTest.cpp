@@ -77,6 +77,7 @@ TEST_F( ChipTest, WhoTrapsTtlExceptionsIsSettledBeforeRoutingIsOn )
 {
    chip.trapsTtlExceptionsIs( true );
    setControl( 4, SwitchControl::L3EgressMode, 1 );
+   setControl( 4, SwitchControl::L3EgressMode, 0 ); // entries that were made stay
    chip.trapsTtlExceptionsIs( true );
    EXPECT_THROW( chip.trapsTtlExceptionsIs( false ), Vormel::ValueError );
    EXPECT_TRUE( shim.trapsTtlExceptions( 4 ) );

@@ -123,7 +123,14 @@ TEST_F( EntryManagerTest, PortSetsBecomeQualifiers )
       "Ttl 1/0xff; InPorts 1-3; OutLoopback 258 from 0-4,259 => CopyToCpu" );
    for( const int none : { -1, 5, 4000 } )
       EXPECT_EQ( manager->addOutLoopbackPortForEntry( 0, base, none, all ), code( SdkCode::Port ) );
+   EXPECT_EQ( manager->addInPortsForEntry( 0, base, *PortBitmap::parse( "1" ), {} ),
+      code( SdkCode::Param ) );
    EXPECT_THAT( breaches(), IsEmpty() );
+   // Ports by their logical numbers, which go on from unit to unit.
+   const PortBitmap& others = hardware.chip( 4 ).ports();
+   makeEntry( 4, base, "one" );
+   EXPECT_EQ( manager->addOutLoopbackPortForEntry( 4, base, 6, others ), ok );
+   EXPECT_EQ( manager->addOutLoopbackPortForEntry( 4, base, 2, others ), code( SdkCode::Port ) );
    EXPECT_EQ( manager->addInPortsForEntry( 0, base, *PortBitmap::parse( "1,7-9" ), all ), ok );
    EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "ports 7-9 are not the unit's" ) ) );
 }
