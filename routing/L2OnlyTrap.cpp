@@ -70,7 +70,8 @@ void RoutingStatusHelper::installNoted( MacType macType )
    try {
       installTcamEntryForNonRoutableToCpu( macType );
    } catch( ... ) {
-      noteMacIs( macType, EthAddr() ); // the entries differ, so the next handling makes all of them anew
+      noteMacIs(
+         macType, EthAddr() ); // the entries differ, so the next handling makes all of them anew
       throw;
    }
 }

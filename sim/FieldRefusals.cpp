@@ -35,7 +35,9 @@ static bool isPortSet( Qualifier role )
 
 static bool fits( const FieldQualifier& qualifier )
 {
-   if( isPortSet( qualifier.role ) ) // arrival outside the mask always passes, so an empty one decides nothing
+   if( isPortSet(
+          qualifier
+             .role ) ) // arrival outside the mask always passes, so an empty one decides nothing
       return qualifier.role != Qualifier::InPorts || !qualifier.allPorts.empty();
    const U32 bits = width( qualifier.role );
    const bool wide = bits < 64 && qualifier.data >> bits != 0;

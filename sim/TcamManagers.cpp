@@ -1,6 +1,7 @@
 #include "sim/TcamManagers.h"
 
 #include "platform/tcam/ObservedTcamEntryManager.h"
+#include "sim/FieldRefusals.h"
 #include "sim/Outcome.h"
 
 #include <algorithm>
