@@ -176,6 +176,13 @@ void checkMemoryFields( Examiner& examiner )
          "memoryFieldSet( " + std::string( roleName( known.field ) ) + ", 0 )", entry, cpuPort,
          known.field );
    }
+   for( const MemoryField field : { MemoryField::MacAddr, MemoryField::MacAddrMask } ) {
+      MemoryEntry entry = full;
+      shim.memoryFieldSet( entry, field, EthAddr() );
+      expectFields( examiner, Promise::memoryFieldsApart,
+         "memoryFieldSet( " + std::string( roleName( field ) ) + ", 00:00:00:00:00:00 )", entry,
+         cpuPort, field );
+   }
 }
 
 void checkMyStation( Examiner& examiner, U32 unit )

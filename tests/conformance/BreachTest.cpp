@@ -177,6 +177,22 @@ SHIM_BREACH( memoryFieldsApart, "memoryFieldSet()",
       const EthAddr mac = next().memoryMacField( entry, field );
       return EthAddr( mac[ 5 ], mac[ 4 ], mac[ 3 ], mac[ 2 ], mac[ 1 ], mac[ 0 ] );
    } )
+// The mask is set after the address, so that a full entry does not show it.
+TEST( ShimBreach, memoryMacFieldsApart )
+{
+   struct Faulty : ForwardingShim
+   {
+      using ForwardingShim::ForwardingShim;
+      using ForwardingShim::memoryFieldSet;
+      void memoryFieldSet( MemoryEntry& entry, MemoryField field, const EthAddr& mac ) const override
+      {
+         next().memoryFieldSet( entry, field, mac );
+         if( field == MemoryField::MacAddr )
+            next().memoryFieldSet( entry, MemoryField::MacAddrMask, mac );
+      }
+   };
+   expectBroken( examineShim<Faulty>(), "memoryFieldsApart", "memoryFieldSet( MAC_ADDRf" );
+}
 SHIM_BREACH( myStationWritten, "soc_mem_read( unit 0",
    int memoryRead( U32 unit, int memory, int block, U32 index, MemoryEntry* entry ) override
    {
