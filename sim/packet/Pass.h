@@ -122,6 +122,16 @@ class Pass
    bool isForCpu() const;
    void noteUnreached();
 
+   /// None for the stack link, which is no port.
+   std::optional<PortRef> arrivedOn() const
+   {
+      return arrival_.higig ? std::nullopt : std::optional<PortRef>( arrival_.port );
+   }
+   bool isOpenFlow() const
+   {
+      const auto port = arrivedOn();
+      return port && tables().openFlowPorts.contains( *port );
+   }
    int sdkArrivalPort() const { return static_cast<int>( chip_.sdkPort( arrival_.port.port ) ); }
    // Reading the chip's state. An explanation tells what was read, and which command wrote it.
    int control( SwitchControl which ) const;

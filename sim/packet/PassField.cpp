@@ -71,8 +71,7 @@ std::optional<U64> Pass::present( Qualifier role ) const
                            : std::nullopt;
    case Qualifier::SrcClassField:
       return sourceClass_ | ( steered_ ? StrataCommon::classPbr_ : 0 ) |
-             ( tables().openFlowPorts.contains( arrival_.port ) ? StrataCommon::classOpenFlow_
-                                                                : 0 );
+             ( isOpenFlow() ? StrataCommon::classOpenFlow_ : 0 );
    case Qualifier::Ttl:
       return headers().ip ? std::optional<U64>( headers().ip->ttl ) : std::nullopt;
    case Qualifier::TunnelTerminated:
@@ -171,9 +170,9 @@ std::string Pass::whyItMisses( const FieldQualifier& wanted ) const
    case Qualifier::SrcClassField:
       if( differs( StrataCommon::classPbr_, steered_ ) )
          return steered_ ? "policy routing steers it" : "policy routing does not steer it";
-      if( const bool has = tables().openFlowPorts.contains( arrival_.port );
-          differs( StrataCommon::classOpenFlow_, has ) )
-         return view_.portName( arrival_.port ) + ( has ? " is" : " is not" ) + " OpenFlow's";
+      if( const bool has = isOpenFlow(); differs( StrataCommon::classOpenFlow_, has ) )
+         return ( arrivedOn() ? view_.portName( arrival_.port ) : "the stack link" ) +
+                ( has ? " is" : " is not" ) + " OpenFlow's";
       return {};
    case Qualifier::TunnelTerminated:
       return terminated_.empty() ? "it did not come out of a tunnel" : "it came out of a tunnel";

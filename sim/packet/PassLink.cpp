@@ -17,13 +17,20 @@ bool Pass::link()
    if( !received.problem.empty() )
       note( "parser", [ & ] { return received.problem + "; it is looked at up to there"; } );
    const bool tagged = received.tag && received.tag->vlanId != 0;
-   vlanId_ = domain_ = tagged ? received.tag->vlanId : tables().untaggedVlan( arrival_.port );
+   constexpr U16 vlanOfStackLink = 1;
+   const auto port = arrivedOn();
+   vlanId_ = domain_ = tagged ? received.tag->vlanId
+                       : port ? tables().untaggedVlan( *port )
+                              : vlanOfStackLink;
    if( received.tag ) {
       priority_ = received.tag->priority;
       dropEligible_ = received.tag->dropEligible;
    }
    note( "VLAN", [ & ] {
-      return std::to_string( vlanId_ ) + ( tagged ? ", from the tag" : ", the port's own" ) +
+      return std::to_string( vlanId_ ) +
+             ( tagged  ? ", from the tag"
+                : port ? ", the port's own"
+                       : ", for the stack link" ) +
              ( priority_ != 0 ? "; priority " + std::to_string( priority_ ) : "" );
    } );
 
@@ -284,18 +291,21 @@ static bool staysOnLink( const EthAddr& mac )
 void Pass::bridge()
 {
    const EthAddr& mac = headers().dstMac;
-   if( staysOnLink( mac ) && !fromCpu() )
+   const bool forNeighbour = staysOnLink( mac ) && !fromCpu();
+   if( forNeighbour )
       drop( mac.toString() + " is never bridged", "a reserved address is never bridged" );
    const auto known = tables().stations.find( { domain_, mac } );
    if( known != tables().stations.end() ) {
       knownStation( known->second );
-   } else {
+   } else if( !forNeighbour ) {
       // Of what is flooded the CPU takes broadcasts alone; a known group says itself who is in it.
       destination_ = floodIn( domain_, mac.isBroadcast() );
       if( !mac.isMulticast() && !isRouterMac() )
          packetResult_ = PacketResult::L2UNKNOWN;
    }
    note( "MAC", [ & ] {
+      if( forNeighbour )
+         return mac.toString() + " is for the neighbour alone";
       return format( "%s in VLAN %d is %s: %s", mac.toString(), U32{ domain_ },
          known != tables().stations.end() ? "known"
          : mac.isBroadcast()              ? "for everyone"

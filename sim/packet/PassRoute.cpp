@@ -187,7 +187,7 @@ void Pass::findNextHop()
 {
    const IpHeader& ip = *headers().ip;
    for( const auto& [ name, rule ] : tables().steering ) {
-      if( ( rule.port && *rule.port != arrival_.port ) ||
+      if( ( rule.port && rule.port != arrivedOn() ) ||
           ( rule.source && !rule.source->contains( ip.source ) ) ||
           ( rule.destination && !rule.destination->contains( ip.destination ) ) )
          continue;
@@ -260,6 +260,8 @@ Pass::Destination Pass::behindNextHop( const NextHop& nextHop )
 /// The exceptions that need to know where the packet goes.
 void Pass::checkHop()
 {
+   if( nextHop_->kind == NextHop::Kind::cpu )
+      return; // it has arrived, and goes over no further link (RFC 1812, 5.3.1)
    const IpHeader& ip = *headers().ip;
    // Units that forward VLANs through VFIs leave expired packets to entries, unless they can do it.
    const bool chipLooks = chip_.trapsTtlExceptions() || !view_.scsd().vfiForwarding();
@@ -269,7 +271,7 @@ void Pass::checkHop()
    else if( ip.ttl <= 1 )
       expires_ = true;
    tooLong( nextHop_->vlanId );
-   if( nextHop_->kind != NextHop::Kind::cpu && nextHop_->vlanId != domain_ )
+   if( nextHop_->vlanId != domain_ )
       linkLocal();
    if( nextHop_->kind == NextHop::Kind::port && nextHop_->vlanId == domain_ &&
        control( SwitchControl::IcmpRedirectToCpu ) != 0 )

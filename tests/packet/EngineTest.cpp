@@ -100,6 +100,16 @@ packet in Ethernet5 smac 02:00:00:00:00:05 dmac ff:ff:ff:ff:ff:ff arp request)" 
    EXPECT_EQ( outcome( explain( "in Ethernet1 dmac 02:00:00:00:00:06 ipv4" ) ), "E5" );
 }
 
+TEST_F( EngineTest, TheStackLinkIsNotTheCpuPort )
+{
+   bringUp( "hsdk" );
+   run( "native-vlan 10 cpu\npbr all in cpu via Ethernet5 mac 00:00:00:00:05:05 vlan 20" );
+   EXPECT_EQ( outcome( explain( "in cpu dmac router ipv4 dst 10.2.0.1" ) ), "E5" );
+   EXPECT_EQ( outcome( explain( "in higig vlan 10 dmac router ipv4 dst 10.2.0.1" ) ), "E4" );
+   EXPECT_THAT(
+      told( "in higig dmac 02:00:00:00:00:05 ipv4" ), HasSubstr( "1, for the stack link" ) );
+}
+
 TEST_F( EngineTest, ExplanationsNameTheWinnerItsCauseAndTheNearMiss )
 {
    bringUp( "hsdk" );
@@ -142,6 +152,9 @@ TEST_F( EngineTest, DropsAreCountedByReasonAndWhatIsForTheCpuIsNone )
    bringUp( "hsdk" );
    EXPECT_EQ( outcome( send( "in Ethernet1 dmac router ipv4 dst 10.3.0.1" ) ), "cpu:0" );
    EXPECT_EQ( last().drop(), "" );
+   EXPECT_EQ( explain( "in Ethernet1 dmac router ipv4 dst 10.3.0.1 ttl 1" ).drop(), "" );
+   EXPECT_THAT( told( "in Ethernet1 dmac 01:80:c2:00:00:0e ethertype 0x88cc" ),
+      AllOf( HasSubstr( "is for the neighbour alone" ), Not( HasSubstr( "flood in VLAN" ) ) ) );
    send( "in Ethernet1 dmac router ipv4 dst 10.99.0.1" ); // no route: the CPU's, too
    EXPECT_TRUE( engine().counters().drops.empty() );
    send( "in Ethernet1 vlan 11 ipv4" );

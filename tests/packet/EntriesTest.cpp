@@ -120,7 +120,7 @@ const Proof proofs[] = {
    { "l2OnlyCpuRx", "register", "in higig vlan 10 dmac router ethertype 0x88b5", "E1 E2 E3",
       "E1 E2 E3" },
    { "l2OnlyCpuRx", "register without higigQualifierSupported",
-      "in higig vlan 10 dmac router ethertype 0x88b5", "cpu:0", "E1 E2 E3" },
+      "in higig vlan 10 dmac router ethertype 0x88b5", "cpu:0", "E1 E2 E3", "openflow cpu" },
    { "l2OnlyCpuRxFromCpu", ALL, "in cpu vlan 10 dmac router ethertype 0x88b5", "cpu:0",
       "E1 E2 E3" },
    { "l2OnlyFennicCpuRxFromCpu", ALL, "in cpu vlan 10 dmac virtual-router ethertype 0x88b5",
