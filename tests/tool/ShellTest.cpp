@@ -18,6 +18,7 @@
 namespace Strata::Tool {
 namespace {
 
+using testing::AllOf;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -71,20 +72,29 @@ TEST( Shell, ALineThatIsRefusedChangesNothing )
 TEST( Shell, TheCaretStandsUnderTheCulprit )
 {
    const std::string start = "switch hsdk ports 8\ninterface Ethernet1-8 unit 0 port 1\nvlan 10\n";
-   for( const auto& [ line, column ] : std::map<std::string, std::string>{
-           { "switch hsdk units 65 ports 4", "19: a switch has 1 to 64 units" },
-           { "switch hsdk ports 300 units 2", "19: a unit has 1 to 256 ports" },
-           { "unit 0 port 9 down", "13: the front-panel ports of unit 0 are 1 to 8, not 9" },
-           { "interface Ethernet9 unit 0 port 9 routed", "33: the front-panel ports" },
-           { "interface Port-Channel1 unit 0 port 9", "11: Port-Channel1 has no port" },
-           { "interface Ethernet9 unit 0 port 8 logical 1023", "43: logical port numbers are 1" },
-           { "lag Port-Channel1 Ethernet1 Ethernet9 routed", "29: there is no Ethernet9" },
-           { "vlan 10 members Ethernet1 tagged Ethernet2 mtu 9", "27: what is tagged must be" },
-           { "no mac 02:00:00:00:00:05 vlan 10", "8: 02:00:00:00:00:05 is not known" },
-           { "packet in port 99 unit 0 ipv4", "16: unit 0 has no port 99; it has 0-8,258-259" },
-           { "packet in Ethernet1 ipv4 ttl 3 dst 10.0.0.1 ttl 4", "45: 'ttl' is given twice" },
-           { "packet in Ethernet1 pcap no/such.pcap frame 3", "26: cannot read 'no/such.pcap'" },
-        } )
+   const std::string frames = "tests/packet/frames/frames.pcap";
+   for( const auto& [ line, column ] :
+      std::map<std::string, std::string>{
+         { "switch hsdk units 65 ports 4", "19: a switch has 1 to 64 units" },
+         { "switch hsdk ports 300 units 2", "19: a unit has 1 to 256 ports" },
+         { "unit 0 port 9 down", "13: the front-panel ports of unit 0 are 1 to 8, not 9" },
+         { "interface Ethernet9 unit 0 port 9 routed", "33: the front-panel ports" },
+         { "interface Port-Channel1 unit 0 port 9", "11: Port-Channel1 has no port" },
+         { "interface Ethernet9 unit 0 port 8 logical 1023", "43: logical port numbers are 1" },
+         { "lag Port-Channel1 Ethernet1 Ethernet9 routed", "29: there is no Ethernet9" },
+         { "vlan 10 members Ethernet1 tagged Ethernet2 mtu 9", "27: what is tagged must be" },
+         { "no mac 02:00:00:00:00:05 vlan 10", "8: 02:00:00:00:00:05 is not known" },
+         { "packet in port 99 unit 0 ipv4", "16: unit 0 has no port 99; it has 0-8,258-259" },
+         { "packet in Ethernet1 ipv4 ttl 3 dst 10.0.0.1 ttl 4", "45: 'ttl' is given twice" },
+         { "packet in Ethernet1 pcap no/such.pcap frame 3", "26: cannot read 'no/such.pcap'" },
+         { "packet in Ethernet1 pcap " + frames + " frame 0", "64: frames count from 1" },
+         { "packet in Ethernet1 pcap " + frames + " frame 99",
+            "64: '" + frames + "' has no frame" },
+         { "pcap " + frames + " in Ethernet1 frames 77-99",
+            "58: '" + frames + "' has no frame 77" },
+         { "vlan 10 members Ethernet1 cpu", "27: port 0 of unit 0 (CPU) is no front-panel port" },
+         { "vlan 10 tagged loopback", "16: port 258 of unit 0 (loopback) is no front-panel port" },
+      } )
       EXPECT_THAT(
          runLine( { "shell", "--quiet" }, start + line ).err, HasSubstr( "shell:4:" + column ) )
          << line;
@@ -108,6 +118,12 @@ TEST( Shell, CapturesHoldWhatHasLeftAndPipesKeepNobodyWaiting )
          file + " in Ethernet3\nno capture\npcap " + file + " in Ethernet3 summary\n" );
    EXPECT_EQ( two.status, 0 ) << two.err;
    EXPECT_THAT( two.out, HasSubstr( "3  1-3     Ethernet1, Ethernet2" ) );
+   // Frames that a capture has cut are told, and where the file ends before the range.
+   const std::string cut = "pcap tests/packet/frames/frames.pcap in Ethernet1 frames 29-40";
+   EXPECT_THAT( runLine( { "shell", "--quiet" }, start + cut + "\n" + cut + " summary\n" ).out,
+      AllOf( HasSubstr( "1 frame of tests/packet/frames/frames.pcap, which ends with frame 29" ),
+         HasSubstr( "; the capture holds 20 of 74 bytes" ),
+         HasSubstr( "; the capture holds a part of it" ) ) );
    for( const char* const line : { "packet in Ethernet1 pcap ", "capture Ethernet2 ", "pcap " } ) {
       const bool whole = std::string( line ) == "pcap ";
       const Outcome refused = runLine( { "shell" },

@@ -140,6 +140,17 @@ class CaptureTable
    U32 count_ = 0;
 };
 
+/// That the capture has cut the frame. Frames of a summary fare alike, however much of each there is.
+std::string cutText( const CapturedFrame& captured, bool summary )
+{
+   const std::size_t held = captured.bytes.size();
+   if( held >= captured.length )
+      return {};
+   return summary ? "; the capture holds a part of it"
+                  : "; the capture holds " + std::to_string( held ) + " of " +
+                       std::to_string( captured.length ) + " bytes";
+}
+
 /// Sends a frame of a file and says what became of it. A frame that cannot be sent does not end the others.
 std::string sendCaptured(
    PacketDesk& desk, const Entrance& entrance, const CapturedFrame& captured )
@@ -158,24 +169,28 @@ void sendCapture( Session& session, Words& words )
 {
    const Word& name = words.take( "a pcap file", "FILE" );
    const Entrance entrance = takeEntrance( session, words );
-   std::optional<std::pair<U32, U32>> range;
+   std::pair<U32, U32> range( 1, ~U32{ 0 } );
+   const Word* rangeWord = nullptr;
    bool summary = false;
    Words::Taken taken;
    for( ;; ) {
-      if( words.acceptOnce( "frames", taken ) )
+      if( words.acceptOnce( "frames", taken ) ) {
          range = takeFrameNumbers( words );
-      else if( words.acceptOnce( "summary", taken ) )
+         rangeWord = words.last();
+      } else if( words.acceptOnce( "summary", taken ) )
          summary = true;
       else
          break;
    }
    words.end();
-   const auto [ first, last ] = range.value_or( std::pair<U32, U32>( 1, ~U32{ 0 } ) );
+   const auto [ first, last ] = range;
    PacketDesk& desk = session.packets( words );
    if( desk.isWriting( name.text ) ) // it might never end
       words.failAt( name, "'" + name.text + "' is being written; 'no capture' closes all files" );
    CaptureTable table;
+   std::string title;
    std::string problem; // the frames that were sent are listed all the same
+   const Word* culprit = &name;
    try {
       CaptureReader reader( name.text );
       while( reader.number() < last ) {
@@ -183,19 +198,25 @@ void sendCapture( Session& session, Words& words )
          if( !captured )
             break;
          if( reader.number() >= first )
-            table.add( reader.number(), sendCaptured( desk, entrance, *captured ) );
+            table.add( reader.number(),
+               sendCaptured( desk, entrance, *captured ) + cutText( *captured, summary ) );
       }
-      if( table.count() == 0 )
-         problem = "'" + name.text + "' has no frame " + std::to_string( first ) + "; it has " +
-                   std::to_string( reader.number() );
+      if( rangeWord && reader.number() < last )
+         title = ", which ends with frame " + std::to_string( reader.number() );
+      if( table.count() == 0 ) {
+         culprit = rangeWord ? rangeWord : &name;
+         problem = NoSuchFrame( name.text, first, reader.number() ).what();
+      }
    } catch( const Vormel::Error& error ) {
       problem = error.what();
    }
    if( table.count() > 0 )
-      session.console().table( std::to_string( table.count() ) + " frames of " + name.text,
+      session.console().table( std::to_string( table.count() ) +
+                                  ( table.count() == 1 ? " frame of " : " frames of " ) +
+                                  name.text + title,
          summary ? table.summary() : table.each() );
    if( !problem.empty() )
-      words.failAt( name, problem );
+      words.failAt( *culprit, problem );
    checkCaptures( desk, words );
 }
 
@@ -210,6 +231,8 @@ void capture( Session& session, Words& words )
                                      : desk.engine().portName( port ) ) +
                                   " is being captured already; 'no capture' closes all files" );
    const std::string file = words.take( "a file's name", "FILE" ).text;
+   if( file == "-" )
+      words.fail( "'-' is no file here; write ./- for a file of that name" );
    words.end();
    if( cpu )
       desk.captureCpu( port.unit, file );
@@ -365,7 +388,8 @@ std::vector<Command> packetCommands()
          "the last packet leaves on just these ports, with TEXT in it", expectDeparts, false },
       { "expect cpu", "[none|times N] [queue N] [because TEXT]",
          "the CPU gets the last packet, once unless said otherwise", expectCpu, false },
-      { "expect dropped", "[TEXT]", "the last packet leaves on no port, for this reason",
+      { "expect dropped", "[TEXT]",
+         "the last packet leaves on no port, for this reason; the CPU may have a copy",
          expectDropped, false },
       { "expect passes", "N", "the last packet goes through chips as often", expectPasses, false },
       { "expect winner", "[GROUP] ENTRY|none", "the entry acts on the last packet", expectWinner,

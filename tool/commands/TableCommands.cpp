@@ -50,6 +50,16 @@ std::vector<Sim::PortRef> takePortList(
    return ports;
 }
 
+/// The ports of a VLAN's front panel; the slice and the chip see to its internal ones.
+void checkFrontPanel( Session& session, const Words& words, const std::vector<Sim::PortRef>& ports )
+{
+   const Sim::Chips& chips = session.agent( words ).hardware().chips();
+   for( const Sim::PortRef port : ports )
+      if( !chips.at( port.unit ).frontPanelPorts().contains( port.port ) )
+         words.fail(
+            session.packets( words ).engine().portName( port ) + " is no front-panel port" );
+}
+
 constexpr std::array<std::string_view, 10> vlanProperties{ "svi", "no-svi", "drop-routed", "vxlan",
    "no-vxlan", "l3-class", "urpf", "mtu", "members", "tagged" };
 
@@ -93,7 +103,7 @@ void takeVlanProperty( Session& session, Words& words, VlanWords& asked )
       set( [ value = words.value<U32>( "the class of its L3 interface" ) ](
               Sim::VlanProperties& vlan ) { vlan.l3Class = value; } );
    } else if( property == "urpf" ) {
-      set( [ mode = takeEnum<Sim::UrpfMode>( words, "off, loose or strict" ) ](
+      set( [ mode = takeEnum<Sim::UrpfMode>( words, "a mode of the reverse-path check" ) ](
               Sim::VlanProperties& vlan ) { vlan.urpf = mode; } );
    } else if( property == "mtu" ) {
       set( [ mtu = words.value<U32>( "the longest IP packet in bytes, 0 for any" ) ](
@@ -101,8 +111,9 @@ void takeVlanProperty( Session& session, Words& words, VlanWords& asked )
    } else {
       if( property == "tagged" )
          asked.taggedWord = words.last();
-      ( property == "tagged" ? asked.tagged : asked.members ) =
-         takePortList( session, words, vlanProperties );
+      const std::vector<Sim::PortRef> ports = takePortList( session, words, vlanProperties );
+      checkFrontPanel( session, words, ports );
+      ( property == "tagged" ? asked.tagged : asked.members ) = ports;
    }
 }
 
@@ -166,7 +177,7 @@ void setNativeVlan( Session& session, Words& words )
 Sim::StationKey takeStationKey( Words& words )
 {
    const EthAddr mac = words.value<EthAddr>( "a MAC address" );
-   words.choose( "'vlan'", std::array<std::string_view, 1>{ "vlan" } );
+   words.expect( "vlan" );
    return { takeVlanId( words ), mac };
 }
 
@@ -236,9 +247,9 @@ void removeRoute( Session& session, Words& words )
 void addTunnel( Session& session, Words& words )
 {
    const std::string name = words.take( "a tunnel's name" ).text;
-   words.choose( "'local'", std::array<std::string_view, 1>{ "local" } );
+   words.expect( "local" );
    const Sim::IpAddress local = takeAddress( words, "the address of this end" );
-   words.choose( "'remote'", std::array<std::string_view, 1>{ "remote" } );
+   words.expect( "remote" );
    const Sim::IpAddress remote = takeAddress( words, "the address of the other end" );
    if( local.isV6() != remote.isV6() )
       words.fail( "both ends of a tunnel have addresses of one family" );
@@ -275,12 +286,18 @@ void removeSteering( Session& session, Words& words )
 
 void addLabel( Session& session, Words& words )
 {
+   const auto isReserved = []( U32 label ) { return label < 16; }; // RFC 3032, 2.1
    const U32 label = takeLabel( words, "a label" );
+   if( isReserved( label ) )
+      words.fail( "labels 0 to 15 are reserved" );
    Sim::LabelRule rule;
-   if( words.accept( "swap" ) )
+   if( words.accept( "swap" ) ) {
       rule.swap = takeLabel( words, "the label that takes its place" );
-   else
-      words.choose( "swap or pop", std::array<std::string_view, 2>{ "pop", "swap" } );
+      if( isReserved( *rule.swap ) && *rule.swap != 0 && *rule.swap != 2 )
+         words.fail( "labels 0 to 15 are reserved; of them 0 and 2 can take a label's place" );
+   } else {
+      words.choose( "an action", std::array<std::string_view, 2>{ "pop", "swap" } );
+   }
    if( rule.swap || !words.done() )
       rule.nextHop = takeNextHop( session, words );
    words.end();
@@ -310,7 +327,7 @@ void addMcastRoute( Session& session, Words& words )
       words.fail( address.toString() + " is no multicast address" );
    std::set<U16> into;
    while( !words.done() ) {
-      words.choose( "'vlan'", std::array<std::string_view, 1>{ "vlan" } );
+      words.expect( "vlan" );
       into.insert( takeVlanId( words ) );
    }
    session.packets( words ).tables().mcastRoutes[ address ] = into;

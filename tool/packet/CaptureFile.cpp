@@ -78,8 +78,8 @@ std::string CaptureWriter::add( const Sim::Frame& frame, double seconds )
 {
    const auto time = static_cast<U64>( std::llround( seconds * 1e6 ) );
    const auto size = static_cast<U32>( frame.bytes().size() );
-   const FrameHead head{
-      static_cast<U32>( time / 1'000'000 ), static_cast<U32>( time % 1'000'000 ), size, size };
+   const FrameHead head{ static_cast<U32>( time / 1'000'000 ), static_cast<U32>( time % 1'000'000 ),
+      size, static_cast<U32>( frame.length() ) };
    if( put( &head, sizeof head ) && put( frame.bytes().data(), size ) &&
        std::fflush( file_.get() ) == 0 )
       return {};
@@ -91,6 +91,10 @@ bool CaptureWriter::writes( const std::string& file ) const
    std::error_code none;
    return file == name_ || std::filesystem::equivalent( file, name_, none );
 }
+
+NoSuchFrame::NoSuchFrame( const std::string& file, U32 number, U32 count )
+   : ValueError( format( "'%s' has no frame %d; it has %d", file, number, count ) )
+{}
 
 struct CaptureReader::Source
 {
@@ -133,7 +137,7 @@ Sim::Frame frameInFile( const std::string& file, U32 number )
    while( const auto captured = reader.next() )
       if( reader.number() == number )
          return captured->frame();
-   throw ValueError( format( "'%s' has no frame %d; it has %d", file, number, reader.number() ) );
+   throw NoSuchFrame( file, number, reader.number() );
 }
 
 } // namespace Strata::Tool

@@ -1,6 +1,7 @@
 // Files of captured frames.
 #pragma once
 
+#include "platform/runtime/Errors.h"
 #include "sim/packet/Frame.h"
 
 #include <cstdio>
@@ -64,7 +65,14 @@ class CaptureReader
    U32 number_ = 0;
 };
 
-/// The frame with this number, 1 being the first. ValueError when there is none.
+/// A file has `count` frames, and not the one with this number.
+class NoSuchFrame : public Vormel::ValueError
+{
+ public:
+   NoSuchFrame( const std::string& file, U32 number, U32 count );
+};
+
+/// The frame with this number, 1 being the first. NoSuchFrame when there is none.
 Sim::Frame frameInFile( const std::string& file, U32 number );
 
 } // namespace Strata::Tool

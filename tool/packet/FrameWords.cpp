@@ -167,7 +167,7 @@ class FrameBuilder
    void arp()
    {
       static constexpr std::array<std::string_view, 2> operations{ "request", "reply" };
-      const bool reply = words_.choose( "request or reply", operations ) == "reply";
+      const bool reply = words_.choose( "an ARP operation", operations ) == "reply";
       Tins::ARP arp;
       arp.opcode( reply ? Tins::ARP::REPLY : Tins::ARP::REQUEST );
       arp.sender_hw_addr( frame_.src_addr() );
@@ -369,9 +369,19 @@ Sim::Frame takeFrame( Session& session, Words& words )
    if( words.accept( "pcap" ) ) {
       const Word& name = words.take( "a pcap file", "FILE" );
       const std::string& file = name.text;
-      const U32 number = words.accept( "frame" ) ? words.value<U32>( "the frame's number" ) : 1;
+      const bool numbered = words.accept( "frame" );
+      const U32 number = numbered ? words.value<U32>( "the frame's number" ) : 1;
+      if( number == 0 )
+         words.fail( "frames count from 1" );
+      const Word& culprit = numbered ? *words.last() : name;
       words.end();
-      return words.blaming( name, [ & ] { return checkedFrame( frameInFile( file, number ) ); } );
+      return words.blaming( name, [ & ] {
+         try {
+            return checkedFrame( frameInFile( file, number ) );
+         } catch( const NoSuchFrame& problem ) {
+            words.failAt( culprit, problem.what() );
+         }
+      } );
    }
    try {
       Sim::Frame frame( FrameBuilder( session, words ).take() );
