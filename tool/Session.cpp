@@ -33,6 +33,7 @@ void Session::run( const Line& line )
    if( command.announced )
       console_.command( line );
    console_.rowsAsJsonIs( json );
+   last_ = line;
    running_ = &line;
    if( agent_ )
       agent_->hardware().causeIs( commandText( line ) );
@@ -187,7 +188,8 @@ std::string Session::firstRefusedClaim() const
 {
    if( agent_ )
       for( const Sim::Record& record : agent_->hardware().transcript().records() )
-         if( record.kind == Sim::RecordKind::claim )
+         // The slice looks at the answer to a uRPF claim and goes on without the entry.
+         if( record.kind == Sim::RecordKind::claim && !record.text.starts_with( "urpf" ) )
             return record.text;
    return {};
 }
@@ -228,8 +230,14 @@ void Session::passedOver( const Line& line, const std::string& why )
 
 void Session::end()
 {
-   if( agent_ )
-      agent_->hardware().critic().ends();
+   if( !agent_ )
+      return;
+   // What the end finds out is told at the line that ran last.
+   const Line* const before = running_;
+   if( !running_ && last_ )
+      running_ = &*last_;
+   agent_->hardware().critic().ends();
+   running_ = before;
 }
 
 void Session::childOf( ChildChannel& channel )

@@ -100,8 +100,9 @@ class Session
    std::unique_ptr<Agent> agent_;
    std::unique_ptr<PacketDesk> packets_; // of the agent's switch
    const Line* running_ = nullptr;
-   U64 windowStart_ = 0; // number of the last record before it
-   std::string profile_; // empty: what the switch asks for
+   std::optional<Line> last_; // what ran last
+   U64 windowStart_ = 0;      // number of the last record before it
+   std::string profile_;      // empty: what the switch asks for
    bool foreign_ = false;
    ChildChannel* channel_ = nullptr; // of a child
    RunCounts counts_;

@@ -151,6 +151,17 @@ TEST( ScenarioDeathTest, ADeathNamesTheFirstRefusedClaimAndEndsTheRecordsForProg
    EXPECT_EQ( objects.back().at( "expectations" ), 1 );
 }
 
+TEST( Scenario, ADeathAtTheEndIsToldAtTheLastLine )
+{
+   const std::string file = scenarioFile( "switch hsdk units 1\n"
+                                          "call init true true\n"
+                                          "fault bcm_field_unlock code BCM_E_UNAVAIL\n"
+                                          "call handleMplsRouting true\n" );
+   EXPECT_EXIT(
+      runLine( { "run", file.c_str(), "--quiet" }, Terminal{ std::cin, std::cout, std::cerr } ),
+      testing::ExitedWithCode( 3 ), "still held at the end(.|\n)*:4: the agent died here" );
+}
+
 TEST( Scenario, OnAForeignProfileExpectationsAreNotJudged )
 {
    const std::string text = "switch hsdk ports 40\n"

@@ -42,6 +42,7 @@ class Shell : public Subcommand
          if( terminal.typed )
             terminal.out << "'help' lists the commands, the tab key completes them, 'quit' ends.\n";
          converse( session, *readerFor( terminal, session ) );
+         session.end();
          console.checkWritten();
          return refused_                  ? ExitStatus::error
                 : session.failures() == 0 ? ExitStatus::held
