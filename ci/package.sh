@@ -47,7 +47,7 @@ mkdir -p "$out/elsewhere"
 (
    cd "$out/elsewhere"
    strata-l3 --version
-   strata-l3 run "$root/scenarios/packets.scenario" --quiet >scenario.log || {
+   strata-l3 run "$root/scenarios/two-units.scenario" --quiet >scenario.log || {
       cat scenario.log
       exit 1
    }
