@@ -152,7 +152,7 @@ Ref<UnknownMacDropLoggingSm> RoutingStatusSm::unknownMacDropLoggingSmIs(
       return unknownMacDropLoggingSm_;
    const Ref<UnknownMacDropLoggingSm> old =
       unknownMacDropLoggingSmDel(); // arguments may live in it
-   const Ref<UnknownMacDropLoggingSm> made = unknownMacDropLoggingSmFactory( miscConfig, helper );
+   Ref<UnknownMacDropLoggingSm> made = unknownMacDropLoggingSmFactory( miscConfig, helper );
    unknownMacDropLoggingSmDel(); // a subscriber to its counters may have made another
    unknownMacDropLoggingSm_ = made;
    return made;

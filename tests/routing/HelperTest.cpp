@@ -1,5 +1,6 @@
 #include "tests/routing/Fixture.h"
 
+#include "platform/runtime/ChangeWatcher.h"
 #include "platform/runtime/EntityType.h"
 #include "platform/runtime/Trace.h"
 #include "sim/SdkCodes.h"
@@ -332,12 +333,15 @@ TEST_F( HelperTest, UnitsUpTo255HaveTtlCheckEntries )
 TEST_F( HelperTest, L3IsInitializingFromTheFirstMulticastEntryToTheLastControl )
 {
    make( "hsdk" );
+   bool initializing = false; // as published, which needs no lock in the listener
+   const Vormel::ChangeWatcher watcher(
+      agent->helper(), {}, [ & ]( const Vormel::ChangeText& change ) {
+         if( change.attribute == "l3Initializing" )
+            initializing = change.newValue == "true";
+      } );
    std::vector<std::string> calls; // while it is
    transcript().listenerIs( [ & ]( const Sim::Record& record ) {
-      if( record.kind != RecordKind::call )
-         return;
-      const Vormel::LockAnchor looking( Vormel::activityLock() );
-      if( helper().l3Initializing() )
+      if( initializing && record.kind == RecordKind::call )
          calls.push_back( record.text );
    } );
    helper().init( true, true );
