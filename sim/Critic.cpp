@@ -103,10 +103,14 @@ void Critic::checkRead( SdkOperation operation, U32 unit, S64 target )
 {
    if( operation == SdkOperation::ingMiscConfigWrite )
       target = 0; // names no register: its first argument is the value
+   const auto read = read_.find( unit );
+   if( writesBack( operation ) &&
+       ( read == read_.end() || read->second != std::pair( operation, target ) ) )
+      breach( "it writes what was not read right before it", roleName( operation ), unit );
    if( const auto write = writeAfter( operation ) )
-      read_.emplace( *write, unit, target );
-   else if( writesBack( operation ) && read_.erase( { operation, unit, target } ) == 0 )
-      breach( "it writes what was not read before it", roleName( operation ), unit );
+      read_.insert_or_assign( unit, std::pair( *write, target ) );
+   else
+      read_.erase( unit );
 }
 
 void Critic::checkFieldLock( SdkOperation operation, U32 unit )

@@ -10,11 +10,12 @@
 #include "sim/Transcript.h"
 
 #include <functional>
+#include <map>
 #include <optional>
 #include <set>
 #include <string>
 #include <string_view>
-#include <tuple>
+#include <utility>
 #include <vector>
 
 namespace Strata::Sim {
@@ -76,8 +77,8 @@ class Critic
    Transcript& transcript_;
    Handler handler_;
    std::vector<Breach> breaches_;
-   // What was read and not written since, by the operation that writes it back.
-   std::set<std::tuple<SdkOperation, U32, S64>> read_;
+   // What a unit's last operation read, by the operation that writes it back and its target.
+   std::map<U32, std::pair<SdkOperation, S64>> read_;
    bool preCalled_ = false; // and the call it announces has not come yet
    bool dead_ = false;
    // Units whose FP lock was not available when it was last asked for.

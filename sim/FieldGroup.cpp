@@ -32,7 +32,8 @@ FieldGroup::ClaimResult FieldGroup::claim( U32 id, const std::string& name, cons
          continue;
       entry->key = key;
       entry->claim.qualifiers.clear();
-      entry->qualifierUnavailable = entry->qualifierRefused = false;
+      entry->unavailable.clear();
+      entry->qualifierRefused = false;
       turnedAway_.erase( candidate );
       return { candidate, ClaimFailure::none };
    }

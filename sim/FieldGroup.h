@@ -25,13 +25,12 @@ struct FieldEntry
    std::optional<FieldRule> hardware; // what packets meet
    bool enabled = true;
    bool holdsRoom = true;
-   // Since the claim a qualifier was answered as unavailable; the chip's attributes say so.
-   bool qualifierUnavailable = false;
-   bool qualifierRefused = false;
-   bool actionsRemoved = false;    // and what is added since then has not been installed
-   U64 hits = 0;                   // since the first claim
-   Cause cause;                    // of what is in hardware
-   std::optional<bool> switchedTo; // by enableEntry, which made it so last
+   std::set<SdkOperation> unavailable; // qualifiers answered so since the claim
+   bool qualifierRefused = false;      // by the chip itself, whose attributes promised it
+   bool actionsRemoved = false;        // and what is added since then has not been installed
+   U64 hits = 0;                       // since the first claim
+   Cause cause;                        // of what is in hardware
+   std::optional<bool> switchedTo;     // by enableEntry, which made it so last
    Cause switchCause;
 
    /// The cause of enabling or disabling it, when that differs from the installation's.

@@ -52,7 +52,7 @@ void ChipOperations::answeredUnavailable( SdkOperation operation, U32 unit, S64 
    const auto entry = static_cast<U32>( target );
    FieldGroup* const group = chip( unit ).groupOf( entry );
    if( FieldEntry* const found = group ? group->find( entry ) : nullptr )
-      found->qualifierUnavailable = true;
+      found->unavailable.insert( operation );
 }
 
 SdkCode ChipOperations::qualifyExact(

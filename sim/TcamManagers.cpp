@@ -110,6 +110,19 @@ static std::string foreignPorts( const PortBitmap& ports, const Chip& chip )
    return foreign.empty() ? std::string() : "ports " + foreign.toString() + " are not the unit's";
 }
 
+/// An entry that matches floods redirects to the switch's flood set, which has ports of all units; behind a
+/// loopback port it redirects to ports of its own unit.
+static bool floods( const FieldEntry& entry )
+{
+   const auto qualifies = [ & ]( Qualifier role ) {
+      return std::ranges::find( entry.claim.qualifiers, role, &FieldQualifier::role ) !=
+             entry.claim.qualifiers.end();
+   };
+   return ( qualifies( Qualifier::DstPort ) ||
+             entry.unavailable.contains( SdkOperation::fieldQualifyDstPort ) ) &&
+          !qualifies( Qualifier::OutLoopback );
+}
+
 /// Faults of a claim that the chip accepts.
 static std::vector<std::string> faultsOf( const FieldEntry& entry, const Chip& chip )
 {
@@ -119,13 +132,9 @@ static std::vector<std::string> faultsOf( const FieldEntry& entry, const Chip& c
    if( entry.qualifierRefused )
       faults.emplace_back(
          "the chip refused a qualifier of the entry, so it would match too much" );
-   else if( entry.claim.qualifiers.empty() && !entry.qualifierUnavailable )
+   else if( entry.claim.qualifiers.empty() && entry.unavailable.empty() )
       faults.emplace_back( "the entry has no qualifier, so it would match every packet" );
-   // An entry that qualifies on the destination port floods, and the switch's flood set has ports of all units.
-   const bool floods =
-      entry.qualifierUnavailable || std::ranges::find( entry.claim.qualifiers, Qualifier::DstPort,
-                                       &FieldQualifier::role ) != entry.claim.qualifiers.end();
-   if( !floods )
+   if( !floods( entry ) )
       for( const FieldActionData& action : entry.claim.actions )
          if( std::string foreign = foreignPorts( action.ports, chip ); !foreign.empty() )
             faults.push_back(

@@ -32,8 +32,11 @@ void endDead( int )
 {
    if( watchedSession && watchedSession->running() ) {
       const Line& line = *watchedSession->running();
-      if( !deathReported )
-         watchedSession->console().died( line, "aborted, see standard error" );
+      if( !deathReported ) {
+         const std::string breach = watchedSession->lastBreach();
+         watchedSession->console().died(
+            line, breach.empty() ? "aborted, see standard error" : breach );
+      }
       watchedSession->console().summary( line.file, watchedSession->counts(), RunEnd::died );
       watchedSession->console().error( line.file + ":" + std::to_string( line.number ) +
                                        ": the agent died here, and nothing expected it to" );

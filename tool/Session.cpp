@@ -184,6 +184,14 @@ std::string Session::lastCall() const
    return {};
 }
 
+std::string Session::lastBreach() const
+{
+   if( !agent_ || agent_->hardware().transcript().records().empty() )
+      return {};
+   const Sim::Record& last = agent_->hardware().transcript().records().back();
+   return last.kind == Sim::RecordKind::breach ? last.text : std::string();
+}
+
 std::string Session::firstRefusedClaim() const
 {
    if( agent_ )

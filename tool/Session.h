@@ -69,6 +69,8 @@ class Session
 
    /// The hardware call that came last; empty when there was none.
    std::string lastCall() const;
+   /// The broken convention that the transcript ends with; empty for another end.
+   std::string lastBreach() const;
    /// The claim that an entry manager refused first; empty when there was none.
    std::string firstRefusedClaim() const;
    /// What happened since the last mark.

@@ -26,7 +26,7 @@ struct Proof
    "set mlagHwStatus.peerMacRoutingSupported true\n" \
    "call handlePeerMacArpRedirect 02:00:a1:00:00:02 " link " true\n" \
    "call handlePeerMacRouting 02:00:a1:00:00:02 true"
-// A port that carries nobody's cable, taken for recirculation.
+// A port without a cable, used for recirculation.
 #define SPARE_PORT \
    "no interface Ethernet6\nset recircStatus.recircPort[0] 6\ncall handleTcamEntryL3Recirc true"
 #define ALL "hsdk;register;fabric-vfi;acl"

@@ -58,7 +58,7 @@ class EmbeddingSlipsTest : public SwitchTest
 
 TEST_F( EmbeddingSlipsTest, WithoutSharedDataOrShimAnOperationEndsWithAClearAssertion )
 {
-   make( "hsdk" ).hardware().critic().collect(); // entry 0 is nobody's
+   make( "hsdk" ).hardware().critic().collect(); // entry 0 is outside every range
    const auto bare = bareHelper();
    bare->tcamManagerIs( agent->hardware().tcamManager() );
    const auto withoutData = endings( *bare );

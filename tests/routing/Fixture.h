@@ -31,7 +31,12 @@ class SwitchTest : public testing::Test
       Vormel::assertionHookIs(
          []( const auto& failure ) { throw Died{ std::string( failure.text ) }; } );
    }
-   ~SwitchTest() override { Vormel::assertionHookIs( nullptr ); }
+   ~SwitchTest() override
+   {
+      Vormel::assertionHookIs( nullptr );
+      if( agent ) // a lock that a test leaves behind ends it
+         agent->hardware().critic().ends();
+   }
 
    Tool::Agent& make( const std::string& profile, std::vector<U32> units = { 0, 1 } )
    {

@@ -138,7 +138,9 @@ TEST_F( EntryManagerTest, PortSetsBecomeQualifiers )
 TEST_F( EntryManagerTest, OnlyWhatFloodsNamesThePortsOfOtherUnits )
 {
    const int redirect = hardware.shim().fieldAction( FieldAction::RedirectPbmp );
-   for( const U32 id : { base, base + 1 } ) {
+   hardware.faults().inject(
+      { .call = "bcm_field_qualify_Ttl", .nth = 2, .code = SdkCode::Unavail } );
+   for( const U32 id : { base, base + 1, base + 2, base + 3 } ) {
       manager->getEntry( 0, id, "one", {} );
       call( &SdkShimInterface::fieldLock, 0 );
       call( &SdkShimInterface::fieldActionPortsAdd, 0, id, redirect, *PortBitmap::parse( "2,9" ) );
@@ -150,6 +152,13 @@ TEST_F( EntryManagerTest, OnlyWhatFloodsNamesThePortsOfOtherUnits )
    EXPECT_THAT( breaches(), IsEmpty() );
    EXPECT_EQ( manager->installEntry( 0, base ), ok );
    EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "RedirectPbmp: ports 9 are not" ) ) );
+   // Nor those of floods on a loopback port, nor an entry with another qualifier unavailable.
+   call( &SdkShimInterface::fieldQualifyDstPort, 0, base + 2, 0, 0xFF, 0xF0, 0xFF );
+   manager->addOutLoopbackPortForEntry( 0, base + 2, 258, hardware.chip( 0 ).ports() );
+   call( &SdkShimInterface::fieldQualifyTtl, 0, base + 3, U8{ 1 }, U8{ 0xFF } );
+   manager->installEntry( 0, base + 2 );
+   manager->installEntry( 0, base + 3 );
+   EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "ports 9 are" ), HasSubstr( "ports 9 are" ) ) );
 }
 
 TEST_F( EntryManagerTest, TheSdkRefusesWhatNoPacketCouldMeet )

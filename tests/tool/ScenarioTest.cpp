@@ -157,9 +157,11 @@ TEST( Scenario, ADeathAtTheEndIsToldAtTheLastLine )
                                           "call init true true\n"
                                           "fault bcm_field_unlock code BCM_E_UNAVAIL\n"
                                           "call handleMplsRouting true\n" );
-   EXPECT_EXIT(
-      runLine( { "run", file.c_str(), "--quiet" }, Terminal{ std::cin, std::cout, std::cerr } ),
+   const std::string transcript = file + ".txt";
+   EXPECT_EXIT( runLine( { "run", file.c_str(), "--transcript", transcript.c_str() },
+                   Terminal{ std::cin, std::cout, std::cerr } ),
       testing::ExitedWithCode( 3 ), "still held at the end(.|\n)*:4: the agent died here" );
+   EXPECT_THAT( contents( transcript ), testing::ContainsRegex( "DIED .*broken convention: " ) );
 }
 
 TEST( Scenario, OnAForeignProfileExpectationsAreNotJudged )

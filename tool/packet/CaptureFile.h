@@ -72,7 +72,7 @@ class NoSuchFrame : public Vormel::ValueError
    NoSuchFrame( const std::string& file, U32 number, U32 count );
 };
 
-/// The frame with this number, 1 being the first. NoSuchFrame when there is none.
+/// The frame with this number, counted from 1. Raises NoSuchFrame if the file has fewer frames.
 Sim::Frame frameInFile( const std::string& file, U32 number );
 
 } // namespace Strata::Tool
