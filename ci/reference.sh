@@ -45,6 +45,15 @@ traces() {
    done
 }
 
+# The main range, from its table.
+entries() {
+   echo '| Offset | Name | In the range of a fabric unit |'
+   echo '|---:|---|---|'
+   sed -nE \
+      -e 's/^STRATA_ENTRY\( (.*), (.*) \).*/| \2 | \1 | no |/p' \
+      -e 's/^STRATA_FABRIC_ENTRY\( (.*), (.*) \).*/| \2 | \1 | yes |/p' routing/EntryIds.def
+}
+
 attributes | page attributes.md 'Attributes' \
    'What the helper and the input objects hold, by number. An attribute of number 0 is fixed and publishes nothing.'
 "$command" operations --markdown | page operations.md 'Operations' \
@@ -53,6 +62,8 @@ attributes | page attributes.md 'Attributes' \
    'In order of declaration; severities as syslog(3) numbers them.'
 "$command" commands --markdown | page commands.md 'Commands of scenarios' \
    'In the order of [scenarios.md](../scenarios.md), which explains them.'
+entries | page entries.md 'Entries' \
+   'The entries of the main range by offset. The lowest that matches a packet wins. `vlanFloodingDrop` takes two offsets for each traffic class. Offsets that are not here have no entry.'
 traces | page traces.md 'Traces' \
    'What the slice traces, and at which level. Parts outside quotes are values. SDK calls trace their own text at level 4 of `ApiStrata`.'
 

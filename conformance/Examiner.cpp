@@ -99,7 +99,7 @@ Answer<int> Examiner::operation( SdkOperation which, std::string call, Work work
 #define STRATA_SDK_OPERATION( method, name, parameters, arguments ) \
    Answer<int> Examiner::method parameters \
    { \
-      return operation( SdkOperation::method, callText( name, CONFORMANCE_LIST arguments ), \
+      return operation( SdkOperation::method, callText( #name, CONFORMANCE_LIST arguments ), \
          [ & ] { return shim().method arguments; } ); \
    }
 #include "platform/sdk/SdkOperations.def"

@@ -6,21 +6,38 @@
 
 #include <algorithm>
 #include <array>
+#include <type_traits>
 
 namespace Strata::Sim {
 
 using Vormel::ValueError;
 
-static constexpr std::array<std::string_view, 7> managerCalls{ "getEntry", "installEntry",
-   "reinstallEntry", "enableEntry", "addInPortsForEntry", "qualifyPortsClassId",
-   "addOutLoopbackPortForEntry" };
+struct ManagerCall
+{
+   std::string_view name;
+   bool canFail; // has a result
+};
+
+static constexpr auto managerCalls = std::to_array<ManagerCall>( {
+#define STRATA_TCAM_OPERATION( result, method, parameters, arguments ) \
+   { #method, !std::is_void_v<result> },
+#include "platform/tcam/TcamOperations.def"
+} );
+
+static const ManagerCall* managerCall( std::string_view name )
+{
+   const auto at = std::ranges::find( managerCalls, name, &ManagerCall::name );
+   return at == managerCalls.end() ? nullptr : &*at;
+}
 
 std::span<const std::string_view> Faults::callNames()
 {
    static const auto names = [] {
-      std::array<std::string_view, roleNames<SdkOperation>.size() + managerCalls.size()> all;
-      std::ranges::copy(
-         managerCalls, std::ranges::copy( roleNames<SdkOperation>, all.begin() ).out );
+      std::vector<std::string_view> all(
+         roleNames<SdkOperation>.begin(), roleNames<SdkOperation>.end() );
+      for( const ManagerCall& call : managerCalls )
+         if( call.canFail )
+            all.push_back( call.name );
       return all;
    }();
    return names;
@@ -48,11 +65,11 @@ void Faults::inject( const Fault& fault )
 {
    const auto names = callNames();
    if( !fault.call.empty() && std::ranges::find( names, fault.call ) == names.end() ) {
-      if( fault.call == "removeEntry" || fault.call == "releaseEntry" )
+      if( managerCall( fault.call ) )
          throw ValueError( fault.call + " returns nothing, so it cannot fail" );
       throw ValueError( "there is no call '" + fault.call + "'" + hint( fault.call, names ) );
    }
-   if( fault.callNumber && std::ranges::find( managerCalls, fault.call ) != managerCalls.end() )
+   if( fault.callNumber && managerCall( fault.call ) )
       throw ValueError( fault.call + " has no call number: only SDK operations are counted" );
    if( fault.nth == 0 || fault.callNumber == U64{ 0 } )
       throw ValueError( "fault for " + callText( fault ) + ": calls are counted from 1" );

@@ -1,38 +1,36 @@
 #include "sim/MyStationTable.h"
 
+#include "sim/RowOf.h"
+
 #include <algorithm>
 #include <array>
-#include <cstddef>
 #include <utility>
 
 namespace Strata::Sim {
 
 struct MemoryPlace
 {
+   MemoryField role;
    U32 word;
    U32 bit;
    U32 width;
 };
 
 // MAC addresses take two words: the first two bytes on the wire, then the other four.
-static MemoryPlace placeOf( MemoryField field )
-{
-   static constexpr std::array<MemoryPlace, 11> places{ {
-      { 0, 0, 1 },   // Valid
-      { 1, 0, 48 },  // MacAddr
-      { 3, 0, 48 },  // MacAddrMask
-      { 5, 0, 12 },  // VlanId
-      { 5, 12, 12 }, // VlanIdMask
-      { 6, 0, 7 },   // IngressPortNum
-      { 6, 7, 7 },   // IngressPortNumMask
-      { 7, 0, 1 },   // Ipv4Termination
-      { 7, 1, 1 },   // Ipv6Termination
-      { 7, 2, 1 },   // MplsTermination
-      { 7, 3, 1 },   // ArpRarpTermination
-   } };
-   static_assert( places.size() == roleNames<MemoryField>.size() );
-   return places[ static_cast<std::size_t>( field ) ];
-}
+static constexpr auto places = std::to_array<MemoryPlace>( {
+   { .role = MemoryField::Valid, .word = 0, .bit = 0, .width = 1 },
+   { .role = MemoryField::MacAddr, .word = 1, .bit = 0, .width = 48 },
+   { .role = MemoryField::MacAddrMask, .word = 3, .bit = 0, .width = 48 },
+   { .role = MemoryField::VlanId, .word = 5, .bit = 0, .width = 12 },
+   { .role = MemoryField::VlanIdMask, .word = 5, .bit = 12, .width = 12 },
+   { .role = MemoryField::IngressPortNum, .word = 6, .bit = 0, .width = 7 },
+   { .role = MemoryField::IngressPortNumMask, .word = 6, .bit = 7, .width = 7 },
+   { .role = MemoryField::Ipv4Termination, .word = 7, .bit = 0, .width = 1 },
+   { .role = MemoryField::Ipv6Termination, .word = 7, .bit = 1, .width = 1 },
+   { .role = MemoryField::MplsTermination, .word = 7, .bit = 2, .width = 1 },
+   { .role = MemoryField::ArpRarpTermination, .word = 7, .bit = 3, .width = 1 },
+} );
+static_assert( eachRoleHasARow( places ) );
 
 static U32 lowBits( U32 width )
 {
@@ -41,17 +39,17 @@ static U32 lowBits( U32 width )
 
 bool isMacField( MemoryField field )
 {
-   return placeOf( field ).width == 48;
+   return rowOf( places, field ).width == 48;
 }
 
 bool fitsMemoryField( MemoryField field, U32 data )
 {
-   return !isMacField( field ) && data <= lowBits( placeOf( field ).width );
+   return !isMacField( field ) && data <= lowBits( rowOf( places, field ).width );
 }
 
 void memoryFieldSet( MemoryEntry& entry, MemoryField field, U32 data )
 {
-   const MemoryPlace place = placeOf( field );
+   const MemoryPlace& place = rowOf( places, field );
    const U32 mask = lowBits( place.width ) << place.bit;
    U32& word = entry.words[ place.word ];
    word = ( word & ~mask ) | ( data << place.bit & mask );
@@ -59,20 +57,20 @@ void memoryFieldSet( MemoryEntry& entry, MemoryField field, U32 data )
 
 void memoryFieldSet( MemoryEntry& entry, MemoryField field, const EthAddr& mac )
 {
-   const U32 word = placeOf( field ).word;
+   const U32 word = rowOf( places, field ).word;
    entry.words[ word ] = static_cast<U32>( mac.toNumber() >> 32 );
    entry.words[ word + 1 ] = static_cast<U32>( mac.toNumber() );
 }
 
 U32 memoryField( const MemoryEntry& entry, MemoryField field )
 {
-   const MemoryPlace place = placeOf( field );
+   const MemoryPlace& place = rowOf( places, field );
    return entry.words[ place.word ] >> place.bit & lowBits( place.width );
 }
 
 EthAddr memoryMacField( const MemoryEntry& entry, MemoryField field )
 {
-   const U32 word = placeOf( field ).word;
+   const U32 word = rowOf( places, field ).word;
    return EthAddr::fromNumber( U64{ entry.words[ word ] } << 32 | entry.words[ word + 1 ] );
 }
 
@@ -102,8 +100,8 @@ std::string myStationText( const MemoryEntry& entry )
 static MemoryEntry fieldsOf( const MemoryEntry& entry )
 {
    MemoryEntry fields;
-   for( std::size_t i = 0; i < roleNames<MemoryField>.size(); ++i ) {
-      const auto field = static_cast<MemoryField>( i );
+   for( const MemoryPlace& place : places ) {
+      const MemoryField field = place.role;
       if( isMacField( field ) )
          memoryFieldSet( fields, field, memoryMacField( entry, field ) );
       else

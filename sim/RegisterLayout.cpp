@@ -1,6 +1,7 @@
 #include "sim/RegisterLayout.h"
 
 #include "platform/runtime/Format.h"
+#include "sim/RowOf.h"
 
 #include <array>
 
@@ -8,38 +9,36 @@ namespace Strata::Sim {
 
 struct FieldPlace
 {
+   RegisterField role;
    Register reg;
    U32 bit; // all fields are one bit wide
 };
 
-static FieldPlace placeOf( RegisterField field )
-{
-   static constexpr std::array<FieldPlace, 6> places{ {
-      { Register::CpuControlM, 5 },    // MplsLabelMissToCpu
-      { Register::CpuControlM, 9 },    // MplsTtlErrToCpu
-      { Register::IngConfig64, 41 },   // UseMyStation1ForNonTunnels
-      { Register::IngConfig64, 33 },   // Ip4UrpfOnL3Iif
-      { Register::IngConfig64, 34 },   // Ip6UrpfOnL3Iif
-      { Register::IngMiscConfig, 12 }, // DoNotCopyFromCpuToCpu
-   } };
-   static_assert( places.size() == roleNames<RegisterField>.size() );
-   return places[ static_cast<std::size_t>( field ) ];
-}
+// In the order in which a register's fields are shown.
+static constexpr auto places = std::to_array<FieldPlace>( {
+   { RegisterField::MplsLabelMissToCpu, Register::CpuControlM, 5 },
+   { RegisterField::MplsTtlErrToCpu, Register::CpuControlM, 9 },
+   { RegisterField::UseMyStation1ForNonTunnels, Register::IngConfig64, 41 },
+   { RegisterField::Ip4UrpfOnL3Iif, Register::IngConfig64, 33 },
+   { RegisterField::Ip6UrpfOnL3Iif, Register::IngConfig64, 34 },
+   { RegisterField::DoNotCopyFromCpuToCpu, Register::IngMiscConfig, 12 },
+} );
+static_assert( eachRoleHasARow( places ) );
 
 Register registerOf( RegisterField field )
 {
-   return placeOf( field ).reg;
+   return rowOf( places, field ).reg;
 }
 
 U64 registerFieldSet( U64 value, RegisterField field, U32 data )
 {
-   const U64 bit = U64{ 1 } << placeOf( field ).bit;
+   const U64 bit = U64{ 1 } << rowOf( places, field ).bit;
    return ( value & ~bit ) | ( ( data & 1 ) != 0 ? bit : 0 );
 }
 
 U32 registerField( U64 value, RegisterField field )
 {
-   return static_cast<U32>( value >> placeOf( field ).bit & 1 );
+   return static_cast<U32>( value >> rowOf( places, field ).bit & 1 );
 }
 
 U64 registerReset( Register reg )
@@ -58,12 +57,10 @@ U64 registerReset( Register reg )
 std::string registerText( Register reg, U64 value )
 {
    std::string fields;
-   for( std::size_t i = 0; i < roleNames<RegisterField>.size(); ++i ) {
-      const auto field = static_cast<RegisterField>( i );
-      if( registerOf( field ) == reg )
-         fields += ( fields.empty() ? "" : ", " ) + std::string( roleName( field ) ) + " " +
-                   std::to_string( registerField( value, field ) );
-   }
+   for( const FieldPlace& place : places )
+      if( place.reg == reg )
+         fields += ( fields.empty() ? "" : ", " ) + std::string( roleName( place.role ) ) + " " +
+                   std::to_string( registerField( value, place.role ) );
    return Vormel::format( "0x%x (%s)", value, fields );
 }
 

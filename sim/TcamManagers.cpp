@@ -271,6 +271,11 @@ int SimTcamEntryManager::addOutLoopbackPortForEntry(
       { .role = Qualifier::OutLoopback, .data = static_cast<U64>( port ), .ports = others } );
 }
 
+bool SimTcamEntryManager::supportsAclGroup() const
+{
+   return profile_.acl;
+}
+
 Ref<StrataBoundedTcamEntryManager> SimTcamGroupManager::boundedTcamEntryManager(
    TcamGroup group ) const
 {

@@ -28,21 +28,15 @@ class SimTcamEntryManager : public StrataBoundedTcamEntryManager
    std::string entityName() const override { return name_; }
    const FieldGroupProfile& profile() const { return profile_; }
 
-   U32 getEntry( U32 unit, U32 entryId, const std::string& name, const RequestKey& key ) override;
-   int installEntry( U32 unit, U32 entryId ) override;
-   int reinstallEntry( U32 unit, U32 entryId ) override;
-   void removeEntry( U32 unit, U32 entryId ) override;
-   void releaseEntry( U32 unit, U32 entryId ) override;
-   int enableEntry( U32 unit, U32 entryId, bool enable, int mode ) override;
-   U64 hitsForEntry( U32 unit, U32 entryId ) const override;
-   int addInPortsForEntry(
-      U32 unit, U32 entryId, const PortBitmap& ports, const PortBitmap& mask ) override;
-   int qualifyPortsClassId( U32 unit, U32 entryId, const PortBitmap& ports, bool ingress ) override;
-   int addOutLoopbackPortForEntry(
-      U32 unit, U32 entryId, int port, const PortBitmap& ports ) override;
-
-   bool supportsAclGroup() const override { return profile_.acl; }
-   U32 baseEntryId() const override { return profile_.base; }
+#define STRATA_TCAM_OPERATION( result, method, parameters, arguments ) \
+   result method parameters override;
+#define STRATA_TCAM_QUESTION( result, method, parameters, arguments ) \
+   result method parameters const override;
+#include "platform/tcam/TcamOperations.def"
+   U32 baseEntryId() const override
+   {
+      return profile_.base;
+   }
 
  private:
    FieldGroup* group( U32 unit ) const;

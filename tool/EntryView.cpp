@@ -74,22 +74,11 @@ struct OffsetName
    TcamL3EntryId id;
 };
 
-#define OFFSET( name ) \
-   OffsetName \
-   { \
-#name, TcamL3EntryId::name \
-   }
-constexpr std::array offsetNames{ OFFSET( l3RecircAfterDecap ), OFFSET( l3RecircForEncap ),
-   OFFSET( lbRecircL2Uc ), OFFSET( mcastDataRsvdMacAddress ), OFFSET( vlanFloodingDrop ),
-   OFFSET( vlanFloodingPbr ), OFFSET( vlanFloodingVxlan ), OFFSET( vxlanEncapFlooding ),
-   OFFSET( vlanFlooding ), OFFSET( vlanFloodingFabric ), OFFSET( lbRecirc ),
-   OFFSET( lbRecircFabric ), OFFSET( l2McastCpuTx ), OFFSET( skipL2McastPktFromCoreToCpu ),
-   OFFSET( l2McastCpuRx ), OFFSET( l2McastCpuAndFlood ), OFFSET( l2McastFlood ),
-   OFFSET( nexthopToCpu ), OFFSET( mplsPkt ), OFFSET( l3Vxlan ), OFFSET( l2VxlanForBridgeMac ),
-   OFFSET( arpReply ), OFFSET( arpRequestUnicast ), OFFSET( l2OnlyCpuRx ),
-   OFFSET( l2OnlyCpuRxFromCpu ), OFFSET( l3VxlanFennic ), OFFSET( l2VxlanForFennicMac ),
-   OFFSET( arpFennicReply ), OFFSET( l2OnlyFennicCpuRx ), OFFSET( l2OnlyFennicCpuRxFromCpu ) };
-#undef OFFSET
+constexpr auto offsetNames = std::to_array<OffsetName>( {
+#define STRATA_ENTRY( name, offset ) { #name, TcamL3EntryId::name },
+#define STRATA_RESERVED_ENTRY( name, offset )
+#include "routing/EntryIds.def"
+} );
 
 } // namespace
 

@@ -206,8 +206,11 @@ class Shim final : public UnavailableShim
    }
 
    static std::size_t wordOf( MemoryField field ) { return static_cast<std::size_t>( field ); }
-   /// Only the two addresses, fields 1 and 2, have one.
-   static std::size_t upperWordOf( MemoryField field ) { return 12 + wordOf( field ); }
+   /// Only the two addresses have one. No field is as high as that.
+   static std::size_t upperWordOf( MemoryField field )
+   {
+      return field == MemoryField::MacAddr ? 14 : 15;
+   }
 
    static constexpr int ingMiscConfig_ = static_cast<int>( Register::IngMiscConfig );
 

@@ -36,7 +36,7 @@ class TellingShim final : public ForwardingShim
 #define STRATA_SDK_OPERATION( method, name, parameters, arguments ) \
    int method parameters override \
    { \
-      tell( name, textOf arguments ); \
+      tell( #name, textOf arguments ); \
       return next().method arguments; \
    }
 #include "platform/sdk/SdkOperations.def"

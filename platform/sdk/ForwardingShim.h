@@ -21,16 +21,12 @@ class VORMEL_EXPORT ForwardingShim : public SdkShimInterface
    }
 #include "platform/sdk/SdkOperations.def"
 
-   void preCall() override
-   {
-      next_.preCall();
+#define STRATA_SDK_HOOK( method ) \
+   void method() override \
+   { \
+      next_.method(); \
    }
-   void errorHook() override
-   {
-      next_.errorHook();
-   }
-
-#define STRATA_SDK_QUESTION( result, method, parameters, arguments ) \
+#define STRATA_SDK_QUESTION( result, method, parameters, arguments, ... ) \
    result method parameters const override \
    { \
       return next_.method arguments; \

@@ -24,16 +24,12 @@ class MissingShim final : public SdkShimInterface
    }
 #include "platform/sdk/SdkOperations.def"
 
-   void preCall() override
-   {
-      noShim();
+#define STRATA_SDK_HOOK( method ) \
+   void method() override \
+   { \
+      noShim(); \
    }
-   void errorHook() override
-   {
-      noShim();
-   }
-
-#define STRATA_SDK_QUESTION( result, method, parameters, arguments ) \
+#define STRATA_SDK_QUESTION( result, method, parameters, arguments, ... ) \
    result method parameters const override \
    { \
       return unanswered<result> arguments; \

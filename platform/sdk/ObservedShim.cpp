@@ -1,23 +1,13 @@
 #include "platform/sdk/ObservedShim.h"
 
-#include <array>
 #include <chrono>
 
 namespace Strata {
 
 namespace {
 
-enum Operation : std::size_t
-{
-#define STRATA_SDK_OPERATION( method, name, parameters, arguments ) method##Operation,
-#include "platform/sdk/SdkOperations.def"
-   operationCount
-};
-
-constexpr std::array<std::string_view, operationCount> operationNames{
-#define STRATA_SDK_OPERATION( method, name, parameters, arguments ) name,
-#include "platform/sdk/SdkOperations.def"
-};
+constexpr auto operationNames = roleNames<SdkOperation>;
+constexpr std::size_t operationCount = operationNames.size();
 
 double seconds( U64 nanoseconds )
 {
@@ -35,14 +25,14 @@ ObservedShim::ObservedShim( SdkShimInterface& next )
 ObservedShim::~ObservedShim() = default;
 
 template<class Call>
-int ObservedShim::observed( std::size_t operation, Call call )
+int ObservedShim::observed( SdkOperation operation, Call call )
 {
    using Clock = std::chrono::steady_clock;
    const auto start = Clock::now();
    const int code = call();
    const auto spent = std::chrono::duration_cast<std::chrono::nanoseconds>( Clock::now() - start );
    const U64 nanoseconds = static_cast<U64>( spent.count() );
-   Counters& counters = counters_[ operation ];
+   Counters& counters = counters_[ static_cast<std::size_t>( operation ) ];
    ++counters.calls;
    if( code == unavailableCode_ )
       ++counters.unavailable;
@@ -58,7 +48,7 @@ int ObservedShim::observed( std::size_t operation, Call call )
 #define STRATA_SDK_OPERATION( method, name, parameters, arguments ) \
    int ObservedShim::method parameters \
    { \
-      return observed( method##Operation, [ & ] { return next().method arguments; } ); \
+      return observed( SdkOperation::method, [ & ] { return next().method arguments; } ); \
    }
 #include "platform/sdk/SdkOperations.def"
 

@@ -46,7 +46,7 @@ class VORMEL_EXPORT ObservedShim final : public ForwardingShim
    };
 
    template<class Call>
-   int observed( std::size_t operation, Call call );
+   int observed( SdkOperation operation, Call call );
 
    int unavailableCode_;
    std::unique_ptr<Counters[]> counters_;

@@ -55,16 +55,11 @@ struct SdkConstant
 #define STRATA_IP_OPTION_ACTION( role ) \
    inline constexpr SdkName<&SdkShimInterface::ipOptionAction, IpOptionAction::role> \
       bcmIntfIPOptionAction##role;
+#define STRATA_SDK_REGISTER( role, name ) \
+   inline constexpr SdkName<&SdkShimInterface::registerNumber, Register::role> name;
+#define STRATA_SDK_MEMORY( role, name ) \
+   inline constexpr SdkName<&SdkShimInterface::memory, Memory::role> name;
 #include "platform/sdk/SdkRoles.def"
-
-#define STRATA_NUMBERED( query, Role, role, name ) \
-   inline constexpr SdkName<&SdkShimInterface::query, Role::role> name; \
-   static_assert( roleName( Role::role ) == #name );
-STRATA_NUMBERED( registerNumber, Register, CpuControlM, CPU_CONTROL_Mr )
-STRATA_NUMBERED( registerNumber, Register, IngConfig64, ING_CONFIG_64r )
-STRATA_NUMBERED( registerNumber, Register, IngMiscConfig, ING_MISC_CONFIGr )
-STRATA_NUMBERED( memory, Memory, MyStationTcam, MY_STATION_TCAMm )
-#undef STRATA_NUMBERED
 
 inline constexpr SdkConstant<&SdkShimInterface::successCode> BCM_E_NONE;
 inline constexpr SdkConstant<&SdkShimInterface::exactMatchMask> BCM_FIELD_EXACT_MATCH_MASK;
@@ -106,53 +101,12 @@ int sdkCallNarrowed(
    return sdkCall( operation, static_cast<Parameters>( arguments )... );
 }
 
-#define STRATA_FUNCTION( method, name ) \
-   template<class... Arguments> \
-   int name( const Arguments&... arguments ) \
+#define STRATA_SDK_OPERATION( method, name, parameters, arguments ) \
+   template<class... Given> \
+   int name( const Given&... given ) \
    { \
-      static_assert( roleName( SdkOperation::method ) == #name ); \
-      return sdkCallNarrowed( &SdkShimInterface::method, arguments... ); \
+      return sdkCallNarrowed( &SdkShimInterface::method, given... ); \
    }
-STRATA_FUNCTION( fieldQualifyDrop, bcm_field_qualify_Drop )
-STRATA_FUNCTION( fieldQualifyDstIp, bcm_field_qualify_DstIp )
-STRATA_FUNCTION( fieldQualifyDstMac, bcm_field_qualify_DstMac )
-STRATA_FUNCTION( fieldQualifyDstMcastGroup, bcm_field_qualify_DstMcastGroup )
-STRATA_FUNCTION( fieldQualifyDstPort, bcm_field_qualify_DstPort )
-STRATA_FUNCTION( fieldQualifyEtherType, bcm_field_qualify_EtherType )
-STRATA_FUNCTION( fieldQualifyHiGig, bcm_field_qualify_HiGig )
-STRATA_FUNCTION( fieldQualifyIngressStpState, bcm_field_qualify_IngressStpState )
-STRATA_FUNCTION( fieldQualifyIntPriority, bcm_field_qualify_IntPriority )
-STRATA_FUNCTION( fieldQualifyInterfaceClassL2, bcm_field_qualify_InterfaceClassL2 )
-STRATA_FUNCTION( fieldQualifyInterfaceClassL3, bcm_field_qualify_InterfaceClassL3 )
-STRATA_FUNCTION( fieldQualifyIpProtocol, bcm_field_qualify_IpProtocol )
-STRATA_FUNCTION( fieldQualifyIpType, bcm_field_qualify_IpType )
-STRATA_FUNCTION( fieldQualifyL3Routable, bcm_field_qualify_L3Routable )
-STRATA_FUNCTION( fieldQualifyL4DstPort, bcm_field_qualify_L4DstPort )
-STRATA_FUNCTION( fieldQualifyMyStationHit, bcm_field_qualify_MyStationHit )
-STRATA_FUNCTION( fieldQualifyPacketRes, bcm_field_qualify_PacketRes )
-STRATA_FUNCTION( fieldQualifySrcClassField, bcm_field_qualify_SrcClassField )
-STRATA_FUNCTION( fieldQualifyTtl, bcm_field_qualify_Ttl )
-STRATA_FUNCTION( fieldQualifyTunnelTerminated, bcm_field_qualify_TunnelTerminated )
-STRATA_FUNCTION( fieldActionAdd, bcm_field_action_add )
-STRATA_FUNCTION( fieldActionRemoveAll, bcm_field_action_remove_all )
-STRATA_FUNCTION( fieldActionPortsAdd, bcm_field_action_ports_add )
-STRATA_FUNCTION( switchControlSet, bcm_switch_control_set )
-STRATA_FUNCTION( switchControlPortSet, bcm_switch_control_port_set )
-STRATA_FUNCTION( portControlSet, bcm_port_control_set )
-STRATA_FUNCTION( vlanControlGet, bcm_vlan_control_vlan_get )
-STRATA_FUNCTION( vlanControlSet, bcm_vlan_control_vlan_set )
-STRATA_FUNCTION( vlanPortAdd, bcm_vlan_port_add )
-STRATA_FUNCTION( vlanPortRemove, bcm_vlan_port_remove )
-STRATA_FUNCTION( l3Ip4OptionsProfileCreate, bcm_l3_ip4_options_profile_create )
-STRATA_FUNCTION( l3Ip4OptionsProfileDestroy, bcm_l3_ip4_options_profile_destroy )
-STRATA_FUNCTION( register32Get, soc_reg32_get )
-STRATA_FUNCTION( register32Set, soc_reg32_set )
-STRATA_FUNCTION( register64Get, soc_reg_get )
-STRATA_FUNCTION( register64Set, soc_reg_set )
-STRATA_FUNCTION( ingMiscConfigRead, READ_ING_MISC_CONFIGr )
-STRATA_FUNCTION( ingMiscConfigWrite, WRITE_ING_MISC_CONFIGr )
-STRATA_FUNCTION( memoryRead, soc_mem_read )
-STRATA_FUNCTION( memoryWrite, soc_mem_write )
-#undef STRATA_FUNCTION
+#include "platform/sdk/SdkOperations.def"
 
 } // namespace Strata

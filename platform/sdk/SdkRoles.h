@@ -27,7 +27,7 @@ constexpr std::string_view roleName( Role role )
 
 #define STRATA_ROLE( role, ... ) role,
 #define STRATA_ROLE_TEXT( role ) #role,
-#define STRATA_NAME_TEXT( role, name ) name,
+#define STRATA_NAME_TEXT( role, name ) #name,
 
 enum class FieldAction : U8
 {
@@ -162,7 +162,7 @@ enum class SdkOperation : U8
 };
 template<>
 inline constexpr auto roleNames<SdkOperation> = std::to_array<std::string_view>( {
-#define STRATA_SDK_OPERATION( method, name, parameters, arguments ) name,
+#define STRATA_SDK_OPERATION( method, name, parameters, arguments ) #name,
 #include "platform/sdk/SdkOperations.def"
 } );
 

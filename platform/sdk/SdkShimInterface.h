@@ -2,8 +2,8 @@
 // is one of an SDK.
 //
 // Operations (SdkOperations.def) are called with the activity lock released; each is preceded by preCall().
-// Questions (SdkQuestions.def) are answered at once and never fail. Hook and questions come with the lock
-// held, except while the Field Processor lock is.
+// Hooks and questions (SdkQuestions.def) are answered at once and never fail. They come with the lock held, except while
+// the Field Processor lock is.
 #pragma once
 
 #include "platform/runtime/Export.h"
@@ -52,12 +52,8 @@ class VORMEL_EXPORT SdkShimInterface
    virtual int method parameters = 0;
 #include "platform/sdk/SdkOperations.def"
 
-   /// Called right before every operation; fieldUnlock belongs to the call that took the lock.
-   virtual void preCall() = 0;
-   /// Called after a fatal code was reported and before the agent ends.
-   virtual void errorHook() = 0;
-
-#define STRATA_SDK_QUESTION( result, method, parameters, arguments ) \
+#define STRATA_SDK_HOOK( method ) virtual void method() = 0;
+#define STRATA_SDK_QUESTION( result, method, parameters, ... ) \
    virtual result method parameters const = 0;
 #include "platform/sdk/SdkQuestions.def"
 };

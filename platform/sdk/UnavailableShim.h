@@ -10,38 +10,16 @@ namespace Strata {
 class UnavailableShim : public SdkShimInterface
 {
  public:
-   void preCall() override {}
-   void errorHook() override {}
-
-   int fieldAction( FieldAction ) const override { return -1; }
-   int fieldIpType( FieldIpType ) const override { return -1; }
-   U32 packetResult( PacketResult ) const override { return ~U32(); }
-   int switchControl( SwitchControl ) const override { return -1; }
-   int portControl( PortControl ) const override { return -1; }
-   U32 vlanFlag( VlanFlag ) const override { return 0; }
-   int ipOptionAction( IpOptionAction ) const override { return -1; }
-   int registerNumber( Register ) const override { return -1; }
-   int memory( Memory ) const override { return -1; }
-   U32 exactMatchMask() const override { return ~U32(); }
-   U8 stpForward() const override { return 0; }
-   int anyRegisterPort() const override { return -1; }
-   int anyMemoryBlock() const override { return -1; }
-   int chipWidePort() const override { return -1; }
-   int fieldEntryEnableMode() const override { return 0; }
-
-   U32 kbSingleUnit() const override { return 0; }
-   int cpuPort( U32 ) const override { return 0; }
-   bool trapsTtlExceptions( U32 ) const override { return false; }
-   bool resolvesHigigTrunksAsLag( U32 ) const override { return false; }
-   bool vlanExists( U32, U16 ) const override { return false; }
-   UnitRecord unitRecord( U32 ) const override { return {}; }
-
-   void registerFieldSet( Register, U32&, RegisterField, U32 ) const override {}
-   void registerFieldSet( Register, U64&, RegisterField, U32 ) const override {}
-   void memoryFieldSet( MemoryEntry&, MemoryField, U32 ) const override {}
-   void memoryFieldSet( MemoryEntry&, MemoryField, const EthAddr& ) const override {}
-   U32 memoryField( const MemoryEntry&, MemoryField ) const override { return 0; }
-   EthAddr memoryMacField( const MemoryEntry&, MemoryField ) const override { return {}; }
+#define STRATA_SDK_HOOK( method ) \
+   void method() override {}
+#define STRATA_SDK_CODE_QUESTION( result, method, parameters, arguments )
+#define STRATA_SDK_QUESTION( result, method, parameters, arguments, answer ) \
+   result method parameters const override \
+   { \
+      unused arguments; \
+      return answer; \
+   }
+#include "platform/sdk/SdkQuestions.def"
 
 #define STRATA_SDK_OPERATION( method, name, parameters, arguments ) \
    int method parameters override \
@@ -51,6 +29,10 @@ class UnavailableShim : public SdkShimInterface
 #include "platform/sdk/SdkOperations.def"
 
  private:
+   template<class... Arguments>
+   static void unused( const Arguments&... )
+   {}
+
    template<class... Arguments>
    int unavailable( const Arguments&... ) const
    {

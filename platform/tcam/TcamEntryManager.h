@@ -1,4 +1,5 @@
-// The agent's FP entry managers. Every call is made with the activity lock held.
+// The agent's FP entry managers. Their operations are those of TcamOperations.def, which says what each does. Every call
+// is made with the activity lock held.
 #pragma once
 
 #include "platform/runtime/Attributes.h"
@@ -24,39 +25,11 @@ struct RequestKey
 class VORMEL_EXPORT StrataTcamEntryManager : public Vormel::Entity
 {
  public:
-   /// Claims the entry on the unit and returns its id; 0 when it is out of range, held under another name,
-   /// or the unit has no room left. A first claim is empty and enabled. A claim under the same name again
-   /// clears the qualifiers and keeps actions, hits, enable state and what is in hardware.
-   virtual U32 getEntry(
-      U32 unit, U32 entryId, const std::string& name, const RequestKey& key ) = 0;
-
-   /// Puts the claim into hardware in one step and leaves the entry enabled. Returns the SDK's code.
-   virtual int installEntry( U32 unit, U32 entryId ) = 0;
-   /// The same for an entry that is installed; keeps its enable state.
-   virtual int reinstallEntry( U32 unit, U32 entryId ) = 0;
-   /// Takes the entry out of hardware and keeps its definition for another installEntry.
-   virtual void removeEntry( U32 unit, U32 entryId ) = 0;
-   /// Removes the entry and ends the claim: qualifiers, actions and hits are forgotten.
-   virtual void releaseEntry( U32 unit, U32 entryId ) = 0;
-   /// A disabled entry matches nothing. `mode` is the shim's fieldEntryEnableMode(), handed through.
-   virtual int enableEntry( U32 unit, U32 entryId, bool enable, int mode ) = 0;
-   /// Packets for which the entry won, since its first claim.
-   virtual U64 hitsForEntry( U32 unit, U32 entryId ) const = 0;
-
-   /// Qualifies: arrived on one of `ports`; a port outside `mask` always passes.
-   virtual int addInPortsForEntry(
-      U32 unit, U32 entryId, const PortBitmap& ports, const PortBitmap& mask ) = 0;
-   /// The same through a port class, for groups without a port bitmap in their key; for the departure
-   /// port when `ingress` is false.
-   virtual int qualifyPortsClassId(
-      U32 unit, U32 entryId, const PortBitmap& ports, bool ingress ) = 0;
-   /// Qualifies: arrived on one of `ports` less `port`, so has not been through `port` yet. In groups
-   /// without a port bitmap in their key, through a port class.
-   virtual int addOutLoopbackPortForEntry(
-      U32 unit, U32 entryId, int port, const PortBitmap& ports ) = 0;
-
-   /// An ACL group's key has no class fields and no port bitmap.
-   virtual bool supportsAclGroup() const = 0;
+#define STRATA_TCAM_OPERATION( result, method, parameters, arguments ) \
+   virtual result method parameters = 0;
+#define STRATA_TCAM_QUESTION( result, method, parameters, arguments ) \
+   virtual result method parameters const = 0;
+#include "platform/tcam/TcamOperations.def"
 };
 
 class VORMEL_EXPORT StrataBoundedTcamEntryManager : public StrataTcamEntryManager

@@ -35,6 +35,9 @@ namespace Strata {
 static_assert(
    std::string_view( EXPANDED( FIELD_ACTION VLAN_FLAG MEMORY_FIELD SDK_OPERATION PROMISE ROW ) ) ==
    EXPANDED( VENDOR VENDOR VENDOR VENDOR VENDOR VENDOR ) );
+static_assert(
+   std::string_view( EXPANDED( bcmFieldActionDrop CPU_CONTROL_Mr VALIDf soc_mem_write ) ) ==
+   EXPANDED( VENDOR VENDOR VENDOR VENDOR ) );
 
 // Beside an SDK the names of the operations are still texts.
 static_assert( roleName( SdkOperation::memoryWrite ) == "soc_mem_write" );
