@@ -51,6 +51,13 @@ Tone toneOf( const Sim::Record& record )
    }
 }
 
+/// What a scenario may leave out of its text: never what is addressed to somebody, or wrong.
+bool isEvent( Sim::RecordKind kind )
+{
+   return kind == Sim::RecordKind::call || kind == Sim::RecordKind::entry ||
+          kind == Sim::RecordKind::notify || kind == Sim::RecordKind::trace;
+}
+
 /// Code moves; what it reports should read the same afterwards.
 std::string withoutSourceLines( const std::string& text )
 {
@@ -163,6 +170,8 @@ void Console::note( std::string_view text )
 
 void Console::record( const Sim::Record& record )
 {
+   if( !eventsShown_ && !config_.json && isEvent( record.kind ) )
+      return;
    emit( Weight::ordinary, { { toneOf( record ), "  " + record.line() } },
       [ & ] { return record.json(); } );
    happened_ = true;

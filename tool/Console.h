@@ -78,6 +78,8 @@ class Console
    void rowsAsJsonIs( bool json ) { rowsAsJson_ = json; }
    void note( std::string_view text );
    void record( const Sim::Record& record );
+   /// Whether the text has calls, notifications and traces; at first it has. JSON always has them.
+   void eventsShownIs( bool shown ) { eventsShown_ = shown; }
    /// Something that the scenario asked to see. `json` is put in for programs instead of the table.
    void table( const std::string& title, const Table& table );
    void table( const std::string& title, const Table& table, const nlohmann::ordered_json& json );
@@ -135,6 +137,7 @@ class Console
    std::ofstream transcript_;
    ChildChannel* channel_ = nullptr;
    bool rowsAsJson_ = false;
+   bool eventsShown_ = true;
    bool reported_ = false; // something since the last heading
    bool blank_ = true;     // the last line was
    bool happened_ = false; // the last thing was an event, not an outcome

@@ -52,6 +52,42 @@ TEST( Scenario, AFailedExpectationIsReportedAndTheRunGoesOn )
    EXPECT_EQ( run( "switch hsdk\nexpect no calls\n" ).status, 0 );
 }
 
+TEST( Scenario, TextsAreExpectedWholeAndInOrder )
+{
+   const Outcome outcome =
+      run( "switch hsdk\n"
+           "trace StrataRoutingStatus=8\n"
+           "call handleTcamEntryMplsTrafficDrop true\n"
+           "expect order getEntry qualify_EtherType qualify_MyStationHit installEntry\n"
+           "expect order installEntry qualify_EtherType\n" // fails
+           "expect order getEntry releaseEntry\n"          // fails
+           "expect trace \"Allocated mpls\"\n"
+           "expect trace with \"Allocated mpls\" times 1\n"
+           "expect trace is \"Allocated mpls\" none\n"
+           "expect trace is \"StrataRoutingStatus 2 handleTcamEntryMplsTrafficDrop: "
+           "handleTcamEntryMplsTrafficDrop, create: 1\" times 1\n" );
+   EXPECT_THAT( outcome.out, HasSubstr( "found     it came before the text in front of it" ) );
+   EXPECT_THAT( outcome.out, HasSubstr( "expected  'releaseEntry' in this order" ) );
+   EXPECT_THAT( outcome.out, HasSubstr( "2 of 7 expectations failed" ) ) << outcome.out;
+}
+
+TEST( Scenario, QuietLeavesEventsOutOfTheTextAlone )
+{
+   const std::string text = "switch hsdk\n"
+                            "quiet\n"
+                            "call initializeNextHopToCpuTcam\n"
+                            "expect call installEntry times 1\n"
+                            "packet in port 1 ethertype 0x88b5\n"
+                            "loud\n"
+                            "call handleTcamEntryMplsTrafficDrop true\n";
+   const std::string out = run( text ).out;
+   EXPECT_THAT( out, HasSubstr( "held    expect call installEntry" ) );
+   EXPECT_THAT( out, HasSubstr( "packet " ) );
+   EXPECT_THAT( out, Not( HasSubstr( "getEntry unit 0 id 1034" ) ) );
+   EXPECT_THAT( out, HasSubstr( "getEntry unit 0 id 1035" ) );
+   EXPECT_THAT( run( text, { "--json" } ).out, HasSubstr( "\"id\":1034" ) );
+}
+
 TEST( Scenario, ALineThatCannotBeRunEndsIt )
 {
    const Outcome outcome = run( "switch hsdk\ncall init maybe true\nnote never\n" );

@@ -126,10 +126,15 @@ void expectNotification( Session& session, Words& words )
 
 void expectText( Session& session, Words& words, RecordKind kind, const std::string& what )
 {
+   const bool whole = words.accept( "is" );
+   if( !whole )
+      words.accept( "with" );
    const std::string text = words.take( "a text" ).text;
-   expectRecords(
-      session, what + " '" + text + "'", takeTimes( words ), [ & ]( const Record& record ) {
-         return record.kind == kind && record.text.find( text ) != std::string::npos;
+   expectRecords( session, what + ( whole ? " that is '" : " '" ) + text + "'", takeTimes( words ),
+      [ & ]( const Record& record ) {
+         const bool matches =
+            whole ? record.text == text : record.text.find( text ) != std::string::npos;
+         return record.kind == kind && matches;
       } );
 }
 
@@ -141,6 +146,29 @@ void expectTrace( Session& session, Words& words )
 void expectLog( Session& session, Words& words )
 {
    expectText( session, words, RecordKind::log, "the log message" );
+}
+
+/// Compares first occurrences: what happens again later must not make up for what came too early.
+void expectOrder( Session& session, Words& words )
+{
+   session.agent( words );
+   std::vector<std::string> texts;
+   do
+      texts.push_back( words.take( "a part of a record's text" ).text );
+   while( !words.done() );
+   const auto window = session.window();
+   auto before = window.begin();
+   for( const std::string& text : texts ) {
+      const auto at = std::ranges::find_if( window,
+         [ & ]( const Record* record ) { return record->text.find( text ) != std::string::npos; } );
+      const std::string expected = "'" + text + "' in this order";
+      if( at == window.end() )
+         return session.expect( false, expected, "no such record since the last mark" );
+      if( at < before )
+         return session.expect( false, expected, "it came before the text in front of it" );
+      before = at;
+   }
+   session.expect( true, {}, {} );
 }
 
 /// Checks the command's name here, so that a slip is not taken for the failure that is expected.
@@ -252,10 +280,15 @@ std::vector<Command> expectEventCommands()
       { "expect notification", "[OBJECT.]ATTRIBUTE[KEY] [OLD -> NEW] [times N|none]",
          "a change was published since the last mark; - stands for no value", expectNotification,
          false },
-      { "expect trace", "TEXT [times N|none]", "a trace was written since the last mark",
-         expectTrace, false },
-      { "expect log", "TEXT [times N|none]", "a log message was raised since the last mark",
-         expectLog, false },
+      { "expect trace", "[with] TEXT|is TEXT [times N|none]",
+         "a trace that contains or is the text was written since the last mark", expectTrace,
+         false },
+      { "expect log", "[with] TEXT|is TEXT [times N|none]",
+         "a log message that contains or is the text was raised since the last mark", expectLog,
+         false },
+      { "expect order", "TEXT...",
+         "since the last mark, records with these texts first came in this order", expectOrder,
+         false },
       { "expect dead", "TEXT COMMAND...",
          "the command, run in a copy of the process, aborts and says this", expectDead },
       { "expect error", "TEXT COMMAND...", "the command is refused with this error", expectError },

@@ -83,6 +83,18 @@ void mark( Session& session, Words& words )
    session.mark();
 }
 
+void quiet( Session& session, Words& words )
+{
+   words.end();
+   session.console().eventsShownIs( false );
+}
+
+void loud( Session& session, Words& words )
+{
+   words.end();
+   session.console().eventsShownIs( true );
+}
+
 } // namespace
 
 std::vector<Command> runCommands()
@@ -97,6 +109,8 @@ std::vector<Command> runCommands()
       { "trace", "HANDLE=LEVEL...", "set trace levels: 0 to 9, or off", trace },
       { "note", "TEXT", "say something to the reader", note, false },
       { "mark", "", "start a new window for what is expected and shown", mark },
+      { "quiet", "", "leave calls, notifications and traces out of the text until 'loud'", quiet },
+      { "loud", "", "show calls, notifications and traces again", loud },
    };
 }
 
