@@ -15,7 +15,7 @@ help:
 	@echo 'make test           build and run all tests          TEST_FLAGS="-R <pattern>"'
 	@echo 'make bench          build and run the benchmarks     BENCH_FLAGS="--benchmark_filter=<pattern>"'
 	@echo 'make mutants FILES=routing/Urpf.cpp   break the library token by token and name the test that notices'
-	@echo '                      N=20  SEED=1  LINES=20-40  FUNCTION=<pattern>  KIND=<pattern>  LIST=1'
+	@echo '                      N=20  SEED=1  LINES=20-40  FUNCTION=<pattern>  KIND=<pattern>  SCENARIOS=1  LIST=1'
 	@echo 'make update-golden  make the transcripts of now the golden ones'
 	@echo 'make update-reference  make the reference pages say what the code says'
 	@echo 'make update-symbols    make the list of exported symbols say what the library exports'
@@ -48,7 +48,7 @@ mutants:
 	@$(if $(LIST),,sh ci/build.sh debug strata-l3-tests)
 	@python3 ci/mutants.py $(FILES) $(if $(N),--number $(N)) $(if $(SEED),--seed $(SEED)) \
 	   $(if $(LINES),--lines $(LINES)) $(if $(FUNCTION),--function '$(FUNCTION)') \
-	   $(if $(KIND),--kind '$(KIND)') $(if $(LIST),--list)
+	   $(if $(KIND),--kind '$(KIND)') $(if $(SCENARIOS),--scenarios) $(if $(LIST),--list)
 
 update-golden:
 	@sh ci/setup.sh build

@@ -152,7 +152,8 @@ class Library:
 class Tests:
     """What may notice a fault, cheapest first."""
 
-    def __init__(self, files):
+    def __init__(self, files, scenarios_only):
+        self.scenarios_only = scenarios_only
         self.scenarios = sorted(os.path.basename(path)[:-9] for path in glob.glob(os.path.join(WORK, "src/scenarios/*.scenario")))
         self.times = self._baseline()
         rooms = {file.split("/")[0] for file in files}
@@ -281,7 +282,8 @@ class Worker:
         if status != 0:
             return Result(fault, UNPARSABLE, said)
         noticed, differing = self.scenarios(tests)
-        noticed = noticed or self.unit_tests(tests)
+        if not noticed and not tests.scenarios_only:
+            noticed = self.unit_tests(tests)
         if noticed:
             return Result(fault, KILLED, noticed)
         if not differing:
@@ -300,7 +302,9 @@ class Worker:
                 return f"scenario.{name} (time limit)", differing
             if status != 0:
                 place = re.search(r"FAILED .*\(" + re.escape(scenario) + r":(\d+)\)", output)
-                return f"scenario.{name}" + (f" line {place[1]}" if place else " (refused or died)"), differing
+                ended = re.search(re.escape(scenario) + r":(\d+):", output)
+                line = f" line {place[1]}" if place else f" line {ended[1]} (refused or died)" if ended else " (refused or died)"
+                return f"scenario.{name}{line}", differing
             if read(transcript) != read(os.path.join(WORK, f"src/scenarios/golden/{name}.txt")):
                 differing.append(f"scenario.{name}")
         return None, differing
@@ -423,6 +427,7 @@ def main():
     parser.add_argument("--function", metavar="REGEX", help="faults in these functions alone")
     parser.add_argument("--kind", metavar="REGEX", help="of these kinds alone: and/or, argument, comparison, constant, dropped, mask, negation, neighbour, swapped; and trace, which is left out otherwise")
     parser.add_argument("--jobs", type=int, choices=(1, 2), default=min(2, os.cpu_count() or 1))
+    parser.add_argument("--scenarios", action="store_true", help="ask the scenarios alone: what their expectations hold by themselves")
     parser.add_argument("--list", action="store_true", help="show the faults and make none")
     options = parser.parse_args()
 
@@ -439,7 +444,7 @@ def main():
 
     try:
         snapshot()
-        library, tests = Library(), Tests(files)
+        library, tests = Library(), Tests(files, options.scenarios)
     except (KeyboardInterrupt, Stopped):
         runner.stop()
         return 130

@@ -61,7 +61,7 @@ static std::string valueText( const FieldQualifier& q )
    case Qualifier::SrcClassField:
       return format( "0x%x/0x%x", q.data, q.mask );
    case Qualifier::IngressStpState:
-      return "forward";
+      return format( "forward/0x%x", q.mask );
    case Qualifier::DstMcastGroup:
    case Qualifier::IntPriority:
       return decimal;
