@@ -26,7 +26,7 @@ Ref<EthIntfStatus> SimSwitch::intfStatus( IntfId intf )
    return status;
 }
 
-void SimSwitch::checkInterface( IntfId intf, U32 unit, int port )
+void SimSwitch::checkInterface( IntfId intf, U32 unit, int port ) const
 {
    if( !intf.isEthernet() )
       throw ValueError( intf.toString() + " has no port: only Ethernet interfaces have" );

@@ -207,6 +207,11 @@ void SimSwitch::makeObjects()
 
 Chip& SimSwitch::chip( U32 unit )
 {
+   return const_cast<Chip&>( std::as_const( *this ).chip( unit ) );
+}
+
+const Chip& SimSwitch::chip( U32 unit ) const
+{
    const auto at = chips_.find( unit );
    if( at == chips_.end() )
       throw ValueError( "there is no unit " + std::to_string( unit ) );

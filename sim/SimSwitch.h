@@ -79,6 +79,7 @@ class SimSwitch
    const Chips& chips() const { return chips_; }
    /// ValueError when there is no such unit.
    Chip& chip( U32 unit );
+   const Chip& chip( U32 unit ) const;
 
    // The entry managers by group name ("main", "ttl-check", ...); null when the profile has no such
    // group.
@@ -119,7 +120,7 @@ class SimSwitch
    void forget( const Entity& entity ) { recorder_.forget( entity ); }
 
    /// ValueError unless the interface can be put there: the port exists and is no other's.
-   void checkInterface( Vormel::IntfId intf, U32 unit, int port );
+   void checkInterface( Vormel::IntfId intf, U32 unit, int port ) const;
    /// Puts an Ethernet interface on a port: its status (bridged when it is new), its logical port
    /// number (the chip's own unless given), the port itself, then the model.
    /// ValueError as for checkInterface().

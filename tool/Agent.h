@@ -42,6 +42,7 @@ class Agent
    ~Agent();
 
    Sim::SimSwitch& hardware() { return hardware_; }
+   const Sim::SimSwitch& hardware() const { return hardware_; }
    const Ref<RoutingStatusHelper>& helper() const { return helper_; }
    /// As an agent starts: init, l3Init, then the reactors.
    void bringUp();

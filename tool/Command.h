@@ -1,9 +1,13 @@
 // The commands of scenarios: one small function each, in tool/commands/ by theme. The registry is the one
-// place that knows them all, for running, for help, and for whoever completes what somebody types.
+// place that knows them all: for running, help and completion.
+//
+// A command parses before it acts. Its function takes the words and returns what is to be done; it sees a const
+// session, so a line that it refuses has changed nothing, and completion can call it at any time.
 #pragma once
 
 #include "tool/Words.h"
 
+#include <functional>
 #include <string_view>
 #include <vector>
 
@@ -11,23 +15,33 @@ namespace Strata::Tool {
 
 class Session;
 
+/// What a line asks for. It holds values, or references to the words of its line, which outlive it.
+using Act = std::function<void( Session& session )>;
+
 struct Command
 {
    std::string_view name;    // one or more words: "interface", "expect call"
    std::string_view syntax;  // what follows the name
    std::string_view summary; // one line
-   void ( *run )( Session& session, Words& words );
-   bool announced = true; // its line is shown before it runs; else its outcome shows what it was
+   Act ( *parse )( const Session& session, Words& words ); // leaves the end of the line to act()
+   bool announced = true;   // its line is shown before it runs; else its outcome shows what it was
+   bool needsSwitch = true; // parse() may count on one
+
+   /// Parses the line to its end. InputError, also from the act, with the place of what is wrong.
+   Act act( const Session& session, Words& words ) const;
 };
+
+/// Parses a command that takes no words.
+template<void ( *act )( Session& session )>
+Act parseNone( const Session&, Words& )
+{
+   return act;
+}
 
 /// All commands, in the order in which documentation shows them.
 const std::vector<Command>& commands();
 
-/// The words that can follow a line that has so far only words of commands' names.
-std::vector<std::string_view> commandWords( const Words& words );
-/// The command with the longest name that the line starts with, or null.
-const Command* findCommand( const Words& words );
-/// Takes the longest name that the line starts with. InputError, with the nearest name, when there is none.
+/// Takes a command's name. InputError, with the nearest name, when there is none.
 const Command& takeCommand( Words& words );
 
 // The themes.

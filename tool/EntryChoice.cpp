@@ -8,9 +8,9 @@
 
 namespace Strata::Tool {
 
-EntryChoice takeEntry( Session& session, Words& words )
+EntryChoice takeEntry( const Session& session, Words& words )
 {
-   Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   const Sim::SimSwitch& hardware = session.agent().hardware();
    EntryChoice choice;
    if( const Word* const word = words.peek(); word && hardware.tcamManager( word->text ) )
       choice.group = words.take( {} ).text;

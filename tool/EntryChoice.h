@@ -23,7 +23,7 @@ struct EntryChoice
 
 /// Takes `[GROUP] OFFSET`, `[GROUP] NAME` or a claimed name in quotes. InputError when there can be no such
 /// entry.
-EntryChoice takeEntry( Session& session, Words& words );
+EntryChoice takeEntry( const Session& session, Words& words );
 
 /// Null when the chip has no such entry now.
 const Sim::FieldEntry* findEntry( const Sim::Chip& chip, const EntryChoice& choice );

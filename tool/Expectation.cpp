@@ -22,15 +22,18 @@ bool sameValue( const std::string& a, const std::string& b )
    return a == b || ( number && number == numberIn( b ) );
 }
 
-void expectOnUnits( Session& session, const std::vector<U32>& units, const std::string& expected,
-   const std::string& value, const std::function<std::string( U32 unit )>& look )
+Act expectOnUnits( std::vector<U32> units, std::string expected, std::string value,
+   std::function<std::string( const Sim::Chip& )> look )
 {
-   for( const U32 unit : units ) {
-      const std::string found = look( unit );
-      if( !sameValue( value, found ) )
-         return session.expect( false, expected, found + " on unit " + std::to_string( unit ) );
-   }
-   session.expect( true, expected, {} );
+   return [ units = std::move( units ), expected = std::move( expected ),
+             value = std::move( value ), look = std::move( look ) ]( Session& session ) {
+      for( const U32 unit : units ) {
+         const std::string found = look( session.agent().hardware().chip( unit ) );
+         if( !sameValue( value, found ) )
+            return session.expect( false, expected, found + " on unit " + std::to_string( unit ) );
+      }
+      session.expect( true, expected, {} );
+   };
 }
 
 } // namespace Strata::Tool

@@ -2,6 +2,8 @@
 #pragma once
 
 #include "platform/runtime/Types.h"
+#include "sim/Chip.h"
+#include "tool/Command.h"
 
 #include <functional>
 #include <optional>
@@ -11,16 +13,14 @@
 
 namespace Strata::Tool {
 
-class Session;
-
 /// A number as scenarios have it: decimal, or hexadecimal with 0x.
 std::optional<U64> numberIn( std::string_view text );
 
 /// Texts are equal, or both are the same number.
 bool sameValue( const std::string& a, const std::string& b );
 
-/// Looks at each unit; one that differs makes the expectation fail.
-void expectOnUnits( Session& session, const std::vector<U32>& units, const std::string& expected,
-   const std::string& value, const std::function<std::string( U32 unit )>& look );
+/// Looks at the chip of each unit; one that differs makes the expectation fail.
+Act expectOnUnits( std::vector<U32> units, std::string expected, std::string value,
+   std::function<std::string( const Sim::Chip& )> look );
 
 } // namespace Strata::Tool

@@ -32,52 +32,23 @@ void Session::run( const Line& line )
       words.failAt( line.words.back(), "only what is shown can be had as JSON" );
    if( command.announced )
       console_.command( line );
-   console_.rowsAsJsonIs( json );
-   last_ = line;
    running_ = &line;
-   if( agent_ )
-      agent_->hardware().causeIs( commandText( line ) );
    const std::unique_ptr<const Line*, void ( * )( const Line** )> atEnd(
       &running_, []( const Line** running ) { *running = nullptr; } );
-   runCommand( command, words );
-}
-
-void Session::runPart( const Line& line )
-{
-   Words words( line );
-   runCommand( takeCommand( words ), words );
-}
-
-void Session::runCommand( const Command& command, Words& words )
-{
-   try {
-      command.run( *this, words );
-   } catch( const Vormel::Error& error ) {
-      words.fail( error.what() );
-   }
-}
-
-Agent& Session::agent( const Words& words )
-{
-   if( !agent_ )
-      words.failAt( words.line().words.front(),
-         "there is no switch yet; describe one first, as in 'switch hsdk'" );
-   return *agent_;
-}
-
-PacketDesk& Session::packets( const Words& words )
-{
-   agent( words ); // InputError without one
-   return *packets_;
+   const Act act = command.act( *this, words ); // InputError before anything changes
+   console_.rowsAsJsonIs( json );
+   last_ = line;
+   if( agent_ )
+      agent_->hardware().causeIs( commandText( line ) );
+   act( *this );
 }
 
 void Session::agentIs( AgentConfig config )
 {
    config.listener = [ this ]( const Sim::Record& record ) { console_.record( record ); };
+   check( config ); // the old one stays when there is no new one
    const std::string asked = config.hardware.profile;
-   if( !profile_.empty() )
-      config.hardware.profile = profile_;
-   Sim::SimSwitch::check( config.hardware ); // the old one stays when there is no new one
+   config.hardware = played( std::move( config.hardware ) );
    end();
    packets_.reset();
    agent_.reset(); // one shim per process
@@ -93,9 +64,21 @@ void Session::agentIs( AgentConfig config )
    mark();
 }
 
-Ref<Entity> Session::objectNamed( const Words& words, std::string_view name )
+void Session::check( const AgentConfig& config ) const
 {
-   Agent& known = agent( words );
+   Sim::SimSwitch::check( played( config.hardware ) );
+}
+
+Sim::SimSwitchConfig Session::played( Sim::SimSwitchConfig config ) const
+{
+   if( !profile_.empty() )
+      config.profile = profile_;
+   return config;
+}
+
+Ref<Entity> Session::objectNamed( const Words& words, std::string_view name ) const
+{
+   const Agent& known = agent();
    if( Ref<Entity> object = known.object( name ) )
       return object;
    const std::vector<std::string> names = known.objectNames();
@@ -104,13 +87,13 @@ Ref<Entity> Session::objectNamed( const Words& words, std::string_view name )
                " ('show objects' lists them; interfaces go by their own names)" );
 }
 
-Ref<Entity> Session::takeObject( Words& words )
+Ref<Entity> Session::takeObject( Words& words ) const
 {
    const Word& word = words.take( "an object, such as helper", "OBJECT" );
    return objectNamed( words, word.text );
 }
 
-AttributePath Session::takeAttribute( Words& words )
+AttributePath Session::takeAttribute( Words& words ) const
 {
    const std::string text = words.take( "an attribute, as in helper.useLb", "PATH" ).text;
    AttributePath path{ {}, nullptr, text, std::nullopt };
@@ -130,9 +113,9 @@ AttributePath Session::takeAttribute( Words& words )
    return path;
 }
 
-U32 Session::takeUnit( Words& words )
+U32 Session::takeUnit( Words& words ) const
 {
-   const std::vector<U32>& units = agent( words ).hardware().units();
+   const std::vector<U32>& units = agent().hardware().units();
    for( const U32 number : units )
       words.offer( std::to_string( number ) );
    const U32 unit = words.value<U32>( "a unit number" );
@@ -145,23 +128,23 @@ U32 Session::takeUnit( Words& words )
    words.fail( "there is no unit " + std::to_string( unit ) + "; the switch has " + known );
 }
 
-std::pair<int, std::vector<U32>> Session::takePortAndUnits( Words& words )
+std::pair<int, std::vector<U32>> Session::takePortAndUnits( Words& words ) const
 {
    const int port = words.value<int>( "a port number" );
    const Word* const word = words.last();
    std::vector<U32> units = takeUnits( words );
    for( const U32 unit : units )
-      if( const Sim::Chip& chip = agent_->hardware().chip( unit ); !chip.hasPort( port ) )
+      if( const Sim::Chip& chip = agent().hardware().chip( unit ); !chip.hasPort( port ) )
          words.failAt( *word, Vormel::format( "unit %d has no port %d; it has %s", unit, port,
                                  chip.sdkPorts().toString() ) );
    return { port, std::move( units ) };
 }
 
-std::vector<U32> Session::takeUnits( Words& words )
+std::vector<U32> Session::takeUnits( Words& words ) const
 {
    if( words.accept( "unit" ) )
       return { takeUnit( words ) };
-   return agent( words ).hardware().units();
+   return agent().hardware().units();
 }
 
 std::vector<const Sim::Record*> Session::window() const

@@ -16,8 +16,6 @@
 
 namespace Strata::Tool {
 
-struct Command;
-
 /// "OBJECT.attribute" or "OBJECT.attribute[KEY]", resolved.
 struct AttributePath
 {
@@ -39,33 +37,35 @@ class Session
    /// Runs one command; an empty line is nothing. What a command shows is JSON when its line ends with --json.
    /// InputError when it cannot be run.
    void run( const Line& line );
-   /// The same for a line that is a part of one that runs already.
-   void runPart( const Line& line );
 
    Console& console() { return console_; }
 
    bool hasAgent() const { return agent_ != nullptr; }
    /// While hasAgent().
    Agent& agent() { return *agent_; }
-   /// InputError when there is no switch yet.
-   Agent& agent( const Words& words );
+   const Agent& agent() const { return *agent_; }
    void agentIs( AgentConfig config );
+   /// ValueError when there can be no such agent.
+   void check( const AgentConfig& config ) const;
    /// The switch is of another profile than it asked for: expectations are not judged, and broken conventions
    /// are told instead of ending the process.
    bool foreign() const { return foreign_; }
-   /// The switch's packets. InputError when there is no switch yet.
-   PacketDesk& packets( const Words& words );
+   /// The switch's packets, while hasAgent().
+   PacketDesk& packets() { return *packets_; }
+   const PacketDesk& packets() const { return *packets_; }
+
+   // While hasAgent().
 
    /// Takes the name of an object.
-   Ref<Entity> takeObject( Words& words );
+   Ref<Entity> takeObject( Words& words ) const;
    /// Takes an attribute's path; without an object it is the helper's.
-   AttributePath takeAttribute( Words& words );
+   AttributePath takeAttribute( Words& words ) const;
    /// Takes a unit number of the switch.
-   U32 takeUnit( Words& words );
+   U32 takeUnit( Words& words ) const;
    /// Takes a port number, then `[unit N]`: all units that it may be on.
-   std::pair<int, std::vector<U32>> takePortAndUnits( Words& words );
+   std::pair<int, std::vector<U32>> takePortAndUnits( Words& words ) const;
    /// The unit, if `unit N` comes next, else all units.
-   std::vector<U32> takeUnits( Words& words );
+   std::vector<U32> takeUnits( Words& words ) const;
 
    /// The hardware call that came last; empty when there was none.
    std::string lastCall() const;
@@ -95,8 +95,9 @@ class Session
    void childOf( ChildChannel& channel );
 
  private:
-   void runCommand( const Command& command, Words& words );
-   Ref<Entity> objectNamed( const Words& words, std::string_view name );
+   /// As this session makes it, which may have a profile of its own.
+   Sim::SimSwitchConfig played( Sim::SimSwitchConfig config ) const;
+   Ref<Entity> objectNamed( const Words& words, std::string_view name ) const;
 
    Console& console_;
    std::unique_ptr<Agent> agent_;

@@ -219,17 +219,6 @@ void Words::end() const
                            : all.empty() ? std::string()
                                          : ", unless it is one of " + joined( all ) ) );
    }
-   if( offers_ )
-      failAtEnd( "the line may end here" ); // and nothing may happen
-}
-
-Line Words::rest()
-{
-   Line rest = line_;
-   rest.words.erase(
-      rest.words.begin(), rest.words.begin() + static_cast<std::ptrdiff_t>( next_ ) );
-   next_ = line_.words.size();
-   return rest;
 }
 
 void Words::fail( const std::string& problem ) const

@@ -113,13 +113,23 @@ class Words
 
    /// Everything must have been taken.
    void end() const;
-   /// The words that are left become a line of their own, in the same place.
-   Line rest();
+   /// Passes over what is left.
+   void skipRest() { next_ = line_.words.size(); }
 
    /// About the word taken last.
    [[noreturn]] void fail( const std::string& problem ) const;
    [[noreturn]] void failAt( const Word& word, const std::string& problem ) const;
-   /// An error in `work` is reported at this word.
+   /// An error in `work` is reported at the word taken last.
+   template<class Work>
+   decltype( auto ) blaming( Work work ) const
+   {
+      try {
+         return work();
+      } catch( const Vormel::Error& error ) {
+         fail( error.what() );
+      }
+   }
+   /// The same, at this word.
    template<class Work>
    decltype( auto ) blaming( const Word& word, Work work ) const
    {

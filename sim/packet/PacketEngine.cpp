@@ -36,7 +36,7 @@ std::map<U32, U32> PacketEngine::recircPorts() const
 }
 
 template<class Work>
-auto PacketEngine::withView( Work work )
+auto PacketEngine::withView( Work work ) const
 {
    const std::map<U32, U32> recirc = recircPorts();
    const SimSwitch& hardware = hardware_;
@@ -48,7 +48,7 @@ static bool hasPort( const Chip& chip, U32 port )
    return port < PortBitmap::size && chip.ports().contains( port );
 }
 
-Verdict PacketEngine::explain( const Arrival& arrival, Explanation* explanation )
+Verdict PacketEngine::explain( const Arrival& arrival, Explanation* explanation ) const
 {
    const Chip& chip = hardware_.chip( arrival.port.unit ); // ValueError for an unknown one
    if( !arrival.higig && !hasPort( chip, arrival.port.port ) )
@@ -116,17 +116,17 @@ void PacketEngine::apply( const Arrival& arrival, const Verdict& verdict )
    }
 }
 
-std::string PacketEngine::portName( PortRef port )
+std::string PacketEngine::portName( PortRef port ) const
 {
    return withView( [ & ]( const PacketView& view ) { return view.portName( port ); } );
 }
 
-std::string PacketEngine::nextHopName( const NextHop& nextHop )
+std::string PacketEngine::nextHopName( const NextHop& nextHop ) const
 {
    return withView( [ & ]( const PacketView& view ) { return nextHopText( view, nextHop ); } );
 }
 
-std::string PacketEngine::summary( const Verdict& verdict )
+std::string PacketEngine::summary( const Verdict& verdict ) const
 {
    std::string text;
    const auto add = [ &text ]( const std::string& part, const char* between ) {

@@ -43,6 +43,7 @@ class PacketEngine
    PacketEngine& operator=( const PacketEngine& ) = delete;
 
    ForwardingTables& tables() { return tables_; }
+   const ForwardingTables& tables() const { return tables_; }
    const Transcript& transcript() const { return hardware_.transcript(); }
    const PacketCounters& counters() const { return counters_; }
 
@@ -50,7 +51,7 @@ class PacketEngine
    /// has a record of it, and a breach when it loops. ValueError when there is no such port.
    Verdict send( const Arrival& arrival );
    /// The same without any of that.
-   Verdict explain( const Arrival& arrival, Explanation* explanation = nullptr );
+   Verdict explain( const Arrival& arrival, Explanation* explanation = nullptr ) const;
 
    /// Sees what each packet that is sent leaves behind. Empty for none.
    using Listener = std::function<void( const Arrival&, const Verdict& )>;
@@ -59,22 +60,22 @@ class PacketEngine
    /// What a packet broke whose verdict loops.
    static std::string loopText();
 
-   std::string portName( PortRef port );
-   std::string nextHopName( const NextHop& nextHop );
+   std::string portName( PortRef port ) const;
+   std::string nextHopName( const NextHop& nextHop ) const;
    /// "Ethernet3, Ethernet4; CPU queue 0 (TTL 1); dropped: ..." in one line.
-   std::string summary( const Verdict& verdict );
+   std::string summary( const Verdict& verdict ) const;
 
  private:
    std::map<U32, U32> recircPorts() const;
    template<class Work>
-   auto withView( Work work );
+   auto withView( Work work ) const;
    void apply( const Arrival& arrival, const Verdict& verdict );
    void record( const Arrival& arrival, const Verdict& verdict );
 
    SimSwitch& hardware_;
    ForwardingTables tables_;
    PacketCounters counters_;
-   FieldLookups lookups_;
+   mutable FieldLookups lookups_; // what it keeps is made from the chips
    Listener listener_;
 };
 

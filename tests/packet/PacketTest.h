@@ -64,9 +64,9 @@ route 10.7.0.0/16 via flood mac 00:00:00:00:07:99 vlan 30
 route 10.9.0.0/16 via tunnel T mac 00:00:00:00:09:09 vlan 30)" );
    }
 
-   Tool::Agent& agent() { return session.agent( words_ ); }
+   Tool::Agent& agent() { return session.agent(); }
    Sim::Chip& chip() { return agent().hardware().chip( 0 ); }
-   Sim::PacketEngine& engine() { return session.packets( words_ ).engine(); }
+   Sim::PacketEngine& engine() { return session.packets().engine(); }
 
    /// "in Ethernet1 dmac router ipv4 ...". What becomes of it is what was explained.
    Sim::Verdict send( const std::string& packet )
@@ -80,11 +80,10 @@ route 10.9.0.0/16 via tunnel T mac 00:00:00:00:09:09 vlan 30)" );
    {
       run( "explain " + packet );
       // With nobody to tell it to, nothing else comes out.
-      EXPECT_TRUE( last() == engine().explain( session.packets( words_ ).last()->arrival ) )
-         << packet;
+      EXPECT_TRUE( last() == engine().explain( session.packets().last()->arrival ) ) << packet;
       return last();
    }
-   const Sim::Verdict& last() { return session.packets( words_ ).last()->verdict; }
+   const Sim::Verdict& last() { return session.packets().last()->verdict; }
 
    std::string outcome( const Sim::Verdict& verdict )
    {
@@ -128,8 +127,6 @@ route 10.9.0.0/16 via tunnel T mac 00:00:00:00:09:09 vlan 30)" );
    Tool::Session session{ console };
 
  private:
-   const Tool::Line line_ = Tool::splitLine( "test", 1, "test" );
-   const Tool::Words words_{ line_ };
    U32 number_ = 0;
 };
 

@@ -49,13 +49,13 @@ U32 takeOtherFlags( Words& words )
    return flags;
 }
 
-void pokeVlan( Session& session, Words& words )
+Act pokeVlan( const Session& session, Words& words )
 {
-   Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   const Sim::SimSwitch& hardware = session.agent().hardware();
    const U16 vlanId = takeVlanId( words );
    const std::vector<U32> units = session.takeUnits( words );
    for( const U32 unit : units )
-      if( !hardware.chip( unit ).vlan( vlanId ) )
+      if( !hardware.chip( unit ).vlans().contains( vlanId ) )
          words.fail(
             "unit " + std::to_string( unit ) + " has no VLAN " + std::to_string( vlanId ) );
    std::function<void( Sim::ChipVlan& )> change;
@@ -69,42 +69,40 @@ void pokeVlan( Session& session, Words& words )
       else
          change = [ flag ]( Sim::ChipVlan& vlan ) { vlan.flags.erase( flag ); };
    }
-   words.end();
-   for( const U32 unit : units ) {
-      change( *hardware.chip( unit ).vlan( vlanId ) );
-      hardware.pokes( unit, { Sim::ChipPlace::Kind::vlanFlags, vlanId } );
-   }
+   return [ = ]( Session& live ) {
+      Sim::SimSwitch& changed = live.agent().hardware();
+      for( const U32 unit : units ) {
+         change( *changed.chip( unit ).vlan( vlanId ) );
+         changed.pokes( unit, { Sim::ChipPlace::Kind::vlanFlags, vlanId } );
+      }
+   };
 }
 
-void raiseHits( Session& session, Words& words )
+Act raiseHits( const Session& session, Words& words )
 {
-   Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   const Sim::SimSwitch& hardware = session.agent().hardware();
    const EntryChoice choice = takeEntry( session, words );
    const std::vector<U32> units = session.takeUnits( words );
    const U64 count = words.value<U64>( "how many packets" );
-   words.end();
-   std::vector<Sim::FieldEntry*> entries;
    for( const U32 unit : units ) {
-      Sim::FieldEntry* const entry = findEntry( hardware.chip( unit ), choice );
+      const Sim::FieldEntry* const entry = findEntry( hardware.chip( unit ), choice );
       if( !entry || !entry->active() )
          words.fail( "entry " + choice.text + " is " +
                      std::string( entry ? entryState( *entry ) : "absent" ) + " on unit " +
                      std::to_string( unit ) + ": no packet can meet it" );
-      entries.push_back( entry );
-   }
-   for( const Sim::FieldEntry* const entry : entries )
       if( entry->hits + count < count )
          words.fail( "a counter of hits ends at 18446744073709551615" );
-   for( Sim::FieldEntry* const entry : entries )
-      entry->hits += count;
+   }
+   return [ = ]( Session& live ) {
+      for( const U32 unit : units )
+         findEntry( live.agent().hardware().chip( unit ), choice )->hits += count;
+   };
 }
 
-void showVlans( Session& session, Words& words )
+void showVlans( Session& session )
 {
-   Sim::SimSwitch& hardware = session.agent( words ).hardware();
-   words.end();
    ByUnit<Cells> rows;
-   for( const auto& [ unit, chip ] : hardware.chips() )
+   for( const auto& [ unit, chip ] : session.agent().hardware().chips() )
       for( const auto& [ vlanId, vlan ] : chip.vlans() )
          rows.add( unit, { std::to_string( vlanId ), vlan.members.toString(),
                             vlan.untagged.toString(), flagsText( vlan ) } );
@@ -139,57 +137,49 @@ VlanProperty takeVlanProperty( Words& words )
       [ flag ]( const Vlan& vlan ) { return vlan.flags.contains( flag ) ? "set" : "clear"; } };
 }
 
-void expectVlan( Session& session, Words& words )
+Act expectVlan( const Session& session, Words& words )
 {
-   Sim::SimSwitch& hardware = session.agent( words ).hardware();
    const U16 vlanId = takeVlanId( words );
    const std::vector<U32> units = session.takeUnits( words );
    const VlanProperty property = takeVlanProperty( words );
-   words.end();
    const std::string expected =
       "VLAN " + std::to_string( vlanId ) + " " + property.name + " to be " + property.value;
-   expectOnUnits( session, units, expected, property.value, [ & ]( U32 unit ) -> std::string {
-      const Sim::ChipVlan* const vlan = hardware.chip( unit ).vlan( vlanId );
-      return vlan ? property.look( *vlan ) : "no such VLAN";
-   } );
+   return expectOnUnits(
+      units, expected, property.value, [ = ]( const Sim::Chip& chip ) -> std::string {
+         const auto vlan = chip.vlans().find( vlanId );
+         return vlan == chip.vlans().end() ? "no such VLAN" : property.look( vlan->second );
+      } );
 }
 
-void showOptionsProfiles( Session& session, Words& words )
+void showOptionsProfiles( Session& session )
 {
-   Sim::SimSwitch& hardware = session.agent( words ).hardware();
-   words.end();
    ByUnit<Cells> rows;
-   for( const auto& [ unit, chip ] : hardware.chips() )
+   for( const auto& [ unit, chip ] : session.agent().hardware().chips() )
       for( const auto& [ profile, action ] : chip.ipOptionsProfiles() )
          rows.add( unit, { std::to_string( profile ), std::string( roleName( action ) ) } );
    session.console().table(
       "IPv4 options profiles", unitTable( { { "Profile", Align::right }, { "Action" } }, rows ) );
 }
 
-void expectOptionsProfiles( Session& session, Words& words )
+Act expectOptionsProfiles( const Session& session, Words& words )
 {
-   Sim::SimSwitch& hardware = session.agent( words ).hardware();
    const std::vector<U32> units = session.takeUnits( words );
    const std::string count = std::to_string( words.value<U32>( "how many profiles" ) );
-   words.end();
-   expectOnUnits( session, units, count + " IPv4 options profiles", count, [ & ]( U32 unit ) {
-      return std::to_string( hardware.chip( unit ).ipOptionsProfiles().size() );
-   } );
+   return expectOnUnits( units, count + " IPv4 options profiles", count,
+      []( const Sim::Chip& chip ) { return std::to_string( chip.ipOptionsProfiles().size() ); } );
 }
 
-void expectPortControl( Session& session, Words& words )
+Act expectPortControl( const Session& session, Words& words )
 {
-   Sim::SimSwitch& hardware = session.agent( words ).hardware();
    const auto control = takeRole<PortControl>( words, "a port control" );
    words.expect( "port" );
    const auto [ portNumber, units ] = session.takePortAndUnits( words );
    const int port = portNumber;
    const std::string value = words.take( "a value" ).text;
-   words.end();
    const std::string expected =
       std::string( roleName( control ) ) + " of port " + std::to_string( port ) + " to be " + value;
-   expectOnUnits( session, units, expected, value, [ & ]( U32 unit ) -> std::string {
-      const auto& controls = hardware.chip( unit ).portControls();
+   return expectOnUnits( units, expected, value, [ = ]( const Sim::Chip& chip ) -> std::string {
+      const auto& controls = chip.portControls();
       const auto at = controls.find( { port, control } );
       return at == controls.end() ? "unset" : std::to_string( at->second );
    } );
@@ -201,28 +191,28 @@ std::string softwareText( const PortSwEntry& entry )
    return l3 + ( entry.routingEnabled ? " routing" : " no-routing" );
 }
 
-void showPortTable( Session& session, Words& words )
+void showPortTable( Session& session )
 {
-   Sim::SimSwitch& hardware = session.agent( words ).hardware();
-   words.end();
    Table table( { { "Port" }, { "Settings" } } );
-   for( const auto& [ port, entry ] : hardware.portSwTable()->entries() )
+   for( const auto& [ port, entry ] : session.agent().hardware().portSwTable()->entries() )
       table.row( { toText( port ), softwareText( entry ) } );
    session.console().table( "The software port table, by unit/port/logical port", table );
 }
 
-void expectPortTable( Session& session, Words& words )
+Act expectPortTable( const Session& session, Words& words )
 {
-   Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   const Sim::SimSwitch& hardware = session.agent().hardware();
    const auto intf = words.value<Vormel::IntfId>( "an interface, as in Ethernet1" );
    const StrataPort port = hardware.scsd()->strataIntfToPort( intf );
    if( !port )
       words.fail( intf.toString() + " has no port" );
    const std::string value = words.take( "settings, as in 'l3 routing'" ).text;
-   words.end();
-   const std::string found = softwareText( hardware.portSwTable()->entry( port ) );
-   session.expect(
-      found == value, "the settings of " + intf.toString() + " to be " + value, found );
+   return [ = ]( Session& live ) {
+      const std::string found =
+         softwareText( live.agent().hardware().portSwTable()->entry( port ) );
+      live.expect(
+         found == value, "the settings of " + intf.toString() + " to be " + value, found );
+   };
 }
 
 } // namespace
@@ -234,9 +224,10 @@ std::vector<Command> chipCommands()
          "change a VLAN's flags in the chip", pokeVlan },
       { "hits", "[GROUP] OFFSET|NAME|\"CLAIMED NAME\" [unit N] COUNT",
          "raise the hits of an entry, as packets would", raiseHits },
-      { "show vlans", "", "VLANs: ports and flags", showVlans },
-      { "show options-profiles", "", "IPv4 options profiles", showOptionsProfiles },
-      { "show port-table", "", "what the agent's software port table holds", showPortTable },
+      { "show vlans", "", "VLANs: ports and flags", parseNone<showVlans> },
+      { "show options-profiles", "", "IPv4 options profiles", parseNone<showOptionsProfiles> },
+      { "show port-table", "", "what the agent's software port table holds",
+         parseNone<showPortTable> },
       { "expect vlan",
          "ID [unit N] FLAG set|clear, ID [unit N] other-flags VALUE, ID [unit N] members|untagged "
          "NUMBERS",

@@ -53,22 +53,22 @@ std::string takeExpected( const Agent& agent, Words& words, const AttributePath&
    return agent.valueText( path.attribute->converted( text ) );
 }
 
-void expectAttribute( Session& session, Words& words )
+Act expectAttribute( const Session& session, Words& words )
 {
    const AttributePath path = session.takeAttribute( words );
-   const Agent& agent = session.agent( words );
-   const std::string expected = takeExpected( agent, words, path );
-   words.end();
-   const std::string found = path.key ? memberText( agent, path )
-                             : path.attribute->info().keyType.empty()
-                                ? agent.valueText( path.attribute->read( *path.object ) )
-                                : membersText( agent, path );
-   session.expect( expected == found, path.text + " to be " + expected, found );
+   const std::string expected = takeExpected( session.agent(), words, path );
+   return [ path, expected ]( Session& live ) {
+      const Agent& agent = live.agent();
+      const std::string found = path.key ? memberText( agent, path )
+                                : path.attribute->info().keyType.empty()
+                                   ? agent.valueText( path.attribute->read( *path.object ) )
+                                   : membersText( agent, path );
+      live.expect( expected == found, path.text + " to be " + expected, found );
+   };
 }
 
-void expectControl( Session& session, Words& words )
+Act expectControl( const Session& session, Words& words )
 {
-   Sim::SimSwitch& hardware = session.agent( words ).hardware();
    const std::string_view name = words.choose( "a switch control", roleNames<SwitchControl> );
    const auto control = static_cast<SwitchControl>(
       std::ranges::find( roleNames<SwitchControl>, name ) - roleNames<SwitchControl>.begin() );
@@ -79,17 +79,14 @@ void expectControl( Session& session, Words& words )
    else
       units = session.takeUnits( words );
    const std::string value = words.take( "a value" ).text;
-   words.end();
-   expectOnUnits(
-      session, units, std::string( name ) + " to be " + value, value, [ & ]( U32 unit ) {
-         const Sim::Chip& chip = hardware.chip( unit );
+   return expectOnUnits( units, std::string( name ) + " to be " + value, value,
+      [ port, control ]( const Sim::Chip& chip ) {
          return std::to_string( port ? chip.control( *port, control ) : chip.control( control ) );
       } );
 }
 
-void expectRegister( Session& session, Words& words )
+Act expectRegister( const Session& session, Words& words )
 {
-   Sim::SimSwitch& hardware = session.agent( words ).hardware();
    const std::string regName = words.take( "a register, as in CPU_CONTROL_Mr", "REGISTER" ).text;
    const auto reg = Sim::findRegister( regName );
    if( !reg )
@@ -102,11 +99,9 @@ void expectRegister( Session& session, Words& words )
                   didYouMean( fieldName, roleNames<RegisterField> ) );
    const std::vector<U32> units = session.takeUnits( words );
    const std::string value = words.take( "a value" ).text;
-   words.end();
-   expectOnUnits(
-      session, units, regName + " " + fieldName + " to be " + value, value, [ & ]( U32 unit ) {
-         const U64 raw = hardware.chip( unit ).registerValue( *reg );
-         return std::to_string( Sim::registerField( raw, *field ) );
+   return expectOnUnits( units, regName + " " + fieldName + " to be " + value, value,
+      [ reg, field ]( const Sim::Chip& chip ) {
+         return std::to_string( Sim::registerField( chip.registerValue( *reg ), *field ) );
       } );
 }
 
@@ -135,33 +130,34 @@ std::string ruleText( const Sim::FieldEntry& entry )
    return text;
 }
 
-void expectEntry( Session& session, Words& words )
+Act expectEntry( const Session& session, Words& words )
 {
    const EntryChoice choice = takeEntry( session, words );
    std::array<std::string_view, entryStates.size()> names;
    std::ranges::transform( entryStates, names.begin(), &EntryState::name );
    const std::string_view state = words.choose( "a state", names );
-   const auto& wanted = *std::ranges::find( entryStates, state, &EntryState::name );
+   const auto holds = std::ranges::find( entryStates, state, &EntryState::name )->holds;
    std::string part;
    const bool whole = words.accept( "is" );
    if( whole || words.accept( "with" ) )
       part = words.take( whole ? "all qualifiers and actions" : "a qualifier or action" ).text;
    const std::vector<U32> units = session.takeUnits( words );
-   words.end();
    std::string expected = "entry " + choice.text + " to be " + std::string( state );
    if( !part.empty() )
       expected += ( whole ? " and " : " with " ) + part;
-   for( const U32 unit : units ) {
-      const Sim::FieldEntry* const entry =
-         findEntry( session.agent( words ).hardware().chip( unit ), choice );
-      const std::string rule = entry ? ruleText( *entry ) : "";
-      if( wanted.holds( entry ) && ( whole ? rule == part : rule.find( part ) != rule.npos ) )
-         continue;
-      const std::string found =
-         entry ? std::string( entryState( *entry ) ) + ": " + rule : "absent";
-      return session.expect( false, expected, found + " on unit " + std::to_string( unit ) );
-   }
-   session.expect( true, expected, {} );
+   return [ = ]( Session& live ) {
+      for( const U32 unit : units ) {
+         const Sim::FieldEntry* const entry =
+            findEntry( std::as_const( live ).agent().hardware().chip( unit ), choice );
+         const std::string rule = entry ? ruleText( *entry ) : "";
+         if( holds( entry ) && ( whole ? rule == part : rule.find( part ) != rule.npos ) )
+            continue;
+         const std::string found =
+            entry ? std::string( entryState( *entry ) ) + ": " + rule : "absent";
+         return live.expect( false, expected, found + " on unit " + std::to_string( unit ) );
+      }
+      live.expect( true, expected, {} );
+   };
 }
 
 } // namespace

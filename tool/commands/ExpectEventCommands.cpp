@@ -37,20 +37,20 @@ Times takeTimes( Words& words )
       times.exactly = 0;
    else if( words.accept( "times" ) )
       times.exactly = words.value<U64>( "a number" );
-   words.end();
    return times;
 }
 
 using Matches = std::function<bool( const Record& )>;
 
-void expectRecords(
-   Session& session, const std::string& what, const Times& times, const Matches& matches )
+Act expectRecords( const std::string& what, const Times& times, const Matches& matches )
 {
-   U64 found = 0;
-   for( const Record* const record : session.window() )
-      found += matches( *record ) ? 1 : 0;
-   session.expect( times.hold( found ), what + " " + times.text(),
-      std::to_string( found ) + " since the last mark" );
+   return [ = ]( Session& session ) {
+      U64 found = 0;
+      for( const Record* const record : session.window() )
+         found += matches( *record ) ? 1 : 0;
+      session.expect( times.hold( found ), what + " " + times.text(),
+         std::to_string( found ) + " since the last mark" );
+   };
 }
 
 bool isCall( const Record& record )
@@ -67,9 +67,8 @@ std::vector<std::string_view> callNames()
    return names;
 }
 
-void expectCall( Session& session, Words& words )
+Act expectCall( const Session& session, Words& words )
 {
-   session.agent( words );
    const std::string name = words.take( "a call, as in bcm_switch_control_set", "CALL" ).text;
    if( const auto names = callNames(); std::ranges::find( names, name ) == names.end() )
       words.fail( "there is no call '" + name + "'" + didYouMean( name, names ) );
@@ -84,20 +83,19 @@ void expectCall( Session& session, Words& words )
       part = words.take( "a part of the call's text" ).text;
       what += " with '" + part + "'";
    }
-   expectRecords( session, what, takeTimes( words ), [ & ]( const Record& record ) {
+   return expectRecords( what, takeTimes( words ), [ = ]( const Record& record ) {
       return isCall( record ) && record.field( "call" ) == name &&
              ( unit.empty() || record.field( "unit" ) == unit ) &&
              record.text.find( part ) != std::string::npos;
    } );
 }
 
-void expectNoCalls( Session& session, Words& words )
+Act expectNoCalls( const Session&, Words& )
 {
-   words.end();
-   expectRecords( session, "hardware calls", Times{ 0 }, isCall );
+   return expectRecords( "hardware calls", Times{ 0 }, isCall );
 }
 
-void expectNotification( Session& session, Words& words )
+Act expectNotification( const Session& session, Words& words )
 {
    const AttributePath path = session.takeAttribute( words );
    const std::string place =
@@ -111,7 +109,7 @@ void expectNotification( Session& session, Words& words )
    }
    const std::string what =
       place + ( before ? ": " + *before + " -> " + *after : "" ) + " to be notified";
-   expectRecords( session, what, takeTimes( words ), [ & ]( const Record& record ) {
+   return expectRecords( what, takeTimes( words ), [ = ]( const Record& record ) {
       const auto valueOf = [ & ]( const char* field, const char* whenNone ) {
          return record.field( "change" ) == whenNone ? "-" : record.field( field );
       };
@@ -124,38 +122,33 @@ void expectNotification( Session& session, Words& words )
    } );
 }
 
-void expectText( Session& session, Words& words, RecordKind kind, const std::string& what )
+Act expectText( Words& words, RecordKind kind, const std::string& what )
 {
    const bool whole = words.accept( "is" );
    if( !whole )
       words.accept( "with" );
    const std::string text = words.take( "a text" ).text;
-   expectRecords( session, what + ( whole ? " that is '" : " '" ) + text + "'", takeTimes( words ),
-      [ & ]( const Record& record ) {
+   return expectRecords( what + ( whole ? " that is '" : " '" ) + text + "'", takeTimes( words ),
+      [ = ]( const Record& record ) {
          const bool matches =
             whole ? record.text == text : record.text.find( text ) != std::string::npos;
          return record.kind == kind && matches;
       } );
 }
 
-void expectTrace( Session& session, Words& words )
+Act expectTrace( const Session&, Words& words )
 {
-   expectText( session, words, RecordKind::trace, "the trace" );
+   return expectText( words, RecordKind::trace, "the trace" );
 }
 
-void expectLog( Session& session, Words& words )
+Act expectLog( const Session&, Words& words )
 {
-   expectText( session, words, RecordKind::log, "the log message" );
+   return expectText( words, RecordKind::log, "the log message" );
 }
 
 /// Compares first occurrences: what happens again later must not make up for what came too early.
-void expectOrder( Session& session, Words& words )
+void checkOrder( Session& session, const std::vector<std::string>& texts )
 {
-   session.agent( words );
-   std::vector<std::string> texts;
-   do
-      texts.push_back( words.take( "a part of a record's text" ).text );
-   while( !words.done() );
    const auto window = session.window();
    auto before = window.begin();
    for( const std::string& text : texts ) {
@@ -171,17 +164,25 @@ void expectOrder( Session& session, Words& words )
    session.expect( true, {}, {} );
 }
 
-/// Checks the command's name here, so that a slip is not taken for the failure that is expected.
-Line takeCommandLine( Words& words )
+Act expectOrder( const Session&, Words& words )
+{
+   std::vector<std::string> texts;
+   do
+      texts.push_back( words.take( "a part of a record's text" ).text );
+   while( !words.done() );
+   return [ texts ]( Session& live ) { checkOrder( live, texts ); };
+}
+
+/// Takes the name alone, so that a slip in it is not taken for the failure that is expected.
+const Command& takeInnerCommand( Words& words )
 {
    if( words.done() )
       words.failAtEnd( "expected a command" );
-   const Line line = words.rest();
-   Words inner( line );
-   if( takeCommand( inner ).name.starts_with( "expect " ) )
-      words.failAt(
-         line.words.front(), "an expectation is not expected to fail; expect what it should find" );
-   return line;
+   const Word* const first = words.peek();
+   const Command& command = takeCommand( words );
+   if( command.name.starts_with( "expect " ) )
+      words.failAt( *first, "an expectation is not expected to fail; expect what it should find" );
+   return command;
 }
 
 std::vector<std::string> splitLines( const std::string& text )
@@ -198,11 +199,11 @@ std::vector<std::string> splitLines( const std::string& text )
 /// How a child says that the command could not be run: column, width, problem.
 constexpr char inputErrorForm = 'I';
 
-void runInChannel( Session& session, const Line& command, ChildChannel& channel )
+void runInChannel( Session& session, const Act& act, ChildChannel& channel )
 {
    session.childOf( channel );
    try {
-      session.runPart( command );
+      act( session );
    } catch( const InputError& error ) {
       std::ostringstream text;
       text << error.column() << ' ' << error.width() << ' ' << error.problem();
@@ -230,13 +231,10 @@ bool isRecorded( const ChildEnd& end, const std::string& errorLine )
    } );
 }
 
-void expectDead( Session& session, Words& words )
+void runInCopy( Session& session, const Line& command, const Act& act, const std::string& text )
 {
-   session.agent( words );
-   const std::string text = words.take( "a part of what the agent says when it dies" ).text;
-   const Line command = takeCommandLine( words );
    const ChildEnd end =
-      runInChild( [ & ]( ChildChannel& channel ) { runInChannel( session, command, channel ); } );
+      runInChild( [ & ]( ChildChannel& channel ) { runInChannel( session, act, channel ); } );
    for( const auto& [ form, line ] : end.lines ) {
       if( form == inputErrorForm )
          throwInputError( command, line );
@@ -254,18 +252,36 @@ void expectDead( Session& session, Words& words )
          ( end.errorText.empty() ? " and said nothing" : ", saying: " + end.errorText ) );
 }
 
-void expectError( Session& session, Words& words )
+Act expectDead( const Session& session, Words& words )
+{
+   const std::string text = words.take( "a part of what the agent says when it dies" ).text;
+   return [ text, act = takeInnerCommand( words ).act( session, words ), &words ](
+             Session& live ) { runInCopy( live, words.line(), act, text ); };
+}
+
+/// What the act is refused with, if it is.
+std::optional<std::string> refusalOf( const std::function<void()>& work )
+{
+   try {
+      work();
+   } catch( const InputError& error ) {
+      return error.problem();
+   }
+   return std::nullopt;
+}
+
+Act expectError( const Session& session, Words& words )
 {
    const std::string text = words.take( "a part of the error" ).text;
-   const Line command = takeCommandLine( words );
-   std::optional<std::string> found;
-   try {
-      session.runPart( command );
-   } catch( const InputError& error ) {
-      found = error.problem();
-   }
-   session.expect( found && found->find( text ) != std::string::npos,
-      "an error with '" + text + "'", found.value_or( "no error" ) );
+   const Command& command = takeInnerCommand( words );
+   Act act;
+   const auto refused = refusalOf( [ & ] { act = command.act( session, words ); } );
+   words.skipRest(); // behind what is refused
+   return [ = ]( Session& live ) {
+      const auto found = refused ? refused : refusalOf( [ & ] { act( live ); } );
+      live.expect( found && found->find( text ) != std::string::npos,
+         "an error with '" + text + "'", found.value_or( "no error" ) );
+   };
 }
 
 } // namespace
@@ -276,22 +292,23 @@ std::vector<Command> expectEventCommands()
       { "expect call", "CALL [unit N] [with TEXT] [times N|none]",
          "a hardware call was made since the last mark", expectCall, false },
       { "expect no calls", "", "no hardware call was made since the last mark", expectNoCalls,
-         false },
+         false, false },
       { "expect notification", "[OBJECT.]ATTRIBUTE[KEY] [OLD -> NEW] [times N|none]",
          "a change was published since the last mark; - stands for no value", expectNotification,
          false },
       { "expect trace", "[with] TEXT|is TEXT [times N|none]",
-         "a trace that contains or is the text was written since the last mark", expectTrace,
+         "a trace that contains or is the text was written since the last mark", expectTrace, false,
          false },
       { "expect log", "[with] TEXT|is TEXT [times N|none]",
          "a log message that contains or is the text was raised since the last mark", expectLog,
-         false },
+         false, false },
       { "expect order", "TEXT...",
          "since the last mark, records with these texts first came in this order", expectOrder,
          false },
       { "expect dead", "TEXT COMMAND...",
          "the command, run in a copy of the process, aborts and says this", expectDead },
-      { "expect error", "TEXT COMMAND...", "the command is refused with this error", expectError },
+      { "expect error", "TEXT COMMAND...", "the command is refused with this error", expectError,
+         true, false },
    };
 }
 

@@ -23,10 +23,9 @@ Sim::SdkCode takeCode( Words& words )
                ( hint.empty() ? "; there are " + joined( names ) : hint ) );
 }
 
-void inject( Session& session, Words& words )
+Act inject( const Session& session, Words& words )
 {
    static constexpr std::array<std::string_view, 4> options{ "nth", "unit", "code", "always" };
-   Agent& agent = session.agent( words );
    Sim::Fault fault;
    if( words.accept( "call-number" ) ) {
       fault.callNumber = words.value<U64>( "the number of a call" );
@@ -50,13 +49,12 @@ void inject( Session& session, Words& words )
       else
          fault.always = true;
    }
-   agent.hardware().faults().inject( fault );
+   return [ fault ]( Session& live ) { live.agent().hardware().faults().inject( fault ); };
 }
 
-void clear( Session& session, Words& words )
+void clear( Session& session )
 {
-   words.end();
-   session.agent( words ).hardware().faults().clear();
+   session.agent().hardware().faults().clear();
 }
 
 } // namespace
@@ -66,7 +64,7 @@ std::vector<Command> faultCommands()
    return {
       { "fault", "CALL|any [nth N] [unit N] [code CODE] [always], call-number N [code CODE]",
          "let a hardware call fail", inject },
-      { "no fault", "", "forget all faults", clear },
+      { "no fault", "", "forget all faults", parseNone<clear> },
    };
 }
 

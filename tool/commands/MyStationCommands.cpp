@@ -22,9 +22,9 @@ std::optional<MemoryField> fieldNamed( std::string_view name )
    return static_cast<MemoryField>( at - roleNames<MemoryField>.begin() );
 }
 
-U32 takeIndex( Session& session, Words& words )
+U32 takeIndex( const Session& session, Words& words )
 {
-   const U32 size = session.agent( words ).hardware().chips().begin()->second.myStation().size();
+   const U32 size = session.agent().hardware().chips().begin()->second.myStation().size();
    const U32 index = words.value<U32>( "the index of a my-station entry" );
    if( index >= size )
       words.fail( "the my-station memory has no index " + std::to_string( index ) +
@@ -58,51 +58,49 @@ SetField takeField( Words& words, MemoryField field )
    return [ field, data ]( MemoryEntry& entry ) { Sim::memoryFieldSet( entry, field, data ); };
 }
 
-void pokeMyStation( Session& session, Words& words, bool view )
+Act pokeMyStation( const Session& session, Words& words, bool view )
 {
-   Sim::SimSwitch& hardware = session.agent( words ).hardware();
    const U32 index = takeIndex( session, words );
    const std::vector<U32> units = session.takeUnits( words );
    const std::string_view name = words.choose( "a field of the memory", roleNames<MemoryField> );
    const SetField set = takeField( words, *fieldNamed( name ) );
-   words.end();
-   for( const U32 unit : units ) {
-      Sim::MyStationTable& memory = hardware.chip( unit ).myStation();
-      MemoryEntry entry = entryAt( memory, index );
-      set( entry );
-      if( view )
-         memory.alternativeViewIs( index, entry );
-      else
-         memory.write( index, entry );
-      hardware.pokes( unit, { Sim::ChipPlace::Kind::myStation, index } );
-   }
+   return [ = ]( Session& live ) {
+      Sim::SimSwitch& hardware = live.agent().hardware();
+      for( const U32 unit : units ) {
+         Sim::MyStationTable& memory = hardware.chip( unit ).myStation();
+         MemoryEntry entry = entryAt( memory, index );
+         set( entry );
+         if( view )
+            memory.alternativeViewIs( index, entry );
+         else
+            memory.write( index, entry );
+         hardware.pokes( unit, { Sim::ChipPlace::Kind::myStation, index } );
+      }
+   };
 }
 
-void pokeMyStationMemory( Session& session, Words& words )
+Act pokeMyStationMemory( const Session& session, Words& words )
 {
-   pokeMyStation( session, words, false );
+   return pokeMyStation( session, words, false );
 }
 
-void pokeMyStationView( Session& session, Words& words )
+Act pokeMyStationView( const Session& session, Words& words )
 {
-   pokeMyStation( session, words, true );
+   return pokeMyStation( session, words, true );
 }
 
-void showMyStation( Session& session, Words& words )
+void showMyStation( Session& session )
 {
-   Sim::SimSwitch& hardware = session.agent( words ).hardware();
-   words.end();
    ByUnit<Cells> rows;
-   for( const auto& [ unit, chip ] : hardware.chips() )
+   for( const auto& [ unit, chip ] : session.agent().hardware().chips() )
       for( const auto& [ index, entry ] : chip.myStation().entries() )
          rows.add( unit, { std::to_string( index ), Sim::myStationText( entry ) } );
    session.console().table(
       "My-station entries", unitTable( { { "Index", Align::right }, { "Entry" } }, rows ) );
 }
 
-void expectMyStation( Session& session, Words& words )
+Act expectMyStation( const Session& session, Words& words )
 {
-   Sim::SimSwitch& hardware = session.agent( words ).hardware();
    const U32 index = takeIndex( session, words );
    const std::vector<U32> units = session.takeUnits( words );
    std::string value = words.take( "'empty', a field, or the entry's text in quotes" ).text;
@@ -116,9 +114,8 @@ void expectMyStation( Session& session, Words& words )
    } else {
       expected += "be " + value;
    }
-   words.end();
-   expectOnUnits( session, units, expected, value, [ & ]( U32 unit ) -> std::string {
-      const Sim::MyStationTable& memory = hardware.chip( unit ).myStation();
+   return expectOnUnits( units, expected, value, [ = ]( const Sim::Chip& chip ) -> std::string {
+      const Sim::MyStationTable& memory = chip.myStation();
       if( !memory.entries().contains( index ) )
          return "empty";
       const MemoryEntry entry = entryAt( memory, index );
@@ -135,7 +132,7 @@ std::vector<Command> myStationCommands()
          "change a field of a my-station entry in the chip", pokeMyStationMemory },
       { "poke my-station-view", "INDEX [unit N] FIELD VALUE",
          "let the alternative view of the entry differ in a field", pokeMyStationView },
-      { "show my-station", "", "my-station entries", showMyStation },
+      { "show my-station", "", "my-station entries", parseNone<showMyStation> },
       { "expect my-station", "INDEX [unit N] empty|\"ENTRY\"|FIELD VALUE",
          "a my-station entry is empty, reads like this, or has this in a field", expectMyStation,
          false },

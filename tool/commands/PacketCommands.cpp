@@ -32,15 +32,16 @@ void showExplanation( Session& session, Sim::PacketEngine& engine, const Sim::Ar
       explanationJson( engine, verdict, explanation ) );
 }
 
-void explainPacket( Session& session, Words& words )
+Act explainPacket( const Session& session, Words& words )
 {
    const bool all = words.accept( "-v" );
-   const Sim::Arrival arrival = takeArrival( session, words );
-   PacketDesk& desk = session.packets( words );
-   Sim::Explanation explanation;
-   const Sim::Verdict verdict = desk.engine().explain( arrival, &explanation );
-   showExplanation( session, desk.engine(), arrival, verdict, explanation, all );
-   desk.lastIs( { arrival, verdict } );
+   return [ all, arrival = takeArrival( session, words ) ]( Session& live ) {
+      PacketDesk& desk = live.packets();
+      Sim::Explanation explanation;
+      const Sim::Verdict verdict = desk.engine().explain( arrival, &explanation );
+      showExplanation( live, desk.engine(), arrival, verdict, explanation, all );
+      desk.lastIs( { arrival, verdict } );
+   };
 }
 
 /// Reports once that a file could not be written; the packets were sent all the same.
@@ -50,11 +51,9 @@ void checkCaptures( PacketDesk& desk, const Words& words )
       words.failAt( words.line().words.front(), problem );
 }
 
-void sendPacket( Session& session, Words& words )
+void send( Session& session, const Words& words, const Sim::Arrival& arrival, bool all )
 {
-   const bool all = words.accept( "-v" );
-   const Sim::Arrival arrival = takeArrival( session, words );
-   PacketDesk& desk = session.packets( words );
+   PacketDesk& desk = session.packets();
    Sim::Explanation explanation;
    if( all )
       desk.engine().explain( arrival, &explanation );
@@ -66,6 +65,13 @@ void sendPacket( Session& session, Words& words )
       words.failAt( words.line().words.front(),
          "the packet loops: " + Sim::PacketEngine::loopText() + "; 'explain' shows each" );
    checkCaptures( desk, words );
+}
+
+Act sendPacket( const Session& session, Words& words )
+{
+   const bool all = words.accept( "-v" );
+   return [ all, arrival = takeArrival( session, words ), &words ](
+             Session& live ) { send( live, words, arrival, all ); };
 }
 
 /// "5-9", or one frame.
@@ -165,67 +171,82 @@ std::string sendCaptured(
    }
 }
 
-void sendCapture( Session& session, Words& words )
+/// Frames of a file that come in. The words are those of the line.
+struct CaptureWords
 {
-   const Word& name = words.take( "a pcap file", "FILE" );
-   const Entrance entrance = takeEntrance( session, words );
-   std::pair<U32, U32> range( 1, ~U32{ 0 } );
-   const Word* rangeWord = nullptr;
+   const Word* file;
+   Entrance entrance;
+   U32 first = 1;
+   U32 last = ~U32{ 0 };
+   const Word* range = nullptr;
    bool summary = false;
-   Words::Taken taken;
-   for( ;; ) {
-      if( words.acceptOnce( "frames", taken ) ) {
-         range = takeFrameNumbers( words );
-         rangeWord = words.last();
-      } else if( words.acceptOnce( "summary", taken ) )
-         summary = true;
-      else
-         break;
-   }
-   words.end();
-   const auto [ first, last ] = range;
-   PacketDesk& desk = session.packets( words );
-   if( desk.isWriting( name.text ) ) // it might never end
-      words.failAt( name, "'" + name.text + "' is being written; 'no capture' closes all files" );
+};
+
+/// A fault in the file ends it; the frames that were sent until then are listed all the same.
+void replay( Session& session, const Words& words, const CaptureWords& asked )
+{
+   const std::string& file = asked.file->text;
+   PacketDesk& desk = session.packets();
    CaptureTable table;
    std::string title;
-   std::string problem; // the frames that were sent are listed all the same
-   const Word* culprit = &name;
+   std::string problem;
+   const Word* culprit = asked.file;
    try {
-      CaptureReader reader( name.text );
-      while( reader.number() < last ) {
+      CaptureReader reader( file );
+      while( reader.number() < asked.last ) {
          const std::optional<CapturedFrame> captured = reader.next();
          if( !captured )
             break;
-         if( reader.number() >= first )
-            table.add( reader.number(),
-               sendCaptured( desk, entrance, *captured ) + cutText( *captured, summary ) );
+         if( reader.number() >= asked.first )
+            table.add( reader.number(), sendCaptured( desk, asked.entrance, *captured ) +
+                                           cutText( *captured, asked.summary ) );
       }
-      if( rangeWord && reader.number() < last )
+      if( asked.range && reader.number() < asked.last )
          title = ", which ends with frame " + std::to_string( reader.number() );
       if( table.count() == 0 ) {
-         culprit = rangeWord ? rangeWord : &name;
-         problem = NoSuchFrame( name.text, first, reader.number() ).what();
+         culprit = asked.range ? asked.range : asked.file;
+         problem = NoSuchFrame( file, asked.first, reader.number() ).what();
       }
    } catch( const Vormel::Error& error ) {
       problem = error.what();
    }
    if( table.count() > 0 )
       session.console().table( std::to_string( table.count() ) +
-                                  ( table.count() == 1 ? " frame of " : " frames of " ) +
-                                  name.text + title,
-         summary ? table.summary() : table.each() );
+                                  ( table.count() == 1 ? " frame of " : " frames of " ) + file +
+                                  title,
+         asked.summary ? table.summary() : table.each() );
    if( !problem.empty() )
       words.failAt( *culprit, problem );
    checkCaptures( desk, words );
 }
 
-void capture( Session& session, Words& words )
+Act sendCapture( const Session& session, Words& words )
+{
+   CaptureWords asked;
+   asked.file = &words.take( "a pcap file", "FILE" );
+   asked.entrance = takeEntrance( session, words );
+   Words::Taken taken;
+   for( ;; ) {
+      if( words.acceptOnce( "frames", taken ) ) {
+         std::tie( asked.first, asked.last ) = takeFrameNumbers( words );
+         asked.range = words.last();
+      } else if( words.acceptOnce( "summary", taken ) )
+         asked.summary = true;
+      else
+         break;
+   }
+   if( session.packets().isWriting( asked.file->text ) ) // it might never end
+      words.failAt( *asked.file,
+         "'" + asked.file->text + "' is being written; 'no capture' closes all files" );
+   return [ asked, &words ]( Session& live ) { replay( live, words, asked ); };
+}
+
+Act capture( const Session& session, Words& words )
 {
    const Word* const portWord = words.peek();
    const bool cpu = portWord && portWord->text == "cpu";
    const Sim::PortRef port = takePort( session, words );
-   PacketDesk& desk = session.packets( words );
+   const PacketDesk& desk = session.packets();
    if( cpu ? desk.capturesCpu( port.unit ) : desk.captures( port ) )
       words.failAt( *portWord, ( cpu ? "the CPU of unit " + std::to_string( port.unit )
                                      : desk.engine().portName( port ) ) +
@@ -233,66 +254,64 @@ void capture( Session& session, Words& words )
    const std::string file = words.take( "a file's name", "FILE" ).text;
    if( file == "-" )
       words.fail( "'-' is no file here; write ./- for a file of that name" );
-   words.end();
-   if( cpu )
-      desk.captureCpu( port.unit, file );
-   else
-      desk.capturePort( port, file );
+   return [ = ]( Session& live ) {
+      if( cpu )
+         live.packets().captureCpu( port.unit, file );
+      else
+         live.packets().capturePort( port, file );
+   };
 }
 
-void captureEnd( Session& session, Words& words )
+void captureEnd( Session& session )
 {
-   words.end();
-   session.packets( words ).captureEnd();
+   session.packets().captureEnd();
 }
 
-const LastPacket& lastPacket( Session& session, Words& words )
+void needPacket( const Session& session, const Words& words )
 {
-   const LastPacket* const last = session.packets( words ).last();
-   if( !last )
+   if( !session.packets().last() )
       words.failAt( words.line().words.front(), "no packet was sent or explained yet" );
-   return *last;
 }
 
-std::string found( Session& session, Words& words, const LastPacket& last )
+std::string found( const Session& session )
 {
-   return session.packets( words ).engine().summary( last.verdict );
+   return session.packets().engine().summary( session.packets().last()->verdict );
 }
 
-void expectDeparts( Session& session, Words& words )
+Act expectDeparts( const Session& session, Words& words )
 {
-   const LastPacket& last = lastPacket( session, words );
-   Sim::PacketEngine& engine = session.packets( words ).engine();
+   needPacket( session, words );
+   const Sim::PacketEngine& engine = session.packets().engine();
    std::multiset<std::string> wanted;
    std::string part;
    if( !words.accept( "none" ) )
       do {
          for( const Sim::PortRef port : takePorts( session, words ) )
             wanted.insert( engine.portName( port ) );
-      } while( !words.done() && words.peek()->text != "with" );
+      } while( !words.done() && !( words.peek() && words.peek()->text == "with" ) );
    if( words.accept( "with" ) )
       part = words.take( "a part of what leaves" ).text;
-   words.end();
-   std::multiset<std::string> leaves;
-   bool fits = true;
-   std::string frames;
-   for( const Sim::Departure* const departure : last.verdict.departures() ) {
-      leaves.insert( engine.portName( departure->port ) );
-      fits = fits && departure->frame.text().find( part ) != std::string::npos;
-      frames += "; " + departure->frame.text();
-   }
    std::string expected = "the packet to leave on";
    for( const std::string& name : wanted )
       expected += " " + name;
    expected += wanted.empty() ? " no port" : part.empty() ? "" : " with " + part;
-   session.expect( leaves == wanted && fits, expected,
-      found( session, words, last ) + ( part.empty() ? "" : frames ) );
+   return [ = ]( Session& live ) {
+      std::multiset<std::string> leaves;
+      bool fits = true;
+      std::string frames;
+      for( const Sim::Departure* const departure : live.packets().last()->verdict.departures() ) {
+         leaves.insert( live.packets().engine().portName( departure->port ) );
+         fits = fits && departure->frame.text().find( part ) != std::string::npos;
+         frames += "; " + departure->frame.text();
+      }
+      live.expect(
+         leaves == wanted && fits, expected, found( live ) + ( part.empty() ? "" : frames ) );
+   };
 }
 
-void expectCpu( Session& session, Words& words )
+Act expectCpu( const Session& session, Words& words )
 {
-   const LastPacket& last = lastPacket( session, words );
-   const auto copies = last.verdict.cpuCopies();
+   needPacket( session, words );
    std::size_t times = 1;
    std::optional<U32> queue;
    std::string reason;
@@ -304,71 +323,88 @@ void expectCpu( Session& session, Words& words )
       queue = words.value<U32>( "a queue" );
    if( words.accept( "because" ) )
       reason = words.take( "a part of the reason" ).text;
-   words.end();
-   const bool fits = std::ranges::all_of( copies, [ & ]( const Sim::CpuCopy* copy ) {
-      const bool because = std::ranges::any_of( copy->reasons,
-         [ & ]( const std::string& text ) { return text.find( reason ) != text.npos; } );
-      return ( !queue || copy->queue == *queue ) && because;
-   } );
    std::string expected = "the CPU to get it " + std::to_string( times ) + " times";
    if( queue )
       expected += " on queue " + std::to_string( *queue );
    if( !reason.empty() )
       expected += " because of " + reason;
-   session.expect( copies.size() == times && fits, expected, found( session, words, last ) );
+   return [ = ]( Session& live ) {
+      const auto copies = live.packets().last()->verdict.cpuCopies();
+      const bool fits = std::ranges::all_of( copies, [ & ]( const Sim::CpuCopy* copy ) {
+         const bool because = std::ranges::any_of( copy->reasons,
+            [ & ]( const std::string& text ) { return text.find( reason ) != text.npos; } );
+         return ( !queue || copy->queue == *queue ) && because;
+      } );
+      live.expect( copies.size() == times && fits, expected, found( live ) );
+   };
 }
 
-void expectDropped( Session& session, Words& words )
+Act expectDropped( const Session& session, Words& words )
 {
-   const LastPacket& last = lastPacket( session, words );
+   needPacket( session, words );
    const std::string reason = words.done() ? "" : words.take( "a part of the reason" ).text;
-   words.end();
-   const std::string drop = last.verdict.drop();
-   session.expect( !drop.empty() && drop.find( reason ) != drop.npos,
-      "the packet to be dropped" + ( reason.empty() ? "" : ": " + reason ),
-      found( session, words, last ) );
+   return [ reason ]( Session& live ) {
+      const std::string drop = live.packets().last()->verdict.drop();
+      live.expect( !drop.empty() && drop.find( reason ) != drop.npos,
+         "the packet to be dropped" + ( reason.empty() ? "" : ": " + reason ), found( live ) );
+   };
 }
 
-void expectPasses( Session& session, Words& words )
+Act expectPasses( const Session& session, Words& words )
 {
-   const LastPacket& last = lastPacket( session, words );
+   needPacket( session, words );
    const U32 wanted = words.value<U32>( "how many passes" );
-   words.end();
-   const std::size_t passes = last.verdict.passes.size();
-   session.expect( passes == wanted, std::to_string( wanted ) + " passes",
-      std::to_string( passes ) + ": " + found( session, words, last ) );
+   return [ wanted ]( Session& live ) {
+      const std::size_t passes = live.packets().last()->verdict.passes.size();
+      live.expect( passes == wanted, std::to_string( wanted ) + " passes",
+         std::to_string( passes ) + ": " + found( live ) );
+   };
 }
 
-void expectWinner( Session& session, Words& words )
+/// "main 7, main 12": the entries that won in the group, or in any.
+std::string winnersText( const Sim::Verdict& verdict, const std::string& group )
 {
-   const LastPacket& last = lastPacket( session, words );
-   Sim::SimSwitch& hardware = session.agent( words ).hardware();
-   // "none" alone is of all groups.
-   const Word* const behind = words.peek( 1 );
-   const bool ofGroup = behind && behind->text == "none";
-   const std::string group = ofGroup ? words.take( "an entry group" ).text : std::string();
-   if( ofGroup && !hardware.tcamManager( group ) )
-      words.fail( "there is no entry group '" + group + "'" );
    std::string winners;
-   for( const Sim::PassVerdict& pass : last.verdict.passes )
+   for( const Sim::PassVerdict& pass : verdict.passes )
       for( const Sim::Winner& winner : pass.winners )
          if( group.empty() || winner.group == group )
             winners +=
                ( winners.empty() ? "" : ", " ) + winner.group + " " + std::to_string( winner.id );
-   if( words.accept( "none" ) ) {
-      words.end();
-      return session.expect(
-         winners.empty(), "no entry to win" + ( ofGroup ? " in " + group : "" ), winners );
-   }
-   const EntryChoice choice = takeEntry( session, words );
-   words.end();
-   bool won = false;
-   for( const Sim::PassVerdict& pass : last.verdict.passes ) {
+   return winners;
+}
+
+bool hasWon( Sim::SimSwitch& hardware, const Sim::Verdict& verdict, const EntryChoice& choice )
+{
+   for( const Sim::PassVerdict& pass : verdict.passes ) {
       Sim::Chip& chip = hardware.chip( pass.arrival.unit );
       for( const Sim::Winner& winner : pass.winners )
-         won = won || chip.group( winner.group )->find( winner.id ) == findEntry( chip, choice );
+         if( chip.group( winner.group )->find( winner.id ) == findEntry( chip, choice ) )
+            return true;
    }
-   session.expect( won, choice.text + " to win", winners.empty() ? "no winner" : winners );
+   return false;
+}
+
+Act expectWinner( const Session& session, Words& words )
+{
+   needPacket( session, words );
+   // "none" alone is of all groups.
+   const Word* const behind = words.peek( 1 );
+   const bool ofGroup = behind && behind->text == "none";
+   const std::string group = ofGroup ? words.take( "an entry group" ).text : std::string();
+   if( ofGroup && !session.agent().hardware().tcamManager( group ) )
+      words.fail( "there is no entry group '" + group + "'" );
+   if( words.accept( "none" ) )
+      return [ group ]( Session& live ) {
+         const std::string winners = winnersText( live.packets().last()->verdict, group );
+         live.expect(
+            winners.empty(), "no entry to win" + ( group.empty() ? "" : " in " + group ), winners );
+      };
+   return [ choice = takeEntry( session, words ) ]( Session& live ) {
+      const Sim::Verdict& verdict = live.packets().last()->verdict;
+      const std::string winners = winnersText( verdict, {} );
+      live.expect( hasWon( live.agent().hardware(), verdict, choice ), choice.text + " to win",
+         winners.empty() ? "no winner" : winners );
+   };
 }
 
 } // namespace
@@ -383,7 +419,7 @@ std::vector<Command> packetCommands()
          "the frames of a file come in, and what became of each, or of those that fared alike",
          sendCapture },
       { "capture", "PORT|cpu [unit N] FILE", "write what leaves there to a pcap file", capture },
-      { "no capture", "", "close the files", captureEnd },
+      { "no capture", "", "close the files", parseNone<captureEnd> },
       { "expect departs", "PORTS|none [with TEXT]",
          "the last packet leaves on just these ports, with TEXT in it", expectDeparts, false },
       { "expect cpu", "[none|times N] [queue N] [because TEXT]",

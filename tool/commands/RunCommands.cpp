@@ -30,68 +30,59 @@ double takeDuration( Words& words )
    words.fail( "'" + text + "' is not a duration; write 250ms, 5s or 2m" );
 }
 
-void advance( Session& session, Words& words )
+Act advance( const Session&, Words& words )
 {
    const double seconds = takeDuration( words );
    if( seconds > longestAdvance )
       words.fail( "the clock moves by at most 366 days at a time" );
-   words.end();
-   session.agent( words ).clock().advanceBy( seconds );
+   return [ seconds ]( Session& live ) { live.agent().clock().advanceBy( seconds ); };
 }
 
-void trace( Session&, Words& words )
+Act trace( const Session&, Words& words )
 {
    std::string levels; // set together or not at all
    do
       levels += ( levels.empty() ? "" : "," ) +
                 words.take( "a trace handle and its level, as in ApiStrata=4", "HANDLE" ).text;
    while( !words.done() );
-   Vormel::traceLevelsIs( levels );
+   return [ levels ]( Session& ) { Vormel::traceLevelsIs( levels ); };
 }
 
-void note( Session& session, Words& words )
+Act note( const Session&, Words& words )
 {
-   const std::string text = words.take( "a text" ).text;
-   words.end();
-   session.console().note( text );
+   return [ text = words.take( "a text" ).text ]( Session& live ) { live.console().note( text ); };
 }
 
-void bringUp( Session& session, Words& words )
+void bringUp( Session& session )
 {
-   words.end();
-   session.agent( words ).bringUp();
+   session.agent().bringUp();
 }
 
-void start( Session& session, Words& words )
+Act start( const Session&, Words& words )
 {
    std::set<std::string_view> without;
    while( words.accept( "without" ) )
       without.insert( words.choose( "an input that may be absent", Agent::optionalInputs() ) );
-   words.end();
-   session.agent( words ).startReactors( without );
+   return [ without ]( Session& live ) { live.agent().startReactors( without ); };
 }
 
-void stop( Session& session, Words& words )
+void stop( Session& session )
 {
-   words.end();
-   session.agent( words ).stop();
+   session.agent().stop();
 }
 
-void mark( Session& session, Words& words )
+void mark( Session& session )
 {
-   words.end();
    session.mark();
 }
 
-void quiet( Session& session, Words& words )
+void quiet( Session& session )
 {
-   words.end();
    session.console().eventsShownIs( false );
 }
 
-void loud( Session& session, Words& words )
+void loud( Session& session )
 {
-   words.end();
    session.console().eventsShownIs( true );
 }
 
@@ -101,16 +92,18 @@ std::vector<Command> runCommands()
 {
    return {
       { "bring-up", "", "init, l3Init, then the reactors: the hardware follows from then on",
-         bringUp },
+         parseNone<bringUp> },
       { "reactors start", "[without INPUT]...",
          "make the reactors; those from before are dropped first", start },
-      { "reactors stop", "", "drop the reactors; the hardware stays as it is", stop },
+      { "reactors stop", "", "drop the reactors; the hardware stays as it is", parseNone<stop> },
       { "advance", "DURATION", "move the clock; timers run when they are due", advance },
-      { "trace", "HANDLE=LEVEL...", "set trace levels: 0 to 9, or off", trace },
-      { "note", "TEXT", "say something to the reader", note, false },
-      { "mark", "", "start a new window for what is expected and shown", mark },
-      { "quiet", "", "leave calls, notifications and traces out of the text until 'loud'", quiet },
-      { "loud", "", "show calls, notifications and traces again", loud },
+      { "trace", "HANDLE=LEVEL...", "set trace levels: 0 to 9, or off", trace, true, false },
+      { "note", "TEXT", "say something to the reader", note, false, false },
+      { "mark", "", "start a new window for what is expected and shown", parseNone<mark>, true,
+         false },
+      { "quiet", "", "leave calls, notifications and traces out of the text until 'loud'",
+         parseNone<quiet>, true, false },
+      { "loud", "", "show calls, notifications and traces again", parseNone<loud>, true, false },
    };
 }
 

@@ -18,11 +18,12 @@ namespace Strata::Tool {
 
 namespace {
 
-std::string takeFilter( Words& words )
+/// Parses a text that what is shown must have, or nothing.
+template<void ( *show )( Session& session, const std::string& filter )>
+Act parseFilter( const Session&, Words& words )
 {
-   const std::string filter = words.done() ? std::string() : words.take( {} ).text;
-   words.end();
-   return filter;
+   return [ filter = words.done() ? std::string() : words.take( {} ).text ](
+             Session& live ) { show( live, filter ); };
 }
 
 /// Tells what is left out.
@@ -31,26 +32,17 @@ std::string titleWith( const std::string& title, const std::string& filter )
    return filter.empty() ? title : title + ", only '" + filter + "'";
 }
 
-void showEntries( Session& session, Words& words )
+void showEntries( Session& session, const std::string& filter )
 {
-   Sim::SimSwitch& hardware = session.agent( words ).hardware();
-   const std::string filter = takeFilter( words );
+   Sim::SimSwitch& hardware = session.agent().hardware();
    session.console().table( titleWith( "Field Processor entries", filter ),
       entryTable( hardware, filter ), entryJson( hardware, filter ) );
 }
 
-void showAttributes( Session& session, Words& words )
+void showAttributesOf(
+   Session& session, const Ref<Entity>& object, const std::string& title, bool changed )
 {
-   Agent& agent = session.agent( words );
-   bool changed = words.accept( "changed" );
-   Ref<Entity> object = agent.helper();
-   std::string title = "helper";
-   if( !changed && !words.done() ) {
-      title = words.peek()->text;
-      object = session.takeObject( words );
-      changed = words.accept( "changed" );
-   }
-   words.end();
+   const Agent& agent = session.agent();
    Agent::Values initial = agent.initialValues( *object );
    Table table(
       changed ? std::vector<Column>{ { "Number", Align::right }, { "Attribute" }, { "Initially" },
@@ -70,10 +62,23 @@ void showAttributes( Session& session, Words& words )
       ( changed ? "Changed attributes of " : "Attributes of " ) + title, table );
 }
 
-void showControls( Session& session, Words& words )
+Act showAttributes( const Session& session, Words& words )
 {
-   Sim::SimSwitch& hardware = session.agent( words ).hardware();
-   const std::string filter = takeFilter( words );
+   const Agent& agent = session.agent();
+   bool changed = words.accept( "changed" );
+   Ref<Entity> object = agent.helper();
+   std::string title = "helper";
+   if( !changed && !words.done() ) {
+      object = session.takeObject( words );
+      title = words.last()->text;
+      changed = words.accept( "changed" );
+   }
+   return [ = ]( Session& live ) { showAttributesOf( live, object, title, changed ); };
+}
+
+void showControls( Session& session, const std::string& filter )
+{
+   Sim::SimSwitch& hardware = session.agent().hardware();
    ByUnit<Cells> rows;
    const auto add = [ & ]( U32 unit, std::string_view name, const std::string& where, int value ) {
       if( name.find( filter ) != name.npos )
@@ -91,10 +96,9 @@ void showControls( Session& session, Words& words )
       unitTable( { { "Control" }, { "Where" }, { "Value" } }, rows ) );
 }
 
-void showRegisters( Session& session, Words& words )
+void showRegisters( Session& session, const std::string& filter )
 {
-   Sim::SimSwitch& hardware = session.agent( words ).hardware();
-   const std::string filter = takeFilter( words );
+   Sim::SimSwitch& hardware = session.agent().hardware();
    ByUnit<Cells> rows;
    for( const auto& [ unit, chip ] : hardware.chips() )
       for( std::size_t i = 0; i < roleNames<Register>.size(); ++i ) {
@@ -107,10 +111,8 @@ void showRegisters( Session& session, Words& words )
       titleWith( "Registers", filter ), unitTable( { { "Register" }, { "Value" } }, rows ) );
 }
 
-void showCalls( Session& session, Words& words )
+void showCalls( Session& session, const std::string& filter )
 {
-   session.agent( words );
-   const std::string filter = takeFilter( words );
    std::map<std::string, std::map<std::string, U32>> counts; // by call, by unit
    for( const Sim::Record* const record : session.window() )
       if( record->kind == Sim::RecordKind::call || record->kind == Sim::RecordKind::entry )
@@ -130,10 +132,8 @@ void showCalls( Session& session, Words& words )
    session.console().table( titleWith( "Calls since the last mark", filter ), table );
 }
 
-void showNotifications( Session& session, Words& words )
+void showNotifications( Session& session, const std::string& filter )
 {
-   session.agent( words );
-   const std::string filter = takeFilter( words );
    std::map<std::string, U32> counts;
    for( const Sim::Record* const record : session.window() )
       if( record->kind == Sim::RecordKind::notify )
@@ -148,10 +148,9 @@ void showNotifications( Session& session, Words& words )
 }
 
 /// Times differ from run to run: what is shown here is for looking, not for comparing.
-void showTimes( Session& session, Words& words )
+void showTimes( Session& session )
 {
-   const ObservedShim& shim = session.agent( words ).hardware().observedShim();
-   words.end();
+   const ObservedShim& shim = session.agent().hardware().observedShim();
    const auto microseconds = []( double seconds ) {
       return std::to_string( std::llround( seconds * 1e6 ) );
    };
@@ -164,19 +163,19 @@ void showTimes( Session& session, Words& words )
    session.console().table( "SDK calls and their times", table );
 }
 
-void showSnapshot( Session& session, Words& words )
+Act showSnapshot( const Session& session, Words& words )
 {
-   Agent& agent = session.agent( words );
+   const Agent& agent = session.agent();
    const Ref<Entity> object = words.done() ? agent.helper() : session.takeObject( words );
-   words.end();
-   session.console().document(
-      "Snapshot", nlohmann::ordered_json::parse( Vormel::snapshotJson( *object ) ) );
+   return [ object ]( Session& live ) {
+      live.console().document(
+         "Snapshot", nlohmann::ordered_json::parse( Vormel::snapshotJson( *object ) ) );
+   };
 }
 
-void showInterfaces( Session& session, Words& words )
+void showInterfaces( Session& session )
 {
-   Sim::SimSwitch& hardware = session.agent( words ).hardware();
-   words.end();
+   Sim::SimSwitch& hardware = session.agent().hardware();
    const StrataCommonSmData& scsd = *hardware.scsd();
    std::vector<Vormel::IntfId> intfs = keysOf( hardware.ethIntfStatusDir()->intfStatus() );
    std::ranges::sort( intfs );
@@ -191,10 +190,9 @@ void showInterfaces( Session& session, Words& words )
    session.console().table( "Interfaces, and their ports as unit/port/logical port", table );
 }
 
-void showLags( Session& session, Words& words )
+void showLags( Session& session )
 {
-   Sim::SimSwitch& hardware = session.agent( words ).hardware();
-   words.end();
+   Sim::SimSwitch& hardware = session.agent().hardware();
    const StrataCommonSmData& scsd = *hardware.scsd();
    std::vector<Vormel::IntfId> lags = keysOf( scsd.lagMembers() );
    std::ranges::sort( lags );
@@ -213,10 +211,9 @@ void showLags( Session& session, Words& words )
 }
 
 /// The bitmap that floods of routed packets go to, beside what the entries hold of it.
-void showFlood( Session& session, Words& words )
+void showFlood( Session& session )
 {
-   Agent& agent = session.agent( words );
-   words.end();
+   Agent& agent = session.agent();
    const RoutingStatusHelper& helper = *agent.helper();
    ByUnit<Cells> rows;
    for( const auto& [ unit, chip ] : agent.hardware().chips() )
@@ -237,10 +234,9 @@ void showFlood( Session& session, Words& words )
    session.console().table( "Floods of routed packets", table );
 }
 
-void showDrops( Session& session, Words& words )
+void showDrops( Session& session )
 {
-   Agent& agent = session.agent( words );
-   words.end();
+   Agent& agent = session.agent();
    const RoutingStatusHelper& helper = *agent.helper();
    Table table( { { "Class" }, { "Entries" }, { "Counter", Align::right }, { "Hits by unit" } } );
    for( const auto& counter : helper.unknownMacCountersPerTc() ) {
@@ -262,10 +258,9 @@ void showDrops( Session& session, Words& words )
    session.console().table( "Unknown-MAC drops, as last polled and now", table );
 }
 
-void showUnits( Session& session, Words& words )
+void showUnits( Session& session )
 {
-   Sim::SimSwitch& hardware = session.agent( words ).hardware();
-   words.end();
+   Sim::SimSwitch& hardware = session.agent().hardware();
    ByUnit<Cells> rows;
    for( const auto& [ unit, chip ] : hardware.chips() ) {
       const Sim::SpecialPorts& special = chip.profile().specialPorts;
@@ -290,10 +285,9 @@ void showUnits( Session& session, Words& words )
    session.console().table( "Units", unitTable( { { "Chip" }, { "Has" } }, rows ) );
 }
 
-void showObjects( Session& session, Words& words )
+void showObjects( Session& session )
 {
-   Agent& agent = session.agent( words );
-   words.end();
+   Agent& agent = session.agent();
    Table table( { { "Object" }, { "Attributes", Align::right }, { "Type" } } );
    for( const std::string& name : agent.objectNames() ) {
       const Vormel::EntityType& type = agent.object( name )->entityType();
@@ -302,19 +296,16 @@ void showObjects( Session& session, Words& words )
    session.console().table( "Objects", table );
 }
 
-void showFaults( Session& session, Words& words )
+void showFaults( Session& session )
 {
    Table table( { { "Fault" } } );
-   for( const Sim::Fault& fault : session.agent( words ).hardware().faults().armed() )
+   for( const Sim::Fault& fault : session.agent().hardware().faults().armed() )
       table.row( { fault.text() } );
-   words.end();
    session.console().table( "Faults that are armed", table );
 }
 
-void showTranscript( Session& session, Words& words )
+void showTranscript( Session& session, const std::string& filter )
 {
-   session.agent( words );
-   const std::string filter = takeFilter( words );
    std::vector<const Sim::Record*> records = session.window();
    std::erase_if( records, [ & ]( const Sim::Record* record ) {
       return record->line().find( filter ) == std::string::npos;
@@ -328,28 +319,28 @@ std::vector<Command> showCommands()
 {
    return {
       { "show entries", "[NAME|GROUP|ID]", "Field Processor entries: state, qualifiers, actions",
-         showEntries },
+         parseFilter<showEntries> },
       { "show attributes", "[OBJECT] [changed]",
          "attributes of the helper or another object, or those that are not as they were made",
          showAttributes },
-      { "show controls", "[TEXT]", "controls that were written", showControls },
-      { "show registers", "[TEXT]", "registers, with their fields", showRegisters },
+      { "show controls", "[TEXT]", "controls that were written", parseFilter<showControls> },
+      { "show registers", "[TEXT]", "registers, with their fields", parseFilter<showRegisters> },
       { "show calls", "[TEXT]", "how often each hardware call was made since the last mark",
-         showCalls },
+         parseFilter<showCalls> },
       { "show notifications", "[TEXT]",
          "how often each attribute's changes were published since the last mark",
-         showNotifications },
-      { "show times", "", "SDK calls by name: how often, how long", showTimes },
+         parseFilter<showNotifications> },
+      { "show times", "", "SDK calls by name: how often, how long", parseNone<showTimes> },
       { "show snapshot", "[OBJECT]", "everything that the helper or another object holds, as JSON",
          showSnapshot },
-      { "show interfaces", "", "interfaces, their ports and LAGs", showInterfaces },
-      { "show lags", "", "LAGs and their members", showLags },
-      { "show flood", "", "where floods of routed packets go", showFlood },
-      { "show drops", "", "unknown-MAC drops by traffic class", showDrops },
-      { "show units", "", "units, their ports and the room for entries", showUnits },
-      { "show objects", "", "objects that can be named", showObjects },
-      { "show faults", "", "faults that are armed", showFaults },
-      { "show transcript", "[TEXT]", "records since the last mark", showTranscript },
+      { "show interfaces", "", "interfaces, their ports and LAGs", parseNone<showInterfaces> },
+      { "show lags", "", "LAGs and their members", parseNone<showLags> },
+      { "show flood", "", "where floods of routed packets go", parseNone<showFlood> },
+      { "show drops", "", "unknown-MAC drops by traffic class", parseNone<showDrops> },
+      { "show units", "", "units, their ports and the room for entries", parseNone<showUnits> },
+      { "show objects", "", "objects that can be named", parseNone<showObjects> },
+      { "show faults", "", "faults that are armed", parseNone<showFaults> },
+      { "show transcript", "[TEXT]", "records since the last mark", parseFilter<showTranscript> },
    };
 }
 

@@ -18,10 +18,9 @@ std::string placeText( Sim::PacketEngine& engine, const Sim::Station::Place& pla
    return "group " + std::to_string( std::get<Sim::Station::Group>( place ).number );
 }
 
-void showMacs( Session& session, Words& words )
+void showMacs( Session& session )
 {
-   PacketDesk& desk = session.packets( words );
-   words.end();
+   PacketDesk& desk = session.packets();
    Table table( { { "VLAN", Align::right }, { "MAC address" }, { "Kind" }, { "Where" } } );
    for( const auto& [ key, station ] : desk.tables().stations )
       table.row( { std::to_string( key.vlanId ), key.mac.toString(),
@@ -29,10 +28,9 @@ void showMacs( Session& session, Words& words )
    session.console().table( "MAC addresses", table );
 }
 
-void showRoutes( Session& session, Words& words )
+void showRoutes( Session& session )
 {
-   PacketDesk& desk = session.packets( words );
-   words.end();
+   PacketDesk& desk = session.packets();
    Table table( { { "Prefix" }, { "Class", Align::right }, { "Next hop" } } );
    for( const auto& [ prefix, route ] : desk.tables().routes.all() )
       table.row(
@@ -84,12 +82,11 @@ std::string groupText( Sim::PacketEngine& engine, const Sim::McastGroup& group )
    return list.text();
 }
 
-void showForwarding( Session& session, Words& words )
+void showForwarding( Session& session )
 {
-   PacketDesk& desk = session.packets( words );
+   PacketDesk& desk = session.packets();
    Sim::PacketEngine& engine = desk.engine();
    const Sim::ForwardingTables& tables = desk.tables();
-   words.end();
    Table table( { { "What" }, { "How" } } );
    for( const auto& [ vlanId, vlan ] : tables.vlans )
       table.row( { "VLAN " + std::to_string( vlanId ), vlanText( vlan ) } );
@@ -120,11 +117,10 @@ void showForwarding( Session& session, Words& words )
    session.console().table( "What packets are forwarded by", table );
 }
 
-void showCounters( Session& session, Words& words )
+void showCounters( Session& session )
 {
-   PacketDesk& desk = session.packets( words );
+   PacketDesk& desk = session.packets();
    const Sim::PacketCounters& counters = desk.engine().counters();
-   words.end();
    Table table( { { "Where" }, { "In", Align::right }, { "Out", Align::right }, { "What" } } );
    for( const auto& [ port, count ] : counters.ports )
       table.row( { desk.engine().portName( port ), std::to_string( count.in ),
@@ -143,12 +139,13 @@ void showCounters( Session& session, Words& words )
 std::vector<Command> showTableCommands()
 {
    return {
-      { "show macs", "", "the MAC table", showMacs },
-      { "show routes", "", "routes and their next hops", showRoutes },
+      { "show macs", "", "the MAC table", parseNone<showMacs> },
+      { "show routes", "", "routes and their next hops", parseNone<showRoutes> },
       { "show forwarding", "",
          "VLAN properties, tunnels, steering rules, labels, multicast, spanning tree",
-         showForwarding },
-      { "show counters", "", "packets in and out of ports, to the CPU, and dropped", showCounters },
+         parseNone<showForwarding> },
+      { "show counters", "", "packets in and out of ports, to the CPU, and dropped",
+         parseNone<showCounters> },
    };
 }
 

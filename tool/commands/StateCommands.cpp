@@ -15,7 +15,7 @@ namespace {
 using Vormel::Value;
 
 /// Objects go by their names, everything else by its text form.
-Value takeValue( Session& session, Words& words, const AttributePath& path )
+Value takeValue( const Session& session, Words& words, const AttributePath& path )
 {
    words.offerAlternatives( path.attribute->expected() );
    if( !path.attribute->info().type.starts_with( "Ref<" ) )
@@ -25,25 +25,27 @@ Value takeValue( Session& session, Words& words, const AttributePath& path )
    return Ref<const Entity>( session.takeObject( words ) );
 }
 
-void set( Session& session, Words& words )
+Act set( const Session& session, Words& words )
 {
    const AttributePath path = session.takeAttribute( words );
    const Value value = takeValue( session, words, path );
-   words.end();
-   if( path.key )
-      path.attribute->write( *path.object, Value( *path.key ), value );
-   else
-      path.attribute->write( *path.object, value );
+   return [ path, value ]( Session& ) {
+      if( path.key )
+         path.attribute->write( *path.object, Value( *path.key ), value );
+      else
+         path.attribute->write( *path.object, value );
+   };
 }
 
-void del( Session& session, Words& words )
+Act del( const Session& session, Words& words )
 {
    const AttributePath path = session.takeAttribute( words );
-   words.end();
-   if( path.key )
-      path.attribute->del( *path.object, Value( *path.key ) );
-   else
-      path.attribute->delAll( *path.object );
+   return [ path ]( Session& ) {
+      if( path.key )
+         path.attribute->del( *path.object, Value( *path.key ) );
+      else
+         path.attribute->delAll( *path.object );
+   };
 }
 
 /// The argument that an error is about, or the operation's name.
@@ -55,52 +57,62 @@ const Word& blamed( const std::string& error, const Word& name, const std::vecto
    return name;
 }
 
-struct Called
+/// A call of an operation of the helper, and its arguments.
+struct Call
 {
-   std::string operation;
-   std::optional<std::string> result;
+   const Vormel::Operation* operation;
+   Word name;
+   std::vector<Word> arguments;
 };
 
-Called takeCall( Session& session, Words& words )
+Call takeCall( const Session& session, Words& words )
 {
-   RoutingStatusHelper& helper = *session.agent( words ).helper();
-   const Word name = words.take( "an operation, as in l3Init", "OPERATION" );
-   const Vormel::Operation& operation = helper.entityType().operation( name.text );
-   std::vector<Word> arguments;
+   const RoutingStatusHelper& helper = *session.agent().helper();
+   const Word& name = words.take( "an operation, as in l3Init", "OPERATION" );
+   Call call{ &helper.entityType().operation( name.text ), name, {} };
+   const auto& parameters = call.operation->parameters();
    while( !words.done() ) {
-      const auto& parameters = operation.parameters();
-      if( arguments.size() < parameters.size() ) {
-         const std::string_view parameter = parameters[ arguments.size() ]; // "name: expected"
+      if( call.arguments.size() < parameters.size() ) {
+         const std::string_view parameter = parameters[ call.arguments.size() ]; // "name: expected"
          words.offerAlternatives( parameter.substr( parameter.find( ": " ) + 2 ) );
       }
-      arguments.push_back( words.take( "an argument" ) );
+      call.arguments.push_back( words.take( "an argument" ) );
    }
+   return call;
+}
+
+/// What the operation returns, if it returns anything.
+std::optional<std::string> resultOf( const Call& call, Session& session, const Words& words )
+{
    std::vector<Value> values;
-   for( const Word& argument : arguments )
+   for( const Word& argument : call.arguments )
       values.emplace_back( argument.text );
    try {
-      const Value result = operation.call( helper, values );
+      const Value result = call.operation->call( *session.agent().helper(), values );
       if( std::holds_alternative<std::monostate>( result ) )
-         return { name.text, std::nullopt };
-      return { name.text, session.agent( words ).valueText( result ) };
+         return std::nullopt;
+      return session.agent().valueText( result );
    } catch( const Vormel::AccessError& error ) {
-      words.failAt( blamed( error.what(), name, arguments ), error.what() );
+      words.failAt( blamed( error.what(), call.name, call.arguments ), error.what() );
    }
 }
 
-void call( Session& session, Words& words )
+Act call( const Session& session, Words& words )
 {
-   const Called called = takeCall( session, words );
-   if( called.result )
-      session.console().result( called.operation, *called.result );
+   return [ asked = takeCall( session, words ), &words ]( Session& live ) {
+      if( const auto result = resultOf( asked, live, words ) )
+         live.console().result( asked.name.text, *result );
+   };
 }
 
-void expectResult( Session& session, Words& words )
+Act expectResult( const Session& session, Words& words )
 {
    const std::string value = words.take( "a value" ).text;
-   const Called called = takeCall( session, words );
-   session.expect( called.result && sameValue( value, *called.result ),
-      called.operation + " to return " + value, called.result.value_or( "nothing" ) );
+   return [ value, asked = takeCall( session, words ), &words ]( Session& live ) {
+      const std::optional<std::string> result = resultOf( asked, live, words );
+      live.expect( result && sameValue( value, *result ), asked.name.text + " to return " + value,
+         result.value_or( "nothing" ) );
+   };
 }
 
 } // namespace

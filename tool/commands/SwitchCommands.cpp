@@ -41,7 +41,7 @@ std::string takeCapability( Words& words )
    return std::string( words.choose( "a chip capability", Sim::capabilityNames() ) );
 }
 
-void makeSwitch( Session& session, Words& words )
+Act makeSwitch( const Session& session, Words& words )
 {
    static constexpr std::array<std::string_view, 7> options{
       "units", "ports", "with", "without", "fabric", "name", "seed" };
@@ -69,44 +69,46 @@ void makeSwitch( Session& session, Words& words )
       else
          config.hardware.seed = words.value<U64>( "the seed of the SDK's numbers" );
    }
-   session.agentIs( config );
+   session.check( config );
+   return [ config ]( Session& live ) { live.agentIs( config ); };
 }
 
-void unitProperty( Session& session, Words& words )
+Act unitProperty( const Session& session, Words& words )
 {
    static constexpr std::array<std::string_view, 5> properties{
       "traps-ttl-exceptions", "ip-options-profile", "higig-trunks-as-lag", "room", "port" };
-   Sim::SimSwitch& hardware = session.agent( words ).hardware();
    const U32 unit = session.takeUnit( words );
-   Sim::Chip& chip = hardware.chip( unit );
    const std::string_view property = words.choose( "a property", properties );
-   const auto truth = [ & ] {
-      const bool value = words.value<bool>( "true or false" );
-      words.end();
-      return value;
-   };
-   if( property == "traps-ttl-exceptions" ) {
-      chip.trapsTtlExceptionsIs( truth() );
-   } else if( property == "ip-options-profile" ) {
-      hardware.hasIpOptionsProfileIs( unit, truth() );
-   } else if( property == "higig-trunks-as-lag" ) {
-      chip.resolvesHigigTrunksAsLag = truth();
-   } else if( property == "room" ) {
+   if( property == "room" ) {
       std::vector<std::string_view> names;
-      for( const Sim::FieldGroup& group : chip.groups() )
+      for( const Sim::FieldGroup& group : session.agent().hardware().chip( unit ).groups() )
          names.push_back( group.profile().name );
-      Sim::FieldGroup& group = *chip.group( words.choose( "an entry group", names ) );
+      const std::string_view name = words.choose( "an entry group", names );
       const U32 room = words.value<U32>( "how many entries the hardware has room for" );
-      words.end();
-      group.roomIs( room );
-   } else {
+      return [ = ]( Session& live ) {
+         live.agent().hardware().chip( unit ).group( name )->roomIs( room );
+      };
+   }
+   if( property == "port" ) {
       static constexpr std::array<std::string_view, 2> states{ "up", "down" };
       const int port = words.value<int>( "a port number" );
-      const Word& portWord = *words.last();
+      const Word portWord = *words.last();
       const bool up = words.choose( "a port's state", states ) == "up";
-      words.end();
-      words.blaming( portWord, [ & ] { chip.portActiveIs( port, up ); } );
+      return [ =, &words ]( Session& live ) {
+         words.blaming(
+            portWord, [ & ] { live.agent().hardware().chip( unit ).portActiveIs( port, up ); } );
+      };
    }
+   const bool value = words.value<bool>( "true or false" );
+   return [ = ]( Session& live ) {
+      Sim::SimSwitch& hardware = live.agent().hardware();
+      if( property == "traps-ttl-exceptions" )
+         hardware.chip( unit ).trapsTtlExceptionsIs( value );
+      else if( property == "ip-options-profile" )
+         hardware.hasIpOptionsProfileIs( unit, value );
+      else
+         hardware.chip( unit ).resolvesHigigTrunksAsLag = value;
+   };
 }
 
 std::optional<ForwardingModel> takeModel( Words& words )
@@ -129,9 +131,9 @@ U32 takeLogicalPorts( Words& words, U32 count )
    return first;
 }
 
-void addInterfaces( Session& session, Words& words )
+Act addInterfaces( const Session& session, Words& words )
 {
-   Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   const Sim::SimSwitch& hardware = session.agent().hardware();
    const InterfaceRange range = takeInterfaces( words );
    if( !range.first.isEthernet() )
       words.fail( range.first.toString() + " has no port: only Ethernet interfaces have" );
@@ -144,33 +146,35 @@ void addInterfaces( Session& session, Words& words )
    if( words.accept( "logical" ) )
       logical = takeLogicalPorts( words, range.count );
    const auto model = takeModel( words );
-   words.end();
    words.blaming( portWord, [ & ] {
       for( U32 i = 0; i < range.count; ++i )
          hardware.checkInterface( range.at( i ), unit, port + static_cast<int>( i ) );
    } );
-   for( U32 i = 0; i < range.count; ++i )
-      hardware.addInterface( range.at( i ), unit, port + static_cast<int>( i ), model,
-         logical ? std::optional( *logical + i ) : std::nullopt );
+   return [ = ]( Session& live ) {
+      for( U32 i = 0; i < range.count; ++i )
+         live.agent().hardware().addInterface( range.at( i ), unit, port + static_cast<int>( i ),
+            model, logical ? std::optional( *logical + i ) : std::nullopt );
+   };
 }
 
-void removeInterfaces( Session& session, Words& words )
+Act removeInterfaces( const Session& session, Words& words )
 {
-   Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   const Sim::SimSwitch& hardware = session.agent().hardware();
    const InterfaceRange range = takeInterfaces( words );
    if( range.first.isPortChannel() )
       words.fail( range.first.toString() + " is a LAG; 'no lag' removes it" );
-   words.end();
    for( U32 i = 0; i < range.count; ++i )
       if( !hardware.ethIntfStatusDir()->intfStatus().contains( range.at( i ) ) )
          words.fail( "there is no interface " + range.at( i ).toString() );
-   for( U32 i = 0; i < range.count; ++i )
-      hardware.removeInterface( range.at( i ) );
+   return [ range ]( Session& live ) {
+      for( U32 i = 0; i < range.count; ++i )
+         live.agent().hardware().removeInterface( range.at( i ) );
+   };
 }
 
-void makeLag( Session& session, Words& words )
+Act makeLag( const Session& session, Words& words )
 {
-   Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   const Sim::SimSwitch& hardware = session.agent().hardware();
    const IntfId lag = words.value<IntfId>( "a LAG, as in Port-Channel1" );
    std::vector<IntfId> members;
    hardware.checkLag( lag, members );
@@ -185,24 +189,24 @@ void makeLag( Session& session, Words& words )
       hardware.checkLag( lag, members ); // an error points at the members
    }
    const auto model = takeModel( words );
-   words.end();
-   hardware.lagIs( lag, members );
-   if( model )
-      hardware.intfStatus( lag )->forwardingModelIs( *model );
+   return [ = ]( Session& live ) {
+      live.agent().hardware().lagIs( lag, members );
+      if( model )
+         live.agent().hardware().intfStatus( lag )->forwardingModelIs( *model );
+   };
 }
 
-void removeLag( Session& session, Words& words )
+Act removeLag( const Session& session, Words& words )
 {
    const IntfId lag = words.value<IntfId>( "a LAG, as in Port-Channel1" );
-   Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   const Sim::SimSwitch& hardware = session.agent().hardware();
    if( !hardware.scsd()->lagMembers().contains( lag ) &&
        !hardware.ethIntfStatusDir()->intfStatus().contains( lag ) )
       words.fail( "there is no LAG " + lag.toString() );
-   words.end();
-   hardware.lagDel( lag );
+   return [ lag ]( Session& live ) { live.agent().hardware().lagDel( lag ); };
 }
 
-void putNexthop( Session& session, Words& words )
+Act putNexthop( const Session&, Words& words )
 {
    static constexpr std::array<std::string_view, 2> properties{ "programmed", "l3-egress" };
    const std::string name = words.take( "the entity's name" ).text;
@@ -211,17 +215,17 @@ void putNexthop( Session& session, Words& words )
    while( !words.done() )
       ( words.choose( "a property", properties ) == "programmed" ? programmed : usesL3Egress ) =
          true;
-   session.agent( words ).hardware().nexthopIs( name, programmed, usesL3Egress );
+   return [ = ]( Session& live ) {
+      live.agent().hardware().nexthopIs( name, programmed, usesL3Egress );
+   };
 }
 
-void removeNexthop( Session& session, Words& words )
+Act removeNexthop( const Session& session, Words& words )
 {
    const std::string name = words.take( "the entity's name" ).text;
-   Sim::SimSwitch& hardware = session.agent( words ).hardware();
-   if( !hardware.nexthopStatusDir()->entity().contains( name ) )
+   if( !session.agent().hardware().nexthopStatusDir()->entity().contains( name ) )
       words.fail( "there is no next-hop entity '" + name + "'" );
-   words.end();
-   hardware.nexthopDel( name );
+   return [ name ]( Session& live ) { live.agent().hardware().nexthopDel( name ); };
 }
 
 } // namespace
@@ -232,7 +236,7 @@ std::vector<Command> switchCommands()
       { "switch",
          "PROFILE [units N | units N,N,...] [ports N] [with CAPABILITY]... [without CAPABILITY]... "
          "[fabric true|false] [name NAME] [seed N]",
-         "make a switch and its agent, in place of the one before", makeSwitch },
+         "make a switch and its agent, in place of the one before", makeSwitch, true, false },
       { "unit",
          "N traps-ttl-exceptions|ip-options-profile|higig-trunks-as-lag true|false, "
          "N room GROUP COUNT, N port PORT up|down",

@@ -25,10 +25,10 @@ E takeEnum( Words& words, std::string_view what )
    return *Vormel::enumParse<E>( words.choose( what, names ) );
 }
 
-std::string takeTunnel( Session& session, Words& words )
+std::string takeTunnel( const Session& session, Words& words )
 {
    const std::string name = words.take( "a tunnel's name" ).text;
-   if( !session.packets( words ).tables().tunnels.contains( name ) )
+   if( !session.packets().tables().tunnels.contains( name ) )
       words.fail( "there is no tunnel '" + name + "'; make it first" );
    return name;
 }
@@ -41,7 +41,7 @@ bool atWord( const Words& words, std::span<const std::string_view> stops )
 
 /// Takes ports up to one of `stops`, or the end.
 std::vector<Sim::PortRef> takePortList(
-   Session& session, Words& words, std::span<const std::string_view> stops )
+   const Session& session, Words& words, std::span<const std::string_view> stops )
 {
    std::vector<Sim::PortRef> ports;
    do
@@ -51,19 +51,19 @@ std::vector<Sim::PortRef> takePortList(
 }
 
 /// The ports of a VLAN's front panel; the slice and the chip see to its internal ones.
-void checkFrontPanel( Session& session, const Words& words, const std::vector<Sim::PortRef>& ports )
+void checkFrontPanel(
+   const Session& session, const Words& words, const std::vector<Sim::PortRef>& ports )
 {
-   const Sim::Chips& chips = session.agent( words ).hardware().chips();
+   const Sim::Chips& chips = session.agent().hardware().chips();
    for( const Sim::PortRef port : ports )
       if( !chips.at( port.unit ).frontPanelPorts().contains( port.port ) )
-         words.fail(
-            session.packets( words ).engine().portName( port ) + " is no front-panel port" );
+         words.fail( session.packets().engine().portName( port ) + " is no front-panel port" );
 }
 
 constexpr std::array<std::string_view, 10> vlanProperties{ "svi", "no-svi", "drop-routed", "vxlan",
    "no-vxlan", "l3-class", "urpf", "mtu", "members", "tagged" };
 
-/// What a line says of a VLAN. It is taken whole before anything is changed.
+/// What a line says of a VLAN.
 struct VlanWords
 {
    std::vector<std::function<void( Sim::VlanProperties& )>> properties;
@@ -72,7 +72,7 @@ struct VlanWords
    const Word* taggedWord = nullptr;
 };
 
-void takeVlanProperty( Session& session, Words& words, VlanWords& asked )
+void takeVlanProperty( const Session& session, Words& words, VlanWords& asked )
 {
    const auto set = [ & ]( auto change ) { asked.properties.emplace_back( change ); };
    const std::string_view property = words.choose( "a property", vlanProperties );
@@ -126,24 +126,12 @@ PortBitmap portsOn( U32 unit, const std::vector<Sim::PortRef>& ports )
    return chosen;
 }
 
-void makeVlan( Session& session, Words& words )
+void setVlan( Session& session, U16 vlanId, const VlanWords& asked )
 {
-   Sim::SimSwitch& hardware = session.agent( words ).hardware();
-   const U16 vlanId = takeVlanId( words );
-   VlanWords asked;
-   while( !words.done() )
-      takeVlanProperty( session, words, asked );
-   for( auto& [ unit, chip ] : hardware.chips() ) {
-      const Sim::ChipVlan* const vlan = chip.vlan( vlanId );
-      const PortBitmap members = asked.members ? portsOn( unit, *asked.members )
-                                 : vlan        ? vlan->members
-                                               : chip.frontPanelPorts();
-      if( asked.tagged && !( portsOn( unit, *asked.tagged ) - members ).empty() )
-         words.failAt( *asked.taggedWord, "what is tagged must be a member of the VLAN" );
-   }
+   Sim::SimSwitch& hardware = session.agent().hardware();
    hardware.vlanIs( vlanId );
    for( const auto& change : asked.properties )
-      change( session.packets( words ).tables().vlans[ vlanId ] );
+      change( session.packets().tables().vlans[ vlanId ] );
    for( auto& [ unit, chip ] : hardware.chips() ) {
       Sim::ChipVlan& vlan = *chip.vlan( vlanId );
       if( asked.members ) {
@@ -155,23 +143,43 @@ void makeVlan( Session& session, Words& words )
    }
 }
 
-void removeVlan( Session& session, Words& words )
+Act makeVlan( const Session& session, Words& words )
 {
+   const Sim::SimSwitch& hardware = session.agent().hardware();
    const U16 vlanId = takeVlanId( words );
-   words.end();
-   Sim::SimSwitch& hardware = session.agent( words ).hardware();
-   if( std::ranges::none_of( hardware.chips(),
-          [ & ]( const auto& item ) { return item.second.vlans().contains( vlanId ); } ) )
-      words.fail( "there is no VLAN " + std::to_string( vlanId ) );
-   hardware.vlanDel( vlanId );
-   session.packets( words ).tables().vlans.erase( vlanId );
+   VlanWords asked;
+   while( !words.done() )
+      takeVlanProperty( session, words, asked );
+   for( const auto& [ unit, chip ] : hardware.chips() ) {
+      const auto vlan = chip.vlans().find( vlanId );
+      const PortBitmap members = asked.members                ? portsOn( unit, *asked.members )
+                                 : vlan != chip.vlans().end() ? vlan->second.members
+                                                              : chip.frontPanelPorts();
+      if( asked.tagged && !( portsOn( unit, *asked.tagged ) - members ).empty() )
+         words.failAt( *asked.taggedWord, "what is tagged must be a member of the VLAN" );
+   }
+   return [ = ]( Session& live ) { setVlan( live, vlanId, asked ); };
 }
 
-void setNativeVlan( Session& session, Words& words )
+Act removeVlan( const Session& session, Words& words )
 {
    const U16 vlanId = takeVlanId( words );
-   for( const Sim::PortRef port : takePortList( session, words, {} ) )
-      session.packets( words ).tables().nativeVlan[ port ] = vlanId;
+   if( std::ranges::none_of( session.agent().hardware().chips(),
+          [ & ]( const auto& item ) { return item.second.vlans().contains( vlanId ); } ) )
+      words.fail( "there is no VLAN " + std::to_string( vlanId ) );
+   return [ vlanId ]( Session& live ) {
+      live.agent().hardware().vlanDel( vlanId );
+      live.packets().tables().vlans.erase( vlanId );
+   };
+}
+
+Act setNativeVlan( const Session& session, Words& words )
+{
+   const U16 vlanId = takeVlanId( words );
+   return [ vlanId, ports = takePortList( session, words, {} ) ]( Session& live ) {
+      for( const Sim::PortRef port : ports )
+         live.packets().tables().nativeVlan[ port ] = vlanId;
+   };
 }
 
 Sim::StationKey takeStationKey( Words& words )
@@ -181,7 +189,7 @@ Sim::StationKey takeStationKey( Words& words )
    return { takeVlanId( words ), mac };
 }
 
-void addStation( Session& session, Words& words )
+Act addStation( const Session& session, Words& words )
 {
    const Sim::StationKey key = takeStationKey( words );
    Sim::Station station{ {}, true };
@@ -191,60 +199,59 @@ void addStation( Session& session, Words& words )
       station.place = Sim::Station::Group{ words.value<U32>( "a multicast group" ) };
    else
       station.place = takePortOrLag( session, words );
-   words.end();
-   session.packets( words ).tables().stations[ key ] = station;
+   return [ = ]( Session& live ) { live.packets().tables().stations[ key ] = station; };
 }
 
-void removeStation( Session& session, Words& words )
+Act removeStation( const Session& session, Words& words )
 {
-   auto& stations = session.packets( words ).tables().stations;
-   if( words.accept( "learned" ) ) {
-      words.end();
-      std::erase_if( stations, []( const auto& item ) { return !item.second.fixed; } );
-      return;
-   }
+   const auto& stations = session.packets().tables().stations;
+   if( words.accept( "learned" ) )
+      return []( Session& live ) {
+         std::erase_if( live.packets().tables().stations,
+            []( const auto& item ) { return !item.second.fixed; } );
+      };
    const Word* const mac = words.peek();
    const Sim::StationKey key = takeStationKey( words );
-   words.end();
-   if( stations.erase( key ) == 0 )
+   if( !stations.contains( key ) )
       words.failAt(
          *mac, key.mac.toString() + " is not known in VLAN " + std::to_string( key.vlanId ) );
+   return [ key ]( Session& live ) { live.packets().tables().stations.erase( key ); };
 }
 
-void setStp( Session& session, Words& words )
+Act setStp( const Session& session, Words& words )
 {
    const Sim::PortRef port = takePort( session, words );
    const auto state = takeEnum<Sim::StpState>( words, "a spanning-tree state" );
    const U16 vlanId = words.accept( "vlan" ) ? takeVlanId( words ) : U16{ 0 };
-   words.end();
-   session.packets( words ).tables().stp[ { port, vlanId } ] = state;
+   return [ = ]( Session& live ) { live.packets().tables().stp[ { port, vlanId } ] = state; };
 }
 
-void setOpenFlow( Session& session, Words& words )
+Act setOpenFlow( const Session& session, Words& words )
 {
-   for( const Sim::PortRef port : takePortList( session, words, {} ) )
-      session.packets( words ).tables().openFlowPorts.insert( port );
+   return [ ports = takePortList( session, words, {} ) ]( Session& live ) {
+      live.packets().tables().openFlowPorts.insert( ports.begin(), ports.end() );
+   };
 }
 
-void addRoute( Session& session, Words& words )
+Act addRoute( const Session& session, Words& words )
 {
    const Sim::IpPrefix prefix = takePrefix( words );
    Sim::Route route{ takeNextHop( session, words ), 0 };
    if( words.accept( "class" ) )
       route.sourceClass = words.value<U32>( "the class of its sources" );
-   words.end();
-   session.packets( words ).tables().routes.routeIs( prefix, route );
+   return [ = ]( Session& live ) { live.packets().tables().routes.routeIs( prefix, route ); };
 }
 
-void removeRoute( Session& session, Words& words )
+Act removeRoute( const Session& session, Words& words )
 {
    const Sim::IpPrefix prefix = takePrefix( words );
-   words.end();
-   if( !session.packets( words ).tables().routes.routeDel( prefix ) )
+   if( std::ranges::none_of( session.packets().tables().routes.all(),
+          [ & ]( const auto& route ) { return route.prefix == prefix; } ) )
       words.fail( "there is no route " + prefix.toString() );
+   return [ prefix ]( Session& live ) { live.packets().tables().routes.routeDel( prefix ); };
 }
 
-void addTunnel( Session& session, Words& words )
+Act addTunnel( const Session& session, Words& words )
 {
    const std::string name = words.take( "a tunnel's name" ).text;
    words.expect( "local" );
@@ -257,11 +264,12 @@ void addTunnel( Session& session, Words& words )
    const Sim::NextHop underlay = takeNextHop( session, words );
    if( underlay.kind != Sim::NextHop::Kind::port )
       words.failAt( *way, "a tunnel leads by a port" );
-   words.end();
-   session.packets( words ).tables().tunnels[ name ] = { local, remote, underlay };
+   return [ = ]( Session& live ) {
+      live.packets().tables().tunnels[ name ] = { local, remote, underlay };
+   };
 }
 
-void addSteering( Session& session, Words& words )
+Act addSteering( const Session& session, Words& words )
 {
    const std::string name = words.take( "the rule's name" ).text;
    Sim::SteeringRule rule;
@@ -272,19 +280,18 @@ void addSteering( Session& session, Words& words )
    if( words.accept( "to" ) )
       rule.destination = takePrefix( words );
    rule.nextHop = takeNextHop( session, words );
-   words.end();
-   session.packets( words ).tables().steering[ name ] = rule;
+   return [ = ]( Session& live ) { live.packets().tables().steering[ name ] = rule; };
 }
 
-void removeSteering( Session& session, Words& words )
+Act removeSteering( const Session& session, Words& words )
 {
    const std::string name = words.take( "the rule's name" ).text;
-   words.end();
-   if( session.packets( words ).tables().steering.erase( name ) == 0 )
+   if( !session.packets().tables().steering.contains( name ) )
       words.fail( "there is no rule '" + name + "'" );
+   return [ name ]( Session& live ) { live.packets().tables().steering.erase( name ); };
 }
 
-void addLabel( Session& session, Words& words )
+Act addLabel( const Session& session, Words& words )
 {
    const auto isReserved = []( U32 label ) { return label < 16; }; // RFC 3032, 2.1
    const U32 label = takeLabel( words, "a label" );
@@ -300,11 +307,10 @@ void addLabel( Session& session, Words& words )
    }
    if( rule.swap || !words.done() )
       rule.nextHop = takeNextHop( session, words );
-   words.end();
-   session.packets( words ).tables().labels[ label ] = rule;
+   return [ = ]( Session& live ) { live.packets().tables().labels[ label ] = rule; };
 }
 
-void setGroup( Session& session, Words& words )
+Act setGroup( const Session& session, Words& words )
 {
    const U32 number = words.value<U32>( "a multicast group" );
    Sim::McastGroup group;
@@ -317,10 +323,10 @@ void setGroup( Session& session, Words& words )
          std::ranges::copy(
             takePorts( session, words ), std::inserter( group.ports, group.ports.end() ) );
    }
-   session.packets( words ).tables().l2Groups[ number ] = group;
+   return [ = ]( Session& live ) { live.packets().tables().l2Groups[ number ] = group; };
 }
 
-void addMcastRoute( Session& session, Words& words )
+Act addMcastRoute( const Session&, Words& words )
 {
    const Sim::IpAddress address = takeAddress( words, "an IP multicast group" );
    if( !address.isMulticast() )
@@ -330,7 +336,7 @@ void addMcastRoute( Session& session, Words& words )
       words.expect( "vlan" );
       into.insert( takeVlanId( words ) );
    }
-   session.packets( words ).tables().mcastRoutes[ address ] = into;
+   return [ = ]( Session& live ) { live.packets().tables().mcastRoutes[ address ] = into; };
 }
 
 } // namespace

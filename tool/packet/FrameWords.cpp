@@ -58,7 +58,7 @@ class FrameBuilder
 {
  public:
    /// `depth` tunnels are around it.
-   FrameBuilder( Session& session, Words& words, U32 depth = 0 )
+   FrameBuilder( const Session& session, Words& words, U32 depth = 0 )
       : session_( session ),
         words_( words ),
         depth_( depth )
@@ -85,7 +85,7 @@ class FrameBuilder
  private:
    EthAddr takeMac( std::string_view what )
    {
-      const auto& helper = session_.agent( words_ ).helper();
+      const auto& helper = session_.agent().helper();
       if( words_.accept( "router" ) )
          return known( helper->routerMacAddr(), "router MAC; set routerMacAddr" );
       if( words_.accept( "virtual-router" ) )
@@ -344,7 +344,7 @@ class FrameBuilder
       frame_ /= Tins::RawPDU( Bytes( carried, 0 ) );
    }
 
-   Session& session_;
+   const Session& session_;
    Words& words_;
    U32 depth_;
    Tins::EthernetII frame_;
@@ -362,7 +362,7 @@ Sim::Frame checkedFrame( Sim::Frame frame )
    return frame;
 }
 
-Sim::Frame takeFrame( Session& session, Words& words )
+Sim::Frame takeFrame( const Session& session, Words& words )
 {
    if( words.accept( "hex" ) )
       return checkedFrame( Sim::Frame( takeHex( words ) ) );
@@ -374,7 +374,6 @@ Sim::Frame takeFrame( Session& session, Words& words )
       if( number == 0 )
          words.fail( "frames count from 1" );
       const Word& culprit = numbered ? *words.last() : name;
-      words.end();
       return words.blaming( name, [ & ] {
          try {
             return checkedFrame( frameInFile( file, number ) );
@@ -384,9 +383,7 @@ Sim::Frame takeFrame( Session& session, Words& words )
       } );
    }
    try {
-      Sim::Frame frame( FrameBuilder( session, words ).take() );
-      words.end();
-      return checkedFrame( std::move( frame ) );
+      return checkedFrame( Sim::Frame( FrameBuilder( session, words ).take() ) );
    } catch( const Tins::exception_base& error ) {
       words.fail( std::string( "such a frame cannot be built: " ) + error.what() );
    }

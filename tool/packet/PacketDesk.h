@@ -27,7 +27,9 @@ class PacketDesk
    PacketDesk& operator=( const PacketDesk& ) = delete;
 
    Sim::PacketEngine& engine() { return engine_; }
+   const Sim::PacketEngine& engine() const { return engine_; }
    Sim::ForwardingTables& tables() { return engine_.tables(); }
+   const Sim::ForwardingTables& tables() const { return engine_.tables(); }
 
    /// The last packet that was sent or explained; null when there was none.
    const LastPacket* last() const { return last_ ? &*last_ : nullptr; }

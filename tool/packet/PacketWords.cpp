@@ -15,18 +15,18 @@ using Vormel::IntfId;
 
 namespace {
 
-U32 takeOptionalUnit( Session& session, Words& words )
+U32 takeOptionalUnit( const Session& session, Words& words )
 {
    return words.accept( "unit" ) ? session.takeUnit( words )
-                                 : session.agent( words ).hardware().units().front();
+                                 : session.agent().hardware().units().front();
 }
 
-PortRef takeNumberedPort( Session& session, Words& words )
+PortRef takeNumberedPort( const Session& session, Words& words )
 {
    const int port = words.value<int>( "a port number" );
    const Word& word = *words.last();
    const U32 unit = takeOptionalUnit( session, words );
-   const Sim::Chip& chip = session.agent( words ).hardware().chip( unit );
+   const Sim::Chip& chip = session.agent().hardware().chip( unit );
    const auto logical = chip.logicalPort( port );
    if( !logical )
       words.failAt( word, Vormel::format( "unit %d has no port %d; it has %s", unit, port,
@@ -44,9 +44,9 @@ std::span<const std::string_view> portWords()
 }
 
 /// The port of an interface that must have one.
-static PortRef portOf( Session& session, const Words& words, IntfId intf )
+static PortRef portOf( const Session& session, const Words& words, IntfId intf )
 {
-   const Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   const Sim::SimSwitch& hardware = session.agent().hardware();
    const StrataPort at = hardware.scsd()->strataIntfToPort( intf );
    if( !at )
       words.fail( intf.toString() + " has no port; put it on one, as in 'interface " +
@@ -54,9 +54,9 @@ static PortRef portOf( Session& session, const Words& words, IntfId intf )
    return Sim::portRef( hardware.chips(), at );
 }
 
-PortRef takePort( Session& session, Words& words )
+PortRef takePort( const Session& session, Words& words )
 {
-   Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   const Sim::SimSwitch& hardware = session.agent().hardware();
    const std::string text =
       words.take( "a port: an interface, or " + joined( portWords() ), "PORT" ).text;
    const Sim::SpecialPorts& special = hardware.profile().specialPorts;
@@ -83,9 +83,9 @@ PortRef takePort( Session& session, Words& words )
 }
 
 /// The ports of a LAG's members, of those that have one.
-static std::vector<PortRef> portsOfLag( Session& session, const Words& words, IntfId lag )
+static std::vector<PortRef> portsOfLag( const Session& session, const Words& words, IntfId lag )
 {
-   const Sim::SimSwitch& hardware = session.agent( words ).hardware();
+   const Sim::SimSwitch& hardware = session.agent().hardware();
    const auto& scsd = hardware.scsd();
    std::vector<PortRef> ports = Sim::portsOf( hardware.chips(), *scsd, scsd->lagMembers( lag ) );
    if( ports.empty() )
@@ -104,7 +104,7 @@ static std::optional<IntfId> acceptLag( Words& words )
    return lag;
 }
 
-std::vector<PortRef> takePorts( Session& session, Words& words )
+std::vector<PortRef> takePorts( const Session& session, Words& words )
 {
    if( const auto lag = acceptLag( words ) )
       return portsOfLag( session, words, *lag );
@@ -143,7 +143,7 @@ U32 takeLabel( Words& words, std::string_view what )
    return label;
 }
 
-PortRef takePortOrLag( Session& session, Words& words )
+PortRef takePortOrLag( const Session& session, Words& words )
 {
    const auto lag = acceptLag( words );
    return lag ? portsOfLag( session, words, *lag ).front() : takePort( session, words );
@@ -167,7 +167,7 @@ Sim::IpPrefix takePrefix( Words& words )
    return *prefix;
 }
 
-Sim::NextHop takeNextHop( Session& session, Words& words )
+Sim::NextHop takeNextHop( const Session& session, Words& words )
 {
    Sim::NextHop nextHop;
    words.expect( "via" );
@@ -181,7 +181,7 @@ Sim::NextHop takeNextHop( Session& session, Words& words )
    } else if( words.accept( "tunnel" ) ) {
       nextHop.kind = Sim::NextHop::Kind::tunnel;
       nextHop.tunnel = words.take( "a tunnel's name" ).text;
-      if( !session.packets( words ).tables().tunnels.contains( nextHop.tunnel ) )
+      if( !session.packets().tables().tunnels.contains( nextHop.tunnel ) )
          words.fail( "there is no tunnel '" + nextHop.tunnel + "'; make it first" );
    } else {
       nextHop.kind = Sim::NextHop::Kind::port;
@@ -194,7 +194,7 @@ Sim::NextHop takeNextHop( Session& session, Words& words )
    return nextHop;
 }
 
-Entrance takeEntrance( Session& session, Words& words )
+Entrance takeEntrance( const Session& session, Words& words )
 {
    words.expect( "in" );
    if( words.accept( "higig" ) )
@@ -202,7 +202,7 @@ Entrance takeEntrance( Session& session, Words& words )
    return { takePort( session, words ) };
 }
 
-Sim::Arrival takeArrival( Session& session, Words& words )
+Sim::Arrival takeArrival( const Session& session, Words& words )
 {
    const Entrance entrance = takeEntrance( session, words );
    return { entrance.port, takeFrame( session, words ), entrance.higig };

@@ -17,14 +17,14 @@ class Session;
 std::span<const std::string_view> portWords();
 
 /// Takes an interface by its name, or `port N`, `cpu`, `loopback`, `recirculation` with `[unit N]`.
-Sim::PortRef takePort( Session& session, Words& words );
+Sim::PortRef takePort( const Session& session, Words& words );
 
 /// Takes a word of a list of ports: a port, or `Ethernet1-4`, or a LAG, which stands for all of its ports.
-std::vector<Sim::PortRef> takePorts( Session& session, Words& words );
+std::vector<Sim::PortRef> takePorts( const Session& session, Words& words );
 
 /// Takes `via PORT mac MAC vlan ID`, `via cpu`, `via flood mac MAC vlan ID` or
 /// `via tunnel NAME mac MAC vlan ID`.
-Sim::NextHop takeNextHop( Session& session, Words& words );
+Sim::NextHop takeNextHop( const Session& session, Words& words );
 
 Sim::IpAddress takeAddress( Words& words, std::string_view what );
 Sim::IpPrefix takePrefix( Words& words );
@@ -36,7 +36,7 @@ U32 takeLabel( Words& words, std::string_view what );
 
 /// Takes a port, or a LAG, which stands for its first member with a port: what is forwarded there leaves
 /// by the first member that may send.
-Sim::PortRef takePortOrLag( Session& session, Words& words );
+Sim::PortRef takePortOrLag( const Session& session, Words& words );
 
 /// Where packets come in.
 struct Entrance
@@ -46,15 +46,15 @@ struct Entrance
 };
 
 /// Takes `in PORT|higig [unit N]`.
-Entrance takeEntrance( Session& session, Words& words );
+Entrance takeEntrance( const Session& session, Words& words );
 
-/// Takes an entrance, then the frame, to the end of the line.
-Sim::Arrival takeArrival( Session& session, Words& words );
+/// Takes an entrance, then the frame.
+Sim::Arrival takeArrival( const Session& session, Words& words );
 
 /// ValueError for a frame that is longer than ports take.
 Sim::Frame checkedFrame( Sim::Frame frame );
 
 /// Takes a frame: its layers from the outside in, or `hex BYTES`, or `pcap FILE [frame N]`.
-Sim::Frame takeFrame( Session& session, Words& words );
+Sim::Frame takeFrame( const Session& session, Words& words );
 
 } // namespace Strata::Tool

@@ -5,7 +5,6 @@
 #include "sim/ChipProfile.h"
 #include "sim/Faults.h"
 #include "sim/SdkCodes.h"
-#include "tool/ChildProcess.h"
 #include "tool/Command.h"
 #include "tool/EntryView.h"
 #include "tool/Session.h"
@@ -13,7 +12,6 @@
 
 #include <algorithm>
 #include <functional>
-#include <optional>
 #include <set>
 
 namespace Strata::Tool {
@@ -29,20 +27,20 @@ void addAll( Candidates& candidates, const Range& names )
       candidates.emplace( name );
 }
 
-void addInterfaces( Session& session, Candidates& candidates )
+void addInterfaces( const Session& session, Candidates& candidates )
 {
    for( const auto& status : session.agent().hardware().ethIntfStatusDir()->intfStatus() )
       candidates.insert( status.key.toString() );
 }
 
-void addObjects( Session& session, Candidates& candidates )
+void addObjects( const Session& session, Candidates& candidates )
 {
    addAll( candidates, session.agent().objectNames() );
    addInterfaces( session, candidates );
 }
 
 /// Before the dot the objects, and the helper's attributes, which need none; behind it the object's.
-void addAttributes( Session& session, std::string_view word, Candidates& candidates )
+void addAttributes( const Session& session, std::string_view word, Candidates& candidates )
 {
    const std::size_t dot = word.find( '.' );
    const std::string object( dot == word.npos ? "helper" : word.substr( 0, dot ) );
@@ -59,13 +57,13 @@ void addAttributes( Session& session, std::string_view word, Candidates& candida
       candidates.insert( name + "." );
 }
 
-void addOperations( Session& session, Candidates& candidates )
+void addOperations( const Session& session, Candidates& candidates )
 {
    for( const auto& operation : session.agent().helper()->entityType().operations() )
       candidates.emplace( operation->name() );
 }
 
-void addEntries( Session& session, Candidates& candidates )
+void addEntries( const Session& session, Candidates& candidates )
 {
    addAll( candidates, entryOffsetNames() );
    for( const auto& manager : session.agent().hardware().tcamManagers() )
@@ -75,12 +73,12 @@ void addEntries( Session& session, Candidates& candidates )
 struct Placeholder
 {
    std::string_view name; // as Words::take() is told
-   std::function<void( Session&, std::string_view word, Candidates& )> add;
+   std::function<void( const Session&, std::string_view word, Candidates& )> add;
 };
 
 const std::vector<Placeholder>& placeholders()
 {
-   using S = Session;
+   using S = const Session;
    using W = std::string_view;
    using C = Candidates;
    static const std::vector<Placeholder> all{
@@ -115,32 +113,26 @@ const std::vector<Placeholder>& placeholders()
    return all;
 }
 
-/// What the command itself would take behind its words. It is asked in a copy of the process, for some commands act
-/// word by word.
-Candidates offersOf( Session& session, const Line& line )
+/// What the command itself would take behind its words.
+Candidates offersOf( const Session& session, const Line& line )
 {
-   const ChildEnd end = runInChild( [ & ]( ChildChannel& channel ) {
-      Candidates offers;
-      Words words( line );
-      const Command& command = takeCommand( words );
-      words.offersTo( offers );
-      try {
-         command.run( session, words );
-      } catch( const std::exception& ) {
-         // That the line is not finished.
-      }
-      for( const std::string& offer : offers )
-         channel.send( ' ', offer );
-   } );
    Candidates offers;
-   for( const auto& [ form, offer ] : end.lines )
-      offers.insert( offer );
+   Words words( line );
+   words.offersTo( offers );
+   try {
+      const Command& command = takeCommand( words );
+      if( command.name.starts_with( "show " ) )
+         offers.emplace( "--json" );
+      command.act( session, words );
+   } catch( const InputError& ) {
+      // That the line is not finished.
+   }
    return offers;
 }
 
 /// Kinds of words become the words of that kind.
 void addOffers(
-   Session& session, const Candidates& offers, std::string_view word, Candidates& candidates )
+   const Session& session, const Candidates& offers, std::string_view word, Candidates& candidates )
 {
    for( const std::string& offer : offers ) {
       const auto known = std::ranges::find( placeholders(), offer, &Placeholder::name );
@@ -151,19 +143,9 @@ void addOffers(
    }
 }
 
-/// The command that another one runs: behind `expect dead TEXT`, `expect error TEXT`.
-std::optional<std::string_view> innerCommand( const Command& command, const Line& line )
-{
-   const std::size_t behind = 3; // words
-   if( command.syntax.find( "COMMAND" ) == std::string_view::npos || line.words.size() < behind )
-      return std::nullopt;
-   const Word& text = line.words[ behind - 1 ];
-   return std::string_view( line.text ).substr( text.column - 1 + text.width );
-}
-
 } // namespace
 
-std::vector<std::string> completions( Session& session, std::string_view line )
+std::vector<std::string> completions( const Session& session, std::string_view line )
 {
    const std::size_t blank = line.find_last_of( " \t" );
    const std::string_view word = blank == line.npos ? line : line.substr( blank + 1 );
@@ -171,16 +153,7 @@ std::vector<std::string> completions( Session& session, std::string_view line )
    Candidates candidates;
    try {
       const Line known = splitLine( {}, 1, before );
-      Words words( known );
-      for( const std::string_view next : commandWords( words ) )
-         candidates.emplace( next );
-      if( const Command* const command = findCommand( words ) ) {
-         if( const auto inner = innerCommand( *command, known ) )
-            return completions( session, std::string( inner->substr( 1 ) ) + std::string( word ) );
-         addOffers( session, offersOf( session, known ), word, candidates );
-         if( command->name.starts_with( "show " ) )
-            candidates.emplace( "--json" );
-      }
+      addOffers( session, offersOf( session, known ), word, candidates );
    } catch( const InputError& ) {
       return {}; // within quotes
    }

@@ -11,6 +11,6 @@ class Session;
 
 /// Whole words that can stand in place of the last one of the line (an empty one when it ends with a blank), in
 /// order.
-std::vector<std::string> completions( Session& session, std::string_view line );
+std::vector<std::string> completions( const Session& session, std::string_view line );
 
 } // namespace Strata::Tool
