@@ -72,10 +72,11 @@ class Neighbours:
         self.members = {}  # of a qualifier, in the order of their declaration or first use
         self.plain = set()
         for text in texts:
-            for enum in re.finditer(r"enum class (\w+)[^{;]*\{([^}]*)\}", text):
-                values = re.sub(r"//[^\n]*", "", enum[2])
-                for value in re.findall(r"(\w+)\s*(?:=[^,]*)?(?:,|$)", values.strip()):
-                    self._member(enum[1], value)
+            plain = re.sub(r"//[^\n]*", "", text)
+            for enum in re.finditer(r"enum class (\w+)[^{;]*\{([^}]*)\}", plain):
+                self._enumerators(enum[1], enum[2])
+            for enum in re.finditer(r"VORMEL_ENUM\( (\w+), \w+,([^)]*)\)", plain):
+                self._enumerators(enum[1], enum[2])
         for text in texts:
             for token in tokens(text):
                 if token.kind != "name":
@@ -85,6 +86,10 @@ class Neighbours:
                     self._member(qualifier.split("::")[-1], name)
                 else:
                     self.plain.add(name)
+
+    def _enumerators(self, enum, values):
+        for value in re.findall(r"(\w+)\s*(?:=[^,]*)?(?:,|$)", values.strip()):
+            self._member(enum, value)
 
     def _member(self, qualifier, name):
         members = self.members.setdefault(qualifier, [])

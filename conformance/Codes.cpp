@@ -7,42 +7,46 @@ namespace Strata::Conformance {
 
 namespace {
 
-/// Calls `look( kind, role's name, number )` for every number that the SDK has for a name.
+template<class Role, class Number, class Look>
+void eachNumberOf( const SdkShimInterface& shim, const char* kind,
+   Number ( SdkShimInterface::*query )( Role ) const, Look look )
+{
+   for( const Role role : Vormel::enumValues<Role>() )
+      look( kind, roleName( role ), static_cast<S64>( ( shim.*query )( role ) ) );
+}
+
+/// Calls `look( kind, name, number )` for every number that the SDK has for a name.
 template<class Look>
 void eachNumber( const SdkShimInterface& shim, Look look )
 {
-#define LOOK( Role, role, query ) \
-   look( #Role, #role, static_cast<S64>( shim.query( Role::role ) ) );
-#define STRATA_FIELD_ACTION( role ) LOOK( FieldAction, role, fieldAction )
-#define STRATA_FIELD_IP_TYPE( role ) LOOK( FieldIpType, role, fieldIpType )
-#define STRATA_PACKET_RESULT( role ) LOOK( PacketResult, role, packetResult )
-#define STRATA_SWITCH_CONTROL( role ) LOOK( SwitchControl, role, switchControl )
-#define STRATA_PORT_CONTROL( role ) LOOK( PortControl, role, portControl )
-#define STRATA_VLAN_FLAG( role ) LOOK( VlanFlag, role, vlanFlag )
-#define STRATA_IP_OPTION_ACTION( role ) LOOK( IpOptionAction, role, ipOptionAction )
-#define STRATA_SDK_REGISTER( role, name ) LOOK( Register, role, registerNumber )
-#define STRATA_SDK_MEMORY( role, name ) LOOK( Memory, role, memory )
-#include "platform/sdk/SdkRoles.def"
-#undef LOOK
+   eachNumberOf( shim, "FieldAction", &SdkShimInterface::fieldAction, look );
+   eachNumberOf( shim, "FieldIpType", &SdkShimInterface::fieldIpType, look );
+   eachNumberOf( shim, "PacketResult", &SdkShimInterface::packetResult, look );
+   eachNumberOf( shim, "SwitchControl", &SdkShimInterface::switchControl, look );
+   eachNumberOf( shim, "PortControl", &SdkShimInterface::portControl, look );
+   eachNumberOf( shim, "VlanFlag", &SdkShimInterface::vlanFlag, look );
+   eachNumberOf( shim, "IpOptionAction", &SdkShimInterface::ipOptionAction, look );
+   eachNumberOf( shim, "Register", &SdkShimInterface::registerNumber, look );
+   eachNumberOf( shim, "Memory", &SdkShimInterface::memory, look );
 }
 
 void checkDistinct( Examiner& examiner )
 {
    std::map<std::pair<std::string, S64>, std::string> names;
-   eachNumber( examiner.shim(), [ & ]( const char* kind, const char* name, S64 number ) {
-      if( std::string_view( kind ) == "VlanFlag" )
-         return; // those share no bit, which says more
-      const auto [ at, isNew ] = names.try_emplace( { kind, number }, name );
-      examiner.expect( Promise::numbersDistinct, std::string( kind ) + " " + name, isNew,
-         "has the number of " + at->second + ", " + std::to_string( number ) );
-   } );
+   eachNumber(
+      examiner.shim(), [ & ]( const std::string& kind, std::string_view name, S64 number ) {
+         if( kind == "VlanFlag" )
+            return; // those share no bit, which says more
+         const auto [ at, isNew ] = names.try_emplace( { kind, number }, name );
+         examiner.expect( Promise::numbersDistinct, kind + " " + std::string( name ), isNew,
+            "has the number of " + at->second + ", " + std::to_string( number ) );
+      } );
 }
 
 void checkVlanFlags( Examiner& examiner )
 {
    U32 all = 0;
-   for( std::size_t i = 0; i < roleNames<VlanFlag>.size(); ++i ) {
-      const auto role = static_cast<VlanFlag>( i );
+   for( const VlanFlag role : Vormel::enumValues<VlanFlag>() ) {
       const U32 flag = examiner.shim().vlanFlag( role );
       const std::string call = "VlanFlag " + std::string( roleName( role ) );
       examiner.expect( Promise::vlanFlagsApart, call, ( all & flag ) == 0,
@@ -74,8 +78,8 @@ std::vector<std::string> stableNumbers( const Examiner& examiner )
    const auto add = [ & ]( const std::string& name, S64 number ) {
       numbers.push_back( name + " is " + std::to_string( number ) );
    };
-   eachNumber( shim, [ & ]( const char* kind, const char* name, S64 number ) {
-      add( std::string( kind ) + " " + name, number );
+   eachNumber( shim, [ & ]( const std::string& kind, std::string_view name, S64 number ) {
+      add( kind + " " + std::string( name ), number );
    } );
    add( "successCode()", shim.successCode() );
    add( "featureNotAvailableCode()", shim.featureNotAvailableCode() );

@@ -153,8 +153,8 @@ void checkPortTable( Examiner& examiner )
 static U32 sliceFlags( const SdkShimInterface& shim )
 {
    U32 all = 0;
-   for( std::size_t i = 0; i < roleNames<VlanFlag>.size(); ++i )
-      all |= shim.vlanFlag( static_cast<VlanFlag>( i ) );
+   for( const VlanFlag role : Vormel::enumValues<VlanFlag>() )
+      all |= shim.vlanFlag( role );
    return all;
 }
 

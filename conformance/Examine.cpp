@@ -101,8 +101,7 @@ void examineAll( Examiner& examiner )
 /// Reports the promises that need a hook which the port lacks.
 void nameMissingHooks( Examiner& examiner, const Report& report )
 {
-   for( std::size_t i = 0; i < promiseNames.size(); ++i ) {
-      const auto promise = static_cast<Promise>( i );
+   for( const Promise promise : Vormel::enumValues<Promise>() ) {
       const Hook hook = hookOf( promise );
       if( report.verdict( promise ) == Verdict::notTried && !examiner.has( hook ) )
          examiner.notTried( promise, "needs the hook " + Vormel::toText( hook ) );

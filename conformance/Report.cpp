@@ -48,7 +48,7 @@ static std::set<Promise> basesOf( Promise promise )
 
 std::string Finding::text() const
 {
-   return "broken promise " + std::string( promiseName( promise ) ) + ": " +
+   return "broken promise " + std::string( Vormel::enumName( promise ) ) + ": " +
           std::string( promiseText( promise ) ) + ": " + call + " " + seen;
 }
 
@@ -89,22 +89,18 @@ std::vector<Report::Root> Report::roots() const
 
 std::string Report::text( bool all ) const
 {
-   static constexpr const char* words[] = { "not tried", "kept", "BROKEN" };
    static constexpr std::size_t shown = 3; // of a promise: the rest says the same of other units
    std::string text;
-   std::array<std::size_t, 3> counts{};
-   for( std::size_t i = 0; i < verdicts_.size(); ++i ) {
-      const auto promise = static_cast<Promise>( i );
-      const auto verdict = static_cast<std::size_t>( verdicts_[ i ] );
-      ++counts[ verdict ];
-      if( !all && verdicts_[ i ] == Verdict::kept )
+   for( const Promise promise : Vormel::enumValues<Promise>() ) {
+      const Verdict itsVerdict = verdict( promise );
+      if( !all && itsVerdict == Verdict::kept )
          continue;
-      std::string word = words[ verdict ];
+      std::string word( Vormel::enumName( itsVerdict ) );
       word.resize( 11, ' ' );
-      text += word + std::string( promiseName( promise ) ) + ": " +
+      text += word + std::string( Vormel::enumName( promise ) ) + ": " +
               std::string( promiseText( promise ) );
-      if( verdicts_[ i ] == Verdict::notTried && !whyNot_[ i ].empty() )
-         text += " (" + whyNot_[ i ] + ")";
+      if( itsVerdict == Verdict::notTried && !whyNotTried( promise ).empty() )
+         text += " (" + whyNotTried( promise ) + ")";
       text += '\n';
       std::size_t found = 0;
       for( const Finding& finding : findings_ )
@@ -115,11 +111,13 @@ std::string Report::text( bool all ) const
    }
    for( const Root& root : roots() )
       if( root.others != 0 )
-         text += "likely root: " + std::string( promiseName( root.promise ) ) + ", on which " +
+         text += "likely root: " + std::string( Vormel::enumName( root.promise ) ) + ", on which " +
                  std::to_string( root.others ) + " of the other broken promises rest\n";
-   return text + std::to_string( counts[ 1 ] ) + " promises kept, " +
-          std::to_string( counts[ 2 ] ) + " broken, " + std::to_string( counts[ 0 ] ) +
-          " not tried\n";
+   const auto count = [ & ]( Verdict wanted ) {
+      return std::to_string( std::ranges::count( verdicts_, wanted ) );
+   };
+   return text + count( Verdict::kept ) + " promises kept, " + count( Verdict::broken ) +
+          " broken, " + count( Verdict::notTried ) + " not tried\n";
 }
 
 } // namespace Strata::Conformance

@@ -18,34 +18,19 @@ enum class Promise : U8
 #include "conformance/Promises.def"
 };
 
-inline constexpr auto promiseNames = std::to_array<std::string_view>( {
-#define STRATA_PROMISE( name, ... ) #name,
-#include "conformance/Promises.def"
-} );
-
-/// "reclaimKeepsActions"
-constexpr std::string_view promiseName( Promise promise )
+constexpr auto enumNames( Promise )
 {
-   return promiseNames[ static_cast<std::size_t>( promise ) ];
+   return std::to_array<Vormel::EnumName<Promise>>( {
+#define STRATA_PROMISE( name, ... ) { Promise::name, #name },
+#include "conformance/Promises.def"
+   } );
 }
 /// What it says, in a sentence.
 std::string_view promiseText( Promise promise );
 
 /// The hooks of Port that promises need: without its hook, a promise is found broken or not tried, never kept.
-enum class Hook : U8
-{
-   none,
-   installedEntry,
-   hitEntry,
-   fieldLocked,
-   switchControlValue,
-   portControlValue,
-   vlanMembers,
-};
-VORMEL_ENUM_NAMES( Hook, { Hook::none, "none" }, { Hook::installedEntry, "installedEntry" },
-   { Hook::hitEntry, "hitEntry" }, { Hook::fieldLocked, "fieldLocked" },
-   { Hook::switchControlValue, "switchControlValue" },
-   { Hook::portControlValue, "portControlValue" }, { Hook::vlanMembers, "vlanMembers" } )
+VORMEL_ENUM( Hook, U8, none, installedEntry, hitEntry, fieldLocked, switchControlValue,
+   portControlValue, vlanMembers )
 Hook hookOf( Promise promise );
 
 enum class Verdict : U8
@@ -54,6 +39,8 @@ enum class Verdict : U8
    kept,
    broken,
 };
+VORMEL_ENUM_NAMES( Verdict, { Verdict::notTried, "not tried" }, { Verdict::kept, "kept" },
+   { Verdict::broken, "BROKEN" } )
 
 struct Finding
 {
@@ -100,8 +87,8 @@ class Report
    std::string text( bool all = true ) const;
 
  private:
-   std::array<Verdict, promiseNames.size()> verdicts_{};
-   std::array<std::string, promiseNames.size()> whyNot_;
+   std::array<Verdict, Vormel::enumTable<Promise>.size()> verdicts_{};
+   std::array<std::string, Vormel::enumTable<Promise>.size()> whyNot_;
    std::vector<Finding> findings_;
 };
 

@@ -7,14 +7,10 @@
 
 namespace Strata {
 
-enum class MacType : U8
-{
+VORMEL_ENUM( MacType, U8,
    bridgeMac = 0, // the switch's own router MAC
-   fennicMac = 1, // the virtual router MAC that the MLAG peers share
-};
-
-VORMEL_ENUM_NAMES(
-   MacType, { MacType::bridgeMac, "bridgeMac" }, { MacType::fennicMac, "fennicMac" } )
+   fennicMac = 1  // the virtual router MAC that the MLAG peers share
+)
 
 } // namespace Strata
 

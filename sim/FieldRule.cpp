@@ -108,6 +108,21 @@ std::string FieldActionData::text() const
 }
 
 template<class Part>
+static std::string joinedTexts( const std::vector<Part>& parts, const char* none )
+{
+   std::string text;
+   for( const Part& part : parts )
+      text += ( text.empty() ? "" : "; " ) + part.text();
+   return text.empty() ? none : text;
+}
+
+std::string FieldRule::text( std::string_view arrow ) const
+{
+   return joinedTexts( qualifiers, "every packet" ) + std::string( arrow ) +
+          joinedTexts( actions, "nothing" );
+}
+
+template<class Part>
 static void replaceOrAdd( std::vector<Part>& parts, const Part& part )
 {
    const auto at = std::ranges::find( parts, part.role, &Part::role );

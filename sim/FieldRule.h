@@ -8,51 +8,16 @@
 #include "platform/types/PortBitmap.h"
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Strata::Sim {
 
-enum class Qualifier : U8
-{
-   Drop,
-   DstIp,
-   DstMac,
-   DstMcastGroup,
-   DstPort,
-   EtherType,
-   HiGig,
-   IngressStpState,
-   IntPriority,
-   InterfaceClassL2,
-   InterfaceClassL3,
-   IpProtocol,
-   IpType,
-   L3Routable,
-   L4DstPort,
-   MyStationHit,
-   PacketRes,
-   SrcClassField,
-   Ttl,
-   TunnelTerminated,
+VORMEL_ENUM( Qualifier, U8, Drop, DstIp, DstMac, DstMcastGroup, DstPort, EtherType, HiGig,
+   IngressStpState, IntPriority, InterfaceClassL2, InterfaceClassL3, IpProtocol, IpType, L3Routable,
+   L4DstPort, MyStationHit, PacketRes, SrcClassField, Ttl, TunnelTerminated,
    // What entry managers qualify on for the slice.
-   InPorts,
-   InPortsClass,
-   OutPortsClass,
-   OutLoopback,
-};
-
-VORMEL_ENUM_NAMES( Qualifier, { Qualifier::Drop, "Drop" }, { Qualifier::DstIp, "DstIp" },
-   { Qualifier::DstMac, "DstMac" }, { Qualifier::DstMcastGroup, "DstMcastGroup" },
-   { Qualifier::DstPort, "DstPort" }, { Qualifier::EtherType, "EtherType" },
-   { Qualifier::HiGig, "HiGig" }, { Qualifier::IngressStpState, "IngressStpState" },
-   { Qualifier::IntPriority, "IntPriority" }, { Qualifier::InterfaceClassL2, "InterfaceClassL2" },
-   { Qualifier::InterfaceClassL3, "InterfaceClassL3" }, { Qualifier::IpProtocol, "IpProtocol" },
-   { Qualifier::IpType, "IpType" }, { Qualifier::L3Routable, "L3Routable" },
-   { Qualifier::L4DstPort, "L4DstPort" }, { Qualifier::MyStationHit, "MyStationHit" },
-   { Qualifier::PacketRes, "PacketRes" }, { Qualifier::SrcClassField, "SrcClassField" },
-   { Qualifier::Ttl, "Ttl" }, { Qualifier::TunnelTerminated, "TunnelTerminated" },
-   { Qualifier::InPorts, "InPorts" }, { Qualifier::InPortsClass, "InPortsClass" },
-   { Qualifier::OutPortsClass, "OutPortsClass" }, { Qualifier::OutLoopback, "OutLoopback" } )
+   InPorts, InPortsClass, OutPortsClass, OutLoopback )
 
 /// Data and mask are in the packet's own terms: exact matches have all bits of the mask set, and IP
 /// types and packet results are their roles' positions in the enum.
@@ -95,6 +60,9 @@ struct FieldRule
    void actionIs( const FieldActionData& action );
 
    bool operator==( const FieldRule& ) const = default;
+   /// "Ttl 0/0xff; Drop 0 => CosQCpuNew 26; CopyToCpu", with another `arrow` if need be. "every packet" without a
+   /// qualifier, "nothing" without an action.
+   std::string text( std::string_view arrow = " => " ) const;
 };
 
 } // namespace Strata::Sim

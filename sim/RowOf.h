@@ -21,8 +21,8 @@ template<class Row, std::size_t count>
 consteval bool eachRoleHasARow( const std::array<Row, count>& rows )
 {
    using Role = decltype( Row::role );
-   for( std::size_t i = 0; i < roleNames<Role>.size(); ++i )
-      if( std::ranges::count( rows, static_cast<Role>( i ), &Row::role ) != 1 )
+   for( const Role role : Vormel::enumValues<Role>() )
+      if( std::ranges::count( rows, role, &Row::role ) != 1 )
          return false;
    return true;
 }

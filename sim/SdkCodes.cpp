@@ -8,27 +8,11 @@
 
 namespace Strata::Sim {
 
-const std::array<SdkCodeInfo, 17>& sdkCodes()
+std::span<const SdkCodeInfo> sdkCodes()
 {
-   static constexpr std::array<SdkCodeInfo, 17> codes{ {
-      { SdkCode::None, "BCM_E_NONE", "Ok" },
-      { SdkCode::Internal, "BCM_E_INTERNAL", "Internal error" },
-      { SdkCode::Memory, "BCM_E_MEMORY", "Out of memory" },
-      { SdkCode::Unit, "BCM_E_UNIT", "Invalid unit" },
-      { SdkCode::Param, "BCM_E_PARAM", "Invalid parameter" },
-      { SdkCode::Full, "BCM_E_FULL", "Table full" },
-      { SdkCode::NotFound, "BCM_E_NOT_FOUND", "Entry not found" },
-      { SdkCode::Exists, "BCM_E_EXISTS", "Entry exists" },
-      { SdkCode::Timeout, "BCM_E_TIMEOUT", "Operation timed out" },
-      { SdkCode::Busy, "BCM_E_BUSY", "Operation still running" },
-      { SdkCode::Fail, "BCM_E_FAIL", "Operation failed" },
-      { SdkCode::Badid, "BCM_E_BADID", "Invalid identifier" },
-      { SdkCode::Resource, "BCM_E_RESOURCE", "No resources for operation" },
-      { SdkCode::Config, "BCM_E_CONFIG", "Invalid configuration" },
-      { SdkCode::Unavail, "BCM_E_UNAVAIL", "Feature unavailable" },
-      { SdkCode::Init, "BCM_E_INIT", "Feature not initialized" },
-      { SdkCode::Port, "BCM_E_PORT", "Invalid port" },
-   } };
+#define INFO( code, number, name, text ) { SdkCode::code, name, text },
+   static constexpr SdkCodeInfo codes[] = { STRATA_SIM_SDK_CODES( INFO ) };
+#undef INFO
    return codes;
 }
 

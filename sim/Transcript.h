@@ -19,27 +19,18 @@
 
 namespace Strata::Sim {
 
-enum class RecordKind : U8
-{
+VORMEL_ENUM( RecordKind, U8,
    call,   // an SDK operation
    entry,  // an entry-manager operation
    notify, // a published change
-   trace,
-   log,
+   trace, log,
    fatal,  // a line that tells why the agent ends
    error,  // the shim's error hook: the agent is about to end
    claim,  // a claim that an entry manager refused
    breach, // a broken convention
    packet,
    command, // of whoever drives the switch
-   note,
-};
-
-VORMEL_ENUM_NAMES( RecordKind, { RecordKind::call, "call" }, { RecordKind::entry, "entry" },
-   { RecordKind::notify, "notify" }, { RecordKind::trace, "trace" }, { RecordKind::log, "log" },
-   { RecordKind::fatal, "fatal" }, { RecordKind::error, "error" }, { RecordKind::claim, "claim" },
-   { RecordKind::breach, "breach" }, { RecordKind::packet, "packet" },
-   { RecordKind::command, "command" }, { RecordKind::note, "note" } )
+   note )
 
 /// An array or object, as JSON.
 struct JsonText

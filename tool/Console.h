@@ -40,15 +40,10 @@ struct ConsoleConfig
 };
 
 /// How a run of commands came to its end.
-enum class RunEnd : U8
-{
-   complete,
+VORMEL_ENUM( RunEnd, U8, complete,
    refused, // by a line that could not be run
-   died,    // with the agent
-};
-
-VORMEL_ENUM_NAMES( RunEnd, { RunEnd::complete, "complete" }, { RunEnd::refused, "refused" },
-   { RunEnd::died, "died" } )
+   died     // with the agent
+)
 
 /// What a run came to.
 struct RunCounts

@@ -28,22 +28,10 @@ const Sim::FieldRule& ruleOf( const Sim::FieldEntry& entry )
    return entry.hardware ? *entry.hardware : entry.claim;
 }
 
-template<class Items>
-std::string joinedTexts( const Items& items )
-{
-   std::string text;
-   for( const auto& item : items )
-      text += ( text.empty() ? "" : "; " ) + item.text();
-   return text.empty() ? "nothing" : text;
-}
-
 std::string describe( const Sim::FieldEntry& entry )
 {
-   const Sim::FieldRule& rule = ruleOf( entry );
    return entry.name + ( entry.hits == 0 ? "" : " (" + std::to_string( entry.hits ) + " hits)" ) +
-          "\n  match " +
-          ( rule.qualifiers.empty() ? "every packet" : joinedTexts( rule.qualifiers ) ) +
-          "\n  do " + joinedTexts( rule.actions );
+          "\n  match " + ruleOf( entry ).text( "\n  do " );
 }
 
 using Visit =

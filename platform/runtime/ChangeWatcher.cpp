@@ -30,8 +30,7 @@ std::string plainTypeName( const Entity& entity )
 
 std::string_view ChangeText::kindName() const
 {
-   static constexpr std::string_view names[] = { "changed", "inserted", "removed" };
-   return names[ static_cast<std::size_t>( kind ) ];
+   return enumName( kind );
 }
 
 std::string ChangeText::line() const

@@ -12,6 +12,9 @@
 
 namespace Vormel {
 
+VORMEL_ENUM_NAMES( ChangeKind, { ChangeKind::Changed, "changed" },
+   { ChangeKind::Inserted, "inserted" }, { ChangeKind::Removed, "removed" } )
+
 /// One published change, in texts.
 struct VORMEL_EXPORT ChangeText
 {

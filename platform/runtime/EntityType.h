@@ -22,6 +22,9 @@ enum class AttributeKind : U8
    Array,  // notifying slots, one per enumerator of the key
    Map,    // notifying members by key
 };
+VORMEL_ENUM_NAMES( AttributeKind, { AttributeKind::Field, "field" },
+   { AttributeKind::Scalar, "scalar" }, { AttributeKind::Array, "array" },
+   { AttributeKind::Map, "map" } )
 
 /// What the declaration of an attribute says about it.
 struct AttributeInfo

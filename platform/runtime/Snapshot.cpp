@@ -53,15 +53,13 @@ std::string jsonMembers( const std::vector<Member>& members )
 
 std::string jsonAttribute( const Attribute& attribute, const Entity& entity )
 {
-   static constexpr std::string_view kinds[] = { "field", "scalar", "array", "map" };
    const AttributeInfo& info = attribute.info();
    const bool single = info.kind == AttributeKind::Field || info.kind == AttributeKind::Scalar;
    std::string json = "{ ";
    if( info.number != 0 )
       json += "\"number\": " + std::to_string( info.number ) + ", ";
    return json + "\"name\": " + jsonString( info.name ) +
-          ", \"kind\": " + jsonString( kinds[ static_cast<std::size_t>( info.kind ) ] ) +
-          ", \"value\": " +
+          ", \"kind\": " + jsonString( enumName( info.kind ) ) + ", \"value\": " +
           ( single ? jsonValue( attribute.read( entity ) )
                    : jsonMembers( attribute.members( entity ) ) ) +
           " }";

@@ -19,22 +19,7 @@
 namespace Vormel {
 
 /// Numbered as syslog(3) has them.
-enum class Severity : U8
-{
-   emergency,
-   alert,
-   critical,
-   error,
-   warning,
-   notice,
-   info,
-   debug
-};
-
-VORMEL_ENUM_NAMES( Severity, { Severity::emergency, "emergency" }, { Severity::alert, "alert" },
-   { Severity::critical, "critical" }, { Severity::error, "error" },
-   { Severity::warning, "warning" }, { Severity::notice, "notice" }, { Severity::info, "info" },
-   { Severity::debug, "debug" } )
+VORMEL_ENUM( Severity, U8, emergency, alert, critical, error, warning, notice, info, debug )
 
 /// The recommended action of messages that only inform; one object, so that it can be compared by address.
 extern VORMEL_EXPORT const char NoActionRequired[];

@@ -39,27 +39,32 @@ struct SdkConstant
    operator Number() const { return ( sdkShimInUse().*query )(); }
 };
 
-#define STRATA_FIELD_ACTION( role ) \
-   inline constexpr SdkName<&SdkShimInterface::fieldAction, FieldAction::role> bcmFieldAction##role;
-#define STRATA_FIELD_IP_TYPE( role ) \
-   inline constexpr SdkName<&SdkShimInterface::fieldIpType, FieldIpType::role> bcmFieldIpType##role;
-#define STRATA_PACKET_RESULT( role ) \
-   inline constexpr SdkName<&SdkShimInterface::packetResult, PacketResult::role> \
-      BCM_FIELD_PKT_RES_##role;
-#define STRATA_SWITCH_CONTROL( role ) \
-   inline constexpr SdkName<&SdkShimInterface::switchControl, SwitchControl::role> bcmSwitch##role;
-#define STRATA_PORT_CONTROL( role ) \
-   inline constexpr SdkName<&SdkShimInterface::portControl, PortControl::role> bcmPortControl##role;
-#define STRATA_VLAN_FLAG( role ) \
-   inline constexpr SdkName<&SdkShimInterface::vlanFlag, VlanFlag::role> role;
-#define STRATA_IP_OPTION_ACTION( role ) \
-   inline constexpr SdkName<&SdkShimInterface::ipOptionAction, IpOptionAction::role> \
-      bcmIntfIPOptionAction##role;
-#define STRATA_SDK_REGISTER( role, name ) \
-   inline constexpr SdkName<&SdkShimInterface::registerNumber, Register::role> name;
-#define STRATA_SDK_MEMORY( role, name ) \
-   inline constexpr SdkName<&SdkShimInterface::memory, Memory::role> name;
-#include "platform/sdk/SdkRoles.def"
+#define STRATA_SDK_NAME( query, Role, role, name ) \
+   inline constexpr SdkName<&SdkShimInterface::query, Role::role> name;
+#define STRATA_ACTION( role ) \
+   STRATA_SDK_NAME( fieldAction, FieldAction, role, bcmFieldAction##role )
+STRATA_FIELD_ACTIONS( STRATA_ACTION )
+#define STRATA_IP_TYPE( role ) \
+   STRATA_SDK_NAME( fieldIpType, FieldIpType, role, bcmFieldIpType##role )
+STRATA_FIELD_IP_TYPES( STRATA_IP_TYPE )
+#define STRATA_RESULT( role ) \
+   STRATA_SDK_NAME( packetResult, PacketResult, role, BCM_FIELD_PKT_RES_##role )
+STRATA_PACKET_RESULTS( STRATA_RESULT )
+#define STRATA_CHIP_CONTROL( role ) \
+   STRATA_SDK_NAME( switchControl, SwitchControl, role, bcmSwitch##role )
+STRATA_SWITCH_CONTROLS( STRATA_CHIP_CONTROL )
+#define STRATA_CONTROL( role ) \
+   STRATA_SDK_NAME( portControl, PortControl, role, bcmPortControl##role )
+STRATA_PORT_CONTROLS( STRATA_CONTROL )
+#define STRATA_FLAG( role ) STRATA_SDK_NAME( vlanFlag, VlanFlag, role, role )
+STRATA_VLAN_FLAGS( STRATA_FLAG )
+#define STRATA_OPTION( role ) \
+   STRATA_SDK_NAME( ipOptionAction, IpOptionAction, role, bcmIntfIPOptionAction##role )
+STRATA_IP_OPTION_ACTIONS( STRATA_OPTION )
+#define STRATA_REGISTER( role, name ) STRATA_SDK_NAME( registerNumber, Register, role, name )
+STRATA_SDK_REGISTERS( STRATA_REGISTER )
+#define STRATA_MEMORY( role, name ) STRATA_SDK_NAME( memory, Memory, role, name )
+STRATA_SDK_MEMORIES( STRATA_MEMORY )
 
 inline constexpr SdkConstant<&SdkShimInterface::successCode> BCM_E_NONE;
 inline constexpr SdkConstant<&SdkShimInterface::exactMatchMask> BCM_FIELD_EXACT_MATCH_MASK;

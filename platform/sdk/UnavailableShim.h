@@ -6,7 +6,7 @@
 
 namespace Strata {
 
-/// The codes and their texts are left to the port. No name has a number here: an SDK that gets one refuses it.
+/// The codes and their texts are left to the port. Every question has the answer of its row in SdkQuestions.def.
 class UnavailableShim : public SdkShimInterface
 {
  public:

@@ -11,15 +11,7 @@ namespace Interface {
 using Vormel::IntfId;
 using Vormel::Ref;
 
-enum class ForwardingModel : U8
-{
-   unknown = 0,
-   bridged = 1,
-   routed = 8,
-};
-
-VORMEL_ENUM_NAMES( ForwardingModel, { ForwardingModel::unknown, "unknown" },
-   { ForwardingModel::bridged, "bridged" }, { ForwardingModel::routed, "routed" } )
+VORMEL_ENUM( ForwardingModel, U8, unknown = 0, bridged = 1, routed = 8 )
 
 // clang-format off
 #define STRATA_ETH_INTF_STATUS_ATTRIBUTES( ROW ) \

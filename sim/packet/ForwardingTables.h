@@ -59,14 +59,7 @@ struct Station
    bool operator==( const Station& ) const = default;
 };
 
-enum class StpState : U8
-{
-   forwarding,
-   learning,
-   blocking,
-};
-VORMEL_ENUM_NAMES( StpState, { StpState::forwarding, "forwarding" },
-   { StpState::learning, "learning" }, { StpState::blocking, "blocking" } )
+VORMEL_ENUM( StpState, U8, forwarding, learning, blocking )
 
 struct McastGroup
 {
@@ -77,14 +70,10 @@ struct McastGroup
    std::set<std::string> tunnels;
 };
 
-enum class UrpfMode : U8
-{
-   off,
-   loose,  // the source has a route
-   strict, // and it leads to where the packet came from
-};
-VORMEL_ENUM_NAMES( UrpfMode, { UrpfMode::off, "off" }, { UrpfMode::loose, "loose" },
-   { UrpfMode::strict, "strict" } )
+VORMEL_ENUM( UrpfMode, U8, off,
+   loose, // the source has a route
+   strict // and it leads to where the packet came from
+)
 
 /// Beside members and routing flags, which the chip has.
 struct VlanProperties

@@ -120,18 +120,6 @@ void Pass::ranges( FieldStage stage )
       act( *group, id );
 }
 
-static std::string ruleText( const FieldRule& rule )
-{
-   std::string text;
-   for( const FieldQualifier& qualifier : rule.qualifiers )
-      text += ( text.empty() ? "" : "; " ) + qualifier.text();
-   text += " =>";
-   for( const FieldActionData& action : rule.actions )
-      text += " " + action.text() + ";";
-   text.pop_back();
-   return text;
-}
-
 /// How much it says that a qualifier fits: the bits that were compared.
 static U32 weight( const FieldQualifier& qualifier )
 {
@@ -192,7 +180,7 @@ EntryNote Pass::noteEntry( U32 id, const FieldEntry& entry, const FieldKey& pres
    EntryNote about;
    about.id = id;
    about.name = entry.name;
-   about.rule = ruleText( *entry.hardware );
+   about.rule = entry.hardware->text();
    about.cause = entry.cause;
    if( const Cause* const cause = entry.enableCause() )
       about.enableCause = *cause;

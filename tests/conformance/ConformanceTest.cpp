@@ -62,15 +62,13 @@ INSTANTIATE_TEST_SUITE_P( Conformance, EveryProfile, everyProfile(), profileSuff
 
 TEST( ConformanceTest, TriesEveryPromiseThatTheProfilesHaveBetweenThem )
 {
-   std::set<std::string_view> untried( promiseNames.begin(), promiseNames.end() );
+   constexpr auto promises = Vormel::enumValues<Promise>();
+   std::set<Promise> untried( promises.begin(), promises.end() );
    for( const char* const profile : { "register", "acl" } ) {
       Switch it( profile );
       const Report report = examine( it.port );
-      std::erase_if( untried, [ & ]( std::string_view name ) {
-         const auto at = std::find( promiseNames.begin(), promiseNames.end(), name );
-         return report.verdict( static_cast<Promise>( at - promiseNames.begin() ) ) ==
-                Verdict::kept;
-      } );
+      std::erase_if(
+         untried, [ & ]( Promise promise ) { return report.verdict( promise ) == Verdict::kept; } );
    }
    EXPECT_THAT( untried, IsEmpty() );
 }
@@ -104,9 +102,9 @@ TEST( ConformanceTest, WithoutHooksReturnCodesAloneKeepNoPromise )
          Promise::releaseForgets, Promise::portSetsReplace, Promise::reclaimKeepsActions,
          Promise::repeatedActionReplaces, Promise::removeAllEmpties, Promise::fieldLockPairs,
          Promise::controlsAccepted, Promise::portControlsAccepted, Promise::vlanCpuPort } ) {
-      EXPECT_EQ( report.verdict( promise ), Verdict::notTried ) << promiseName( promise );
+      EXPECT_EQ( report.verdict( promise ), Verdict::notTried ) << Vormel::enumName( promise );
       EXPECT_THAT( report.whyNotTried( promise ), HasSubstr( "needs the hook" ) )
-         << promiseName( promise );
+         << Vormel::enumName( promise );
    }
    EXPECT_EQ( report.verdict( Promise::installSucceeds ), Verdict::kept );
 }

@@ -39,7 +39,7 @@ inline std::set<std::string> brokenPromises( const Report& report )
 {
    std::set<std::string> names;
    for( const Finding& finding : report.findings() )
-      names.emplace( promiseName( finding.promise ) );
+      names.emplace( Vormel::enumName( finding.promise ) );
    return names;
 }
 

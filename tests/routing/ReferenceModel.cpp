@@ -36,17 +36,11 @@ static std::string portTableText( bool l3, bool routing )
    return std::string( l3 ? "l3" : "no l3" ) + ( routing ? ", routing" : ", no routing" );
 }
 
-/// "installed vlan flood: DstPort mod 249/0xff port 240/0xff -> RedirectPbmp 1-4"
+/// "installed vlan flood: DstPort mod 249/0xff port 240/0xff => RedirectPbmp 1-4"
 static std::string describe( const Sim::FieldEntry& entry )
 {
-   std::string text = std::string( Tool::entryState( entry ) ) + " " + entry.name + ":";
    const Sim::FieldRule& rule = entry.hardware ? *entry.hardware : entry.claim;
-   for( const auto& qualifier : rule.qualifiers )
-      text += " " + qualifier.text();
-   text += " ->";
-   for( const auto& action : rule.actions )
-      text += " " + action.text();
-   return text;
+   return std::string( Tool::entryState( entry ) ) + " " + entry.name + ": " + rule.text();
 }
 
 static void observeChip( SwitchState& state, U32 unit, const Sim::Chip& chip )
@@ -383,8 +377,8 @@ void ReferenceModel::expectFloods( SwitchState& state ) const
          state.erase( entryName( unit, mainId( 29 ) ) );
       else
          state[ entryName( unit, mainId( 29 ) ) ] =
-            "installed skip l2 mcast from core to cpu: TunnelTerminated 1 PacketRes L2MCKNOWN "
-            "-> CopyToCpuCancel";
+            "installed skip l2 mcast from core to cpu: TunnelTerminated 1; PacketRes L2MCKNOWN "
+            "=> CopyToCpuCancel";
 }
 
 void ReferenceModel::expectDropPairs( SwitchState& state ) const
@@ -398,11 +392,11 @@ void ReferenceModel::expectDropPairs( SwitchState& state ) const
       const bool floodingPort = inputs_.profile().attributes.floodingPortSupported;
       const std::string routed =
          floodingPort ? "L3 unknown mac drop traffic-class %d: "
-                        "DstPort mod 249/0xff port 240/0xff IntPriority %d -> Drop"
-                      : "L3MC unknown mac drop traffic-class %d: PacketRes L3MCKNOWN "
-                        "DstMac 00:00:00:00:00:00/01:00:00:00:00:00 IntPriority %d -> Drop";
+                        "DstPort mod 249/0xff port 240/0xff; IntPriority %d => Drop"
+                      : "L3MC unknown mac drop traffic-class %d: PacketRes L3MCKNOWN; "
+                        "DstMac 00:00:00:00:00:00/01:00:00:00:00:00; IntPriority %d => Drop";
       const std::string bridged =
-         "L2 unknown mac drop traffic-class %d: PacketRes L2UNKNOWN IntPriority %d -> Drop";
+         "L2 unknown mac drop traffic-class %d: PacketRes L2UNKNOWN; IntPriority %d => Drop";
       for( const U32 unit : inputs_.units() ) {
          U32 next = id;
          for( const std::string& entry : { routed, bridged } )
@@ -420,10 +414,10 @@ void ReferenceModel::expectRedirect( SwitchState& state ) const
    state[ "helper.peerMacArpRedirect" ] = std::to_string( id );
    const U32 modId = inputs_.scsd()->units().find( redirect_->port.unit() )->modId;
    for( const auto& [ unit, ports ] : redirect_->inPorts )
-      state[ entryName( unit, id ) ] =
-         format( "installed arp redirect to mlag peer: DstMac %s EtherType 0x806/0xffff InPorts %s "
-                 "-> RedirectPort mod %d port %d",
-            redirect_->mac, ports, modId, redirect_->port.sdkPort() );
+      state[ entryName( unit, id ) ] = format(
+         "installed arp redirect to mlag peer: DstMac %s; EtherType 0x806/0xffff; InPorts %s "
+         "=> RedirectPort mod %d port %d",
+         redirect_->mac, ports, modId, redirect_->port.sdkPort() );
 }
 
 void ReferenceModel::expectControls( SwitchState& state ) const

@@ -11,12 +11,7 @@ namespace Lamps {
 
 using Vormel::Ref;
 
-enum class Side : U8
-{
-   left,
-   right,
-};
-VORMEL_ENUM_NAMES( Side, { Side::left, "left" }, { Side::right, "right" } )
+VORMEL_ENUM( Side, U8, left, right )
 
 } // namespace Lamps
 

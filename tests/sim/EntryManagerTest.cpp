@@ -1,3 +1,4 @@
+#include "routing/TcamL3EntryId.h"
 #include "tests/sim/SimTest.h"
 
 namespace Strata::Sim {
@@ -27,14 +28,14 @@ TEST_F( EntryManagerTest, HardwareChangesWithInstallationAlone )
    makeEntry( 0, base, "one" );
    EXPECT_FALSE( entry( 0, base ).installed() );
    EXPECT_EQ( manager->installEntry( 0, base ), ok );
-   EXPECT_EQ( text( *entry( 0, base ).hardware ), "Ttl 1/0xff => CopyToCpu" );
+   EXPECT_EQ( entry( 0, base ).hardware->text(), "Ttl 1/0xff => CopyToCpu" );
    group( 0 ).find( base )->hits = 5;
    EXPECT_EQ( manager->enableEntry( 0, base, false, hardware.shim().fieldEntryEnableMode() ), ok );
 
    // A re-claim empties the qualifiers and leaves the rest; packets see no gap.
    EXPECT_EQ( manager->getEntry( 0, base, "one", {} ), base );
-   EXPECT_EQ( text( entry( 0, base ).claim ), " => CopyToCpu" );
-   EXPECT_EQ( text( *entry( 0, base ).hardware ), "Ttl 1/0xff => CopyToCpu" );
+   EXPECT_EQ( entry( 0, base ).claim.text(), "every packet => CopyToCpu" );
+   EXPECT_EQ( entry( 0, base ).hardware->text(), "Ttl 1/0xff => CopyToCpu" );
    EXPECT_FALSE( entry( 0, base ).enabled );
    EXPECT_EQ( manager->hitsForEntry( 0, base ), 5u );
 
@@ -42,7 +43,7 @@ TEST_F( EntryManagerTest, HardwareChangesWithInstallationAlone )
    call( &SdkShimInterface::fieldQualifyTtl, 0, base, U8{ 0 }, U8{ 0xFF } );
    call( &SdkShimInterface::fieldQualifyTtl, 0, base, U8{ 2 }, U8{ 0xFF } );
    EXPECT_EQ( manager->reinstallEntry( 0, base ), ok );
-   EXPECT_EQ( text( *entry( 0, base ).hardware ), "Ttl 2/0xff => CopyToCpu" );
+   EXPECT_EQ( entry( 0, base ).hardware->text(), "Ttl 2/0xff => CopyToCpu" );
    EXPECT_FALSE( entry( 0, base ).active() ) << "reinstallEntry keeps the enable state";
    EXPECT_EQ( manager->installEntry( 0, base ), ok );
    EXPECT_TRUE( entry( 0, base ).active() );
@@ -70,7 +71,7 @@ TEST_F( EntryManagerTest, AClaimThatMayTakeTheNextIdGetsTheSameOneEachTime )
    EXPECT_EQ( manager->getEntry( 0, base + 4, "third", key ), 0u );
    EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "held under another name" ) ) );
    EXPECT_EQ( manager->getEntry( 4, base + 5, "third", {} ), base + 5 ) << "a unit of its own";
-   EXPECT_EQ( manager->getEntry( 0, base + 53, "beyond", {} ), 0u );
+   EXPECT_EQ( manager->getEntry( 0, base + tcamL3EntryIds, "beyond", {} ), 0u );
    EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "outside the manager's range" ) ) );
 }
 
@@ -90,7 +91,7 @@ TEST_F( EntryManagerTest, AFullUnitTurnsClaimsAwayWithoutBlame )
    EXPECT_EQ( manager->installEntry( 0, base ), code( SdkCode::Full ) );
    manager->releaseEntry( 0, base + 2 );
    EXPECT_EQ( manager->installEntry( 0, base ), ok ) << "removal kept the definition";
-   EXPECT_EQ( text( *entry( 0, base ).hardware ), "Ttl 1/0xff => CopyToCpu" );
+   EXPECT_EQ( entry( 0, base ).hardware->text(), "Ttl 1/0xff => CopyToCpu" );
    EXPECT_THAT( breaches(), IsEmpty() );
 }
 
@@ -102,7 +103,7 @@ TEST_F( EntryManagerTest, WhatIsNotThereIsNotFound )
    manager->removeEntry( 0, base );
    manager->releaseEntry( 0, base );
    EXPECT_THAT( breaches(), IsEmpty() );
-   manager->releaseEntry( 0, base + 53 );
+   manager->releaseEntry( 0, base + tcamL3EntryIds );
    EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "1054 is outside the manager's range" ) ) );
 
    EXPECT_EQ( manager->addInPortsForEntry( 0, base, {}, {} ), code( SdkCode::NotFound ) );
@@ -119,7 +120,7 @@ TEST_F( EntryManagerTest, PortSetsBecomeQualifiers )
    makeEntry( 0, base, "one" );
    EXPECT_EQ( manager->addInPortsForEntry( 0, base, *PortBitmap::parse( "1-3" ), all ), ok );
    EXPECT_EQ( manager->addOutLoopbackPortForEntry( 0, base, 258, all ), ok );
-   EXPECT_EQ( text( entry( 0, base ).claim ),
+   EXPECT_EQ( entry( 0, base ).claim.text(),
       "Ttl 1/0xff; InPorts 1-3; OutLoopback 258 from 0-4,259 => CopyToCpu" );
    for( const int none : { -1, 5, 4000 } )
       EXPECT_EQ( manager->addOutLoopbackPortForEntry( 0, base, none, all ), code( SdkCode::Port ) );
@@ -337,7 +338,7 @@ TEST_F( AclGroupTest, HasNeitherClassesNorPortBitmapsInItsKey )
    addAction( 0, id, FieldAction::Drop );
    EXPECT_EQ( manager->installEntry( 0, id ), ok );
    EXPECT_EQ(
-      text( *hardware.chip( 0 ).group( "main" )->find( id )->hardware ), "InPortsClass 2 => Drop" );
+      hardware.chip( 0 ).group( "main" )->find( id )->hardware->text(), "InPortsClass 2 => Drop" );
    EXPECT_THAT( breaches(), IsEmpty() );
 }
 

@@ -54,17 +54,6 @@ class SimTest : public testing::Test
       hardware.critic().breachesDel();
       return texts;
    }
-   /// Qualifiers and actions, "Ttl 0/0xff; Drop 0 => CopyToCpu".
-   static std::string text( const FieldRule& rule )
-   {
-      std::string text;
-      for( const FieldQualifier& qualifier : rule.qualifiers )
-         text += ( text.empty() ? "" : "; " ) + qualifier.text();
-      text += " =>";
-      for( const FieldActionData& action : rule.actions )
-         text += " " + action.text();
-      return text;
-   }
    /// The lines of a kind, from the record number on.
    std::vector<std::string> lines( RecordKind kind, U64 from = 0 )
    {

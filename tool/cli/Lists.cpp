@@ -128,10 +128,9 @@ List attributes( const std::string& object )
    List list{ attributeTable( *found->type ), ordered_json::array() };
    for( const auto& attribute : found->type->attributes() ) {
       const Vormel::AttributeInfo& info = attribute->info();
-      static constexpr const char* kinds[] = { "field", "scalar", "array", "map" };
       list.json.push_back( { { "number", info.number }, { "name", info.name },
-         { "kind", kinds[ static_cast<std::size_t>( info.kind ) ] }, { "type", info.type },
-         { "key", info.keyType }, { "default", info.defaultText }, { "meaning", info.meaning },
+         { "kind", Vormel::enumName( info.kind ) }, { "type", info.type }, { "key", info.keyType },
+         { "default", info.defaultText }, { "meaning", info.meaning },
          { "maintainer", info.maintainer } } );
    }
    return list;

@@ -121,13 +121,7 @@ constexpr std::array<EntryState, 5> entryStates{ {
 
 std::string ruleText( const Sim::FieldEntry& entry )
 {
-   const Sim::FieldRule& rule = entry.hardware ? *entry.hardware : entry.claim;
-   std::string text;
-   for( const auto& qualifier : rule.qualifiers )
-      text += ( text.empty() ? "" : "; " ) + qualifier.text();
-   for( const auto& action : rule.actions )
-      text += "; " + action.text();
-   return text;
+   return ( entry.hardware ? *entry.hardware : entry.claim ).text( "; " );
 }
 
 Act expectEntry( const Session& session, Words& words )
