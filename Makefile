@@ -45,7 +45,7 @@ bench:
 mutants:
 	@[ -n '$(FILES)' ] || { echo 'make mutants FILES="routing/Urpf.cpp ..."' >&2; exit 2; }
 	@sh ci/setup.sh mutants
-	@$(if $(LIST),,sh ci/build.sh debug strata-l3-tests)
+	@$(if $(LIST),,sh ci/build.sh debug $(if $(SCENARIOS),strata-l3-tool,strata-l3-tests))
 	@python3 ci/mutants.py $(FILES) $(if $(N),--number $(N)) $(if $(SEED),--seed $(SEED)) \
 	   $(if $(LINES),--lines $(LINES)) $(if $(FUNCTION),--function '$(FUNCTION)') \
 	   $(if $(KIND),--kind '$(KIND)') $(if $(SCENARIOS),--scenarios) $(if $(LIST),--list)

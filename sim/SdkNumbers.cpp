@@ -34,7 +34,7 @@ SdkNumbers::SdkNumbers( U64 seed )
      anyMemoryBlock( draw_() ),
      chipWidePort( draw_() ),
      fieldEntryEnableMode( draw_() ),
-     exactMatchMask( 0x80000000 | static_cast<U32>( draw_() ) ),
+     exactMatchMask( 0x80000001 | static_cast<U32>( draw_() ) ),
      stpForward( static_cast<U8>( 1 + draw_() % 255 ) )
 {
    std::array<U32, 32> bits;
