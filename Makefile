@@ -1,5 +1,5 @@
-# Everything a person does here day by day. `make run` and `make test` need nothing but a Debian 12
-# machine with make: they install what is missing.
+# The everyday commands. `make run` and `make test` need only a Debian 12 machine with make: they install
+# missing packages.
 SCENARIO ?= scenarios/two-units.scenario
 RUN_FLAGS ?=
 TEST_FLAGS ?=
@@ -16,9 +16,9 @@ help:
 	@echo 'make bench          build and run the benchmarks     BENCH_FLAGS="--benchmark_filter=<pattern>"'
 	@echo 'make mutants FILES=routing/Urpf.cpp   break the library token by token and name the test that notices'
 	@echo '                      N=20  SEED=1  LINES=20-40  FUNCTION=<pattern>  KIND=<pattern>  SCENARIOS=1  LIST=1'
-	@echo 'make update-golden  make the transcripts of now the golden ones'
-	@echo 'make update-reference  make the reference pages say what the code says'
-	@echo 'make update-symbols    make the list of exported symbols say what the library exports'
+	@echo 'make update-golden  replace the golden transcripts by the present ones'
+	@echo 'make update-reference  regenerate the reference pages from the code'
+	@echo 'make update-symbols    regenerate the list of exported symbols'
 	@echo 'make library        build the library alone, for an agent: build/library'
 	@echo 'make package        build the Debian packages'
 	@echo 'make format         format all C++ files'
