@@ -1,5 +1,5 @@
 #!/bin/sh
-# No file may name a directory of somebody's machine.
+# No file may contain a path of a developer's machine.
 set -u
 cd "$(dirname "$0")/.." || exit
 

@@ -1,4 +1,4 @@
-// A chip SDK and entry managers that do nothing: what is measured is the slice alone.
+// A chip SDK and entry managers that do nothing, so that only the slice is measured.
 #pragma once
 
 #include "platform/sdk/UnavailableShim.h"

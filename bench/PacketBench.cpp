@@ -44,7 +44,7 @@ void route( benchmark::State& state )
 }
 BENCHMARK( route );
 
-/// A range of this many entries, each with a destination of its own; the last one wins.
+/// A range of this many entries, each with a different destination; the last one wins.
 void lookUp( benchmark::State& state )
 {
    const U32 size = static_cast<U32>( state.range( 0 ) );

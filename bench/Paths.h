@@ -11,7 +11,8 @@ namespace Bench {
 struct Path
 {
    std::string_view name;
-   std::string_view goal; // instructions a round, the loop's two included; empty when there is none
+   std::string_view
+      goal; // instructions per round, including the loop's two; empty if there is no goal
    void ( *run )( std::size_t rounds );
 };
 

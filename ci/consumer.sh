@@ -10,7 +10,7 @@ dir=$(mktemp -d)
 trap 'rm -rf "$dir"' EXIT
 prefix=$dir/prefix
 
-# Nothing of an installation knows where it was made, so it works elsewhere too.
+# An installation contains no path of the build, so it also works in another place.
 cmake --install "build/$preset" --prefix "$dir/before" >"$dir/install.log"
 if grep -rlF "$root" "$dir/before"; then
    echo "these installed files hold the path of the directory they were built in"
@@ -71,8 +71,8 @@ for setting in -DVORMEL_CHECKING=1:lockChecks '-UVORMEL_ATOMIC_REFS -DVORMEL_ATO
    fi
 done
 
-# The example agent, as it is installed. Its story is expected.txt, and its chip conforms.
-tells() {
+# The example agent, as it is installed. Its output must be expected.txt, and its chip must conform.
+run_agent() {
    "$1/agent" "$1/routing-plugin.so" >"$1/story.txt" || {
       cat "$1/story.txt"
       return 1
@@ -85,9 +85,9 @@ cp -r "$prefix/share/doc/strata-l3/examples/agent" "$dir/agent"
 cmake -S "$dir/agent" -B "$dir/agent/cmake" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_COMPILE_WARNING_AS_ERROR=ON \
    -DCMAKE_CXX_FLAGS='-Wall -Wextra -Wpedantic' >"$dir/cmake.log"
 cmake --build "$dir/agent/cmake"
-tells "$dir/agent/cmake"
+run_agent "$dir/agent/cmake"
 make -C "$dir/agent" CXXFLAGS='-O1 -Wall -Wextra -Werror'
-tells "$dir/agent"
+run_agent "$dir/agent"
 
 # The simulated chip, and the conformance kit that examines it.
 mkdir -p "$dir/sim"

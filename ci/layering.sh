@@ -11,7 +11,7 @@ for room in platform messages routing sim conformance tool tests bench examples;
    [ -d $room ] && rooms="$rooms $room"
 done
 
-# An example with a folder of its own is a project of its own.
+# An example in its own directory is a separate project.
 # shellcheck disable=SC2086 # a list of words
 find $rooms -path 'examples/*/*' -prune -o -type f \( -name '*.h' -o -name '*.cpp' -o -name '*.def' \) -print | LC_ALL=C sort | xargs -r awk '
 BEGIN {

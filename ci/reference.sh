@@ -1,7 +1,7 @@
 #!/bin/sh
 # reference.sh <strata-l3> [--update]
-# The reference pages come from the tables of the code: compares docs/reference with what the command says now, or
-# writes it anew.
+# The reference pages are generated from the tables of the code: compares docs/reference with the command's output, or
+# rewrites it.
 set -eu
 cd "$(dirname "$0")/.."
 command=$1
@@ -55,22 +55,22 @@ entries() {
 }
 
 attributes | page attributes.md 'Attributes' \
-   'What the helper and the input objects hold, by number. An attribute of number 0 is fixed and publishes nothing.'
+   'The attributes of the helper and the input objects, by number. An attribute with number 0 is fixed and publishes nothing.'
 "$command" operations --markdown | page operations.md 'Operations' \
-   'What the helper can be asked by name.'
+   'The operations of the helper that can be called by name.'
 "$command" messages --markdown | page messages.md 'System log messages' \
-   'In order of declaration; severities as syslog(3) numbers them.'
+   'In order of declaration, with the severities of syslog(3).'
 "$command" commands --markdown | page commands.md 'Commands of scenarios' \
    'In the order of [scenarios.md](../scenarios.md), which explains them.'
 entries | page entries.md 'Entries' \
    'The entries of the main range by offset. The lowest that matches a packet wins. `vlanFloodingDrop` takes two offsets for each traffic class. Offsets that are not here have no entry.'
 traces | page traces.md 'Traces' \
-   'What the slice traces, and at which level. Parts outside quotes are values. SDK calls trace their own text at level 4 of `ApiStrata`.'
+   'The traces of the slice, with their levels. Parts outside quotes are values. SDK calls trace their own text at level 4 of `ApiStrata`.'
 
 if [ "$update" = --update ]; then
    mkdir -p "$pages"
    cp "$new"/*.md "$pages"
 elif ! diff -ru "$pages" "$new"; then
-   echo "$pages does not say what the code says: make update-reference" >&2
+   echo "$pages differs from the code; run make update-reference" >&2
    exit 1
 fi

@@ -9,7 +9,7 @@ cmake --preset debug -B build/tidy -D STRATA_PRECOMPILE=OFF >"$log" 2>&1 || {
    cat "$log"
    exit 1
 }
-# The compile database speaks GCC, so clang meets warning options that it does not know.
+# The compile database is for GCC, so clang finds warning options that it does not know.
 find platform messages routing -type f -name '*.cpp' -print0 |
    xargs -0 -r -n 1 -P "$(nproc)" clang-tidy -p build/tidy --quiet \
       --extra-arg=-Wno-unknown-warning-option 2>&1 |

@@ -17,7 +17,7 @@ if( CMAKE_CXX_COMPILER_ID STREQUAL "GNU" )
    add_compile_options( -Wno-restrict )
 endif()
 
-# Messages carry file names relative to the project root, and no binary tells where it was built.
+# Messages carry file names relative to the project root, and binaries do not contain the build path.
 # The later option wins where both match: a build directory inside the tree stays relative to it.
 add_compile_options(
    -ffile-prefix-map=${PROJECT_BINARY_DIR}=.

@@ -1,19 +1,19 @@
-// The checks, by what they look at. Each leaves the port as it found it.
+// The checks, grouped by their subject. Each restores the state of the port.
 #pragma once
 
 #include "conformance/Entry.h"
 
 namespace Strata::Conformance {
 
-/// What the ingress-port field of a my-station entry, 7 bits, can hold.
+/// The highest value of the 7-bit ingress-port field of a my-station entry.
 inline constexpr int highestIngressPort = 0x7F;
 
 // Codes.cpp
 void checkShim( Examiner& examiner );
-/// Last, when all codes have been seen.
+/// Runs last, after all codes have been returned.
 void checkCodeTexts( Examiner& examiner );
 
-/// Every number and answer of the shim that may not change while the process runs, as text.
+/// Every number and answer of the shim that must not change while the process runs, as text.
 std::vector<std::string> stableNumbers( const Examiner& examiner );
 std::vector<std::string> stableAnswers( const Examiner& examiner );
 
@@ -44,8 +44,8 @@ void checkMyStation( Examiner& examiner, U32 unit );
 void checkActivityLock( Examiner& examiner );
 void checkTimers( Examiner& examiner );
 
-/// Runs `work` while another thread holds the activity lock, for seconds at most; false when that was over
-/// before the work was. The lock is not held.
+/// Runs `work` while another thread holds the activity lock, for at most some seconds; false if the work took longer.
+/// Requires: the lock is not held.
 bool runBesideLockHolder( const std::function<void()>& work );
 
 } // namespace Strata::Conformance

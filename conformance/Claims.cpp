@@ -1,4 +1,4 @@
-// Claims: who gets which id, and what a claim under the same name again keeps.
+// Claims: the id that a claim returns, and the state that a second claim under the same name keeps.
 #include "conformance/Checks.h"
 
 #include <algorithm>
@@ -35,7 +35,7 @@ static void reclaimKeepsWhatItMust( Examiner& examiner, const ManagedRange& rang
          "gave 0 after a packet: nothing to keep" );
    examiner.expectEqual( Promise::hitsSurviveReclaim, entry.hits(), hits.value );
 
-   // The actions are still there, so it can be installed; of the qualifiers only the new one is.
+   // The actions were kept, so it can be installed; the new qualifier is the only one.
    entry.qualify( true );
    const Answer<int> reinstalled = entry.reinstall();
    examiner.expect( Promise::reclaimKeepsActions, again.call, examiner.isSuccess( reinstalled ),

@@ -36,7 +36,7 @@ void checkDistinct( Examiner& examiner )
    eachNumber(
       examiner.shim(), [ & ]( const std::string& kind, std::string_view name, S64 number ) {
          if( kind == "VlanFlag" )
-            return; // those share no bit, which says more
+            return; // the check that they share no bit is stricter
          const auto [ at, isNew ] = names.try_emplace( { kind, number }, name );
          examiner.expect( Promise::numbersDistinct, kind + " " + std::string( name ), isNew,
             "has the number of " + at->second + ", " + std::to_string( number ) );

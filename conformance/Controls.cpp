@@ -8,7 +8,7 @@ namespace {
 struct Control
 {
    SwitchControl role;
-   int value; // what the slice writes at bring-up
+   int value; // the value that the slice writes at bring-up
    bool chipPromises;
 };
 
@@ -37,14 +37,14 @@ std::vector<Control> controlsOf( const ChipAttributes& chip )
    };
 }
 
-/// The slice writes these of the single unit alone.
+/// The controls that the slice writes only on the single unit.
 bool isSingleUnits( SwitchControl role )
 {
    return role == SwitchControl::L3InterfaceUrpfEnable ||
           role == SwitchControl::IgmpReservedMcastEnable;
 }
 
-/// Those that a port which comes later is given, chip-wide.
+/// The controls that the slice writes chip-wide for each port that is added.
 bool isWrittenByPort( SwitchControl role )
 {
    switch( role ) {
@@ -166,7 +166,7 @@ static void checkVlanRecord( Examiner& examiner, U32 unit )
    examiner.expectReadable(
       got, [ & ] { return examiner.vlanControlSet( unit, vlan, original ); } );
    if( !examiner.isSuccess( got ) )
-      return; // vlanExistsAgrees has it
+      return; // reported by vlanExistsAgrees
    const SdkShimInterface& shim = examiner.shim();
    const U32 ours = sliceFlags( shim );
    const U32 off = shim.vlanFlag( VlanFlag::vlanIp4RoutingOff ) |
@@ -191,7 +191,7 @@ static void checkVlanRecord( Examiner& examiner, U32 unit )
             Vormel::format( "is read back as flags 0x%x", read.flags() ) );
       if( foreignRest )
          examiner.expect( Promise::vlanForeignKept, set.call, read.rest == original.rest,
-            "changed the rest of the record, which travels as it was read" );
+            "changed the rest of the record, which must be written as it was read" );
       if( !foreignFlags && !foreignRest )
          examiner.notTried( Promise::vlanForeignKept,
             Vormel::format( "the record of VLAN %d on unit %d has nothing foreign", vlan, unit ) );

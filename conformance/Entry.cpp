@@ -6,7 +6,7 @@ Entry::~Entry()
 {
    try {
       range_.manager->releaseEntry( unit_, id_ );
-   } catch( ... ) { // was reported where it was tried
+   } catch( ... ) { // already reported by the call that failed
    }
 }
 
@@ -108,7 +108,7 @@ void Entry::expectPortSets()
       return;
    const StrataUnit& known = *examiner_.port().scsd->units().find( unit_ );
    examiner_.expectSuccess( Promise::portSetsAccepted, portsAre( known.ports ) );
-   // Second passes of tunnels alone ask for this, in the main range.
+   // Only second passes of tunnels need this, in the main range.
    const ChipAttributes chip = examiner_.chip();
    if( range_.group || !chip.vxlanSupported || chip.vxlanRoutingInOnePass || !known.loopbackPort )
       return;

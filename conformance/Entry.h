@@ -1,4 +1,4 @@
-// An entry that a check tries things on. It is released when the check is over.
+// An entry for use by a check. It is released at the end of the check.
 #pragma once
 
 #include "conformance/Examiner.h"
@@ -8,19 +8,20 @@
 
 namespace Strata::Conformance {
 
-/// What a range is asked to qualify on, or to do.
+/// A qualifier or action for entries of a range.
 struct Probe
 {
    std::string name;
-   bool ChipAttributes::*needs = nullptr; // the attribute that promises it; null: every chip has it
+   bool ChipAttributes::*needs =
+      nullptr; // the attribute by which a chip has it; null: every chip has it
    bool notInAclKeys = false;
    Answer<int> ( *make )( Examiner&, U32 unit, U32 entry ) = nullptr;
 };
 
-/// Those that the slice gives to entries of the range, the ones that every chip has first.
+/// The qualifiers that the slice gives to entries of the range; those that every chip has come first.
 std::vector<Probe> qualifiersOf( const ManagedRange& range );
-/// The same for actions, in sets that one entry can have, because others contradict each other. Those with a port bitmap
-/// need the FP lock and are not among them.
+/// The same for actions, in sets without contradictions, which one entry can have. Actions with a port bitmap need the
+/// FP lock and are not included.
 std::vector<std::vector<Probe>> actionsOf( const ManagedRange& range );
 
 inline const std::string firstName = "conformance";
@@ -43,9 +44,9 @@ class Entry
    U32 id() const { return id_; }
 
    Answer<U32> claim( const std::string& name = firstName, bool orNext = false );
-   /// One qualifier that every chip has: the range's first, or its second.
+   /// Adds one qualifier that every chip has: the range's first, or its second.
    Answer<int> qualify( bool second = false );
-   /// The range's first action.
+   /// Adds the range's first action.
    Answer<int> act();
    Answer<int> install();
    Answer<int> reinstall();
@@ -53,13 +54,13 @@ class Entry
    std::string remove();
    std::string release();
    Answer<U64> hits();
-   /// Claimed, with one qualifier and one action.
+   /// Claims the entry with one qualifier and one action.
    void define();
-   /// The claim is given the port sets that the slice gives to entries of the range.
+   /// Adds the port sets that the slice gives to entries of the range.
    void expectPortSets();
-   /// Only entries of the main range and of peer MAC ARP qualify on ports.
+   /// Whether entries of the range qualify on ports: only in the main range and in that of peer MAC ARP.
    bool takesPorts() const { return !range_.group || range_.group == TcamGroup::peerMacArp; }
-   /// Qualifies on arrival by one of these.
+   /// Qualifies on arrival on one of these ports.
    Answer<int> portsAre( const PortBitmap& ports );
 
    bool inspectable() const { return examiner_.has( Hook::installedEntry ); }
@@ -67,7 +68,7 @@ class Entry
    {
       return examiner_.port().installedEntry( unit_, id_ );
    }
-   /// Where hardware can be inspected: it holds the entry, as described.
+   /// If hardware can be inspected: expects the entry there, as described.
    void expectInstalled( Promise promise, const std::string& call, U32 qualifiers, bool enabled );
    void expectAbsent( Promise promise, const std::string& call );
 

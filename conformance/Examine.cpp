@@ -7,7 +7,7 @@ namespace Strata::Conformance {
 
 namespace {
 
-/// Runs a check; what it throws is a finding, and the end of this check alone.
+/// Runs a check. An exception is a finding, and ends only this check.
 template<class Check>
 void run( Examiner& examiner, const char* name, Check check )
 {
@@ -19,7 +19,7 @@ void run( Examiner& examiner, const char* name, Check check )
          "met an exception: " + std::string( error.what() ) );
    } catch( ... ) {
       examiner.expect(
-         Promise::callsDoNotThrow, name, false, "met a throw of what is no std::exception" );
+         Promise::callsDoNotThrow, name, false, "threw an object that is not a std::exception" );
    }
 }
 
@@ -40,7 +40,7 @@ void expectSame( Examiner& examiner, Promise promise, const std::vector<std::str
          promise, before[ i ], before[ i ] == after[ i ], "no longer: now " + after[ i ] );
 }
 
-/// Entries of the uRPF groups live on the single unit alone.
+/// Entries of the uRPF ranges exist only on the single unit.
 std::vector<U32> unitsOf( const Examiner& examiner, const ManagedRange& range )
 {
    if( range.group == TcamGroup::urpfSingleWide || range.group == TcamGroup::urpfDoubleWide )
@@ -114,7 +114,7 @@ Report examine( const Port& port )
 {
    Report report;
    Examiner examiner( port, report );
-   // Without these there is nothing to examine.
+   // These are needed for every check.
    if( !port.scsd )
       examiner.expect( Promise::oneShim, "the port's scsd", false, "is null" );
    else if( !port.scsd->sdkShim() )

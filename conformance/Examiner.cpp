@@ -63,7 +63,7 @@ void Examiner::lockWasLeft( const std::string& call, bool held )
       Vormel::activityLock().lock();
 }
 
-/// The hook belongs to the call that took the FP lock, and comes before the activity lock is given away.
+/// Calls the hook of the call that takes the FP lock, before the activity lock is released.
 static bool hasPreCall( SdkOperation which )
 {
    return which != SdkOperation::fieldLock && which != SdkOperation::fieldUnlock;
@@ -80,7 +80,7 @@ Answer<int> Examiner::operation( SdkOperation which, std::string call, Work work
       code = work();
       lockWasLeft( call, false );
    };
-   // Until it succeeds, for a call that is refused may not get as far as the lock.
+   // Repeated until it succeeds, because a call that is refused may not reach the lock.
    if( triedBesideLockHolder_.contains( which ) ) {
       make();
    } else {

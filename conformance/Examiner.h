@@ -1,4 +1,4 @@
-// How every check makes its calls and says what it expected of them.
+// The calls and expectations of all checks.
 #pragma once
 
 #include "conformance/Port.h"
@@ -14,7 +14,7 @@
 
 namespace Strata::Conformance {
 
-/// What a call returned, with the call as a person reads it.
+/// The result of a call, with the text of the call.
 template<class T>
 struct Answer
 {
@@ -32,7 +32,7 @@ class Examiner
    const Port& port() const { return port_; }
    SdkShimInterface& shim() const { return *port_.scsd->sdkShim(); }
    ChipAttributes chip() const { return chipAttributes( *port_.scsd ); }
-   /// The numbers of the unit table, in its order.
+   /// The unit numbers of the unit table, in its order.
    std::vector<U32> units() const;
    /// All ports of a unit of the table.
    const PortBitmap& portsOf( U32 unit ) const { return port_.scsd->units().find( unit )->ports; }
@@ -52,8 +52,8 @@ class Examiner
       return result;
    }
 
-   // Expectations. `seen` completes the sentence that the call begins. What was met keeps a promise only when the
-   // port has the promise's hook.
+   // Expectations. `seen` continues the sentence that begins with the call. A met expectation counts only if the port
+   // has the promise's hook.
    void expect( Promise promise, const std::string& call, bool kept, const std::string& seen );
    template<class T>
    void expectEqual( Promise promise, const Answer<T>& answer, const T& wanted )
@@ -63,10 +63,10 @@ class Examiner
    }
    void expectSuccess( Promise promise, const Answer<int>& answer );
    void expectSuccessOrUnavailable( Promise promise, const Answer<int>& answer );
-   /// A failure that ends the agent; `wanted` is its code, where that is known.
+   /// Expects a failure that ends the agent; `wanted` is its code, if that is known.
    void expectFailure(
       Promise promise, const Answer<int>& answer, std::optional<int> wanted = std::nullopt );
-   /// `write` is made only where the read is not available: the slice writes what it could not read.
+   /// Calls `write` only if the read is not available, because the slice then also writes.
    template<class Write>
    void expectReadable( const Answer<int>& read, Write write )
    {

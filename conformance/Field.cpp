@@ -30,7 +30,7 @@ static void unclaimedIds( Examiner& examiner, const ManagedRange& range, U32 uni
    examiner.expectFailure( Promise::unclaimedRefused, entry.act(), examiner.port().notFoundCode );
 }
 
-/// Bring-up runs twice: the second time, each action meets a claim that has it.
+/// Bring-up runs twice, so the second time each action is added to a claim that already has it.
 static void givenTwice(
    Examiner& examiner, const ManagedRange& range, U32 unit, const std::vector<Probe>& actions )
 {
@@ -86,7 +86,7 @@ void checkQualifiersAndActions( Examiner& examiner, const ManagedRange& range, U
    unclaimedIds( examiner, range, unit );
 }
 
-/// As the slice rewrites an entry's actions: all of them, for one with a port bitmap. Returns the call that gave it.
+/// Replaces an entry's actions by one with a port bitmap, as the slice does. Returns the call that added it.
 static std::string rewriteActions(
    Examiner& examiner, Entry& entry, FieldAction action, const PortBitmap& ports )
 {
@@ -106,7 +106,7 @@ static void actionsAreRewritten(
       entry.unit(), [ & ] { call = rewriteActions( examiner, entry, action, ports ); } );
    const Answer<int> installed = entry.install();
    examiner.expectSuccess( Promise::installSucceeds, installed );
-   // One action is left of those that were given.
+   // Only one of the actions remains.
    entry.expectInstalled( Promise::removeAllEmpties, installed.call, 1, true );
    if( !entry.inspectable() )
       return;

@@ -1,4 +1,4 @@
-// Installation: what reaches hardware, when it leaves it, and what is forgotten.
+// Installation: which state reaches hardware, when it is removed, and what is forgotten.
 #include "conformance/Checks.h"
 
 namespace Strata::Conformance {
@@ -26,7 +26,7 @@ static void installWritesTheClaim( Examiner& examiner, const ManagedRange& range
    entry.expectInstalled( Promise::enableSucceeds, on.call, 1, true );
 }
 
-/// The slice reads counters from entries that it installs again and again.
+/// The slice reads counters from entries that it installs repeatedly.
 static void hitsOutliveInstallations( Examiner& examiner, const ManagedRange& range, U32 unit )
 {
    if( !examiner.has( Hook::hitEntry ) )
@@ -69,7 +69,7 @@ static void releaseEndsTheClaim( Examiner& examiner, const ManagedRange& range, 
       examiner.port().hitEntry( unit, entry.id() );
    entry.expectAbsent( Promise::releaseForgets, entry.release() );
 
-   // The id is free for any name, and nothing of the former claim is left.
+   // The id is free for any name, and the state of the former claim is gone.
    examiner.expectEqual( Promise::releaseForgets, entry.claim( otherName ), entry.id() );
    examiner.expectEqual( Promise::releaseForgets, entry.hits(), U64{ 0 } );
    if( !examiner.port().provoke )

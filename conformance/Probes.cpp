@@ -1,4 +1,4 @@
-// Which qualifiers and actions the slice gives to entries of which range, with data as it gives them.
+// The qualifiers and actions that the slice gives to entries of each range, with typical data.
 #include "conformance/Entry.h"
 
 namespace Strata::Conformance {

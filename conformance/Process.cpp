@@ -1,4 +1,4 @@
-// What the slice expects of the process it runs in: the activity lock, the clock.
+// The promises of the process: the activity lock, the clock.
 #include "conformance/Checks.h"
 #include "platform/runtime/Clock.h"
 
@@ -72,7 +72,7 @@ class CountingTimer : public Vormel::Timer
    }
 };
 
-/// False when nobody knows how to let time pass on this clock.
+/// Advances the clock; false if neither the kit nor the port can do that.
 bool letPass( const Port& port, Vormel::Clock& clock, double seconds )
 {
    if( port.runClock )

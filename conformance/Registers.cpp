@@ -8,7 +8,7 @@ namespace Strata::Conformance {
 
 namespace {
 
-/// Tries the fields on `original`: each changes bits of its own, and only those. Returns all those bits.
+/// Checks that each field changes only its own bits of `original`. Returns the bits of all fields.
 template<class Value>
 Value checkFields(
    Examiner& examiner, Register reg, std::initializer_list<RegisterField> fields, Value original )
@@ -33,7 +33,7 @@ Value checkFields(
    return taken;
 }
 
-/// Reads, writes with the fields turned over, reads, writes the original.
+/// Reads, writes with all bits of the fields inverted, reads, and writes the original.
 template<class Value, class Read, class Write>
 void checkRegister( Examiner& examiner, Register reg, std::initializer_list<RegisterField> fields,
    Read read, Write write )
@@ -109,7 +109,7 @@ namespace {
 
 constexpr EthAddr macValue( 0x02, 0x00, 0xa1, 0xab, 0xcd, 0xef );
 
-/// The CPU port, or what fits of one that cpuPortFits refuses.
+/// The CPU port, or the low bits of one that is too large (see cpuPortFits).
 U32 ingressPort( const SdkShimInterface& shim, U32 unit )
 {
    return static_cast<U32>( shim.cpuPort( unit ) & highestIngressPort );
@@ -121,7 +121,7 @@ struct NumberField
    U32 value;
 };
 
-/// The fields that hold numbers, with the values that the slice writes.
+/// The numeric fields, with the values that the slice writes.
 std::array<NumberField, 9> numberFields( U32 cpuPort )
 {
    return { { { MemoryField::Valid, 1 }, { MemoryField::VlanId, 0xABC },
@@ -141,7 +141,7 @@ MemoryEntry fullEntry( const SdkShimInterface& shim, U32 cpuPort )
    return entry;
 }
 
-/// `skipped`: a field that is another one's business.
+/// `skipped`: a field that another check covers.
 void expectFields( Examiner& examiner, Promise promise, const std::string& call,
    const MemoryEntry& entry, U32 cpuPort, std::optional<MemoryField> skipped = std::nullopt )
 {

@@ -26,7 +26,7 @@ Hook hookOf( Promise promise )
    return promiseHooks[ static_cast<std::size_t>( promise ) ];
 }
 
-/// All promises that one rests on, near and far.
+/// All promises that one depends on, directly and indirectly.
 static std::set<Promise> basesOf( Promise promise )
 {
    using enum Promise;
@@ -89,7 +89,8 @@ std::vector<Report::Root> Report::roots() const
 
 std::string Report::text( bool all ) const
 {
-   static constexpr std::size_t shown = 3; // of a promise: the rest says the same of other units
+   static constexpr std::size_t shown =
+      3; // of a promise: further ones usually repeat it for other units
    std::string text;
    for( const Promise promise : Vormel::enumValues<Promise>() ) {
       const Verdict itsVerdict = verdict( promise );
@@ -112,7 +113,7 @@ std::string Report::text( bool all ) const
    for( const Root& root : roots() )
       if( root.others != 0 )
          text += "likely root: " + std::string( Vormel::enumName( root.promise ) ) + ", on which " +
-                 std::to_string( root.others ) + " of the other broken promises rest\n";
+                 std::to_string( root.others ) + " of the other broken promises depend\n";
    const auto count = [ & ]( Verdict wanted ) {
       return std::to_string( std::ranges::count( verdicts_, wanted ) );
    };

@@ -1,4 +1,4 @@
-// What an examination found: each promise kept, broken, or not tried.
+// The result of an examination: each promise is kept, broken, or not tried.
 #pragma once
 
 #include "platform/runtime/Enum.h"
@@ -46,7 +46,7 @@ struct Finding
 {
    Promise promise;
    std::string call; // "main: getEntry( unit 0, id 1001, "conformance" )"
-   std::string seen; // "gave 0, not 1001"
+   std::string seen; // the result: "gave 0, not 1001"
 
    /// "broken promise reclaimGivesTheId: <what it says>: <call> <seen>"
    std::string text() const;
@@ -64,26 +64,26 @@ class Report
    {
       return verdicts_[ static_cast<std::size_t>( promise ) ];
    }
-   /// Why it, or a part of it, was not tried.
+   /// Why the promise, or a part of it, was not tried.
    const std::string& whyNotTried( Promise promise ) const
    {
       return whyNot_[ static_cast<std::size_t>( promise ) ];
    }
    const std::vector<Finding>& findings() const { return findings_; }
-   /// Nothing is broken. What was not tried does not count.
+   /// Whether no promise is broken. Promises that were not tried do not count.
    bool conforms() const { return findings_.empty(); }
 
-   /// A broken promise that rests on no other broken one.
+   /// A broken promise that does not depend on another broken one.
    struct Root
    {
       Promise promise;
-      std::size_t others; // the broken promises that rest on it
+      std::size_t others; // the number of broken promises that depend on it
    };
-   /// In the order of Promises.def: where to look first when much is broken.
+   /// In the order of Promises.def. They are the likely causes when many promises are broken.
    std::vector<Root> roots() const;
 
-   /// A line for each promise, with what was seen below a broken one; a line for each root on which others rest; a
-   /// line that counts. `all` false: only the promises that are not kept.
+   /// A line for each promise, with the results below a broken one; a line for each root on which others depend; a line
+   /// with numbers. `all` false: without the promises that are kept.
    std::string text( bool all = true ) const;
 
  private:

@@ -1,4 +1,4 @@
-// What the agent says of its units and entry ranges.
+// The agent's units and entry ranges.
 #include "conformance/Checks.h"
 
 #include <algorithm>
@@ -53,7 +53,7 @@ static void checkUnit( Examiner& examiner, U32 number )
          special.add( static_cast<U32>( port ) );
    examiner.expect( Promise::unitRecordIsFrontPanel, "unitRecord" + place,
       ( record & special ).empty() && ( record - unit.ports ).empty(),
-      Vormel::format( "holds %s, which are no front-panel ports",
+      Vormel::format( "contains %s, which are not front-panel ports",
          ( record & special ) | ( record - unit.ports ) ) );
 }
 

@@ -1,4 +1,4 @@
-// How full the layer-3 tables are. Written by the owners of the tables, shown to everyone.
+// How full the layer-3 tables are. Written by the owners of the tables, readable by all.
 #pragma once
 
 #include "platform/runtime/Attributes.h"

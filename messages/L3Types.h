@@ -19,7 +19,7 @@ namespace Strata {
 using Vormel::EthAddr;
 using Vormel::IntfId;
 
-/// What hardware needs of a routed interface.
+/// The settings of a routed interface that hardware needs.
 struct L3IntfInfo
 {
    IntfId intfId;
@@ -41,11 +41,11 @@ struct L3IntfFlowKey
    auto operator<=>( const L3IntfFlowKey& ) const = default;
 };
 
-/// What stands behind the key.
+/// The L3 interface for a key, and its users.
 struct L3IntfFlowInfo
 {
    U32 hwL3IntfId = 0;
-   U32 refCount = 0; // flows that use it; it goes at 0
+   U32 refCount = 0; // flows that use it; at 0 it is removed
 
    auto operator<=>( const L3IntfFlowInfo& ) const = default;
 };
@@ -96,7 +96,7 @@ VORMEL_EXPORT std::string toText( const L3IntfFlowInfo& value );
 VORMEL_EXPORT std::string toText( const MplsTunnelKey& value );
 VORMEL_EXPORT std::string toText( const MplsTunnelKeyAndL3Intf& value );
 
-// For HashMap; depend on the value and the seed alone.
+// For HashMap; depend only on the value and the seed.
 VORMEL_EXPORT U64 hashValue( const L3IntfInfo& value, U32 seed );
 VORMEL_EXPORT U64 hashValue( const L3IntfFlowKey& value, U32 seed );
 VORMEL_EXPORT U64 hashValue( const L3IntfFlowInfo& value, U32 seed );

@@ -1,4 +1,4 @@
-// The system log messages that the slice declares. It raises two of them itself; the others are the agent's.
+// The system log messages that the slice declares. It raises two of them; other parts of the agent raise the rest.
 #pragma once
 
 #include "platform/runtime/Export.h"

@@ -1,5 +1,5 @@
-// What exists once per process: the shim, the activity lock and manager, the registries, the chip attributes.
-// They are in one source file because an inline variable would be doubled per shared object.
+// Objects that exist once per process: the shim, the activity lock and manager, the registries, the chip attributes.
+// They are in a source file because each shared object would have its own copy of an inline variable.
 #include "platform/runtime/Activity.h"
 #include "platform/runtime/Assert.h"
 #include "platform/runtime/Clock.h"

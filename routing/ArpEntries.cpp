@@ -1,5 +1,4 @@
-// ARP while layer-2-only traffic to the router MAC is trapped: replies go to the CPU, unicast requests are
-// dropped.
+// ARP to a router MAC, while layer-2-only traffic to it is trapped: replies go to the CPU, unicast requests are dropped.
 #include "messages/Traces.h"
 #include "platform/state/StrataCommon.h"
 #include "routing/RoutingStatusHelper.h"
@@ -21,7 +20,7 @@ void RoutingStatusHelper::handleTcamEntryArpReplyToCpu( MacType macType )
    const bool bridge = macType == MacType::bridgeMac;
    const EthAddr macMask = EthAddr::broadcast;
    const U8 stpMask = 0xFF;
-   // A re-claim keeps the actions, so they are added with the first programming alone.
+   // A repeated claim keeps the actions, so they are added only when the entry is programmed for the first time.
    const bool addActions = tcamEntryArpReply( macType ) == 0;
 
    TcamEntry reply( tcamManager(), bridge ? TcamL3EntryId::arpReply : TcamL3EntryId::arpFennicReply,

@@ -52,7 +52,7 @@ void RoutingStatusHelper::init( bool enable, bool initHw )
    if( chip.l3CpuFpEntries && !chip.noNextHopToCpuEntry )
       initializeNextHopToCpuTcam();
 
-   // Before the flood entries: they take another shape where floods go through the loopback port.
+   // Before the flood entries, whose actions depend on useLb.
    useLbIs( chip.lbPortAvailable && !chip.lbViaRecircOnly );
    if( useLb() )
       initLoopback();
@@ -88,7 +88,7 @@ void RoutingStatusHelper::l3Init( bool enable )
 
 void RoutingStatusHelper::initLoopback()
 {
-   // The last group of the allocation is the one of all ports.
+   // The last group of the allocation contains all ports.
    if( l2McastTableAllocation() && l2McastTableAllocation()->size() > 0 )
       allPortsL2McIs( l2McastTableAllocation()->size() - 1 );
    else

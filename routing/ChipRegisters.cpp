@@ -1,4 +1,4 @@
-// Ingress registers and the controls that stand in for them on HSDK chips.
+// Ingress registers, and the controls that replace them on HSDK chips.
 #include "messages/Traces.h"
 #include "routing/RoutingStatusHelper.h"
 #include "routing/tcam/CheckedCall.h"

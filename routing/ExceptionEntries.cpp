@@ -1,4 +1,5 @@
-// Exceptions: TTL 0 and 1, and packets whose next hop is the CPU. Made at chip initialisation, never removed.
+// Exceptions: TTL 0 and 1, and packets whose next hop is the CPU. Their entries are made at chip initialisation and never
+// removed.
 #include "messages/Traces.h"
 #include "platform/runtime/Format.h"
 #include "platform/state/StrataCommon.h"
@@ -8,7 +9,7 @@
 
 namespace Strata {
 
-// IP packets with TTL 0 or 1 go to the CPU, on a queue of their own, and no further.
+// IP packets with TTL 0 or 1 go to the CPU, on a queue of their own, and are not forwarded.
 static void initializeTtlCheckTcam( const Ref<StrataBoundedTcamEntryManager>& manager, U8 unit )
 {
    using StrataCommon::cpuCosqTtl1_;
@@ -30,7 +31,7 @@ static void initializeTtlCheckTcam( const Ref<StrataBoundedTcamEntryManager>& ma
 
 static constexpr U32 highestTtlCheckUnit = 0xFF;
 
-/// Checks before anything is written, because an error half-way would leave the switch half programmed.
+/// Runs before anything is written, because a later error would leave the switch half programmed.
 static void checkTtlCheckUnits( const UnitTable& units )
 {
    for( const auto& i : units )

@@ -1,4 +1,4 @@
-// Chip-wide controls of features that the reactor drives.
+// Chip-wide controls of features that the reactor turns on and off.
 #include "routing/RoutingStatusHelper.h"
 #include "routing/tcam/CheckedCall.h"
 

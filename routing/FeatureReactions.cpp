@@ -1,4 +1,4 @@
-// What follows when a feature is configured: one value is read and handed on.
+// Reactions to the configuration of features: each reads one value and passes it to the helper.
 #include "messages/Traces.h"
 #include "platform/runtime/Assert.h"
 #include "routing/RoutingStatusSm.h"
@@ -48,7 +48,7 @@ RoutingStatusSm::InForce RoutingStatusSm::inForce() const
    return { hwStatus_->l2DualHash(), hwStatus_->l3DualHash(), hwStatus_->l2TrafficRouting() };
 }
 
-// Each value is reported before the next is looked at: who hears the report may change the configuration.
+// Each value is reported before the next is read, because a subscriber of the report may change the configuration.
 void RoutingStatusSm::handleDualHash()
 {
    VORMEL_TRACE( routingTrace, 8, "handleDualHash" );
@@ -89,7 +89,7 @@ void RoutingStatusSm::handleL2TrafficRoutingStatus()
 void RoutingStatusSm::handleNexthopStatus( const std::string& name )
 {
    VORMEL_TRACE( routingTrace, 8, "handleNexthopStatus" << name );
-   // Totals are kept, so that an event costs the same with any number of entities.
+   // Totals are kept, so that the cost of an event does not depend on the number of entities.
    if( const auto old = nexthops_.erase( name ) ) {
       nexthopsProgrammed_ -= old->programmed ? 1 : 0;
       nexthopsUsingL3Egress_ -= old->usesL3Egress ? 1 : 0;

@@ -1,4 +1,4 @@
-// The entries that carry the flood port bitmap: routed floods in a VLAN, and those that policy routing steers.
+// The entries that carry the flood port bitmap: routed floods in a VLAN, and floods of policy routing.
 #include "messages/Traces.h"
 #include "platform/state/StrataCommon.h"
 #include "routing/RoutingStatusHelper.h"

@@ -1,4 +1,4 @@
-// The ports that receive routed floods, and pushing them into the entries that carry them.
+// The ports that receive routed floods, and writing them into the entries that carry them.
 #include "messages/Traces.h"
 #include "platform/runtime/Assert.h"
 #include "routing/RoutingStatusHelper.h"
@@ -11,7 +11,9 @@
 
 namespace Strata {
 
-// Logical port assumed for an interface that has none.
+// Logical port assumed for an interface that has none: the last bit of a port bitmap. An assertion would end the agent
+// for a number that another part of it assigns later, and leaving the bitmap alone would hide the event; this port is
+// the one that an agent is least likely to use.
 static constexpr U32 noLogicalPort = 1023;
 
 static bool isRouted( const Interface::EthIntfStatusDir* dir, IntfId intf )
@@ -58,7 +60,7 @@ void RoutingStatusHelper::updateVlanFloodIgnoreIntf( IntfId intf )
             routedPortsAndRoutedLagMemberIs( member, true );
          else
             routedPortsAndRoutedLagMemberDel( member );
-         // Who heard of the member may have switched the LAG: its members were handled then.
+         // A subscriber notified by the change above may have switched the LAG; its members were handled then.
          if( isRouted( ethIntfStatusDir().get(), intf ) != routed )
             break;
       }
@@ -163,7 +165,7 @@ void RoutingStatusHelper::updateVlanFloodTcamEntryPbmp( U32 unit, bool pbr )
       return;
    }
    if( !fabricMode() || entry == tcamEntryVlanFlood() ) {
-      // The first form can not be met today: the assertion above stands before it.
+      // The first branch is unreachable: the assertion above excludes it. Both are kept on purpose.
       if( !pbr && shared().vfiForwarding() )
          CHECKED( FP_LOCK_INTERNAL_CHK( unit, setAddAction( unit, entry ) ) );
       else

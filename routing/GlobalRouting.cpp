@@ -1,4 +1,4 @@
-// IPv4 and IPv6 routing of the whole chip, and the same controls for a port that comes later.
+// IPv4 and IPv6 routing of the whole chip, and the same controls for a port that is added later.
 #include "messages/Traces.h"
 #include "platform/runtime/Assert.h"
 #include "routing/RoutingStatusHelper.h"
@@ -9,7 +9,7 @@
 
 namespace Strata {
 
-// Once per process: an agent that still asks for the old way of programming must not start routing.
+// Checked once per process: an agent that still requests the old way of programming must not start routing.
 static void checkSmallTables()
 {
    static bool checked = false;
@@ -81,13 +81,13 @@ void RoutingStatusHelper::handleRouting( bool enable, bool enable6 )
       }
       VORMEL_TRACE( routingTrace, 2, "Hardware routing enabled" );
    }
-   // From one family to another or to both: the controls serve either, so nothing is written.
+   // If routing was on and stays on for any family, nothing is written: the controls serve both families.
 }
 
 void RoutingStatusHelper::noteIpOptionsProfile( U32 unit, S32 profile )
 {
    if( profile == noIpOptionsProfile )
-      return; // the unit has none; what other units have is still to be destroyed
+      return; // the chip lacks the operation; the profiles of other units are still to be destroyed
    if( ipOptionsProfile() != noIpOptionsProfile && ipOptionsProfile() != profile )
       VORMEL_TRACE( routingTrace, 2,
          "handleRouting: unit " << unit << " has IPv4 options profile " << profile << ", not "

@@ -1,4 +1,4 @@
-// What follows when interfaces come, go, change their port, their forwarding model or their LAG.
+// Reactions to interfaces that are added or removed, or change their port, forwarding model or LAG.
 #include "messages/Traces.h"
 #include "platform/runtime/Assert.h"
 #include "platform/runtime/Errors.h"
@@ -87,9 +87,9 @@ void RoutingStatusSm::handleStrataIntfToPort( IntfId intf )
    if( !present )
       VORMEL_TRACE( routingTrace, 8,
          "handleStrataIntfToPortInterface" << intf << " not present in strataIntfToPort" );
+   // Re-checked: a subscriber notified by the re-programming above may have removed the mapping.
    else if( routingStatusHelper_ && scsd_->strataIntfToPort().contains( intf ) )
-      routingStatusHelper_->programSwitchCtrlPortSet(
-         intf ); // who heard of the floods may have taken it away
+      routingStatusHelper_->programSwitchCtrlPortSet( intf );
 }
 
 } // namespace Strata

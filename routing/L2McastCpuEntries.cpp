@@ -1,6 +1,6 @@
-// Layer-2 multicast and the CPU: MAC table entries point some addresses to three reserved groups; these
-// entries give the groups their meaning. Without a group of all ports, the chip floods to the groups' own members; a
-// redirect that an entry has from before is then taken out, which needs the FP lock.
+// Layer-2 multicast and the CPU. The MAC table sends some addresses to three reserved groups (CPU, CPU and flood, flood);
+// these entries implement the groups. Without a group of all ports, the chip floods to the groups' own members. An
+// earlier redirect of an entry is then removed, which needs the FP lock.
 #include "messages/Traces.h"
 #include "routing/RoutingStatusHelper.h"
 #include "routing/tcam/CheckedCall.h"
@@ -146,7 +146,8 @@ void RoutingStatusHelper::programSkipL2McastPktFromCoreToCpu( bool vxlanEnabled 
          deleteEntry( tcamManager(), shared().units(), tcamEntrySkipL2McastPktFromCoreToCpu() ) );
       return;
    }
-   // Without the tunnel qualifier the entry would keep all known multicast from the CPU.
+   // A chip without VXLAN refuses the tunnel qualifier, and without it the entry would keep all known multicast from
+   // the CPU.
    if( !chipAttributes( shared() ).vxlanSupported ) {
       VORMEL_TRACE( routingTrace, 1, "programSkipL2McastPktFromCoreToCpu: no VXLAN on this chip" );
       return;

@@ -1,5 +1,5 @@
-// Frames to a router MAC that are not routed go to the CPU: the last entries of a MAC kind, which catch what
-// its VXLAN and ARP entries leave.
+// Frames to a router MAC that are not routed go to the CPU. These entries have the highest ids of a MAC kind, so they
+// match only what its VXLAN and ARP entries do not.
 #include "messages/Traces.h"
 #include "platform/runtime/Assert.h"
 #include "platform/state/StrataCommon.h"
@@ -13,7 +13,7 @@ namespace Strata {
 
 namespace {
 
-/// Sets a flag during its lifetime.
+/// Sets a flag for a scope, and restores it at the end, also after an exception.
 class Raised
 {
  public:
@@ -37,8 +37,8 @@ void RoutingStatusHelper::handleTcamEntryL2ToCpu()
    const Raised handled( trap_.written[ MacType::bridgeMac ].handled );
    if( routerMacAddr().isZero() )
       withdrawTrap( MacType::bridgeMac );
-   if( routerMacAddr()
-          .isZero() ) // re-checked: a subscriber may have set a MAC during the withdrawal
+   // Re-checked: a subscriber may have set a MAC during the withdrawal.
+   if( routerMacAddr().isZero() )
       return;
    if( tcamEntryTrapCpuForL2Only( MacType::bridgeMac ) != 0 &&
        tcamEntryRouterMac() == routerMacAddr() )
@@ -70,13 +70,13 @@ void RoutingStatusHelper::installNoted( MacType macType )
    try {
       installTcamEntryForNonRoutableToCpu( macType );
    } catch( ... ) {
-      noteMacIs(
-         macType, EthAddr() ); // the entries differ, so the next handling makes all of them anew
+      // The entries may differ now. A zero note lets the next call make all of them anew.
+      noteMacIs( macType, EthAddr() );
       throw;
    }
 }
 
-// First, so that the trap never catches tunnel traffic.
+// Called before the trap entries are made, so that the trap never matches tunnel traffic.
 void RoutingStatusHelper::installVxlanEntries( MacType macType )
 {
    if( !chipAttributes( shared() ).vxlanSupported )
@@ -99,7 +99,7 @@ void RoutingStatusHelper::noteMacIs( MacType macType, const EthAddr& mac )
       trap_.fennicMac = mac;
 }
 
-// An operation called by name writes some entries of the kind, so the note is kept only while all have one MAC.
+// An operation called by name writes only some entries of the kind, so the note is zero unless all have the same MAC.
 void RoutingStatusHelper::noteWritten(
    MacType macType, EthAddr WrittenMacs::*entry, const EthAddr& mac )
 {

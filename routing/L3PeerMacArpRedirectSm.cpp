@@ -71,7 +71,7 @@ void L3PeerMacArpRedirectSm::onScsd( const Vormel::Change& change )
          handlePeerMacArpRedirect();
       return;
    case StrataCommonSmData::lagOfMemberNumber:
-      // A member that leaves is known by the LAG it was in.
+      // A member that has left the peer link is recognised by the old value, its former LAG.
       if( concernsPeerLink( change.key.as<IntfId>() ) ||
           ( !change.oldValue.empty() && concernsPeerLink( change.oldValue.as<IntfId>() ) ) )
          handlePeerMacArpRedirect();

@@ -19,10 +19,10 @@ class VORMEL_EXPORT L3PeerMacArpRedirectSm : public Vormel::Reactor
       const Ref<const Mlag::Hardware::Status>& mlagHwStatus,
       const Ref<RoutingStatusHelper>& routingStatusHelper );
 
-   /// The factory runs it once the reactor is made.
+   /// Called by the factory after construction.
    void handleInitialized();
-   /// The redirect is wanted while there is a peer MAC, routing for it is enabled and supported, and the peer
-   /// link has a port.
+   /// Makes the redirect if there is a peer MAC, routing for it is enabled and supported, and the peer link has a port;
+   /// otherwise removes it.
    void handlePeerMacArpRedirect();
 
  private:
@@ -45,8 +45,8 @@ class VORMEL_EXPORT L3PeerMacArpRedirectSm : public Vormel::Reactor
    Input<&L3PeerMacArpRedirectSm::onScsd> scsdInput_;
 };
 
-/// Makes the reactor and switches its notifications on. An input that is null is not subscribed, and without it
-/// the redirect is not wanted. Destruction leaves the hardware as it is.
+/// Makes the reactor and switches its notifications on. It does not subscribe to an input that is null, and makes no
+/// redirect without it. Destruction leaves the hardware as it is.
 VORMEL_EXPORT Ref<L3PeerMacArpRedirectSm> l3PeerMacArpRedirectSmFactory(
    const Ref<const StrataCommonSmData>& scsd, const Ref<const Mlag::Status>& mlagStatus,
    const Ref<const Mlag::Hardware::Status>& mlagHwStatus,

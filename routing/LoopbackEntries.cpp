@@ -1,4 +1,4 @@
-// What comes back through an internal port: floods by the loopback port, and second passes of tunnels.
+// Packets that return through an internal port: floods from the loopback port, and second passes of tunnels.
 #include "messages/Traces.h"
 #include "platform/state/StrataCommon.h"
 #include "routing/RoutingStatusHelper.h"
@@ -15,7 +15,7 @@ void RoutingStatusHelper::handleTcamEntryLb()
       return;
    if( useLb() ) {
       makeLbRecircL2Uc();
-      if( useLb() ) // a subscriber of the first id may have ended it
+      if( useLb() ) // re-checked: a subscriber of the first id may have turned it off
          makeLbRecirc();
    } else {
       tcamEntryLbRecircIs( deleteEntry( tcamManager(), shared().units(), tcamEntryLbRecirc() ) );
@@ -24,7 +24,7 @@ void RoutingStatusHelper::handleTcamEntryLb()
    }
 }
 
-// The router MAC is the source of what comes back: it must not be learned on the loopback port.
+// The source of returning packets is the router MAC, which must not be learned on the loopback port.
 void RoutingStatusHelper::makeLbRecircL2Uc()
 {
    TcamEntry recirc( tcamManager(), TcamL3EntryId::lbRecircL2Uc, "lb recirc l2 uc" );
@@ -46,7 +46,7 @@ void RoutingStatusHelper::makeLbRecircL2Uc()
    recirc.traceAllocated( __func__, "Allocated lb recirc l2 uc tcam entry (ID:" );
 }
 
-// A VLAN that VXLAN extends is left to bridging, which floods tunnels too.
+// Does not match in a VLAN that VXLAN extends, because bridging also floods its tunnels.
 void RoutingStatusHelper::makeLbRecirc()
 {
    TcamEntry recirc( tcamManager(),
@@ -63,7 +63,7 @@ void RoutingStatusHelper::makeLbRecirc()
          i.key(), entryId, BCM_FIELD_PKT_RES_L2UNKNOWN, BCM_FIELD_EXACT_MATCH_MASK ) );
       CHECKED(
          bcm_field_qualify_InterfaceClassL2( i.key(), entryId, 0, StrataCommon::classVxlanVlan_ ) );
-      // Without a group the chip floods by itself; an earlier redirect would lose the packet.
+      // Without a group the chip floods the packet itself. An earlier redirect would lose it and is removed.
       if( allPortsL2Mc() == 0 && tcamEntryLbRecirc() != 0 ) {
          CHECKED( FP_LOCK_INTERNAL_CHK(
             i.key(), setOneAction( i.key(), entryId, bcmFieldActionDoNotLearn ) ) );

@@ -14,6 +14,6 @@ VORMEL_ENUM( MacType, U8,
 
 } // namespace Strata
 
-/// Index 2 is a slot that nothing uses.
+/// The slot with index 2 is valid but unused.
 template<>
 inline constexpr std::size_t Vormel::slotCount<Strata::MacType> = 3;

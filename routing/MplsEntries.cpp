@@ -1,4 +1,4 @@
-// MPLS to a router MAC, and LSP ping after the last label was popped.
+// MPLS to a router MAC, and LSP ping behind a popped last label.
 #include "messages/Traces.h"
 #include "routing/RoutingStatusHelper.h"
 #include "routing/tcam/CheckedCall.h"
@@ -14,7 +14,9 @@ void RoutingStatusHelper::handleTcamEntryMplsTrafficDrop( bool create )
       return;
    if( !create ) {
       tcamEntryMplsPktIs( deleteEntry( tcamManager(), shared().units(), tcamEntryMplsPkt() ) );
-      tcamEntryMplsActionDropIs( tcamEntryMplsPkt() != 0 && !mplsRoutingEnabled() ); // re-checked
+      tcamEntryMplsActionDropIs(
+         tcamEntryMplsPkt() != 0 &&
+         !mplsRoutingEnabled() ); // re-read: a subscriber may have changed both
       return;
    }
    const bool drop = !mplsRoutingEnabled();

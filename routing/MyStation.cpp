@@ -1,4 +1,4 @@
-// The my-station memory: which destination MACs mean "to the router", and the MLAG peer's two entries.
+// The my-station memory, which contains the destination MACs of the router, and the MLAG peer's two entries.
 #include "routing/MyStation.h"
 
 #include "messages/Traces.h"
@@ -81,7 +81,7 @@ void RoutingStatusHelper::verifyMyStationTcamEntry( U32 unit, U32 index, bool va
    my_station_tcam_entry_t myStationEntry;
    CHECKED_WITH_SIGNATURE(
       soc_mem_read( unit, MY_STATION_TCAMm, MEM_BLOCK_ANY, index, &myStationEntry ) );
-   // Chips with an alternative view of the memory serve the second read from it.
+   // The second read verifies the memory's alternative view, on chips that have one.
    my_station_tcam_entry_t myStationEntry2;
    CHECKED_WITH_SIGNATURE(
       soc_mem_read( unit, MY_STATION_TCAMm, MEM_BLOCK_ANY, index, &myStationEntry2 ) );
@@ -159,7 +159,8 @@ void RoutingStatusHelper::handlePeerMacRouting( const EthAddr& mac, bool add )
       VORMEL_TRACE( routingTrace, 2, "handlePeerMacRouting Remove SUCCESS" );
       return;
    }
-   // The peer's MAC from our own CPU is for the peer; from anywhere else we route for it.
+   // Packets to the peer's MAC from this switch's CPU are for the peer, so the first entry (lower index, which wins)
+   // terminates nothing. Packets from any other port are routed on the peer's behalf.
    for( const auto& i : shared().units() )
       addMyStationTcamEntry( i.key(), peerRouterMacNoRouting(), mac, false, 0, true, false, false );
    peerRouterMacNoRoutingIndexIs( peerRouterMacNoRouting() );

@@ -1,17 +1,17 @@
-// Fixed places in the chip's my-station memory.
+// Fixed indexes in the chip's my-station memory.
 #pragma once
 
 #include "platform/runtime/Types.h"
 
 namespace Strata {
 
-/// The MLAG peer's MAC for packets from the CPU port: no termination.
+/// Index of the MLAG peer's MAC for packets from the CPU port: no termination.
 constexpr U32 peerRouterMacNoRouting()
 {
    return 33;
 }
 
-/// The MLAG peer's MAC from any port: IPv4, IPv6 and MPLS termination.
+/// Index of the MLAG peer's MAC for packets from any port: IPv4, IPv6 and MPLS termination.
 constexpr U32 peerRouterMac()
 {
    return 34;

@@ -16,8 +16,8 @@ void NestedSm_IntfStatus::notifierIs( const Ref<const Interface::EthIntfStatus>&
    status_.notifierIs( status );
 }
 
-// Both dispatchers ask for the owner's mark before they take a reference to it: an owner that is being
-// destroyed has none to give.
+// Both dispatchers check the owner's mark before they take a reference to it, because an owner that is being destroyed
+// must not be referenced again.
 
 void NestedSm_IntfStatus::onStatus( const Vormel::Change& change )
 {

@@ -1,5 +1,5 @@
-// The nested reactors of RoutingStatusSm. Each has a back pointer to its owner, which is not counted: the owner
-// makes its nested reactors zombies before it goes, and a zombie has no owner.
+// The nested reactors of RoutingStatusSm. Each has an uncounted back pointer to its owner. The owner makes its nested
+// reactors zombies before it is destroyed, which clears the pointer.
 #pragma once
 
 #include "platform/runtime/Reactor.h"
@@ -19,7 +19,7 @@ class NestedSm_IntfStatus final : public Vormel::Reactor
  public:
    NestedSm_IntfStatus( const Ref<const Interface::EthIntfStatus>& status, RoutingStatusSm* owner );
 
-   /// Another status of the same interface; the old binding hears nothing any more.
+   /// Follows another status of the same interface; changes of the old one are no longer handled.
    void notifierIs( const Ref<const Interface::EthIntfStatus>& status );
    bool follows( const Interface::EthIntfStatus& status ) const
    {

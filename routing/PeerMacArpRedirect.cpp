@@ -1,4 +1,4 @@
-// ARP for the MLAG peer's router MAC goes to the peer: IP packets to it we route ourselves.
+// Redirects ARP packets for the MLAG peer's router MAC to the peer. IP packets to this MAC are routed here.
 #include "messages/Traces.h"
 #include "routing/RoutingStatusHelper.h"
 #include "routing/tcam/CheckedCall.h"
@@ -21,7 +21,7 @@ void RoutingStatusHelper::handlePeerMacArpRedirect(
       peerMacArpRedirectIs( deleteEntry( manager, shared().units(), peerMacArpRedirect() ) );
       return;
    }
-   // One port, not all: several would duplicate.
+   // One port only: a redirect to several ports would duplicate the packet.
    ArpRedirect wanted{ mac, linkPorts.front(), {} };
    for( const auto& i : shared().units() ) {
       bcm_pbmp_t inPorts = rxPorts( i.key() );
@@ -32,7 +32,8 @@ void RoutingStatusHelper::handlePeerMacArpRedirect(
    }
    if( peerMacArpRedirect() != 0 && wanted == arpRedirect_ )
       return;
-   arpRedirect_ = {}; // until the entry is in hardware on every unit
+   arpRedirect_ =
+      {}; // stays empty until the entry is in hardware on every unit, also after an exception
    makeArpRedirect( manager, wanted );
 }
 

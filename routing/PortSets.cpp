@@ -1,4 +1,4 @@
-// Which ports of a unit entries speak of.
+// The port sets that entries qualify on or redirect to.
 #include "routing/RoutingStatusHelper.h"
 
 #include "platform/sdk/SdkNames.h"

@@ -1,4 +1,4 @@
-// Which kinds of routing a VLAN does.
+// The kinds of routing that a VLAN does.
 #pragma once
 
 #include "platform/runtime/Export.h"
@@ -17,7 +17,7 @@ struct RoutingState
 
    bool operator==( const RoutingState& ) const = default;
 
-   /// "ip4,ip6,mcast" with what is off left out; "off" for nothing.
+   /// Parses a list such as "ip4,ip6,mcast" of the kinds that are on, or "off". Nothing for any other text.
    VORMEL_EXPORT static std::optional<RoutingState> parse( std::string_view text );
    static constexpr std::string_view valueSyntax = "a list such as ip4,ip6,mcast, or off";
 };

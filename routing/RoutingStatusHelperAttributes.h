@@ -1,4 +1,4 @@
-// Every attribute of the helper, once: number, name, type, default, meaning, and whose operations write it.
+// Every attribute of the helper: number, name, type, default, meaning, and the part whose operations write it.
 // Numbers are permanent and rise in declaration order; the gaps belong to operations.
 #pragma once
 
@@ -9,9 +9,9 @@
    ROW( FIELD, tcamGroupManager, Ref<StrataTcamGroupManager>, "entry managers by group assignment", "agent" ) \
    ROW( FIELD, strataPbrInfo, Ref<const StrataPbrInfo>, "policy-routing information", "agent" ) \
    ROW( SCALAR, 134, l2McastTableAllocation, Ref<const L2McastTableAllocationEnt>, nullptr, "the allocation of L2 multicast groups", "agent" ) \
-   ROW( FIELD, fabricMode, bool, "the helper drives the fabric unit of a modular switch: packets arrive with their destination decided", "agent" ) \
+   ROW( FIELD, fabricMode, bool, "the helper drives the fabric unit of a modular switch, where packets arrive with a destination", "agent" ) \
    ROW( FIELD, mlagStatus, Ref<const Mlag::Status>, "MLAG status", "agent" ) \
-   ROW( FIELD, mlagHwStatus, Ref<const Mlag::Hardware::Status>, "what the chip can do for MLAG", "agent" ) \
+   ROW( FIELD, mlagHwStatus, Ref<const Mlag::Hardware::Status>, "the chip's capabilities for MLAG", "agent" ) \
    ROW( FIELD, recircStatus, Ref<Lag::Recirc::RecircFeatureStatus>, "recirculation ports", "agent" ) \
    ROW( FIELD, ethIntfStatusDir, Ref<const Interface::EthIntfStatusDir>, "Ethernet interface status", "agent" ) \
    ROW( FIELD, intfVlanIdTable, Ref<const IntfVlanId::Table>, "internal VLANs of routed interfaces", "agent" ) \
@@ -28,19 +28,19 @@
    ROW( MAP_STEP, 156, routedPortsAndRoutedLagMember, IntfId, bool, 0, "interfaces kept out of VLAN floods because they, or their LAGs, are routed", "flood ports", updateVlanFloodPbmp ) \
    ROW( SCALAR, 157, useLb, bool, false, "routed floods go through the loopback port", "chip initialisation" ) \
    ROW( SCALAR, 159, tcamEntryVlanFlood, U32, 0, "entry id: routed floods in a VLAN; 0 for none", "flood entries" ) \
-   ROW( SCALAR, 161, tcamEntryVlanFloodPbr, U32, 0, "entry id: floods steered by policy routing; 0 for none", "flood entries" ) \
+   ROW( SCALAR, 161, tcamEntryVlanFloodPbr, U32, 0, "entry id: floods of policy routing; 0 for none", "flood entries" ) \
    ROW( MAP, 164, tcamEntryVlanFloodDrop, U32, U32, 0, "lower entry id of the unknown-MAC drop pair, by traffic class", "unknown-MAC drop" ) \
-   ROW( SCALAR, 168, tcamEntryL3RecircAfterDecap, U32, 0, "entry id: second pass to route what came out of a tunnel; 0 for none", "loopback entries" ) \
+   ROW( SCALAR, 168, tcamEntryL3RecircAfterDecap, U32, 0, "entry id: second pass to route packets from a tunnel; 0 for none", "loopback entries" ) \
    ROW( SCALAR, 169, tcamEntryL3RecircForEncap, U32, 0, "entry id: second pass to put a routed packet into a tunnel; 0 for none", "loopback entries" ) \
    ROW( SCALAR, 171, tcamEntryVxlanEncapFlood, U32, 0, "entry id: routed floods in a VXLAN VLAN, in one pass; 0 for none", "flood entries" ) \
    ROW( SCALAR, 173, tcamEntryVlanFloodVxlan, U32, 0, "entry id: routed floods in a VXLAN VLAN, by recirculation; 0 for none", "flood entries" ) \
    ROW( SCALAR, 175, peerMacArpRedirect, U32, 0, "entry id: ARP for the MLAG peer's router MAC; 0 for none", "peer-MAC ARP redirect" ) \
    ROW( SCALAR, 177, tcamEntryMplsPkt, U32, 0, "entry id: MPLS to a router MAC; 0 for none", "MPLS entries" ) \
-   ROW( SCALAR, 178, tcamEntryMplsActionDrop, bool, false, "that entry drops", "MPLS entries" ) \
+   ROW( SCALAR, 178, tcamEntryMplsActionDrop, bool, false, "tcamEntryMplsPkt drops; false: it sets the CPU queue", "MPLS entries" ) \
    ROW( SCALAR, 179, tcamEntryRouterMac, EthAddr, EthAddr(), "the router MAC that the L2-only trap has in hardware", "L2-only trap" ) \
-   ROW( SCALAR, 181, vfpEntryPhpLspPing, U32, 0, "entry id: LSP ping after the last label was popped; 0 for none", "MPLS entries" ) \
-   ROW( ARRAY, 183, tcamEntryTrapCpuForL2Only, MacType, U32, "entry id: trap of what is not routed, by router MAC kind", "L2-only trap" ) \
-   ROW( ARRAY, 184, tcamEntryTrapCpuFromCpu, MacType, U32, "entry id: the same for what the CPU sends, by router MAC kind", "L2-only trap" ) \
+   ROW( SCALAR, 181, vfpEntryPhpLspPing, U32, 0, "entry id: LSP ping behind a popped last label; 0 for none", "MPLS entries" ) \
+   ROW( ARRAY, 183, tcamEntryTrapCpuForL2Only, MacType, U32, "entry id: trap of packets that are not routed, by router MAC kind", "L2-only trap" ) \
+   ROW( ARRAY, 184, tcamEntryTrapCpuFromCpu, MacType, U32, "entry id: the same for packets from the CPU, by router MAC kind", "L2-only trap" ) \
    ROW( MAP, 185, tcamEntryArpReply, MacType, U32, 528823798, "entry id: ARP replies to a router MAC, by its kind", "ARP entries" ) \
    ROW( SCALAR, 186, tcamEntryArpReqUnicast, U32, 0, "entry id: unicast ARP requests; 0 for none", "ARP entries" ) \
    ROW( SCALAR, 187, tcamEntryMcastRsvdMacRx, U32, 0, "entry id: reserved multicast MACs; 0 for none", "L2 multicast CPU entries" ) \
@@ -64,7 +64,7 @@
    ROW( SCALAR, 226, peerRouterMacNoRoutingIndex, U32, 0xFFFF, "my-station index of the peer MAC from the CPU; 65535 for none", "peer-MAC routing" ) \
    ROW( SCALAR, 227, peerRouterMacIndex, U32, 0xFFFF, "my-station index of the peer MAC; 65535 for none", "peer-MAC routing" ) \
    ROW( SCALAR, 233, l3IntfFull, U32, 0xFFFFFFFF, "number of L3 interfaces at which the table was last found full; 4294967295 for never", "agent" ) \
-   ROW( SCALAR, 236, perVlanRoutingEnabled, bool, false, "VLANs route only where enabled one by one", "per-VLAN routing" ) \
+   ROW( SCALAR, 236, perVlanRoutingEnabled, bool, false, "VLANs route only if enabled individually", "per-VLAN routing" ) \
    ROW( SCALAR, 240, urpfEnabled, bool, false, "uRPF is on", "agent" ) \
    ROW( SCALAR, 247, ipOptionsProfile, S32, -1, "the IPv4 options profile; -1 for none", "global routing" )
 // clang-format on

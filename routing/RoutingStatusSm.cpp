@@ -1,4 +1,4 @@
-// Life and dispatch of the main reactor; its reactions are in IntfReactions.cpp and FeatureReactions.cpp.
+// Lifecycle and dispatch of the main reactor; its reactions are in IntfReactions.cpp and FeatureReactions.cpp.
 #include "routing/RoutingStatusSm.h"
 
 #include "messages/Traces.h"
@@ -53,7 +53,7 @@ RoutingStatusSm::RoutingStatusSm( const Ref<const StrataCommonSmData>& scsd,
      sourceIpLookupInput_( *this, bastleSourceIpLookupConfig )
 {}
 
-// Apart from the constructor, because handlers that run meanwhile may take references.
+// Separate from the constructor, because handlers may take references, which must not happen before there is one.
 void RoutingStatusSm::start()
 {
    kibNexthopStatusDir_ = Vormel::make<KibNexthopStatusDir>( nexthopStatusDir_, this );
@@ -65,8 +65,8 @@ void RoutingStatusSm::start()
    handleInitialized();
 }
 
-// Takes up the interfaces and traffic classes that came or went before the reactor was subscribed: a subscriber to
-// what is published during its construction may add or remove some.
+// Handles the interfaces and traffic classes that were added or removed before the reactor had subscribed: a subscriber
+// of a change that is published during its construction may do so.
 void RoutingStatusSm::catchUp( const std::vector<U32>& pairsBefore )
 {
    if( ethIntfStatusDir_ ) {
@@ -102,7 +102,7 @@ RoutingStatusSm::~RoutingStatusSm()
    unknownMacDropLoggingSmDel();
 }
 
-// All of them before any is released: releasing one may destroy its notifier, and others hear of that.
+// All become zombies before any is released: releasing one may destroy its notifier, which would notify the others.
 void RoutingStatusSm::kibDoZombieReactors()
 {
    for( const auto& nested : intfStatus_ )
@@ -127,8 +127,7 @@ void RoutingStatusSm::handleInitialized()
    handleUnknownMacDrop();
    unknownMacDropLoggingSmIs( miscConfig_, routingStatusHelper_ );
 
-   // Ports that were mapped before the reactor started are flooded to; the pass over the interfaces below takes
-   // the routed ones out.
+   // Ports that were mapped before the reactor started receive floods; handleIntfFlood() below takes out the routed ones.
    VORMEL_ASSERT( scsd() );
    if( routingStatusHelper_ && !scsd_->units().empty() )
       routingStatusHelper_->unitRecordIs( SdkShim->unitRecord( scsd_->units().begin().key() ) );
@@ -150,10 +149,10 @@ Ref<UnknownMacDropLoggingSm> RoutingStatusSm::unknownMacDropLoggingSmIs(
    if( unknownMacDropLoggingSm_ && unknownMacDropLoggingSm_->miscConfig() == miscConfig &&
        unknownMacDropLoggingSm_->routingStatusHelper() == helper )
       return unknownMacDropLoggingSm_;
-   const Ref<UnknownMacDropLoggingSm> old =
-      unknownMacDropLoggingSmDel(); // arguments may live in it
+   // Kept alive until the end: the arguments may be references to its members.
+   const Ref<UnknownMacDropLoggingSm> old = unknownMacDropLoggingSmDel();
    Ref<UnknownMacDropLoggingSm> made = unknownMacDropLoggingSmFactory( miscConfig, helper );
-   unknownMacDropLoggingSmDel(); // a subscriber to its counters may have made another
+   unknownMacDropLoggingSmDel(); // a subscriber of its counters may have made another one
    unknownMacDropLoggingSm_ = made;
    return made;
 }
@@ -166,7 +165,8 @@ Ref<UnknownMacDropLoggingSm> RoutingStatusSm::unknownMacDropLoggingSmDel()
    return old;
 }
 
-// Each dispatcher keeps the reactor for as long as its handler runs: a subscriber of the helper may drop it.
+// Each dispatcher keeps a reference to the reactor while its handler runs, because a subscriber of the helper may drop
+// the reactor.
 
 void RoutingStatusSm::onScsd( const Vormel::Change& change )
 {

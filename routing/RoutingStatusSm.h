@@ -1,8 +1,8 @@
 // The slice's main reactor: turns changes of configuration and status into operations on the helper.
 //
 // The agent makes it with RoutingStatusSmIs after the helper's init and l3Init. Everything runs on the
-// reactor thread with the activity lock held; handlers run inside the notification that causes them, and one
-// that throws ends the process. The handlers are public: an agent may call them.
+// reactor thread with the activity lock held; handlers run inside the notification that causes them, and a
+// handler that throws ends the process. The handlers are public: an agent may call them.
 #pragma once
 
 #include "platform/runtime/Export.h"
@@ -51,13 +51,13 @@ class VORMEL_EXPORT RoutingStatusSm : public Vormel::Reactor
    {
       return intfStatus_;
    }
-   /// Makes the interface's nested reactor, or points it at another status, and runs its handler once.
+   /// Makes the interface's nested reactor, or binds it to another status, and runs its handler once.
    /// NullArgumentError for null.
    void intfStatusIs( const Ref<const Interface::EthIntfStatus>& status );
    void intfStatusDel( IntfId intf );
    void intfStatusDelAll();
 
-   /// Keeps and returns the logging reactor when it was made for the same inputs, else makes a new one.
+   /// Keeps and returns the logging reactor if it was made for the same inputs, otherwise makes a new one.
    Ref<UnknownMacDropLoggingSm> unknownMacDropLoggingSmIs(
       const Ref<const StrataMiscConfig>& miscConfig, const Ref<RoutingStatusHelper>& helper );
    /// Detaches the logging reactor, switches its notifications off and returns it.
@@ -65,14 +65,14 @@ class VORMEL_EXPORT RoutingStatusSm : public Vormel::Reactor
 
    void handleInitialized();
 
-   // Interfaces, ports and floods (IntfReactions.cpp). The keyed flood handlers do nothing before
+   // Interfaces, ports and floods (IntfReactions.cpp). The flood handlers with an interface do nothing before
    // initialized().
    void handleIntfFlood();
    void handleIntfFlood( IntfId intf );
    void doAddOrRemoveLagPortFlood();
    void doAddOrRemoveLagPortFlood( IntfId intf );
-   /// The controls and the software row of every port that is mapped. The events are for ports that come; for those
-   /// that are mapped when the reactor is made the agent calls this once.
+   /// Writes the controls and the software row of every port that is mapped. Events handle ports that are mapped later;
+   /// the agent calls this once for the ports that are mapped when the reactor is made.
    void handleStrataIntfToPort();
    void handleStrataIntfToPort( IntfId intf );
 
@@ -81,11 +81,11 @@ class VORMEL_EXPORT RoutingStatusSm : public Vormel::Reactor
    /// Assertion "strataPbrInfo()" without the input.
    void handleStrataPbrEnabled();
    void handleVxlanEnabled();
-   /// Every configured class, then one. Assertion "miscConfig()" without the input.
+   /// Without an argument: every configured class. Assertion "miscConfig()" without the input.
    void handleUnknownMacDrop();
    void handleUnknownMacDrop( U16 tc );
    void handleDualHash();
-   /// Follows the configuration from its first change on: an agent that starts with it configured calls this once.
+   /// Runs at each change of the configuration. An agent in which it is configured from the start calls this once.
    void handleL2TrafficRoutingStatus();
    void handleNexthopStatus( const std::string& name );
 
@@ -117,7 +117,7 @@ class VORMEL_EXPORT RoutingStatusSm : public Vormel::Reactor
    VORMEL_HIDDEN void onIntfStatusDir( const Vormel::Change& change );
    VORMEL_HIDDEN void onSourceIpLookup( const Vormel::Change& change );
 
-   /// What the chips do now: hwStatus has it, or the reactor itself where there is none.
+   /// The settings in hardware: those of hwStatus, or the reactor's own record if there is none.
    struct InForce
    {
       bool l2DualHash = false;
@@ -135,7 +135,6 @@ class VORMEL_EXPORT RoutingStatusSm : public Vormel::Reactor
    template<auto dispatcher>
    using Input = Vormel::Subscription<RoutingStatusSm, dispatcher>;
 
-   // In the order in which they are held.
    Ref<const StrataCommonSmData> scsd_;
    Ref<const Features> features_;
    Ref<const StrataMiscConfig> miscConfig_;
@@ -162,10 +161,10 @@ class VORMEL_EXPORT RoutingStatusSm : public Vormel::Reactor
    Input<&RoutingStatusSm::onSourceIpLookup> sourceIpLookupInput_;
 };
 
-/// Makes the reactor and switches its notifications on. It takes up the interfaces, drop classes, dual hash and next
-/// hops that are there already, and starts the flood set from the active ports of the first unit. It does not walk
-/// the ports' rows, and looks at policy routing, VXLAN and the source-IP lookup only when they change: the agent then
-/// calls handleStrataIntfToPort() and, where they may differ from what init met, handleStrataPbrEnabled(),
+/// Makes the reactor and switches its notifications on. It handles the interfaces, drop classes, dual hash and next hops
+/// that exist already, and starts the flood set from the active ports of the first unit. It does not handle ports that
+/// are mapped already, nor the present state of policy routing, VXLAN and the source-IP lookup. Therefore the agent
+/// calls handleStrataIntfToPort() afterwards and, where the state may have changed since init, handleStrataPbrEnabled(),
 /// handleVxlanEnabled() and handleL2TrafficRoutingStatus().
 /// Inputs that may be null: features, strataPbrInfo, ethIntfStatusDir, bastleSourceIpLookupConfig, hwStatus,
 /// nexthopStatusDir; with a null helper every call on it is skipped.

@@ -1,4 +1,4 @@
-// Per traffic class, routed packets to unknown MACs are dropped instead of flooded, and counted.
+// Drops and counts packets to unknown MACs, by traffic class, instead of flooding them.
 #include "messages/Messages.h"
 #include "messages/Traces.h"
 #include "platform/runtime/Activity.h"
@@ -35,7 +35,7 @@ U32 RoutingStatusHelper::createTcamEntryVlanFloodTc( U16 tc )
    if( !hasManager( tcamManager(), "createTcamEntryVlanFloodTc" ) )
       return 0;
    VORMEL_ASSERT( tc <= highestTrafficClass );
-   // "This id or the next": both of a pair ask for the lower id, and get the two in turn.
+   // "This id or the next": both entries of a pair request the lower id, and get the two ids in turn.
    static const RequestKey pairKey{ "unknown mac drop", true, "" };
    const bool floodingPort = isFloodingPortSupported( shared() );
    const U32 group =

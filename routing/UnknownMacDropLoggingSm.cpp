@@ -111,13 +111,13 @@ void UnknownMacDropLoggingSm::setTimer()
 {
    VORMEL_TRACE( routingTrace, 5, "UnknownMacDropLoggingSm::setTimer" );
    VORMEL_ASSERT( miscConfig() );
-   if( !pollingTimer_ || !hasNotificationActive() ) // detached, it polls no more
+   if( !pollingTimer_ || !hasNotificationActive() ) // a detached reactor does not poll
       return;
-   if( !pollingTimer_->clock() ) // the clock went; the manager has another
+   if( !pollingTimer_->clock() ) // the clock was destroyed; the manager has another one
       pollingTimerIs( Vormel::activityManager().clock() );
    const double timeout = miscConfig_->syslogTimeout();
    if( std::isfinite( timeout ) && timeout > 0.0 ) {
-      // At least one step of the clock: the smallest intervals would not move it.
+      // At least the next number after now: adding a very small interval may not change the sum.
       const double now = pollingTimer_->clock()->now();
       pollingTimer_->nextTimeIs(
          std::max( now + timeout, std::nextafter( now, Vormel::Timer::never ) ) );
@@ -130,7 +130,7 @@ void UnknownMacDropLoggingSm::setTimer()
 
 void UnknownMacDropLoggingSm::updateCounters()
 {
-   // A subscriber of the counters may drop the reactor meanwhile, unless it is still being made.
+   // A subscriber of the counters may drop the reactor meanwhile. During construction there is no reference yet.
    const Ref<UnknownMacDropLoggingSm> keep( references() != 0 ? this : nullptr );
    VORMEL_TRACE( routingTrace, 5, "updateCounters" );
    VORMEL_ASSERT( miscConfig() );

@@ -16,28 +16,28 @@ class KibPollingTimer;
 class VORMEL_EXPORT UnknownMacDropLoggingSm : public Vormel::Reactor
 {
  public:
-   /// Subscribes to the configuration, resets the counters of its classes and arms the timer. The
-   /// configuration must be there; with a null helper its calls are skipped.
+   /// Subscribes to the configuration, resets the counters of its classes and arms the timer. With a null helper its
+   /// calls are skipped. Requires: the configuration is not null.
    UnknownMacDropLoggingSm(
       const Ref<const StrataMiscConfig>& miscConfig, const Ref<RoutingStatusHelper>& helper );
 
    const Ref<const StrataMiscConfig>& miscConfig() const { return miscConfig_; }
    const Ref<RoutingStatusHelper>& routingStatusHelper() const { return routingStatusHelper_; }
-   /// Seconds, as configured when the reactor was made; 0 for no polling.
+   /// The interval in seconds that was configured when the reactor was made; 0 for no polling.
    double pollingInterval() const { return pollingInterval_; }
    /// Null once pollingTimerDel() has run.
    const Ref<KibPollingTimer>& pollingTimer() const { return pollingTimer_; }
-   /// When the next poll is due on the clock; infinity while polling is off.
+   /// Time of the next poll on the clock; infinity while polling is off.
    double nextPoll() const;
 
    void handleInitialized();
    void handleUnknownMacDrop();
-   /// The counter of a class starts at 0 again whenever its configuration changes.
+   /// Resets the counter of a class. Runs whenever its configuration changes.
    void handleUnknownMacDrop( U16 tc );
    void handleUnknownMacSyslog();
-   /// Arms the timer one interval from now, as configured now.
+   /// Arms the timer for one interval from now, with the present configuration.
    void setTimer();
-   /// One poll; the next is one interval from its end.
+   /// Polls once; the next poll is one interval after its end.
    void updateCounters();
    void pollingTimerIs( Vormel::Clock& clock );
    void pollingTimerDel();

@@ -1,5 +1,5 @@
-// Where uRPF is off: packets of these interface classes are not checked. On the single unit, in a range of
-// their own, recorded in the data shared with the agent.
+// Exemptions from uRPF: packets of these interface classes are not checked. The entries are on the single unit, in a
+// range of their own, and recorded in the data shared with the agent.
 #include "messages/Messages.h"
 #include "messages/Traces.h"
 #include "platform/runtime/Assert.h"
@@ -22,7 +22,7 @@ Ref<StrataBoundedTcamEntryManager> RoutingStatusHelper::getUrpfTcamEntryManager(
       doubleWide ? TcamGroup::urpfDoubleWide : TcamGroup::urpfSingleWide );
 }
 
-// The width may have changed since the entry was made, so the recorded id tells which manager it belongs to.
+// The width may have changed since the entry was made, so the manager is found by the recorded id.
 static void releaseUrpfEntry( U32 id, U32 offset, const Ref<StrataBoundedTcamEntryManager>& present,
    const Ref<StrataTcamGroupManager>& groups )
 {

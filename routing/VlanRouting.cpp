@@ -42,7 +42,7 @@ std::string toText( const RoutingState& state )
    return text.empty() ? "off" : text;
 }
 
-/// The SDK's ids are narrower: one that is too large would be another VLAN's.
+/// The SDK's ids are narrower: an id that is too large would be cut to the id of another VLAN.
 static void checkVlanId( U32 vlanId )
 {
    if( vlanId < 1 || vlanId > 4094 )
@@ -54,7 +54,7 @@ static bool existsOn( const UnitTable::Iterator& i, U32 vlanId )
    return SdkShim->vlanExists( i.key(), static_cast<U16>( vlanId ) );
 }
 
-// A VLAN that exists on no unit is forgotten: when it is made again, nothing of it is programmed.
+// Forgets a VLAN that exists on no unit, because a new VLAN with its id starts unprogrammed.
 bool RoutingStatusHelper::vlanIsThere( U32 vlanId )
 {
    for( const auto& i : shared().units() )
@@ -159,7 +159,7 @@ void RoutingStatusHelper::handleVlanCpuPort( U32 vlanId, bool block )
 void RoutingStatusHelper::applyVlanRouting( U32 vlanId )
 {
    const auto known = vlanRouting_.find( vlanId );
-   if( known == vlanRouting_.end() ) // gone meanwhile, and forgotten
+   if( known == vlanRouting_.end() ) // a nested call has found the VLAN deleted
       return;
    const VlanRouting vlan = known->second;
    const bool all = !perVlanRoutingEnabled();

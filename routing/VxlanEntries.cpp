@@ -7,7 +7,7 @@
 
 namespace Strata {
 
-// The tunnel qualifier would be refused, and the entry would match what no tunnel delivered.
+// A chip without VXLAN refuses the tunnel qualifier, and without it an entry would also match packets from outside a tunnel.
 bool RoutingStatusHelper::terminatesTunnels( const char* operation ) const
 {
    const bool vxlan = chipAttributes( shared() ).vxlanSupported;

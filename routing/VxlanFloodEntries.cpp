@@ -51,7 +51,7 @@ void RoutingStatusHelper::handleTcamEntryVxlanEncapFlood( bool create )
       VORMEL_TRACE( routingTrace, 1, "handleTcamEntryVxlanEncapFlood: no VXLAN on this chip" );
       return;
    }
-   // A redirect to no group would lose the floods.
+   // Group 0 means that there is no group; a redirect to it would lose the floods.
    if( create && shared().vxlanFloodL2Mc() == 0 ) {
       VORMEL_TRACE( routingTrace, 1, "handleTcamEntryVxlanEncapFlood: no multicast group" );
       create = false;

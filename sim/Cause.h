@@ -11,13 +11,13 @@ namespace Strata::Sim {
 struct Cause
 {
    std::string text; // "call init true true"; empty without a command
-   U64 since = 0;    // the transcript's last record before that
-   U64 record = 0;   // of the call
+   U64 since = 0;    // the transcript's last record before the command
+   U64 record = 0;   // the record of the call
 
    bool operator==( const Cause& ) const = default;
 };
 
-/// What a chip holds beside entries.
+/// State of a chip other than entries.
 struct ChipPlace
 {
    enum class Kind : U8

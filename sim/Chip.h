@@ -1,6 +1,6 @@
-// One simulated chip: everything that was programmed into a unit. It knows neither entities nor
-// locks; SDK operations change it while the activity lock is given away, so only the thread that
-// drives the switch looks at it.
+// One simulated chip: everything that was programmed into a unit. It uses neither entities nor
+// locks: SDK operations change it while the activity lock is released, so only the thread that
+// drives the switch may access it.
 #pragma once
 
 #include "platform/runtime/Types.h"
@@ -21,7 +21,7 @@
 
 namespace Strata::Sim {
 
-/// A VLAN of a chip. `otherFlags` and `rest` are the chip's own and survive the slice.
+/// A VLAN of a chip. `otherFlags` and `rest` belong to the chip, and the slice must not change them.
 struct ChipVlan
 {
    std::set<VlanFlag> flags;
@@ -34,7 +34,7 @@ struct ChipVlan
 class Chip
 {
  public:
-   /// The front panel's first port has the logical number `firstLogicalPort`.
+   /// `firstLogicalPort` is the logical number of the first front-panel port.
    Chip( U32 unit, U32 modId, const ChipProfile& profile, U32 frontPanelPorts,
       U32 firstLogicalPort = 1 );
    Chip( const Chip& ) = delete;
@@ -44,35 +44,35 @@ class Chip
    U32 modId() const { return modId_; }
    const ChipProfile& profile() const { return profile_; }
 
-   // Ports. Sets of them are by logical number, which for the front panel is unique in the switch; operations
-   // on one port take the SDK's number, from 1 on each unit. Internal ports have the same number in both.
+   // Ports. Sets of ports use logical numbers, which are unique in the switch for front-panel ports; operations
+   // on one port use the SDK's number, which starts at 1 on each unit. Both numbers of an internal port are the same.
    const PortBitmap& frontPanelPorts() const { return frontPanel_; }
    /// Front panel, CPU, loopback and recirculation.
    const PortBitmap& ports() const { return ports_; }
-   /// The same by the SDK's numbers.
+   /// The same set by the SDK's numbers.
    PortBitmap sdkPorts() const;
    bool hasPort( int sdkPort ) const { return logicalPort( sdkPort ).has_value(); }
    /// None for a port that the chip does not have.
    std::optional<U32> logicalPort( int sdkPort ) const;
-   /// Of a port that the chip has.
+   /// Requires: the chip has the port.
    U32 sdkPort( U32 logicalPort ) const;
-   /// The front-panel ports that are up; all of them at first. What the unit record tells.
+   /// The front-panel ports that are up, initially all; the contents of the unit record.
    const PortBitmap& activePorts() const { return active_; }
    void portActiveIs( int sdkPort, bool active );
 
    // Properties that differ between units of one kind.
    bool resolvesHigigTrunksAsLag;
    bool trapsTtlExceptions() const { return trapsTtlExceptions_; }
-   /// ValueError for a change after routing has been on: entries were made by the answer.
+   /// ValueError for a change after routing has been on, because entries depend on the answer.
    void trapsTtlExceptionsIs( bool traps );
 
    // Switch controls; Param for a value outside the control's range. A chip-wide write goes to all
-   // ports; a port that was written by itself since then has a value of its own.
+   // ports; a port that was written individually since then has its own value.
    SdkCode controlIs( SwitchControl control, int value );
    SdkCode controlIs( int port, SwitchControl control, int value );
    int control( SwitchControl control ) const;
    int control( int port, SwitchControl control ) const;
-   /// What was written chip-wide, and for single ports.
+   /// The values that were written chip-wide, and for single ports.
    const std::map<SwitchControl, int>& controls() const { return controls_; }
    const std::map<std::pair<int, SwitchControl>, int>& portSwitchControls() const
    {
@@ -92,33 +92,33 @@ class Chip
    MyStationTable& myStation() { return myStation_; }
    const MyStationTable& myStation() const { return myStation_; }
 
-   // VLANs. A new one holds all front-panel ports, untagged, and the CPU.
+   // VLANs. The members of a new one are all front-panel ports, untagged, and the CPU.
    void vlanIs( U16 vlanId );
    void vlanDel( U16 vlanId ) { vlans_.erase( vlanId ); }
    const std::map<U16, ChipVlan>& vlans() const { return vlans_; }
-   /// Null when it does not exist.
+   /// Null if it does not exist.
    ChipVlan* vlan( U16 vlanId );
 
-   // IPv4 options profiles by id, with what they do.
+   // IPv4 options profiles by id, with their actions.
    SdkCode ipOptionsProfileCreate( IpOptionAction action, int& profile );
    SdkCode ipOptionsProfileDestroy( int profile );
    const std::map<int, IpOptionAction>& ipOptionsProfiles() const { return ipOptionsProfiles_; }
 
    // The origins of chip state.
    void causeIs( const ChipPlace& place, Cause cause ) { causes_[ place ] = std::move( cause ); }
-   /// Null when it has not been written since the chip was made.
+   /// Null if it has not been written since the chip was made.
    const Cause* cause( const ChipPlace& place ) const;
 
    // The Field Processor.
    bool fieldLocked = false;
    std::vector<FieldGroup>& groups() { return groups_; }
    const std::vector<FieldGroup>& groups() const { return groups_; }
-   /// Null when there is no such group.
+   /// Null if there is no such group.
    FieldGroup* group( std::string_view name );
-   /// The group whose range holds the id, or null.
+   /// The group whose range contains the id, or null.
    FieldGroup* groupOf( U32 entryId );
-   /// A claim of the entry failed through no fault of the caller; for entry 0, any claim on the
-   /// unit.
+   /// Whether a claim of the entry failed without an error of the caller; for entry 0, whether any claim on the
+   /// unit did.
    bool wasTurnedAway( U32 entryId ) const;
 
  private:
@@ -127,7 +127,7 @@ class Chip
    const ChipProfile& profile_;
    U32 firstLogicalPort_;
    bool trapsTtlExceptions_ = false;
-   bool hasRouted_ = false; // routing has been on once: entries rest on who traps TTL exceptions
+   bool hasRouted_ = false; // routing has been on, so entries depend on trapsTtlExceptions
    PortBitmap frontPanel_;
    PortBitmap ports_;
    PortBitmap active_;

@@ -1,5 +1,5 @@
-// What each SDK operation does to the simulated chips, and nothing else: whether it may be called
-// now, whether a fault strikes it and how it is written down is the shim's business.
+// The effect of each SDK operation on the simulated chips. The shim checks whether it may be called
+// now, injects faults and records the call.
 #pragma once
 
 #include "platform/sdk/SdkShimInterface.h"
@@ -20,7 +20,7 @@ class ChipOperations
 #define STRATA_SDK_OPERATION( method, name, parameters, arguments ) SdkCode method parameters;
 #include "platform/sdk/SdkOperations.def"
 
-   /// The operation on the entry, register, VLAN or port was answered so, by the chip or by a fault.
+   /// Notes the result of the operation on the entry, register, VLAN or port, from the chip or a fault.
    void answeredUnavailable( SdkOperation operation, U32 unit, S64 target );
 
  private:
@@ -38,11 +38,11 @@ class ChipOperations
    using RegisterAccess = std::function<void( Chip&, Register )>;
    SdkCode accessRegister( SdkOperation operation, U32 unit, int reg, int port, int index,
       std::span<const Register> allowed, const RegisterAccess& access );
-   /// Records the cause of what a call with this result has written there.
+   /// Records the cause of the state that a call with this result has written.
    SdkCode written( U32 unit, const ChipPlace& place, SdkCode code );
    SdkCode writeRegister( U32 unit, Register reg, U64 value );
    bool isMyStation( SdkOperation operation, U32 unit, int memory, int block );
-   /// A breach: the SDK has no such number. Returns the code for it.
+   /// Reports a breach, because the SDK has no such number, and returns the code for it.
    SdkCode unknown( SdkOperation operation, U32 unit, std::string_view what );
 
    Hardware hardware_;

@@ -1,4 +1,5 @@
-// Kinds of chips that can be simulated, as data. Nothing here changes while a switch runs.
+// The kinds of chips that can be simulated, as constant data. To add one, write its function in ChipProfile.cpp and
+// list it in chipProfiles().
 #pragma once
 
 #include "platform/runtime/Types.h"
@@ -16,7 +17,7 @@ namespace Strata::Sim {
 
 enum class Qualifier : U8;
 
-/// When a group is looked up on a packet's way through the chip.
+/// The stage at which a group is looked up while a packet passes through the chip.
 enum class FieldStage : U8
 {
    lookup, // before the forwarding tables
@@ -24,49 +25,50 @@ enum class FieldStage : U8
    final,  // when the destination is known
 };
 
-/// A range of entry ids in a group of the Field Processor that has a manager of its own.
+/// A range of entry ids in a group of the Field Processor, with its own manager.
 struct FieldGroupProfile
 {
    std::string name;             // "main", "ttl-check", ...
-   std::optional<TcamGroup> key; // how the group manager knows it; the main group has none
+   std::optional<TcamGroup> key; // its key in the group manager; the main range has none
    U32 base;                     // the first entry id
-   U32 size;                     // how many ids
-   U32 room;                     // how many entries the hardware of one unit has room for
+   U32 size;                     // number of ids
+   U32 room;                     // number of entries that fit into the hardware of one unit
    FieldStage stage = FieldStage::final;
    bool acl = false; // its key has no class fields and no port bitmap
 };
 
-/// Port numbers that are no front-panel port's. Front-panel ports are 1 to the configured number.
+/// Numbers of internal ports. Front-panel ports are 1 to the configured number.
 struct SpecialPorts
 {
    int cpu = 0;
    std::optional<int> loopback;
-   std::optional<int> recirculation; // a port of its own for recirculation
+   std::optional<int> recirculation; // a separate port for recirculation
 };
 
 struct ChipProfile
 {
    std::string name;
-   std::string description; // one line for people
+   std::string description; // one line for lists
    ChipAttributes attributes;
    SpecialPorts specialPorts;
-   U32 frontPanelPorts; // unless configured otherwise
+   U32 frontPanelPorts; // default number
    std::vector<FieldGroupProfile> groups;
    U32 myStationEntries;
-   U32 ipOptionsProfiles; // how many the chip can hold
+   U32 ipOptionsProfiles; // number of profiles that fit into the chip
    U32 l2McastGroups = 4096;
    U32 cpuQueues = 48;
    bool hasIpOptionsProfile = false;
    bool resolvesHigigTrunksAsLag = false;
-   // What the agent configures on switches with this chip.
+   // Settings that the agent configures on switches with this chip.
    bool fabricMode = false;
    bool vfiForwarding = false;
    bool vxlanEnabled = false;
 
-   /// Changes a capability of `attributes` by name; ValueError, with the nearest one, when there is
+   /// Changes a capability of `attributes` by name; ValueError, with the nearest name, when there is
    /// none.
    void capabilityIs( std::string_view capability, bool value );
 
+   // Whether the chip has the control, register, action or qualifier; the shim returns BCM_E_UNAVAIL otherwise.
    bool supports( SwitchControl control ) const;
    bool supports( Register reg ) const;
    bool supports( FieldAction action ) const;
@@ -75,7 +77,7 @@ struct ChipProfile
 
 constexpr U32 maxFrontPanelPorts = 256;
 
-/// The names of the chip's attributes, "usesHsdk" included.
+/// The names of the chip's attributes, including "usesHsdk".
 std::span<const std::string_view> capabilityNames();
 
 std::span<const ChipProfile> chipProfiles();

@@ -1,6 +1,5 @@
-// Watches whether the slice keeps the conventions of the hardware calls. A broken one ends the
-// process, after one line that says what was wrong with which call on which unit, unless another
-// handler is set.
+// Checks that the slice keeps the conventions of the hardware calls. A broken convention ends the
+// process, after one line with the error, the call and the unit, unless another handler is set.
 #pragma once
 
 #include "platform/runtime/Types.h"
@@ -22,8 +21,8 @@ namespace Strata::Sim {
 
 struct Breach
 {
-   std::string what;        // was wrong: "it is made with the activity lock held"
-   std::string call;        // by which call: "bcm_field_qualify_Ttl"
+   std::string what;        // the error: "it is made with the activity lock held"
+   std::string call;        // the call: "bcm_field_qualify_Ttl"
    std::optional<U32> unit; // calls without a unit have none
 
    /// "broken convention: bcm_field_qualify_Ttl on unit 0: it is made with the activity lock held"
@@ -39,26 +38,27 @@ class Critic
    Critic( const Critic& ) = delete;
    Critic& operator=( const Critic& ) = delete;
 
-   /// Empty for the default one, which writes the breach to standard error and aborts. When a
-   /// handler returns, the call goes on.
+   /// An empty handler is the default one, which writes the breach to standard error and aborts. When a
+   /// handler returns, the call continues.
    void handlerIs( Handler handler ) { handler_ = std::move( handler ); }
-   /// From now on breaches are only collected.
+   /// Sets a handler that only collects breaches.
    void collect();
    const std::vector<Breach>& breaches() const { return breaches_; }
    void breachesDel() { breaches_.clear(); }
 
    void preCalled();
    void errorHookRan();
-   /// An SDK operation begins. `target` is what it is about on the unit: an entry, register, VLAN or port.
+   /// Called when an SDK operation begins. `target` is its object on the unit: an entry, register, VLAN or port.
    void operationBegins( SdkOperation operation, U32 unit, S64 target );
-   /// The operation has returned. A unit without an FP lock is exempt from its rules.
+   /// Called when the operation has returned. A unit without an FP lock is exempt from the lock's rules.
    void operationEnds( SdkOperation operation, U32 unit, SdkCode code );
-   /// An action is added behind fieldActionRemoveAll, which packets must not meet half-way.
+   /// Called when an action is added behind fieldActionRemoveAll. Both must be under one FP lock, because packets must
+   /// not match the entry in between.
    void actionsRewritten( SdkOperation operation, U32 unit );
-   /// An entry-manager operation begins.
+   /// Called when an entry-manager operation begins.
    void managerCallBegins( std::string_view call, U32 unit );
 
-   /// Nothing more comes: a breach for each FP lock that is held, unless the agent died.
+   /// Called after the last operation: reports a breach for each FP lock that is held, unless the agent died.
    void ends();
 
    void breach( std::string what, std::string_view call, std::optional<U32> unit );
@@ -79,9 +79,9 @@ class Critic
    std::vector<Breach> breaches_;
    // What a unit's last operation read, by the operation that writes it back and its target.
    std::map<U32, std::pair<SdkOperation, S64>> read_;
-   bool preCalled_ = false; // and the call it announces has not come yet
+   bool preCalled_ = false; // the pre-call hook ran, and its call has not begun yet
    bool dead_ = false;
-   // Units whose FP lock was not available when it was last asked for.
+   // Units whose FP lock was not available at the last fieldLock.
    std::set<U32> withoutFieldLock_;
 };
 

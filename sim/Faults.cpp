@@ -74,7 +74,7 @@ void Faults::inject( const Fault& fault )
    if( fault.nth == 0 || fault.callNumber == U64{ 0 } )
       throw ValueError( "fault for " + callText( fault ) + ": calls are counted from 1" );
    if( fault.code == SdkCode::None )
-      throw ValueError( "fault for " + callText( fault ) + ": BCM_E_NONE is no error" );
+      throw ValueError( "fault for " + callText( fault ) + ": BCM_E_NONE is not an error" );
    armed_.push_back( { fault } );
 }
 

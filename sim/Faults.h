@@ -17,9 +17,9 @@ struct Fault
    /// The SDK operation ("bcm_field_qualify_Ttl") or entry-manager operation ("installEntry");
    /// empty for any SDK operation. A failing "getEntry" returns 0.
    std::string call{};
-   std::optional<U32> unit{}; // every unit if there is none
-   U64 nth = 1;               // strikes the n-th such call from now on
-   /// Strikes the SDK operation of this number, 1 being the switch's first; `nth` is not looked at.
+   std::optional<U32> unit{}; // every unit if empty
+   U64 nth = 1;               // applies to the n-th such call from now on
+   /// Applies to the SDK operation with this number; the switch's first is 1. `nth` is not used then.
    std::optional<U64> callNumber{};
    SdkCode code = SdkCode::Fail;
    bool always = false; // from the n-th on, instead of once
@@ -32,13 +32,13 @@ class Faults
 {
  public:
    /// ValueError when no call has that name, with the nearest one; when the call cannot fail; and
-   /// when the numbers make no sense.
+   /// when the numbers are invalid.
    void inject( const Fault& fault );
    void clear() { armed_.clear(); }
-   /// Those that have yet to strike, and those that strike always.
+   /// The faults that have not applied yet, and those that apply always.
    std::vector<Fault> armed() const;
 
-   /// What the call is to return, if a fault strikes it. `callNumber` is 0 for entry-manager
+   /// The code that the call must return, if a fault applies to it. `callNumber` is 0 for entry-manager
    /// operations.
    std::optional<SdkCode> strike( std::string_view call, U32 unit, U64 callNumber );
 

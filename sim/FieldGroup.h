@@ -1,6 +1,5 @@
-// One group of a unit's Field Processor: the entries that are claimed in it and the copies that the
-// hardware holds of them. Hardware knows one winner per group and packet: the lowest id that
-// matches.
+// One range of a unit's Field Processor: the entries that are claimed in it and their copies in
+// hardware. In hardware one entry per range wins each packet: the matching one with the lowest id.
 #pragma once
 
 #include "platform/runtime/Types.h"
@@ -21,23 +20,23 @@ struct FieldEntry
 {
    std::string name;
    RequestKey key;
-   FieldRule claim;                   // what the next install will put into hardware
-   std::optional<FieldRule> hardware; // what packets meet
+   FieldRule claim;                   // the rule that the next install will put into hardware
+   std::optional<FieldRule> hardware; // the rule that packets are matched against
    bool enabled = true;
    bool holdsRoom = true;
-   std::set<SdkOperation> unavailable; // qualifiers answered so since the claim
-   bool qualifierRefused = false;      // by the chip itself, whose attributes promised it
-   bool actionsRemoved = false;        // and what is added since then has not been installed
+   std::set<SdkOperation> unavailable; // qualifiers with the result "not available" since the claim
+   bool qualifierRefused = false;      // by the chip, although its attributes have the capability
+   bool actionsRemoved = false;        // since the last install
    U64 hits = 0;                       // since the first claim
-   Cause cause;                        // of what is in hardware
-   std::optional<bool> switchedTo;     // by enableEntry, which made it so last
+   Cause cause;                        // of the installation
+   std::optional<bool> switchedTo;     // the last state that enableEntry set
    Cause switchCause;
 
    /// The cause of enabling or disabling it, when that differs from the installation's.
    const Cause* enableCause() const { return switchedTo == enabled ? &switchCause : nullptr; }
 
    bool installed() const { return hardware.has_value(); }
-   /// Packets can meet it.
+   /// Whether it is in hardware and enabled.
    bool active() const { return installed() && enabled; }
 };
 
@@ -66,19 +65,19 @@ class FieldGroup
    }
    /// The claimed entries by id.
    const std::map<U32, FieldEntry>& entries() const { return entries_; }
-   /// Null when the id is not claimed.
+   /// Null if the id is not claimed.
    const FieldEntry* find( U32 id ) const;
    FieldEntry* find( U32 id );
 
-   /// Another one whenever what packets meet may have changed.
+   /// Changes whenever the entries in hardware may have changed.
    U64 version() const { return version_; }
 
    U32 room() const { return room_; }
    U32 roomLeft() const { return roomUsed_ < room_ ? room_ - roomUsed_ : 0; }
-   /// Entries that have room keep it when it shrinks.
+   /// Entries in hardware stay there when the number shrinks.
    void roomIs( U32 room ) { room_ = room; }
 
-   /// The entry manager's rules for getEntry, and so on below.
+   // The operations of an entry manager, with its rules.
    ClaimResult claim( U32 id, const std::string& name, const RequestKey& key );
    SdkCode install( U32 id );
    SdkCode reinstall( U32 id );
@@ -86,7 +85,7 @@ class FieldGroup
    void release( U32 id );
    SdkCode enable( U32 id, bool enabled );
 
-   /// Ids whose last claim failed through no fault of the caller.
+   /// Ids whose last claim failed without an error of the caller.
    const std::set<U32>& turnedAway() const { return turnedAway_; }
    void turnedAwayIs( U32 id ) { turnedAway_.insert( id ); }
 

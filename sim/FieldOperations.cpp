@@ -18,7 +18,7 @@ FieldEntry* ChipOperations::claimed( SdkOperation operation, U32 unit, U32 entry
    return found;
 }
 
-// The key of an ACL group has no room for classes. Entries there do without them.
+// The key of an ACL group has no room for classes, so entries there are made without them.
 static bool keyLacks( const FieldGroupProfile& group, Qualifier role )
 {
    return group.acl && ( role == Qualifier::InterfaceClassL2 ||
@@ -63,7 +63,7 @@ SdkCode ChipOperations::qualifyExact(
    return qualify( operation, unit, entry, { .role = role, .data = data, .mask = 0xFFFFFFFF } );
 }
 
-// Data and mask as they come.
+// A qualifier whose data and mask are used unchanged.
 #define PLAIN_QUALIFIER( name, Data ) \
    SdkCode ChipOperations::fieldQualify##name( U32 unit, U32 entry, Data data, Data mask ) \
    { \

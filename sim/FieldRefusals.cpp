@@ -23,7 +23,7 @@ static U32 width( Qualifier role )
    case Qualifier::DstMcastGroup:
       return 16;
    default:
-      return 64; // as wide as what the SDK's function takes
+      return 64; // the SDK function's parameter limits the width
    }
 }
 
@@ -100,7 +100,7 @@ static bool worksAt( FieldStage stage, FieldAction role )
    case FieldAction::RedirectMcast:
    case FieldAction::RedirectPbmp:
    case FieldAction::RedirectPort:
-      return stage == FieldStage::final; // before that there is nothing to change
+      return stage == FieldStage::final; // earlier stages have no destination to change
    default:
       return true;
    }

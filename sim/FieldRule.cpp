@@ -24,7 +24,7 @@ static std::string ipText( U64 number )
       "%d.%d.%d.%d", number >> 24 & 0xFF, number >> 16 & 0xFF, number >> 8 & 0xFF, number & 0xFF );
 }
 
-/// `value`, with the mask behind it where it does not cover all of `full`.
+/// `value`, followed by the mask unless that covers all of `full`.
 static std::string masked( const std::string& value, U64 mask, U64 full )
 {
    return mask == full ? value : value + format( "/0x%x", mask );

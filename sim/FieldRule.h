@@ -1,4 +1,4 @@
-// What an entry of the Field Processor says: qualifiers and actions as data, for printing them and
+// The rule of a Field Processor entry: qualifiers and actions as data, for printing them and
 // for deciding about packets.
 #pragma once
 
@@ -16,11 +16,11 @@ namespace Strata::Sim {
 VORMEL_ENUM( Qualifier, U8, Drop, DstIp, DstMac, DstMcastGroup, DstPort, EtherType, HiGig,
    IngressStpState, IntPriority, InterfaceClassL2, InterfaceClassL3, IpProtocol, IpType, L3Routable,
    L4DstPort, MyStationHit, PacketRes, SrcClassField, Ttl, TunnelTerminated,
-   // What entry managers qualify on for the slice.
+   // Set through entry managers.
    InPorts, InPortsClass, OutPortsClass, OutLoopback )
 
-/// Data and mask are in the packet's own terms: exact matches have all bits of the mask set, and IP
-/// types and packet results are their roles' positions in the enum.
+/// Data and mask are the packet's values, without SDK numbers: an exact match has all bits of the mask set, and IP
+/// types and packet results are the positions of their roles in the enum.
 struct FieldQualifier
 {
    Qualifier role;
@@ -29,7 +29,7 @@ struct FieldQualifier
    // DstPort: `data` is the module and this is the port. OutLoopback: the loopback port in `data`.
    U64 port = 0;
    U64 portMask = 0;
-   // The port sets that managers qualify on.
+   // Port sets, set through entry managers.
    PortBitmap ports{};
    PortBitmap allPorts{}; // InPorts: a port outside always passes
 
@@ -43,7 +43,7 @@ struct FieldActionData
    FieldAction role;
    U32 parameter0 = 0;
    U32 parameter1 = 0;
-   PortBitmap ports{}; // of the actions that carry a port bitmap
+   PortBitmap ports{}; // for actions with a port bitmap
 
    bool operator==( const FieldActionData& ) const = default;
    /// "CosQCpuNew 26", "RedirectPbmp 1-4"

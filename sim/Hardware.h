@@ -1,4 +1,4 @@
-// What the shim and the entry managers of one switch share.
+// The objects that the shim and the entry managers of one switch share.
 #pragma once
 
 #include "sim/Chip.h"
@@ -16,7 +16,7 @@ struct Hardware
    Critic& critic;
    Faults& faults;
    Transcript& transcript;
-   const Cause& cause; // of what happens now
+   const Cause& cause; // of the present changes
 
    /// The same for the call that is about to be recorded.
    Cause causeOfCall() const { return { cause.text, cause.since, transcript.lastNumber() + 1 }; }

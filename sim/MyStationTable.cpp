@@ -96,7 +96,7 @@ std::string myStationText( const MemoryEntry& entry )
    return text + ( terminated.empty() ? ": no termination" : ":" + terminated );
 }
 
-/// The entry's fields and nothing else.
+/// A copy of the entry with its fields only.
 static MemoryEntry fieldsOf( const MemoryEntry& entry )
 {
    MemoryEntry fields;

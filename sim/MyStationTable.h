@@ -1,4 +1,4 @@
-// The my-station memory of a chip: which packets are for the router.
+// The my-station memory of a chip: the MAC addresses to which packets are for the router.
 #pragma once
 
 #include "platform/runtime/Types.h"
@@ -10,7 +10,7 @@
 
 namespace Strata::Sim {
 
-// A memory entry's fields; MAC addresses have accessors of their own.
+// A memory entry's fields; MAC addresses have separate accessors.
 bool isMacField( MemoryField field );
 bool fitsMemoryField( MemoryField field, U32 data );
 void memoryFieldSet( MemoryEntry& entry, MemoryField field, U32 data );
@@ -41,7 +41,7 @@ class MyStationTable
  private:
    U32 size_;
    std::map<U32, MemoryEntry> entries_;
-   std::map<U32, MemoryEntry> view_; // where it differs
+   std::map<U32, MemoryEntry> view_; // entries of the alternative view that differ
    std::map<U32, bool> alternate_;   // the next read comes from the view
 };
 

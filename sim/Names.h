@@ -1,4 +1,4 @@
-// Helping with misspelt names.
+// Suggestions for misspelt names.
 #pragma once
 
 #include <span>
@@ -7,7 +7,7 @@
 
 namespace Strata::Sim {
 
-/// For the end of an error text: "; did you mean 'hsdk'?", or all names when none is near: "; there
+/// For the end of an error text: "; did you mean 'hsdk'?", or all names when none is similar: "; there
 /// are: hsdk, register".
 std::string hint( std::string_view wrong, std::span<const std::string_view> names );
 

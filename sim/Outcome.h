@@ -1,4 +1,4 @@
-// How the result of a call is written down.
+// The text of a call's result.
 #pragma once
 
 #include "sim/SdkCodes.h"

@@ -1,4 +1,4 @@
-// Writes the changes that entities publish to the transcript. All of it under the activity lock.
+// Writes the changes that entities publish to the transcript. Requires: the activity lock is held.
 #pragma once
 
 #include "platform/runtime/ChangeWatcher.h"

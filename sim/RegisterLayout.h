@@ -1,4 +1,4 @@
-// Where the fields of the chip's registers lie.
+// The positions of the fields in the chip's registers.
 #pragma once
 
 #include "platform/runtime/Types.h"
@@ -14,7 +14,7 @@ Register registerOf( RegisterField field );
 U64 registerFieldSet( U64 value, RegisterField field, U32 data );
 U32 registerField( U64 value, RegisterField field );
 
-/// What the register holds after reset: bits that the slice must leave alone, among others.
+/// The value of the register after reset, which includes bits that the slice must not change.
 U64 registerReset( Register reg );
 
 /// "0x1000003 (MPLS_LABEL_MISS_TOCPUf 1, MPLS_TTL_ERR_TOCPUf 1)"

@@ -43,7 +43,7 @@ static std::string roleText( const NumberTable<Role>& table, S64 number )
    return namedOr( role ? std::optional( roleName( *role ) ) : std::nullopt, number );
 }
 
-/// The name that the number stands for; nothing where the argument is just a number.
+/// The name of the SDK number; nothing for an argument that is a plain number.
 std::optional<std::string> SdkCallText::nameOfNumber( std::string_view argument, S64 number )
 {
    const auto is = [ & ]( SdkOperation operation ) { return operation_ == operation; };

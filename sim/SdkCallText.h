@@ -16,8 +16,8 @@ namespace Strata::Sim {
 class SdkCallText
 {
  public:
-   /// `names` is the operation's column of arguments, "( unit, entry )". Results are rendered as
-   /// they are now, so call this after the operation.
+   /// `names` is the operation's column of arguments, "( unit, entry )". Results are rendered
+   /// with their present values. Requires: the operation has returned.
    template<class... Arguments>
    SdkCallText( SdkOperation operation, const SdkNumbers& numbers, std::string_view names,
       const Arguments&... arguments )

@@ -49,11 +49,11 @@ struct SdkCodeInfo
 
 std::span<const SdkCodeInfo> sdkCodes();
 
-/// "BCM_E_NOT_FOUND"; an unknown code reads as its number.
+/// "BCM_E_NOT_FOUND"; the number for an unknown code.
 std::string sdkCodeName( int code );
 /// "Entry not found"; "Unknown error" for an unknown code.
 std::string sdkCodeText( int code );
-/// Takes "BCM_E_NOT_FOUND", "NOT_FOUND", "not-found" and the number.
+/// Accepts "BCM_E_NOT_FOUND", "NOT_FOUND", "not-found" and the number.
 std::optional<SdkCode> parseSdkCode( std::string_view text );
 /// The same; ValueError, with the nearest name, when there is no such code.
 SdkCode sdkCode( std::string_view text );

@@ -6,7 +6,7 @@
 
 namespace Strata::Sim {
 
-// Above every port number, so that no port passes for a name either.
+// Above every port number, so that a port number is never taken for a name.
 static constexpr int lowestNumber = 5000;
 static constexpr int highestNumber = 0x7FFFFFF;
 
@@ -51,7 +51,7 @@ U32 SdkNumbers::vlanFlag( VlanFlag role ) const
 VlanFlags SdkNumbers::vlanFlags( U32 word ) const
 {
    VlanFlags result;
-   U32 next = 0; // position of the next bit that is no role's
+   U32 next = 0; // position of the next bit without a role
    for( U32 bit = 0; bit < 32; ++bit ) {
       const bool set = ( word >> bit & 1 ) != 0;
       const auto at = std::find( vlanFlagBits_.begin(), vlanFlagBits_.end(), bit );

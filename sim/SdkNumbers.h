@@ -1,5 +1,5 @@
-// The simulated SDK's numbers for its names. They are drawn at random, so that a number that was
-// compiled into the slice cannot go unnoticed; no number stands for two names.
+// The simulated SDK's numbers for its names. They are random, so that a number that was compiled
+// into the slice is noticed. All of them differ.
 #pragma once
 
 #include "platform/runtime/Types.h"

@@ -1,4 +1,4 @@
-// Interfaces, LAGs and VLANs of a simulated switch: what an agent keeps consistent for the slice.
+// Interfaces, LAGs and VLANs of a simulated switch, which an agent keeps consistent for the slice.
 #include "platform/runtime/Errors.h"
 #include "platform/runtime/Format.h"
 #include "sim/SimSwitch.h"
@@ -29,7 +29,7 @@ Ref<EthIntfStatus> SimSwitch::intfStatus( IntfId intf )
 void SimSwitch::checkInterface( IntfId intf, U32 unit, int port ) const
 {
    if( !intf.isEthernet() )
-      throw ValueError( intf.toString() + " has no port: only Ethernet interfaces have" );
+      throw ValueError( intf.toString() + " cannot have a port: only Ethernet interfaces can" );
    if( port < 1 || static_cast<U32>( port ) > ports_ )
       throw ValueError( "the front-panel ports of a unit are 1 to " + std::to_string( ports_ ) +
                         ", not " + std::to_string( port ) );
@@ -49,7 +49,7 @@ void SimSwitch::addInterface( IntfId intf, U32 unit, int port, std::optional<For
    const U32 logical = logicalPort.value_or( *chip( unit ).logicalPort( port ) );
    scsd_->intfToLogicalPortIs( intf, logical );
    scsd_->strataIntfToPortIs( intf, StrataPort( unit, port, logical ) );
-   // The model is set last, because a port that appears is flooded to whatever its model is.
+   // The model is set last, because a port that appears enters the flood set regardless of the model.
    if( model )
       status->forwardingModelIs( *model );
 }
@@ -89,7 +89,7 @@ void SimSwitch::takeOutOfLag( IntfId lag, IntfId member )
 void SimSwitch::checkLag( IntfId lag, const std::vector<IntfId>& members ) const
 {
    if( !lag.isPortChannel() )
-      throw ValueError( lag.toString() + " is no LAG: LAGs are Port-Channel interfaces" );
+      throw ValueError( lag.toString() + " is not a LAG; LAGs are Port-Channel interfaces" );
    for( const IntfId member : members )
       if( !member.isEthernet() )
          throw ValueError(
@@ -110,7 +110,7 @@ void SimSwitch::lagIs( IntfId lag, const std::vector<IntfId>& members )
    for( const IntfId member : members )
       if( const IntfId other = scsd_->lagOfMember( member ); !other.empty() && other != lag )
          takeOutOfLag( other, member );
-   // The reactors look at the LAG's members when a member tells that its LAG has changed.
+   // Before lagOfMember: the reactors read the LAG's members when the LAG of a member changes.
    scsd_->lagMembersIs( lag, IntfIdList( members ) );
    for( const IntfId member : before )
       if( std::ranges::find( members, member ) == members.end() )

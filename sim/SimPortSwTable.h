@@ -1,4 +1,4 @@
-// The agent's software port table, as simple as can be.
+// A simple software port table for the agent.
 #pragma once
 
 #include "platform/state/PortSwTable.h"
@@ -20,7 +20,7 @@ class SimPortSwTable : public PortSwTable
    void entryCommit( const StrataPort& port, const PortSwEntry& entry ) override;
 
    const std::map<StrataPort, PortSwEntry>& entries() const { return entries_; }
-   /// How often an entry was committed.
+   /// The number of commits.
    U64 commits() const { return commits_; }
 
  private:

@@ -12,7 +12,7 @@
 
 namespace Strata::Sim {
 
-/// The target of an operation on its unit: its first argument, where that is a number.
+/// The target of an operation on its unit: its first argument, if that is a number.
 template<class First, class... Rest>
 static S64 targetOf( const First& first, const Rest&... )
 {
@@ -235,7 +235,7 @@ void SimShim::memoryFieldSet( MemoryEntry& entry, MemoryField field, const EthAd
 {
    if( !isMacField( field ) )
       return hardware_.critic.breach(
-         "the field holds no MAC address", roleName( field ), std::nullopt );
+         "the field is not a MAC address", roleName( field ), std::nullopt );
    Sim::memoryFieldSet( entry, field, mac );
 }
 

@@ -1,5 +1,5 @@
-// The SDK shim over simulated chips. Every operation goes the same way: the critic looks at the
-// circumstances, a fault may strike, the chip does its work, the transcript gets the call.
+// The SDK shim over simulated chips. Every operation takes the same steps: the critic checks the
+// circumstances, a fault may replace the effect, the chip changes, the transcript gets the call.
 #pragma once
 
 #include "platform/sdk/SdkShimInterface.h"
@@ -25,12 +25,12 @@ class SimShim final : public SdkShimInterface
    result method parameters const override;
 #include "platform/sdk/SdkQuestions.def"
 
-   /// How often the operation was called.
+   /// The number of calls of the operation.
    U64 calls( SdkOperation operation ) const
    {
       return callsOf_[ static_cast<std::size_t>( operation ) ];
    }
-   /// How often any operation was called: the number of the last call.
+   /// The number of calls of all operations, which is the number of the last call.
    U64 calls() const
    {
       return calls_;

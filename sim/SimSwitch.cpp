@@ -16,7 +16,7 @@ namespace Strata::Sim {
 using Vormel::make;
 using Vormel::ValueError;
 
-/// Leads traces, log messages and fatal lines to the transcript as long as it lives.
+/// Sends traces, log messages and fatal lines to the transcript during its lifetime.
 class SimSwitch::Sinks
 {
  public:
@@ -84,14 +84,14 @@ static std::vector<U32> checkedUnits( std::vector<U32> units )
                         std::to_string( units.size() ) );
    std::ranges::sort( units );
    if( std::ranges::adjacent_find( units ) != units.end() )
-      throw ValueError( "each unit of a switch has a number of its own" );
+      throw ValueError( "unit numbers must be unique" );
    if( units.back() > 0xFFFF )
       throw ValueError( "unit numbers go up to 65535, not " + std::to_string( units.back() ) );
    return units;
 }
 
-/// The logical numbers of the units' first front-panel ports: they go on from unit to unit, and leave those of
-/// internal ports out. Where a switch has more ports than there are numbers, the units share them.
+/// The logical numbers of the units' first front-panel ports. They continue from unit to unit and skip the numbers of
+/// internal ports. In a switch with more ports than numbers the units share them.
 static std::vector<U32> firstLogicalPorts(
    const ChipProfile& profile, std::size_t units, U32 portsPerUnit )
 {
@@ -112,7 +112,7 @@ static std::vector<U32> firstLogicalPorts(
    return firsts;
 }
 
-/// Another one in every process.
+/// A seed that differs in every process.
 static U64 processSeed()
 {
    static const U64 seed = std::random_device()();
@@ -134,7 +134,8 @@ SimSwitch::SimSwitch( const SimSwitchConfig& config )
      shim_( hardware_ )
 {
    if( sdkShim() )
-      throw Vormel::Error( "this process has an SDK shim already: one switch at a time" );
+      throw Vormel::Error(
+         "this process already has an SDK shim; there can be only one switch at a time" );
    const std::vector<U32> firstPorts = firstLogicalPorts( profile_, units_.size(), ports_ );
    for( std::size_t i = 0; i < units_.size(); ++i )
       chips_.try_emplace(
@@ -182,7 +183,7 @@ void SimSwitch::makeObjects()
    if( profile_.attributes.vxlanSupported )
       scsd_->vxlanFloodL2McIs( profile_.l2McastGroups - 2 );
 
-   // The last group is every port's: the slice finds it by the table's size.
+   // The last group contains every port; the slice finds it by the table's size.
    l2Mcast_ = make<L2McastTableAllocationEnt>();
    l2Mcast_->sizeIs( profile_.l2McastGroups );
    l2Mcast_->cpuGroupIs( 1 );

@@ -1,8 +1,8 @@
 // A whole simulated switch: chips, the SDK shim, the entry managers, and every input object that an
 // agent hands to the slice. One at a time per process, because there is one shim.
 //
-// The activity lock is held while a switch is made, used and destroyed. Whatever calls its shim
-// or its entry managers is destroyed before it.
+// Requires: the activity lock is held while a switch is made, used and destroyed, and objects that call its
+// shim or its entry managers are destroyed before it.
 #pragma once
 
 #include "platform/runtime/Ref.h"
@@ -33,9 +33,10 @@ struct SimSwitchConfig
 {
    std::string profile = "hsdk";
    std::vector<U32> units{ 0 }; // 1 to 64 unit numbers, each up to 65535
-   std::optional<U32> ports{};  // front-panel ports of a unit, 1 to 256; else as the profile has it
-   std::optional<U64> seed{};   // of the SDK's numbers; else another one in every process
-   /// Where the chip differs from its profile: capabilities by name (capabilityNames()).
+   std::optional<U32>
+      ports{};                // front-panel ports of a unit, 1 to 256; by default as in the profile
+   std::optional<U64> seed{}; // of the SDK's numbers; by default different in every process
+   /// Capabilities in which the chip differs from its profile, by name (capabilityNames()).
    std::map<std::string, bool> capabilities{};
    bool record = true; // notifications, traces, log messages and fatal lines go to the transcript
 };
@@ -46,8 +47,8 @@ std::vector<U32> unitNumbers( U32 count );
 class SimSwitch
 {
  public:
-   /// ValueError when the configuration makes no sense. Sets the process's shim and the sinks of
-   /// traces, log messages and fatal lines; the destructor puts them back.
+   /// ValueError when the configuration is invalid. Sets the process's shim and the sinks of traces, log
+   /// messages and fatal lines; the destructor restores them.
    explicit SimSwitch( const SimSwitchConfig& config );
    SimSwitch( const SimSwitch& ) = delete;
    SimSwitch& operator=( const SimSwitch& ) = delete;
@@ -60,19 +61,19 @@ class SimSwitch
    U64 seed() const { return seed_; }
 
    Transcript& transcript() { return transcript_; }
-   /// Sets the cause of what happens from now on; written state keeps it.
+   /// Sets the cause of later changes; the changed state records it.
    void causeIs( std::string cause )
    {
       cause_ = { std::move( cause ), transcript_.lastNumber(), 0 };
    }
    /// Records the current command as the cause of state that it changes without the slice.
    void pokes( U32 unit, const ChipPlace& place ) { chip( unit ).causeIs( place, cause_ ); }
-   /// Whether the object is an input of the slice; the slice reports by the others.
+   /// Whether the object is an input of the slice; the slice writes the other objects.
    static bool isInput( std::string_view objectName );
    Critic& critic() { return critic_; }
    Faults& faults() { return faults_; }
    SimShim& shim() { return shim_; }
-   /// In front of it: the process's shim, which counts and times the calls.
+   /// The process's shim, which counts and times the calls and passes them to shim().
    ObservedShim& observedShim() { return observed_; }
    const SdkNumbers& numbers() const { return numbers_; }
    Chips& chips() { return chips_; }
@@ -109,41 +110,41 @@ class SimSwitch
    /// interface's name; null when there is none.
    Ref<Entity> object( std::string_view name ) const;
    static std::vector<std::string_view> objectNames();
-   /// ValueError when there can be no such switch.
+   /// ValueError when the configuration is invalid.
    static void check( const SimSwitchConfig& config );
 
-   /// Also writes this entity's changes to the transcript, under the name given, or its type's.
+   /// Also writes this entity's changes to the transcript, under the given name, or its type's.
    void record( const Ref<const Entity>& entity, const std::string& name = {} )
    {
       recorder_.record( entity, name );
    }
    void forget( const Entity& entity ) { recorder_.forget( entity ); }
 
-   /// ValueError unless the interface can be put there: the port exists and is no other's.
+   /// ValueError unless the port exists and no other interface is on it.
    void checkInterface( Vormel::IntfId intf, U32 unit, int port ) const;
    /// Puts an Ethernet interface on a port: its status (bridged when it is new), its logical port
-   /// number (the chip's own unless given), the port itself, then the model.
+   /// number (by default the chip's own), the port itself, then the model.
    /// ValueError as for checkInterface().
    void addInterface( Vormel::IntfId intf, U32 unit, int port,
       std::optional<Interface::ForwardingModel> model = std::nullopt,
       std::optional<U32> logicalPort = std::nullopt );
-   /// Takes it away in the reverse order, and out of its LAG first.
+   /// Takes the interface out of its LAG, then removes it in the reverse order.
    void removeInterface( Vormel::IntfId intf );
-   /// ValueError for what cannot be a LAG, or not with these members.
+   /// ValueError for an interface that cannot be a LAG, and for invalid members.
    void checkLag( Vormel::IntfId lag, const std::vector<Vormel::IntfId>& members ) const;
-   /// Makes the LAG, if it is new, with just these members, in this order; takes them out of other
+   /// Makes the LAG, if it is new, and gives it exactly these members in this order; takes them out of other
    /// LAGs. ValueError as for checkLag().
    void lagIs( Vormel::IntfId lag, const std::vector<Vormel::IntfId>& members );
    void lagDel( Vormel::IntfId lag );
    /// The status of an interface of any kind, made when it does not exist.
    Ref<Interface::EthIntfStatus> intfStatus( Vormel::IntfId intf );
-   /// Puts a next-hop entity into its directory, in place of one of the same name.
+   /// Puts a next-hop entity into its directory and replaces one of the same name.
    void nexthopIs( const std::string& name, bool programmed, bool usesL3Egress );
    void nexthopDel( const std::string& name ) { nexthops_->entityDel( name ); }
    /// Makes the VLAN on every unit, or removes it.
    void vlanIs( U16 vlanId );
    void vlanDel( U16 vlanId );
-   /// The unit keeps an IPv4 options profile of its own.
+   /// Sets whether the unit has its own IPv4 options profile.
    void hasIpOptionsProfileIs( U32 unit, bool has );
 
  private:

@@ -64,9 +64,9 @@ static const char* mistake( FieldGroup::ClaimFailure failure )
    case FieldGroup::ClaimFailure::outOfRange:
       return "outside the manager's range";
    case FieldGroup::ClaimFailure::heldByOther:
-      return "held under another name";
+      return "claimed under another name";
    default:
-      return nullptr; // no room: the hardware's doing, not the caller's
+      return nullptr; // no room, which is not an error of the caller
    }
 }
 
@@ -94,7 +94,7 @@ U32 SimTcamEntryManager::getEntry(
    write( call, unit, entryId, details,
       " -> " + std::to_string( result.id ) + ( struck ? " (injected)" : "" ),
       { { "result", result.id }, { "injected", struck } } );
-   if( result.id == 0 ) // the slice does not check the answer
+   if( result.id == 0 ) // reported here, because the slice does not check the result
       hardware_.transcript.add( RecordKind::claim,
          name_ + ": " + RefusedClaim{ name, entryId, unit }.text(),
          { { "manager", name_ }, { "name", name }, { "id", entryId }, { "unit", unit } } );
@@ -123,7 +123,7 @@ static bool floods( const FieldEntry& entry )
           !qualifies( Qualifier::OutLoopback );
 }
 
-/// Faults of a claim that the chip accepts.
+/// Errors of a claim that the chip would accept.
 static std::vector<std::string> faultsOf( const FieldEntry& entry, const Chip& chip )
 {
    std::vector<std::string> faults;
@@ -197,7 +197,7 @@ int SimTcamEntryManager::enableEntry( U32 unit, U32 entryId, bool enable, int mo
       const SdkCode code = at.enable( entryId, enable );
       if( FieldEntry* const entry = at.find( entryId );
           code == SdkCode::None && entry->switchedTo != enable ) {
-         // Setting the same state again after an installation keeps its first cause.
+         // Setting the same state again keeps its first cause.
          entry->switchedTo = enable;
          entry->switchCause = hardware_.causeOfCall();
       }

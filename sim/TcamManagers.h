@@ -1,4 +1,4 @@
-// The agent's entry managers over simulated chips: each serves one group of every unit's Field
+// The agent's entry managers over simulated chips: each serves one range of every unit's Field
 // Processor.
 #pragma once
 
@@ -40,7 +40,7 @@ class SimTcamEntryManager : public StrataBoundedTcamEntryManager
 
  private:
    FieldGroup* group( U32 unit ) const;
-   /// Runs `work` on the unit's group unless a fault strikes the call, and writes the call down.
+   /// Runs `work` on the unit's range unless a fault applies to the call, and records the call.
    template<class Work>
    SdkCode perform(
       std::string_view call, U32 unit, U32 entryId, const std::string& details, Work work );
@@ -53,13 +53,13 @@ class SimTcamEntryManager : public StrataBoundedTcamEntryManager
    Hardware hardware_;
 };
 
-/// Knows the groups that its profile has; each can be taken away.
+/// The group manager of the profile's ranges; each assignment can be removed.
 class SimTcamGroupManager : public StrataTcamGroupManager
 {
    VORMEL_ENTITY( SimTcamGroupManager, STRATA_SIM_TCAM_GROUP_MANAGER_ATTRIBUTES )
 
    Ref<StrataBoundedTcamEntryManager> boundedTcamEntryManager( TcamGroup group ) const override;
-   /// Null takes the group's assignment away.
+   /// Null removes the assignment.
    void managerIs( TcamGroup group, Ref<SimTcamEntryManager> manager );
 
  private:

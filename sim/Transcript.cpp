@@ -30,7 +30,7 @@ std::string Record::json() const
          f.value );
    if( fields.empty() )
       object[ "text" ] = text;
-   // What the slice was given to print need not be UTF-8.
+   // Texts from outside, such as names, may contain invalid UTF-8.
    return object.dump( -1, ' ', false, nlohmann::ordered_json::error_handler_t::replace );
 }
 

@@ -1,6 +1,6 @@
 // The one ordered transcript: hardware calls, entry-manager calls, notifications, traces, log
-// messages and whatever else happened, in the order in which it happened. Nothing in it depends on
-// pointers, times or hash order, so two runs of the same events differ only where behaviour does.
+// messages and all other events, in order. It does not depend on pointers, times or hash order, so
+// two runs of the same events differ only if the behaviour differs.
 //
 // Records may be added from any thread; records() is for the thread that drives the switch.
 #pragma once
@@ -24,12 +24,12 @@ VORMEL_ENUM( RecordKind, U8,
    entry,  // an entry-manager operation
    notify, // a published change
    trace, log,
-   fatal,  // a line that tells why the agent ends
+   fatal,  // a line that says why the agent ends
    error,  // the shim's error hook: the agent is about to end
    claim,  // a claim that an entry manager refused
    breach, // a broken convention
    packet,
-   command, // of whoever drives the switch
+   command, // a command of the tool
    note )
 
 /// An array or object, as JSON.
@@ -71,14 +71,14 @@ struct Record
 {
    U64 number; // 1 is the transcript's first
    RecordKind kind;
-   std::string text; // for people, without the kind
+   std::string text; // readable text, without the kind
    std::vector<RecordField> fields;
 
    /// "call   bcm_field_lock( unit 0 )"
    std::string line() const;
    /// One JSON object: number, kind, then the fields in order.
    std::string json() const;
-   /// The field as text; empty when the record has none of that name.
+   /// The field as text; empty if the record has no field of that name.
    std::string field( std::string_view name ) const;
 };
 
@@ -89,22 +89,22 @@ class Transcript
 
    void add( RecordKind kind, std::string text, std::vector<RecordField> fields = {} );
 
-   /// Stays valid, and so do its elements, while records are added.
+   /// It and its elements remain valid while records are added.
    const std::deque<Record>& records() const { return records_; }
    U64 size() const { return records_.size(); }
-   /// Of the record that was added last; 0 for none.
+   /// The number of the record that was added last; 0 for none.
    U64 lastNumber() const;
-   /// How many records of a kind were added, also those that were not kept.
+   /// The number of records of a kind that were added, including those that were not kept.
    U64 count( RecordKind kind ) const;
 
-   /// Sees each record when it is added and may not add any itself. Whoever writes a file flushes
-   /// there, so that a crash loses no line. Empty for none.
+   /// Gets each record when it is added and must not add any. A listener that writes a file flushes it,
+   /// so that a crash loses no line. Empty for none.
    void listenerIs( Listener listener );
 
-   /// Whether records are kept; on at first. Numbers, counts and the listener go on when they are
-   /// not.
+   /// Whether records are kept; initially true. Otherwise only numbers, counts and the listener
+   /// continue.
    void keepIs( bool keep ) { keep_ = keep; }
-   /// Forgets the kept records; numbers go on.
+   /// Removes the kept records; numbers continue.
    void clear() { records_.clear(); }
 
  private:

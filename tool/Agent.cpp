@@ -60,7 +60,7 @@ void Agent::startReactors( const std::set<std::string_view>& without )
          unless( "hwStatus", hardware_.hwStatus() ),
          unless( "nexthops", hardware_.nexthopStatusDir() ) );
    reactor_ = made;
-   // Handlers for what exists already, which the agent calls: the reactors are notified of changes only.
+   // The agent calls the handlers for objects that exist already, because the reactors are only notified of changes.
    made->handleStrataIntfToPort();
    made->handleL2TrafficRoutingStatus();
    if( reactor_ != made ) // a subscriber has stopped the reactors

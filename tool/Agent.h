@@ -1,7 +1,7 @@
-// A small switch agent: what the real one does around the slice, on a simulated switch. It makes the helper
-// with its inputs, knows every object by a short name, and moves the clock.
+// A small switch agent: the parts around the slice, on a simulated switch. It makes the helper with its inputs,
+// finds every object by a short name, and advances the clock.
 //
-// The activity lock is held while an agent is made, used and destroyed. One at a time per process.
+// Requires: the activity lock is held while an agent is made, used and destroyed, and there is one agent at a time.
 #pragma once
 
 #include "platform/runtime/Clock.h"
@@ -28,14 +28,14 @@ struct AgentConfig
 {
    Sim::SimSwitchConfig hardware;
    std::string helperName = "routing";
-   std::optional<bool> fabricMode;     // else as the chip's profile has it
-   Sim::Transcript::Listener listener; // hears the transcript from the start
+   std::optional<bool> fabricMode;     // by default as in the chip's profile
+   Sim::Transcript::Listener listener; // gets the transcript from the start
 };
 
 class Agent
 {
  public:
-   /// Makes the switch and the helper; touches no hardware. ValueError when the configuration makes no sense.
+   /// Makes the switch and the helper; does not program hardware. ValueError when the configuration is invalid.
    explicit Agent( const AgentConfig& config );
    Agent( const Agent& ) = delete;
    Agent& operator=( const Agent& ) = delete;
@@ -44,32 +44,32 @@ class Agent
    Sim::SimSwitch& hardware() { return hardware_; }
    const Sim::SimSwitch& hardware() const { return hardware_; }
    const Ref<RoutingStatusHelper>& helper() const { return helper_; }
-   /// As an agent starts: init, l3Init, then the reactors.
+   /// Runs an agent's start: init, l3Init, then the reactors.
    void bringUp();
-   /// The reactors alone; those from before are dropped first. From here on the hardware follows changes of
-   /// the input objects. Inputs named here, of those that optionalInputs() lists, are not handed to them.
+   /// Makes the reactors; earlier ones are dropped first. From then on the hardware follows changes of the input
+   /// objects. The reactors do not get the inputs named here, which optionalInputs() lists.
    void startReactors( const std::set<std::string_view>& without = {} );
-   /// The inputs, by object name, that the main reactor can do without.
+   /// The inputs, by object name, that the main reactor does not need.
    static std::span<const std::string_view> optionalInputs();
    /// Drops the reactors; the hardware stays as it is.
    void stop();
-   /// Null until they are started.
+   /// Null until the reactors are started.
    const Ref<RoutingStatusSm>& reactor() const { return reactor_; }
 
-   /// The clock that the slice's timers run on; it stands until it is moved.
+   /// The clock of the slice's timers; it advances only when told to.
    Vormel::ManualClock& clock() { return *clock_; }
 
    /// "helper", an entry manager ("main", ...), an input object, or an interface's status by the interface's
    /// name; null when there is none.
    Ref<Entity> object( std::string_view name ) const;
-   /// All names but those of interfaces.
+   /// All names except those of interfaces.
    std::vector<std::string> objectNames() const;
 
-   /// How the value reads here: objects by their short names, everything else by its text form.
+   /// The text of a value: the short names of objects, the text form of all other values.
    std::string valueText( const Vormel::Value& value ) const;
 
-   /// The object's values, as valueText() has them, when it was made: the helper by its constructor, the input
-   /// objects with the switch. Empty for what came later.
+   /// The object's initial values, as texts of valueText(): those of the helper after its constructor, those of the
+   /// input objects when the switch was made. Empty for objects that were made later.
    using Values = std::map<std::string, std::string>;
    Values initialValues( const Entity& object ) const;
 

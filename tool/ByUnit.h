@@ -1,4 +1,4 @@
-// What the units of a switch have in common: equal rows of different units become one row.
+// Merges equal rows of different units into one row.
 #pragma once
 
 #include "platform/runtime/Types.h"
@@ -27,7 +27,7 @@ class ByUnit
          at->second.push_back( unit );
    }
 
-   /// In the order in which they first came, each with its units.
+   /// The rows in order of their first addition, each with its units.
    using Rows = std::vector<std::pair<Row, std::vector<U32>>>;
    const Rows& rows() const { return rows_; }
 
@@ -37,7 +37,7 @@ class ByUnit
 
 using Cells = std::vector<std::string>;
 
-/// Rows of equal cells become one, with their units in a column of their own in front of the last.
+/// Merges rows with equal cells; their units are in a separate column before the last.
 Table unitTable( std::vector<Column> columns, const ByUnit<Cells>& byUnit );
 
 } // namespace Strata::Tool

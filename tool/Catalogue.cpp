@@ -83,12 +83,12 @@ struct SyntaxWord
    std::string_view meaning;
 };
 
-// A meaning may use words that come after it.
+// In this order, because an explanation may use words that are explained after it.
 static const SyntaxWord syntaxWords[] = {
    { "PORTS", "one or more of: PORT, Ethernet1-4, a LAG for all of its ports" },
    { "NEXTHOP",
       "PORT|LAG mac MAC vlan ID; cpu; flood mac MAC vlan ID; tunnel NAME mac MAC vlan ID" },
-   { "FRAME", "its layers from the outside in, or 'hex BYTES', or 'pcap FILE [frame N]'\n"
+   { "FRAME", "the layers from the outside in, or 'hex BYTES', or 'pcap FILE [frame N]'\n"
               "   [dmac MAC|router|virtual-router] [smac MAC] [vlan ID] [priority N], then one of\n"
               "   ethertype N\n"
               "   arp request|reply [from IP] [for IP]\n"
@@ -103,7 +103,7 @@ static const SyntaxWord syntaxWords[] = {
    { "OBJECT", "helper, which may be left out, or an input such as scsd, or an interface" },
    { "PREFIX", "such as 10.1.0.0/16 or 2001:db8::/32" },
    { "DURATION", "such as 250ms, 5s or 2m" },
-   { "HANDLE", "a trace handle such as ApiStrata; * stands for any part of a name" },
+   { "HANDLE", "a trace handle such as ApiStrata; * matches any part of a name" },
 };
 
 static bool hasWord( std::string_view text, std::string_view word )

@@ -1,4 +1,4 @@
-// Tables of what entities offer by name and of what they hold.
+// Tables of the attributes and operations of entities, of their values, and of commands.
 #pragma once
 
 #include "platform/runtime/Entity.h"
@@ -13,9 +13,9 @@ namespace Strata::Tool {
 
 /// The attributes of a type: number, name, type, default, meaning.
 Table attributeTable( const Vormel::EntityType& type );
-/// The commands whose names start with this.
+/// The commands whose names start with the given text.
 Table commandTable( std::string_view start );
-/// The same, and what stands for the words in capitals that need it.
+/// The same, with explanations of the words in capitals.
 Table helpTable( std::string_view start );
 Table operationTable( const Vormel::EntityType& type );
 
@@ -27,7 +27,7 @@ struct NamedType
 };
 const std::vector<NamedType>& namedTypes();
 
-/// One row for each value of an entity: members of collections go by their keys.
+/// One row for each value of an entity; members of collections have their key in the name.
 struct AttributeValue
 {
    const Vormel::Attribute* attribute;

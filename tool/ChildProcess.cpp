@@ -46,7 +46,7 @@ struct Pipe
    std::array<int, 2> ends{ -1, -1 };
 };
 
-/// One line for each thing sent: the form, then the text, unbuffered because the sender may die at any time.
+/// Sends one line: the form, then the text. Unbuffered, because the sender may die at any time.
 class PipeChannel : public ChildChannel
 {
  public:
@@ -75,7 +75,7 @@ class PipeChannel : public ChildChannel
    ::dup2( errors.ends[ 1 ], STDOUT_FILENO );
    ::dup2( errors.ends[ 1 ], STDERR_FILENO );
    std::signal( SIGABRT, SIG_DFL );
-   const rlimit noCore{ 0, 0 }; // this death is wanted
+   const rlimit noCore{ 0, 0 }; // the death is expected, so a core file is not needed
    ::setrlimit( RLIMIT_CORE, &noCore );
    PipeChannel channel( records.ends[ 1 ] );
    int status = 0;
@@ -87,7 +87,7 @@ class PipeChannel : public ChildChannel
    }
    std::cout.flush();
    std::fflush( nullptr );
-   ::_exit( status ); // this process's destructors are the parent's business
+   ::_exit( status ); // without destructors, which only the parent may run
 }
 
 /// Reads both pipes until the child has closed them.
@@ -128,7 +128,7 @@ ChildEnd runInChild( const std::function<void( ChildChannel& )>& work )
 {
    Pipe errors;
    Pipe records;
-   // What is buffered here would come out of both processes.
+   // Flushed, because both processes would write the buffered output.
    std::cout.flush();
    std::fflush( nullptr );
    const pid_t child = ::fork();

@@ -1,7 +1,7 @@
-// Runs a piece of work in a copy of this process, to see whether and how it dies: an abort is the only truth
-// about code that ends its process. What the copy does leaves this process untouched.
+// Runs a piece of work in a copy of this process, to find out whether and how it dies. Only a real abort shows how
+// code behaves that ends its process. The copy does not change the state of this process.
 //
-// For one thread: the process must have no other that the work depends on.
+// Requires: the work does not depend on another thread of this process.
 #pragma once
 
 #include "tool/Console.h"
@@ -21,11 +21,12 @@ struct ChildEnd
    bool aborted = false;  // by abort()
    std::string how;       // "aborted", "ended with status 0", "was killed by signal 11"
    std::string errorText; // all of its standard error
-   std::vector<std::pair<char, std::string>> lines; // what it sent, in order: form and text
+   std::vector<std::pair<char, std::string>>
+      lines; // the lines that it sent, in order: form and text
 };
 
 /// The child ends with status 0 when the work returns, and with 1 when it throws; the exception's text is then
-/// on its standard error. Standard output goes the way of standard error.
+/// on its standard error. Standard output is captured together with standard error.
 ChildEnd runInChild( const std::function<void( ChildChannel& )>& work );
 
 } // namespace Strata::Tool

@@ -15,23 +15,23 @@ namespace Strata::Tool {
 
 class Session;
 
-/// What a line asks for. It holds values, or references to the words of its line, which outlive it.
+/// The act of a line. It contains values, or references to the words of its line, which outlive it.
 using Act = std::function<void( Session& session )>;
 
 struct Command
 {
    std::string_view name;    // one or more words: "interface", "expect call"
-   std::string_view syntax;  // what follows the name
+   std::string_view syntax;  // the words behind the name
    std::string_view summary; // one line
    Act ( *parse )( const Session& session, Words& words ); // leaves the end of the line to act()
-   bool announced = true;   // its line is shown before it runs; else its outcome shows what it was
-   bool needsSwitch = true; // parse() may count on one
+   bool announced = true;   // its line is shown before it runs; otherwise its outcome shows it
+   bool needsSwitch = true; // parse() is called only if there is a switch
 
-   /// Parses the line to its end. InputError, also from the act, with the place of what is wrong.
+   /// Parses the line to its end. InputError, also from the act, with the place of the error.
    Act act( const Session& session, Words& words ) const;
 };
 
-/// Parses a command that takes no words.
+/// Parses a command without words.
 template<void ( *act )( Session& session )>
 Act parseNone( const Session&, Words& )
 {
@@ -41,7 +41,7 @@ Act parseNone( const Session&, Words& )
 /// All commands, in the order in which documentation shows them.
 const std::vector<Command>& commands();
 
-/// Takes a command's name. InputError, with the nearest name, when there is none.
+/// Takes a command's name. InputError, with the nearest name, if there is no such command.
 const Command& takeCommand( Words& words );
 
 // The themes.

@@ -51,14 +51,14 @@ Tone toneOf( const Sim::Record& record )
    }
 }
 
-/// What a scenario may leave out of its text: never what is addressed to somebody, or wrong.
+/// Records that a scenario may leave out of its text: not requested output, and not errors.
 bool isEvent( Sim::RecordKind kind )
 {
    return kind == Sim::RecordKind::call || kind == Sim::RecordKind::entry ||
           kind == Sim::RecordKind::notify || kind == Sim::RecordKind::trace;
 }
 
-/// Code moves; what it reports should read the same afterwards.
+/// Replaces line numbers, so that a transcript stays the same when code moves.
 std::string withoutSourceLines( const std::string& text )
 {
    static const std::regex sourceLine( "\\.(cpp|h):[0-9]+" );
@@ -73,7 +73,7 @@ std::string where( const Line& line )
 
 std::string dump( const ordered_json& object, int indent = -1 )
 {
-   // Names may hold any bytes; a transcript is valid text all the same.
+   // Names may contain any bytes, but a transcript must be valid text.
    return object.dump( indent, ' ', false, ordered_json::error_handler_t::replace );
 }
 

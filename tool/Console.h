@@ -1,5 +1,5 @@
-// Where a run reports to: the terminal and, if asked for, a transcript file. Both get everything in order, as
-// text or as JSON lines, and every line is out before the next thing happens, so a crash loses none.
+// The output of a run: the terminal and, if requested, a transcript file. Both get all lines in order, as text or as
+// JSON lines. Every line is written before the next event, so a crash loses none.
 #pragma once
 
 #include "platform/runtime/Enum.h"
@@ -18,7 +18,7 @@
 
 namespace Strata::Tool {
 
-/// What a line of text is, for those who colour it.
+/// The kind of a line of text, by which it is coloured.
 enum class Tone : U8
 {
    plain,
@@ -33,19 +33,19 @@ enum class Tone : U8
 struct ConsoleConfig
 {
    bool json = false;
-   bool quiet = false; // on the terminal only what was asked for, and what failed
-   bool echo = true;   // commands are shown, too: whoever typed them there has seen them
+   bool quiet = false; // on the terminal only requested output and failures
+   bool echo = true;   // also show commands; not needed on a terminal where they were typed
    bool colour = false;
    std::string transcriptFile; // empty for none
 };
 
-/// How a run of commands came to its end.
+/// How a run of commands ended.
 VORMEL_ENUM( RunEnd, U8, complete,
    refused, // by a line that could not be run
    died     // with the agent
 )
 
-/// What a run came to.
+/// The counts of a run.
 struct RunCounts
 {
    U32 expectations = 0; // that were judged
@@ -54,7 +54,7 @@ struct RunCounts
    U32 broken = 0; // conventions
 };
 
-/// What happened in a child process, line by line, on its way to the parent's console.
+/// Sends the output of a child process line by line to the parent's console.
 class ChildChannel
 {
  public:
@@ -69,38 +69,39 @@ class Console
    Console( std::ostream& out, std::ostream& err, const ConsoleConfig& config );
 
    void command( const Line& line );
-   /// Whether what is shown next comes as JSON rows instead of a table.
+   /// Whether the next output is JSON rows instead of a table.
    void rowsAsJsonIs( bool json ) { rowsAsJson_ = json; }
    void note( std::string_view text );
    void record( const Sim::Record& record );
    /// Whether the text has calls, notifications and traces; at first it has. JSON always has them.
    void eventsShownIs( bool shown ) { eventsShown_ = shown; }
-   /// Something that the scenario asked to see. `json` is put in for programs instead of the table.
+   /// Output that the scenario requested. JSON output has `json` instead of the table.
    void table( const std::string& title, const Table& table );
    void table( const std::string& title, const Table& table, const nlohmann::ordered_json& json );
-   /// Something that is JSON in either form.
+   /// Output that is JSON in both forms.
    void document( const std::string& title, const nlohmann::ordered_json& json );
    void records( const std::string& title, const std::vector<const Sim::Record*>& records );
    void result( std::string_view operation, const std::string& value );
    void held( const Line& line );
    void failed( const Line& line, const std::string& expected, const std::string& found );
-   /// A convention of the hardware calls was broken, and the run goes on; null at its end.
+   /// A convention of the hardware calls was broken, and the run continues; null at the end of the run.
    void broken( const Line* line, const std::string& what );
-   /// The agent ended although nobody expected it to.
+   /// The agent ended unexpectedly.
    void died( const Line& line, const std::string& reason );
-   /// What a child process wrote to its standard error.
+   /// The standard error of a child process.
    void childError( const std::string& text );
-   /// What a child process sent through its channel.
+   /// The lines that a child process sent through its channel.
    void childLine( char form, std::string_view text );
    void summary( const std::string& file, const RunCounts& counts, RunEnd end = RunEnd::complete );
-   /// A line could not be run: for programs. People read the error.
+   /// A line could not be run. Writes the JSON line only; the error is reported elsewhere.
    void refused( const std::string& text );
-   /// std::runtime_error when something that was reported could not be written.
+   /// std::runtime_error if some output could not be written.
    void checkWritten();
-   /// To standard error, in either form.
+   /// Writes to standard error, in both forms.
    void error( const std::string& text );
 
-   /// This process is a child: from now on everything goes there. The channel must outlive the console.
+   /// Makes this the console of a child process: all further output goes to the channel. Requires: the channel
+   /// outlives the console.
    void childOf( ChildChannel& channel );
 
  private:

@@ -13,7 +13,7 @@ namespace {
 Session* watchedSession = nullptr;
 bool deathReported = false;
 
-/// The last words; the process ends by the signal handler after them.
+/// Reports the last lines; afterwards the signal handler ends the process.
 void reportDeath( const Vormel::AssertionFailure& failure )
 {
    if( !watchedSession || !watchedSession->running() )
@@ -27,7 +27,7 @@ void reportDeath( const Vormel::AssertionFailure& failure )
    deathReported = true;
 }
 
-/// An abort, by whomever: an assertion, a broken convention, an exception that nobody caught.
+/// Handles every abort: an assertion, a broken convention, an exception that was not caught.
 void endDead( int )
 {
    if( watchedSession && watchedSession->running() ) {
@@ -38,8 +38,8 @@ void endDead( int )
             line, breach.empty() ? "aborted, see standard error" : breach );
       }
       watchedSession->console().summary( line.file, watchedSession->counts(), RunEnd::died );
-      watchedSession->console().error( line.file + ":" + std::to_string( line.number ) +
-                                       ": the agent died here, and nothing expected it to" );
+      watchedSession->console().error(
+         line.file + ":" + std::to_string( line.number ) + ": the agent died here unexpectedly" );
    }
    ::_exit( static_cast<int>( ExitStatus::died ) );
 }

@@ -1,4 +1,4 @@
-// What happens when the agent dies while nobody expects it to: its last words, and the exit status that says so.
+// Handles an unexpected death of the agent: reports the last lines and sets the exit status.
 #pragma once
 
 #include "platform/runtime/Assert.h"
@@ -7,7 +7,7 @@ namespace Strata::Tool {
 
 class Session;
 
-/// Watches over a session for as long as it lives. When the agent aborts, the line that ran is reported and the
+/// Active during its lifetime, for one session. When the agent aborts, the line that ran is reported and the
 /// process ends at once, with ExitStatus::died. One at a time.
 class DeathWatch
 {

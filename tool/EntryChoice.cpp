@@ -30,7 +30,7 @@ EntryChoice takeEntry( const Session& session, Words& words )
                    : choice.group == "main" ? entryOffset( word.text )
                                             : std::nullopt;
    if( !choice.offset )
-      words.fail( "'" + word.text + "' is no entry of the " + choice.group + " range" +
+      words.fail( "'" + word.text + "' is not an entry of the " + choice.group + " range" +
                   didYouMean( word.text, entryOffsetNames() ) );
    return choice;
 }

@@ -1,4 +1,4 @@
-// Which Field Processor entry a command is about.
+// The Field Processor entry that a command names.
 #pragma once
 
 #include "platform/runtime/Types.h"
@@ -12,7 +12,7 @@ namespace Strata::Tool {
 
 class Session;
 
-/// An entry by its claimed name, or by its place in a group's range.
+/// An entry by its claimed name, or by its offset in a range.
 struct EntryChoice
 {
    std::string text; // as given
@@ -21,11 +21,11 @@ struct EntryChoice
    std::string name;
 };
 
-/// Takes `[GROUP] OFFSET`, `[GROUP] NAME` or a claimed name in quotes. InputError when there can be no such
+/// Takes `[GROUP] OFFSET`, `[GROUP] NAME` or a claimed name in quotes. InputError if there cannot be such an
 /// entry.
 EntryChoice takeEntry( const Session& session, Words& words );
 
-/// Null when the chip has no such entry now.
+/// Null if the chip has no such entry.
 const Sim::FieldEntry* findEntry( const Sim::Chip& chip, const EntryChoice& choice );
 Sim::FieldEntry* findEntry( Sim::Chip& chip, const EntryChoice& choice );
 

@@ -22,7 +22,7 @@ struct EntryRow
    bool operator==( const EntryRow& ) const = default;
 };
 
-/// What packets meet; for an entry that is only claimed, what they would meet.
+/// The rule in hardware, or for an entry that is only claimed, the claimed rule.
 const Sim::FieldRule& ruleOf( const Sim::FieldEntry& entry )
 {
    return entry.hardware ? *entry.hardware : entry.claim;

@@ -1,4 +1,4 @@
-// The Field Processor entries of a switch as people see them: named, by group, with the units that share them.
+// The Field Processor entries of a switch for display: with names, by range, with the units that share them.
 #pragma once
 
 #include "platform/runtime/Types.h"
@@ -21,7 +21,7 @@ namespace Strata::Tool {
 std::string_view entryState( const Sim::FieldEntry& entry );
 
 /// One row for each entry, with its qualifiers and actions as installed. The filter is part of a
-/// claimed name, a group, an id, or the name of an offset; empty for all.
+/// claimed name, a range, an id, or the name of an offset; empty for all.
 Table entryTable( Sim::SimSwitch& hardware, std::string_view filter );
 /// The same for programs, one object for each unit and entry.
 nlohmann::ordered_json entryJson( Sim::SimSwitch& hardware, std::string_view filter );

@@ -1,4 +1,4 @@
-// What expectations about the state of chips and objects have in common.
+// Common parts of expectations about the state of chips and objects.
 #pragma once
 
 #include "platform/runtime/Types.h"
@@ -13,13 +13,13 @@
 
 namespace Strata::Tool {
 
-/// A number as scenarios have it: decimal, or hexadecimal with 0x.
+/// A number of a scenario: decimal, or hexadecimal with 0x.
 std::optional<U64> numberIn( std::string_view text );
 
-/// Texts are equal, or both are the same number.
+/// Whether the texts are equal, or both are the same number.
 bool sameValue( const std::string& a, const std::string& b );
 
-/// Looks at the chip of each unit; one that differs makes the expectation fail.
+/// Checks the chip of each unit; the expectation fails if one differs.
 Act expectOnUnits( std::vector<U32> units, std::string expected, std::string value,
    std::function<std::string( const Sim::Chip& )> look );
 

@@ -1,4 +1,4 @@
-// Interfaces in a row, as people write them: "Ethernet1", or "Ethernet1-48".
+// Consecutive interfaces, written "Ethernet1" or "Ethernet1-48".
 #pragma once
 
 #include "platform/types/IntfId.h"
@@ -11,7 +11,7 @@ struct InterfaceRange
    Vormel::IntfId first;
    U32 count;
 
-   /// `index` is less than `count`.
+   /// Requires: `index` is less than `count`.
    Vormel::IntfId at( U32 index ) const
    {
       return index == 0 ? first : Vormel::IntfId::ethernet( first.number() + index );

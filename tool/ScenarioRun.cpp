@@ -42,7 +42,7 @@ void runLines( const std::string& file, Session& session )
       try {
          session.run( line );
       } catch( const InputError& error ) {
-         // A switch that cannot be made leaves nothing to run the rest on.
+         // Without a switch, the remaining lines cannot be run.
          if( session.foreign() && line.words.front().text != "switch" ) {
             session.passedOver( line, error.problem() );
             continue;

@@ -1,4 +1,4 @@
-// Runs a scenario file from top to bottom. Expectations that fail are reported and the run goes on; a line
+// Runs a scenario file from top to bottom. Expectations that fail are reported and the run continues; a line
 // that cannot be run ends it; the death of the agent ends the process.
 #pragma once
 
@@ -13,18 +13,18 @@ enum class ExitStatus : int
 {
    held = 0,   // everything that was expected
    failed = 1, // at least one expectation failed; on a foreign profile, a convention was broken
-   error = 2,  // in the scenario, or in how the command was called
+   error = 2,  // in the scenario or in the command line
    died = 3,   // the agent, unexpectedly
 };
 
 class Session;
 
 /// Runs the lines of a scenario on a session; reads the whole file before the first. InputError for a line that
-/// cannot be run, except on a foreign profile: there it is passed over. std::runtime_error for a file that cannot
+/// cannot be run, except on a foreign profile: there it is skipped. std::runtime_error for a file that cannot
 /// be read.
 void runLines( const std::string& file, Session& session );
 
-/// Runs a scenario on a session of its own. Holds the activity lock meanwhile. When the agent dies
+/// Runs a scenario on a new session. Holds the activity lock meanwhile. When the agent dies
 /// the process ends at once, with ExitStatus::died. With a profile, the scenario's switches are of that one.
 ExitStatus runScenario(
    const std::string& file, Console& console, const std::string& profile = {} );

@@ -29,7 +29,7 @@ void Session::run( const Line& line )
    Words words( asked );
    const Command& command = takeCommand( words );
    if( json && !command.name.starts_with( "show " ) && command.name != "explain" )
-      words.failAt( line.words.back(), "only what is shown can be had as JSON" );
+      words.failAt( line.words.back(), "only commands that show something take --json" );
    if( command.announced )
       console_.command( line );
    running_ = &line;
@@ -51,7 +51,7 @@ void Session::agentIs( AgentConfig config )
    config.hardware = played( std::move( config.hardware ) );
    end();
    packets_.reset();
-   agent_.reset(); // one shim per process
+   agent_.reset(); // before the new one, because there is one shim per process
    agent_ = std::make_unique<Agent>( config );
    packets_ = std::make_unique<PacketDesk>( agent_->hardware(), agent_->clock() );
    foreign_ = config.hardware.profile != asked;
@@ -84,7 +84,7 @@ Ref<Entity> Session::objectNamed( const Words& words, std::string_view name ) co
    const std::vector<std::string> names = known.objectNames();
    const std::vector<std::string_view> views( names.begin(), names.end() );
    words.fail( "there is no object '" + std::string( name ) + "'" + didYouMean( name, views ) +
-               " ('show objects' lists them; interfaces go by their own names)" );
+               " ('show objects' lists them; interfaces have their own names)" );
 }
 
 Ref<Entity> Session::takeObject( Words& words ) const
@@ -179,7 +179,7 @@ std::string Session::firstRefusedClaim() const
 {
    if( agent_ )
       for( const Sim::Record& record : agent_->hardware().transcript().records() )
-         // The slice looks at the answer to a uRPF claim and goes on without the entry.
+         // The slice checks the result of a uRPF claim and continues without the entry.
          if( record.kind == Sim::RecordKind::claim && !record.text.starts_with( "urpf" ) )
             return record.text;
    return {};
@@ -216,14 +216,14 @@ void Session::broken( const std::string& what )
 
 void Session::passedOver( const Line& line, const std::string& why )
 {
-   console_.note( "Line " + std::to_string( line.number ) + " is passed over: " + why );
+   console_.note( "Line " + std::to_string( line.number ) + " is skipped: " + why );
 }
 
 void Session::end()
 {
    if( !agent_ )
       return;
-   // What the end finds out is told at the line that ran last.
+   // Errors at the end are reported at the line that ran last.
    const Line* const before = running_;
    if( !running_ && last_ )
       running_ = &*last_;
@@ -235,7 +235,7 @@ void Session::childOf( ChildChannel& channel )
 {
    Vormel::assertionHookIs( nullptr );
    if( packets_ )
-      packets_->captureEnd(); // those files are the parent's
+      packets_->captureEnd(); // the files belong to the parent
    channel_ = &channel;
    console_.childOf( channel );
 }

@@ -1,6 +1,6 @@
-// One run of commands: the agent that they drive, what they expect, and where they stand.
+// One run of commands: their agent, their expectations, and the present line.
 //
-// The activity lock is held throughout.
+// Requires: the activity lock is held.
 #pragma once
 
 #include "tool/Agent.h"
@@ -28,14 +28,14 @@ struct AttributePath
 class Session
 {
  public:
-   /// With a profile, switches are of that one, whatever they ask for.
+   /// With a profile, all switches have this profile instead of the one in their line.
    explicit Session( Console& console, std::string profile = {} );
    Session( const Session& ) = delete;
    Session& operator=( const Session& ) = delete;
    ~Session();
 
-   /// Runs one command; an empty line is nothing. What a command shows is JSON when its line ends with --json.
-   /// InputError when it cannot be run.
+   /// Runs one command; an empty line has no effect. Its output is JSON if the line ends with --json. InputError if
+   /// it cannot be run.
    void run( const Line& line );
 
    Console& console() { return console_; }
@@ -45,10 +45,10 @@ class Session
    Agent& agent() { return *agent_; }
    const Agent& agent() const { return *agent_; }
    void agentIs( AgentConfig config );
-   /// ValueError when there can be no such agent.
+   /// ValueError when the configuration is invalid.
    void check( const AgentConfig& config ) const;
-   /// The switch is of another profile than it asked for: expectations are not judged, and broken conventions
-   /// are told instead of ending the process.
+   /// Whether the switch has another profile than that in its line: expectations are not judged, and broken
+   /// conventions are reported instead of ending the process.
    bool foreign() const { return foreign_; }
    /// The switch's packets, while hasAgent().
    PacketDesk& packets() { return *packets_; }
@@ -64,34 +64,34 @@ class Session
    U32 takeUnit( Words& words ) const;
    /// Takes a port number, then `[unit N]`: all units that it may be on.
    std::pair<int, std::vector<U32>> takePortAndUnits( Words& words ) const;
-   /// The unit, if `unit N` comes next, else all units.
+   /// Takes `unit N`, if it is next; otherwise all units.
    std::vector<U32> takeUnits( Words& words ) const;
 
-   /// The hardware call that came last; empty when there was none.
+   /// The last hardware call; empty if there was none.
    std::string lastCall() const;
-   /// The broken convention that the transcript ends with; empty for another end.
+   /// The broken convention at the end of the transcript; empty if it ends with another record.
    std::string lastBreach() const;
-   /// The claim that an entry manager refused first; empty when there was none.
+   /// The first claim that an entry manager refused; empty if there was none.
    std::string firstRefusedClaim() const;
-   /// What happened since the last mark.
+   /// The records since the last mark.
    std::vector<const Sim::Record*> window() const;
    void mark();
 
-   /// States an expectation about which the running command has found out.
+   /// Reports an expectation of the running command with its result.
    void expect( bool held, const std::string& expected, const std::string& found );
    const RunCounts& counts() const { return counts_; }
    U32 failures() const { return counts_.failures; }
    /// A convention of the hardware calls was broken on a foreign profile.
    void broken( const std::string& what );
-   /// On a foreign profile: the line was meant for another chip.
+   /// Reports a line that cannot be run on the foreign profile.
    void passedOver( const Line& line, const std::string& why );
-   /// The switch is finished: the critic checks what is left undone.
+   /// Ends the switch: the critic reports calls that are missing at the end.
    void end();
 
-   /// The line that runs, for whoever must report from the middle of it; null when none does.
+   /// The line that runs, for reports while it runs; null if none does.
    const Line* running() const { return running_; }
 
-   /// This process is a child that runs one more command.
+   /// Makes this the session of a child process, which runs one more command.
    void childOf( ChildChannel& channel );
 
  private:
@@ -103,9 +103,9 @@ class Session
    std::unique_ptr<Agent> agent_;
    std::unique_ptr<PacketDesk> packets_; // of the agent's switch
    const Line* running_ = nullptr;
-   std::optional<Line> last_; // what ran last
+   std::optional<Line> last_; // the line that ran last
    U64 windowStart_ = 0;      // number of the last record before it
-   std::string profile_;      // empty: what the switch asks for
+   std::string profile_;      // empty: the profile in the switch line
    bool foreign_ = false;
    ChildChannel* channel_ = nullptr; // of a child
    RunCounts counts_;

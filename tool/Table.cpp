@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::string_view indent = "  ";
 constexpr std::size_t gap = 2;
-constexpr std::size_t narrowest = 20; // the last column's, should the others leave less
+constexpr std::size_t narrowest = 20; // of the last column, even if the others leave less
 
 std::string padded( const std::string& text, std::size_t width, Align align )
 {

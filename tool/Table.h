@@ -1,5 +1,5 @@
-// Tables for people, no wider than a terminal of 80 columns: the last column takes what the others leave and
-// continues on further lines. The same rows serve programs, as objects by column.
+// Tables for a terminal of 80 columns: the last column has the remaining width and continues on further lines. The
+// same rows are available as JSON objects by column.
 #pragma once
 
 #include "platform/runtime/Types.h"
@@ -33,7 +33,7 @@ class Table
 
    /// Missing cells at the end are empty.
    void row( std::vector<std::string> cells );
-   /// Rows that follow are set apart under this title.
+   /// Starts a section with this title for the following rows.
    void section( const std::string& title );
 
    bool empty() const { return rows_.empty(); }

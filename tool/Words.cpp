@@ -9,7 +9,7 @@ namespace Strata::Tool {
 
 namespace {
 
-/// Of a line that is very long, what is around the place.
+/// The part of a very long line around the place.
 std::string describe( const Line& line, U32 column, U32 width, const std::string& problem )
 {
    constexpr std::size_t longest = 400;
@@ -111,7 +111,7 @@ std::string joined( std::span<const std::string_view> names )
    return text;
 }
 
-/// What could stand where a word does not fit: each once.
+/// The words that could replace one that does not fit, each once.
 static std::vector<std::string_view> alternatives(
    const std::vector<std::string>& tried, std::span<const std::string_view> choices )
 {

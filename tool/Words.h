@@ -1,11 +1,11 @@
-// A line of a scenario as words, and the cursor by which a command takes its arguments. Everything that is
-// wrong with a line is an InputError, which knows where the line stands and what would be right.
+// A line of a scenario as words, and the cursor by which a command takes its arguments. Every error
+// in a line is an InputError, which has the place of the line and says what would be right.
 //
 // A line is words with blanks between them; `#` starts a comment. Quotes, anywhere in a word, keep blanks and
 // `#` as they are; inside them \" is a quote and \\ a backslash.
 #pragma once
 
-#include "platform/runtime/Entity.h" // a Value may hold one
+#include "platform/runtime/Entity.h" // a Value may contain one
 #include "platform/runtime/Errors.h"
 #include "platform/runtime/Types.h"
 #include "platform/runtime/Value.h"
@@ -39,7 +39,7 @@ struct Line
 class InputError : public std::runtime_error
 {
  public:
-   /// Reads "file:line:column: problem", then the line, then a caret below its place.
+   /// The text is "file:line:column: problem", then the line, then a caret below the place.
    InputError( const Line& line, U32 column, U32 width, const std::string& problem );
 
    const std::string& problem() const { return problem_; }
@@ -52,13 +52,13 @@ class InputError : public std::runtime_error
    U32 width_;
 };
 
-/// InputError when a quote is not closed.
+/// InputError if a quote is not closed.
 Line splitLine( std::string file, U32 number, std::string text );
 
 /// The command without its comment. The line has words.
 std::string commandText( const Line& line );
 
-/// "; did you mean 'x'?", or nothing when no name is near.
+/// "; did you mean 'x'?", or an empty text if no name is similar.
 std::string didYouMean( std::string_view wrong, std::span<const std::string_view> names );
 
 /// "a, b, c"
@@ -71,35 +71,35 @@ class Words
 
    const Line& line() const { return line_; }
 
-   /// Whether all words were taken; never while what could follow is asked for (offersTo()).
+   /// Whether all words were taken; always false with offersTo().
    bool done() const { return !offers_ && atEnd(); }
-   /// The word that comes next, or null.
+   /// The next word, or null.
    const Word* peek( std::size_t ahead = 0 ) const;
 
    /// The word taken last, or null.
    const Word* last() const { return next_ == 0 ? nullptr : &line_.words[ next_ - 1 ]; }
 
-   /// Takes a word; `what` says what is missing when there is none, `kind` what to offer then.
+   /// Takes a word; if there is none, `what` is the missing word for the error, and `kind` the kind to offer.
    const Word& take( std::string_view what, std::string_view kind = {} );
-   /// From now on, what could stand behind the last word is told to `offers`: keywords as they are, and kinds of
-   /// words in capitals, as the syntax of commands has them. The line is then taken for unfinished.
+   /// From now on the words that could follow the last word are passed to `offers`: keywords, and kinds of words in
+   /// capitals as in the syntax of commands. The line then counts as unfinished.
    void offersTo( std::set<std::string>& offers ) { offers_ = &offers; }
-   /// Something that could stand where the cursor is.
+   /// Offers a word that could be at the cursor.
    void offer( std::string_view word );
-   /// The words of "bridged or routed"; what is expected may also be "a number", which is none.
+   /// Offers the words of a text such as "bridged or routed"; none for a text such as "a number".
    void offerAlternatives( std::string_view expected );
 
    /// Takes the next word if it is `keyword`.
    bool accept( std::string_view keyword );
    using Taken = std::set<std::string, std::less<>>;
-   /// The same for a word that may stand there once; `taken` remembers it.
+   /// The same for a word that may be given once; `taken` records it.
    bool acceptOnce( std::string_view keyword, Taken& taken );
    /// Takes a word that must be `keyword`.
    void expect( std::string_view keyword );
    /// Takes a word that must be one of `choices`.
    std::string_view choose( std::string_view what, std::span<const std::string_view> choices );
 
-   /// Takes a word that must read as a T.
+   /// Takes a word that must be the text of a T.
    template<class T>
    T value( std::string_view what )
    {
@@ -111,12 +111,12 @@ class Words
       return *parsed;
    }
 
-   /// Everything must have been taken.
+   /// InputError unless all words have been taken.
    void end() const;
    /// Passes over what is left.
    void skipRest() { next_ = line_.words.size(); }
 
-   /// About the word taken last.
+   /// InputError about the word taken last.
    [[noreturn]] void fail( const std::string& problem ) const;
    [[noreturn]] void failAt( const Word& word, const std::string& problem ) const;
    /// An error in `work` is reported at the word taken last.
@@ -139,7 +139,7 @@ class Words
          failAt( word, error.what() );
       }
    }
-   /// About what is missing at the end of the line.
+   /// InputError about a word that is missing at the end of the line.
    [[noreturn]] void failAtEnd( const std::string& problem ) const;
 
  private:

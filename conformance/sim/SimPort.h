@@ -1,4 +1,4 @@
-// The simulated switch as the conformance kit sees it: also an example of a port that tells all it can.
+// The conformance kit's port for the simulated switch, and an example of a port with all hooks.
 #pragma once
 
 #include "conformance/Port.h"
@@ -6,7 +6,7 @@
 
 namespace Strata::Conformance {
 
-/// The switch must outlive the port. Its critic may only collect breaches while the port provokes mistakes.
+/// Requires: the switch outlives the port, and its critic only collects breaches while the port makes wrong calls.
 Port simPort( Sim::SimSwitch& hardware );
 
 } // namespace Strata::Conformance

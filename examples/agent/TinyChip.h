@@ -31,7 +31,7 @@ struct Rule
 
 struct Entry
 {
-   std::string name;               // of who holds it
+   std::string name;               // under which it is claimed
    Rule claim{};                   // what the next install writes
    std::optional<Rule> hardware{}; // what it wrote
    bool enabled = true;
@@ -42,7 +42,7 @@ struct Chip
    using Id = std::pair<U32, U32>; // unit and entry
 
    std::map<Id, Entry> entries;     // those that are held
-   std::map<U32, VlanControl> vlan; // VLAN 1 of each unit; there is no other
+   std::map<U32, VlanControl> vlan; // only VLAN 1 of each unit
    std::map<std::pair<U32, int>, U64> registers;
    std::map<std::pair<U32, U32>, MemoryEntry> myStations;
 

@@ -1,4 +1,4 @@
-// The manager of the tiny chip's entries, a log of what is asked of both, and the shared data that tell of them.
+// The manager of the tiny chip's entries, a log of the calls on both, and the shared data.
 #pragma once
 
 #include "Plugin.h"
@@ -11,7 +11,7 @@
 
 namespace Tiny {
 
-/// The agent's log; silent until it is given somebody to talk to.
+/// The agent's log. It writes nothing until it has a sink.
 class Log
 {
  public:
@@ -86,7 +86,7 @@ class EntryManager final : public StrataBoundedTcamEntryManager
    U32 getEntry( U32 unit, U32 entryId, const std::string& name, const RequestKey& key ) override
    {
       const U32 last = key.orNext ? entryId + 1 : entryId;
-      // Who holds one of the ids gets it again: its qualifiers go, the rest stays.
+      // A name that has claimed one of the ids gets it again: qualifiers are cleared, all other state is kept.
       for( U32 id = entryId; id <= last; ++id )
          if( Entry* const held = chip_.find( unit, id ); held && held->name == name ) {
             held->claim.qualifiers.clear();
@@ -130,7 +130,7 @@ class EntryManager final : public StrataBoundedTcamEntryManager
       entry->enabled = enable;
       return said( enable ? "enabled" : "disabled", entryId, *entry );
    }
-   /// No packet comes by.
+   /// Always 0, because the tiny chip has no packets.
    U64 hitsForEntry( U32, U32 ) const override { return 0; }
 
    // Qualifiers that the SDK has in several forms.

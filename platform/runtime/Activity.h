@@ -1,5 +1,5 @@
-// The activity lock: whoever reads or changes the slice's state holds it. The reactor thread holds it all
-// the time and gives it away for the length of each SDK call; other threads take it to look.
+// The activity lock, which guards the slice's state against reading and writing. The reactor thread holds it all the
+// time and releases it for the length of each SDK call; other threads take it to read.
 #pragma once
 
 #include "platform/runtime/Assert.h"
@@ -51,7 +51,7 @@ inline ActivityLock& activityLock()
    return Detail::theActivityLock;
 }
 
-/// Holds the lock for a scope. Assertion when the thread holds it already, because it would wait for itself.
+/// Holds the lock for a scope. Assertion if the thread holds it already, because it would wait for itself.
 class LockAnchor
 {
  public:
@@ -68,7 +68,7 @@ class LockAnchor
    ActivityLock& lock_;
 };
 
-/// Releases the lock for a scope, if this thread holds it, and takes it back at the end.
+/// Releases the lock for a scope, if this thread holds it, and takes it again at the end.
 class UnlockAnchor
 {
  public:
@@ -94,7 +94,7 @@ class UnlockAnchor
    bool held_;
 };
 
-/// Would give away an embedded interpreter's lock; none is configured here.
+/// The place to release the lock of an embedded interpreter. There is none here, so this does nothing.
 class MaybeGilUnlockAnchor
 {
  public:
@@ -110,8 +110,7 @@ class VORMEL_EXPORT ActivityManager
    ActivityManager( const ActivityManager& ) = delete;
    ActivityManager& operator=( const ActivityManager& ) = delete;
 
-   /// A real clock until another is set.
-   /// Timers move along then, each due after as long as before.
+   /// A real clock until another one is set. Setting a clock moves all timers to it; each keeps its remaining time.
    Clock& clock() const { return *clock_; }
    void clockIs( std::shared_ptr<Clock> clock );
 
@@ -119,7 +118,7 @@ class VORMEL_EXPORT ActivityManager
    std::shared_ptr<Clock> clock_;
 };
 
-/// Asking creates it.
+/// Creates the manager at the first call.
 VORMEL_EXPORT ActivityManager& activityManager();
 
 /// In checking builds, fails the process when `what` is touched without the activity lock.

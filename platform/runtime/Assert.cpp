@@ -75,7 +75,7 @@ std::string signatureText( const char* prettyFunction )
          text.pop_back();
       text += *c;
    }
-   // Some compilers leave out a namespace that encloses the function as well, some do not.
+   // Compilers differ in whether they write the namespace that encloses the function.
    const std::string_view enclosing = "Strata::";
    for( auto at = text.find( enclosing, text.find( '(' ) ); at != std::string::npos;
         at = text.find( enclosing, at ) )

@@ -21,17 +21,17 @@ struct AssertionFailure
 /// leave the process; when it returns, the process aborts.
 using AssertionHook = void ( * )( const AssertionFailure& );
 
-/// Sets the hook and returns the one before; null means none.
+/// Sets the hook and returns the previous one; null means none.
 VORMEL_EXPORT AssertionHook assertionHookIs( AssertionHook hook );
 
-/// Gets each line that tells why the process ends, without its newline: assertions, and SDK calls that failed fatally.
+/// Gets each line that says why the process ends, without its newline: assertions, and SDK calls that failed fatally.
 using FatalSink = std::function<void( std::string_view line )>;
 
-/// Sets the sink and returns the one before; empty means none. Standard error gets the lines in any case, and before
-/// the sink. An exception of the sink is reported there. Safe from any thread; a sink guards its own state.
+/// Sets the sink and returns the previous one; empty means none. Standard error always gets the lines, and before the
+/// sink. An exception of the sink is reported there. Safe from any thread; a sink guards its own state.
 VORMEL_EXPORT FatalSink fatalSinkIs( FatalSink sink );
 
-/// Hands a line, without a newline, to standard error and to the sink.
+/// Writes a line, given without a newline, to standard error and passes it to the sink.
 VORMEL_EXPORT void fatalLine( std::string_view line ) noexcept;
 
 /// Reports `<file>:<line>: <signature>: Assertion '<text>' failed.` by fatalLine() and ends the process.
@@ -44,7 +44,7 @@ VORMEL_EXPORT std::string signatureText( const char* prettyFunction );
 
 } // namespace Vormel
 
-// Stringified here and not deeper, so that names that are macros elsewhere stay as written.
+// Stringified here and not in an inner macro, so that names that are macros elsewhere are not expanded.
 #define VORMEL_ASSERT( ... ) \
    ( static_cast<bool>( __VA_ARGS__ ) \
          ? static_cast<void>( 0 ) \

@@ -109,7 +109,7 @@ template<class E, class K, class T>
 struct CollectionAccess
 {
    std::vector<std::pair<K, T>> ( *members )( const E& );
-   std::optional<T> ( *get )( const E&, const K& ); // RangeError for what is no slot
+   std::optional<T> ( *get )( const E&, const K& ); // RangeError unless the key is a slot
    void ( *is )( E&, const K&, const T& );
    Value ( *del )( E&, const K& );
    void ( *delAll )( E& );
@@ -236,7 +236,7 @@ class BoundOperation final : public Operation
       return run( entityOf<E>( entity, name() ), given, std::make_index_sequence<count>() );
    }
 
-   /// Each parameter's name with what it takes.
+   /// Each parameter's name with the expected kind of value.
    static std::vector<std::string> described( const std::vector<std::string>& names )
    {
       return describe( names, std::make_index_sequence<count>() );

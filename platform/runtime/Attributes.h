@@ -1,4 +1,4 @@
-// The rows of an attribute table and what they turn into.
+// The rows of an attribute table, and the members that each row generates.
 //
 // A table is a macro with one parameter: ROW( kind, ... ). Numbers are permanent; gaps are allowed. The
 // kinds, with their columns:
@@ -14,10 +14,12 @@
 //   MAP_REPLACED( ..., check )                  the same; another value for a member is published as its
 //                                               removal and its insertion
 //   SCALAR_STEP, MAP_STEP( ..., step )          `step()` or `step( key )` runs between store and
-//                                               publication. A MAP_STEP's Del tells presence, its
-//                                               DelAll always goes member by member.
+//                                               publication, inside the mutator. A MAP_STEP's Del returns
+//                                               whether the member was present; its DelAll always
+//                                               removes member by member.
 //
-// Each notifying attribute also has its number as nameNumber. An absent member reads as the type's default. DelAll of a map clears at once when nobody subscribes.
+// Each notifying attribute also has its number as nameNumber. An absent member reads as the type's default. DelAll of a
+// map clears it at once when there is no subscriber.
 #pragma once
 
 #include "platform/runtime/AttributeAccess.h"
@@ -191,7 +193,7 @@
       return type;                                                                                 \
    }
 
-// The numbers of a table, fields left out.
+// The numbers of a table's attributes, without fields.
 #define VORMEL_NUMBER( kind, ... ) VORMEL_NUMBER_##kind( __VA_ARGS__ )
 #define VORMEL_NUMBER_FIELD( ... )
 #define VORMEL_NUMBER_SCALAR( number, ... ) number,

@@ -7,7 +7,7 @@ namespace Vormel {
 
 namespace {
 
-/// The value as it is now: an earlier subscriber may have changed it again, or taken the member away.
+/// The present value: an earlier subscriber may have changed it again, or removed the member.
 std::string valueNow( const Change& change, const Attribute& attribute )
 {
    try {

@@ -1,4 +1,4 @@
-// Changes as people and programs read them, and a subscriber that hands them on.
+// Changes as texts, and a subscriber that passes them on.
 #pragma once
 
 #include "platform/runtime/Entity.h"
@@ -18,13 +18,13 @@ VORMEL_ENUM_NAMES( ChangeKind, { ChangeKind::Changed, "changed" },
 /// One published change, in texts.
 struct VORMEL_EXPORT ChangeText
 {
-   std::string object; // as whoever watches calls it
+   std::string object; // the watcher's name for it
    std::string attribute;
    AttributeNumber number;
    ChangeKind kind;
    std::string key;      // empty for scalars
    std::string oldValue; // empty for a new member
-   std::string newValue; // empty for a removed one; as it is now, should it have changed again
+   std::string newValue; // empty for a removed one; the present value if it has changed again
 
    /// "helper.useLb (157): false -> true", "helper.unknownMacCountersPerTc[3] (154): inserted 0"
    std::string line() const;
@@ -32,25 +32,25 @@ struct VORMEL_EXPORT ChangeText
    std::string_view kindName() const;
 };
 
-/// The activity lock is held.
+/// Requires: the activity lock is held.
 VORMEL_EXPORT ChangeText describeChange( std::string object, const Change& change );
 
-/// Hands every change of one entity on, as long as it lives. All of it under the activity lock.
+/// Passes every change of one entity to a sink during the watcher's lifetime. Requires: the activity lock is held.
 class VORMEL_EXPORT ChangeWatcher final : public Subscriber
 {
  public:
    using Sink = std::function<void( const ChangeText& )>;
 
-   /// Holds a reference to the entity. The name stands in the texts; empty for the type's name without
-   /// namespaces. An empty sink only counts. What the sink throws ends the process.
+   /// Holds a reference to the entity. The name is used in the texts; if empty, it is the type's name without
+   /// namespaces. Without a sink the watcher only counts. An exception of the sink ends the process.
    explicit ChangeWatcher( Ref<const Entity> entity, std::string name = {}, Sink sink = {} );
    ~ChangeWatcher();
    ChangeWatcher( const ChangeWatcher& ) = delete;
    ChangeWatcher& operator=( const ChangeWatcher& ) = delete;
 
-   /// How many changes there were.
+   /// The number of changes.
    U64 changes() const { return changes_; }
-   /// Those of each attribute, by its number.
+   /// The number of changes of each attribute, by its number.
    const std::map<AttributeNumber, U64>& changesByNumber() const { return byNumber_; }
 
    void onChange( const Change& change ) noexcept override;

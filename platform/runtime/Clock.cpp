@@ -21,7 +21,7 @@ void Clock::timersMoveTo( Clock& next )
       return;
    std::ranges::sort( timers_, {}, &Timer::serial_ );
    for( Timer* const timer : timers_ ) {
-      // Infinity stays; what is overdue is due at once.
+      // An infinite time stays infinite; an overdue timer is due at once.
       timer->nextTime_ = next.now() + std::max( timer->nextTime_ - now(), 0.0 );
       timer->enter( next );
    }
@@ -45,7 +45,7 @@ double Clock::nextExpiry() const
 
 void Clock::runUntil( double limit )
 {
-   // Looked up anew each time: a handler may make and destroy any timer.
+   // Looked up again each time, because a handler may make and destroy any timer.
    for( Timer* timer = earliest(); timer && timer->nextTime_ <= limit; timer = earliest() ) {
       timeReached( timer->nextTime_ );
       timer->nextTime_ = Timer::never;

@@ -12,8 +12,8 @@
 //
 // and in one source file `VORMEL_ENTITY_TYPE( Lamp, LAMP_ATTRIBUTES, {} )`.
 //
-// Every accessor and mutator is called with the activity lock held. A mutator compares first and does
-// nothing when the value is unchanged; otherwise it stores and then publishes number, key and old value.
+// Every accessor and mutator requires the activity lock. A mutator compares first and does nothing when the
+// value is unchanged; otherwise it stores and then publishes number, key and old value.
 #pragma once
 
 #include "platform/runtime/Activity.h"
@@ -33,12 +33,12 @@ namespace Vormel {
 
 class EntityType;
 
-/// Small values travel by value, others by reference.
+/// The parameter type of a value: small values are passed by value, others by reference.
 template<class T>
 using In = std::conditional_t<std::is_trivially_copyable_v<T> && sizeof( T ) <= 2 * sizeof( void* ),
    T, const T&>;
 
-/// The keys as they are now, for a walk that changes the map.
+/// A copy of the keys, for a walk that changes the map.
 template<class Map>
 auto keysOf( const Map& map )
 {
@@ -53,7 +53,7 @@ class VORMEL_EXPORT Entity : public Counted, public Publisher
 {
  public:
    virtual const EntityType& entityType() const = 0;
-   /// For people: the type's name unless the class has a better one.
+   /// The name for messages: the type's name unless the class defines a better one.
    virtual std::string entityName() const;
 
  protected:
@@ -76,8 +76,8 @@ class VORMEL_EXPORT Entity : public Counted, public Publisher
               } };
    }
 
-   // The functions below are the one place where notifying values change. `step` runs between the store
-   // and the publication. The value is taken apart from the slot before it is stored: it may live in it.
+   // Only the functions below change notifying values. `step` runs between the store and the publication. The
+   // value is copied before it is stored, because the argument may be a reference to the slot itself.
 
    template<class T, class Step = NoStep>
    void scalarIs( AttributeNumber number, T& slot, In<T> value, Step step = {} )
@@ -127,7 +127,7 @@ class VORMEL_EXPORT Entity : public Counted, public Publisher
             publish( { *this, number, ChangeKind::Changed, view( kept ), view( old ) } );
          return;
       }
-      const Key kept = key; // the caller's key may live in a member
+      const Key kept = key; // the caller's key may be a reference into a member
       map.insertOrAssign( kept, value );
       step( kept );
       if( hasSubscribers() )
@@ -138,7 +138,7 @@ class VORMEL_EXPORT Entity : public Counted, public Publisher
    template<class Map, class Key, class Step = NoStep>
    auto memberDel( AttributeNumber number, Map& map, const Key& key, Step step = {} )
    {
-      const Key kept = key; // the caller's key may live in the member
+      const Key kept = key; // the caller's key may be a reference into the member
       auto old = map.erase( kept );
       if( old ) {
          step( kept );
@@ -148,14 +148,14 @@ class VORMEL_EXPORT Entity : public Counted, public Publisher
       return old;
    }
 
-   /// The entity must outlive the first of the two notifications.
+   /// Requires: the entity outlives the first of the two notifications.
    template<class Map, class Key, class T>
    void memberReplaced( AttributeNumber number, Map& map, const Key& key, const T& value )
    {
       const T* const member = map.find( key );
       if( member && *member == value )
          return;
-      const Key kept = key; // the caller's key and value may live in the member
+      const Key kept = key; // the caller's key and value may be references into the member
       const T stored = value;
       memberDel( number, map, kept );
       memberIs( number, map, kept, stored );

@@ -56,12 +56,12 @@ void Attribute::write( Entity&, const Value&, const Value& ) const
 
 Value Attribute::del( Entity&, const Value& ) const
 {
-   refuse( "lose a member: it is a single value" );
+   refuse( "be deleted by key: it is a single value" );
 }
 
 void Attribute::delAll( Entity& ) const
 {
-   refuse( "lose its members: it is a single value" );
+   refuse( "be deleted: it is a single value" );
 }
 
 void Detail::badValue( const std::string& where, const Value& given, const std::string& expected )
@@ -71,8 +71,8 @@ void Detail::badValue( const std::string& where, const Value& given, const std::
 
 void Detail::badEntity( const Entity& entity, std::string_view member )
 {
-   throw AccessError( "'" + std::string( member ) + "' is not of " +
-                      std::string( entity.entityType().name() ) + " but of another type" );
+   throw AccessError( "'" + std::string( member ) + "' is not an attribute or operation of " +
+                      std::string( entity.entityType().name() ) );
 }
 
 void Operation::checkCount( std::size_t given ) const
@@ -170,7 +170,7 @@ const Operation& EntityType::operation( std::string_view name ) const
 
 namespace {
 
-/// Letters to insert, drop, change, or swap with the next.
+/// The number of letters to insert, drop, change, or swap with the next to turn one text into the other.
 std::size_t editDistance( std::string_view a, std::string_view b )
 {
    std::vector<std::size_t> row( b.size() + 1 );
@@ -194,7 +194,7 @@ std::size_t editDistance( std::string_view a, std::string_view b )
 std::string_view nearestName( std::string_view wrong, std::span<const std::string_view> names )
 {
    std::string_view best;
-   std::size_t bestDistance = wrong.size() / 3 + 2; // further off than this is no slip
+   std::size_t bestDistance = wrong.size() / 3 + 2; // a larger distance is not a slip
    for( const std::string_view name : names ) {
       const std::size_t distance = editDistance( wrong, name );
       if( distance < bestDistance ) {

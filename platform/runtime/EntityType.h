@@ -1,4 +1,4 @@
-// The generic attribute interface: what a type of entity declares, and access to it by name or number.
+// The generic attribute interface: the declarations of a type of entity, and access by name or number.
 #pragma once
 
 #include "platform/runtime/Export.h"
@@ -26,7 +26,7 @@ VORMEL_ENUM_NAMES( AttributeKind, { AttributeKind::Field, "field" },
    { AttributeKind::Scalar, "scalar" }, { AttributeKind::Array, "array" },
    { AttributeKind::Map, "map" } )
 
-/// What the declaration of an attribute says about it.
+/// The declaration of an attribute.
 struct AttributeInfo
 {
    AttributeKind kind;
@@ -36,7 +36,7 @@ struct AttributeInfo
    std::string_view keyType; // empty unless array or map
    std::string_view defaultText;
    std::string_view meaning;    // with unit and range where they are not obvious
-   std::string_view maintainer; // whose operations write it
+   std::string_view maintainer; // the part whose operations write it
    U32 seed = 0;                // of the hash map, for maps
 };
 
@@ -55,11 +55,11 @@ class VORMEL_EXPORT Attribute
 
    const AttributeInfo& info() const { return info_; }
 
-   /// What a value must be: "true or false", "bridged or routed", "a number from 0 to 255".
+   /// The kind of value that is expected: "true or false", "bridged or routed", "a number from 0 to 255".
    virtual std::string expected() const = 0;
-   /// The value in the attribute's type, as a write would take it.
+   /// The value converted to the attribute's type, as by a write.
    virtual Value converted( const Value& value ) const = 0;
-   /// The key likewise; a field or scalar has none.
+   /// The key converted likewise; an error for a field or scalar.
    virtual Value convertedKey( const Value& key ) const;
 
    /// Reads a field or scalar.
@@ -93,11 +93,11 @@ class VORMEL_EXPORT Operation
    virtual ~Operation();
 
    std::string_view name() const { return name_; }
-   /// "name: what is expected", one for each argument.
+   /// "name: expected kind of value", one for each argument.
    const std::vector<std::string>& parameters() const { return parameters_; }
    std::string_view summary() const { return summary_; }
 
-   /// Calls it; the result is monostate for operations that return nothing.
+   /// Calls the operation; the result is monostate if it returns nothing.
    virtual Value call( Entity& entity, std::span<const Value> arguments ) const = 0;
 
  protected:
@@ -110,7 +110,7 @@ class VORMEL_EXPORT Operation
    std::string_view summary_;
 };
 
-/// Everything that a type of entity offers by name. Made once per type, never changed.
+/// The attributes and operations of a type of entity, by name. Made once per type and never changed.
 class VORMEL_EXPORT EntityType
 {
  public:
@@ -123,12 +123,12 @@ class VORMEL_EXPORT EntityType
    const Attributes& attributes() const { return attributes_; }
    const Operations& operations() const { return operations_; }
 
-   /// Null when there is none.
+   /// Null if there is none.
    const Attribute* findAttribute( std::string_view name ) const;
    const Attribute* findAttribute( AttributeNumber number ) const;
    const Operation* findOperation( std::string_view name ) const;
 
-   /// AccessError, with the nearest name, when there is none.
+   /// AccessError, with the nearest name, if there is none.
    const Attribute& attribute( std::string_view name ) const;
    const Attribute& attribute( AttributeNumber number ) const;
    const Operation& operation( std::string_view name ) const;
@@ -141,7 +141,7 @@ class VORMEL_EXPORT EntityType
    std::unordered_map<std::string_view, const Operation*> operationByName_;
 };
 
-/// Of `names`, the one that `wrong` was most likely meant to be; empty when none is near.
+/// The name in `names` that is most similar to `wrong`; empty if none is near.
 VORMEL_EXPORT std::string_view nearestName(
    std::string_view wrong, std::span<const std::string_view> names );
 

@@ -5,13 +5,13 @@
 //       bridgeMac, // of the switch itself
 //       fennicMac )
 //
-// An enumerator may have a number, `routed = 8`. Where other code needs the list too, it is a list macro, whose rows hold
-// an enumerator and, if that is another, its name:
+// An enumerator may have a number, `routed = 8`. If other code needs the list, it is a list macro, whose rows have
+// an enumerator and, if its name differs, the name:
 //
 //    #define REGISTERS( ROW ) ROW( IngConfig, ING_CONFIGr ) ROW( CpuControl, CPU_CONTROLr )
 //    VORMEL_ENUM_FROM( Register, U8, REGISTERS )
 //
-// VORMEL_ENUM_NAMES( Side, { Side::left, "on the left" } ) gives names to an enum that is there already.
+// VORMEL_ENUM_NAMES( Side, { Side::left, "on the left" } ) gives names to an existing enum.
 #pragma once
 
 #include "platform/runtime/Types.h"
@@ -55,7 +55,7 @@ constexpr std::string_view enumName( E value )
    return {};
 }
 
-/// The name; a value without one reads as its number.
+/// The name, or the number of a value without a name.
 template<NamedEnum E>
 std::string enumText( E value )
 {

@@ -1,4 +1,4 @@
-// What the runtime throws. Every text says what was wrong and what would be right.
+// The exceptions of the runtime. Every text says what was wrong and what would be right.
 #pragma once
 
 #include "platform/runtime/Export.h"
@@ -31,7 +31,7 @@ class VORMEL_EXPORT NullArgumentError : public Error
    NullArgumentError( std::string_view mutator, std::string_view argument );
 };
 
-/// A value outside what an attribute accepts; the text names the attribute, the value and the valid
+/// A value that an attribute does not accept; the text names the attribute, the value and the valid
 /// range.
 class VORMEL_EXPORT ValueError : public Error
 {
@@ -39,8 +39,8 @@ class VORMEL_EXPORT ValueError : public Error
    using Error::Error;
 };
 
-/// The generic interface was asked for an attribute or operation that does not exist, or with a
-/// wrong argument; the text says which name, which argument and what was expected.
+/// A generic access by a name that does not exist, or with a wrong argument; the text has the name,
+/// the argument and the expected value.
 class VORMEL_EXPORT AccessError : public Error
 {
  public:

@@ -1,8 +1,8 @@
-// The base of every header: the language that it needs, the marks of exported names, and the settings in which
-// including code must agree with the library.
+// The base of every header: the required language, the marks of exported names, and the settings that must be the
+// same in the library and in including code.
 #pragma once
 
-// The missing file stops the compiler, so that the sentence is not lost among the errors that would follow.
+// The missing file stops the compiler, so that this message is not followed by many other errors.
 #if __cplusplus < 202002L
 #error "strata-l3 needs C++20: compile with -std=c++20 or later"
 #include <strata-l3 stops here>
@@ -14,7 +14,7 @@
 #include <strata-l3 stops here>
 #endif
 
-// The library is built with hidden visibility; what an agent may use is marked.
+// The library is built with hidden visibility; names that an agent may use are marked.
 #define VORMEL_EXPORT __attribute__( ( visibility( "default" ) ) )
 /// For a member of an exported class that is called from within the library only.
 #define VORMEL_HIDDEN __attribute__( ( visibility( "hidden" ) ) )
@@ -34,8 +34,8 @@
 #define VORMEL_REFS_MARK plainRefs
 #endif
 
-/// Inline functions depend on these settings. The library defines the marks of its own, and whatever includes one of
-/// its headers refers to those that it was compiled with: where the two differ, a symbol is undefined.
+/// Inline functions depend on these settings. The library defines the symbols of its settings, and every source that
+/// includes one of its headers refers to the symbols of its own settings: if they differ, a symbol is undefined.
 namespace Vormel::BuiltWith {
 
 extern VORMEL_EXPORT const char VORMEL_LOCK_MARK;

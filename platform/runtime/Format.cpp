@@ -41,7 +41,7 @@ static std::string convert( const char* fmt, const char*& c, const FormatArgumen
    if( plain && ( kind == 'd' || kind == 'u' || kind == 's' ) )
       return argument.text;
    reject( fmt, "unknown conversion '%" + std::string( start, c ) +
-                   "'; there are %d, %u, %s, %x with a width, and %%" );
+                   "'; valid are %d, %u, %s, %x with a width, and %%" );
 }
 
 static U64 conversionsIn( std::string_view fmt )

@@ -34,8 +34,8 @@ VORMEL_EXPORT std::string formatArguments(
    const char* fmt, std::span<const FormatArgument> arguments );
 
 /// Conversions: %d %u %s, %x with an optional width (%4x, %02x), and %% for a percent sign. Throws
-/// Error, naming the format, when the number of arguments differs from the conversions', when %x
-/// meets something other than an integer, and for any other conversion.
+/// Error, naming the format, when the number of arguments differs from the conversions', when the
+/// argument of %x is not an integer, and for any other conversion.
 template<class... Args>
 std::string format( const char* fmt, const Args&... args )
 {

@@ -1,5 +1,5 @@
-// hashValue: the customisable hash of HashMap. A key type of its own adds a friend found by
-// argument- dependent lookup: `friend constexpr U64 hashValue( MyKey k, U32 seed )`, built from
+// hashValue: the customisable hash of HashMap. A new key type adds a friend found by
+// argument-dependent lookup: `friend constexpr U64 hashValue( MyKey k, U32 seed )`, built from
 // hashMix. Equal keys and seeds give equal hashes in every run and on every machine of one byte
 // order.
 #pragma once
@@ -18,7 +18,7 @@ namespace Vormel {
 constexpr U64 hashMix( U64 value, U32 seed )
 {
    __extension__ using U128 = unsigned __int128;
-   // Seed 0 costs nothing; any other constant is folded by the compiler.
+   // Seed 0 has no cost; any other constant is folded by the compiler.
    const U128 product =
       static_cast<U128>( value ^ ( seed * U64{ 0x9e3779b97f4a7c15 } ) ) * U64{ 0xff51afd7ed558ccd };
    return static_cast<U64>( product ) ^ static_cast<U64>( product >> 64 );

@@ -1,7 +1,7 @@
 // The open-addressing table under HashMap: from a hash to a position in a dense array. A slot is
 // one word that holds part of the hash beside the position, so that nearly every miss is decided in
-// the table alone. The table is kept at most a quarter full: an empty first slot is then the rule,
-// which a processor predicts, and the words are small enough to afford it. Not thread-safe.
+// the table alone. The table is kept at most a quarter full, so that the first slot is usually empty,
+// which a processor predicts; the words are small enough to afford it. Not thread-safe.
 #pragma once
 
 #include "platform/runtime/Types.h"
@@ -37,8 +37,8 @@ class HashIndex
       std::swap( mask_, other.mask_ );
    }
 
-   /// Offers the positions filed under `hash` to `accept( position )` until that returns a pointer
-   /// that is not null, and returns it; null when none is accepted.
+   /// Calls `accept( position )` with each position under `hash` until it returns a non-null pointer,
+   /// and returns that pointer; null when none is accepted.
    template<class Accept>
    auto find( U64 hash, Accept accept ) const -> decltype( accept( U64{} ) )
    {
@@ -54,8 +54,8 @@ class HashIndex
    /// Whether `count` positions fit without growing.
    bool fits( U64 count ) const { return count * 4 <= U64{ mask_ } + ( mask_ ? 1 : 0 ); }
 
-   /// Files the positions 0 to count - 1 anew, under hashOf( position ), in a table for `capacity`
-   /// of them.
+   /// Rebuilds the table for `capacity` positions, with the positions 0 to count - 1 under
+   /// hashOf( position ).
    template<class HashOf>
    void rebuild( U64 capacity, U32 count, HashOf hashOf )
    {
@@ -71,7 +71,7 @@ class HashIndex
          insert( hashOf( position ), position );
    }
 
-   /// Requires that fits() held for one position more.
+   /// Requires: fits() for one more position.
    void insert( U64 hash, U32 position ) noexcept
    {
       U32 slot = homeOf( hash );
@@ -80,15 +80,15 @@ class HashIndex
       owned_[ slot ] = ( tagOf( hash ) & ~mask_ ) | ( position + 1 );
    }
 
-   /// Files `position`, which must be there, under the same hash as `moved`.
+   /// Replaces `position` by `moved`, under the same hash. Requires: `position` is in the table.
    void reposition( U64 hash, U32 position, U32 moved ) noexcept
    {
       const U32 slot = slotOf( hash, position );
       owned_[ slot ] = ( slots_[ slot ] & ~mask_ ) | ( moved + 1 );
    }
 
-   /// Removes `position`, which must be there. Later slots of its run move up, so no tombstones
-   /// remain.
+   /// Removes `position`. Later slots of its run move up, so no tombstones remain. Requires: `position`
+   /// is in the table.
    template<class HashOf>
    void erase( U64 hash, U32 position, HashOf hashOf ) noexcept
    {
@@ -112,12 +112,12 @@ class HashIndex
  private:
    static constexpr U32 minSlots_ = 16;
    static constexpr U64 maxCapacity_ = U64{ 1 } << 29;
-   static constexpr U32 noSlot_ = 0; // what an index without a table searches
+   static constexpr U32 noSlot_ = 0; // searched while there is no table
 
    U32 homeOf( U64 hash ) const { return static_cast<U32>( hash ) & mask_; }
    static U32 tagOf( U64 hash ) { return static_cast<U32>( hash >> 32 ); }
 
-   /// The slot of a position that is filed under `hash`.
+   /// The slot of a position under `hash`.
    U32 slotOf( U64 hash, U32 position ) const
    {
       U32 slot = homeOf( hash );

@@ -4,7 +4,7 @@
 // hashValue (Hash.h).
 //
 // References, pointers and iterators into the map are invalidated by any insertion or removal. A
-// loop that calls out to code which may change the map walks by position: `for( U32 i = 0; i <
+// loop that calls code which may change the map walks by position: `for( U32 i = 0; i <
 // map.size(); ++i )` with entryAt( i ). Entries added meanwhile are then visited, and a removal at
 // or before `i` may hide the entry that moved. Not thread-safe: guard it with the activity lock.
 #pragma once
@@ -36,7 +36,7 @@ class HashMap
       V value;
    };
 
-   /// What lookups take: string keys are found by any text, without making a string of it.
+   /// The parameter type of lookups: string keys are found by any text, without making a string of it.
    using Lookup = std::conditional_t<std::is_same_v<K, std::string>, std::string_view,
       std::conditional_t<std::is_trivially_copyable_v<K> && sizeof( K ) <= sizeof( void* ), K,
          const K&>>;
@@ -79,7 +79,7 @@ class HashMap
       return true;
    }
 
-   /// The removed value; nothing when the key is absent.
+   /// Returns the removed value, or nothing when the key is absent.
    std::optional<V> erase( Lookup key )
    {
       const U64 hash = hashValue( key, Seed );
@@ -89,7 +89,7 @@ class HashMap
       const auto position = static_cast<U32>( entry - entries_.data() );
       index_.erase( hash, position, [ this ]( U32 p ) { return hashAt( p ); } );
       const U32 last = size() - 1;
-      // Taken out first: `key` may be a reference into this very entry.
+      // Moved out first, because `key` may be a reference into this entry.
       std::optional<V> removed{ std::move( entries_[ position ].value ) };
       if( position != last ) {
          index_.reposition( hashAt( last ), last, position );
@@ -102,14 +102,14 @@ class HashMap
    U32 size() const { return static_cast<U32>( entries_.size() ); }
    bool empty() const { return entries_.empty(); }
 
-   /// The map is empty before the first value is destroyed: a value may look into it as it goes.
+   /// Empties the map before destroying values, because a destructor may read the map.
    void clear() noexcept
    {
       index_.clear();
       std::exchange( entries_, {} ).clear();
    }
 
-   /// Makes room for `count` entries, so that none of them allocates.
+   /// Reserves room for `count` entries, so that inserting them does not allocate.
    void reserve( U32 count )
    {
       entries_.reserve( count );

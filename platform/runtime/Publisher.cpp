@@ -22,7 +22,7 @@ void Publisher::subscriberDel( Subscriber& subscriber ) const noexcept
       return;
    --live_;
    if( delivery_ ) {
-      *at = nullptr; // the loop under way keeps its place; the gap is closed at its end
+      *at = nullptr; // keeps the running loop's positions valid; the gap is closed at its end
       only_ = nullptr;
       note( Event::subscriberGone );
    } else {
@@ -31,7 +31,7 @@ void Publisher::subscriberDel( Subscriber& subscriber ) const noexcept
    }
 }
 
-// There is no buffer here to guard, and the guard would be a tenth of what a notification costs.
+// Without the stack protector: there is no buffer to guard, and the guard would be a tenth of a notification's cost.
 __attribute__( ( no_stack_protector ) ) void Publisher::publish(
    const Change& change ) const noexcept
 {
@@ -72,7 +72,7 @@ void Publisher::note( Event event ) const noexcept
 void Publisher::settle( const Delivery& delivery ) const noexcept
 {
    if( delivery.event == Event::publisherGone )
-      return; // there is nothing left to touch
+      return; // the publisher was destroyed, so nothing may be accessed
    delivery_ = delivery.outer;
    if( delivery_ )
       return;
@@ -84,7 +84,7 @@ Publisher::~Publisher()
 {
    note( Event::publisherGone );
    delivery_ = nullptr;
-   // Detached first: a subscriber may drop others while it is told.
+   // Detached first, because a subscriber may drop others while it is notified.
    while( live_ != 0 ) {
       const auto at =
          std::find_if( subscribers_.begin(), subscribers_.end(), []( auto* s ) { return s; } );

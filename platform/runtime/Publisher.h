@@ -2,9 +2,9 @@
 //
 // The contract, all of it under the activity lock:
 //  - publish() calls every subscriber in order of subscription and returns after the last one.
-//  - A subscriber that is removed while a notification is under way is not called any more.
-//  - A subscriber that comes while a notification is under way is not told of that change.
-//  - A subscriber may change the publisher again: the inner change is delivered whole first.
+//  - A subscriber that is removed during a notification is not called any more.
+//  - A subscriber that is added during a notification is not called for that change.
+//  - A subscriber may change the publisher again: the inner change is first delivered to all.
 //  - The publisher may be destroyed by a subscriber: the rest of the subscribers are not called.
 //  - Subscribers do not throw: an exception that reaches the publisher ends the process.
 #pragma once
@@ -21,7 +21,7 @@ namespace Vormel {
 class Entity;
 using AttributeNumber = U32;
 
-/// A value of any attribute type for as long as a notification lasts.
+/// A value of any attribute type, valid only during the notification.
 class AnyView
 {
  public:
@@ -32,7 +32,7 @@ class AnyView
 
    bool empty() const { return data_ == nullptr; }
 
-   /// The value; T must be the type that the attribute is declared with.
+   /// The value. Requires: T is the type that the attribute is declared with.
    template<class T>
    const T& as() const
    {
@@ -50,7 +50,7 @@ enum class ChangeKind : U32
 {
    Changed,  // a scalar, slot or member has a new value
    Inserted, // a new member; there is no old value
-   Removed,  // a member is gone
+   Removed,  // a member was removed
 };
 
 struct Change
@@ -78,8 +78,8 @@ class VORMEL_EXPORT Publisher
  public:
    bool hasSubscribers() const noexcept { return live_ != 0; }
 
-   /// Registering twice means being called twice; each removal takes one registration away. Checking builds demand
-   /// the activity lock.
+   /// A subscriber that is added twice is called twice; each removal ends one registration. Requires: the activity lock
+   /// is held (verified in checking builds).
    void subscriberAdd( Subscriber& subscriber ) const;
    void subscriberDel( Subscriber& subscriber ) const noexcept;
 
@@ -89,11 +89,11 @@ class VORMEL_EXPORT Publisher
    Publisher& operator=( const Publisher& ) = delete;
    ~Publisher();
 
-   /// Call it while hasSubscribers() holds.
+   /// Requires: hasSubscribers().
    void publish( const Change& change ) const noexcept;
 
  private:
-   // One per publish() under way. What happens to the publisher meanwhile is noted in each of them.
+   // One for each publish() that runs. Events of the publisher during delivery are noted in each of them.
    enum class Event : U8
    {
       none,
@@ -110,10 +110,10 @@ class VORMEL_EXPORT Publisher
    VORMEL_HIDDEN void note( Event event ) const noexcept;
    VORMEL_HIDDEN void settle( const Delivery& delivery ) const noexcept;
 
-   // Subscribing does not change what a publisher says, so inputs held as const can be watched.
+   // Mutable, because subscribing does not change the published values: const inputs can be watched.
    mutable std::vector<Subscriber*> subscribers_; // null: removed during a delivery
    mutable std::size_t live_ = 0;
-   mutable Subscriber* only_ = nullptr; // the one subscriber, when there is just one
+   mutable Subscriber* only_ = nullptr; // the subscriber, if there is exactly one
    mutable Delivery* delivery_ = nullptr;
 };
 

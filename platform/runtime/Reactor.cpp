@@ -24,7 +24,7 @@ void Reactor::zombieIs()
 
 void Reactor::onLastRelease() const noexcept
 {
-   // Members are destroyed one after the other; no change may reach a handler meanwhile.
+   // No change may reach a handler while members are destroyed one after the other.
    markForDeletion();
    delete this;
 }

@@ -1,7 +1,7 @@
 // Reactors: objects that run a handler for each change of the objects they subscribe to.
 //
 // A reactor runs no handler before hasNotificationActiveIs( true ), after it was marked for deletion or
-// made a zombie, and after its last reference is gone. All of it under the activity lock.
+// made a zombie, and after its last reference was dropped. Requires: the activity lock is held.
 #pragma once
 
 #include "platform/runtime/Entity.h"
@@ -19,12 +19,12 @@ class VORMEL_EXPORT Reactor : public Counted
    void hasNotificationActiveIs( bool active );
 
    bool markedForDeletion() const { return markedForDeletion_; }
-   /// Changes that arrive from now on are ignored. There is no way back.
+   /// Ignores all later changes. This cannot be undone.
    void markForDeletion() const { markedForDeletion_ = true; }
 
    bool zombie() const { return zombie_; }
-   /// Marks for deletion, unsubscribes and lets go of the owner: the reactor lives on only because
-   /// somebody still holds a reference.
+   /// Marks for deletion, unsubscribes and clears the back pointer to the owner: the reactor still exists only
+   /// because there are references to it.
    void zombieIs();
 
  protected:
@@ -33,7 +33,7 @@ class VORMEL_EXPORT Reactor : public Counted
 
    /// Switches every subscription of the reactor on or off.
    virtual void subscriptionsAre( bool active ) = 0;
-   /// For nested reactors: forget the back pointer.
+   /// For nested reactors: clears the back pointer.
    virtual void ownerGone() {}
 
    void onLastRelease() const noexcept override;
@@ -60,7 +60,7 @@ class Subscription final : public Subscriber
 
    const Ref<const Entity>& notifier() const { return notifier_; }
 
-   /// Another input; an active subscription moves over.
+   /// Binds to another input; an active subscription moves to it.
    void notifierIs( Ref<const Entity> notifier )
    {
       const bool active = active_;
@@ -69,7 +69,7 @@ class Subscription final : public Subscriber
       activeIs( active );
    }
 
-   /// Without an input this does nothing.
+   /// Does nothing without an input.
    void activeIs( bool active )
    {
       if( active == active_ || !notifier_ )
@@ -85,7 +85,7 @@ class Subscription final : public Subscriber
    {
       if( owner_.markedForDeletion() )
          return;
-      // The dispatcher may destroy the owner and this object with it.
+      // The dispatcher may destroy the owner, and this object with it.
       ( owner_.*dispatcher )( change );
    }
 

@@ -1,5 +1,5 @@
-// Counted references. The count sits in the object. Counts are atomic, or plain where the build says that
-// no thread but the reactor's touches them (VORMEL_ATOMIC_REFS=0).
+// Counted references. The count is in the object. Counts are atomic, or plain in builds where only the reactor
+// thread uses them (VORMEL_ATOMIC_REFS=0).
 #pragma once
 
 #include "platform/runtime/Export.h"
@@ -13,7 +13,7 @@
 
 namespace Vormel {
 
-/// Base of everything that is held by counted references.
+/// Base of all classes with counted references.
 class VORMEL_EXPORT Counted
 {
  public:
@@ -49,7 +49,7 @@ class VORMEL_EXPORT Counted
    Counted() = default;
    virtual ~Counted();
 
-   /// Runs when the last reference goes; deletes the object unless overridden.
+   /// Runs when the last reference is dropped; deletes the object unless overridden.
    virtual void onLastRelease() const noexcept;
 
  private:
@@ -98,7 +98,7 @@ class Ref
    T& operator*() const noexcept { return *object_; }
    explicit operator bool() const noexcept { return object_ != nullptr; }
 
-   /// Gives the reference away without releasing it.
+   /// Returns the object without releasing the reference; the caller owns it.
    T* detach() noexcept { return std::exchange( object_, nullptr ); }
 
    template<class U>

@@ -13,7 +13,7 @@ namespace Vormel::Detail {
 struct TraceRegistry
 {
    std::vector<TraceHandle*> handles;
-   std::mutex sinkMutex; // records also come under a chip's lock alone
+   std::mutex sinkMutex; // records are also made under only a chip's lock
    TraceSink sink;
 };
 
@@ -24,7 +24,7 @@ struct SyslogRegistry
    const Clock* clock = nullptr;
 };
 
-// Each is made by its first handle, of whichever source file, and so destroyed after the last.
+// Each is made by the first handle in any source file, and therefore destroyed after the last one.
 TraceRegistry& traceRegistry();
 SyslogRegistry& syslogRegistry();
 

@@ -1,4 +1,4 @@
-// An array with one slot per key of a small enum (plus spare slots, as `slotCount` says).
+// An array with one slot per key of a small enum, plus spare slots up to `slotCount`.
 #pragma once
 
 #include "platform/runtime/Errors.h"

@@ -21,7 +21,7 @@ std::size_t sequenceLength( std::string_view text )
    for( std::size_t i = 1; i < length; ++i )
       if( ( byte( i ) & 0xC0 ) != 0x80 )
          return 0;
-   // Overlong forms, surrogates and what lies beyond the last code point.
+   // Excludes overlong forms, surrogates and numbers beyond the last code point.
    const U8 second = byte( 1 );
    const bool wrong = ( lead == 0xE0 && second < 0xA0 ) || ( lead == 0xED && second > 0x9F ) ||
                       ( lead == 0xF0 && second < 0x90 ) || ( lead == 0xF4 && second > 0x8F );

@@ -40,7 +40,7 @@ SyslogHandle::~SyslogHandle()
 
 bool SyslogHandle::admit( double now )
 {
-   // A clock that was set back, or another one, tells nothing about the time since.
+   // After the clock was set back or replaced, the time since the last message is unknown.
    const double passed = now - lastPassed_;
    if( passed >= 0 && passed < rate_.minInterval ) {
       ++suppressed_;

@@ -18,17 +18,17 @@
 
 namespace Vormel {
 
-/// Numbered as syslog(3) has them.
+/// With the numbers of syslog(3).
 VORMEL_ENUM( Severity, U8, emergency, alert, critical, error, warning, notice, info, debug )
 
 /// The recommended action of messages that only inform; one object, so that it can be compared by address.
 extern VORMEL_EXPORT const char NoActionRequired[];
 
-/// When a message may be repeated.
+/// How often a message may be repeated.
 struct SyslogRate
 {
-   double minInterval = 0.0; // seconds in which a message is not repeated; 0 lets every one pass
-   // Carried for the log collector; nothing here acts on them.
+   double minInterval = 0.0; // seconds in which a message is not repeated; 0 for no limit
+   // For the log collector; not used here.
    double factor = 1.0;
    U32 count1 = 0;
    U32 count2 = 0;
@@ -51,7 +51,7 @@ class VORMEL_EXPORT SyslogHandle
    const char* recommendedAction() const { return recommendedAction_; }
    const SyslogRate& rate() const { return rate_; }
 
-   /// Messages that the rate held back so far.
+   /// Number of messages that the rate has suppressed so far.
    U32 suppressed() const { return suppressed_; }
 
    /// Whether a message may pass at time `now`, in seconds; counts it as passed or as suppressed.
@@ -79,8 +79,8 @@ using SyslogSink = std::function<void( const SyslogRecord& )>;
 /// All messages in order of declaration.
 VORMEL_EXPORT std::vector<const SyslogHandle*> syslogHandles();
 
-/// An empty sink puts back the default one, which writes syslogLine() to standard error. Returns
-/// the sink before (empty for the default).
+/// Sets the sink and returns the previous one. An empty sink is the default one, which writes
+/// syslogLine() to standard error.
 VORMEL_EXPORT SyslogSink syslogSinkIs( SyslogSink sink );
 
 /// A sink that hands messages to syslog(3): `syslogSinkIs( syslogToSystem )`.
@@ -89,16 +89,15 @@ VORMEL_EXPORT void syslogToSystem( const SyslogRecord& record );
 /// "%KEY-SEVERITY: text", the severity as a number.
 VORMEL_EXPORT std::string syslogLine( const SyslogRecord& record );
 
-/// The clock that rates are measured on; null puts back the real one. It must outlive its use.
+/// Sets the clock that rates are measured on; null is the real one. Requires: the clock outlives its use.
 VORMEL_EXPORT void syslogClockIs( const Clock* clock );
 
 /// See logMessage().
 VORMEL_EXPORT void logArguments(
    SyslogHandle& handle, std::span<const FormatArgument> arguments ) noexcept;
 
-/// Raises a message, its arguments in the order of the format's conversions. Never fails: arguments
-/// that do not fit the format make a message that says so, and what a sink throws goes to standard
-/// error.
+/// Raises a message with the arguments in the order of the format's conversions. Never fails: for arguments
+/// that do not fit the format the message says so, and an exception of the sink is reported on standard error.
 template<class... Args>
 void logMessage( SyslogHandle& handle, const Args&... args )
 {

@@ -1,5 +1,5 @@
-// How a value reads in traces, log messages and formats: booleans as 0 and 1, one-byte integers as
-// numbers, everything else as its stream operator has it.
+// The text of a value in traces, log messages and formats: booleans as 0 and 1, one-byte integers as
+// numbers, all other types as their stream operator writes them.
 #pragma once
 
 #include "platform/runtime/Types.h"
@@ -24,7 +24,7 @@ concept Streamable = requires( std::ostream& stream, const T& value )
    stream << value;
 };
 
-/// Whether the enumeration has names (Enum.h); without them it is a number.
+/// Whether the enumeration has names (Enum.h); without them its text is a number.
 template<class E>
 concept EnumWithNames = requires
 {
@@ -55,7 +55,7 @@ void writeText( std::ostream& stream, const T& value )
       stream << +static_cast<std::underlying_type_t<T>>( value );
    else if constexpr( std::is_convertible_v<const T&, const char*> && std::is_pointer_v<T> ) {
       const char* text = value;
-      stream << ( text ? text : "(null)" ); // a null would silence the stream for good
+      stream << ( text ? text : "(null)" ); // writing a null would set the stream's error state
    } else
       stream << value;
 }

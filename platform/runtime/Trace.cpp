@@ -93,7 +93,7 @@ static Setting parseSetting( std::string_view item )
       for( const auto* handle : Detail::traceRegistry().handles )
          known += std::string( known.empty() ? "" : ", " ) + handle->name();
       throw ValueError( "trace setting '" + std::string( item ) +
-                        "': no trace handle has such a name; there are: " + known );
+                        "': no trace handle has this name; the handles are: " + known );
    }
    return setting;
 }
@@ -179,7 +179,7 @@ static StreamPool& streamPool()
 TraceStream& traceBegin()
 {
    StreamPool& pool = streamPool();
-   // A piece of a trace may trace itself while it is made.
+   // Evaluating a piece of a trace may make another trace.
    if( pool.depth == pool.streams.size() )
       pool.streams.emplace_back();
    TraceStream& stream = pool.streams[ pool.depth ];

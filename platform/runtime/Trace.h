@@ -1,5 +1,5 @@
-// Trace records: named handles, each with ten levels (0 to 9) that are switched separately, and one
-// sink that gets the records. All levels are off at first, and a trace that is off costs a load, a
+// Trace records: named handles, each with ten levels (0 to 9) that are enabled separately, and one
+// sink that gets the records. All levels are initially off, and a trace that is off costs a load, a
 // test and a branch: its arguments are not evaluated (declare the handles with
 // VORMEL_DECLARE_TRACE). Switching levels, replacing the sink and emitting are safe from any thread; a
 // sink guards itself. Registering handles is for the holder of the activity lock.
@@ -66,24 +66,24 @@ VORMEL_EXPORT TraceHandle* traceHandle( std::string_view name );
 VORMEL_EXPORT std::vector<TraceHandle*> traceHandles();
 
 /// Sets levels of the existing handles: "ApiStrata=4,Strata*=7", read from left to right. A pattern
-/// may hold `*` and `?`; the level is 0 to 9 (it and all below) or "off". ValueError when an item
-/// is malformed or matches no handle; nothing is changed then.
+/// may contain `*` and `?`; the level is 0 to 9 (it and all below) or "off". ValueError, and no
+/// level is changed, when an item is malformed or matches no handle.
 VORMEL_EXPORT void traceLevelsIs( std::string_view settings );
 
-/// An empty sink puts back the default one, which writes "<handle> <level> <function> <text>" to
-/// standard error. Returns the sink before (empty for the default).
+/// Sets the sink and returns the previous one. An empty sink is the default one, which writes
+/// "<handle> <level> <function> <text>" to standard error.
 VORMEL_EXPORT TraceSink traceSinkIs( TraceSink sink );
 
-/// A sink that appends to a file what the default one writes to standard error. Error when the file cannot be
-/// opened.
+/// A sink that appends the lines of the default sink to a file. Error when the file cannot be opened.
 VORMEL_EXPORT TraceSink traceToFile( const std::string& file );
 
-/// Hands a record to the sink, whether or not the level is enabled. An exception of the sink goes to standard error.
+/// Passes a record to the sink, whether or not the level is enabled. An exception of the sink is reported on standard
+/// error.
 VORMEL_EXPORT void traceRecord( const TraceHandle& handle, U32 level, std::string_view function,
    std::string_view text ) noexcept;
 
-/// Collects the pieces of one trace; see Text.h for how values read. The streams are kept for reuse
-/// and handed out by reference, so that a function that traces needs no room for one on its stack.
+/// Collects the pieces of one trace; see Text.h for the text of values. The streams are kept for reuse
+/// and used by reference, so that a function that traces needs no room for one on its stack.
 class TraceStream
 {
  public:
@@ -108,20 +108,20 @@ class TraceStream
    friend TraceStream& traceBegin();
    friend void traceEnd( const TraceHandle&, U32, std::string_view, TraceStream& );
    std::ostringstream stream_;
-   U64 depth_ = 0; // how many traces of this thread were under way when this one began
+   U64 depth_ = 0; // number of unfinished traces of this thread when this one began
 };
 
 /// A stream for one trace, empty.
 VORMEL_EXPORT TraceStream& traceBegin();
-/// As traceRecord(), with the text of a stream from traceBegin(), which goes back.
+/// The same as traceRecord(), with the text of a stream from traceBegin(), which is returned for reuse.
 VORMEL_EXPORT void traceEnd(
    const TraceHandle& handle, U32 level, std::string_view function, TraceStream& stream );
 
 } // namespace Vormel
 
 /// Declares a handle that another source file defines, and tells the compiler that it lies in the
-/// same shared object: the test of a level is then three instructions, not one more to find the
-/// handle.
+/// same shared object: the test of a level is then three instructions, without a fourth to find
+/// the handle.
 #define VORMEL_DECLARE_TRACE( name ) \
    extern __attribute__( ( visibility( "hidden" ) ) ) ::Vormel::TraceHandle name
 

@@ -1,4 +1,4 @@
-// Fixed-width integers under the short names that the whole agent uses.
+// Short names of fixed-width integers, used by the whole agent.
 #pragma once
 
 #include "platform/runtime/Export.h"

@@ -1,4 +1,4 @@
-// Values as the generic interface carries them, and how each C++ type turns into one and back.
+// The values of the generic interface, and the conversion of each C++ type to a value and back.
 #pragma once
 
 #include "platform/runtime/Enum.h"
@@ -19,17 +19,17 @@
 
 namespace Vormel {
 
-/// Any object, as a generic value holds it.
+/// Any object, in a generic value.
 using ObjectRef = Ref<const Counted>;
 
-/// What a generic read returns and a generic write or call takes. Types that are none of these travel as
-/// their text form. Text is accepted for every type that has one, so a shell needs no other form.
+/// The result of a generic read and the argument of a generic write or call. Values of other types are passed as
+/// their text form. Text is accepted for every type that has a text form, so a shell needs no other form.
 using Value = std::variant<std::monostate, bool, S64, U64, double, std::string, ObjectRef>;
 
 VORMEL_EXPORT std::string toText( const Value& value );
 
-/// How a type is named, shown and parsed. Types with `std::string toText( const T& )` and
-/// `static std::optional<T> T::parse( std::string_view )` need no traits of their own.
+/// The name, text form and parser of a type. Types with `std::string toText( const T& )` and
+/// `static std::optional<T> T::parse( std::string_view )` do not need to specialise it.
 template<class T>
 struct ValueTraits
 {
@@ -115,7 +115,7 @@ struct ValueTraits<std::string>
    static std::string expected() { return "a text"; }
 };
 
-/// Named enumerations also take their number, so that any slot of an array can be addressed.
+/// Named enumerations also accept their number, so that any slot of an array can be addressed.
 template<NamedEnum E>
 struct ValueTraits<E>
 {
@@ -152,7 +152,7 @@ struct ValueTraits<Ref<T>>
       const auto* const ref = std::get_if<ObjectRef>( &v );
       if( !ref )
          return std::nullopt;
-      // The caller that hands an object in owns it for writing.
+      // An object that is passed in belongs to the caller, who may write to it; hence the const_cast.
       auto* const object = dynamic_cast<T*>( const_cast<Counted*>( ref->get() ) );
       if( ref->get() && !object )
          return std::nullopt;

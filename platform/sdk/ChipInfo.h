@@ -1,4 +1,4 @@
-// Which chip a unit is, and what that kind of chip can do.
+// The kind of chip of a unit, and its capabilities.
 #pragma once
 
 #include "platform/runtime/Export.h"
@@ -38,11 +38,11 @@ struct ChipInfo
    CAPABILITY( vxlanSupported, "terminates and originates VXLAN tunnels" ) \
    CAPABILITY( vxlanRoutingInOnePass, "routes into and out of a tunnel in one pass" )
 
-/// What a chip can do. A chip that is not in the table can do nothing of it.
+/// The capabilities of a chip. A chip that is not in the table has none.
 class ChipAttributes
 {
  public:
-   /// The chip's controls are reached by HSDK methods instead of registers.
+   /// Whether the chip's controls are written by HSDK methods instead of registers.
    bool usesHsdk() const { return usesHsdk_; }
    bool supportsSocCalls() const { return supportsSocCalls_; }
 
@@ -58,8 +58,8 @@ class ChipAttributes
    bool supportsSocCalls_ = false;
 };
 
-/// The platform's central table of chip attributes. An agent fills it before it makes the first helper; the
-/// activity lock is held.
+/// The platform's central table of chip attributes. An agent fills it before it makes the first helper.
+/// Requires: the activity lock is held.
 class VORMEL_EXPORT StrataAttributes
 {
  public:

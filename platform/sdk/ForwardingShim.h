@@ -1,5 +1,4 @@
-// A shim that hands everything on to another one: the base for those that only want to see, count or change some
-// of what passes.
+// A shim that passes every call to another one: the base for shims that observe, count or change some of the calls.
 #pragma once
 
 #include "platform/sdk/SdkShimInterface.h"
@@ -9,7 +8,7 @@ namespace Strata {
 class VORMEL_EXPORT ForwardingShim : public SdkShimInterface
 {
  public:
-   /// `next` must outlive the shim.
+   /// Requires: `next` outlives the shim.
    explicit ForwardingShim( SdkShimInterface& next ) : next_( next ) {}
 
    SdkShimInterface& next() const { return next_; }

@@ -1,4 +1,4 @@
-// The shim in use while none is set: its every function is an assertion.
+// The shim that is used while none is set. Each of its functions fails an assertion.
 #include "platform/runtime/Assert.h"
 #include "platform/sdk/SdkShimInterface.h"
 
@@ -9,7 +9,7 @@ namespace Strata {
 [[noreturn]] static void noShim()
 {
    VORMEL_ASSERT( sdkShim() && "no SDK shim is set: sdkShimIs() comes before the first operation" );
-   std::abort(); // an assertion hook that returns does not make a shim
+   std::abort(); // there is still no shim when an assertion hook returns
 }
 
 namespace {

@@ -1,5 +1,5 @@
-// Counts and times the SDK calls that pass. An agent that wants to know makes it the process's shim, in front of
-// its own; one that does not pays nothing.
+// Counts and times SDK calls. An agent that needs the statistics sets it as the process's shim, in front of its own
+// shim; other agents have no cost.
 #pragma once
 
 #include "platform/sdk/ForwardingShim.h"
@@ -15,10 +15,10 @@ struct SdkCallStatistics
 {
    std::string_view call; // the SDK function's name
    U64 calls = 0;
-   U64 failures = 0; // negative codes, the feature-not-available code apart
+   U64 failures = 0; // negative codes except the feature-not-available code
    U64 unavailable = 0;
-   double seconds = 0.0; // of all calls together
-   double longest = 0.0; // seconds
+   double seconds = 0.0; // total of all calls
+   double longest = 0.0; // longest call, in seconds
 };
 
 class VORMEL_EXPORT ObservedShim final : public ForwardingShim
@@ -30,9 +30,9 @@ class VORMEL_EXPORT ObservedShim final : public ForwardingShim
 #define STRATA_SDK_OPERATION( method, name, parameters, arguments ) int method parameters override;
 #include "platform/sdk/SdkOperations.def"
 
-   /// Of each SDK function that was called, in the order of SdkOperations.def. From any thread.
+   /// The statistics of each SDK function that was called, in the order of SdkOperations.def. Safe from any thread.
    std::vector<SdkCallStatistics> statistics() const;
-   /// Starts counting anew. From any thread.
+   /// Sets all statistics to zero. Safe from any thread.
    void statisticsDel();
 
  private:

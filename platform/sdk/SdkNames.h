@@ -1,8 +1,8 @@
-// The names of the chip SDK as the slice's sources write them, so that an expression text is the call that
+// The names of the chip SDK as the slice's sources use them, so that an expression text is the call that
 // was made. Not installed, and included by sources only: a vendor's headers define many of these names as
 // macros.
 //
-// A name's number belongs to the SDK: each object below asks the shim when it is converted.
+// The SDK defines the numbers: each object below gets its number from the shim when it is converted.
 #pragma once
 
 #include "platform/runtime/Activity.h"
@@ -84,7 +84,8 @@ inline int BCM_HG_TRUNK_CANCEL_ACTION( U32 unit )
                                                           : int( bcmFieldActionHgTrunkCancel );
 }
 
-/// An operation with its pre-call hook and without the activity lock.
+/// Calls an operation, after its pre-call hook. The activity lock is released for the length of the operation, here
+/// and in FP_LOCK_INTERNAL_CHK (routing/tcam/FieldLock.h) only.
 template<class... Parameters>
 int sdkCall( int ( SdkShimInterface::*operation )( Parameters... ),
    std::type_identity_t<Parameters>... arguments )
@@ -96,8 +97,8 @@ int sdkCall( int ( SdkShimInterface::*operation )( Parameters... ),
    return ( shim.*operation )( arguments... );
 }
 
-/// Gives each argument the width of its parameter, so that callers need no casts. Names become numbers
-/// here, with the lock still held.
+/// Converts each argument to the type of its parameter, so that callers need no casts. Names are converted to numbers
+/// here, while the lock is still held.
 template<class... Parameters, class... Arguments>
 int sdkCallNarrowed(
    int ( SdkShimInterface::*operation )( Parameters... ), const Arguments&... arguments )

@@ -1,7 +1,7 @@
 // The names of the chip SDK that the slice uses, by role: a list of roles for each kind of name, and the enum that is made
-// from it. Their numbers belong to the SDK: the shim is asked for them at the time of use.
+// from it. The SDK defines their numbers; the shim returns them at every use.
 //
-// The lists serve other code too: STRATA_FIELD_ACTIONS( ROLE ) is ROLE( CopyToCpu ), ROLE( CopyToCpuCancel ) and so on. Those
+// Other code uses the lists as well: STRATA_FIELD_ACTIONS( ROLE ) is ROLE( CopyToCpu ), ROLE( CopyToCpuCancel ) and so on. Those
 // of registers, memories and their fields have the SDK's name behind the role: ROLE( IngConfig64, ING_CONFIG_64r ). It may
 // be a macro, so a row takes it as #name.
 #pragma once

@@ -1,9 +1,9 @@
-// The chip SDK as the slice sees it. A port implements this class beside its SDK's own headers: no name here
-// is one of an SDK.
+// The interface through which the slice calls the chip SDK. It uses no name of an SDK, so a port can implement this
+// class beside its SDK's own headers.
 //
 // Operations (SdkOperations.def) are called with the activity lock released; each is preceded by preCall().
-// Hooks and questions (SdkQuestions.def) are answered at once and never fail. They come with the lock held, except while
-// the Field Processor lock is.
+// Hooks and questions (SdkQuestions.def) return at once and never fail. They are called with the activity lock held,
+// except while the Field Processor lock is held.
 #pragma once
 
 #include "platform/runtime/Export.h"
@@ -20,8 +20,8 @@ namespace Strata {
 
 using Vormel::EthAddr;
 
-/// A VLAN's control record. The slice reads and changes the flags; the rest is the port's and travels as
-/// read.
+/// A VLAN's control record. The slice reads and changes the flags; the rest belongs to the port and is written back
+/// as it was read.
 class VlanControl
 {
  public:
@@ -34,7 +34,7 @@ class VlanControl
    U32 flags_ = 0;
 };
 
-/// One entry of a chip memory, opaque: its fields are reached through the shim.
+/// One entry of a chip memory. It is opaque; its fields are accessed through the shim.
 struct MemoryEntry
 {
    std::array<U32, 16> words{};
@@ -61,15 +61,15 @@ class VORMEL_EXPORT SdkShimInterface
 /// The process's one shim. An agent sets it before it makes the first helper and keeps it alive.
 VORMEL_EXPORT void sdkShimIs( SdkShimInterface* shim );
 
-/// Null while none is set.
+/// Null if none is set.
 VORMEL_EXPORT SdkShimInterface* sdkShim();
 
 namespace Detail {
 extern VORMEL_EXPORT SdkShimInterface* theSdkShim;
 }
 
-/// The shim, for calls. While none is set, the first use of what this returns fails an assertion: a check here would be
-/// paid by every SDK call.
+/// The shim, for calls. If none is set, it is a shim whose functions fail an assertion, because a check here would cost
+/// time in every SDK call.
 inline SdkShimInterface& sdkShimInUse()
 {
    return *Detail::theSdkShim;

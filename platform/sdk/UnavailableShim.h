@@ -1,5 +1,5 @@
-// A shim without a chip: every operation answers that the feature is not available, which the slice tolerates.
-// A port can start from it and override, step by step, what its chip has.
+// A shim without a chip: every operation returns the feature-not-available code, which the slice tolerates.
+// A port can derive from it and override one operation after another.
 #pragma once
 
 #include "platform/sdk/SdkShimInterface.h"

@@ -1,4 +1,4 @@
-// What is configured: feature flags, platform settings, policy routing, source-IP lookup, uRPF.
+// Configuration inputs: feature flags, platform settings, policy routing, source-IP lookup, uRPF.
 #pragma once
 
 #include "platform/runtime/Attributes.h"
@@ -8,9 +8,9 @@
 
 namespace Strata {
 
-/// Traffic classes that unknown-MAC drop serves: the drop entries have ids for these alone.
+/// Unknown-MAC drop is available for traffic classes 0 to 7: only these have ids for drop entries.
 constexpr U16 highestTrafficClass = 7;
-/// Seconds; polling more often than this would leave time for little else.
+/// In seconds. An agent that polls more often would do little else.
 constexpr double shortestPollInterval = 0.001;
 
 // clang-format off
@@ -20,17 +20,17 @@ constexpr double shortestPollInterval = 0.001;
 #define STRATA_MISC_CONFIG_ATTRIBUTES( ROW ) \
    ROW( SCALAR, 262, l2DualHash, bool, false, "two hash functions for the L2 table", "agent" ) \
    ROW( SCALAR, 263, l3DualHash, bool, false, "two hash functions for the L3 host table", "agent" ) \
-   ROW( MAP_REPLACED, 275, unknownMacDropTrafficClass, U16, bool, 0, "traffic classes 0 to 7 whose packets to unknown MACs are dropped: the members, whatever their value", "agent", checkTrafficClass ) \
+   ROW( MAP_REPLACED, 275, unknownMacDropTrafficClass, U16, bool, 0, "traffic classes 0 to 7 whose packets to unknown MACs are dropped: the keys; the values have no meaning", "agent", checkTrafficClass ) \
    ROW( SCALAR_CHECKED, 276, syslogTimeout, double, 0.0, "seconds between polls of the unknown-MAC drop counters, 0.001 or more; 0 for no polling", "agent", checkSyslogTimeout )
 
 #define STRATA_PBR_INFO_ATTRIBUTES( ROW ) \
    ROW( SCALAR, 258, pbrEnabled, bool, false, "policy routing is on", "agent" )
 
 #define STRATA_BASTLE_SOURCE_IP_LOOKUP_CONFIG_ATTRIBUTES( ROW ) \
-   ROW( SCALAR, 258, l2TrafficRouting, bool, false, "bridged IP packets, too, have their source looked up in the L3 tables", "agent" )
+   ROW( SCALAR, 258, l2TrafficRouting, bool, false, "the source of bridged IP packets is also looked up in the L3 tables", "agent" )
 
 #define STRATA_L2_MCAST_TABLE_ALLOCATION_ATTRIBUTES( ROW ) \
-   ROW( SCALAR, 258, size, U32, 0, "L2 multicast groups that were allocated", "agent" ) \
+   ROW( SCALAR, 258, size, U32, 0, "number of L2 multicast groups that were allocated", "agent" ) \
    ROW( SCALAR, 259, cpuGroup, U32, 0, "the group whose packets go to the CPU only", "agent" ) \
    ROW( SCALAR, 260, cpuAndFloodGroup, U32, 0, "the group whose packets go to the CPU and are flooded", "agent" ) \
    ROW( SCALAR, 261, floodGroup, U32, 0, "the group whose packets are flooded only", "agent" )

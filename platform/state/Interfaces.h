@@ -1,4 +1,4 @@
-// What is known of interfaces: their forwarding model, internal VLANs, virtual ports.
+// The state of interfaces: forwarding model, internal VLANs, virtual ports.
 #pragma once
 
 #include "platform/runtime/Attributes.h"

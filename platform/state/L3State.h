@@ -1,4 +1,4 @@
-// What the layer-3 hardware does, and the next hops that other parts of the agent program.
+// The state of the layer-3 hardware, and the next hops that other parts of the agent program.
 #pragma once
 
 #include "platform/runtime/Attributes.h"
@@ -20,7 +20,7 @@ using Vormel::Ref;
 #define STRATA_NEXTHOP_STATUS_ATTRIBUTES( ROW ) \
    ROW( FIELD, name, std::string, "the entity's name in its directory", "agent" ) \
    ROW( SCALAR, 258, programmed, bool, false, "its next hops are in hardware", "agent" ) \
-   ROW( SCALAR, 259, usesL3Egress, bool, false, "it steers flows through L3 egress objects", "agent" )
+   ROW( SCALAR, 259, usesL3Egress, bool, false, "it directs flows through L3 egress objects", "agent" )
 
 #define STRATA_NEXTHOP_STATUS_DIR_ATTRIBUTES( ROW ) \
    ROW( MAP, 266, entity, std::string, Ref<NexthopStatus>, 0, "next-hop status entities by name", "agent" )

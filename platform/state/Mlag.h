@@ -15,7 +15,7 @@ using Vormel::IntfId;
 #define STRATA_MLAG_STATUS_ATTRIBUTES( ROW ) \
    ROW( SCALAR, 258, peerMacAddr, EthAddr, EthAddr(), "the peer's router MAC; zero when there is no peer", "agent" ) \
    ROW( SCALAR, 259, peerLinkIntf, IntfId, IntfId(), "the link to the peer, an interface or a LAG", "agent" ) \
-   ROW( SCALAR, 260, peerMacRoutingEnabled, bool, false, "packets to the peer's router MAC are routed here too", "agent" )
+   ROW( SCALAR, 260, peerMacRoutingEnabled, bool, false, "packets to the peer's router MAC are also routed by this switch", "agent" )
 
 #define STRATA_MLAG_HARDWARE_STATUS_ATTRIBUTES( ROW ) \
    ROW( SCALAR, 258, peerMacRoutingSupported, bool, false, "the chip can route for the peer's MAC", "agent" )

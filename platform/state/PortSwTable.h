@@ -7,20 +7,20 @@
 
 namespace Strata {
 
-/// What the agent keeps of a port's layer-3 settings.
+/// The agent's copy of a port's layer-3 settings.
 struct PortSwEntry
 {
    bool l3Enabled = false;      // IPv4 and IPv6 are enabled on the port
-   bool routingEnabled = false; // the routing controls that were last written for it
+   bool routingEnabled = false; // value of the routing controls that were last written for the port
 
    bool operator==( const PortSwEntry& ) const = default;
 };
 
-/// Called with the activity lock held.
+/// All functions are called with the activity lock held.
 class VORMEL_EXPORT PortSwTable : public Vormel::Entity
 {
  public:
-   /// The port's entry; an unknown port has the default one.
+   /// The port's entry; the default one for an unknown port.
    virtual PortSwEntry entry( const StrataPort& port ) const = 0;
    virtual void entryCommit( const StrataPort& port, const PortSwEntry& entry ) = 0;
 };

@@ -44,12 +44,12 @@ void StrataMiscConfig::checkSyslogTimeout( double seconds )
    if( std::isfinite( seconds ) && ( seconds == 0.0 || seconds >= shortestPollInterval ) )
       return;
    std::ostringstream text;
-   text << "syslogTimeout: " << seconds << " is not an interval: 0 for no polling, or "
-        << shortestPollInterval << " seconds or more, and finite";
+   text << "syslogTimeout must be 0 (no polling) or a finite number of at least "
+        << shortestPollInterval << " seconds, not " << seconds;
    throw Vormel::ValueError( text.str() );
 }
 
-/// Port bitmaps hold no others.
+/// ValueError unless a port bitmap can contain the port.
 static void checkLogicalPort( const std::string& what, S64 port )
 {
    if( port < 0 || port >= PortBitmap::size )

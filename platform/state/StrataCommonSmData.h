@@ -1,4 +1,4 @@
-// The agent's shared data: chip units, where interfaces sit, LAGs, and what forwarding looks like.
+// The agent's shared data: chip units, ports of interfaces, LAGs, and settings of forwarding.
 #pragma once
 
 #include "platform/runtime/Attributes.h"
@@ -17,14 +17,14 @@ namespace Strata {
 struct StrataUnit
 {
    ChipInfo chipInfo;
-   U32 modId = 0;                    // how other units address this one
+   U32 modId = 0;                    // by which other units address this one
    PortBitmap ports;                 // every port: front panel, CPU, loopback, recirculation
    std::optional<int> loopbackPort;  // the internal loopback port, 0 to 1023
-   bool hasIpOptionsProfile = false; // the unit keeps an IPv4 options profile of its own
+   bool hasIpOptionsProfile = false; // the unit has its own IPv4 options profile
 };
 
-/// The chip units in order of their numbers. A walk stays valid while the table changes: the activity lock
-/// is given away within its steps.
+/// The chip units in order of their numbers. A walk remains valid when the table changes, because the activity lock
+/// is released during its steps.
 class UnitTable
 {
  public:
@@ -58,15 +58,15 @@ class UnitTable
    bool empty() const { return units_.empty(); }
    std::size_t size() const { return units_.size(); }
 
-   /// Null when there is no such unit.
+   /// Null if there is no such unit.
    const StrataUnit* find( U32 number ) const
    {
       const auto at = number > 0xFFFF ? units_.end() : units_.find( static_cast<U16>( number ) );
       return at == units_.end() ? nullptr : &at->second;
    }
 
-   /// Adds a unit or replaces it; a loopback port that port bitmaps cannot hold is a ValueError. Publishes nothing: the
-   /// table is filled before the helper is brought up. The activity lock is held.
+   /// Adds or replaces a unit. ValueError if the loopback port is outside 0 to 1023. Publishes nothing, because the
+   /// table is filled before the helper is brought up. Requires: the activity lock is held.
    VORMEL_EXPORT void unitIs( U16 number, const StrataUnit& unit );
    void unitDel( U16 number ) { units_.erase( number ); }
 
@@ -97,7 +97,7 @@ class VORMEL_EXPORT StrataCommonSmData : public Vormel::Entity
    const UnitTable& units() const { return units_; }
    UnitTable& units() { return units_; }
 
-   /// The unit keeps an IPv4 options profile of its own.
+   /// Whether the unit has its own IPv4 options profile.
    bool hasIpOptionsProfile( U32 unit ) const
    {
       const StrataUnit* const found = units_.find( unit );
@@ -113,13 +113,13 @@ class VORMEL_EXPORT StrataCommonSmData : public Vormel::Entity
    UnitTable units_;
 };
 
-/// The link's own port, or, when it is a LAG, the ports of its members, in member order.
+/// The link's own port, or, if it is a LAG, the ports of its members, in member order.
 VORMEL_EXPORT std::vector<StrataPort> portsOfLink( const StrataCommonSmData& scsd, IntfId link );
 
-/// What the slice's chip can do: the first unit's; with no units, nothing.
+/// The attributes of the first unit's chip, which the slice uses for all units; no capability if there is no unit.
 VORMEL_EXPORT ChipAttributes chipAttributes( const StrataCommonSmData& scsd );
 
-/// Routed floods are marked by the flooding destination port.
+/// Whether routed floods are marked by the flooding destination port.
 VORMEL_EXPORT bool isFloodingPortSupported( const StrataCommonSmData& scsd );
 
 } // namespace Strata

@@ -1,4 +1,4 @@
-// Where an interface sits on the chips.
+// The place of an interface on the chips.
 #pragma once
 
 #include "platform/runtime/Export.h"
@@ -16,7 +16,7 @@ namespace Strata {
 using Vormel::IntfId;
 
 /// A front-panel port: its unit, the SDK's port number there, and the logical port number (0 to 1023) that port
-/// bitmaps use. A default-made port is not valid.
+/// bitmaps use. A default-constructed port is not valid.
 class VORMEL_EXPORT StrataPort
 {
  public:
@@ -35,7 +35,8 @@ class VORMEL_EXPORT StrataPort
 
    auto operator<=>( const StrataPort& ) const = default;
 
-   /// "unit/sdkPort/logicalPort"; the last may be left out when it equals the SDK's number.
+   /// Parses "unit/sdkPort/logicalPort"; the last part may be left out if it equals the SDK's number. Nothing for any
+   /// other text.
    static std::optional<StrataPort> parse( std::string_view text );
    static constexpr std::string_view valueSyntax = "a port written unit/sdkPort[/logicalPort]";
 
@@ -61,7 +62,7 @@ class VORMEL_EXPORT IntfIdList
 
    bool operator==( const IntfIdList& ) const = default;
 
-   /// "Ethernet1,Ethernet2".
+   /// Parses a list such as "Ethernet1,Ethernet2"; nothing for any other text.
    static std::optional<IntfIdList> parse( std::string_view text );
    static constexpr std::string_view valueSyntax = "interfaces separated by commas";
 

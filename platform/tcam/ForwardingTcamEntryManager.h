@@ -1,4 +1,4 @@
-// An entry manager that hands every call on to another one: the base for managers that observe or change some of the
+// An entry manager that passes every call to another one: the base for managers that observe or change some of the
 // calls.
 #pragma once
 
@@ -12,7 +12,7 @@ namespace Strata {
 class VORMEL_EXPORT ForwardingTcamEntryManager : public StrataBoundedTcamEntryManager
 {
  public:
-   /// `next` is not null.
+   /// Requires: `next` is not null.
    explicit ForwardingTcamEntryManager( Ref<StrataBoundedTcamEntryManager> next )
       : next_( std::move( next ) )
    {}

@@ -1,6 +1,6 @@
-// Reports the claims that an entry manager refuses. The slice does not check the answer to a claim, so a refused claim
-// shows later, as a call on an entry that does not exist. To see it at once, an agent hands the slice this manager in
-// front of its own.
+// Reports the claims that an entry manager refuses. The slice does not check the result of a claim, so a refused claim
+// is noticed only later, when a call does not find the entry. To report it at once, an agent gives the slice this
+// manager in front of its own.
 #pragma once
 
 #include "platform/tcam/ForwardingTcamEntryManager.h"
@@ -10,7 +10,7 @@
 
 namespace Strata {
 
-/// A claim that was answered with 0.
+/// A claim that returned 0.
 struct RefusedClaim
 {
    std::string name; // of the entry
@@ -29,7 +29,7 @@ class VORMEL_EXPORT ObservedTcamEntryManager final : public ForwardingTcamEntryM
 
    using Listener = std::function<void( const RefusedClaim& )>;
 
-   /// `next` is not null. Without a listener the text goes to standard error.
+   /// Without a listener the text goes to standard error. Requires: `next` is not null.
    explicit ObservedTcamEntryManager(
       Ref<StrataBoundedTcamEntryManager> next, Listener listener = {} );
 

@@ -1,5 +1,5 @@
-// The agent's FP entry managers. Their operations are those of TcamOperations.def, which says what each does. Every call
-// is made with the activity lock held.
+// The agent's FP entry managers. TcamOperations.def lists and describes their operations. Requires: the activity lock
+// is held during every call.
 #pragma once
 
 #include "platform/runtime/Attributes.h"
@@ -12,16 +12,16 @@ namespace Strata {
 
 using Vormel::Ref;
 
-/// What a claim asks for. The strings are labels, kept with the claim and shown, never interpreted.
+/// The options of a claim. The strings are labels, which are kept with the claim and shown, but not interpreted.
 struct RequestKey
 {
    std::string feature;
-   /// The entry asked for, or the next one where that is held under another name.
+   /// Claims the requested entry, or the next one if the requested one is claimed under another name.
    bool orNext = false;
    std::string detail;
 };
 
-/// Owns ids base to base + size - 1 of one FP group, with the room that the group has on each unit.
+/// Manages a range: the ids base to base + size - 1 of one FP group, with the room that the group has on each unit.
 class VORMEL_EXPORT StrataTcamEntryManager : public Vormel::Entity
 {
  public:
@@ -39,7 +39,7 @@ class VORMEL_EXPORT StrataBoundedTcamEntryManager : public StrataTcamEntryManage
    virtual U32 baseEntryId() const = 0;
 };
 
-/// Group assignments that serve the slice.
+/// The assignments of the group manager that the slice uses.
 enum class TcamGroup : U32
 {
    urpfSingleWide = 53,
@@ -52,7 +52,7 @@ enum class TcamGroup : U32
 class VORMEL_EXPORT StrataTcamGroupManager : public Vormel::Entity
 {
  public:
-   /// Null when the group is not assigned.
+   /// Null if the range is not assigned.
    virtual Ref<StrataBoundedTcamEntryManager> boundedTcamEntryManager( TcamGroup group ) const = 0;
 };
 

@@ -1,4 +1,4 @@
-// A MAC address: six bytes, a value. Thread-safe as any plain value is.
+// A MAC address: six bytes, a value. As thread-safe as any plain value.
 #pragma once
 
 #include "platform/runtime/Errors.h"
@@ -61,7 +61,7 @@ class VORMEL_EXPORT EthAddr
 
    /// "02:00:a1:00:00:01"
    std::string toString() const;
-   /// Takes "02:00:a1:00:00:01" and "0200.a100.0001", in either case.
+   /// Accepts "02:00:a1:00:00:01" and "0200.a100.0001", in upper and lower case; nothing for any other text.
    static std::optional<EthAddr> parse( std::string_view text );
    static constexpr std::string_view valueSyntax = "a MAC address such as 02:00:a1:00:00:01";
 
@@ -69,7 +69,7 @@ class VORMEL_EXPORT EthAddr
    {
       if( std::is_constant_evaluated() )
          return a.bytes_ == b.bytes_;
-      // In two words: GCC makes a call of a comparison of six bytes.
+      // In two words, because GCC compiles a comparison of six bytes to a call.
       return std::memcmp( &a.bytes_[ 0 ], &b.bytes_[ 0 ], 4 ) == 0 &&
              std::memcmp( &a.bytes_[ 4 ], &b.bytes_[ 4 ], 2 ) == 0;
    }

@@ -131,7 +131,7 @@ std::optional<IntfId> IntfId::parse( std::string_view text )
          ++c;
       }
       const auto intf = make( rule.kind, numbers[ 0 ], numbers[ 1 ], numbers[ 2 ] );
-      // Written back, so that texts with leading zeros or a remainder fall through.
+      // Compared with its own text form, so that texts with leading zeros or a remainder are refused.
       return intf && intf->toString() == text ? intf : std::nullopt;
    }
    return std::nullopt;

@@ -1,6 +1,6 @@
 // An interface's identifier: "Ethernet3/1", "Port-Channel5", "Vlan10", "Loopback0", "Management1".
-// One word, so that comparing, hashing and copying cost an instruction each. Thread-safe as any
-// plain value is.
+// One word, so that comparing, hashing and copying cost an instruction each. As thread-safe as any
+// plain value.
 #pragma once
 
 #include "platform/runtime/Export.h"
@@ -31,11 +31,11 @@ class VORMEL_EXPORT IntfId
 
    /// The empty identifier: no interface.
    constexpr IntfId() = default;
-   /// From the text form; ValueError when it is not one. The empty text is the empty identifier.
+   /// Parses the text form; ValueError for any other text. The empty text is the empty identifier.
    explicit IntfId( std::string_view text );
 
-   /// Numbers from 1; a further number of 0 is absent. ValueError when a number is out of its
-   /// range.
+   /// Numbers from 1; a further number of 0 means that it is absent. ValueError when a number is out
+   /// of its range.
    static IntfId ethernet( U32 number, U32 second = 0, U32 third = 0 );
    /// From 1.
    static IntfId portChannel( U32 number );
@@ -57,12 +57,12 @@ class VORMEL_EXPORT IntfId
    constexpr U32 second() const { return static_cast<U32>( bits_ >> secondShift_ ) & furtherMax_; }
    constexpr U32 third() const { return static_cast<U32>( bits_ ) & furtherMax_; }
 
-   /// The identifier as one word, of the same order.
+   /// The identifier as one word with the same order.
    constexpr U64 bits() const { return bits_; }
 
-   /// Empty for the empty identifier.
+   /// The text form; empty for the empty identifier.
    std::string toString() const;
-   /// The inverse of toString(), nothing for any other text: case and leading zeros count.
+   /// The inverse of toString(); nothing for any other text, also if only case or leading zeros differ.
    static std::optional<IntfId> parse( std::string_view text );
    static constexpr std::string_view valueSyntax =
       "an interface such as Ethernet1 or Port-Channel5";
@@ -78,7 +78,7 @@ class VORMEL_EXPORT IntfId
    VORMEL_HIDDEN static std::optional<IntfId> make( Kind kind, U64 first, U64 second, U64 third );
    VORMEL_HIDDEN static IntfId makeChecked( Kind kind, U32 first, U32 second, U32 third );
 
-   // Kind and numbers from the top down, so that the order of the word is that of the identifiers.
+   // Kind and numbers from the highest bits down, so that the word has the order of the identifiers.
    U64 bits_ = 0;
 };
 

@@ -30,7 +30,7 @@ std::string PortBitmap::toString() const
    return text.empty() ? "-" : text;
 }
 
-/// Reads one "7" or "1-4" into `ports`; the first character after it, or null when it is not one.
+/// Reads one "7" or "1-4" into `ports`. Returns the first character after it, or null for any other text.
 static const char* parseRange( const char* c, const char* end, PortBitmap& ports )
 {
    U32 first = 0;

@@ -1,5 +1,5 @@
-// A set of logical ports of one chip: 1,024 bits, a value that is copied plainly. Thread-safe as
-// any plain value is.
+// A set of logical port numbers, 0 to 1023: a value that can be copied bytewise. As thread-safe as any
+// plain value.
 #pragma once
 
 #include "platform/runtime/Errors.h"
@@ -29,7 +29,7 @@ class VORMEL_EXPORT PortBitmap
    /// Word w, bit b is port 32 * w + b; missing words are empty. RangeError for more than 32 words.
    static PortBitmap fromWords( std::span<const U32> words );
 
-   /// All three: RangeError from port 1024 on.
+   /// RangeError from port 1024 on, in all three functions.
    constexpr void add( U32 port ) { wordOf( port ) |= bitOf( port ); }
    constexpr void remove( U32 port ) { wordOf( port ) &= ~bitOf( port ); }
    constexpr bool contains( U32 port ) const
@@ -59,7 +59,7 @@ class VORMEL_EXPORT PortBitmap
          words_[ i ] &= other.words_[ i ];
       return *this;
    }
-   /// Takes the ports of `other` out.
+   /// Removes the ports of `other`.
    constexpr PortBitmap& operator-=( const PortBitmap& other )
    {
       for( U32 i = 0; i < wordCount_; ++i )
@@ -71,13 +71,13 @@ class VORMEL_EXPORT PortBitmap
    friend constexpr PortBitmap operator-( PortBitmap a, const PortBitmap& b ) { return a -= b; }
    friend constexpr bool operator==( const PortBitmap&, const PortBitmap& ) = default;
 
-   /// The ports in ascending order. The bitmap must not change meanwhile.
+   /// The ports in ascending order. Requires: the bitmap does not change during the iteration.
    constexpr Iterator begin() const;
    constexpr std::default_sentinel_t end() const { return {}; }
 
    /// "1-4,7,1023"; "-" when empty.
    std::string toString() const;
-   /// The inverse of toString(); takes ports in any order and more than once.
+   /// The inverse of toString(); also accepts ports in any order and repeated ports.
    static std::optional<PortBitmap> parse( std::string_view text );
    static constexpr std::string_view valueSyntax = "ports such as 1-4,7 (- for none)";
 
@@ -134,7 +134,7 @@ class PortBitmap::Iterator
    }
 
    const U64* words_ = nullptr;
-   U64 rest_ = 0; // the bits of the current word that are still to come
+   U64 rest_ = 0; // the bits of the current word that are not yet visited
    U32 word_ = 0;
 };
 

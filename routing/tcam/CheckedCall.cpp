@@ -17,7 +17,7 @@ namespace Strata {
    VORMEL_TRACE_AS( apiTrace, 4, site.function, line.str() );
    SdkShim->errorHook();
    VORMEL_ASSERT( 0 );
-   std::abort(); // an assertion hook that returns does not bring the agent back
+   std::abort(); // the agent also ends when an assertion hook returns
 }
 
 void callOutcome( int rc, const CallSite& site )

@@ -1,10 +1,10 @@
-// The checked SDK call: the convention by which every call that returns a code is made.
+// The checked SDK call, which is used for every SDK call that returns a code.
 //
 //    CHECKED( bcm_field_qualify_Ttl( unit, entryId, ttl, 0xFF ) );
 //
-// The call itself evaluates its arguments, runs the shim's pre-call hook and gives the activity lock away
-// while the SDK works. Afterwards a negative code, other than the one for a feature that the chip lacks,
-// is written to standard error with the call's own text and ends the agent.
+// The call itself evaluates its arguments, runs the shim's pre-call hook and releases the activity lock
+// while the SDK works (sdkCall in platform/sdk/SdkNames.h). Afterwards a negative code, other than the one for a feature
+// that the chip lacks, is written to standard error with the call's own text and ends the agent.
 #pragma once
 
 #include "messages/Traces.h"
@@ -34,7 +34,7 @@ inline bool isAvailable( int rc, const CallSite& site )
 
 } // namespace Strata
 
-// Each macro stringifies its own argument: handed to another macro it would be expanded first.
+// Each macro stringifies its own argument, because an argument that is passed to another macro is expanded first.
 #define STRATA_CHECKED( call, signature, text ) \
    do { \
       const int callCode = ( call ); \
@@ -42,8 +42,11 @@ inline bool isAvailable( int rc, const CallSite& site )
          ::Strata::callOutcome( callCode, { __FILE__, __LINE__, __func__, signature, text } ); \
    } while( false )
 
+// For entries, VLANs and the controls of single features: the text of the call identifies it.
 #define CHECKED( call ) STRATA_CHECKED( call, nullptr, #call )
+// Also writes the signature of the enclosing function. For chip-wide controls, registers and the my-station memory, where
+// several functions make the same call.
 #define CHECKED_WITH_SIGNATURE( call ) STRATA_CHECKED( call, __PRETTY_FUNCTION__, #call )
-// For a read whose result is to be changed and written: false when the chip lacks it, so that nothing was read.
+// For a read whose result is changed and written back: false if the chip lacks it, so that nothing was read.
 #define CHECKED_AVAILABLE( call ) \
    ::Strata::isAvailable( ( call ), { __FILE__, __LINE__, __func__, nullptr, #call } )

@@ -12,7 +12,7 @@ FieldUnlockGuard::~FieldUnlockGuard()
    try {
       drop();
    } catch( ... ) {
-      // The exception in flight is the one to report.
+      // Ignored: the exception that is already being handled is the one to report.
    }
 }
 

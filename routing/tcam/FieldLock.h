@@ -1,7 +1,7 @@
 // SDK operations that run under a unit's Field Processor lock.
 //
-// setPortsAddAction, setAddAction and setMplsAction return a call that is still to be made; it holds its
-// arguments by value, so that no slice state is read once the activity lock is given away:
+// setPortsAddAction, setAddAction, setOneAction and setMplsAction return a call that is made later. It keeps its
+// arguments by value, so that no state of the slice is read after the activity lock is released:
 //
 //    CHECKED( FP_LOCK_INTERNAL_CHK( unit, setAddAction( unit, entry ) ) );
 #pragma once
@@ -30,9 +30,9 @@ class FieldUnlockGuard
    U32 unit_;
 };
 
-/// Runs a deferred call with the activity lock given away and the unit's FP lock held. On a chip that has no FP
-/// lock it runs with the activity lock, which each of its calls gives away for itself. Returns the SDK's code for
-/// taking or dropping the FP lock; the call's own failures end the agent from within.
+/// Runs a deferred call with the activity lock released and the unit's FP lock held. On a chip without an FP lock it runs
+/// with the activity lock, which each of its calls releases for itself. Returns the SDK's code for taking or dropping the
+/// FP lock; a failure of the deferred call ends the agent.
 template<class Deferred>
 int FP_LOCK_INTERNAL_CHK( U32 unit, const Deferred& deferred )
 {
@@ -54,7 +54,7 @@ int FP_LOCK_INTERNAL_CHK( U32 unit, const Deferred& deferred )
    return rc;
 }
 
-/// A call with its arguments, by value.
+/// A call with copies of its arguments.
 template<class Function, class... Arguments>
 auto deferred( Function function, Arguments... arguments )
 {

@@ -20,7 +20,7 @@ U32 claimEntry( StrataTcamEntryManager& manager, U32 unit, U32 entryId, const ch
    return manager.getEntry( unit, entryId, name, {} );
 }
 
-/// The assertion that follows has no id, unit or code.
+/// Traces id, unit and code, because the assertion that follows does not contain them.
 static void traceFailure(
    const char* call, U32 unit, U32 entryId, int rc, const char* name = nullptr )
 {
@@ -93,7 +93,8 @@ U32 deleteEntry(
 
 U32 TcamEntry::claim( U32 unit )
 {
-   claimEntry( *manager_, unit, id_, name_ ); // a refusal is reported by the manager
+   claimEntry( *manager_, unit, id_,
+      name_ ); // result not checked: the next call on the entry fails if it was refused
    return id_;
 }
 

@@ -1,4 +1,4 @@
-// What all FP entries share: claim, install with its assertion, recording, removal.
+// The common steps of all FP entries: claim, install with its assertion, recording, removal.
 //
 // An operation that makes an entry reads like a table:
 //
@@ -21,35 +21,35 @@ namespace Strata {
 
 using Vormel::Ref;
 
-/// True when the slice has its entry manager; else a level-1 trace says that `operation` is skipped.
+/// Whether the slice has its entry manager. If not, a level-1 trace says that `operation` is skipped.
 bool hasManager( const Ref<StrataBoundedTcamEntryManager>& manager, const char* operation );
 
-/// Claims an entry with the default request. Names are pointers up to here, so that each stands whole in the binary:
-/// an optimising compiler takes the literal that a std::string is made from apart.
+/// Claims an entry with the default request. The name is a pointer, so that the binary contains it as one string: an
+/// optimising compiler splits the literal that a std::string is constructed from.
 U32 claimEntry( StrataTcamEntryManager& manager, U32 unit, U32 entryId, const char* name );
 
-/// Each fails its assertion, such as "rc == BCM_E_NONE && \"installEntry failed\"", on any other code, after a level-1
-/// trace that has id, unit and code, and the entry's name if it is given.
+/// Each fails an assertion, such as "rc == BCM_E_NONE && \"installEntry failed\"", on any other code, after a level-1
+/// trace with id, unit and code, and the entry's name if it is given.
 void installEntry(
    StrataTcamEntryManager& manager, U32 unit, U32 entryId, const char* name = nullptr );
 void reinstallEntry( StrataTcamEntryManager& manager, U32 unit, U32 entryId );
 void enableEntry( StrataTcamEntryManager& manager, U32 unit, U32 entryId, bool enable );
 
-/// Qualifies on arrival by one of `ports`, in the shape that the manager's group has.
+/// Qualifies on arrival by one of `ports`, by class or by port set, depending on the manager's group.
 void qualifyInPorts( StrataTcamEntryManager& manager, U32 unit, U32 entryId,
    const PortBitmap& ports, const PortBitmap& allPorts );
-/// Qualifies on not having been through the recirculation port yet.
+/// Qualifies on packets that have not passed through the recirculation port.
 void qualifyOutLoopback( StrataTcamEntryManager& manager, U32 unit, U32 entryId, int recircPort,
    const PortBitmap& allPorts );
 
-/// Releases a recorded entry on every unit; 0 is none. Returns what to record now: 0.
+/// Releases a recorded entry on every unit, if the id is not 0. Returns the id to record now, which is 0.
 U32 deleteEntry(
    const Ref<StrataBoundedTcamEntryManager>& manager, const UnitTable& units, U32 recordedId );
 
 class TcamEntry
 {
  public:
-   /// The manager is not null.
+   /// Requires: the manager is not null.
    TcamEntry( const Ref<StrataBoundedTcamEntryManager>& manager, U32 offset, const char* name )
       : manager_( manager ),
         id_( manager->baseEntryId() + offset ),
@@ -64,12 +64,12 @@ class TcamEntry
 
    U32 claim( U32 unit );
    void install( U32 unit );
-   /// For a unit that lacks what the entry needs: takes it out there if it was recorded.
+   /// For a unit that cannot have the entry: releases it there if it was recorded.
    void passOver( U32 unit, U32 recordedId );
 
    /// The id to record; 0 when no unit carries the entry.
    U32 recordable() const { return carried_ ? id_ : 0; }
-   /// Traces `text` and the id, where a unit carries the entry. Requires: the id has been recorded.
+   /// Traces `text` and the id, if a unit carries the entry. Requires: the id has been recorded.
    void traceAllocated( const char* operation, const char* text ) const;
 
  private:

@@ -2,7 +2,7 @@
 
 namespace Strata::Sim {
 
-// Without a default: a control that is not treated does not compile.
+// No default case, so that a new SwitchControl fails to compile until it is handled here.
 std::string_view controlEffect( SwitchControl control )
 {
    switch( control ) {
@@ -13,23 +13,23 @@ std::string_view controlEffect( SwitchControl control )
    case SwitchControl::HashL3Dual:
       return "the L3 host table has two hash functions";
    case SwitchControl::IPv4DoNotVerifyIncomingChecksum:
-      return "IPv4 packets are routed whatever their header's checksum";
+      return "IPv4 packets are routed without a check of their header's checksum";
    case SwitchControl::IcmpRedirectToCpu:
-      return "packets that leave by the VLAN they came in on go to the CPU, too";
+      return "packets that leave on the VLAN they arrived in also go to the CPU";
    case SwitchControl::IgmpReservedMcastEnable:
-      return "IGMP to a reserved group goes to the CPU, too";
+      return "IGMP to a reserved group also goes to the CPU";
    case SwitchControl::IpmcTtl1ToCpu:
       return "routed multicast whose TTL has expired goes to the CPU";
    case SwitchControl::L2TrafficSrcIpLookup:
-      return "bridged IP packets have their source looked up in the L3 tables";
+      return "the source of bridged IP packets is looked up in the L3 tables";
    case SwitchControl::L3EgressMode:
       return "routes are used";
    case SwitchControl::L3InterfaceUrpfEnable:
-      return "the reverse path is checked where an interface asks for it";
+      return "the reverse path is checked on interfaces with uRPF";
    case SwitchControl::L3MtuFailToCpu:
-      return "packets too long for where they go go to the CPU";
+      return "packets longer than the MTU go to the CPU";
    case SwitchControl::L3SlowpathToCpu:
-      return "packets that are not routed at speed go to the CPU";
+      return "packets that the chip does not route in hardware go to the CPU";
    case SwitchControl::L3UcTtlErrToCpu:
       return "routed packets with TTL 0 go to the CPU";
    case SwitchControl::L3UcastTtl1ToCpu:

@@ -1,4 +1,4 @@
-// What the controls of a chip decide about packets.
+// The effects of a chip's controls on packets.
 #pragma once
 
 #include "platform/sdk/SdkRoles.h"
@@ -7,11 +7,11 @@
 
 namespace Strata::Sim {
 
-/// What it does when it is on: "packets without an IPv4 route go to the CPU". Every control that can
-/// be written is here.
+/// The effect of the control when it is on: "packets without an IPv4 route go to the CPU". Covers every
+/// control that can be written.
 std::string_view controlEffect( SwitchControl control );
 
-/// A control that changes how tables are kept, and so nothing about a single packet.
+/// Whether the control affects only how tables are organised, and no single packet.
 bool concernsTablesOnly( SwitchControl control );
 
 } // namespace Strata::Sim

@@ -8,7 +8,7 @@ namespace Strata::Sim {
 
 using Vormel::format;
 
-// Without a default: a qualifier that is not treated does not compile.
+// No default case, so that a new Qualifier fails to compile until it is handled here.
 bool comparesValue( Qualifier role )
 {
    switch( role ) {

@@ -1,4 +1,4 @@
-// What one pass of a packet presents to the Field Processor's qualifiers.
+// The values of one pass of a packet that the Field Processor's qualifiers are compared with.
 #pragma once
 
 #include "sim/FieldRule.h"
@@ -12,15 +12,15 @@ namespace Strata::Sim {
 class FieldKey
 {
  public:
-   /// Where a packet from a stack link seems to arrive. A port set holds it that holds all of `panel`.
+   /// The arrival port of a packet from a stack link. A port set that contains all of `panel` contains it.
    static constexpr U32 stackPort = PortBitmap::size - 1;
 
-   /// A qualifier that has no value here matches nothing but a mask of 0.
+   /// A qualifier without a value here matches only with a mask of 0.
    void valueIs( Qualifier role, U64 value ) { values_[ index( role ) ] = value; }
    void valueDel( Qualifier role ) { values_[ index( role ) ].reset(); }
    std::optional<U64> value( Qualifier role ) const { return values_[ index( role ) ]; }
 
-   /// The packet goes to one port, or to a number that stands for something else.
+   /// The packet goes to one port, or to a reserved number such as that of a flood.
    void dstPortIs( U32 modId, U32 port ) { valueIs( Qualifier::DstPort, dstPort( modId, port ) ); }
    /// Both numbers of a DstPort qualifier as one.
    static U64 dstPort( U64 modId, U64 port ) { return modId << 32 | port; }
@@ -30,7 +30,7 @@ class FieldKey
    std::optional<U32> departurePort; // one port of this unit
 
    bool matches( const FieldQualifier& qualifier ) const;
-   /// What the packet has where the qualifier looks: "64", "port 3", "none".
+   /// The packet's value for the qualifier: "64", "port 3", "none".
    std::string valueText( Qualifier role ) const;
 
  private:
@@ -45,7 +45,7 @@ class FieldKey
    std::array<std::optional<U64>, roles_> values_;
 };
 
-/// Qualifiers that compare a value under a mask; the others look at a set of ports.
+/// Whether the qualifier compares a value under a mask; the others test a set of ports.
 bool comparesValue( Qualifier role );
 struct ValueMask
 {

@@ -39,7 +39,7 @@ void FieldLookup::add( U32 entry, const FieldQualifier& qualifier )
    const bool compares = comparesValue( qualifier.role );
    const ValueMask wanted = compares ? valueMask( qualifier ) : ValueMask();
    if( compares && wanted.mask == 0 )
-      return; // takes everything
+      return; // matches everything
    Role& index = role( qualifier.role );
    index.indifferent[ entry / 64 ] &= ~( U64{ 1 } << entry % 64 );
    if( !compares ) {

@@ -1,6 +1,6 @@
-// Finds the winner of a group: the lowest id among the entries that match. Entries that ask the same of
-// a packet stand in one set; a lookup intersects, for each qualifier in use, the set that fits the
-// packet. So it costs about the same for ten entries as for a thousand. One thread at a time.
+// Finds the winner of a range: the lowest id among the entries that match. For each qualifier, entries with
+// the same value and mask form one set; a lookup intersects, for each qualifier in use, the set that fits the
+// packet. So it costs about the same for ten entries as for a thousand. Not thread-safe.
 #pragma once
 
 #include "sim/FieldGroup.h"
@@ -14,12 +14,12 @@ namespace Strata::Sim {
 class FieldLookup
 {
  public:
-   /// Of the entries that packets can meet now. They must outlive the lookup unchanged; version()
-   /// tells whether they have.
+   /// For the entries that are in hardware and enabled. Requires: they outlive the lookup unchanged; version()
+   /// shows whether they changed.
    explicit FieldLookup( const FieldGroup& group );
 
    U64 version() const { return version_; }
-   /// The id, or 0.
+   /// The winner's id, or 0.
    U32 winner( const FieldKey& key ) const;
 
  private:
@@ -35,7 +35,7 @@ class FieldLookup
       Bits indifferent; // entries without this qualifier
       std::vector<SameMask> masks;
       std::vector<std::pair<U32, const FieldQualifier*>> portSets; // by entry
-      mutable std::unordered_map<U32, Bits> byPort;                // as packets ask
+      mutable std::unordered_map<U32, Bits> byPort;                // filled by lookups
    };
 
    Role& role( Qualifier which );

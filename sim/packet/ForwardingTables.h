@@ -1,6 +1,6 @@
-// What the other parts of an agent put into the chips: MAC addresses, spanning tree, multicast groups,
-// properties of VLANs, routes, tunnels, steering rules, labels. One set for all units of a switch: an
-// agent keeps them alike. Plain data, set before packets meet it; only MAC addresses are learned.
+// The tables that other parts of an agent write into the chips: MAC addresses, spanning tree, multicast groups,
+// properties of VLANs, routes, tunnels, policy-routing rules, labels. One set for all units of a switch, because
+// an agent keeps them the same. Plain data, set before packets are sent; only MAC addresses are learned.
 #pragma once
 
 #include "platform/runtime/Enum.h"
@@ -72,20 +72,21 @@ struct McastGroup
 
 VORMEL_ENUM( UrpfMode, U8, off,
    loose, // the source has a route
-   strict // and it leads to where the packet came from
+   strict // and the route leads to the interface where the packet arrived
 )
 
-/// Beside members and routing flags, which the chip has.
+/// Properties of a VLAN, except members and routing flags, which the chip stores.
 struct VlanProperties
 {
    bool svi = false;        // it has a routed interface
-   bool dropRouted = false; // what arrives in it and would be routed is dropped
+   bool dropRouted = false; // packets that arrive in it and would be routed are dropped
    std::optional<U32> vni;  // VXLAN extends it under this number
    std::set<std::string> tunnels;
    U32 l3Class = 0; // class of its L3 interface
    UrpfMode urpf = UrpfMode::off;
-   U32 mtu = 0;       // bytes of an IP packet that leaves by it; 0: any
-   EthAddr routerMac; // source of what is routed into it; zero: the address that was routed for
+   U32 mtu = 0; // longest IP packet that is routed into it, in bytes; 0: any
+   EthAddr
+      routerMac; // source of packets routed into it; zero: the MAC that the packet was addressed to
 };
 
 struct NextHop
@@ -123,7 +124,7 @@ class RouteTable
    };
 
    void routeIs( const IpPrefix& prefix, const Route& route );
-   /// Whether there was one.
+   /// Returns whether there was one.
    bool routeDel( const IpPrefix& prefix );
    std::optional<Found> lookup( const IpAddress& address ) const;
    /// Longest prefixes first.
@@ -151,13 +152,13 @@ struct Tunnel
 struct LabelRule
 {
    std::optional<U32> swap;        // else the label is popped
-   std::optional<NextHop> nextHop; // none, of a popped one: what is behind it is looked up
+   std::optional<NextHop> nextHop; // none: the packet behind the popped label is looked up
 };
 
 struct ForwardingTables
 {
    std::map<StationKey, Station> stations;
-   std::map<std::pair<PortRef, U16>, StpState> stp; // VLAN 0: all that have none of their own
+   std::map<std::pair<PortRef, U16>, StpState> stp; // VLAN 0: all VLANs without their own state
    std::map<PortRef, U16> nativeVlan;               // of untagged packets; 1 where there is none
    std::set<PortRef> openFlowPorts;
    std::map<U32, McastGroup> l2Groups;
@@ -168,7 +169,7 @@ struct ForwardingTables
    std::map<std::string, SteeringRule> steering;
    std::map<U32, LabelRule> labels;
 
-   /// Defaults for a VLAN of which nothing was said; likewise below.
+   /// Returns the defaults for a VLAN without properties; likewise below.
    const VlanProperties& vlan( U16 vlanId ) const;
    StpState stpState( PortRef port, U16 vlanId ) const;
    U16 untaggedVlan( PortRef port ) const;

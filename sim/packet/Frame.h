@@ -1,4 +1,4 @@
-// A frame as bytes, with what a chip's parser sees in it. A value; its headers are found once, when
+// A frame as bytes, with the headers that a chip's parser finds. A value; its headers are parsed once, when
 // it is made.
 #pragma once
 
@@ -25,13 +25,13 @@ constexpr U8 ipProtocolIgmp = 2;
 constexpr U8 ipProtocolUdp = 17;
 constexpr U16 udpPortVxlan = 4789;
 
-// Bytes of a frame without its checksum; the longest one is without the VLAN tags that are parsed.
+// Bytes of a frame without its checksum; the longest length excludes the VLAN tags that are parsed.
 constexpr std::size_t shortestFrame = 60;
 constexpr std::size_t longestFrame = 9216;
 
 struct VlanTag
 {
-   U16 vlanId = 0; // 0: a priority alone
+   U16 vlanId = 0; // 0: only a priority
    U8 priority = 0;
    bool dropEligible = false;
 };
@@ -51,7 +51,7 @@ struct IpHeader
    U8 ttl;             // or hop limit
    U8 protocol;        // the last next header
    bool options;       // IPv4 options, or IPv6 hop-by-hop options
-   bool checksumRight; // always, for IPv6, and where the capture does not hold the whole header
+   bool checksumRight; // always true for IPv6, and if the capture lacks a part of the header
    U32 length;         // bytes, header included
 };
 
@@ -89,7 +89,7 @@ struct Headers
    std::optional<IpHeader> ip; // not behind labels
    std::optional<L4Ports> l4;
    std::optional<VxlanHeader> vxlan;
-   /// Why the parser did not look further, or not at all bytes; empty when it saw all that it knows.
+   /// Why the parser stopped early; empty if it parsed every header that it knows.
    std::string problem;
 
    bool isArp( U16 operation ) const { return arp && arp->operation == operation; }
@@ -98,17 +98,17 @@ struct Headers
 class Frame
 {
  public:
-   /// All of a frame. ValueError when there is no whole Ethernet header.
+   /// A complete frame. ValueError if it is shorter than an Ethernet header.
    explicit Frame( Bytes bytes );
-   /// What a capture holds of a frame: its first bytes. `length` is that on the wire.
+   /// The captured first bytes of a frame. `length` is its length on the wire.
    Frame( Bytes bytes, std::size_t length );
 
    const Bytes& bytes() const { return bytes_; }
-   /// Bytes on the wire.
+   /// Length on the wire, in bytes.
    std::size_t length() const { return bytes_.size() + missing_; }
-   /// Without the VLAN tags that are parsed.
+   /// The same without the VLAN tags that are parsed.
    std::size_t untaggedLength() const;
-   /// Bytes at the end that the capture does not hold.
+   /// Number of bytes at the end that are missing from the capture.
    std::size_t missing() const { return missing_; }
    const Headers& headers() const { return headers_; }
 
@@ -128,24 +128,24 @@ class Frame
    Headers headers_;
 };
 
-// What chips do to frames. All return a new one, of which as many bytes are missing as before.
+// Edits that chips make. All return a new frame; the number of missing bytes stays the same.
 
-/// With this tag in the place of the outermost, or without that one; an inner tag stays.
+/// Replaces the outermost tag by this one, or removes it; an inner tag stays.
 Frame retagged( const Frame& frame, const std::optional<VlanTag>& tag );
-/// With one tag more, around those that are there.
+/// Adds a tag outside the present ones.
 Frame tagged( const Frame& frame, const VlanTag& tag );
-/// Without any of the tags that are parsed.
+/// Removes all parsed tags.
 Frame untagged( const Frame& frame );
-/// With zeros at its end where it is shorter than the shortest frame.
+/// Pads a frame that is too short with zeros.
 Frame padded( const Frame& frame );
 Frame withMacs( const Frame& frame, const EthAddr& dstMac, const EthAddr& srcMac );
-/// One hop less in the IP header, or in the outermost label; the IPv4 checksum follows.
+/// Decrements the TTL in the IP header, or in the outermost label, and updates the IPv4 checksum.
 Frame oneHopLess( const Frame& frame );
-/// The outermost label replaced by `label`, or taken off. Requires: a label to take off is not the last,
+/// Replaces the outermost label by `label`, or removes it. Requires: a label to remove is not the last one,
 /// or IP is behind it.
 Frame relabelled( const Frame& frame, std::optional<U32> label );
 
-/// The Ethernet frame inside a VXLAN packet. ValueError when it is no whole one.
+/// The Ethernet frame inside a VXLAN packet. ValueError if there is no complete one.
 Frame decapsulated( const Frame& frame );
 
 struct VxlanOuter
@@ -156,8 +156,7 @@ struct VxlanOuter
    IpAddress destination;
    U32 vni;
 };
-/// DSCP and ECN of an IP packet inside stand outside, too; it must not be fragmented, and UDP has no
-/// checksum.
+/// The outer header has DSCP and ECN of an inner IP packet and "don't fragment"; UDP has no checksum.
 Frame encapsulated( const Frame& inner, const VxlanOuter& outer );
 
 U16 internetChecksum( std::span<const U8> bytes );

@@ -1,5 +1,5 @@
-// What chips do to frames. They change bytes in place and leave the rest as it came, broken or not; so
-// does this.
+// The edits that chips make to frames. Like a chip, they change bytes in place and leave all other bytes as they
+// were, even if these are malformed.
 #include "platform/runtime/Errors.h"
 #include "sim/packet/Frame.h"
 
@@ -41,14 +41,14 @@ void appendU16( Bytes& bytes, std::size_t value )
    append( bytes, std::array{ static_cast<U8>( value >> 8 ), static_cast<U8>( value ) } );
 }
 
-/// The frame with other bytes in front of what the capture does not hold.
+/// A copy of the frame with other bytes; the bytes that are missing from the capture stay missing.
 Frame changed( const Frame& frame, Bytes bytes )
 {
    const std::size_t length = bytes.size() + frame.missing();
    return Frame( std::move( bytes ), length );
 }
 
-/// The checksum follows a change of one 16-bit word without a look at the others, so that a wrong one
+/// Updates the checksum for a change of one 16-bit word without reading the others, so that a wrong checksum
 /// stays wrong.
 U16 updatedChecksum( U16 checksum, U16 before, U16 after )
 {
@@ -197,7 +197,7 @@ Frame encapsulated( const Frame& inner, const VxlanOuter& outer )
    constexpr std::size_t udpAndVxlan = 16;
    const std::size_t length = udpAndVxlan + inner.length();
    const auto& ip = inner.headers().ip;
-   // The source port tells flows apart; here by the stations alone.
+   // The source port distinguishes flows; here it depends only on the MAC addresses.
    const U64 flow = inner.headers().dstMac.toNumber() ^ inner.headers().srcMac.toNumber();
    Bytes bytes;
    append( bytes, outer.dstMac.bytes() );

@@ -1,6 +1,6 @@
-// What a chip's parser sees, byte by byte: it looks as far as a frame makes sense, keeps what it saw, and
-// does not trust lengths. A library's parser takes a packet as a whole or not at all. Lengths are
-// judged by the frame's length on the wire; a capture may hold fewer bytes, and then it looks as far as these.
+// A chip's parser, byte by byte. It reads as far as the frame is well formed, keeps the headers up to there, and
+// does not trust lengths. libtins cannot be used for this, because it accepts a packet only as a whole. Lengths are
+// checked against the frame's length on the wire; a capture may have fewer bytes, which ends the parsing early.
 #include "platform/runtime/Errors.h"
 #include "platform/runtime/Format.h"
 #include "sim/packet/Frame.h"
@@ -47,7 +47,7 @@ VlanTag tagAt( const Bytes& bytes, std::size_t offset )
       ( control & 0x1000 ) != 0 };
 }
 
-/// The layers, one function each. What is wrong ends in `headers.problem`.
+/// The layers, one function each. An error is described in `headers.problem`.
 class Parser
 {
  public:
@@ -117,14 +117,14 @@ class Parser
       }
    }
 
-   /// Bytes from `offset` up to the end of what is around.
+   /// Bytes from `offset` up to the end of the enclosing layer.
    std::size_t behind( std::size_t offset ) const { return end_ > offset ? end_ - offset : 0; }
 
    bool holds( std::size_t offset, std::size_t size ) const
    {
       return offset + size <= bytes_.size();
    }
-   /// Checked before bytes are read: the frame may have bytes that the capture lacks.
+   /// Checked before bytes are read, because the capture may lack bytes of the frame.
    void hold( std::size_t offset, std::size_t size ) const
    {
       if( !holds( offset, size ) )
@@ -136,14 +136,14 @@ class Parser
       if( !right )
          throw Broken{ std::string( "the " ) + layer + " header is cut short or malformed" };
    }
-   /// The frame has these bytes of a layer's header, and so has the capture.
+   /// Ends the parsing unless both the frame and the capture have these bytes of a layer's header.
    void require( std::size_t offset, std::size_t size, const char* layer ) const
    {
       require( behind( offset ) >= size, layer );
       hold( offset, size );
    }
 
-   /// What is looked at ends where the header of a layer says so; false when the frame ends before.
+   /// Ends the layer where its header says so; false if the frame ends before.
    bool endIs( std::size_t start, std::size_t length, const char* layer )
    {
       if( length > behind( start ) ) {
@@ -161,7 +161,7 @@ class Parser
       // Ethernet, IPv4, and addresses of their lengths.
       if( u16At( bytes_, start ) != 1 || u16At( bytes_, start + 2 ) != etherTypeIpv4 ||
           u16At( bytes_, start + 4 ) != 0x0604 )
-         throw Broken{ "the ARP message is not about Ethernet and IPv4" };
+         throw Broken{ "the ARP message is not for Ethernet and IPv4" };
       require( start, arpMessage, "ARP" );
       headers_.arp =
          ArpHeader{ u16At( bytes_, start + 6 ), ipv4At( start + 14 ), ipv4At( start + 24 ) };
@@ -270,7 +270,7 @@ class Parser
          offset + vxlanHeader, end_ };
    }
 
-   /// The payload behind the last label has no type; its first four bits tell whether it may be IP.
+   /// The payload behind the last label has no type field; its first four bits show whether it may be IP.
    void mpls()
    {
       std::size_t offset = headers_.l3Offset;
@@ -288,7 +288,7 @@ class Parser
 
    const Bytes& bytes_;
    Headers& headers_;
-   std::size_t end_;                 // of what is looked at, on the wire
+   std::size_t end_;                 // of the present layer, on the wire
    const std::size_t length_ = end_; // of the frame
 };
 
@@ -380,7 +380,7 @@ std::string Frame::payloadText() const
    return text;
 }
 
-/// Of all tags, also of those behind the ones that are parsed.
+/// The text of all tags, including those behind the parsed ones.
 static std::string tagsText( const Bytes& bytes )
 {
    std::string text;

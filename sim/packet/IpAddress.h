@@ -29,14 +29,14 @@ class IpAddress
    U32 v4Number() const;
 
    bool isMulticast() const;
-   /// No router forwards it: loopback, 0.0.0.0/8, 240.0.0.0/4; ::, ::1; as a source, multicast too.
+   /// Routers do not forward it: loopback, 0.0.0.0/8, 240.0.0.0/4; ::, ::1; as a source, multicast too.
    bool isMartian( bool asSource ) const;
 
-   /// Of one link alone: 169.254.0.0/16, fe80::/10, and the groups 224.0.0.0/24 and those of IPv6 whose
+   /// Link-local: 169.254.0.0/16, fe80::/10, and the groups 224.0.0.0/24 and those of IPv6 whose
    /// scope is no wider than a link.
    bool isLinkLocal() const;
 
-   /// Only the first bits stay.
+   /// Clears all but the first bits.
    IpAddress masked( U32 length ) const;
 
    std::string toString() const;

@@ -92,7 +92,7 @@ Verdict PacketEngine::send( const Arrival& arrival )
 
 std::string PacketEngine::loopText()
 {
-   return format( "a packet goes through the chips %d times at most", maxPasses );
+   return format( "a packet makes at most %d passes", maxPasses );
 }
 
 void PacketEngine::apply( const Arrival& arrival, const Verdict& verdict )
@@ -147,7 +147,7 @@ std::string PacketEngine::summary( const Verdict& verdict ) const
    return text;
 }
 
-/// What a record of a packet tells programs beside where it came in.
+/// The fields of a packet's record, except where it came in.
 static nlohmann::ordered_json cpuJson( const Verdict& verdict )
 {
    auto copies = nlohmann::ordered_json::array();
@@ -162,7 +162,7 @@ void PacketEngine::record( const Arrival& arrival, const Verdict& verdict )
    auto ports = nlohmann::ordered_json::array();
    for( const Departure* const departure : verdict.departures() )
       ports.push_back( portName( departure->port ) );
-   // Names that people give may hold any bytes.
+   // Names from users may contain any bytes.
    const auto text = []( const nlohmann::ordered_json& json ) {
       return JsonText{
          json.dump( -1, ' ', false, nlohmann::ordered_json::error_handler_t::replace ) };

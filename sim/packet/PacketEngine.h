@@ -1,7 +1,7 @@
-// Packets on a simulated switch: what becomes of one, and why. One evaluator forwards and explains, so
-// what is explained is what happens; a checking build holds the two against each other at each packet.
+// Packets on a simulated switch: their outcome, and the reasons. One evaluator forwards and explains, so that
+// explanations are true; a checking build compares the two for each packet.
 //
-// The activity lock is held.
+// Requires: the activity lock is held.
 #pragma once
 
 #include "sim/SimSwitch.h"
@@ -31,13 +31,13 @@ struct PacketCounters
 {
    std::map<PortRef, PortCounters> ports;
    std::map<std::pair<U32, U32>, U64> cpuQueues; // by unit and queue
-   std::map<std::string, DropCounter> drops;     // by reason; the CPU got none of them
+   std::map<std::string, DropCounter> drops; // by reason; packets that the CPU got are not counted
 };
 
 class PacketEngine
 {
  public:
-   /// The switch must outlive the engine. The multicast groups that an agent reserves exist already.
+   /// The multicast groups that an agent reserves exist from the start. Requires: the switch outlives the engine.
    explicit PacketEngine( SimSwitch& hardware );
    PacketEngine( const PacketEngine& ) = delete;
    PacketEngine& operator=( const PacketEngine& ) = delete;
@@ -47,17 +47,17 @@ class PacketEngine
    const Transcript& transcript() const { return hardware_.transcript(); }
    const PacketCounters& counters() const { return counters_; }
 
-   /// The packet comes in: entries count hits, stations are learned, counters move, and the transcript
-   /// has a record of it, and a breach when it loops. ValueError when there is no such port.
+   /// Sends a packet in: entries count hits, stations are learned, counters rise, and the transcript gets a
+   /// record of it, and a breach if it loops. ValueError if there is no such port.
    Verdict send( const Arrival& arrival );
-   /// The same without any of that.
+   /// The same verdict, without any of these effects.
    Verdict explain( const Arrival& arrival, Explanation* explanation = nullptr ) const;
 
-   /// Sees what each packet that is sent leaves behind. Empty for none.
+   /// Sets the listener for the verdict of each packet that is sent. Empty for none.
    using Listener = std::function<void( const Arrival&, const Verdict& )>;
    void listenerIs( Listener listener ) { listener_ = std::move( listener ); }
 
-   /// What a packet broke whose verdict loops.
+   /// The text of the breach of a packet that loops.
    static std::string loopText();
 
    std::string portName( PortRef port ) const;

@@ -1,4 +1,4 @@
-// All that a pass of a packet may look at; none of it changes meanwhile.
+// The state that a pass of a packet may read; it does not change during the pass.
 #pragma once
 
 #include "platform/state/StrataCommonSmData.h"
@@ -16,7 +16,7 @@
 
 namespace Strata::Sim {
 
-/// The lookups of all groups, made when they are needed and made anew when a group has changed.
+/// The lookups of all ranges, made when they are needed and made again when a range has changed.
 class FieldLookups
 {
  public:
@@ -28,7 +28,7 @@ class FieldLookups
 
 /// The port by the chips' own numbers, regardless of the logical number that the agent gave it.
 PortRef portRef( const Chips& chips, const StrataPort& port );
-/// The ports of those that have one, in their order.
+/// The ports of the interfaces that have one, in their order.
 std::vector<PortRef> portsOf(
    const Chips& chips, const StrataCommonSmData& scsd, const IntfIdList& members );
 
@@ -58,7 +58,7 @@ class PacketView
    const StrataCommonSmData& scsd() const { return scsd_; }
    const FieldLookup& lookup( const FieldGroup& group ) const { return lookups_.of( group ); }
 
-   /// Those with a member that has a port.
+   /// The LAGs with a member that has a port.
    const std::vector<Lag>& lags() const;
 
    U32 modId( U32 unit ) const;
@@ -66,9 +66,9 @@ class PacketView
 
    bool isCpuPort( PortRef port ) const;
    bool isLoopback( PortRef port ) const;
-   /// What leaves by the port comes in on it again: the loopback and recirculation ports.
+   /// Whether a packet that leaves by the port comes in on it again: loopback and recirculation ports.
    bool isInternal( PortRef port ) const;
-   /// Internal ports are not, also one that the agent has taken for recirculation.
+   /// False for internal ports, including a port that the agent uses for recirculation.
    bool isFrontPanel( PortRef port ) const;
    const ChipVlan* vlan( U32 unit, U16 vlanId ) const;
 
@@ -81,7 +81,7 @@ class PacketView
    const ForwardingTables& tables_;
    const std::map<U32, U32>& recircPorts_; // by unit, where the agent names one
    FieldLookups& lookups_;
-   mutable std::optional<std::vector<Lag>> lags_; // once somebody asks
+   mutable std::optional<std::vector<Lag>> lags_; // computed at the first use
 };
 
 /// "Ethernet3 in VLAN 20, 00:..:09"

@@ -19,8 +19,8 @@ Pass::Pass( const PacketView& view, const Arrival& arrival, PassExplanation* exp
    result_.verdict.arrival = arrival.port;
 }
 
-// Each stage rests on those before it: ranges see all that the lookups found, and what they decide
-// holds for the way out.
+// Each stage uses the results of the earlier ones: ranges see all results of the lookups, and egress follows the
+// decisions of the ranges.
 Pass::Result Pass::run()
 {
    if( link() ) {

@@ -1,6 +1,6 @@
 // One pass of a packet through one chip: from the port it comes in on, through the lookups and the
-// Field Processor, to the ports it leaves on. Looks at state and changes none; what must change
-// afterwards is in the verdict.
+// Field Processor, to the ports it leaves on. It reads state and changes none; the verdict contains
+// the changes to make afterwards.
 #pragma once
 
 #include "sim/packet/FieldKey.h"
@@ -18,7 +18,7 @@ namespace Strata::Sim {
 class Pass
 {
  public:
-   /// `explanation` may be null: nobody wants to know.
+   /// `explanation` may be null if none is wanted.
    Pass( const PacketView& view, const Arrival& arrival, PassExplanation* explanation );
    Pass( const Pass& ) = delete;
    Pass& operator=( const Pass& ) = delete;
@@ -28,17 +28,17 @@ class Pass
       PassVerdict verdict;
       std::vector<Arrival> again; // through internal ports
    };
-   /// Once.
+   /// Requires: it is called only once.
    Result run();
 
  private:
-   /// Where lookups and entries send the packet, before the filters at the way out.
+   /// The destination that lookups and entries have chosen, before the egress filters.
    struct Destination
    {
       std::vector<PortRef> ports;
       std::vector<std::string> tunnels;
       bool cpu = false;           // as a member of the VLAN or group
-      std::optional<U64> dstPort; // as the qualifier has it
+      std::optional<U64> dstPort; // value for the DstPort qualifier
       bool isGroup = false;       // a multicast group's members
       std::optional<U32> group;   // a known L2 multicast group
       std::set<U16> routedInto;   // IP multicast
@@ -122,7 +122,7 @@ class Pass
    bool isForCpu() const;
    void noteUnreached();
 
-   /// None for the stack link, which is no port.
+   /// None for the stack link, which is not a port.
    std::optional<PortRef> arrivedOn() const
    {
       return arrival_.higig ? std::nullopt : std::optional<PortRef>( arrival_.port );
@@ -133,7 +133,7 @@ class Pass
       return port && tables().openFlowPorts.contains( *port );
    }
    int sdkArrivalPort() const { return static_cast<int>( chip_.sdkPort( arrival_.port.port ) ); }
-   // Reading the chip's state. An explanation tells what was read, and which command wrote it.
+   // Reading the chip's state. An explanation notes each value that was read, and the command that wrote it.
    int control( SwitchControl which ) const;
    int portControl( PortControl which ) const;
    U64 registerValue( Register which ) const;
@@ -152,7 +152,7 @@ class Pass
    {
       cpuAsks_.push_back( { reason, byLookup } );
    }
-   /// `text` is a callable, so that nothing is put together for nobody.
+   /// `text` is a callable, so that no text is made without an explanation.
    template<class Text>
    void note( const char* stage, Text text )
    {
@@ -173,7 +173,7 @@ class Pass
    bool dropEligible_ = false;
    StpState stp_ = StpState::forwarding;
 
-   Frame frame_;                // what is forwarded: the inner one after a tunnel's end
+   Frame frame_;                // the frame that is forwarded: after a tunnel's end the inner one
    U16 domain_ = 0;             // the VLAN that it is forwarded in
    std::string terminated_;     // the tunnel that ended here
    std::optional<U32> station_; // index in the my-station memory
@@ -185,7 +185,7 @@ class Pass
    std::optional<NextHop> nextHop_; // it is routed, or switched by its label
    std::optional<LabelRule> labelRule_;
    bool steered_ = false; // by policy routing
-   bool expires_ = false; // at the way out
+   bool expires_ = false; // at egress
    bool urpfExempt_ = false;
    U32 sourceClass_ = 0;
    std::optional<PacketResult> packetResult_;

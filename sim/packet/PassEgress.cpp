@@ -1,4 +1,4 @@
-// The way out: filters, rewriting, tunnels, and the copy for the CPU.
+// Egress: filters, rewriting, tunnels, and the copy for the CPU.
 #include "platform/runtime/Format.h"
 #include "sim/MyStationTable.h"
 #include "sim/RegisterLayout.h"
@@ -18,7 +18,7 @@ static void add( std::string& names, const std::string& name )
 void Pass::egress()
 {
    if( expires_ && drop_.empty() )
-      drop( format( "TTL %d at the way out", U32{ headers().ip->ttl } ) );
+      drop( format( "TTL %d at egress", U32{ headers().ip->ttl } ) );
    Refusals refusals;
    if( drop_.empty() ) {
       std::ranges::sort( destination_.ports );
@@ -54,7 +54,7 @@ void Pass::egress()
          "no port is left" );
 }
 
-/// Its way ends there: as a member, by an entry, or because its next hop is the CPU.
+/// Whether the CPU is a destination of the packet: as a member, by an entry, or because its next hop is the CPU.
 bool Pass::isForCpu() const
 {
    if( !result_.verdict.cpu )
@@ -63,7 +63,7 @@ bool Pass::isForCpu() const
           std::ranges::any_of( cpuAsks_, []( const CpuAsk& ask ) { return !ask.byLookup; } );
 }
 
-/// Of the VLAN of a routed flood, those that would have taken a copy, and no entry led there.
+/// Notes the members of a routed flood's VLAN that could send it, but to which no entry redirects it.
 void Pass::noteUnreached()
 {
    if( !explanation_ || !nextHop_ || nextHop_->kind != NextHop::Kind::flood ||
@@ -81,7 +81,7 @@ void Pass::noteUnreached()
       } );
 }
 
-/// Why the packet must not leave there; empty when it may. Internal ports are outside all of this.
+/// Why the packet must not leave there; empty if it may. These filters do not apply to internal ports.
 std::string Pass::refusal( PortRef port, U16 vlanId ) const
 {
    if( !view_.chips().contains( port.unit ) || !view_.isFrontPanel( port ) )
@@ -122,7 +122,7 @@ void Pass::leave( PortRef port, Refusals& refusals )
       add( refusals[ reason ], view_.portName( port ) );
 }
 
-/// A frame of the VLAN, that has been routed into it or is bridged in it. `what` is refused, if it is.
+/// Sends a frame of the VLAN, routed into it or bridged in it, into a tunnel. A refusal is noted under the name `what`.
 void Pass::enterTunnel( const std::string& name, U16 vlanId, const Frame& frame, bool routed,
    const std::string& what, Refusals& refusals )
 {
@@ -155,7 +155,7 @@ void Pass::enterTunnel( const std::string& name, U16 vlanId, const Frame& frame,
    depart( underlay.port, underlay.vlanId, outer, name );
 }
 
-/// IP multicast into its other VLANs.
+/// Sends IP multicast into the other VLANs of its route.
 void Pass::replicate( Refusals& refusals )
 {
    for( const U16 vlanId : destination_.routedInto ) {
@@ -178,7 +178,7 @@ void Pass::replicate( Refusals& refusals )
    }
 }
 
-/// As it leaves: with the next hop's addresses, one hop less and no tag when it was routed.
+/// The frame as it leaves: if it was routed, with the next hop's addresses, a lower TTL and no tag.
 Frame Pass::rewritten() const
 {
    if( !nextHop_ )
@@ -203,7 +203,7 @@ void Pass::copyToCpu()
 {
    const U32 cpuPort = static_cast<U32>( chip_.profile().specialPorts.cpu );
    const ChipVlan* const vlan = view_.vlan( arrival_.port.unit, egressVlan() );
-   // A flood goes to everyone but who sent it; a group's copy for the CPU is the group's affair.
+   // A flood does not return to its sender, but a group that contains the CPU does send it a copy.
    const bool sender = fromCpu() && !destination_.isGroup;
    destination_.cpu =
       destination_.cpu && drop_.empty() && !sender && vlan && vlan->members.contains( cpuPort );

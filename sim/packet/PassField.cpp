@@ -1,4 +1,4 @@
-// The Field Processor: what the packet presents, who wins each range, and what winners do.
+// The Field Processor: the packet's values for qualifiers, the winner of each range, and the winners' actions.
 #include "platform/runtime/Format.h"
 #include "platform/state/StrataCommon.h"
 #include "sim/packet/Pass.h"
@@ -23,8 +23,8 @@ std::optional<U64> Pass::ipType() const
    return std::nullopt;
 }
 
-// Without a default: a qualifier that a packet presents nothing to does not compile. Addresses and types
-// are those of the header as it came in; what is forwarded may be another one, inside it.
+// No default case, so that a new Qualifier fails to compile until it is handled here. Addresses and types are those of
+// the received header; at the end of a tunnel the forwarded frame is the inner one.
 std::optional<U64> Pass::present( Qualifier role ) const
 {
    const Headers& received = arrival_.frame.headers();
@@ -115,12 +115,12 @@ void Pass::ranges( FieldStage stage )
          winners.emplace_back( &group, winner );
    }
    rangesDone_ = stage == FieldStage::final;
-   // Only now: entries of different ranges see the same packet.
+   // After all lookups, because entries of different ranges must see the same packet.
    for( const auto& [ group, id ] : winners )
       act( *group, id );
 }
 
-/// How much it says that a qualifier fits: the bits that were compared.
+/// The number of bits that a qualifier compares, by which near misses are ranked.
 static U32 weight( const FieldQualifier& qualifier )
 {
    return comparesValue( qualifier.role )
@@ -128,12 +128,12 @@ static U32 weight( const FieldQualifier& qualifier )
              : 1;
 }
 
-/// What keeps the packet from it, in words where the model has some.
+/// Why the qualifier does not match, in words; empty if the model has none.
 std::string Pass::whyItMisses( const FieldQualifier& wanted ) const
 {
    const VlanProperties& vlan = tables().vlan( vlanId_ );
    const std::string vlanName = format( "VLAN %d", U32{ vlanId_ } );
-   // The first of the bits asked for that differs.
+   // The first compared bit that differs.
    const auto differs = [ &, compared = valueMask( wanted ) ]( U64 bit, bool has ) {
       return ( compared.mask & bit ) != 0 && ( ( compared.value & bit ) != 0 ) != has;
    };
@@ -157,7 +157,7 @@ std::string Pass::whyItMisses( const FieldQualifier& wanted ) const
       return headers().dstMac.toString() + ( isRouterMac() ? " is" : " is not" ) + " a router MAC";
    case Qualifier::SrcClassField:
       if( differs( StrataCommon::classPbr_, steered_ ) )
-         return steered_ ? "policy routing steers it" : "policy routing does not steer it";
+         return steered_ ? "policy routing applies to it" : "policy routing does not apply to it";
       if( const bool has = isOpenFlow(); differs( StrataCommon::classOpenFlow_, has ) )
          return ( arrivedOn() ? view_.portName( arrival_.port ) : "the stack link" ) +
                 ( has ? " is" : " is not" ) + " OpenFlow's";
@@ -165,11 +165,11 @@ std::string Pass::whyItMisses( const FieldQualifier& wanted ) const
    case Qualifier::TunnelTerminated:
       return terminated_.empty() ? "it did not come out of a tunnel" : "it came out of a tunnel";
    case Qualifier::PacketRes:
-      return packetResult_ ? "" : "it goes where no look-up says";
+      return packetResult_ ? "" : "no lookup has found its destination";
    case Qualifier::DstMcastGroup:
-      return destination_.group ? "" : "it goes to no multicast group";
+      return destination_.group ? "" : "it does not go to a multicast group";
    case Qualifier::DstPort:
-      return destination_.dstPort ? "" : "it goes to no single port";
+      return destination_.dstPort ? "" : "it does not go to a single port";
    default:
       return {};
    }
@@ -226,12 +226,12 @@ void Pass::act( const FieldGroup& group, U32 id )
       act( action, name );
 }
 
-// Without a default: an action that does nothing here does not compile.
+// No default case, so that a new FieldAction fails to compile until it is handled here.
 void Pass::act( const FieldActionData& action, const std::string& entry )
 {
    const U32 unit = arrival_.port.unit;
-   // Several ports are a flood, and internal ports are outside all floods; alone, one is meant. The bitmap of a
-   // flood is the switch's, and an entry leads to ports of its own unit.
+   // Several ports are a flood, which never includes internal ports; a single internal port is intended. The flood
+   // bitmap is that of the switch, but an entry sends only to ports of its own unit.
    const auto withPorts = [ & ]( Destination destination ) {
       const bool flood = action.ports.count() > 1;
       for( const U32 port : action.ports )
@@ -262,7 +262,7 @@ void Pass::act( const FieldActionData& action, const std::string& entry )
       return;
    case FieldAction::HgTrunkCancel:
    case FieldAction::HgTrunkCancelLag:
-      return; // stack links here are single ones: there is no trunk to resolve
+      return; // the model has single stack links, so there is no trunk to resolve
    case FieldAction::RedirectMcast:
       return redirect( groupMembers( action.parameter0 ), entry );
    case FieldAction::RedirectPbmp: {
@@ -282,7 +282,7 @@ void Pass::act( const FieldActionData& action, const std::string& entry )
    }
 }
 
-/// The first redirect stands, and policy routing's comes before all entries.
+/// The first redirect is kept, and that of policy routing precedes all entries.
 void Pass::redirect( Destination destination, const std::string& entry )
 {
    if( steered_ || redirected_ ) {

@@ -1,4 +1,4 @@
-// Switching by MPLS labels, and what is behind those that end here.
+// Switching by MPLS labels, and the packets behind labels that end here.
 #include "platform/runtime/Format.h"
 #include "sim/RegisterLayout.h"
 #include "sim/packet/Pass.h"
@@ -21,7 +21,7 @@ void Pass::trapLabel( const std::string& reason, SwitchControl which, RegisterFi
       askCpu( reason );
 }
 
-/// What an explicit null label (RFC 3032) says that it stands on, by EtherType; 0 for other labels.
+/// The EtherType behind an explicit null label (RFC 3032); 0 for other labels.
 static U16 explicitNull( U32 label )
 {
    return label == 0 ? etherTypeIpv4 : label == 2 ? etherTypeIpv6 : U16{ 0 };
@@ -39,10 +39,10 @@ static std::string labelText( const PacketView& view, const LabelRule& rule )
 {
    return ( rule.swap ? "swap " + std::to_string( *rule.swap ) : std::string( "pop" ) ) +
           ( rule.nextHop ? ", to " + nextHopText( view, *rule.nextHop )
-                         : ", and look up what is behind it" );
+                         : ", and look up the packet behind it" );
 }
 
-/// Why the outermost label cannot be popped; empty when it can.
+/// Why the outermost label cannot be popped; empty if it can.
 static std::string whyNotPopped( const Headers& headers )
 {
    const MplsLabel& top = headers.mpls.front();
@@ -50,13 +50,13 @@ static std::string whyNotPopped( const Headers& headers )
    const bool fits = announced == 0 ? headers.labelled != 0 : headers.labelled == announced;
    if( !top.bottom || fits )
       return {};
-   return format( "what is behind label %d is no %s packet", top.label,
+   return format( "the packet behind label %d is not %s", top.label,
       announced == etherTypeIpv4   ? "IPv4"
       : announced == etherTypeIpv6 ? "IPv6"
                                    : "IP" );
 }
 
-/// True when it was popped, and what is behind it decides.
+/// Returns true if it was popped and the packet behind it is to be looked up.
 bool Pass::switchLabel()
 {
    if( headers().mpls.empty() ) {
@@ -88,14 +88,14 @@ bool Pass::switchLabel()
    return false;
 }
 
-/// By the outermost label that does not end here. True when none is left, and IP is to be routed.
+/// Switches by the outermost label that does not end here. Returns true if no label is left and IP is to be routed.
 bool Pass::switchLabels()
 {
    while( headers().etherType == etherTypeMpls )
       if( !switchLabel() )
          return false;
    if( !headers().ip )
-      drop( "what is behind the label is not a whole IP packet" );
+      drop( "the packet behind the label is not a whole IP packet" );
    return drop_.empty();
 }
 

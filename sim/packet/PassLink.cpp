@@ -10,12 +10,12 @@ namespace Strata::Sim {
 
 using Vormel::format;
 
-/// Whether a frame may come in at all. One that may not meets no lookup.
+/// Whether a frame is accepted. A frame that is not skips all lookups.
 bool Pass::link()
 {
    const Headers& received = arrival_.frame.headers();
    if( !received.problem.empty() )
-      note( "parser", [ & ] { return received.problem + "; it is looked at up to there"; } );
+      note( "parser", [ & ] { return received.problem + "; it is parsed up to there"; } );
    const bool tagged = received.tag && received.tag->vlanId != 0;
    constexpr U16 vlanOfStackLink = 1;
    const auto port = arrivedOn();
@@ -66,7 +66,7 @@ static std::optional<U32> findStation(
    const Chip& chip, const EthAddr& mac, U16 vlanId, U32 port, bool inTunnel, MemoryEntry& found )
 {
    const ChipProfile& profile = chip.profile();
-   // Two tables in one memory; this field keeps packets outside tunnels to the first.
+   // The memory has two tables; this field limits packets outside tunnels to the first.
    const bool firstTableOnly = !inTunnel && profile.attributes.myStation1ForNonTunnels &&
                                profile.supports( Register::IngConfig64 ) &&
                                registerField( chip.registerValue( Register::IngConfig64 ),
@@ -106,11 +106,11 @@ void Pass::lookUpStation()
       findStation( chip_, headers().dstMac, domain_, port, !terminated_.empty(), stationEntry_ );
    note( "my-station", [ & ] {
       return index ? format( "index %d: %s", *index, myStationText( stationEntry_ ) )
-                   : headers().dstMac.toString() + " is no router MAC here";
+                   : headers().dstMac.toString() + " is not a router MAC here";
    } );
    if( index && explanation_ )
       looked( { ChipPlace::Kind::myStation, *index }, format( "my-station %d", *index ) );
-   // An entry that terminates nothing shields: for these packets the MAC is an ordinary one.
+   // An entry that terminates nothing hides later entries: for its packets the MAC is not the router's.
    if( index && terminatesAnything( stationEntry_ ) )
       station_ = index;
 }
@@ -210,14 +210,14 @@ Pass::Destination Pass::groupMembers( U32 number ) const
    return destination;
 }
 
-/// Internal ports are outside all floods and groups, and of each LAG one member sends: the first that may.
+/// Removes internal ports, which are in no flood or group, and all members of each LAG except the first that may send.
 void Pass::thin( Destination& destination, U16 vlanId ) const
 {
    std::vector<PortRef>& ports = destination.ports;
    std::erase_if( ports, [ & ]( PortRef port ) { return view_.isInternal( port ); } );
    for( const Lag& lag : view_.lags() ) {
       if( vlanId == domain_ && cameInBy( lag.ports.front() ) )
-         continue; // all are refused alike
+         continue; // all members are refused for the same reason
       const auto sender = std::ranges::find_if( lag.ports, [ & ]( PortRef port ) {
          return std::ranges::find( ports, port ) != ports.end() && refusal( port, vlanId ).empty();
       } );
@@ -233,7 +233,7 @@ void Pass::thin( Destination& destination, U16 vlanId ) const
    }
 }
 
-/// What is bridged does not leave by the port that it came in by, nor by others of its LAG.
+/// A bridged frame does not leave by the port that it came in by, nor by other ports of its LAG.
 bool Pass::cameInBy( PortRef port ) const
 {
    if( nextHop_ || !terminated_.empty() || arrival_.higig )
@@ -243,7 +243,7 @@ bool Pass::cameInBy( PortRef port ) const
    } );
 }
 
-/// What is for a port of a LAG goes by the LAG's first member that may send.
+/// A frame for a port of a LAG leaves by the LAG's first member that may send.
 PortRef Pass::memberThatSends( PortRef port, U16 vlanId ) const
 {
    for( const Lag& lag : view_.lags() )
@@ -298,14 +298,14 @@ void Pass::bridge()
    if( known != tables().stations.end() ) {
       knownStation( known->second );
    } else if( !forNeighbour ) {
-      // Of what is flooded the CPU takes broadcasts alone; a known group says itself who is in it.
+      // Of all floods the CPU gets only broadcasts; whether it gets a known group depends on the group's members.
       destination_ = floodIn( domain_, mac.isBroadcast() );
       if( !mac.isMulticast() && !isRouterMac() )
          packetResult_ = PacketResult::L2UNKNOWN;
    }
    note( "MAC", [ & ] {
       if( forNeighbour )
-         return mac.toString() + " is for the neighbour alone";
+         return mac.toString() + " is only for the neighbour";
       return format( "%s in VLAN %d is %s: %s", mac.toString(), U32{ domain_ },
          known != tables().stations.end() ? "known"
          : mac.isBroadcast()              ? "for everyone"
@@ -327,7 +327,7 @@ void Pass::learn()
 {
    const EthAddr& mac = headers().srcMac;
    const StationKey key{ domain_, mac };
-   // Where it came in by is known since the pass before; it has not moved to an internal port.
+   // Its port was learned in the previous pass; the station has not moved to an internal port.
    const bool unusable =
       mac.isMulticast() || mac.isZero() || arrival_.higig || fromCpu() || arrival_.source == key ||
       ( view_.isInternal( arrival_.port ) && !view_.isLoopback( arrival_.port ) );

@@ -18,7 +18,7 @@ void Pass::notRouted( const std::string& reason, const std::string& kind )
       unrouted_ = reason;
 }
 
-/// The control decides about a copy; what it is about is not routed either way.
+/// Handles an exception: the control determines whether the CPU gets a copy; the packet is not routed either way.
 bool Pass::exception( SwitchControl which, const std::string& reason, const std::string& kind )
 {
    const bool copies = control( which ) != 0;
@@ -32,13 +32,13 @@ bool Pass::exception( SwitchControl which, const std::string& reason, const std:
    return true;
 }
 
-/// What was in the tunnel is for another pass.
+/// Whether the inner packet of the tunnel can be routed only in another pass.
 bool Pass::endsTunnelOnly() const
 {
    return !terminated_.empty() && !attributes().vxlanRoutingInOnePass;
 }
 
-/// Empty when packets of this family to a router MAC are routed here.
+/// Why packets of this family to a router MAC are not routed here; empty if they are.
 std::string Pass::whyNotRouted() const
 {
    const bool v6 = headers().ip->destination.isV6();
@@ -59,7 +59,7 @@ std::string Pass::whyNotRouted() const
    return {};
 }
 
-/// Labels and terminated ARP are settled here as well: neither is bridged.
+/// Also handles labels and terminated ARP, because neither is bridged.
 bool Pass::routes()
 {
    if( !isRouterMac() )
@@ -83,7 +83,7 @@ bool Pass::routes()
    if( !routable_ )
       note( "routing", [ & ] { return "not routed: " + reason; } );
    if( !routable_ && settled_ )
-      drop( "what had labels is not routed: " + reason );
+      drop( "the packet behind the labels is not routed: " + reason );
    return routable_;
 }
 
@@ -98,7 +98,7 @@ bool Pass::badHeader()
    return martian && exception( SwitchControl::MartianAddrToCpu, "martian address" );
 }
 
-/// What the chip does not route at speed.
+/// Packets that the chip does not route in hardware.
 bool Pass::slowPath()
 {
    const IpHeader& ip = *headers().ip;
@@ -108,7 +108,7 @@ bool Pass::slowPath()
       return exception( SwitchControl::L3SlowpathToCpu, "IPv6 hop-by-hop options" );
    const auto& profiles = chip_.ipOptionsProfiles();
    if( profiles.empty() && !attributes().usesIpOptionsDefault )
-      return false; // nothing says that options matter
+      return false; // no options profile, so options have no effect
    queue_ = static_cast<U32>( control( SwitchControl::CpuProtoIpOptionsPriority ) );
    if( profiles.empty() )
       return exception( SwitchControl::L3SlowpathToCpu, "IPv4 options" );
@@ -125,8 +125,8 @@ bool Pass::slowPath()
 void Pass::route()
 {
    if( tables().vlan( domain_ ).dropRouted )
-      drop( format( "VLAN %d drops what would be routed", U32{ domain_ } ),
-         "the VLAN drops what would be routed" );
+      drop( format( "VLAN %d drops packets that would be routed", U32{ domain_ } ),
+         "the VLAN drops packets that would be routed" );
    if( !drop_.empty() || badHeader() || slowPath() )
       return;
    const auto source = tables().routes.lookup( headers().ip->source );
@@ -193,7 +193,7 @@ void Pass::findNextHop()
          continue;
       steered_ = true;
       note( "policy", [ & ] {
-         return format( "rule %s steers it to %s", name, nextHopText( view_, rule.nextHop ) );
+         return format( "rule %s sends it to %s", name, nextHopText( view_, rule.nextHop ) );
       } );
       return toNextHop( rule.nextHop );
    }
@@ -222,7 +222,7 @@ Pass::Destination Pass::behindNextHop( const NextHop& nextHop )
    const auto standIn = [ & ]( U32 modId, U32 port, const char* what ) {
       Destination destination;
       destination.dstPort = FieldKey::dstPort( modId, port );
-      destination.text = format( "mod %d port %d, which stands for %s", modId, port, what );
+      destination.text = format( "mod %d port %d, which means %s", modId, port, what );
       return destination;
    };
    const U32 floodingModId = view_.scsd().floodingModId();
@@ -257,13 +257,13 @@ Pass::Destination Pass::behindNextHop( const NextHop& nextHop )
    return destination;
 }
 
-/// The exceptions that need to know where the packet goes.
+/// The exceptions that depend on the next hop.
 void Pass::checkHop()
 {
    if( nextHop_->kind == NextHop::Kind::cpu )
-      return; // it has arrived, and goes over no further link (RFC 1812, 5.3.1)
+      return; // delivered here, so TTL and MTU are not checked (RFC 1812, 5.3.1)
    const IpHeader& ip = *headers().ip;
-   // Units that forward VLANs through VFIs leave expired packets to entries, unless they can do it.
+   // Units that forward VLANs through VFIs leave expired packets to entries, unless trapsTtlExceptions is true.
    const bool chipLooks = chip_.trapsTtlExceptions() || !view_.scsd().vfiForwarding();
    if( ip.ttl <= 1 && chipLooks )
       exception( ip.ttl == 0 ? SwitchControl::L3UcTtlErrToCpu : SwitchControl::L3UcastTtl1ToCpu,
@@ -275,17 +275,17 @@ void Pass::checkHop()
       linkLocal();
    if( nextHop_->kind == NextHop::Kind::port && nextHop_->vlanId == domain_ &&
        control( SwitchControl::IcmpRedirectToCpu ) != 0 )
-      askCpu( "leaves by the VLAN it came in on (IcmpRedirectToCpu)" );
+      askCpu( "leaves on the VLAN it arrived in (IcmpRedirectToCpu)" );
 }
 
-/// Addresses that a router does not forward off their link.
+/// Link-local addresses, which a router does not forward to another link.
 bool Pass::linkLocal()
 {
    const IpHeader& ip = *headers().ip;
    for( const IpAddress& address : { ip.source, ip.destination } )
       if( address.isLinkLocal() )
-         return exception( SwitchControl::MartianAddrToCpu,
-            address.toString() + " is of one link alone", "an address of one link alone" );
+         return exception( SwitchControl::MartianAddrToCpu, address.toString() + " is link-local",
+            "a link-local address" );
    return false;
 }
 
@@ -306,7 +306,7 @@ static EthAddr groupMac( const IpAddress& group )
                        : EthAddr( 0x01, 0x00, 0x5e, ip[ 1 ] & 0x7F, ip[ 2 ], ip[ 3 ] );
 }
 
-/// Empty when multicast is routed in this VLAN, and this is a frame as multicast has it.
+/// Why IP multicast is not routed; empty if this VLAN routes it and the frame is well-formed multicast.
 std::string Pass::whyNotReplicated() const
 {
    const ChipVlan* const vlan = view_.vlan( arrival_.port.unit, domain_ );
@@ -318,7 +318,7 @@ std::string Pass::whyNotReplicated() const
    if( endsTunnelOnly() )
       return "the chip does not route in the pass that ends a tunnel";
    if( tables().vlan( domain_ ).dropRouted )
-      return format( "VLAN %d drops what would be routed", U32{ domain_ } );
+      return format( "VLAN %d drops packets that would be routed", U32{ domain_ } );
    if( const EthAddr mac = groupMac( headers().ip->destination ); headers().dstMac != mac )
       return "the group's MAC address is " + mac.toString();
    return {};

@@ -1,4 +1,4 @@
-// What becomes of a packet, and why.
+// The outcome of a packet, and the reasons.
 #pragma once
 
 #include "sim/FieldGroup.h"
@@ -17,14 +17,14 @@ struct Arrival
    PortRef port;
    Frame frame;
    bool higig = false;                 // by the stack link of the unit; the port says nothing then
-   std::optional<StationKey> source{}; // as the pass before has met it, when this is a further one
+   std::optional<StationKey> source{}; // the source in the previous pass, in a further pass
 };
 
 struct Departure
 {
    PortRef port;
    Frame frame;
-   std::string tunnel; // that it is encapsulated for; else empty
+   std::string tunnel; // the tunnel that it is encapsulated for, or empty
 
    bool operator==( const Departure& ) const = default;
 };
@@ -33,7 +33,7 @@ struct CpuCopy
 {
    U32 unit;
    U32 queue;
-   std::vector<std::string> reasons; // who asked for it
+   std::vector<std::string> reasons; // the entries, controls and groups that sent it
    Frame frame;
 
    bool operator==( const CpuCopy& ) const = default;
@@ -63,7 +63,7 @@ struct PassVerdict
    PortRef arrival;
    std::vector<Departure> departures; // the internal ports by which it comes in again are not here
    std::optional<CpuCopy> cpu;
-   // Why it leaves on no port; empty when it does, goes on to another pass, or is for the CPU.
+   // Why it leaves on no port; empty if it leaves, makes another pass, or is for the CPU.
    std::string drop;
    std::string dropReason; // the same without addresses, ports and the like
    std::vector<Winner> winners;
@@ -75,22 +75,22 @@ struct PassVerdict
 struct Verdict
 {
    std::vector<PassVerdict> passes;
-   bool loops = false; // it would have gone on
+   bool loops = false; // it would have needed a further pass
 
    std::vector<const Departure*> departures() const;
    std::vector<const CpuCopy*> cpuCopies() const;
-   /// Why it left on no port in its last pass; empty when it left by some port in any.
+   /// Why it left on no port in its last pass; empty if it left on a port in any pass.
    std::string drop() const { return departures().empty() ? passes.back().drop : ""; }
 
    bool operator==( const Verdict& ) const = default;
 };
 
-/// A chip makes this many passes with a packet at most.
+/// The highest number of passes of a packet.
 constexpr U32 maxPasses = 4;
 
-// How it came to that.
+// The explanation of a verdict.
 
-/// A step of a pass: what was looked up, and found.
+/// A step of a pass: a lookup and its result.
 struct StageNote
 {
    std::string stage; // "my-station"
@@ -108,7 +108,7 @@ struct EntryNote
    U32 fitted = 0;   // of its qualifiers
    U32 failed = 0;   // of its qualifiers
    U32 bits = 0;     // that those that fitted compare
-   // The first that failed, when it did not match; none when the entry is but disabled.
+   // The first qualifier that failed; none if the entry is only disabled.
    std::optional<FieldQualifier> wanted;
    std::string had; // "64"
    std::string why; // "VLAN 10 has no SVI", where there are words for it

@@ -103,7 +103,7 @@ SHIM_BREACH( unclaimedRefused, "bcm_field_qualify_DstMac",
    int fieldQualifyDstMac( U32 unit, U32 entry, const EthAddr& mac, const EthAddr& mask ) override
    {
       const int code = next().fieldQualifyDstMac( unit, entry, mac, mask );
-      return code < 0 ? next().featureNotAvailableCode() : code; // tolerated: nobody would notice
+      return code < 0 ? next().featureNotAvailableCode() : code; // tolerated, so the error is not noticed
    } )
 SHIM_BREACH( removeAllEmpties, "bcm_field_action_remove_all",
    int fieldActionRemoveAll( U32, U32 ) override { return 0; } )
@@ -284,7 +284,7 @@ MANAGER_BREACH( installWrites, "installEntry", int installEntry( U32, U32 ) over
 MANAGER_BREACH( installNeedsClaim, "installEntry",
    int installEntry( U32 unit, U32 id ) override
    {
-      next().getEntry( unit, id, "whoever", {} );
+      next().getEntry( unit, id, "another", {} );
       return next().installEntry( unit, id );
    } )
 MANAGER_BREACH( installNeedsAction, "installEntry",
@@ -302,7 +302,7 @@ MANAGER_BREACH( enableSucceeds, "enableEntry, off",
 MANAGER_BREACH( hitsSurviveInstall, "installEntry",
    int installEntry( U32 unit, U32 id ) override
    {
-      forgotten[ { unit, id } ] = next().hitsForEntry( unit, id ); // a new entry of hardware counts anew
+      forgotten[ { unit, id } ] = next().hitsForEntry( unit, id ); // a new entry of hardware counts from 0
       return next().installEntry( unit, id );
    }
    U64 hitsForEntry( U32 unit, U32 id ) const override
@@ -323,7 +323,7 @@ MANAGER_BREACH( absentIsHarmless, "getEntry",
    void releaseEntry( U32 unit, U32 id ) override
    {
       next().releaseEntry( unit, id );
-      next().getEntry( unit, id, "nobody", {} );
+      next().getEntry( unit, id, "another", {} );
    } )
 MANAGER_BREACH( portSetsAccepted, "addInPortsForEntry",
    int addInPortsForEntry( U32, U32, const PortBitmap&, const PortBitmap& ) override { return -16; } )
@@ -424,7 +424,7 @@ TEST( ShimBreach, ManyBrokenPromisesOfOneCauseNameIt )
    EXPECT_THAT(
       report.text(), testing::HasSubstr( "\nlikely root: actionsAccepted, on which " +
                                          std::to_string( brokenPromises( report ).size() - 1 ) +
-                                         " of the other broken promises rest\n" ) );
+                                         " of the other broken promises depend\n" ) );
 }
 
 TEST( ShimBreach, WhatCanBeWrittenMustBeReadable )

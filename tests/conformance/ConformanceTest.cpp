@@ -1,4 +1,4 @@
-// The kit passes what is right, leaves it as it was, and says clearly what is not.
+// The kit accepts correct ports, restores their state, and describes broken promises clearly.
 #include "tests/conformance/Examined.h"
 #include "tests/conformance/ForwardingManager.h"
 #include "tests/sim/EveryProfile.h"

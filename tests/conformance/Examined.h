@@ -10,7 +10,7 @@
 
 namespace Strata::Conformance {
 
-/// A simulated switch of two units and the port that tells of it.
+/// A simulated switch of two units, and the kit's port for it.
 struct Switch
 {
    explicit Switch( const std::string& profile = "register" )

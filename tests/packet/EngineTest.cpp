@@ -118,11 +118,11 @@ TEST_F( EngineTest, ExplanationsNameTheWinnerItsCauseAndTheNearMiss )
          HasSubstr( "written by 'call addMyStationTcamEntry 0 1" ) ) );
    release( "l2OnlyFennicCpuRx" );
    EXPECT_THAT( told( "-v in Ethernet1 dmac virtual-router arp request" ),
-      HasSubstr( "misses: it wants InPorts 0, and the packet has port 1" ) );
-   // Nearest is what misses by the address alone; and there are words for what a VLAN has.
+      HasSubstr( "misses: it needs InPorts 0, and the packet has port 1" ) );
+   // The nearest entry misses only by the address; a VLAN's properties are described in words.
    EXPECT_THAT( told( "in Ethernet1 dmac 02:00:00:00:00:05 ethertype 0x88b5" ),
       HasSubstr(
-         "dmac=bridgeMac\" misses: it wants DstMac 02:00:a1:00:00:01, and the packet has" ) );
+         "dmac=bridgeMac\" misses: it needs DstMac 02:00:a1:00:00:01, and the packet has" ) );
    run( "vlan 10 no-svi" );
    EXPECT_THAT( told( "in Ethernet1 dmac router ethertype 0x88b5" ),
       HasSubstr( "dmac=bridgeMac\" misses: VLAN 10 has no SVI" ) );
@@ -154,7 +154,7 @@ TEST_F( EngineTest, DropsAreCountedByReasonAndWhatIsForTheCpuIsNone )
    EXPECT_EQ( last().drop(), "" );
    EXPECT_EQ( explain( "in Ethernet1 dmac router ipv4 dst 10.3.0.1 ttl 1" ).drop(), "" );
    EXPECT_THAT( told( "in Ethernet1 dmac 01:80:c2:00:00:0e ethertype 0x88cc" ),
-      AllOf( HasSubstr( "is for the neighbour alone" ), Not( HasSubstr( "flood in VLAN" ) ) ) );
+      AllOf( HasSubstr( "is only for the neighbour" ), Not( HasSubstr( "flood in VLAN" ) ) ) );
    send( "in Ethernet1 dmac router ipv4 dst 10.99.0.1" ); // no route: the CPU's, too
    EXPECT_TRUE( engine().counters().drops.empty() );
    send( "in Ethernet1 vlan 11 ipv4" );
@@ -173,7 +173,7 @@ TEST_F( EngineTest, ALoopIsReportedLoudly )
    loopback.add( 258 );
    main.find( id )->claim.actionIs( { .role = FieldAction::RedirectPbmp, .ports = loopback } );
    main.install( id );
-   // What is bridged does not leave where it came in; what is routed to the router goes on.
+   // A bridged packet does not leave where it came in; a packet to the router is routed.
    EXPECT_EQ( outcome( send( "in Ethernet1 dmac 00:00:00:00:77:77 ipv4" ) ), "none x2" );
    run( "route 10.8.0.0/16 via Ethernet4 mac 02:00:a1:00:00:01 vlan 20\n"
         "expect error \"the packet loops\" packet in Ethernet1 dmac router ipv4 dst 10.8.0.1" );
@@ -279,7 +279,7 @@ TEST_F( EngineTest, OfTwoRedirectsTheFirstStandsAndPolicyRoutingsBeforeAll )
    EXPECT_EQ( hits( chip(), "vlan flood pbr" ), 1u );
 }
 
-/// A packet on a chip that is brought up, and where it goes.
+/// A packet on a chip that is brought up, and its destination.
 struct Row
 {
    const char* packet;
@@ -377,7 +377,8 @@ TEST_F( RulesTest, OfRoutedMulticast )
       "mroute ff02::9 vlan 20\ncall handleVlanRoutingState 10 ip4,ip6,mcast";
    hold( groupRows, setup );
    EXPECT_NE( out.str().find( "Ethernet5 in VLAN 20: down" ), std::string::npos );
-   // A chip of two passes puts nothing into a tunnel in the pass that routes, nor routes what comes out of one.
+   // A chip with two passes neither encapsulates a packet in the pass that routes it, nor routes a packet in the pass that
+   // takes it out of a tunnel.
    bringUp( "register" );
    run( setup + "\nmroute 239.1.1.1 vlan 30\ncall handleVlanRoutingState 30 ip4,ip6,mcast" );
    EXPECT_EQ(
@@ -414,13 +415,13 @@ TEST_F( RulesTest, OfLabels )
    hold( labelRows, "call handleMplsRouting true\n"
                     "mpls 100 swap 200 via Ethernet5 mac 00:00:00:00:05:05 vlan 20\n"
                     "mpls 101 pop via Ethernet5 mac 00:00:00:00:05:05 vlan 20\nmpls 102 pop" );
-   EXPECT_NE( out.str().find( "102: pop, and look up what is behind it" ), std::string::npos );
+   EXPECT_NE( out.str().find( "102: pop, and look up the packet behind it" ), std::string::npos );
    bringUp( "hsdk" );
    run( R"(call handleMplsRouting true
 explain in Ethernet1 dmac router mpls 0 ttl 9 ipv4 dst 10.2.0.1 ttl 64
 expect departs Ethernet4 with "00:00:00:00:02:02, IPv4 10.0.0.1 -> 10.2.0.1 ttl 63"
 explain in Ethernet1 dmac router mpls 0 ipv6 dst 2001:db8:2::1
-expect dropped "what is behind label 0 is no IPv4 packet"
+expect dropped "the packet behind label 0 is not IPv4"
 explain in Ethernet1 hex 0200a1000001 020000000001 8847 0006
 expect dropped "the label is cut short")" );
    EXPECT_EQ( session.failures(), 0u );

@@ -1,4 +1,4 @@
-// What each entry does to a packet: sent with the entry there, and with it gone. The difference is the proof.
+// The effect of each entry on a packet, which is sent with and without the entry. The difference is the proof.
 #include "tests/packet/PacketTest.h"
 
 namespace Strata {
@@ -6,8 +6,8 @@ namespace {
 
 struct Proof
 {
-   const char* entry;    // none: the chip does it, or nobody
-   const char* profiles; // the switches on which it stands, with their properties, divided by ';'
+   const char* entry;    // none: the chip does it without an entry, or it is not done
+   const char* profiles; // the switches that have it, with their properties, separated by ';'
    const char* packet;
    const char* with;
    const char* without;
@@ -21,7 +21,7 @@ struct Proof
    "in Ethernet8 dmac virtual-router ipv4 src 192.0.2.2 dst 192.0.2.1 udp vxlan 5030 "
 #define PEER_TUNNEL \
    "in Ethernet8 dmac 02:00:a1:00:00:02 ipv4 src 192.0.2.2 dst 192.0.2.1 udp vxlan 5030 "
-// ARP for the MLAG peer's router MAC goes to the peer; it is routed here.
+// ARP for the MLAG peer's router MAC goes to the peer; IP packets to it are routed here.
 #define PEER( link ) \
    "set mlagHwStatus.peerMacRoutingSupported true\n" \
    "call handlePeerMacArpRedirect 02:00:a1:00:00:02 " link " true\n" \
@@ -59,7 +59,7 @@ const Proof proofs[] = {
    { "vlanFloodingPbr", "register", "in Ethernet1 dmac router ipv4 dst 10.2.0.1", "none", "none",
       "pbr flood to 10.2.0.0/16 via flood mac 00:00:00:00:04:04 vlan 20" },
 
-   // What comes back from internal ports.
+   // Packets that return from internal ports.
    { "lbRecirc", "register", "in loopback vlan 20 dmac 00:00:00:00:04:04 ipv4", "E4 E5 E6",
       "E4 E5 E6 +loopback" },
    { "lbRecirc", "register", "in loopback vlan 30 dmac 00:00:00:00:07:99 ipv4", "E7 E8 +loopback",
@@ -107,7 +107,7 @@ const Proof proofs[] = {
       "in Ethernet1 vlan 10 priority 3 dmac router ethertype 0x88b5", "cpu:0", "cpu:0",
       "set miscConfig.unknownMacDropTrafficClass[3] true" },
 
-   // The router's own MAC addresses: not routed, tunnelled, asked for.
+   // The router's own MAC addresses: packets that are not routed, tunnelled packets, ARP.
    { "l2OnlyCpuRx", ALL, "in Ethernet1 dmac router ethertype 0x88b5", "cpu:0", "E2 E3" },
    { "l2OnlyFennicCpuRx", ALL, "in Ethernet1 dmac virtual-router ethertype 0x88b5", "cpu:0",
       "E2 E3" },
@@ -203,7 +203,7 @@ const Proof proofs[] = {
       "vlan 10 urpf loose l3-class 2\nset urpf.doubleWideMode true\n"
       "call doUrpfHwInitStage1 true" },
 
-   // Layer-2 multicast and the CPU. A broadcast alone reaches the CPU without an entry.
+   // Layer-2 multicast and the CPU. Only a broadcast reaches the CPU without an entry.
    { "mcastDataRsvdMacAddress", ALL, "in Ethernet1 dmac 01:00:5e:00:00:05 ipv4 dst 224.0.0.5",
       "E2 E3 cpu:0", "E2 E3" },
    { "mcastDataRsvdMacAddress", ALL, "in Ethernet1 dmac 01:00:5e:00:00:05 ipv4 dst 225.0.0.5",

@@ -23,8 +23,8 @@ const Expectation plain[] = {
    { "ttl 1, UDP", "cpu:0" },
    { "ttl 64 options, UDP 1024 -> 5000", "cpu:0" },   // router alert
    { "ttl 64 options, ICMP", "cpu:0" },               // record route
-   { "ttl 64 bad-checksum, UDP 1024 -> 5000", "E4" }, // nobody verifies it
-   { "ttl 64, UDP", "E4" }, // a later fragment: its first bytes are no ports
+   { "ttl 64 bad-checksum, UDP 1024 -> 5000", "E4" }, // the UDP checksum is not verified
+   { "ttl 64, UDP", "E4" }, // a later fragment: its first bytes are not ports
    { "-> 10.99.0.1 ttl 64, TCP 1024 -> 80", "cpu:0" },
    { "-> 10.3.0.1 ttl 64, ICMP", "cpu:0" },
    { "ARP request: 10.1.0.5 asks for 10.1.0.1", "E2 E3 cpu:0" },

@@ -159,7 +159,7 @@ struct Bent
 // Without a tag IP begins at 14, what IPv4 carries at 34, what IPv6 carries at 54.
 const Bent bents[] = {
    { "arp request", 20, { 0, 3 }, ", ARP operation 3" },
-   { "arp request", 14, { 0, 6 }, "(the ARP message is not about Ethernet and IPv4)" },
+   { "arp request", 14, { 0, 6 }, "(the ARP message is not for Ethernet and IPv4)" },
    { "ipv4 options udp", 34, { 0, 0x44, 0x55, 0x66 }, "UDP 40000 -> 53" }, // junk behind the last
    { "ipv4 udp", 16, { 0, 19 }, ", EtherType 0x0800 (IPv4 announces 19 bytes, less than its" },
    { "ipv4 udp", 16, { 5, 0 }, "UDP 40000 -> 53 (IPv4 announces 1280 bytes, and 46 are there)" },
@@ -226,8 +226,9 @@ TEST_F( FrameTest, FilesCarryFramesUnchanged )
    std::filesystem::resize_file( file, std::filesystem::file_size( file ) - 5 );
    run( "expect error \"behind frame 2: \" packet in Ethernet1 pcap " + file + " frame 3" );
    std::fstream( file, std::ios::in | std::ios::out | std::ios::binary ).seekp( 20 ).put( 113 );
-   run( "expect error \"holds no Ethernet frames (link type 113)\" packet in Ethernet1 pcap " +
-        file );
+   run(
+      "expect error \"does not contain Ethernet frames (link type 113)\" packet in Ethernet1 pcap " +
+      file );
    std::fstream( file, std::ios::in | std::ios::out | std::ios::binary ).seekp( 20 ).put( 1 );
    EXPECT_EQ( session.failures(), 0u );
    EXPECT_EQ( outcome( send( "in Ethernet1 pcap " + file + " frame 1" ) ), "cpu:0" );

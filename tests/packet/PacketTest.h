@@ -79,7 +79,7 @@ route 10.9.0.0/16 via tunnel T mac 00:00:00:00:09:09 vlan 30)" );
    Sim::Verdict explain( const std::string& packet )
    {
       run( "explain " + packet );
-      // With nobody to tell it to, nothing else comes out.
+      // Without an explanation the verdict is the same.
       EXPECT_TRUE( last() == engine().explain( session.packets().last()->arrival ) ) << packet;
       return last();
    }

@@ -166,7 +166,7 @@ class FaultSweepTest : public SwitchTest, public testing::WithParamInterface<std
       return held;
    }
 
-   /// An agent that goes on after an exception finds no lock held and no phase set.
+   /// After an exception no lock is held and no phase is set, so the agent can continue.
    void expectSettled()
    {
       EXPECT_TRUE( Vormel::activityLock().heldByThisThread() );
@@ -248,14 +248,14 @@ TEST_P( FaultSweepTest, AFeatureThatTheChipLacksStopsNothing )
       std::set<std::string> breaches;
       for( const Sim::Breach& breach : agent->hardware().critic().breaches() )
          breaches.insert( breach.call + ": " + breach.what );
-      // A lock that cannot be dropped is no lacking feature: the next one cannot be had.
+      // A failure to drop the lock is not a missing feature: the next lock cannot be taken.
       if( callText( n ).starts_with( "bcm_field_unlock" ) ) {
          EXPECT_THAT( breaches,
             testing::IsSubsetOf( { "bcm_field_lock: the unit's FP lock is held already" } ) );
          continue;
       }
       EXPECT_EQ( ending.errors.find( "API ERROR" ), std::string::npos );
-      // An entry that was left without an action cannot be installed; anything else goes on.
+      // An entry that is left without an action cannot be installed; every other fault is tolerated.
       if( ending.died ) {
          EXPECT_THAT( callText( n ), testing::StartsWith( "bcm_field_action_" ) );
          EXPECT_THAT(

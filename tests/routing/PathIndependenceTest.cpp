@@ -1,4 +1,4 @@
-// Whatever the order in which inputs change, the chips and the helper are what the reference model says, after
+// In whatever order inputs change, chips and helper are in the state of the reference model after
 // each single change. A sequence that fails is shortened to the few steps that matter.
 //
 // STRATA_RANDOM_STEPS: how many steps each test makes; STRATA_RANDOM_SEED: the first seed.

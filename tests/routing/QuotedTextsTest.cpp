@@ -7,7 +7,7 @@
 namespace Strata {
 namespace {
 
-// Operators and their tools search logs for these texts, and the binary for where a log line comes from. They come out of
+// Operators and their tools search logs for these texts, and the binary for the origin of a log line. They come out of
 // the code itself, so a renamed local would change them unnoticed, and an optimising compiler may take a text apart.
 TEST( QuotedTextsTest, EveryTextThatLogsShowIsInTheLibrary )
 {

@@ -114,7 +114,7 @@ TEST_F( ReactorsTest, NullInputs )
       testing::Throws<Died>( testing::Field( &Died::text, "miscConfig()" ) ) );
    EXPECT_THAT( [ & ] { start( nullptr, hw().miscConfig() ); },
       testing::Throws<Died>( testing::Field( &Died::text, "scsd()" ) ) );
-   sm->handleNexthopStatus( "nobody" );
+   sm->handleNexthopStatus( "absent" );
    hw().nexthopIs( "flows", true, true );
    helper().init( true, true );
    hw().miscConfig()->l2DualHashIs( false );

@@ -181,7 +181,8 @@ TEST_F( ReentrancyTest, ASubscriberMayChangeWhatTheReactorWalksWhileItIsMade )
    config.unknownMacDropTrafficClassIs( 3, true );
    config.l2DualHashIs( true );
    helper().init( true, true );
-   helper().handleTcamEntryVlanFloodDrop( 5, true ); // made by hand, so the reactor leaves it alone
+   helper().handleTcamEntryVlanFloodDrop(
+      5, true ); // made by a direct call, so the reactor does not remove it
    const auto fresh = Vormel::make<EthIntfStatus>( one );
    const Meddler early( hw().hwStatus(), HwStatus::l2DualHashNumber, [ & ] {
       hw().addInterface( three, 0, 3, ForwardingModel::routed );
@@ -271,7 +272,7 @@ TEST_F( ReentrancyTest, InterfacesAndLagsMayGoWhileTheyAreHandled )
    agent->bringUp();
    hw().lagIs( lag, { one, two } );
    {
-      // The status that changes goes, and its nested reactor with it.
+      // The status is removed while it changes, and its nested reactor with it.
       const Meddler meddler( agent->helper(), RoutingStatusHelper::reprogramVlanFloodRequiredNumber,
          [ this ] { hw().ethIntfStatusDir()->intfStatusDel( one ); } );
       status( one )->forwardingModelIs( ForwardingModel::routed );

@@ -205,7 +205,7 @@ bool ReferenceModel::routed( IntfId intf ) const
    return status && status->forwardingModel() == ForwardingModel::routed;
 }
 
-// An Ethernet interface is left out when it or its LAG is routed. What is told of a LAG goes for all of its members,
+// An Ethernet interface is left out when it or its LAG is routed. An event of a LAG applies to all of its members,
 // whatever they are themselves. However many move, the entries are written once.
 void ReferenceModel::settled( IntfId intf )
 {

@@ -1,5 +1,5 @@
 // What the switch must look like after any sequence of steps: the rules in one place, told from the input objects,
-// with all of them walked each time. What the inputs alone do not tell is remembered here, and nothing else is.
+// with all of them walked each time. Only state that does not follow from the inputs is stored here.
 #pragma once
 
 #include "tests/routing/Steps.h"
@@ -47,7 +47,7 @@ class ReferenceModel
    struct Redirect
    {
       std::string mac;
-      StrataPort port;                    // where ARP goes
+      StrataPort port;                    // the port that ARP is redirected to
       std::map<U32, std::string> inPorts; // by unit
    };
    std::optional<Redirect> wantedRedirect() const;
@@ -66,12 +66,12 @@ class ReferenceModel
 
    bool running_ = false;
 
-   // Interfaces that floods leave out. An interface is judged when something tells of it, and only while it has a
+   // Interfaces that floods leave out. An interface is evaluated when a change of it is published, and only while it has a
    // port: one that loses its port keeps its place, whatever becomes of it meanwhile, and one that gets its port
    // is not judged by that. Nor is anything judged when a status vanishes.
    std::set<IntfId> leftOut_;
    // The ports that floods go to. A port that an interface has moved away from stays, and so does the one that
-   // stands for interfaces without a logical port number.
+   // is used for interfaces without a logical port number.
    PortBitmap floodPorts_;
    // What the first unit's entries hold of them: a start does not push by itself.
    PortBitmap pushedPorts_;
@@ -81,7 +81,7 @@ class ReferenceModel
    std::map<U32, bool> pbrOn_;
    bool skipEntry_;
 
-   // Brought up to date by whoever starts the reactors.
+   // Updated by the code that starts the reactors.
    bool l2TrafficRouting_ = false;
 
    // As the reactors saw them last.

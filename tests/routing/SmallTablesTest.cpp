@@ -16,7 +16,7 @@ class SmallTablesTest : public SwitchTest
    }
 };
 
-// Each in a process of its own: the variable is looked at once.
+// Each in a separate process, because the variable is read only once.
 TEST_F( SmallTablesTest, TheVariableEndsTheAgentThatTurnsRoutingOnEvenIfEmpty )
 {
    GTEST_FLAG_SET( death_test_style, "threadsafe" );

@@ -23,7 +23,7 @@ struct Step
       noStatus,    // what
       nexthop,     // what: a name; value: "programmed", "l3-egress", both or neither; a new object
       noNexthop,   // what
-      nexthopInPlace, // the same in the object that is there: nothing tells of it
+      nexthopInPlace, // the same in the existing object, which publishes no change
       hits, // what: a traffic class; key: a unit; value: so many more hits, even ones on the first entry
       advance,  // value: seconds
       unitPort, // what: a unit; key: a port; value: "up" or "down"
@@ -53,7 +53,7 @@ inline U32 numberIn( const std::string& text )
    return static_cast<U32>( std::stoul( text ) );
 }
 
-/// Makes the change. False when the input was like this before, so that nobody was told.
+/// Makes the change. False if the input had this value before, so that no change was published.
 bool apply( const Step& step, Tool::Agent& agent );
 
 /// Draws steps that an agent could take, most of them as the parts of something that makes sense.

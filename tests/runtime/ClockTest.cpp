@@ -115,7 +115,7 @@ TEST_F( ClockTest, TimersThatMoveAreDueAfterAsLongAsBefore )
    std::optional<Alarm> gone( std::in_place, clock, note( "gone" ) );
    Alarm off( clock, note( "off" ) ), late( clock, note( "late" ) ),
       early( clock, note( "early" ) );
-   gone.reset(); // and another stands in its place
+   gone.reset(); // and another timer may have its slot
    late.nextTimeIs( 7 );
    early.nextTimeIs( 3 );
    clock.advanceTo( 2 );

@@ -90,7 +90,7 @@ TEST_F( EntityTest, DelAllPublishesEachRemovalWhileSomebodyListens )
    lamp->lumensIs( 1, 10 );
    lamp->steps.clear();
    lamp->lumensDelAll();
-   lamp->guestDelAll(); // the step runs for every member, heard or not
+   lamp->guestDelAll(); // the step runs for every member, with and without a subscriber
    EXPECT_EQ( lamp->lumens().size(), 0u );
    EXPECT_EQ( lamp->steps, Log( { "guest ann" } ) );
    EXPECT_EQ( log, Log() );
@@ -220,10 +220,10 @@ TEST_F( EntityTest, WrongNamesAndArgumentsSayWhatWouldBeRight )
       "dim: argument 2 (slowly) 'maybe' is not true or false" );
    const auto stranger = Vormel::make<Mlag::Status>();
    EXPECT_EQ( errorOf( [ & ] { type.attribute( "watts" ).read( *stranger ); } ),
-      "'watts' is not of Mlag::Status but of another type" );
+      "'watts' is not an attribute or operation of Mlag::Status" );
    const Value two[] = { U64( 5 ), true };
    EXPECT_EQ( errorOf( [ & ] { type.operation( "dim" ).call( *stranger, two ); } ),
-      "'dim' is not of Mlag::Status but of another type" );
+      "'dim' is not an attribute or operation of Mlag::Status" );
 }
 
 } // namespace

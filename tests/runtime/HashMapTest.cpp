@@ -62,7 +62,7 @@ TEST( HashMapTest, OrderIsThatOfInsertionAndRemovalMovesTheLastIntoTheGap )
       map.insertOrAssign( key, map.empty() ? 0 : 1 );
    map.insertOrAssign( "a", 7 );
    EXPECT_EQ( text( map ), "d=0 a=7 c=1 b=1 " );
-   // The key lies in the entry that goes.
+   // The key is a reference into the entry that is removed.
    EXPECT_EQ( map.erase( map.entryAt( 0 ).key ), 0 );
    EXPECT_EQ( text( map ), "b=1 a=7 c=1 " );
    EXPECT_THROW( map.entryAt( 3 ), RangeError );

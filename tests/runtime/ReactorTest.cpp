@@ -70,7 +70,7 @@ TEST_F( ReactorTest, MarkedReactorsAndZombiesHearNothing )
    taken();
    watcher->hasNotificationActiveIs( true );
    watcher->zombieIs();
-   watcher->hasNotificationActiveIs( true ); // there is no way back
+   watcher->hasNotificationActiveIs( true ); // cannot be undone
    lamp->litIs( false );
    EXPECT_EQ( taken(), Log() );
    EXPECT_FALSE( lamp->hasSubscribers() );
@@ -83,7 +83,7 @@ TEST_F( ReactorTest, AHandlerMayDestroyItsOwnReactorAndOthers )
    other->hasNotificationActiveIs( true );
    watcher->also = [ this, &other ] {
       other = nullptr;
-      watcher = nullptr; // the closure goes with it: nothing after this line
+      watcher = nullptr; // destroys this closure, so nothing may follow
    };
    lamp->litIs( true );
    EXPECT_EQ( taken(), Log( { "lit changed old false", "destroyed", "destroyed" } ) );

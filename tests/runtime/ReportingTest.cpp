@@ -1,4 +1,4 @@
-// Formats, traces, system log messages and assertions: what the agent tells people.
+// Formats, traces, system log messages and assertions.
 #include "platform/runtime/Assert.h"
 #include "platform/runtime/Errors.h"
 #include "platform/runtime/Format.h"

@@ -50,7 +50,7 @@ TEST_F( CriticTest, ActionsAreRewrittenUnderTheFieldLock )
    manager->getEntry( 0, id, "one", {} );
    EXPECT_EQ( lockField( 0 ), ok );
    {
-      // Within the section each call has its hook, and nobody holds the activity lock.
+      // Within the section each call has its hook, and the activity lock is not held.
       const Vormel::UnlockAnchor anchor( Vormel::activityLock() );
       EXPECT_EQ( call( &SdkShimInterface::fieldActionRemoveAll, 0, id ), ok );
       EXPECT_EQ( call( &SdkShimInterface::fieldActionPortsAdd, 0, id,
@@ -109,7 +109,7 @@ TEST_F( CriticTest, WhatIsWrittenBackWasReadRightBefore )
    write( 0, 10 );
    call( &SdkShimInterface::ingMiscConfigRead, 4, &word );
    call( &SdkShimInterface::ingMiscConfigWrite, 4, word );
-   // That the read was refused is no reason to leave it out.
+   // A refused read still counts as a read.
    hardware.faults().inject( { .call = "bcm_vlan_control_vlan_get", .code = SdkCode::Unavail } );
    EXPECT_EQ( read(), code( SdkCode::Unavail ) );
    write( 0, 10 );

@@ -69,7 +69,7 @@ TEST_F( EntryManagerTest, AClaimThatMayTakeTheNextIdGetsTheSameOneEachTime )
 
    manager->getEntry( 0, base + 4, "first", key );
    EXPECT_EQ( manager->getEntry( 0, base + 4, "third", key ), 0u );
-   EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "held under another name" ) ) );
+   EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "claimed under another name" ) ) );
    EXPECT_EQ( manager->getEntry( 4, base + 5, "third", {} ), base + 5 ) << "a unit of its own";
    EXPECT_EQ( manager->getEntry( 0, base + tcamL3EntryIds, "beyond", {} ), 0u );
    EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "outside the manager's range" ) ) );

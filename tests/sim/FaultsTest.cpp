@@ -80,7 +80,8 @@ TEST_F( FaultsTest, WhatCannotStrikeIsRefused )
    EXPECT_THAT(
       refusal( { .call = "installEntry", .callNumber = 1 } ), HasSubstr( "no call number" ) );
    EXPECT_THAT( refusal( { .call = "getEntry", .nth = 0 } ), HasSubstr( "counted from 1" ) );
-   EXPECT_THAT( refusal( { .call = "getEntry", .code = SdkCode::None } ), HasSubstr( "no error" ) );
+   EXPECT_THAT(
+      refusal( { .call = "getEntry", .code = SdkCode::None } ), HasSubstr( "not an error" ) );
    EXPECT_EQ( sdkCode( "not-found" ), SdkCode::NotFound );
    EXPECT_EQ( sdkCode( "BCM_E_UNAVAIL" ), sdkCode( "-16" ) );
    EXPECT_THROW( sdkCode( "BCM_E_UNAVAILABLE_" ), Vormel::ValueError );

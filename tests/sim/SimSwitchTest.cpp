@@ -73,7 +73,7 @@ TEST_F( SimSwitchTest, TracesAndLogMessagesStandInTheTranscript )
 {
    static Vormel::TraceHandle trace( "SimSwitchTest" );
    static Vormel::SyslogHandle message( "SIM_TEST", Vormel::Severity::warning, "port %d", "", "" );
-   VORMEL_TRACE_AS( trace, 0, "nobody", "off" );
+   VORMEL_TRACE_AS( trace, 0, "function", "off" );
    trace.levelIs( 2 );
    VORMEL_TRACE_AS( trace, 2, "init", "init, enable: " << true );
    Vormel::logMessage( message, 7 );
@@ -121,7 +121,7 @@ TEST( SimSwitchMaking, RefusesWhatMakesNoSense )
    };
    EXPECT_THAT( refusal( { .profile = "hsdc" } ), HasSubstr( "did you mean 'hsdk'?" ) );
    EXPECT_THAT( refusal( { .units = unitNumbers( 65 ) } ), HasSubstr( "1 to 64 units, not 65" ) );
-   EXPECT_THAT( refusal( { .units = { 3, 3 } } ), HasSubstr( "number of its own" ) );
+   EXPECT_THAT( refusal( { .units = { 3, 3 } } ), HasSubstr( "unit numbers must be unique" ) );
    EXPECT_THAT( refusal( { .ports = 0 } ), HasSubstr( "1 to 256 ports, not 0" ) );
    EXPECT_THAT(
       refusal( { .capabilities = { { "usesHsdc", true } } } ), HasSubstr( "'usesHsdk'" ) );

@@ -1,5 +1,5 @@
-// Scenarios that nobody would write: pieces of the shipped ones, shuffled and bent. Whatever they say, the
-// command ends with one of its own exit statuses.
+// Random scenarios: pieces of the shipped ones, shuffled and changed. For each, the command ends with one of its own exit
+// statuses.
 #include <gtest/gtest.h>
 
 #include <algorithm>

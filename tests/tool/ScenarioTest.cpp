@@ -212,7 +212,7 @@ TEST( Scenario, OnAForeignProfileExpectationsAreNotJudged )
    const Outcome outcome = run( text, { "--profile", "register" } );
    EXPECT_EQ( outcome.status, 0 );
    EXPECT_THAT( outcome.out, HasSubstr( "This is register in place of hsdk" ) );
-   EXPECT_THAT( outcome.out, HasSubstr( "Line 6 is passed over: " ) );
+   EXPECT_THAT( outcome.out, HasSubstr( "Line 6 is skipped: " ) );
    EXPECT_THAT( outcome.out, HasSubstr( "reached" ) );
    EXPECT_THAT( outcome.out, HasSubstr( "0 expectations held, 2 not judged" ) );
    EXPECT_THAT(

@@ -73,28 +73,29 @@ TEST( Shell, TheCaretStandsUnderTheCulprit )
 {
    const std::string start = "switch hsdk ports 8\ninterface Ethernet1-8 unit 0 port 1\nvlan 10\n";
    const std::string frames = "tests/packet/frames/frames.pcap";
-   for( const auto& [ line, column ] :
-      std::map<std::string, std::string>{
-         { "switch hsdk units 65 ports 4", "19: a switch has 1 to 64 units" },
-         { "switch hsdk ports 300 units 2", "19: a unit has 1 to 256 ports" },
-         { "unit 0 port 9 down", "13: the front-panel ports of unit 0 are 1 to 8, not 9" },
-         { "interface Ethernet9 unit 0 port 9 routed", "33: the front-panel ports" },
-         { "interface Port-Channel1 unit 0 port 9", "11: Port-Channel1 has no port" },
-         { "interface Ethernet9 unit 0 port 8 logical 1023", "43: logical port numbers are 1" },
-         { "lag Port-Channel1 Ethernet1 Ethernet9 routed", "29: there is no Ethernet9" },
-         { "vlan 10 members Ethernet1 tagged Ethernet2 mtu 9", "27: what is tagged must be" },
-         { "no mac 02:00:00:00:00:05 vlan 10", "8: 02:00:00:00:00:05 is not known" },
-         { "packet in port 99 unit 0 ipv4", "16: unit 0 has no port 99; it has 0-8,258-259" },
-         { "packet in Ethernet1 ipv4 ttl 3 dst 10.0.0.1 ttl 4", "45: 'ttl' is given twice" },
-         { "packet in Ethernet1 pcap no/such.pcap frame 3", "26: cannot read 'no/such.pcap'" },
-         { "packet in Ethernet1 pcap " + frames + " frame 0", "64: frames count from 1" },
-         { "packet in Ethernet1 pcap " + frames + " frame 99",
-            "64: '" + frames + "' has no frame" },
-         { "pcap " + frames + " in Ethernet1 frames 77-99",
-            "58: '" + frames + "' has no frame 77" },
-         { "vlan 10 members Ethernet1 cpu", "27: port 0 of unit 0 (CPU) is no front-panel port" },
-         { "vlan 10 tagged loopback", "16: port 258 of unit 0 (loopback) is no front-panel port" },
-      } )
+   for( const auto& [ line, column ] : std::map<std::string, std::string>{
+           { "switch hsdk units 65 ports 4", "19: a switch has 1 to 64 units" },
+           { "switch hsdk ports 300 units 2", "19: a unit has 1 to 256 ports" },
+           { "unit 0 port 9 down", "13: the front-panel ports of unit 0 are 1 to 8, not 9" },
+           { "interface Ethernet9 unit 0 port 9 routed", "33: the front-panel ports" },
+           { "interface Port-Channel1 unit 0 port 9", "11: Port-Channel1 cannot have a port" },
+           { "interface Ethernet9 unit 0 port 8 logical 1023", "43: logical port numbers are 1" },
+           { "lag Port-Channel1 Ethernet1 Ethernet9 routed", "29: there is no Ethernet9" },
+           { "vlan 10 members Ethernet1 tagged Ethernet2 mtu 9", "27: a tagged port must be" },
+           { "no mac 02:00:00:00:00:05 vlan 10", "8: 02:00:00:00:00:05 is not known" },
+           { "packet in port 99 unit 0 ipv4", "16: unit 0 has no port 99; it has 0-8,258-259" },
+           { "packet in Ethernet1 ipv4 ttl 3 dst 10.0.0.1 ttl 4", "45: 'ttl' is given twice" },
+           { "packet in Ethernet1 pcap no/such.pcap frame 3", "26: cannot read 'no/such.pcap'" },
+           { "packet in Ethernet1 pcap " + frames + " frame 0", "64: frames count from 1" },
+           { "packet in Ethernet1 pcap " + frames + " frame 99",
+              "64: '" + frames + "' has no frame" },
+           { "pcap " + frames + " in Ethernet1 frames 77-99",
+              "58: '" + frames + "' has no frame 77" },
+           { "vlan 10 members Ethernet1 cpu",
+              "27: port 0 of unit 0 (CPU) is not a front-panel port" },
+           { "vlan 10 tagged loopback",
+              "16: port 258 of unit 0 (loopback) is not a front-panel port" },
+        } )
       EXPECT_THAT(
          runLine( { "shell", "--quiet" }, start + line ).err, HasSubstr( "shell:4:" + column ) )
          << line;
@@ -148,7 +149,8 @@ TEST( Shell, CapturesHoldWhatHasLeftAndPipesKeepNobodyWaiting )
    EXPECT_THAT( withRoomFor( 10 ).err, HasSubstr( "shell:5:19: cannot write '" + file ) );
    const Outcome full = withRoomFor( 40 );
    EXPECT_EQ( full.status, 2 );
-   EXPECT_THAT( full.err, HasSubstr( "shell:6:1: the capture ends, for '" + file + "' cannot" ) );
+   EXPECT_THAT(
+      full.err, HasSubstr( "shell:6:1: the capture ends, because '" + file + "' cannot" ) );
    EXPECT_THAT( full.err, Not( HasSubstr( "shell:7" ) ) );
 }
 
@@ -167,7 +169,7 @@ TEST( Shell, EverythingThatIsShownCanBeHadAsJson )
    }
    EXPECT_GT( shown, 10u );
    EXPECT_THAT( runLine( { "shell" }, "switch hsdk --json" ).err,
-      HasSubstr( "shell:1:13: only what is shown can be had as JSON" ) );
+      HasSubstr( "shell:1:13: only commands that show something take --json" ) );
 }
 
 TEST( Completion, KnowsCommandsAndWhatTheyAskFor )

@@ -31,7 +31,7 @@ std::vector<std::unique_ptr<Subcommand>> allSubcommands()
    return all;
 }
 
-/// Whether the first word is a subcommand, or an option; says so when it is not.
+/// Whether the first word is a subcommand or an option; writes an error if it is not.
 bool startsWell(
    int argc, const char* const* argv, const std::vector<CLI::App*>& declared, std::ostream& err )
 {

@@ -6,7 +6,7 @@
 
 namespace Strata::Tool {
 
-/// Returns the exit status. What the agent writes to standard error by itself goes there, not to `err`.
+/// Returns the exit status. The agent's own lines go to the process's standard error, not to `err`.
 int runCommandLine( int argc, const char* const* argv, Terminal& terminal );
 
 } // namespace Strata::Tool

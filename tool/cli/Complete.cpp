@@ -1,4 +1,4 @@
-// strata-l3 complete: what can stand next on a command line. The shell's completion asks it.
+// strata-l3 complete: the words that can follow on a command line. The completion of bash calls it.
 #include "platform/runtime/Trace.h"
 #include "tool/cli/Subcommand.h"
 
@@ -14,7 +14,7 @@ namespace {
 
 using Strings = std::vector<std::string>;
 
-/// The members of an option's set, from how its check describes itself: "{auto,always,never}".
+/// The members of an option's set, from the description of its check: "{auto,always,never}".
 Strings membersOfCheck( CLI::Option& option )
 {
    std::string text;
@@ -80,7 +80,7 @@ class Complete : public Subcommand
    {
       app_ = &app;
       CLI::App* const complete =
-         app.add_subcommand( "complete", "List what can stand in place of the last word" );
+         app.add_subcommand( "complete", "List the words that can replace the last word" );
       complete->add_option( "words", words_, "The words of the line, after '--'" );
       complete->group( "" );
       return complete;
@@ -88,7 +88,7 @@ class Complete : public Subcommand
 
    ExitStatus run( Terminal& terminal ) override
    {
-      // A shell may take "--color=auto" for three words.
+      // A shell may pass "--color=auto" as three words.
       if( !words_.empty() && words_.back() == "=" )
          words_.back().clear();
       std::erase( words_, "=" );

@@ -28,7 +28,8 @@ void ConsoleOptions::declare( CLI::App& subcommand )
    subcommand.add_option( "--trace", traces_, "Set trace levels, as in ApiStrata=4" )
       ->type_name( "HANDLE=LEVEL" )
       ->allow_extra_args( false );
-   subcommand.add_flag( "--quiet", config_.quiet, "Show only what was asked for, and what fails" );
+   subcommand.add_flag( "--quiet", config_.quiet,
+      "Show only the output of show and explain, and failed expectations" );
    subcommand.add_option( "--color", colour_, "When to use colours: auto, always or never" )
       ->check( CLI::IsMember( { "auto", "always", "never" } ) );
 }
@@ -37,8 +38,8 @@ ConsoleConfig ConsoleOptions::config( const Terminal& terminal, const std::strin
 {
    std::error_code none;
    if( std::filesystem::equivalent( scenario, config_.transcriptFile, none ) )
-      throw std::runtime_error( "the transcript would take the place of the scenario '" + scenario +
-                                "'; give it another name" );
+      throw std::runtime_error(
+         "the transcript would overwrite the scenario '" + scenario + "'; give it another name" );
    ConsoleConfig config = config_;
    config.colour = colour_ == "always" || ( colour_ == "auto" && terminal.showsColours );
    return config;

@@ -1,4 +1,4 @@
-// The options of subcommands that drive a session: what it writes, where to, and what it traces.
+// The options of subcommands with a session: output, files and traces.
 #pragma once
 
 #include "tool/Console.h"
@@ -15,7 +15,7 @@ class TraceHandle;
 
 namespace Strata::Tool {
 
-/// Trace levels are the process's; whoever sets some leaves them as they were.
+/// Restores the trace levels, which belong to the process, at the end of its lifetime.
 class TraceLevels
 {
  public:
@@ -33,9 +33,9 @@ class ConsoleOptions
  public:
    void declare( CLI::App& subcommand );
 
-   /// After the command line was read.
+   /// Requires: the command line has been parsed.
    ConsoleConfig config( const Terminal& terminal, const std::string& scenario ) const;
-   /// ValueError for a handle that does not exist, or no level.
+   /// ValueError for a handle or level that does not exist.
    void setTraceLevels() const;
 
  private:

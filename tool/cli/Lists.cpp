@@ -1,4 +1,4 @@
-// strata-l3 profiles, attributes, operations, commands, messages: what there is, as a table or as JSON.
+// strata-l3 profiles, attributes, operations, commands, messages: lists, as a table or as JSON.
 #include "platform/runtime/Syslog.h"
 #include "sim/ChipProfile.h"
 #include "tool/Catalogue.h"
@@ -80,7 +80,9 @@ class ListSubcommand : public Subcommand
          std::vector<std::string> objects;
          for( const NamedType& type : namedTypes() )
             objects.emplace_back( type.object );
-         list->add_option( "object", object_, "Whose attributes, the helper's unless given" )
+         list
+            ->add_option(
+               "object", object_, "The object whose attributes are listed; the helper by default" )
             ->check( CLI::IsMember( objects ) );
       }
       return list;

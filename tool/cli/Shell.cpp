@@ -1,4 +1,4 @@
-// strata-l3 shell: the commands of scenarios, typed by hand.
+// strata-l3 shell: the commands of scenarios from the keyboard.
 #include "platform/runtime/Activity.h"
 #include "tool/Catalogue.h"
 #include "tool/DeathWatch.h"
@@ -69,7 +69,7 @@ class Shell : public Subcommand
          } );
    }
 
-   // A line that cannot be run is reported, and the next one read.
+   // A line that cannot be run is reported; then the next one is read.
    void converse( Session& session, LineReader& reader )
    {
       for( U32 number = 1;; ++number ) {

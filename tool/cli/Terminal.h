@@ -1,4 +1,4 @@
-// Where a subcommand reads from and writes to, and how.
+// The streams of a subcommand.
 #pragma once
 
 #include <iosfwd>
@@ -11,7 +11,7 @@ struct Terminal
    std::ostream& out;
    std::ostream& err;
    bool showsColours = false;
-   bool typed = false; // somebody sits there, and what is read comes by hand
+   bool typed = false; // the input is a terminal
 };
 
 } // namespace Strata::Tool

@@ -1,5 +1,5 @@
 // The chips' VLANs, IPv4 options profiles, controls of ports and hits of entries, and the agent's software port
-// table. A poke changes a VLAN behind the slice's back.
+// table. A poke changes a VLAN without the slice.
 #include "platform/types/IntfId.h"
 #include "platform/types/PortBitmap.h"
 #include "tool/ByUnit.h"
@@ -111,7 +111,7 @@ void showVlans( Session& session )
          { { "VLAN", Align::right }, { "Members" }, { "Untagged" }, { "Routing flags" } }, rows ) );
 }
 
-/// What is expected of a VLAN, and how to look at it.
+/// An expected property of a VLAN, and the function that reads it.
 struct VlanProperty
 {
    std::string name;
@@ -226,8 +226,7 @@ std::vector<Command> chipCommands()
          "raise the hits of an entry, as packets would", raiseHits },
       { "show vlans", "", "VLANs: ports and flags", parseNone<showVlans> },
       { "show options-profiles", "", "IPv4 options profiles", parseNone<showOptionsProfiles> },
-      { "show port-table", "", "what the agent's software port table holds",
-         parseNone<showPortTable> },
+      { "show port-table", "", "the agent's software port table", parseNone<showPortTable> },
       { "expect vlan",
          "ID [unit N] FLAG set|clear, ID [unit N] other-flags VALUE, ID [unit N] members|untagged "
          "NUMBERS",

@@ -36,7 +36,7 @@ std::string membersText( const Agent& agent, const AttributePath& path )
    return text.empty() ? std::string( absent ) : text;
 }
 
-/// Takes a value that the attribute could have, in the attribute's own spelling; objects go by their names.
+/// Takes a value that the attribute could have, in the attribute's own spelling; objects are written by their names.
 std::string takeExpected( const Agent& agent, Words& words, const AttributePath& path )
 {
    const bool collection = !path.attribute->info().keyType.empty();

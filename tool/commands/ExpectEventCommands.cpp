@@ -1,4 +1,4 @@
-// Expectations about what happened since the last mark, and about commands that must fail.
+// Expectations about events since the last mark, and about commands that must fail.
 #include "platform/runtime/Snapshot.h"
 #include "platform/sdk/SdkRoles.h"
 #include "tool/ChildProcess.h"
@@ -173,7 +173,7 @@ Act expectOrder( const Session&, Words& words )
    return [ texts ]( Session& live ) { checkOrder( live, texts ); };
 }
 
-/// Takes the name alone, so that a slip in it is not taken for the failure that is expected.
+/// Takes only the name, so that a slip in it does not count as the expected failure.
 const Command& takeInnerCommand( Words& words )
 {
    if( words.done() )
@@ -196,7 +196,7 @@ std::vector<std::string> splitLines( const std::string& text )
    return lines;
 }
 
-/// How a child says that the command could not be run: column, width, problem.
+/// The child's report that the command could not be run: column, width, problem.
 constexpr char inputErrorForm = 'I';
 
 void runInChannel( Session& session, const Act& act, ChildChannel& channel )
@@ -254,12 +254,12 @@ void runInCopy( Session& session, const Line& command, const Act& act, const std
 
 Act expectDead( const Session& session, Words& words )
 {
-   const std::string text = words.take( "a part of what the agent says when it dies" ).text;
+   const std::string text = words.take( "a part of the agent's last lines" ).text;
    return [ text, act = takeInnerCommand( words ).act( session, words ), &words ](
              Session& live ) { runInCopy( live, words.line(), act, text ); };
 }
 
-/// What the act is refused with, if it is.
+/// The error with which the act is refused, if it is.
 std::optional<std::string> refusalOf( const std::function<void()>& work )
 {
    try {
@@ -294,8 +294,8 @@ std::vector<Command> expectEventCommands()
       { "expect no calls", "", "no hardware call was made since the last mark", expectNoCalls,
          false, false },
       { "expect notification", "[OBJECT.]ATTRIBUTE[KEY] [OLD -> NEW] [times N|none]",
-         "a change was published since the last mark; - stands for no value", expectNotification,
-         false },
+         "a change was published since the last mark; - means that there is no value",
+         expectNotification, false },
       { "expect trace", "[with] TEXT|is TEXT [times N|none]",
          "a trace that contains or is the text was written since the last mark", expectTrace, false,
          false },
@@ -306,7 +306,7 @@ std::vector<Command> expectEventCommands()
          "since the last mark, records with these texts first came in this order", expectOrder,
          false },
       { "expect dead", "TEXT COMMAND...",
-         "the command, run in a copy of the process, aborts and says this", expectDead },
+         "the command, run in a copy of the process, aborts with this text", expectDead },
       { "expect error", "TEXT COMMAND...", "the command is refused with this error", expectError,
          true, false },
    };

@@ -1,4 +1,4 @@
-// Faults: the codes that hardware calls are to return.
+// Faults: codes that hardware calls return instead of having an effect.
 #include "sim/Faults.h"
 #include "tool/Command.h"
 #include "tool/Session.h"
@@ -63,8 +63,8 @@ std::vector<Command> faultCommands()
 {
    return {
       { "fault", "CALL|any [nth N] [unit N] [code CODE] [always], call-number N [code CODE]",
-         "let a hardware call fail", inject },
-      { "no fault", "", "forget all faults", parseNone<clear> },
+         "make a hardware call fail", inject },
+      { "no fault", "", "remove all faults", parseNone<clear> },
    };
 }
 

@@ -1,4 +1,4 @@
-// The chips' my-station memory. Pokes change it behind the slice's back.
+// The chips' my-station memory. Pokes change it without the slice.
 #include "platform/types/EthAddr.h"
 #include "sim/MyStationTable.h"
 #include "tool/ByUnit.h"

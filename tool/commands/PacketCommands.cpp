@@ -1,4 +1,4 @@
-// Packets: sending and explaining them, what is expected of the last one, and files of what leaves.
+// Packets: sending and explaining them, expectations about the last one, and captures to files.
 #include "platform/runtime/Errors.h"
 #include "tool/ByUnit.h"
 #include "tool/Command.h"
@@ -44,7 +44,7 @@ Act explainPacket( const Session& session, Words& words )
    };
 }
 
-/// Reports once that a file could not be written; the packets were sent all the same.
+/// Reports once that a file could not be written; the packets were nevertheless sent.
 void checkCaptures( PacketDesk& desk, const Words& words )
 {
    if( const std::string problem = desk.takeProblem(); !problem.empty() )
@@ -90,7 +90,7 @@ std::pair<U32, U32> takeFrameNumbers( Words& words )
    return { *first, *last };
 }
 
-/// What became of the frames of a file, one row each or one for those that fared alike.
+/// The outcomes of the frames of a file: one row each, or one row for all with the same outcome.
 class CaptureTable
 {
  public:
@@ -110,7 +110,7 @@ class CaptureTable
       for( const Outcome& outcome : outcomes_ )
          for( const U32 frame : outcome.frames )
             rows.emplace( frame, &outcome.text );
-      Table table( { { "Frame", Align::right }, { "What became of it" } } );
+      Table table( { { "Frame", Align::right }, { "Outcome" } } );
       for( const auto& [ frame, text ] : rows )
          table.row( { std::to_string( frame ), *text } );
       return table;
@@ -131,7 +131,7 @@ class CaptureTable
       std::vector<U32> frames; // ascending
    };
 
-   /// All of a few, else where to look.
+   /// All frames if there are few, otherwise their range.
    static std::string framesText( const std::vector<U32>& frames )
    {
       constexpr std::size_t longest = 24;
@@ -146,7 +146,7 @@ class CaptureTable
    U32 count_ = 0;
 };
 
-/// That the capture has cut the frame. Frames of a summary fare alike, however much of each there is.
+/// Says that the capture has cut the frame, in a summary without the lengths.
 std::string cutText( const CapturedFrame& captured, bool summary )
 {
    const std::size_t held = captured.bytes.size();
@@ -157,7 +157,7 @@ std::string cutText( const CapturedFrame& captured, bool summary )
                        std::to_string( captured.length ) + " bytes";
 }
 
-/// Sends a frame of a file and says what became of it. A frame that cannot be sent does not end the others.
+/// Sends a frame of a file and notes its outcome. A frame that cannot be sent does not stop the others.
 std::string sendCaptured(
    PacketDesk& desk, const Entrance& entrance, const CapturedFrame& captured )
 {
@@ -171,7 +171,7 @@ std::string sendCaptured(
    }
 }
 
-/// Frames of a file that come in. The words are those of the line.
+/// Frames of a file to send. The words are those of the line.
 struct CaptureWords
 {
    const Word* file;
@@ -182,7 +182,7 @@ struct CaptureWords
    bool summary = false;
 };
 
-/// A fault in the file ends it; the frames that were sent until then are listed all the same.
+/// An error in the file ends the command; the frames sent until then are nevertheless listed.
 void replay( Session& session, const Words& words, const CaptureWords& asked )
 {
    const std::string& file = asked.file->text;
@@ -235,7 +235,7 @@ Act sendCapture( const Session& session, Words& words )
       else
          break;
    }
-   if( session.packets().isWriting( asked.file->text ) ) // it might never end
+   if( session.packets().isWriting( asked.file->text ) ) // reading a file that grows might not end
       words.failAt( *asked.file,
          "'" + asked.file->text + "' is being written; 'no capture' closes all files" );
    return [ asked, &words ]( Session& live ) { replay( live, words, asked ); };
@@ -253,7 +253,7 @@ Act capture( const Session& session, Words& words )
                                   " is being captured already; 'no capture' closes all files" );
    const std::string file = words.take( "a file's name", "FILE" ).text;
    if( file == "-" )
-      words.fail( "'-' is no file here; write ./- for a file of that name" );
+      words.fail( "'-' is not a file here; write ./- for a file of that name" );
    return [ = ]( Session& live ) {
       if( cpu )
          live.packets().captureCpu( port.unit, file );
@@ -387,12 +387,12 @@ bool hasWon( Sim::SimSwitch& hardware, const Sim::Verdict& verdict, const EntryC
 Act expectWinner( const Session& session, Words& words )
 {
    needPacket( session, words );
-   // "none" alone is of all groups.
+   // "none" without a range means all ranges.
    const Word* const behind = words.peek( 1 );
    const bool ofGroup = behind && behind->text == "none";
-   const std::string group = ofGroup ? words.take( "an entry group" ).text : std::string();
+   const std::string group = ofGroup ? words.take( "a range of entries" ).text : std::string();
    if( ofGroup && !session.agent().hardware().tcamManager( group ) )
-      words.fail( "there is no entry group '" + group + "'" );
+      words.fail( "there is no range '" + group + "'" );
    if( words.accept( "none" ) )
       return [ group ]( Session& live ) {
          const std::string winners = winnersText( live.packets().last()->verdict, group );
@@ -412,13 +412,13 @@ Act expectWinner( const Session& session, Words& words )
 std::vector<Command> packetCommands()
 {
    return {
-      { "packet", "[-v] in PORT FRAME", "a packet comes in", sendPacket },
-      { "explain", "[-v] in PORT FRAME", "what would become of a packet, and why; moves nothing",
+      { "packet", "[-v] in PORT FRAME", "send a packet into a port", sendPacket },
+      { "explain", "[-v] in PORT FRAME", "explain the outcome of a packet; changes nothing",
          explainPacket },
       { "pcap", "FILE in PORT [frames A-B] [summary]",
          "the frames of a file come in, and what became of each, or of those that fared alike",
          sendCapture },
-      { "capture", "PORT|cpu [unit N] FILE", "write what leaves there to a pcap file", capture },
+      { "capture", "PORT|cpu [unit N] FILE", "write departing packets to a pcap file", capture },
       { "no capture", "", "close the files", parseNone<captureEnd> },
       { "expect departs", "PORTS|none [with TEXT]",
          "the last packet leaves on just these ports, with TEXT in it", expectDeparts, false },
@@ -427,7 +427,7 @@ std::vector<Command> packetCommands()
       { "expect dropped", "[TEXT]",
          "the last packet leaves on no port, for this reason; the CPU may have a copy",
          expectDropped, false },
-      { "expect passes", "N", "the last packet goes through chips as often", expectPasses, false },
+      { "expect passes", "N", "the last packet makes this number of passes", expectPasses, false },
       { "expect winner", "[GROUP] ENTRY|none", "the entry acts on the last packet", expectWinner,
          false },
    };

@@ -1,4 +1,4 @@
-// What moves a run along: the clock, traces, notes and marks.
+// Control of a run: bring-up, the clock, traces, notes and marks.
 #include "platform/runtime/Trace.h"
 #include "tool/Command.h"
 #include "tool/Session.h"
@@ -96,11 +96,10 @@ std::vector<Command> runCommands()
       { "reactors start", "[without INPUT]...",
          "make the reactors; those from before are dropped first", start },
       { "reactors stop", "", "drop the reactors; the hardware stays as it is", parseNone<stop> },
-      { "advance", "DURATION", "move the clock; timers run when they are due", advance },
+      { "advance", "DURATION", "advance the clock; timers run when they are due", advance },
       { "trace", "HANDLE=LEVEL...", "set trace levels: 0 to 9, or off", trace, true, false },
-      { "note", "TEXT", "say something to the reader", note, false, false },
-      { "mark", "", "start a new window for what is expected and shown", parseNone<mark>, true,
-         false },
+      { "note", "TEXT", "a remark for the reader", note, false, false },
+      { "mark", "", "start a new window for expectations and show", parseNone<mark>, true, false },
       { "quiet", "", "leave calls, notifications and traces out of the text until 'loud'",
          parseNone<quiet>, true, false },
       { "loud", "", "show calls, notifications and traces again", parseNone<loud>, true, false },

@@ -1,4 +1,4 @@
-// Looking: tables of what the chips hold, of what the agent knows, and of what happened.
+// Tables of the state of chips and agent, and of events.
 #include "platform/runtime/Entity.h"
 #include "platform/runtime/Snapshot.h"
 #include "platform/sdk/ObservedShim.h"
@@ -18,7 +18,7 @@ namespace Strata::Tool {
 
 namespace {
 
-/// Parses a text that what is shown must have, or nothing.
+/// Parses an optional text by which the output is filtered.
 template<void ( *show )( Session& session, const std::string& filter )>
 Act parseFilter( const Session&, Words& words )
 {
@@ -26,7 +26,7 @@ Act parseFilter( const Session&, Words& words )
              Session& live ) { show( live, filter ); };
 }
 
-/// Tells what is left out.
+/// The number of rows that are left out.
 std::string titleWith( const std::string& title, const std::string& filter )
 {
    return filter.empty() ? title : title + ", only '" + filter + "'";
@@ -147,7 +147,7 @@ void showNotifications( Session& session, const std::string& filter )
    session.console().table( titleWith( "Notifications since the last mark", filter ), table );
 }
 
-/// Times differ from run to run: what is shown here is for looking, not for comparing.
+/// Times differ from run to run, so scenarios must not compare this output.
 void showTimes( Session& session )
 {
    const ObservedShim& shim = session.agent().hardware().observedShim();
@@ -210,7 +210,7 @@ void showLags( Session& session )
    session.console().table( "LAGs, and the ports of members as unit/port/logical port", table );
 }
 
-/// The bitmap that floods of routed packets go to, beside what the entries hold of it.
+/// The bitmap of floods of routed packets, and its copies in the entries.
 void showFlood( Session& session )
 {
    Agent& agent = session.agent();
@@ -225,12 +225,12 @@ void showFlood( Session& session )
    Table table = unitTable( { { "Where" }, { "Ports" } }, rows );
    if( agent.hardware().units().size() > 1 )
       table.row( { "followed by", std::to_string( agent.hardware().units().front() ),
-         "the entries of the first unit alone; those of the others stay as they were made" } );
+         "the entries of the first unit alone; those of other units stay as they were made" } );
    table.row( { "the helper's bitmap", "-", helper.vlanFloodPbmp().toString() } );
    std::string kept;
    for( const auto& routed : helper.routedPortsAndRoutedLagMember() )
       kept += ( kept.empty() ? "" : ", " ) + routed.key.toString();
-   table.row( { "kept out, for they are routed", "-", kept.empty() ? "none" : kept } );
+   table.row( { "kept out, because they are routed", "-", kept.empty() ? "none" : kept } );
    session.console().table( "Floods of routed packets", table );
 }
 
@@ -255,7 +255,7 @@ void showDrops( Session& session )
          id == 0 ? "none" : std::to_string( id ) + ", " + std::to_string( id + 1 ),
          std::to_string( counter.value ), id == 0 ? "-" : hits } );
    }
-   session.console().table( "Unknown-MAC drops, as last polled and now", table );
+   session.console().table( "Unknown-MAC drops, at the last poll and now", table );
 }
 
 void showUnits( Session& session )
@@ -278,8 +278,8 @@ void showUnits( Session& session )
                     std::to_string( group.room() );
       const StrataUnit* const known = hardware.scsd()->units().find( unit );
       std::string text = "ports: " + ports + "\nentries: " + entries;
-      text += chip.trapsTtlExceptions() ? "\ntraps TTL exceptions by itself" : "";
-      text += known && known->hasIpOptionsProfile ? "\nkeeps an IPv4 options profile" : "";
+      text += chip.trapsTtlExceptions() ? "\ntraps TTL exceptions itself" : "";
+      text += known && known->hasIpOptionsProfile ? "\nhas an IPv4 options profile" : "";
       rows.add( unit, { chip.profile().name, text } );
    }
    session.console().table( "Units", unitTable( { { "Chip" }, { "Has" } }, rows ) );
@@ -321,21 +321,21 @@ std::vector<Command> showCommands()
       { "show entries", "[NAME|GROUP|ID]", "Field Processor entries: state, qualifiers, actions",
          parseFilter<showEntries> },
       { "show attributes", "[OBJECT] [changed]",
-         "attributes of the helper or another object, or those that are not as they were made",
+         "attributes of the helper or another object, or only those that differ from their initial values",
          showAttributes },
       { "show controls", "[TEXT]", "controls that were written", parseFilter<showControls> },
       { "show registers", "[TEXT]", "registers, with their fields", parseFilter<showRegisters> },
-      { "show calls", "[TEXT]", "how often each hardware call was made since the last mark",
+      { "show calls", "[TEXT]", "number of calls of each hardware call since the last mark",
          parseFilter<showCalls> },
       { "show notifications", "[TEXT]",
-         "how often each attribute's changes were published since the last mark",
+         "number of published changes of each attribute since the last mark",
          parseFilter<showNotifications> },
-      { "show times", "", "SDK calls by name: how often, how long", parseNone<showTimes> },
-      { "show snapshot", "[OBJECT]", "everything that the helper or another object holds, as JSON",
+      { "show times", "", "number and duration of SDK calls by name", parseNone<showTimes> },
+      { "show snapshot", "[OBJECT]", "all attributes of the helper or another object, as JSON",
          showSnapshot },
       { "show interfaces", "", "interfaces, their ports and LAGs", parseNone<showInterfaces> },
       { "show lags", "", "LAGs and their members", parseNone<showLags> },
-      { "show flood", "", "where floods of routed packets go", parseNone<showFlood> },
+      { "show flood", "", "ports that floods of routed packets reach", parseNone<showFlood> },
       { "show drops", "", "unknown-MAC drops by traffic class", parseNone<showDrops> },
       { "show units", "", "units, their ports and the room for entries", parseNone<showUnits> },
       { "show objects", "", "objects that can be named", parseNone<showObjects> },

@@ -1,4 +1,4 @@
-// Looking at the tables that packets are forwarded by, and at what packets have moved.
+// Tables that packets are forwarded by, and counters.
 #include "platform/runtime/Format.h"
 #include "tool/Command.h"
 #include "tool/Session.h"
@@ -114,7 +114,7 @@ void showForwarding( Session& session )
       table.row( { "stp " + engine.portName( place.first ),
          Vormel::enumText( state ) +
             ( place.second == 0 ? "" : " in VLAN " + std::to_string( place.second ) ) } );
-   session.console().table( "What packets are forwarded by", table );
+   session.console().table( "Forwarding tables", table );
 }
 
 void showCounters( Session& session )
@@ -142,7 +142,7 @@ std::vector<Command> showTableCommands()
       { "show macs", "", "the MAC table", parseNone<showMacs> },
       { "show routes", "", "routes and their next hops", parseNone<showRoutes> },
       { "show forwarding", "",
-         "VLAN properties, tunnels, steering rules, labels, multicast, spanning tree",
+         "VLAN properties, tunnels, policy-routing rules, labels, multicast, spanning tree",
          parseNone<showForwarding> },
       { "show counters", "", "packets in and out of ports, to the CPU, and dropped",
          parseNone<showCounters> },

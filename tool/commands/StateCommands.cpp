@@ -14,7 +14,7 @@ namespace {
 
 using Vormel::Value;
 
-/// Objects go by their names, everything else by its text form.
+/// The names of objects, the text form of all other values.
 Value takeValue( const Session& session, Words& words, const AttributePath& path )
 {
    words.offerAlternatives( path.attribute->expected() );

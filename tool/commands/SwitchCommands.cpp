@@ -83,8 +83,8 @@ Act unitProperty( const Session& session, Words& words )
       std::vector<std::string_view> names;
       for( const Sim::FieldGroup& group : session.agent().hardware().chip( unit ).groups() )
          names.push_back( group.profile().name );
-      const std::string_view name = words.choose( "an entry group", names );
-      const U32 room = words.value<U32>( "how many entries the hardware has room for" );
+      const std::string_view name = words.choose( "a range of entries", names );
+      const U32 room = words.value<U32>( "the number of entries that fit into the hardware" );
       return [ = ]( Session& live ) {
          live.agent().hardware().chip( unit ).group( name )->roomIs( room );
       };
@@ -123,7 +123,7 @@ std::optional<ForwardingModel> takeModel( Words& words )
 /// The first of `count` consecutive numbers.
 U32 takeLogicalPorts( Words& words, U32 count )
 {
-   // The number assumed for an interface without one stays free.
+   // The number that is assumed for an interface without one stays free.
    constexpr U32 last = PortBitmap::size - 2;
    const U32 first = words.value<U32>( "a logical port number" );
    if( first < 1 || first > last || count - 1 > last - first )
@@ -136,7 +136,7 @@ Act addInterfaces( const Session& session, Words& words )
    const Sim::SimSwitch& hardware = session.agent().hardware();
    const InterfaceRange range = takeInterfaces( words );
    if( !range.first.isEthernet() )
-      words.fail( range.first.toString() + " has no port: only Ethernet interfaces have" );
+      words.fail( range.first.toString() + " cannot have a port: only Ethernet interfaces can" );
    words.expect( "unit" );
    const U32 unit = session.takeUnit( words );
    words.expect( "port" );
@@ -236,19 +236,19 @@ std::vector<Command> switchCommands()
       { "switch",
          "PROFILE [units N | units N,N,...] [ports N] [with CAPABILITY]... [without CAPABILITY]... "
          "[fabric true|false] [name NAME] [seed N]",
-         "make a switch and its agent, in place of the one before", makeSwitch, true, false },
+         "make a switch and its agent, and replace the previous one", makeSwitch, true, false },
       { "unit",
          "N traps-ttl-exceptions|ip-options-profile|higig-trunks-as-lag true|false, "
          "N room GROUP COUNT, N port PORT up|down",
          "change a property of one unit", unitProperty },
       { "interface", "INTERFACE[-LAST] unit N port N [logical N] [routed|bridged]",
          "put interfaces on consecutive ports", addInterfaces },
-      { "no interface", "INTERFACE[-LAST]", "take interfaces away", removeInterfaces },
-      { "lag", "LAG INTERFACE[-LAST]... [routed|bridged]", "make a LAG with just these members",
+      { "no interface", "INTERFACE[-LAST]", "remove interfaces", removeInterfaces },
+      { "lag", "LAG INTERFACE[-LAST]... [routed|bridged]", "make a LAG with exactly these members",
          makeLag },
       { "no lag", "LAG", "remove a LAG", removeLag },
       { "nexthop", "NAME [programmed] [l3-egress]",
-         "put a next-hop entity into its directory, in place of one of this name", putNexthop },
+         "put a next-hop entity into its directory; replaces one of the same name", putNexthop },
       { "no nexthop", "NAME", "take a next-hop entity out of its directory", removeNexthop },
    };
 }

@@ -1,4 +1,4 @@
-// The tables that other parts of an agent own: what packets are forwarded by.
+// The tables by which packets are forwarded, which other parts of an agent own.
 #include "platform/types/EthAddr.h"
 #include "tool/Command.h"
 #include "tool/Session.h"
@@ -50,20 +50,20 @@ std::vector<Sim::PortRef> takePortList(
    return ports;
 }
 
-/// The ports of a VLAN's front panel; the slice and the chip see to its internal ones.
+/// The front-panel ports of a VLAN; its internal ports are set by the slice and the chip.
 void checkFrontPanel(
    const Session& session, const Words& words, const std::vector<Sim::PortRef>& ports )
 {
    const Sim::Chips& chips = session.agent().hardware().chips();
    for( const Sim::PortRef port : ports )
       if( !chips.at( port.unit ).frontPanelPorts().contains( port.port ) )
-         words.fail( session.packets().engine().portName( port ) + " is no front-panel port" );
+         words.fail( session.packets().engine().portName( port ) + " is not a front-panel port" );
 }
 
 constexpr std::array<std::string_view, 10> vlanProperties{ "svi", "no-svi", "drop-routed", "vxlan",
    "no-vxlan", "l3-class", "urpf", "mtu", "members", "tagged" };
 
-/// What a line says of a VLAN.
+/// The properties of a VLAN in a line.
 struct VlanWords
 {
    std::vector<std::function<void( Sim::VlanProperties& )>> properties;
@@ -156,7 +156,7 @@ Act makeVlan( const Session& session, Words& words )
                                  : vlan != chip.vlans().end() ? vlan->second.members
                                                               : chip.frontPanelPorts();
       if( asked.tagged && !( portsOn( unit, *asked.tagged ) - members ).empty() )
-         words.failAt( *asked.taggedWord, "what is tagged must be a member of the VLAN" );
+         words.failAt( *asked.taggedWord, "a tagged port must be a member of the VLAN" );
    }
    return [ = ]( Session& live ) { setVlan( live, vlanId, asked ); };
 }
@@ -263,7 +263,7 @@ Act addTunnel( const Session& session, Words& words )
    const Word* const way = words.peek( 1 ); // behind "via"
    const Sim::NextHop underlay = takeNextHop( session, words );
    if( underlay.kind != Sim::NextHop::Kind::port )
-      words.failAt( *way, "a tunnel leads by a port" );
+      words.failAt( *way, "the next hop of a tunnel must be on a port" );
    return [ = ]( Session& live ) {
       live.packets().tables().tunnels[ name ] = { local, remote, underlay };
    };
@@ -299,9 +299,9 @@ Act addLabel( const Session& session, Words& words )
       words.fail( "labels 0 to 15 are reserved" );
    Sim::LabelRule rule;
    if( words.accept( "swap" ) ) {
-      rule.swap = takeLabel( words, "the label that takes its place" );
+      rule.swap = takeLabel( words, "the new label" );
       if( isReserved( *rule.swap ) && *rule.swap != 0 && *rule.swap != 2 )
-         words.fail( "labels 0 to 15 are reserved; of them 0 and 2 can take a label's place" );
+         words.fail( "labels 0 to 15 are reserved; of them, a swap accepts only 0 and 2" );
    } else {
       words.choose( "an action", std::array<std::string_view, 2>{ "pop", "swap" } );
    }
@@ -330,7 +330,7 @@ Act addMcastRoute( const Session&, Words& words )
 {
    const Sim::IpAddress address = takeAddress( words, "an IP multicast group" );
    if( !address.isMulticast() )
-      words.fail( address.toString() + " is no multicast address" );
+      words.fail( address.toString() + " is not a multicast address" );
    std::set<U16> into;
    while( !words.done() ) {
       words.expect( "vlan" );
@@ -349,23 +349,24 @@ std::vector<Command> tableCommands()
          "[urpf off|loose|strict] [mtu N] [members PORTS] [tagged PORTS]",
          "make a VLAN of all ports on every unit; set its properties", makeVlan },
       { "no vlan", "ID", "remove a VLAN", removeVlan },
-      { "native-vlan", "ID PORTS", "where untagged packets from these ports belong; else 1",
+      { "native-vlan", "ID PORTS", "the VLAN of untagged packets from these ports; 1 by default",
          setNativeVlan },
       { "mac", "MAC vlan ID PORT|LAG|tunnel NAME|group N", "configure a MAC address", addStation },
-      { "no mac", "MAC vlan ID|learned", "forget it, or all that were learned", removeStation },
+      { "no mac", "MAC vlan ID|learned", "remove one MAC address, or all that were learned",
+         removeStation },
       { "stp", "PORT forwarding|learning|blocking [vlan ID]", "spanning-tree state", setStp },
-      { "openflow", "PORTS", "packets from these ports are OpenFlow's", setOpenFlow },
+      { "openflow", "PORTS", "packets from these ports belong to OpenFlow", setOpenFlow },
       { "route", "PREFIX via NEXTHOP [class N]", "add a route", addRoute },
       { "no route", "PREFIX", "remove a route", removeRoute },
       { "tunnel", "NAME local ADDRESS remote ADDRESS via PORT|LAG mac MAC vlan ID",
          "make a VXLAN tunnel", addTunnel },
       { "pbr", "NAME [in PORT] [from PREFIX] [to PREFIX] via NEXTHOP",
-         "policy routing steers what fits; rules are tried by name", addSteering },
+         "add a policy-routing rule; rules are tried in order of their names", addSteering },
       { "no pbr", "NAME", "remove a rule", removeSteering },
       { "mpls", "LABEL swap LABEL|pop [via NEXTHOP]",
-         "switch by a label; of one that is popped, without a next hop, look up what is behind it",
+         "switch by a label; behind a label that is popped without a next hop, the packet is looked up",
          addLabel },
-      { "l2mcast", "GROUP [PORTS|tunnel NAME|cpu]...", "set who is in an L2 multicast group",
+      { "l2mcast", "GROUP [PORTS|tunnel NAME|cpu]...", "set the members of an L2 multicast group",
          setGroup },
       { "mroute", "ADDRESS [vlan ID]...", "route an IP multicast group into these VLANs",
          addMcastRoute },

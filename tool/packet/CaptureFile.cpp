@@ -83,7 +83,7 @@ std::string CaptureWriter::add( const Sim::Frame& frame, double seconds )
    if( put( &head, sizeof head ) && put( frame.bytes().data(), size ) &&
        std::fflush( file_.get() ) == 0 )
       return {};
-   return "the capture ends, for '" + name_ + "' cannot be written: " + std::strerror( errno );
+   return "the capture ends, because '" + name_ + "' cannot be written: " + std::strerror( errno );
 }
 
 bool CaptureWriter::writes( const std::string& file ) const
@@ -109,9 +109,10 @@ CaptureReader::CaptureReader( const std::string& file ) : name_( file )
       Source{ { pcap_fopen_offline( stream.get(), problem ), pcap_close } } );
    if( !source_->capture )
       throw ValueError( "cannot read '" + file + "': " + problem );
-   stream.release(); // goes with the capture
+   stream.release(); // the capture closes it
    if( const int link = pcap_datalink( source_->capture.get() ); link != DLT_EN10MB )
-      throw ValueError( format( "'%s' holds no Ethernet frames (link type %d)", file, link ) );
+      throw ValueError(
+         format( "'%s' does not contain Ethernet frames (link type %d)", file, link ) );
 }
 
 CaptureReader::~CaptureReader() = default;

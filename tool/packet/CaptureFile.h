@@ -12,17 +12,17 @@
 
 namespace Strata::Tool {
 
-/// A pcap file that is written frame by frame: what was captured is in the file, whatever ends the process.
+/// A pcap file that is written frame by frame, so that captured frames are in the file however the process ends.
 class CaptureWriter
 {
  public:
-   /// ValueError when the file cannot be written, or is a pipe, which could keep the session waiting.
+   /// ValueError when the file cannot be written, or is a pipe, for which the session could wait.
    explicit CaptureWriter( const std::string& file );
 
-   /// `seconds` of the clock. Why it could not be written, or nothing.
+   /// `seconds` of the clock. Returns why the frame could not be written, or an empty text.
    std::string add( const Sim::Frame& frame, double seconds );
 
-   /// Whether it is this file, by whatever name.
+   /// Whether it is this file, also under another name.
    bool writes( const std::string& file ) const;
 
  private:
@@ -32,13 +32,13 @@ class CaptureWriter
    std::unique_ptr<std::FILE, int ( * )( std::FILE* )> file_;
 };
 
-/// A frame as a file holds it.
+/// A frame of a file.
 struct CapturedFrame
 {
    Sim::Bytes bytes;
    U32 length; // on the wire, where the capture may have cut it
 
-   /// ValueError when it has no whole Ethernet header.
+   /// ValueError if it is shorter than an Ethernet header.
    Sim::Frame frame() const { return { bytes, length }; }
 };
 
@@ -46,15 +46,15 @@ struct CapturedFrame
 class CaptureReader
 {
  public:
-   /// ValueError when it cannot be read or is not a regular file, because reading a pipe takes its data away.
+   /// ValueError when it cannot be read or is not a regular file, because reading a pipe consumes its data.
    explicit CaptureReader( const std::string& file );
    ~CaptureReader();
    CaptureReader( const CaptureReader& ) = delete;
    CaptureReader& operator=( const CaptureReader& ) = delete;
 
-   /// None at the end. ValueError where the file is damaged.
+   /// None at the end. ValueError if the file is damaged.
    std::optional<CapturedFrame> next();
-   /// Of the frame that came last, 1 being the first.
+   /// The number of the frame that was read last; the first is 1.
    U32 number() const { return number_; }
 
  private:
@@ -65,7 +65,7 @@ class CaptureReader
    U32 number_ = 0;
 };
 
-/// A file has `count` frames, and not the one with this number.
+/// A file has only `count` frames, so none with this number.
 class NoSuchFrame : public Vormel::ValueError
 {
  public:

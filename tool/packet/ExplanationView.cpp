@@ -16,10 +16,10 @@ using Vormel::format;
 
 namespace {
 
-// How many misses of a range are shown, unless all are wanted.
+// The number of misses of a range that are shown, unless all are wanted.
 constexpr std::size_t mostNearMisses = 2;
 
-/// The change of an input that the call followed, if its command made one.
+/// The change of an input that led to the call, if its command made one.
 const Sim::Record* eventOf( const Sim::Transcript& transcript, const Sim::Cause& cause )
 {
    const auto& records = transcript.records();
@@ -56,7 +56,7 @@ std::string enableText( const Sim::Transcript& transcript, const EntryNote& entr
    return causeText( transcript, entry.enabled ? "enabled" : "disabled", entry.enableCause );
 }
 
-/// What is behind a winner, a line each.
+/// The causes of a winner, one line each.
 std::string causesText( const Sim::Transcript& transcript, const EntryNote& entry )
 {
    std::string text;
@@ -77,16 +77,17 @@ std::string missText( const Sim::Transcript& transcript, const EntryNote& entry 
    }
    if( !entry.why.empty() )
       return text + entry.why;
-   return text + format( "it wants %s, and the packet has %s", entry.wanted->text(), entry.had );
+   return text + format( "it needs %s, and the packet has %s", entry.wanted->text(), entry.had );
 }
 
-/// It misses by one thing only, and something fits.
+/// Whether only one qualifier (or the enable state) is missing, and at least one matches.
 bool isNear( const EntryNote& entry )
 {
    return entry.failed + ( entry.enabled ? 0 : 1 ) == 1 && entry.fitted > 0;
 }
 
-/// Those that nearly won: one qualifier failed, and of those asked most fitted.
+/// The entries that nearly won, the nearest first: those that are only disabled, then by the number of matching qualifiers
+/// and of the bits that these compare.
 std::vector<const EntryNote*> nearMisses( const Sim::RangeNote& range )
 {
    std::vector<const EntryNote*> near;
@@ -115,7 +116,7 @@ void addRange(
          add( format( "%d \"%s\" wins: %s", entry.id, entry.name, entry.rule ) +
               causesText( transcript, entry ) );
       else if( all && entry.failed == 0 && entry.enabled )
-         add( format( "%d \"%s\" fits, too, but comes later", entry.id, entry.name ) );
+         add( format( "%d \"%s\" also matches, but has a higher id", entry.id, entry.name ) );
       else if( all )
          add( missText( transcript, entry ) );
    }
@@ -130,7 +131,7 @@ void addRange(
 void addState(
    Table& table, const Sim::Transcript& transcript, const Sim::PassExplanation& about, bool all )
 {
-   std::vector<std::pair<std::string, std::string>> groups; // by whom, and what
+   std::vector<std::pair<std::string, std::string>> groups; // cause, and state
    for( const Sim::StateNote& note : about.state ) {
       if( note.cause.text.empty() && !all )
          continue;
@@ -151,8 +152,8 @@ void addState(
 
 void addOutcome( Table& table, Sim::PacketEngine& engine, const Sim::PassVerdict& pass )
 {
-   // Ports by which the same leaves stand together.
-   std::vector<std::pair<std::string, std::string>> leaving; // what, and by which ports
+   // Ports on which the same frame leaves are listed together.
+   std::vector<std::pair<std::string, std::string>> leaving; // frame, and ports
    for( const Sim::Departure& departure : pass.departures ) {
       const std::string what = ( departure.tunnel.empty() ? "" : ", tunnel " + departure.tunnel ) +
                                ": " + departure.frame.text();
@@ -172,7 +173,7 @@ void addOutcome( Table& table, Sim::PacketEngine& engine, const Sim::PassVerdict
       table.row( { "leaves", "on no port: " + pass.drop } );
 }
 
-/// What the qualifier asks for, in its own terms.
+/// The value that the qualifier matches, in JSON fields of its kind.
 void addWanted( ordered_json& row, const Sim::FieldQualifier& wanted )
 {
    row[ "field" ] = Vormel::enumName( wanted.role );
@@ -244,7 +245,7 @@ ordered_json outcomeJson( Sim::PacketEngine& engine, const Sim::PassVerdict& pas
 Table explanationTable( Sim::PacketEngine& engine, const Sim::Verdict& verdict,
    const Sim::Explanation& explanation, bool all )
 {
-   Table table( { { "Stage" }, { "What it found" } } );
+   Table table( { { "Stage" }, { "Result" } } );
    for( std::size_t i = 0; i < verdict.passes.size(); ++i ) {
       const Sim::PassExplanation& about = explanation.passes[ i ];
       if( verdict.passes.size() > 1 )

@@ -1,4 +1,4 @@
-// Why a packet fares as it does, for people and for programs.
+// The explanation of a packet's verdict, as tables and as JSON.
 #pragma once
 
 #include "sim/packet/PacketEngine.h"
@@ -8,12 +8,12 @@
 
 namespace Strata::Tool {
 
-/// For people. `all`: every entry that was looked at; else the winners and the entries that missed by one
+/// As tables. `all`: every entry that was looked up; otherwise the winners and the entries that missed by one
 /// qualifier.
 Table explanationTable( Sim::PacketEngine& engine, const Sim::Verdict& verdict,
    const Sim::Explanation& explanation, bool all );
 
-/// For programs: always everything.
+/// As JSON, always complete.
 nlohmann::ordered_json explanationJson(
    Sim::PacketEngine& engine, const Sim::Verdict& verdict, const Sim::Explanation& explanation );
 

@@ -1,4 +1,4 @@
-// Frames as people write them: layers from the outside in, built by libtins.
+// Frames from words: layers from the outside in, built by libtins.
 #include "platform/runtime/Errors.h"
 #include "platform/types/EthAddr.h"
 #include "tool/Session.h"
@@ -105,7 +105,7 @@ class FrameBuilder
 
    void takeLink( std::vector<Sim::VlanTag>& tags )
    {
-      // Of the tag that was named last; of one of priority alone until it is.
+      // The priority of the last tag; before there is one, that of a priority tag.
       const auto tag = [ & ]() -> Sim::VlanTag& {
          return tags.empty() ? tags.emplace_back() : tags.back();
       };
@@ -273,7 +273,7 @@ class FrameBuilder
          transport( ip );
    }
 
-   /// UDP unless something else is said.
+   /// UDP by default.
    template<class Ip>
    void transport( const Ip& ip )
    {
@@ -339,7 +339,7 @@ class FrameBuilder
       if( length < now || length > longestFrame )
          words_.fail( "this frame can be " + std::to_string( now ) + " to " +
                       std::to_string( longestFrame ) + " bytes long" );
-      // The trailer of a short frame goes when there is more to carry.
+      // The trailer of a short frame is removed when the payload grows.
       const U32 carried = length - ( now - frame_.trailer_size() );
       frame_ /= Tins::RawPDU( Bytes( carried, 0 ) );
    }

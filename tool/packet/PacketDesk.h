@@ -1,4 +1,4 @@
-// Packets of a session: the engine that forwards them, the last one, and who writes them to files.
+// The packets of a session: the engine that forwards them, the last one, and the captures to files.
 #pragma once
 
 #include "platform/runtime/Clock.h"
@@ -21,7 +21,7 @@ struct LastPacket
 class PacketDesk
 {
  public:
-   /// What is captured has the clock's times.
+   /// Captured frames have the times of the clock.
    PacketDesk( Sim::SimSwitch& hardware, const Vormel::Clock& clock );
    PacketDesk( const PacketDesk& ) = delete;
    PacketDesk& operator=( const PacketDesk& ) = delete;
@@ -31,20 +31,20 @@ class PacketDesk
    Sim::ForwardingTables& tables() { return engine_.tables(); }
    const Sim::ForwardingTables& tables() const { return engine_.tables(); }
 
-   /// The last packet that was sent or explained; null when there was none.
+   /// The last packet that was sent or explained; null if there was none.
    const LastPacket* last() const { return last_ ? &*last_ : nullptr; }
    void lastIs( LastPacket last ) { last_.emplace( std::move( last ) ); }
 
    bool captures( Sim::PortRef port ) const { return ports_.contains( port ); }
    bool capturesCpu( U32 unit ) const { return cpus_.contains( unit ); }
-   /// Writes what leaves by the port from now on, or goes to the unit's CPU, to a pcap file, in place of an earlier
-   /// one. ValueError when the file cannot be written, or is in use.
+   /// Writes frames that leave on the port from now on, or go to the unit's CPU, to a pcap file, which replaces an
+   /// earlier one of the port. ValueError when the file cannot be written, or is in use.
    void capturePort( Sim::PortRef port, const std::string& file );
    void captureCpu( U32 unit, const std::string& file );
    /// Closes all files.
    void captureEnd();
    bool isWriting( const std::string& file ) const;
-   /// What could not be written since the last call; such a file is closed. Empty when everything was.
+   /// The write errors since the last call; files with an error are closed. Empty if there was none.
    std::string takeProblem();
 
  private:

@@ -43,7 +43,7 @@ std::span<const std::string_view> portWords()
    return words;
 }
 
-/// The port of an interface that must have one.
+/// The port of an interface. InputError if it has none.
 static PortRef portOf( const Session& session, const Words& words, IntfId intf )
 {
    const Sim::SimSwitch& hardware = session.agent().hardware();
@@ -75,10 +75,10 @@ PortRef takePort( const Session& session, Words& words )
       return takeNumberedPort( session, words );
    const auto intf = IntfId::parse( text );
    if( !intf || intf->empty() )
-      words.fail( "'" + text + "' is no port; write an interface such as Ethernet1, or one of " +
+      words.fail( "'" + text + "' is not a port; write an interface such as Ethernet1, or one of " +
                   joined( portWords() ) );
    if( intf->isPortChannel() )
-      words.fail( text + " is a LAG; packets come in and leave by one of its ports" );
+      words.fail( text + " is a LAG; write one of its ports" );
    return portOf( session, words, *intf );
 }
 

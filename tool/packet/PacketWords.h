@@ -1,4 +1,4 @@
-// Packets, ports and next hops as people write them.
+// Takes packets, ports and next hops from the words of a line.
 #pragma once
 
 #include "sim/packet/PacketEngine.h"
@@ -13,13 +13,13 @@ namespace Strata::Tool {
 
 class Session;
 
-/// What a port can be called, other than by its interface.
+/// The names of ports, other than interfaces.
 std::span<const std::string_view> portWords();
 
 /// Takes an interface by its name, or `port N`, `cpu`, `loopback`, `recirculation` with `[unit N]`.
 Sim::PortRef takePort( const Session& session, Words& words );
 
-/// Takes a word of a list of ports: a port, or `Ethernet1-4`, or a LAG, which stands for all of its ports.
+/// Takes a word of a list of ports: a port, or `Ethernet1-4`, or a LAG, which means all of its ports.
 std::vector<Sim::PortRef> takePorts( const Session& session, Words& words );
 
 /// Takes `via PORT mac MAC vlan ID`, `via cpu`, `via flood mac MAC vlan ID` or
@@ -34,11 +34,11 @@ U32 takeVni( Words& words );
 /// An MPLS label, 20 bits.
 U32 takeLabel( Words& words, std::string_view what );
 
-/// Takes a port, or a LAG, which stands for its first member with a port: what is forwarded there leaves
-/// by the first member that may send.
+/// Takes a port, or a LAG, which means its first member with a port: frames that are forwarded there leave
+/// on the first member that may send.
 Sim::PortRef takePortOrLag( const Session& session, Words& words );
 
-/// Where packets come in.
+/// The place where packets come in.
 struct Entrance
 {
    Sim::PortRef port;
@@ -51,7 +51,7 @@ Entrance takeEntrance( const Session& session, Words& words );
 /// Takes an entrance, then the frame.
 Sim::Arrival takeArrival( const Session& session, Words& words );
 
-/// ValueError for a frame that is longer than ports take.
+/// ValueError for a frame that is longer than ports accept.
 Sim::Frame checkedFrame( Sim::Frame frame );
 
 /// Takes a frame: its layers from the outside in, or `hex BYTES`, or `pcap FILE [frame N]`.

@@ -39,7 +39,7 @@ void addObjects( const Session& session, Candidates& candidates )
    addInterfaces( session, candidates );
 }
 
-/// Before the dot the objects, and the helper's attributes, which need none; behind it the object's.
+/// Before the dot: objects, and the helper's attributes, which need no object. Behind it: the object's attributes.
 void addAttributes( const Session& session, std::string_view word, Candidates& candidates )
 {
    const std::size_t dot = word.find( '.' );
@@ -72,7 +72,7 @@ void addEntries( const Session& session, Candidates& candidates )
 
 struct Placeholder
 {
-   std::string_view name; // as Words::take() is told
+   std::string_view name; // as given to Words::take()
    std::function<void( const Session&, std::string_view word, Candidates& )> add;
 };
 
@@ -113,7 +113,7 @@ const std::vector<Placeholder>& placeholders()
    return all;
 }
 
-/// What the command itself would take behind its words.
+/// The words that the command would accept behind its present words.
 Candidates offersOf( const Session& session, const Line& line )
 {
    Candidates offers;
@@ -130,7 +130,7 @@ Candidates offersOf( const Session& session, const Line& line )
    return offers;
 }
 
-/// Kinds of words become the words of that kind.
+/// Replaces kinds of words by the words of that kind.
 void addOffers(
    const Session& session, const Candidates& offers, std::string_view word, Candidates& candidates )
 {

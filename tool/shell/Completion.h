@@ -1,4 +1,4 @@
-// What can be typed next: the commands, and what their syntax asks for, from what there is at the moment.
+// The words that can be typed next: commands, and the words of their syntax, from the present state.
 #pragma once
 
 #include <string>
@@ -9,8 +9,7 @@ namespace Strata::Tool {
 
 class Session;
 
-/// Whole words that can stand in place of the last one of the line (an empty one when it ends with a blank), in
-/// order.
+/// Whole words that can replace the last one of the line (an empty one if it ends with a blank), in order.
 std::vector<std::string> completions( const Session& session, std::string_view line );
 
 } // namespace Strata::Tool

@@ -27,7 +27,7 @@ namespace {
 
 constexpr int historyLines = 1000;
 
-// The editor calls back without a context.
+// The editor's callbacks have no context argument, hence the globals.
 Completer theCompleter;
 std::vector<std::string> candidates;
 
@@ -41,21 +41,21 @@ char** complete( const char* word, int /*start*/, int end )
 {
    candidates = theCompleter( std::string_view( rl_line_buffer, static_cast<std::size_t>( end ) ) );
    rl_attempted_completion_over = 1; // no file names
-   // A path or a level goes on behind its dot or sign.
+   // Without a blank after a completed path or level, which continues behind its dot or sign.
    const bool goesOn = candidates.size() == 1 &&
                        ( candidates[ 0 ].ends_with( '.' ) || candidates[ 0 ].ends_with( '=' ) );
    rl_completion_append_character = goesOn ? '\0' : ' ';
    return candidates.empty() ? nullptr : rl_completion_matches( word, nextCandidate );
 }
 
-/// While a line is typed, Ctrl-C drops the line and not the switch.
+/// While a line is typed, Ctrl-C discards the line and does not end the process.
 class InterruptWatch
 {
  public:
    InterruptWatch()
    {
       interrupted_ = 0;
-      struct sigaction action = {}; // without SA_RESTART: the reading is to end
+      struct sigaction action = {}; // without SA_RESTART, so that the signal ends the reading
       action.sa_handler = []( int ) { interrupted_ = 1; };
       ::sigaction( SIGINT, &action, &before_ );
    }
@@ -91,7 +91,7 @@ TerminalReader::TerminalReader( std::string prompt, Completer completer )
      historyFile_( historyPath() )
 {
    theCompleter = std::move( completer );
-   std::setlocale( LC_CTYPE, "" ); // what is typed may be UTF-8
+   std::setlocale( LC_CTYPE, "" ); // the input may be UTF-8
    rl_readline_name = "strata-l3";
    rl_attempted_completion_function = complete;
    static char wordBreaks[] = " \t";

@@ -1,4 +1,4 @@
-// Lines from whoever types: with editing, history and completion on a terminal, plainly from anything else.
+// Reads lines: with editing, history and completion from a terminal, without them from other inputs.
 #pragma once
 
 #include <functional>
@@ -9,14 +9,14 @@
 
 namespace Strata::Tool {
 
-/// What can stand where the last word of a line begins, whole words that start with what is there.
+/// The whole words that can replace the last word of a line and start with it.
 using Completer = std::function<std::vector<std::string>( std::string_view line )>;
 
 class LineReader
 {
  public:
    virtual ~LineReader();
-   /// Nothing at the end of the input.
+   /// Returns nothing at the end of the input.
    virtual std::optional<std::string> next() = 0;
 };
 
@@ -31,7 +31,7 @@ class StreamReader : public LineReader
    std::istream& in_;
 };
 
-/// From the terminal. The history is kept in a file from one time to the next. One per process.
+/// From the terminal. The history is kept in a file between sessions. One per process.
 class TerminalReader : public LineReader
 {
  public:
@@ -44,7 +44,7 @@ class TerminalReader : public LineReader
 
  private:
    std::string prompt_;
-   std::string historyFile_; // empty when there is no place for one
+   std::string historyFile_; // empty if there is no directory for it
 };
 
 } // namespace Strata::Tool
