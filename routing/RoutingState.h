@@ -17,7 +17,8 @@ struct RoutingState
 
    bool operator==( const RoutingState& ) const = default;
 
-   /// Parses a list such as "ip4,ip6,mcast" of the kinds that are on, or "off". Nothing for any other text.
+   /// Parses a list such as "ip4,ip6,mcast" of the kinds that are on; "off" or an empty text for none.
+   /// Nothing for any other text.
    VORMEL_EXPORT static std::optional<RoutingState> parse( std::string_view text );
    static constexpr std::string_view valueSyntax = "a list such as ip4,ip6,mcast, or off";
 };

@@ -113,9 +113,9 @@ class Chip
    bool fieldLocked = false;
    std::vector<FieldGroup>& groups() { return groups_; }
    const std::vector<FieldGroup>& groups() const { return groups_; }
-   /// Null if there is no such group.
+   /// Null if there is no such range.
    FieldGroup* group( std::string_view name );
-   /// The group whose range contains the id, or null.
+   /// The range that contains the id, or null.
    FieldGroup* groupOf( U32 entryId );
    /// Whether a claim of the entry failed without an error of the caller; for entry 0, whether any claim on the
    /// unit did.

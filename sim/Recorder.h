@@ -20,8 +20,8 @@ class Recorder
    Recorder( const Recorder& ) = delete;
    Recorder& operator=( const Recorder& ) = delete;
 
-   /// Holds a reference to the entity until forget(). The name stands before the attribute's; empty
-   /// for the type's name without namespaces. An entity that is recorded already keeps its place.
+   /// Holds a reference to the entity until forget(). The name precedes the attribute's; if empty, it is
+   /// the type's name without namespaces. An entity that is recorded already keeps its name.
    void record( const Ref<const Entity>& entity, const std::string& name = {} );
    void forget( const Entity& entity ) { watchers_.erase( &entity ); }
 

@@ -1,4 +1,4 @@
-// Tables with a row for each role of a group. A row names its role, so the order of the rows means nothing.
+// Tables with a row for each role of a kind. A row names its role, so the order of the rows is irrelevant.
 #pragma once
 
 #include "platform/sdk/SdkRoles.h"

@@ -82,8 +82,7 @@ class SimSwitch
    Chip& chip( U32 unit );
    const Chip& chip( U32 unit ) const;
 
-   // The entry managers by group name ("main", "ttl-check", ...); null when the profile has no such
-   // group.
+   // The entry managers by the name of their range ("main", "ttl-check", ...); null if the profile has no such range.
    Ref<SimTcamEntryManager> tcamManager( std::string_view group = "main" ) const;
    const std::vector<Ref<SimTcamEntryManager>>& tcamManagers() const { return tcamManagers_; }
    const Ref<SimTcamGroupManager>& tcamGroupManager() const { return tcamGroupManager_; }

@@ -83,7 +83,7 @@ class VORMEL_EXPORT Timer
    double nextTime_ = never;
    Clock* clock_ = nullptr;
    U64 slot_ = 0;   // its index in the clock's array
-   U64 serial_ = 0; // order of construction
+   U64 serial_ = 0; // order of arrival at the clock
 };
 
 /// A clock that advances only when told to. It starts at 0.

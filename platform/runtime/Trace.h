@@ -119,7 +119,7 @@ VORMEL_EXPORT void traceEnd(
 
 } // namespace Vormel
 
-/// Declares a handle that another source file defines, and tells the compiler that it lies in the
+/// Declares a handle that another source file defines, and marks it as being in the
 /// same shared object: the test of a level is then three instructions, without a fourth to find
 /// the handle.
 #define VORMEL_DECLARE_TRACE( name ) \

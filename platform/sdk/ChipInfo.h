@@ -25,7 +25,7 @@ struct ChipInfo
    CAPABILITY( noNextHopToCpuEntry, "delivers packets for a CPU next hop without an entry" ) \
    CAPABILITY( lbPortAvailable, "every unit has an internal loopback port" ) \
    CAPABILITY( lbViaRecircOnly, "the loopback port serves recirculation only, not flooding" ) \
-   CAPABILITY( cpuControlMMpls, "MPLS exceptions are steered by the CPU control register" ) \
+   CAPABILITY( cpuControlMMpls, "MPLS exceptions are controlled by the CPU control register" ) \
    CAPABILITY( l3IntfUrpfControl, "has the control that enables uRPF per L3 interface" ) \
    CAPABILITY( igmpReservedMcastControl, "has the control for IGMP on reserved multicast" ) \
    CAPABILITY( \

@@ -135,7 +135,7 @@ TEST_F( CriticTest, EntriesAreInstalledWithAnActionAndEveryQualifier )
    EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "the entry has no action" ),
                                HasSubstr( "the entry has no qualifier" ) ) );
 
-   // This chip knows no HiGig, and the slice can know that.
+   // This chip has no HiGig qualifier, which its attributes say.
    addAction( 0, id, FieldAction::Drop );
    EXPECT_EQ( call( &SdkShimInterface::fieldQualifyHiGig, 0, id, U8{ 0 }, U8{ 1 } ),
       code( SdkCode::Unavail ) );
