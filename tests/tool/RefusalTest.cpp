@@ -1,0 +1,145 @@
+// Every command, refused behind every word. The lines come from what the parsers themselves offer, so
+// a new command is tried without a row here.
+#include "platform/runtime/Activity.h"
+#include "platform/runtime/Trace.h"
+#include "tool/Command.h"
+#include "tool/Session.h"
+#include "tool/shell/Completion.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <set>
+#include <sstream>
+
+namespace Strata::Tool {
+namespace {
+
+class Refusals : public testing::Test
+{
+ protected:
+   void run( const std::string& text )
+   {
+      std::istringstream lines( text );
+      for( std::string line; std::getline( lines, line ); )
+         session_.run( splitLine( "test", 1, line ) );
+   }
+
+   /// Behind `before`, down to where nothing more fits: the line stops early, or goes on with a word
+   /// that fits nothing.
+   void walk( const std::string& before, std::size_t depth = 0 )
+   {
+      refuse( before );
+      refuse( before + " %" );
+      std::size_t taken = 0;
+      for( const std::string& word : candidates( before ) )
+         if( taken < widths[ std::min( depth, widths.size() - 1 ) ] && depth < deepest &&
+             takes( before + " " + word ) ) {
+            ++taken;
+            walk( before + " " + word, depth + 1 );
+         }
+   }
+
+   /// What the session shows, and what it holds that nothing shows.
+   std::string state()
+   {
+      out_.str( {} );
+      for( const Command& command : commands() )
+         if( command.name.starts_with( "show " ) )
+            run( std::string( command.name ) + " --json" );
+      for( const std::string& name : session_.agent().objectNames() )
+         run( "show snapshot " + name );
+      std::ostringstream text;
+      text << out_.str();
+      const Sim::SimSwitch& hardware = std::as_const( session_ ).agent().hardware();
+      for( const auto& [ unit, chip ] : hardware.chips() ) {
+         text << chip.activePorts().toString() << chip.resolvesHigigTrunksAsLag;
+         for( const auto& [ id, vlan ] : chip.vlans() )
+            text << ' ' << vlan.otherFlags;
+         for( const Sim::FieldGroup& group : chip.groups() )
+            for( const auto& [ id, entry ] : group.entries() )
+               text << ' ' << entry.hits;
+      }
+      for( const Vormel::TraceHandle* const handle : Vormel::traceHandles() )
+         text << ' ' << handle->levels();
+      text << session_.agent().hardware().transcript().lastNumber()
+           << session_.agent().clock().now() << session_.counts().expectations
+           << session_.packets().engine().summary( session_.packets().last()->verdict );
+      return text.str();
+   }
+
+   U32 refused_ = 0;
+
+ private:
+   static constexpr std::array<std::size_t, 4> widths{ 500, 3, 2, 1 }; // words tried, by depth
+   static constexpr std::size_t deepest = 12;
+
+   /// What is offered, and words of the kinds that cannot be.
+   std::vector<std::string> candidates( const std::string& before ) const
+   {
+      std::vector<std::string> words = completions( session_, before + " " );
+      for( const char* const word :
+         { "1", "100", "true", "5s", "02:00:00:00:00:05", "10.1.0.0/16", "10.1.0.1", "239.1.1.1",
+            "Ethernet1", "Port-Channel1", "T", "0-4", "word", "ApiStrata=4" } )
+         words.emplace_back( word );
+      return words;
+   }
+
+   /// Parses the line, which may go on. False where a word does not fit.
+   bool takes( const std::string& text ) const
+   {
+      std::set<std::string> offers;
+      const Line line = splitLine( "test", 1, text );
+      Words words( line );
+      words.offersTo( offers );
+      try {
+         takeCommand( words ).act( session_, words );
+         return true;
+      } catch( const InputError& error ) {
+         return error.column() > text.size();
+      }
+   }
+
+   /// Runs the line if it is refused; one that is not is parsed alone.
+   void refuse( const std::string& text )
+   {
+      const Line line = splitLine( "test", 1, text );
+      try {
+         Words words( line );
+         takeCommand( words ).act( session_, words );
+      } catch( const InputError& ) {
+         ++refused_;
+         EXPECT_THROW( session_.run( line ), InputError ) << text;
+      }
+   }
+
+   Vormel::LockAnchor lock_{ Vormel::activityLock() };
+   std::ostringstream out_;
+   Console console_{ out_, out_, { false, true, true, false, {} } }; // quiet: tables alone
+   Session session_{ console_ };
+};
+
+TEST_F( Refusals, ChangeNothing )
+{
+   run( "switch hsdk units 2 ports 8\nbring-up\ninterface Ethernet1-8 unit 0 port 1 routed\n"
+        "lag Port-Channel1 Ethernet5-6\nvlan 10 svi members Ethernet1-4\nnexthop word programmed\n"
+        "tunnel T local 192.0.2.1 remote 192.0.2.2 via Ethernet1 mac 00:00:00:00:08:08 vlan 10\n"
+        "pbr word via cpu\nroute 10.1.0.0/16 via cpu\nmac 02:00:00:00:00:05 vlan 10 Ethernet1\n"
+        "fault getEntry nth 9\nset routerMacAddr 02:00:00:00:00:07\nmark\n"
+        "packet in Ethernet1 ipv4" );
+   const std::string before = state();
+   for( const Command& command : commands() ) {
+      const U32 refusedBefore = refused_;
+      walk( std::string( command.name ) );
+      EXPECT_GT( refused_, refusedBefore ) << command.name;
+      const std::string after = state();
+      const auto differs = std::ranges::mismatch( before, after ).in1;
+      ASSERT_TRUE( after == before )
+         << command.name << " acts before its line is parsed; the state differs at '"
+         << std::string( differs, before.end() ).substr( 0, 80 ) << "'";
+   }
+}
+
+} // namespace
+} // namespace Strata::Tool
