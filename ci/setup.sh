@@ -36,7 +36,7 @@ ci='
 git git
 clang clang++
 clang-format clang-format
-clang-tidy clang-tidy
+clang-tidy-19 clang-tidy-19
 binutils strings
 util-linux setarch
 g++-aarch64-linux-gnu aarch64-linux-gnu-g++

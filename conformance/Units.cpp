@@ -1,7 +1,6 @@
 // The agent's units and entry ranges.
 #include "conformance/Checks.h"
 
-#include <algorithm>
 
 namespace Strata::Conformance {
 

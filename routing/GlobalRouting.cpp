@@ -3,7 +3,6 @@
 #include "platform/runtime/Assert.h"
 #include "routing/RoutingStatusHelper.h"
 #include "routing/tcam/CheckedCall.h"
-#include "routing/tcam/TcamEntry.h"
 
 #include <cstdlib>
 

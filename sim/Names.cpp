@@ -1,6 +1,5 @@
 #include "sim/Names.h"
 
-#include "platform/runtime/Entity.h"
 #include "platform/runtime/EntityType.h"
 
 namespace Strata::Sim {

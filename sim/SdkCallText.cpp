@@ -20,13 +20,13 @@ std::string_view SdkCallText::nextName()
    return name;
 }
 
-void SdkCallText::addNumber( std::string_view name, RecordField field, std::string text )
+void SdkCallText::addNumber( std::string_view name, RecordField field, const std::string& text )
 {
    fields_.push_back( std::move( field ) );
    arguments_ += ( arguments_.empty() ? "" : ", " ) + std::string( name ) + " " + text;
 }
 
-void SdkCallText::addText( std::string_view name, std::string text )
+void SdkCallText::addText( std::string_view name, const std::string& text )
 {
    addNumber( name, RecordField( name, text ), text );
 }
@@ -102,7 +102,7 @@ void SdkCallText::add( std::string_view name, U32 value )
        operation_ == SdkOperation::ingMiscConfigWrite )
       register_ = Register::IngMiscConfig;
    if( auto text = nameOfNumber( name, value ) )
-      return addText( name, std::move( *text ) );
+      return addText( name, *text );
    if( name == "value" && register_ )
       return addNumber( name, RecordField( name, value ), registerText( *register_, value ) );
    const bool bits = name.ends_with( "mask" ) || name.ends_with( "Mask" ) ||
@@ -120,7 +120,7 @@ void SdkCallText::add( std::string_view name, U64 value )
 void SdkCallText::add( std::string_view name, int value )
 {
    if( auto text = nameOfNumber( name, value ) )
-      return addText( name, std::move( *text ) );
+      return addText( name, *text );
    addNumber( name, RecordField( name, value ), std::to_string( value ) );
 }
 

@@ -51,8 +51,8 @@ class SdkCallText
       else
          addText( name, "null" );
    }
-   void addText( std::string_view name, std::string text );
-   void addNumber( std::string_view name, RecordField field, std::string text );
+   void addText( std::string_view name, const std::string& text );
+   void addNumber( std::string_view name, RecordField field, const std::string& text );
    std::optional<std::string> nameOfNumber( std::string_view argument, S64 number );
 
    const SdkNumbers& numbers_;

@@ -18,7 +18,7 @@ Ref<EthIntfStatus> SimSwitch::intfStatus( IntfId intf )
 {
    if( Ref<EthIntfStatus> known = ethIntfStatusDir_->intfStatus( intf ) )
       return known;
-   const auto status = Vormel::make<EthIntfStatus>( intf );
+   Ref<EthIntfStatus> status = Vormel::make<EthIntfStatus>( intf );
    status->forwardingModelIs( ForwardingModel::bridged );
    if( sinks_ )
       recorder_.record( status, intf.toString() );

@@ -259,6 +259,7 @@ static constexpr std::array objects{
 std::vector<std::string_view> SimSwitch::objectNames()
 {
    std::vector<std::string_view> names;
+   names.reserve( std::size( objects ) );
    for( const ObjectName& known : objects )
       names.push_back( known.name );
    return names;

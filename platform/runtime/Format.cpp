@@ -2,7 +2,6 @@
 
 #include "platform/runtime/Errors.h"
 
-#include <algorithm>
 #include <charconv>
 #include <string_view>
 

@@ -3,7 +3,6 @@
 #include "platform/runtime/Errors.h"
 #include "platform/runtime/Registries.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <utility>

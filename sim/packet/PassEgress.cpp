@@ -37,7 +37,8 @@ void Pass::egress()
    copyToCpu();
    std::string lastRefusal;
    for( const auto& [ reason, names ] : refusals ) {
-      lastRefusal = names + ": " + reason;
+      lastRefusal = names;
+      lastRefusal.append( ": " ).append( reason );
       note( "egress", [ & ] { return lastRefusal; } );
    }
    noteUnreached();

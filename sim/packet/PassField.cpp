@@ -3,7 +3,6 @@
 #include "platform/state/StrataCommon.h"
 #include "sim/packet/Pass.h"
 
-#include <algorithm>
 #include <bit>
 
 namespace Strata::Sim {

@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <ostream>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 namespace Strata::Tool {

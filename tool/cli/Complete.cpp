@@ -2,7 +2,6 @@
 #include "platform/runtime/Trace.h"
 #include "tool/cli/Subcommand.h"
 
-#include <algorithm>
 #include <ostream>
 #include <sstream>
 #include <string>

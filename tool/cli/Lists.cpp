@@ -3,7 +3,6 @@
 #include "sim/ChipProfile.h"
 #include "tool/Catalogue.h"
 #include "tool/Command.h"
-#include "tool/Console.h"
 #include "tool/cli/Subcommand.h"
 
 #include <algorithm>

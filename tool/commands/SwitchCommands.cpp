@@ -1,5 +1,4 @@
 // Describing the switch: its chips, units, ports, interfaces, LAGs and VLANs.
-#include "platform/runtime/Errors.h"
 #include "platform/types/IntfId.h"
 #include "sim/ChipProfile.h"
 #include "tool/Command.h"

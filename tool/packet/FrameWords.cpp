@@ -20,7 +20,6 @@
 
 #include <array>
 #include <charconv>
-#include <memory>
 #include <ranges>
 #include <vector>
 
