@@ -1,7 +1,6 @@
 // The agent's units and entry ranges.
 #include "conformance/Checks.h"
 
-
 namespace Strata::Conformance {
 
 std::vector<std::string> stableAnswers( const Examiner& examiner )

@@ -40,7 +40,7 @@ static std::string dstPortText( const FieldQualifier& q )
 
 static std::string valueText( const FieldQualifier& q )
 {
-   const std::string decimal = std::to_string( q.data );
+   std::string decimal = std::to_string( q.data );
    switch( q.role ) {
    case Qualifier::Drop:
    case Qualifier::HiGig:

@@ -18,7 +18,7 @@ namespace {
 
 std::string typeText( const AttributeInfo& info )
 {
-   const std::string type( info.type );
+   std::string type( info.type );
    switch( info.kind ) {
    case AttributeKind::Array:
       return type + " by " + std::string( info.keyType ) + " (array)";

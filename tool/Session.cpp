@@ -2,7 +2,6 @@
 
 #include "platform/runtime/Assert.h"
 #include "platform/runtime/EntityType.h"
-#include "platform/runtime/Errors.h"
 #include "platform/runtime/Format.h"
 #include "tool/ChildProcess.h"
 #include "tool/Command.h"

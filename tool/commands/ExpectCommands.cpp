@@ -43,7 +43,7 @@ std::string takeExpected( const Agent& agent, Words& words, const AttributePath&
    words.offerAlternatives( path.attribute->expected() );
    if( collection )
       words.offer( absent );
-   const std::string text = words.take( "a value" ).text;
+   std::string text = words.take( "a value" ).text;
    if( collection && text == absent )
       return text;
    if( collection && !path.key )

@@ -49,7 +49,7 @@ Act del( const Session& session, Words& words )
 }
 
 /// The argument that an error is about, or the operation's name.
-const Word& blamed( const std::string& error, const Word& name, const std::vector<Word>& arguments )
+Word blamed( const std::string& error, const Word& name, const std::vector<Word>& arguments )
 {
    for( const Word& argument : arguments )
       if( error.find( "'" + argument.text + "' is not" ) != error.npos )

@@ -9,6 +9,7 @@
 #include <functional>
 #include <iterator>
 #include <optional>
+#include <utility>
 
 namespace Strata::Tool {
 
@@ -74,7 +75,9 @@ struct VlanWords
 
 void takeVlanProperty( const Session& session, Words& words, VlanWords& asked )
 {
-   const auto set = [ & ]( auto change ) { asked.properties.emplace_back( change ); };
+   const auto set = [ & ]( auto&& change ) {
+      asked.properties.emplace_back( std::forward<decltype( change )>( change ) );
+   };
    const std::string_view property = words.choose( "a property", vlanProperties );
    if( property == "svi" ) {
       set( []( Sim::VlanProperties& vlan ) { vlan.svi = true; } );

@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <sys/stat.h>
 #include <system_error>
+#include <tuple>
 #include <unistd.h>
 
 namespace Strata::Tool {
@@ -109,7 +110,7 @@ CaptureReader::CaptureReader( const std::string& file ) : name_( file )
       Source{ { pcap_fopen_offline( stream.get(), problem ), pcap_close } } );
    if( !source_->capture )
       throw ValueError( "cannot read '" + file + "': " + problem );
-   stream.release(); // the capture closes it
+   std::ignore = stream.release(); // the capture closes it
    if( const int link = pcap_datalink( source_->capture.get() ); link != DLT_EN10MB )
       throw ValueError(
          format( "'%s' does not contain Ethernet frames (link type %d)", file, link ) );

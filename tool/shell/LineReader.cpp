@@ -7,7 +7,6 @@
 #include <cstring>
 #include <editline/readline.h>
 #include <filesystem>
-#include <istream>
 #include <memory>
 #include <system_error>
 
@@ -44,7 +43,7 @@ char** complete( const char* word, int /*start*/, int end )
    // Without a blank after a completed path or level, which continues behind its dot or sign.
    const bool goesOn = candidates.size() == 1 &&
                        ( candidates[ 0 ].ends_with( '.' ) || candidates[ 0 ].ends_with( '=' ) );
-   rl_completion_append_character = goesOn ? '\0' : ' ';
+   rl_completion_append_character = goesOn ? 0 : int{ ' ' };
    return candidates.empty() ? nullptr : rl_completion_matches( word, nextCandidate );
 }
 

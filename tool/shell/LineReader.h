@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <istream>
 #include <optional>
 #include <string>
 #include <string_view>
