@@ -83,20 +83,15 @@ install( DIRECTORY examples
 
 # --- The conformance kit and the simulated chip ----------------------------------------------------
 
-if( STRATA_CONFORMANCE )
-   install( TARGETS strata-l3-conformance
-      EXPORT strata-l3-conformance
-      ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT kit )
-   install_headers( kit conformance )
-   install_findable( strata-l3-conformance kit )
-endif()
-if( STRATA_SIMULATOR )
-   install( TARGETS strata-l3-sim
-      EXPORT strata-l3-sim
-      ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT kit )
-   install_headers( kit sim )
-   install_findable( strata-l3-sim kit )
-endif()
+foreach( room conformance sim )
+   if( TARGET strata-l3-${room} )
+      install( TARGETS strata-l3-${room}
+         EXPORT strata-l3-${room}
+         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT kit )
+      install_headers( kit ${room} )
+      install_findable( strata-l3-${room} kit )
+   endif()
+endforeach()
 if( TARGET strata-l3-conformance-program )
    install( TARGETS strata-l3-conformance-program
       RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT kit )

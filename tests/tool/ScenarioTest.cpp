@@ -38,6 +38,18 @@ std::string contents( const std::string& file )
    return text.str();
 }
 
+/// The transcript of a scenario in which the agent dies; `error` matches standard error.
+std::string transcriptOfDeath(
+   const std::string& text, const char* error, std::vector<const char*> options = {} )
+{
+   const std::string file = scenarioFile( text );
+   const std::string transcript = file + ".transcript";
+   options.insert( options.begin(), { "run", file.c_str(), "--transcript", transcript.c_str() } );
+   EXPECT_EXIT( runLine( options, Terminal{ std::cin, std::cout, std::cerr } ),
+      testing::ExitedWithCode( 3 ), error );
+   return contents( transcript );
+}
+
 TEST( Scenario, AFailedExpectationIsReportedAndTheRunGoesOn )
 {
    const Outcome outcome = run( "switch hsdk\n"
@@ -138,15 +150,10 @@ TEST( Scenario, ASlipInACommandThatShouldDieIsNoDeath )
 
 TEST( ScenarioDeathTest, DeathThatNobodyExpectedIsStatusThree )
 {
-   const std::string file = scenarioFile( "switch hsdk\n"
-                                          "fault bcm_switch_control_set code BCM_E_FAIL\n"
-                                          "call init true true\n" );
-   const std::string transcript = file + ".txt";
-   EXPECT_EXIT( runLine( { "run", file.c_str(), "--transcript", transcript.c_str() },
-                   Terminal{ std::cin, std::cout, std::cerr } ),
-      testing::ExitedWithCode( 3 ),
+   const std::string text = transcriptOfDeath( "switch hsdk\n"
+                                               "fault bcm_switch_control_set code BCM_E_FAIL\n"
+                                               "call init true true\n",
       "API ERROR:.*\n.*Assertion '0' failed.\n.*scenario:3: the agent died here" );
-   const std::string text = contents( transcript );
    EXPECT_THAT(
       text, testing::ContainsRegex(
                "-> BCM_E_FAIL .injected.\n"
@@ -160,16 +167,12 @@ TEST( ScenarioDeathTest, DeathThatNobodyExpectedIsStatusThree )
 
 TEST( ScenarioDeathTest, ADeathNamesTheFirstRefusedClaimAndEndsTheRecordsForPrograms )
 {
-   const std::string file = scenarioFile( "switch hsdk\n"
-                                          "expect attribute useLb false\n"
-                                          "fault getEntry nth 2 code BCM_E_FULL\n"
-                                          "call init true true\n" );
-   const std::string transcript = file + ".json";
-   EXPECT_EXIT( runLine( { "run", file.c_str(), "--json", "--transcript", transcript.c_str() },
-                   Terminal{ std::cin, std::cout, std::cerr } ),
-      testing::ExitedWithCode( 3 ), "the agent died here" );
+   std::istringstream lines( transcriptOfDeath( "switch hsdk\n"
+                                                "expect attribute useLb false\n"
+                                                "fault getEntry nth 2 code BCM_E_FULL\n"
+                                                "call init true true\n",
+      "the agent died here", { "--json" } ) );
    std::vector<nlohmann::json> objects;
-   std::istringstream lines( contents( transcript ) );
    for( std::string line; std::getline( lines, line ); )
       objects.push_back( nlohmann::json::parse( line ) );
    ASSERT_GT( objects.size(), 3u );
@@ -189,15 +192,12 @@ TEST( ScenarioDeathTest, ADeathNamesTheFirstRefusedClaimAndEndsTheRecordsForProg
 
 TEST( Scenario, ADeathAtTheEndIsToldAtTheLastLine )
 {
-   const std::string file = scenarioFile( "switch hsdk units 1\n"
-                                          "call init true true\n"
-                                          "fault bcm_field_unlock code BCM_E_UNAVAIL\n"
-                                          "call handleMplsRouting true\n" );
-   const std::string transcript = file + ".txt";
-   EXPECT_EXIT( runLine( { "run", file.c_str(), "--transcript", transcript.c_str() },
-                   Terminal{ std::cin, std::cout, std::cerr } ),
-      testing::ExitedWithCode( 3 ), "still held at the end(.|\n)*:4: the agent died here" );
-   EXPECT_THAT( contents( transcript ), testing::ContainsRegex( "DIED .*broken convention: " ) );
+   EXPECT_THAT( transcriptOfDeath( "switch hsdk units 1\n"
+                                   "call init true true\n"
+                                   "fault bcm_field_unlock code BCM_E_UNAVAIL\n"
+                                   "call handleMplsRouting true\n",
+                   "still held at the end(.|\n)*:4: the agent died here" ),
+      testing::ContainsRegex( "DIED .*broken convention: " ) );
 }
 
 TEST( Scenario, OnAForeignProfileExpectationsAreNotJudged )
