@@ -117,7 +117,7 @@ class VORMEL_EXPORT RoutingStatusSm : public Vormel::Reactor
    VORMEL_HIDDEN void onIntfStatusDir( const Vormel::Change& change );
    VORMEL_HIDDEN void onSourceIpLookup( const Vormel::Change& change );
 
-   /// The settings in hardware: those of hwStatus, or the reactor's own record if there is none.
+   /// The settings in hardware: those of hwStatus, or the reactor's own record without a hwStatus.
    struct InForce
    {
       bool l2DualHash = false;

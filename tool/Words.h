@@ -79,7 +79,7 @@ class Words
    /// The word taken last, or null.
    const Word* last() const { return next_ == 0 ? nullptr : &line_.words[ next_ - 1 ]; }
 
-   /// Takes a word; if there is none, `what` is the missing word for the error, and `kind` the kind to offer.
+   /// Takes the next word. At the end of the line the error names `what` as missing, and `kind` is offered.
    const Word& take( std::string_view what, std::string_view kind = {} );
    /// From now on the words that could follow the last word are passed to `offers`: keywords, and kinds of words in
    /// capitals as in the syntax of commands. The line then counts as unfinished.

@@ -94,7 +94,7 @@ class UnlockAnchor
    bool held_;
 };
 
-/// The place to release the lock of an embedded interpreter. There is none here, so this does nothing.
+/// The place to release the lock of an embedded interpreter. This agent embeds none, so it does nothing.
 class MaybeGilUnlockAnchor
 {
  public:

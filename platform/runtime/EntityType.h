@@ -123,12 +123,12 @@ class VORMEL_EXPORT EntityType
    const Attributes& attributes() const { return attributes_; }
    const Operations& operations() const { return operations_; }
 
-   /// Null if there is none.
+   /// Null if nothing has that name or number.
    const Attribute* findAttribute( std::string_view name ) const;
    const Attribute* findAttribute( AttributeNumber number ) const;
    const Operation* findOperation( std::string_view name ) const;
 
-   /// AccessError, with the nearest name, if there is none.
+   /// Raises AccessError, with the nearest name, if nothing has that name or number.
    const Attribute& attribute( std::string_view name ) const;
    const Attribute& attribute( AttributeNumber number ) const;
    const Operation& operation( std::string_view name ) const;
