@@ -14,7 +14,7 @@ help:
 	@echo '                      SCENARIO=$(SCENARIO)  RUN_FLAGS=...'
 	@echo 'make test           build and run all tests          TEST_FLAGS="-R <pattern>"'
 	@echo 'make bench          build and run the benchmarks     BENCH_FLAGS="--benchmark_filter=<pattern>"'
-	@echo 'make mutants FILES=routing/Urpf.cpp   break the library token by token and name the test that notices'
+	@echo 'make mutants FILES=routing/entries/UrpfEntries.cpp   break the library token by token and name the test that notices'
 	@echo '                      N=20  SEED=1  LINES=20-40  FUNCTION=<pattern>  KIND=<pattern>  SCENARIOS=1  LIST=1'
 	@echo 'make update-golden  replace the golden transcripts by the present ones'
 	@echo 'make update-reference  regenerate the reference pages from the code'
@@ -43,7 +43,7 @@ bench:
 	@sh bench/instructions.sh build/release/bin/strata-l3-instructions
 
 mutants:
-	@[ -n '$(FILES)' ] || { echo 'make mutants FILES="routing/Urpf.cpp ..."' >&2; exit 2; }
+	@[ -n '$(FILES)' ] || { echo 'make mutants FILES="routing/entries/UrpfEntries.cpp ..."' >&2; exit 2; }
 	@sh ci/setup.sh mutants
 	@$(if $(LIST),,sh ci/build.sh debug $(if $(SCENARIOS),strata-l3-tool,strata-l3-tests))
 	@python3 ci/mutants.py $(FILES) $(if $(N),--number $(N)) $(if $(SEED),--seed $(SEED)) \

@@ -1,8 +1,8 @@
 // A chip SDK and entry managers that do nothing, so that only the slice is measured.
 #pragma once
 
+#include "platform/sdk/TcamEntryManager.h"
 #include "platform/sdk/UnavailableShim.h"
-#include "platform/tcam/TcamEntryManager.h"
 
 #include <string>
 

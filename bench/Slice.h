@@ -4,7 +4,7 @@
 #include "bench/NullShim.h"
 #include "platform/state/Interfaces.h"
 #include "routing/RoutingStatusHelper.h"
-#include "routing/RoutingStatusSm.h"
+#include "routing/reactors/RoutingStatusSm.h"
 
 namespace Bench {
 

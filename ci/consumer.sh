@@ -93,7 +93,7 @@ run_agent "$dir/agent"
 mkdir -p "$dir/sim"
 cat >"$dir/sim/main.cpp" <<'CPP'
 #include "conformance/Port.h"
-#include "sim/SimSwitch.h"
+#include "sim/switch/SimSwitch.h"
 #include <iostream>
 int main()
 {

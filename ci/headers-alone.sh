@@ -3,7 +3,7 @@
 # Compiles every header below ROOT (the project, or where it is installed) by itself.
 set -u
 cd "${1:-$(dirname "$0")/..}" || exit
-find platform messages routing sim conformance tool tests bench -type f -name '*.h' 2>/dev/null | LC_ALL=C sort |
+find platform messages routing sim conformance agent tool tests bench -type f -name '*.h' 2>/dev/null | LC_ALL=C sort |
    xargs -r -n 1 -P "$(nproc)" sh -c '
       printf "#include \"%s\"\n" "$1" |
          g++ -std=c++20 -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror \

@@ -1,13 +1,13 @@
 #!/bin/sh
 # Which room may include which. Arrows run downwards only:
-#    tool -> routing, sim -> platform; routing -> messages -> platform; conformance -> platform
+#    tool -> agent -> routing, sim -> platform; routing -> messages -> platform; conformance -> platform
 # Prints one line for each include that runs another way, and for each macro that an installed header should not
 # define, and fails.
 set -u
 cd "$(dirname "$0")/.." || exit
 
 rooms=
-for room in platform messages routing sim conformance tool tests bench examples; do
+for room in platform messages routing sim conformance agent tool tests bench examples; do
    [ -d $room ] && rooms="$rooms $room"
 done
 
@@ -19,15 +19,15 @@ BEGIN {
    may["platform/runtime"] = "platform/runtime/"
    may["platform/types"] = "platform/runtime/ platform/types/"
    may["platform/sdk"] = "platform/runtime/ platform/types/ platform/sdk/"
-   may["platform/tcam"] = "platform/runtime/ platform/types/ platform/sdk/ platform/tcam/"
    may["platform"] = "platform/"
    may["messages"] = "platform/ messages/"
    may["routing"] = "platform/ messages/ routing/"
    may["sim"] = "platform/ sim/"
    may["conformance"] = "platform/ conformance/"
    may["conformance/sim"] = "platform/ sim/ conformance/"
-   may["tool"] = "platform/ messages/ routing/ sim/ tool/"
-   everything = "platform/ messages/ routing/ sim/ conformance/ tool/ tests/ bench/ examples/"
+   may["agent"] = "platform/ messages/ routing/ sim/ agent/"
+   may["tool"] = "platform/ messages/ routing/ sim/ agent/ tool/"
+   everything = "platform/ messages/ routing/ sim/ conformance/ agent/ tool/ tests/ bench/ examples/"
    may["tests"] = may["bench"] = may["examples"] = everything
 }
 

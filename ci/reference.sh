@@ -30,7 +30,7 @@ attributes() {
 traces() {
    echo '| File | Handle | Level | Text |'
    echo '|---|---|---:|---|'
-   for file in routing/*.cpp routing/tcam/*.cpp; do
+   for file in routing/*.cpp routing/*/*.cpp; do
       sed ':a; N; $!ba; s/\n */ /g' "$file" |
          grep -oE '(VORMEL_TRACE(_AS)?|\.traceAllocated)\([^;]*;' |
          sed -nE \

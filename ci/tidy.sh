@@ -11,7 +11,7 @@ cmake --preset debug -B build/tidy -D STRATA_PRECOMPILE=OFF >"$log" 2>&1 || {
 }
 # The compile database has GCC's options, some of which clang does not know. An include that is superfluous is a
 # finding; one that is missing is left to the release build, which compiles without precompiled headers.
-find platform messages routing sim conformance tool -type f -name '*.cpp' -print0 |
+find platform messages routing sim conformance agent tool -type f -name '*.cpp' -print0 |
    xargs -0 -r -n 1 -P "$(nproc)" clang-tidy-19 -p build/tidy --quiet \
       --extra-arg=-Wno-unknown-warning-option --extra-arg=-Wno-deprecated-declarations 2>&1 |
    awk '/: (warning|error): / { wanted = !/no header providing/ }

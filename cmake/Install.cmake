@@ -39,7 +39,7 @@ function( install_headers component )
       PATTERN "platform/sdk/SdkNames.h" EXCLUDE
       PATTERN "messages/Traces.h" EXCLUDE
       PATTERN "platform/runtime/Registries.h" EXCLUDE
-      PATTERN "routing/NestedReactors.h" EXCLUDE
+      PATTERN "routing/reactors/NestedReactors.h" EXCLUDE
       PATTERN "routing/tcam" EXCLUDE
       PATTERN "conformance/sim" EXCLUDE )
 endfunction()

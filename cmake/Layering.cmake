@@ -7,6 +7,7 @@ file( GLOB_RECURSE layeredFiles CONFIGURE_DEPENDS
    messages/*.h messages/*.cpp messages/*.def
    routing/*.h routing/*.cpp routing/*.def
    sim/*.h sim/*.cpp sim/*.def
+   agent/*.h agent/*.cpp
    tool/*.h tool/*.cpp tool/*.def
    conformance/*.h conformance/*.cpp conformance/*.def
    tests/*.h tests/*.cpp bench/*.h bench/*.cpp examples/*.h examples/*.cpp )

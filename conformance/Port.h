@@ -16,9 +16,9 @@
 #pragma once
 
 #include "conformance/Report.h"
+#include "platform/sdk/TcamEntryManager.h"
 #include "platform/state/PortSwTable.h"
 #include "platform/state/StrataCommonSmData.h"
-#include "platform/tcam/TcamEntryManager.h"
 
 #include <functional>
 #include <optional>

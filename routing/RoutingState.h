@@ -1,7 +1,10 @@
-// The kinds of routing that a VLAN does.
+// The kinds of routing that a VLAN does, and the kinds of router MAC that entries serve.
 #pragma once
 
+#include "platform/runtime/Enum.h"
 #include "platform/runtime/Export.h"
+#include "platform/runtime/SlotArray.h"
+#include "platform/runtime/Types.h"
 
 #include <optional>
 #include <string>
@@ -25,4 +28,13 @@ struct RoutingState
 
 VORMEL_EXPORT std::string toText( const RoutingState& state );
 
+VORMEL_ENUM( MacType, U8,
+   bridgeMac = 0, // the switch's own router MAC
+   fennicMac = 1  // the virtual router MAC that the MLAG peers share
+)
+
 } // namespace Strata
+
+/// The slot with index 2 is valid but unused.
+template<>
+inline constexpr std::size_t Vormel::slotCount<Strata::MacType> = 3;

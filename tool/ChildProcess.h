@@ -4,7 +4,7 @@
 // Requires: the work does not depend on another thread of this process.
 #pragma once
 
-#include "tool/Console.h"
+#include "tool/view/Console.h"
 
 #include <functional>
 #include <string>

@@ -2,7 +2,7 @@
 // that cannot be run ends it; the death of the agent ends the process.
 #pragma once
 
-#include "tool/Console.h"
+#include "tool/view/Console.h"
 
 #include <string>
 

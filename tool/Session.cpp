@@ -4,7 +4,7 @@
 #include "platform/runtime/EntityType.h"
 #include "platform/runtime/Format.h"
 #include "tool/ChildProcess.h"
-#include "tool/Command.h"
+#include "tool/words/Command.h"
 
 #include <ranges>
 

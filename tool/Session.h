@@ -3,10 +3,10 @@
 // Requires: the activity lock is held.
 #pragma once
 
-#include "tool/Agent.h"
-#include "tool/Console.h"
-#include "tool/Words.h"
+#include "agent/Agent.h"
 #include "tool/packet/PacketDesk.h"
+#include "tool/view/Console.h"
+#include "tool/words/Words.h"
 
 #include <memory>
 #include <optional>

@@ -1,6 +1,6 @@
 #include "conformance/sim/SimPort.h"
 
-#include "sim/SdkCodes.h"
+#include "sim/sdk/SdkCodes.h"
 
 namespace Strata::Conformance {
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "conformance/Port.h"
-#include "sim/SimSwitch.h"
+#include "sim/switch/SimSwitch.h"
 
 namespace Strata::Conformance {
 

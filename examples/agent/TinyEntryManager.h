@@ -6,8 +6,8 @@
 
 #include "platform/runtime/Text.h"
 #include "platform/sdk/ForwardingShim.h"
+#include "platform/sdk/TcamEntryManager.h"
 #include "platform/state/StrataCommonSmData.h"
-#include "platform/tcam/TcamEntryManager.h"
 
 namespace Tiny {
 

@@ -6,9 +6,9 @@
 #include "platform/runtime/Clock.h"
 #include "platform/state/AgentConfig.h"
 #include "platform/state/Interfaces.h"
-#include "routing/L3PeerMacArpRedirectSm.h"
 #include "routing/RoutingStatusHelper.h"
-#include "routing/RoutingStatusSm.h"
+#include "routing/reactors/L3PeerMacArpRedirectSm.h"
+#include "routing/reactors/RoutingStatusSm.h"
 
 #include <iostream>
 #include <memory>

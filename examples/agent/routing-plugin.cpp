@@ -8,7 +8,7 @@
 #include "platform/state/Interfaces.h"
 #include "platform/state/StrataCommonSmData.h"
 #include "routing/RoutingStatusHelper.h"
-#include "routing/RoutingStatusSm.h"
+#include "routing/reactors/RoutingStatusSm.h"
 
 #include <exception>
 #include <string>

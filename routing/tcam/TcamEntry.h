@@ -13,8 +13,8 @@
 //    entry.traceAllocated( __func__, "Allocated mpls traffic drop tcam entry (ID:" );
 #pragma once
 
+#include "platform/sdk/TcamEntryManager.h"
 #include "platform/state/StrataCommonSmData.h"
-#include "platform/tcam/TcamEntryManager.h"
 #include "routing/TcamL3EntryId.h"
 
 namespace Strata {

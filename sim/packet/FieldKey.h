@@ -1,7 +1,7 @@
 // The values of one pass of a packet that the Field Processor's qualifiers are compared with.
 #pragma once
 
-#include "sim/FieldRule.h"
+#include "sim/chip/FieldRule.h"
 
 #include <array>
 #include <optional>

@@ -3,7 +3,7 @@
 // packet. So it costs about the same for ten entries as for a thousand. Not thread-safe.
 #pragma once
 
-#include "sim/FieldGroup.h"
+#include "sim/chip/FieldGroup.h"
 #include "sim/packet/FieldKey.h"
 
 #include <unordered_map>

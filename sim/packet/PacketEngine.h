@@ -4,9 +4,9 @@
 // Requires: the activity lock is held.
 #pragma once
 
-#include "sim/SimSwitch.h"
 #include "sim/packet/PacketView.h"
 #include "sim/packet/Verdict.h"
+#include "sim/switch/SimSwitch.h"
 
 #include <functional>
 #include <map>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "platform/state/StrataCommonSmData.h"
-#include "sim/Chip.h"
+#include "sim/chip/Chip.h"
 #include "sim/packet/FieldLookup.h"
 #include "sim/packet/ForwardingTables.h"
 

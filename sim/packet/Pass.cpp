@@ -1,7 +1,7 @@
 #include "sim/packet/Pass.h"
 
 #include "platform/runtime/Format.h"
-#include "sim/RegisterLayout.h"
+#include "sim/chip/RegisterLayout.h"
 
 #include <algorithm>
 

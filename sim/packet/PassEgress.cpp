@@ -1,7 +1,7 @@
 // Egress: filters, rewriting, tunnels, and the copy for the CPU.
 #include "platform/runtime/Format.h"
-#include "sim/MyStationTable.h"
-#include "sim/RegisterLayout.h"
+#include "sim/chip/MyStationTable.h"
+#include "sim/chip/RegisterLayout.h"
 #include "sim/packet/Pass.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 // Switching by MPLS labels, and the packets behind labels that end here.
 #include "platform/runtime/Format.h"
-#include "sim/RegisterLayout.h"
+#include "sim/chip/RegisterLayout.h"
 #include "sim/packet/Pass.h"
 
 namespace Strata::Sim {

@@ -1,7 +1,7 @@
 // The link layer: VLAN, spanning tree, the end of tunnels, router MACs, bridging, learning.
 #include "platform/runtime/Format.h"
-#include "sim/MyStationTable.h"
-#include "sim/RegisterLayout.h"
+#include "sim/chip/MyStationTable.h"
+#include "sim/chip/RegisterLayout.h"
 #include "sim/packet/Pass.h"
 
 #include <algorithm>

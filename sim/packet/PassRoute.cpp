@@ -1,7 +1,7 @@
 // Routing: which packets are routed, the exceptions, routes and policy, next hops, multicast.
 #include "platform/runtime/Format.h"
 #include "platform/state/StrataCommon.h"
-#include "sim/RegisterLayout.h"
+#include "sim/chip/RegisterLayout.h"
 #include "sim/packet/Controls.h"
 #include "sim/packet/Pass.h"
 

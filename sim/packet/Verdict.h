@@ -1,7 +1,7 @@
 // The outcome of a packet, and the reasons.
 #pragma once
 
-#include "sim/FieldGroup.h"
+#include "sim/chip/FieldGroup.h"
 #include "sim/packet/ForwardingTables.h"
 #include "sim/packet/Frame.h"
 

@@ -1,7 +1,7 @@
 // The base of entry managers with one fault.
 #pragma once
 
-#include "platform/tcam/ForwardingTcamEntryManager.h"
+#include "platform/sdk/ForwardingTcamEntryManager.h"
 
 namespace Strata::Conformance {
 

@@ -1,7 +1,7 @@
 // Faults of a port beside its shim and managers: what is missing, other objects than the slice's, tables and clocks.
 #include "platform/runtime/Clock.h"
 #include "platform/sdk/ForwardingShim.h"
-#include "sim/SimPortSwTable.h"
+#include "sim/switch/SimPortSwTable.h"
 #include "tests/conformance/Examined.h"
 #include "tests/conformance/ForwardingManager.h"
 

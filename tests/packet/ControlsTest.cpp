@@ -1,7 +1,7 @@
 // What each control, register field, flag and property of a chip decides about a packet: sent with it on, and
 // with it off.
 #include "sim/packet/Controls.h"
-#include "sim/RegisterLayout.h"
+#include "sim/chip/RegisterLayout.h"
 #include "tests/packet/PacketTest.h"
 
 #include <set>

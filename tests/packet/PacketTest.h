@@ -3,10 +3,10 @@
 #pragma once
 
 #include "platform/runtime/Activity.h"
-#include "tool/Command.h"
-#include "tool/Console.h"
-#include "tool/EntryChoice.h"
 #include "tool/Session.h"
+#include "tool/view/Console.h"
+#include "tool/words/Command.h"
+#include "tool/words/EntryChoice.h"
 
 #include <gtest/gtest.h>
 

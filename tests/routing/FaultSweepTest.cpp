@@ -2,7 +2,7 @@
 #include "tests/routing/Fixture.h"
 
 #include "platform/sdk/ForwardingShim.h"
-#include "sim/SdkCodes.h"
+#include "sim/sdk/SdkCodes.h"
 #include "tests/sim/EveryProfile.h"
 
 #include <functional>

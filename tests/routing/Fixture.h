@@ -1,9 +1,9 @@
 // A simulated switch with its agent, for tests of the slice. The activity lock is held for the test.
 #pragma once
 
+#include "agent/Agent.h"
 #include "platform/runtime/Activity.h"
 #include "platform/runtime/Assert.h"
-#include "tool/Agent.h"
 
 #include <gtest/gtest.h>
 

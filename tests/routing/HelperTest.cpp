@@ -3,7 +3,7 @@
 #include "platform/runtime/ChangeWatcher.h"
 #include "platform/runtime/EntityType.h"
 #include "platform/runtime/Trace.h"
-#include "sim/SdkCodes.h"
+#include "sim/sdk/SdkCodes.h"
 
 #include <gmock/gmock.h>
 #include <regex>

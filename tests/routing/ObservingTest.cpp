@@ -7,7 +7,7 @@
 #include "platform/runtime/Snapshot.h"
 #include "platform/runtime/Trace.h"
 #include "platform/sdk/ObservedShim.h"
-#include "platform/tcam/ObservedTcamEntryManager.h"
+#include "platform/sdk/ObservedTcamEntryManager.h"
 
 #include <chrono>
 #include <deque>

@@ -1,7 +1,7 @@
 // What the tests of the reactors share: a switch with two bridged interfaces, and a subscriber that acts on a change.
 #pragma once
 
-#include "routing/UnknownMacDropLoggingSm.h"
+#include "routing/reactors/UnknownMacDropLoggingSm.h"
 #include "tests/routing/Fixture.h"
 
 #include <functional>

@@ -1,9 +1,9 @@
 #include "tests/routing/ReferenceModel.h"
 
+#include "agent/AttributeValues.h"
 #include "platform/runtime/Format.h"
 #include "routing/TcamL3EntryId.h"
-#include "tool/Catalogue.h"
-#include "tool/EntryView.h"
+#include "tool/view/EntryView.h"
 
 #include <algorithm>
 

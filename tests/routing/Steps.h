@@ -2,8 +2,8 @@
 // sequence of them can be drawn at random, written down, shortened and run again.
 #pragma once
 
+#include "agent/Agent.h"
 #include "platform/runtime/Enum.h"
-#include "tool/Agent.h"
 
 #include <deque>
 #include <random>

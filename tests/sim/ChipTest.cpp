@@ -1,5 +1,5 @@
 #include "platform/runtime/Errors.h"
-#include "sim/RegisterLayout.h"
+#include "sim/chip/RegisterLayout.h"
 #include "tests/sim/SimTest.h"
 
 namespace Strata::Sim {

@@ -1,7 +1,7 @@
 // Tests that run on every kind of chip.
 #pragma once
 
-#include "sim/ChipProfile.h"
+#include "sim/chip/ChipProfile.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "platform/runtime/Activity.h"
-#include "sim/SimSwitch.h"
+#include "sim/switch/SimSwitch.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

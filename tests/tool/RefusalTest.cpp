@@ -2,9 +2,9 @@
 // a new command is tried without a row here.
 #include "platform/runtime/Activity.h"
 #include "platform/runtime/Trace.h"
-#include "tool/Command.h"
 #include "tool/Session.h"
 #include "tool/shell/Completion.h"
+#include "tool/words/Command.h"
 
 #include <gtest/gtest.h>
 

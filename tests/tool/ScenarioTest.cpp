@@ -1,5 +1,5 @@
 // Scenarios as a person runs them: what they print, what they are worth to programs, how they end.
-#include "sim/ChipProfile.h"
+#include "sim/chip/ChipProfile.h"
 #include "tests/tool/CommandLine.h"
 
 #include <filesystem>
@@ -157,7 +157,7 @@ TEST( ScenarioDeathTest, DeathThatNobodyExpectedIsStatusThree )
    EXPECT_THAT(
       text, testing::ContainsRegex(
                "-> BCM_E_FAIL .injected.\n"
-               "  fatal  routing/ChipInit.cpp:\\* .* API ERROR:Operation failed \\(-11\\)\n"
+               "  fatal  routing/chip/ChipInit.cpp:\\* .* API ERROR:Operation failed \\(-11\\)\n"
                "  error  a fatal code was reported: the agent ends\n"
                "  fatal  routing/tcam/CheckedCall.cpp:\\*: .* Assertion '0' failed.\n"
                "  DIED" ) );

@@ -1,9 +1,9 @@
 #include "tests/tool/CommandLine.h"
 
 #include "platform/runtime/Activity.h"
-#include "tool/Command.h"
 #include "tool/Session.h"
 #include "tool/shell/Completion.h"
+#include "tool/words/Command.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
-#include "tool/Words.h"
-#include "tool/ByUnit.h"
-#include "tool/Command.h"
-#include "tool/Table.h"
+#include "tool/words/Words.h"
+#include "tool/view/Table.h"
+#include "tool/words/ByUnit.h"
+#include "tool/words/Command.h"
 
 #include <gtest/gtest.h>
 

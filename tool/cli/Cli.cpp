@@ -1,7 +1,7 @@
 #include "tool/cli/Cli.h"
 
-#include "tool/Words.h"
 #include "tool/cli/Subcommand.h"
+#include "tool/words/Words.h"
 
 #include <algorithm>
 #include <ostream>

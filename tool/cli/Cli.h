@@ -1,10 +1,21 @@
-// The command strata-l3 as a function.
+// The command strata-l3 as a function of its words and its streams.
 #pragma once
 
 #include "tool/ScenarioRun.h"
-#include "tool/cli/Terminal.h"
+
+#include <iosfwd>
 
 namespace Strata::Tool {
+
+/// The streams of a subcommand.
+struct Terminal
+{
+   std::istream& in;
+   std::ostream& out;
+   std::ostream& err;
+   bool showsColours = false;
+   bool typed = false; // the input is a terminal
+};
 
 /// Returns the exit status. The agent's own lines go to the process's standard error, not to `err`.
 int runCommandLine( int argc, const char* const* argv, Terminal& terminal );

@@ -1,8 +1,8 @@
 // The options of subcommands with a session: output, files and traces.
 #pragma once
 
-#include "tool/Console.h"
-#include "tool/cli/Terminal.h"
+#include "tool/cli/Cli.h"
+#include "tool/view/Console.h"
 
 #include <CLI/CLI.hpp>
 #include <string>

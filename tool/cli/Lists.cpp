@@ -1,9 +1,9 @@
 // strata-l3 profiles, attributes, operations, commands, messages: lists, as a table or as JSON.
 #include "platform/runtime/Syslog.h"
-#include "sim/ChipProfile.h"
-#include "tool/Catalogue.h"
-#include "tool/Command.h"
+#include "sim/chip/ChipProfile.h"
 #include "tool/cli/Subcommand.h"
+#include "tool/view/Catalogue.h"
+#include "tool/words/Command.h"
 
 #include <algorithm>
 #include <functional>

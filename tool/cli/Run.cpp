@@ -1,5 +1,5 @@
 // strata-l3 run: runs a scenario.
-#include "sim/ChipProfile.h"
+#include "sim/chip/ChipProfile.h"
 #include "tool/cli/ConsoleOptions.h"
 #include "tool/cli/Subcommand.h"
 

@@ -1,12 +1,12 @@
 // strata-l3 shell: the commands of scenarios from the keyboard.
 #include "platform/runtime/Activity.h"
-#include "tool/Catalogue.h"
 #include "tool/DeathWatch.h"
 #include "tool/Session.h"
 #include "tool/cli/ConsoleOptions.h"
 #include "tool/cli/Subcommand.h"
 #include "tool/shell/Completion.h"
 #include "tool/shell/LineReader.h"
+#include "tool/view/Catalogue.h"
 
 #include <memory>
 #include <ostream>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "tool/ScenarioRun.h"
-#include "tool/cli/Terminal.h"
+#include "tool/cli/Cli.h"
 
 #include <CLI/CLI.hpp>
 #include <memory>

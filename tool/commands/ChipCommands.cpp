@@ -2,13 +2,13 @@
 // table. A poke changes a VLAN without the slice.
 #include "platform/types/IntfId.h"
 #include "platform/types/PortBitmap.h"
-#include "tool/ByUnit.h"
-#include "tool/Command.h"
-#include "tool/EntryChoice.h"
-#include "tool/EntryView.h"
-#include "tool/Expectation.h"
 #include "tool/Session.h"
 #include "tool/packet/PacketWords.h"
+#include "tool/view/EntryView.h"
+#include "tool/view/Expectation.h"
+#include "tool/words/ByUnit.h"
+#include "tool/words/Command.h"
+#include "tool/words/EntryChoice.h"
 
 #include <algorithm>
 #include <array>

@@ -1,11 +1,11 @@
 // Expectations about the state of chips and objects.
 #include "platform/runtime/EntityType.h"
-#include "sim/RegisterLayout.h"
-#include "tool/Command.h"
-#include "tool/EntryChoice.h"
-#include "tool/EntryView.h"
-#include "tool/Expectation.h"
+#include "sim/chip/RegisterLayout.h"
 #include "tool/Session.h"
+#include "tool/view/EntryView.h"
+#include "tool/view/Expectation.h"
+#include "tool/words/Command.h"
+#include "tool/words/EntryChoice.h"
 
 #include <algorithm>
 #include <array>

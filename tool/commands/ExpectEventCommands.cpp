@@ -2,8 +2,8 @@
 #include "platform/runtime/Snapshot.h"
 #include "platform/sdk/SdkRoles.h"
 #include "tool/ChildProcess.h"
-#include "tool/Command.h"
 #include "tool/Session.h"
+#include "tool/words/Command.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 // Faults: codes that hardware calls return instead of having an effect.
-#include "sim/Faults.h"
-#include "tool/Command.h"
+#include "sim/sdk/Faults.h"
 #include "tool/Session.h"
+#include "tool/words/Command.h"
 
 #include <algorithm>
 #include <array>

@@ -1,10 +1,10 @@
 // The chips' my-station memory. Pokes change it without the slice.
 #include "platform/types/EthAddr.h"
-#include "sim/MyStationTable.h"
-#include "tool/ByUnit.h"
-#include "tool/Command.h"
-#include "tool/Expectation.h"
+#include "sim/chip/MyStationTable.h"
 #include "tool/Session.h"
+#include "tool/view/Expectation.h"
+#include "tool/words/ByUnit.h"
+#include "tool/words/Command.h"
 
 #include <algorithm>
 #include <functional>

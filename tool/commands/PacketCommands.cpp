@@ -1,11 +1,11 @@
 // Packets: sending and explaining them, expectations about the last one, and captures to files.
 #include "platform/runtime/Errors.h"
-#include "tool/ByUnit.h"
-#include "tool/Command.h"
-#include "tool/EntryChoice.h"
 #include "tool/Session.h"
 #include "tool/packet/ExplanationView.h"
 #include "tool/packet/PacketWords.h"
+#include "tool/words/ByUnit.h"
+#include "tool/words/Command.h"
+#include "tool/words/EntryChoice.h"
 
 #include <algorithm>
 #include <map>

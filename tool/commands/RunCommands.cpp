@@ -1,7 +1,7 @@
 // Control of a run: bring-up, the clock, traces, notes and marks.
 #include "platform/runtime/Trace.h"
-#include "tool/Command.h"
 #include "tool/Session.h"
+#include "tool/words/Command.h"
 
 #include <charconv>
 

@@ -1,13 +1,14 @@
 // Tables of the state of chips and agent, and of events.
+#include "agent/AttributeValues.h"
 #include "platform/runtime/Entity.h"
 #include "platform/runtime/Snapshot.h"
 #include "platform/sdk/ObservedShim.h"
-#include "sim/RegisterLayout.h"
-#include "tool/ByUnit.h"
-#include "tool/Catalogue.h"
-#include "tool/Command.h"
-#include "tool/EntryView.h"
+#include "sim/chip/RegisterLayout.h"
 #include "tool/Session.h"
+#include "tool/view/Catalogue.h"
+#include "tool/view/EntryView.h"
+#include "tool/words/ByUnit.h"
+#include "tool/words/Command.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 // Tables that packets are forwarded by, and counters.
 #include "platform/runtime/Format.h"
-#include "tool/Command.h"
 #include "tool/Session.h"
+#include "tool/words/Command.h"
 
 namespace Strata::Tool {
 

@@ -1,9 +1,9 @@
 // Attributes of objects and operations of the helper, by name.
 #include "platform/runtime/EntityType.h"
 #include "platform/runtime/Errors.h"
-#include "tool/Command.h"
-#include "tool/Expectation.h"
 #include "tool/Session.h"
+#include "tool/view/Expectation.h"
+#include "tool/words/Command.h"
 
 #include <optional>
 #include <string>

@@ -1,9 +1,9 @@
 // Describing the switch: its chips, units, ports, interfaces, LAGs and VLANs.
 #include "platform/types/IntfId.h"
-#include "sim/ChipProfile.h"
-#include "tool/Command.h"
-#include "tool/InterfaceRange.h"
+#include "sim/chip/ChipProfile.h"
 #include "tool/Session.h"
+#include "tool/words/Command.h"
+#include "tool/words/InterfaceRange.h"
 
 #include <array>
 #include <charconv>

@@ -1,8 +1,8 @@
 // The tables by which packets are forwarded, which other parts of an agent own.
 #include "platform/types/EthAddr.h"
-#include "tool/Command.h"
 #include "tool/Session.h"
 #include "tool/packet/PacketWords.h"
+#include "tool/words/Command.h"
 
 #include <algorithm>
 #include <array>

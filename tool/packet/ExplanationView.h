@@ -2,7 +2,7 @@
 #pragma once
 
 #include "sim/packet/PacketEngine.h"
-#include "tool/Table.h"
+#include "tool/view/Table.h"
 
 #include <nlohmann/json.hpp>
 

@@ -3,8 +3,8 @@
 #include "platform/runtime/Format.h"
 #include "platform/types/EthAddr.h"
 #include "platform/types/IntfId.h"
-#include "tool/InterfaceRange.h"
 #include "tool/Session.h"
+#include "tool/words/InterfaceRange.h"
 
 #include <array>
 

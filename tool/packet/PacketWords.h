@@ -2,7 +2,7 @@
 #pragma once
 
 #include "sim/packet/PacketEngine.h"
-#include "tool/Words.h"
+#include "tool/words/Words.h"
 
 #include <optional>
 #include <span>

@@ -2,13 +2,13 @@
 
 #include "platform/runtime/EntityType.h"
 #include "platform/runtime/Trace.h"
-#include "sim/ChipProfile.h"
-#include "sim/Faults.h"
-#include "sim/SdkCodes.h"
-#include "tool/Command.h"
-#include "tool/EntryView.h"
+#include "sim/chip/ChipProfile.h"
+#include "sim/sdk/Faults.h"
+#include "sim/sdk/SdkCodes.h"
 #include "tool/Session.h"
 #include "tool/packet/PacketWords.h"
+#include "tool/view/EntryView.h"
+#include "tool/words/Command.h"
 
 #include <algorithm>
 #include <functional>

@@ -1,0 +1,129 @@
+#include "agent/Agent.h"
+
+#include "agent/AttributeValues.h"
+#include "platform/runtime/Activity.h"
+#include "platform/runtime/Syslog.h"
+
+#include <array>
+
+namespace Strata::Tool {
+
+Agent::Agent( const AgentConfig& config )
+   : config_( config ),
+     clock_( std::make_shared<Vormel::ManualClock>() ),
+     hardware_( config.hardware ),
+     helper_( newHelper() )
+{
+   hardware_.transcript().listenerIs( config.listener );
+   Vormel::activityManager().clockIs( clock_ );
+   Vormel::syslogClockIs( clock_.get() );
+   for( const std::string& name : objectNames() )
+      initialValues_[ object( name ).get() ] = valuesOf( *object( name ) );
+   hardware_.record( helper_, "helper" );
+   helper_->tcamManagerIs( hardware_.tcamManager() );
+   helper_->l2McastTableAllocationIs( hardware_.l2McastTableAllocation() );
+}
+
+Agent::~Agent()
+{
+   stop();
+   hardware_.forget( *helper_ );
+   Vormel::syslogClockIs( nullptr );
+   Vormel::activityManager().clockIs( std::make_shared<Vormel::RealClock>() );
+}
+
+void Agent::bringUp()
+{
+   helper_->init( true, true );
+   helper_->l3Init( true );
+   startReactors();
+}
+
+std::span<const std::string_view> Agent::optionalInputs()
+{
+   static constexpr std::array<std::string_view, 6> names{
+      "features", "pbr", "ethIntfStatusDir", "sourceIpLookup", "hwStatus", "nexthops" };
+   return names;
+}
+
+void Agent::startReactors( const std::set<std::string_view>& without )
+{
+   const auto unless = [ & ]( std::string_view name, const auto& input ) {
+      return without.contains( name ) ? nullptr : input;
+   };
+   stop();
+   const Ref<RoutingStatusSm> made =
+      RoutingStatusSmIs( hardware_.scsd(), unless( "features", hardware_.features() ),
+         hardware_.miscConfig(), helper_, unless( "pbr", hardware_.pbrInfo() ),
+         unless( "ethIntfStatusDir", hardware_.ethIntfStatusDir() ),
+         unless( "sourceIpLookup", hardware_.sourceIpLookup() ),
+         unless( "hwStatus", hardware_.hwStatus() ),
+         unless( "nexthops", hardware_.nexthopStatusDir() ) );
+   reactor_ = made;
+   // The agent calls the handlers for objects that exist already, because the reactors are only notified of changes.
+   made->handleStrataIntfToPort();
+   made->handleL2TrafficRoutingStatus();
+   if( reactor_ != made ) // a subscriber has stopped the reactors
+      return;
+   arpRedirect_ = l3PeerMacArpRedirectSmFactory(
+      hardware_.scsd(), hardware_.mlagStatus(), hardware_.mlagHwStatus(), helper_ );
+}
+
+void Agent::stop()
+{
+   arpRedirect_ = nullptr;
+   reactor_ = nullptr;
+}
+
+Ref<RoutingStatusHelper> Agent::newHelper() const
+{
+   const Sim::SimSwitch& hw = hardware_;
+   return Vormel::make<RoutingStatusHelper>( config_.helperName, hw.scsd(), hw.tcamGroupManager(),
+      hw.pbrInfo(), config_.fabricMode.value_or( hw.profile().fabricMode ), hw.mlagStatus(),
+      hw.mlagHwStatus(), hw.recircStatus(), hw.ethIntfStatusDir(), hw.intfVlanIdTable(),
+      hw.urpfCommonData(), hw.virtualPortStatus(), hw.portSwTable() );
+}
+
+Agent::Values Agent::valuesOf( const Entity& object ) const
+{
+   Values values;
+   for( const AttributeValue& value : attributeValues( object ) )
+      values[ value.name ] = valueText( value.value );
+   return values;
+}
+
+Agent::Values Agent::initialValues( const Entity& object ) const
+{
+   const auto known = initialValues_.find( &object );
+   return known == initialValues_.end() ? Values() : known->second;
+}
+
+Ref<Entity> Agent::object( std::string_view name ) const
+{
+   if( name == "helper" )
+      return helper_;
+   if( const auto manager = hardware_.tcamManager( name ) )
+      return manager;
+   return hardware_.object( name );
+}
+
+std::string Agent::valueText( const Vormel::Value& value ) const
+{
+   if( const auto* const entity = std::get_if<Vormel::ObjectRef>( &value ); entity && *entity )
+      for( const std::string& name : objectNames() )
+         if( object( name ) == *entity )
+            return name;
+   return toText( value );
+}
+
+std::vector<std::string> Agent::objectNames() const
+{
+   std::vector<std::string> names{ "helper" };
+   for( const std::string_view name : Sim::SimSwitch::objectNames() )
+      names.emplace_back( name );
+   for( const auto& manager : hardware_.tcamManagers() )
+      names.push_back( manager->profile().name );
+   return names;
+}
+
+} // namespace Strata::Tool

@@ -1,0 +1,110 @@
+#include "sim/sdk/Faults.h"
+
+#include "platform/runtime/Errors.h"
+#include "platform/sdk/SdkRoles.h"
+#include "sim/switch/Names.h"
+
+#include <algorithm>
+#include <array>
+#include <type_traits>
+
+namespace Strata::Sim {
+
+using Vormel::ValueError;
+
+struct ManagerCall
+{
+   std::string_view name;
+   bool canFail; // has a result
+};
+
+static constexpr auto managerCalls = std::to_array<ManagerCall>( {
+#define STRATA_TCAM_OPERATION( result, method, parameters, arguments ) \
+   { #method, !std::is_void_v<result> },
+#include "platform/sdk/TcamOperations.def"
+} );
+
+static const ManagerCall* managerCall( std::string_view name )
+{
+   const auto at = std::ranges::find( managerCalls, name, &ManagerCall::name );
+   return at == managerCalls.end() ? nullptr : &*at;
+}
+
+std::span<const std::string_view> Faults::callNames()
+{
+   static const auto names = [] {
+      std::vector<std::string_view> all(
+         roleNames<SdkOperation>.begin(), roleNames<SdkOperation>.end() );
+      for( const ManagerCall& call : managerCalls )
+         if( call.canFail )
+            all.push_back( call.name );
+      return all;
+   }();
+   return names;
+}
+
+static std::string callText( const Fault& fault )
+{
+   return fault.call.empty() ? "any call" : fault.call;
+}
+
+std::string Fault::text() const
+{
+   std::string text = callText( *this );
+   if( callNumber )
+      text += " call-number " + std::to_string( *callNumber );
+   else if( nth != 1 )
+      text += " nth " + std::to_string( nth );
+   if( unit )
+      text += " unit " + std::to_string( *unit );
+   text += " code " + sdkCodeName( static_cast<int>( code ) );
+   return always ? text + " always" : text;
+}
+
+void Faults::inject( const Fault& fault )
+{
+   const auto names = callNames();
+   if( !fault.call.empty() && std::ranges::find( names, fault.call ) == names.end() ) {
+      if( managerCall( fault.call ) )
+         throw ValueError( fault.call + " returns nothing, so it cannot fail" );
+      throw ValueError( "there is no call '" + fault.call + "'" + hint( fault.call, names ) );
+   }
+   if( fault.callNumber && managerCall( fault.call ) )
+      throw ValueError( fault.call + " has no call number: only SDK operations are counted" );
+   if( fault.nth == 0 || fault.callNumber == U64{ 0 } )
+      throw ValueError( "fault for " + callText( fault ) + ": calls are counted from 1" );
+   if( fault.code == SdkCode::None )
+      throw ValueError( "fault for " + callText( fault ) + ": BCM_E_NONE is not an error" );
+   armed_.push_back( { fault } );
+}
+
+std::vector<Fault> Faults::armed() const
+{
+   std::vector<Fault> faults;
+   for( const Armed& a : armed_ )
+      faults.push_back( a.fault );
+   return faults;
+}
+
+std::optional<SdkCode> Faults::strike( std::string_view call, U32 unit, U64 callNumber )
+{
+   std::optional<SdkCode> code;
+   std::erase_if( armed_, [ & ]( Armed& a ) {
+      const Fault& fault = a.fault;
+      if( fault.call.empty() ? callNumber == 0 : fault.call != call )
+         return false;
+      if( fault.unit.value_or( unit ) != unit )
+         return false;
+      ++a.seen;
+      const bool struck = fault.callNumber ? callNumber == *fault.callNumber
+                          : fault.always   ? a.seen >= fault.nth
+                                           : a.seen == fault.nth;
+      if( !struck || code )
+         return false;
+      code = fault.code;
+      return !fault.always;
+   } );
+   return code;
+}
+
+} // namespace Strata::Sim

@@ -1,0 +1,169 @@
+#include "sim/sdk/SdkCallText.h"
+
+#include "platform/runtime/Format.h"
+#include "sim/chip/MyStationTable.h"
+#include "sim/chip/RegisterLayout.h"
+
+namespace Strata::Sim {
+
+std::string SdkCallText::text() const
+{
+   return std::string( roleName( operation_ ) ) + "( " + arguments_ + " )";
+}
+
+std::string_view SdkCallText::nextName()
+{
+   const auto begin = names_.find_first_not_of( "( ," );
+   const auto end = names_.find_first_of( " ,)", begin );
+   const std::string_view name = names_.substr( begin, end - begin );
+   names_.remove_prefix( end );
+   return name;
+}
+
+void SdkCallText::addNumber( std::string_view name, RecordField field, const std::string& text )
+{
+   fields_.push_back( std::move( field ) );
+   arguments_ += ( arguments_.empty() ? "" : ", " ) + std::string( name ) + " " + text;
+}
+
+void SdkCallText::addText( std::string_view name, const std::string& text )
+{
+   addNumber( name, RecordField( name, text ), text );
+}
+
+static std::string namedOr( std::optional<std::string_view> name, S64 number )
+{
+   return name ? std::string( *name ) : "unknown " + std::to_string( number );
+}
+
+template<class Role>
+static std::string roleText( const NumberTable<Role>& table, S64 number )
+{
+   const auto role = table.find( number );
+   return namedOr( role ? std::optional( roleName( *role ) ) : std::nullopt, number );
+}
+
+/// The name of the SDK number; nothing for an argument that is a plain number.
+std::optional<std::string> SdkCallText::nameOfNumber( std::string_view argument, S64 number )
+{
+   const auto is = [ & ]( SdkOperation operation ) { return operation_ == operation; };
+   const bool portControl = is( SdkOperation::portControlSet );
+   const bool exact = is( SdkOperation::fieldQualifyPacketRes ) ||
+                      is( SdkOperation::fieldQualifyIntPriority ) ||
+                      is( SdkOperation::fieldQualifyDstMcastGroup );
+   if( argument == "action" )
+      return is( SdkOperation::l3Ip4OptionsProfileCreate )
+                ? roleText( numbers_.ipOptionAction, number )
+                : roleText( numbers_.fieldAction, number );
+   if( argument == "ipType" )
+      return roleText( numbers_.fieldIpType, number );
+   if( argument == "control" )
+      return portControl ? roleText( numbers_.portControl, number )
+                         : roleText( numbers_.switchControl, number );
+   if( argument == "reg" ) {
+      register_ = numbers_.registers.find( number );
+      return roleText( numbers_.registers, number );
+   }
+   if( argument == "memory" )
+      return roleText( numbers_.memories, number );
+   if( argument == "block" )
+      return number == numbers_.anyMemoryBlock ? "any" : "unknown " + std::to_string( number );
+   if( argument == "port" && number == numbers_.chipWidePort )
+      return "chip-wide";
+   if( argument == "port" && number == numbers_.anyRegisterPort )
+      return "any";
+   if( argument == "data" && is( SdkOperation::fieldQualifyPacketRes ) )
+      return roleText( numbers_.packetResult, number );
+   if( argument == "data" && is( SdkOperation::fieldQualifyIngressStpState ) &&
+       number == numbers_.stpForward )
+      return "forward";
+   if( argument == "mask" && exact && number == numbers_.exactMatchMask )
+      return "exact";
+   return std::nullopt;
+}
+
+static bool dataIsBits( SdkOperation operation )
+{
+   switch( operation ) {
+   case SdkOperation::fieldQualifyDstIp:
+   case SdkOperation::fieldQualifyEtherType:
+   case SdkOperation::fieldQualifyInterfaceClassL2:
+   case SdkOperation::fieldQualifyInterfaceClassL3:
+   case SdkOperation::fieldQualifySrcClassField:
+      return true;
+   default:
+      return false;
+   }
+}
+
+void SdkCallText::add( std::string_view name, U32 value )
+{
+   if( operation_ == SdkOperation::ingMiscConfigRead ||
+       operation_ == SdkOperation::ingMiscConfigWrite )
+      register_ = Register::IngMiscConfig;
+   if( auto text = nameOfNumber( name, value ) )
+      return addText( name, *text );
+   if( name == "value" && register_ )
+      return addNumber( name, RecordField( name, value ), registerText( *register_, value ) );
+   const bool bits = name.ends_with( "mask" ) || name.ends_with( "Mask" ) ||
+                     ( name == "data" && dataIsBits( operation_ ) );
+   addNumber( name, RecordField( name, value ),
+      bits ? Vormel::format( "0x%x", value ) : std::to_string( value ) );
+}
+
+void SdkCallText::add( std::string_view name, U64 value )
+{
+   addNumber( name, RecordField( name, value ),
+      register_ ? registerText( *register_, value ) : std::to_string( value ) );
+}
+
+void SdkCallText::add( std::string_view name, int value )
+{
+   if( auto text = nameOfNumber( name, value ) )
+      return addText( name, *text );
+   addNumber( name, RecordField( name, value ), std::to_string( value ) );
+}
+
+void SdkCallText::add( std::string_view name, const EthAddr& value )
+{
+   addText( name, value.toString() );
+}
+
+void SdkCallText::add( std::string_view name, const PortBitmap& value )
+{
+   addText( name, value.toString() );
+}
+
+void SdkCallText::add( std::string_view name, const VlanControl& value )
+{
+   const VlanFlags flags = numbers_.vlanFlags( value.flags() );
+   std::string text;
+   for( const VlanFlag flag : flags.flags )
+      text += ( text.empty() ? "" : "|" ) + std::string( roleName( flag ) );
+   if( flags.otherFlags != 0 )
+      text += ( text.empty() ? "other " : "|other " ) + Vormel::format( "0x%x", flags.otherFlags );
+   addText( name, text.empty() ? "none" : text );
+}
+
+void SdkCallText::add( std::string_view name, const MemoryEntry& value )
+{
+   const std::string text = myStationText( value );
+   addNumber( name, RecordField( name, text ), "\"" + text + "\"" );
+}
+
+std::string outcomeText( SdkCode code, bool injected )
+{
+   if( code == SdkCode::None )
+      return {};
+   return " -> " + sdkCodeName( static_cast<int>( code ) ) + ( injected ? " (injected)" : "" );
+}
+
+std::vector<RecordField> outcomeFields( SdkCode code, bool injected )
+{
+   std::vector<RecordField> fields{ { "rc", sdkCodeName( static_cast<int>( code ) ) } };
+   if( injected )
+      fields.emplace_back( "injected", true );
+   return fields;
+}
+
+} // namespace Strata::Sim

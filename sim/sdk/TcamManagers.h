@@ -1,0 +1,69 @@
+// The agent's entry managers over simulated chips: each serves one range of every unit's Field
+// Processor.
+#pragma once
+
+#include "platform/sdk/TcamEntryManager.h"
+#include "sim/switch/Hardware.h"
+
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Strata::Sim {
+
+// clang-format off
+#define STRATA_SIM_TCAM_ENTRY_MANAGER_ATTRIBUTES( ROW ) \
+   ROW( FIELD, name, std::string, "the group that it serves", "simulator" )
+
+#define STRATA_SIM_TCAM_GROUP_MANAGER_ATTRIBUTES( ROW )
+// clang-format on
+
+class SimTcamEntryManager : public StrataBoundedTcamEntryManager
+{
+   VORMEL_ENTITY( SimTcamEntryManager, STRATA_SIM_TCAM_ENTRY_MANAGER_ATTRIBUTES )
+
+   SimTcamEntryManager( const FieldGroupProfile& profile, const Hardware& hardware );
+
+   std::string entityName() const override { return name_; }
+   const FieldGroupProfile& profile() const { return profile_; }
+
+#define STRATA_TCAM_OPERATION( result, method, parameters, arguments ) \
+   result method parameters override;
+#define STRATA_TCAM_QUESTION( result, method, parameters, arguments ) \
+   result method parameters const override;
+#include "platform/sdk/TcamOperations.def"
+   U32 baseEntryId() const override
+   {
+      return profile_.base;
+   }
+
+ private:
+   FieldGroup* group( U32 unit ) const;
+   /// Runs `work` on the unit's range unless a fault applies to the call, and records the call.
+   template<class Work>
+   SdkCode perform(
+      std::string_view call, U32 unit, U32 entryId, const std::string& details, Work work );
+   void write( std::string_view call, U32 unit, U32 entryId, const std::string& details,
+      const std::string& outcome, std::vector<RecordField> fields ) const;
+   int installed( std::string_view call, U32 unit, U32 entryId, bool again );
+   int qualified( std::string_view call, U32 unit, U32 entryId, const FieldQualifier& qualifier );
+
+   FieldGroupProfile profile_;
+   Hardware hardware_;
+};
+
+/// The group manager of the profile's ranges; each assignment can be removed.
+class SimTcamGroupManager : public StrataTcamGroupManager
+{
+   VORMEL_ENTITY( SimTcamGroupManager, STRATA_SIM_TCAM_GROUP_MANAGER_ATTRIBUTES )
+
+   Ref<StrataBoundedTcamEntryManager> boundedTcamEntryManager( TcamGroup group ) const override;
+   /// Null removes the assignment.
+   void managerIs( TcamGroup group, Ref<SimTcamEntryManager> manager );
+
+ private:
+   std::map<TcamGroup, Ref<SimTcamEntryManager>> managers_;
+};
+
+} // namespace Strata::Sim

@@ -1,0 +1,152 @@
+#include "tool/view/Catalogue.h"
+
+#include "platform/runtime/Value.h"
+#include "platform/state/AgentConfig.h"
+#include "platform/state/Interfaces.h"
+#include "platform/state/L3State.h"
+#include "platform/state/Mlag.h"
+#include "platform/state/StrataCommonSmData.h"
+#include "routing/RoutingStatusHelper.h"
+#include "tool/words/Command.h"
+
+namespace Strata::Tool {
+
+using Vormel::AttributeInfo;
+using Vormel::AttributeKind;
+
+namespace {
+
+std::string typeText( const AttributeInfo& info )
+{
+   std::string type( info.type );
+   switch( info.kind ) {
+   case AttributeKind::Array:
+      return type + " by " + std::string( info.keyType ) + " (array)";
+   case AttributeKind::Map:
+      return type + " by " + std::string( info.keyType ) + " (map)";
+   case AttributeKind::Field:
+      return type + " (fixed)";
+   case AttributeKind::Scalar:
+      break;
+   }
+   return type;
+}
+
+std::string describe( const AttributeInfo& info )
+{
+   std::string text( info.name );
+   text += "\n   " + typeText( info );
+   if( info.kind == AttributeKind::Scalar )
+      text += ", default " + std::string( info.defaultText );
+   return text + "\n   " + std::string( info.meaning ) +
+          "\n   written by: " + std::string( info.maintainer );
+}
+
+} // namespace
+
+Table attributeTable( const Vormel::EntityType& type )
+{
+   Table table( { { "Number", Align::right }, { "Attribute" } } );
+   for( const auto& attribute : type.attributes() ) {
+      const AttributeInfo& info = attribute->info();
+      table.row( { info.number == 0 ? "-" : std::to_string( info.number ), describe( info ) } );
+   }
+   return table;
+}
+
+Table operationTable( const Vormel::EntityType& type )
+{
+   Table table( { { "Operation" } } );
+   for( const auto& operation : type.operations() ) {
+      std::string text( operation->name() );
+      text += "\n   " + std::string( operation->summary() );
+      for( const std::string& parameter : operation->parameters() )
+         text += "\n   " + parameter;
+      table.row( { text } );
+   }
+   return table;
+}
+
+Table commandTable( std::string_view start )
+{
+   Table table( { { "Command" } } );
+   for( const Command& command : commands() )
+      if( command.name.starts_with( start ) )
+         table.row( { std::string( command.name ) + " " + std::string( command.syntax ) + "\n   " +
+                      std::string( command.summary ) } );
+   return table;
+}
+
+struct SyntaxWord
+{
+   std::string_view name;
+   std::string_view meaning;
+};
+
+// In this order, because an explanation may use words that are explained after it.
+static const SyntaxWord syntaxWords[] = {
+   { "PORTS", "one or more of: PORT, Ethernet1-4, a LAG for all of its ports" },
+   { "NEXTHOP",
+      "PORT|LAG mac MAC vlan ID; cpu; flood mac MAC vlan ID; tunnel NAME mac MAC vlan ID" },
+   { "FRAME", "the layers from the outside in, or 'hex BYTES', or 'pcap FILE [frame N]'\n"
+              "   [dmac MAC|router|virtual-router] [smac MAC] [vlan ID] [priority N], then one of\n"
+              "   ethertype N\n"
+              "   arp request|reply [from IP] [for IP]\n"
+              "   [mpls LABEL [ttl N]]... ipv4 [src IP] [dst IP] [ttl N] [options] [bad-checksum]\n"
+              "   [mpls LABEL [ttl N]]... ipv6 [src IP] [dst IP] [ttl N] [hop-by-hop]\n"
+              "   behind IP: udp|tcp [sport N] [dport N], icmp, igmp, protocol N\n"
+              "   behind udp: vxlan VNI and a frame\n"
+              "   at the end: length N" },
+   { "PORT",
+      "an interface such as Ethernet1, or 'port N', 'cpu', 'loopback', 'recirculation', each with "
+      "[unit N]" },
+   { "OBJECT", "helper, which may be left out, or an input such as scsd, or an interface" },
+   { "PREFIX", "such as 10.1.0.0/16 or 2001:db8::/32" },
+   { "DURATION", "such as 250ms, 5s or 2m" },
+   { "HANDLE", "a trace handle such as ApiStrata; * matches any part of a name" },
+};
+
+static bool hasWord( std::string_view text, std::string_view word )
+{
+   const auto capital = [ & ]( std::size_t at ) {
+      return at < text.size() && text[ at ] >= 'A' && text[ at ] <= 'Z';
+   };
+   for( std::size_t at = text.find( word ); at != text.npos; at = text.find( word, at + 1 ) )
+      if( !capital( at - 1 ) && !capital( at + word.size() ) )
+         return true;
+   return false;
+}
+
+Table helpTable( std::string_view start )
+{
+   Table table = commandTable( start );
+   std::string syntax;
+   for( const Command& command : commands() )
+      if( command.name.starts_with( start ) )
+         syntax += std::string( command.syntax ) + ' ';
+   table.section( "Words" );
+   for( const auto& [ name, meaning ] : syntaxWords )
+      if( hasWord( syntax, name ) ) {
+         syntax += meaning;
+         table.row( { std::string( name ) + "\n   " + std::string( meaning ) } );
+      }
+   return table;
+}
+
+const std::vector<NamedType>& namedTypes()
+{
+   static const std::vector<NamedType> types{ { "helper", &RoutingStatusHelper::type() },
+      { "scsd", &StrataCommonSmData::type() }, { "features", &Features::type() },
+      { "miscConfig", &StrataMiscConfig::type() }, { "pbr", &StrataPbrInfo::type() },
+      { "sourceIpLookup", &BastleSourceIpLookupConfig::type() },
+      { "l2Mcast", &L2McastTableAllocationEnt::type() }, { "urpf", &StrataUrpfCommonData::type() },
+      { "ethIntfStatusDir", &Interface::EthIntfStatusDir::type() },
+      { "interface", &Interface::EthIntfStatus::type() },
+      { "intfVlanId", &IntfVlanId::Table::type() }, { "virtualPorts", &VirtualPortStatus::type() },
+      { "hwStatus", &HwStatus::type() }, { "nexthops", &NexthopStatusDir::type() },
+      { "mlagStatus", &Mlag::Status::type() }, { "mlagHwStatus", &Mlag::Hardware::Status::type() },
+      { "recircStatus", &Lag::Recirc::RecircFeatureStatus::type() } };
+   return types;
+}
+
+} // namespace Strata::Tool

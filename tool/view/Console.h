@@ -1,0 +1,142 @@
+// The output of a run: the terminal and, if requested, a transcript file. Both get all lines in order, as text or as
+// JSON lines. Every line is written before the next event, so a crash loses none.
+#pragma once
+
+#include "platform/runtime/Enum.h"
+#include "platform/runtime/Types.h"
+#include "sim/switch/Transcript.h"
+#include "tool/view/Table.h"
+#include "tool/words/Words.h"
+
+#include <fstream>
+#include <functional>
+#include <iosfwd>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Strata::Tool {
+
+/// The kind of a line of text, by which it is coloured.
+enum class Tone : U8
+{
+   plain,
+   heading, // a command
+   title,   // of a table or section
+   note,
+   good,
+   bad,
+   faint,
+};
+
+struct ConsoleConfig
+{
+   bool json = false;
+   bool quiet = false; // on the terminal only requested output and failures
+   bool echo = true;   // also show commands; not needed on a terminal where they were typed
+   bool colour = false;
+   std::string transcriptFile; // empty for none
+};
+
+/// How a run of commands ended.
+VORMEL_ENUM( RunEnd, U8, complete,
+   refused, // by a line that could not be run
+   died     // with the agent
+)
+
+/// The counts of a run.
+struct RunCounts
+{
+   U32 expectations = 0; // that were judged
+   U32 failures = 0;     // among them
+   U32 notJudged = 0;
+   U32 broken = 0; // conventions
+};
+
+/// Sends the output of a child process line by line to the parent's console.
+class ChildChannel
+{
+ public:
+   virtual ~ChildChannel();
+   virtual void send( char form, std::string_view text ) = 0;
+};
+
+class Console
+{
+ public:
+   /// std::runtime_error when the transcript file cannot be written.
+   Console( std::ostream& out, std::ostream& err, const ConsoleConfig& config );
+
+   void command( const Line& line );
+   /// Whether the next output is JSON rows instead of a table.
+   void rowsAsJsonIs( bool json ) { rowsAsJson_ = json; }
+   void note( std::string_view text );
+   void record( const Sim::Record& record );
+   /// Whether the text has calls, notifications and traces; at first it has. JSON always has them.
+   void eventsShownIs( bool shown ) { eventsShown_ = shown; }
+   /// Output that the scenario requested. JSON output has `json` instead of the table.
+   void table( const std::string& title, const Table& table );
+   void table( const std::string& title, const Table& table, const nlohmann::ordered_json& json );
+   /// Output that is JSON in both forms.
+   void document( const std::string& title, const nlohmann::ordered_json& json );
+   void records( const std::string& title, const std::vector<const Sim::Record*>& records );
+   void result( std::string_view operation, const std::string& value );
+   void held( const Line& line );
+   void failed( const Line& line, const std::string& expected, const std::string& found );
+   /// A convention of the hardware calls was broken, and the run continues; null at the end of the run.
+   void broken( const Line* line, const std::string& what );
+   /// The agent ended unexpectedly.
+   void died( const Line& line, const std::string& reason );
+   /// The standard error of a child process.
+   void childError( const std::string& text );
+   /// The lines that a child process sent through its channel.
+   void childLine( char form, std::string_view text );
+   void summary( const std::string& file, const RunCounts& counts, RunEnd end = RunEnd::complete );
+   /// A line could not be run. Writes the JSON line only; the error is reported elsewhere.
+   void refused( const std::string& text );
+   /// std::runtime_error if some output could not be written.
+   void checkWritten();
+   /// Writes to standard error, in both forms.
+   void error( const std::string& text );
+
+   /// Makes this the console of a child process: all further output goes to the channel. Requires: the channel
+   /// outlives the console.
+   void childOf( ChildChannel& channel );
+
+ private:
+   enum class Weight : U8
+   {
+      echo, // of what was typed
+      ordinary,
+      asked, // shown even when quiet
+   };
+   struct Toned
+   {
+      Tone tone;
+      std::string text;
+   };
+   using Json = std::function<std::string()>;
+
+   bool shows( Weight weight ) const;
+   void show(
+      const std::string& title, std::vector<Toned> lines, const nlohmann::ordered_json& rows );
+   void outcome( Weight weight, std::vector<Toned> lines, const Json& json );
+
+   void emit( Weight weight, const std::vector<Toned>& lines, const Json& json );
+   static void write( std::ostream& stream, bool colour, const std::vector<Toned>& lines );
+   void writeTranscript( const std::vector<Toned>& lines );
+
+   std::ostream& out_;
+   std::ostream& err_;
+   ConsoleConfig config_;
+   std::ofstream transcript_;
+   ChildChannel* channel_ = nullptr;
+   bool rowsAsJson_ = false;
+   bool eventsShown_ = true;
+   bool reported_ = false; // something since the last heading
+   bool blank_ = true;     // the last line was
+   bool happened_ = false; // the last thing was an event, not an outcome
+};
+
+} // namespace Strata::Tool

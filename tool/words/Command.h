@@ -1,0 +1,61 @@
+// The commands of scenarios: one small function each, in tool/commands/ by theme. The registry is the one
+// place that knows them all: for running, help and completion.
+//
+// A command parses before it acts. Its function takes the words and returns what is to be done; it sees a const
+// session, so a line that it refuses has changed nothing, and completion can call it at any time.
+#pragma once
+
+#include "tool/words/Words.h"
+
+#include <functional>
+#include <string_view>
+#include <vector>
+
+namespace Strata::Tool {
+
+class Session;
+
+/// The act of a line. It contains values, or references to the words of its line, which outlive it.
+using Act = std::function<void( Session& session )>;
+
+struct Command
+{
+   std::string_view name;    // one or more words: "interface", "expect call"
+   std::string_view syntax;  // the words behind the name
+   std::string_view summary; // one line
+   Act ( *parse )( const Session& session, Words& words ); // leaves the end of the line to act()
+   bool announced = true;   // its line is shown before it runs; otherwise its outcome shows it
+   bool needsSwitch = true; // parse() is called only if there is a switch
+
+   /// Parses the line to its end. InputError, also from the act, with the place of the error.
+   Act act( const Session& session, Words& words ) const;
+};
+
+/// Parses a command without words.
+template<void ( *act )( Session& session )>
+Act parseNone( const Session&, Words& )
+{
+   return act;
+}
+
+/// All commands, in the order in which documentation shows them.
+const std::vector<Command>& commands();
+
+/// Takes a command's name. InputError, with the nearest name, if there is no such command.
+const Command& takeCommand( Words& words );
+
+// The themes.
+std::vector<Command> switchCommands();
+std::vector<Command> stateCommands();
+std::vector<Command> faultCommands();
+std::vector<Command> runCommands();
+std::vector<Command> showCommands();
+std::vector<Command> expectCommands();
+std::vector<Command> expectEventCommands();
+std::vector<Command> myStationCommands();
+std::vector<Command> chipCommands();
+std::vector<Command> tableCommands();
+std::vector<Command> showTableCommands();
+std::vector<Command> packetCommands();
+
+} // namespace Strata::Tool

@@ -1,0 +1,241 @@
+#include "tool/words/Words.h"
+
+#include "platform/runtime/EntityType.h"
+#include "platform/runtime/Format.h"
+
+#include <algorithm>
+
+namespace Strata::Tool {
+
+namespace {
+
+/// The part of a very long line around the place.
+std::string describe( const Line& line, U32 column, U32 width, const std::string& problem )
+{
+   constexpr std::size_t longest = 400;
+   constexpr std::size_t inFront = 100;
+   const std::size_t at = column - 1;
+   const std::size_t start = line.text.size() > longest && at > inFront ? at - inFront : 0;
+   std::string shown = line.text.substr( std::min( start, line.text.size() ), longest );
+   std::ranges::replace( shown, '\t', ' ' ); // the caret counts characters
+   const std::size_t room =
+      std::max( shown.size() - std::min( at - start, shown.size() ), std::size_t{ 1 } );
+   return line.file + ":" + std::to_string( line.number ) + ":" + std::to_string( column ) + ": " +
+          problem + "\n   " + shown + "\n   " + std::string( at - start, ' ' ) + "^" +
+          std::string( std::clamp<std::size_t>( width, 1, room ) - 1, '~' );
+}
+
+bool isBlank( char c )
+{
+   return c == ' ' || c == '\t' || c == '\r';
+}
+
+bool isControl( char c )
+{
+   return ( static_cast<U8>( c ) < 0x20 && !isBlank( c ) ) || c == 0x7F;
+}
+
+/// Takes the word that starts at `at` and leaves `at` behind it.
+Word takeWord( const Line& line, std::size_t& at )
+{
+   const std::string& text = line.text;
+   const std::size_t start = at;
+   Word word{ {}, static_cast<U32>( start + 1 ), 0, text[ start ] == '"' };
+   std::size_t open = std::string::npos;
+   for( ; at < text.size(); ++at ) {
+      const bool inQuotes = open != std::string::npos;
+      const char c = text[ at ];
+      if( !inQuotes && ( isBlank( c ) || c == '#' ) )
+         break;
+      if( c == '"' )
+         open = inQuotes ? std::string::npos : at;
+      else if( inQuotes && c == '\\' && at + 1 < text.size() )
+         word.text += text[ ++at ];
+      else
+         word.text += c;
+   }
+   if( open != std::string::npos )
+      throw InputError( line, static_cast<U32>( open + 1 ), static_cast<U32>( at - open ),
+         "this quote is not closed; end the text with \"" );
+   word.width = static_cast<U32>( at - start );
+   return word;
+}
+
+} // namespace
+
+InputError::InputError( const Line& line, U32 column, U32 width, const std::string& problem )
+   : std::runtime_error( describe( line, column, width, problem ) ),
+     problem_( problem ),
+     column_( column ),
+     width_( width )
+{}
+
+Line splitLine( std::string file, U32 number, std::string text )
+{
+   Line line{ std::move( file ), number, std::move( text ), {} };
+   std::size_t at = 0;
+   if( const auto odd = std::ranges::find_if( line.text, isControl ); odd != line.text.end() ) {
+      const auto column = static_cast<U32>( 1 + ( odd - line.text.begin() ) );
+      const std::string code = Vormel::format( "0x%02x", U32{ static_cast<U8>( *odd ) } );
+      std::ranges::replace_if( line.text, isControl, '?' ); // terminals act on them
+      throw InputError(
+         line, column, 1, "a line is text, and this is the control character " + code );
+   }
+   while( at < line.text.size() && line.text[ at ] != '#' ) {
+      if( isBlank( line.text[ at ] ) )
+         ++at;
+      else
+         line.words.push_back( takeWord( line, at ) );
+   }
+   return line;
+}
+
+std::string commandText( const Line& line )
+{
+   const std::size_t start = line.words.front().column - 1;
+   const Word& last = line.words.back();
+   return line.text.substr( start, last.column - 1 + last.width - start );
+}
+
+std::string didYouMean( std::string_view wrong, std::span<const std::string_view> names )
+{
+   const std::string_view nearest = Vormel::nearestName( wrong, names );
+   return nearest.empty() ? "" : "; did you mean '" + std::string( nearest ) + "'?";
+}
+
+std::string joined( std::span<const std::string_view> names )
+{
+   std::string text;
+   for( const std::string_view name : names )
+      text += ( text.empty() ? "" : ", " ) + std::string( name );
+   return text;
+}
+
+/// The words that could replace one that does not fit, each once.
+static std::vector<std::string_view> alternatives(
+   const std::vector<std::string>& tried, std::span<const std::string_view> choices )
+{
+   std::vector<std::string_view> all( tried.begin(), tried.end() );
+   all.insert( all.end(), choices.begin(), choices.end() );
+   std::vector<std::string_view> once;
+   for( const std::string_view name : all )
+      if( std::ranges::find( once, name ) == once.end() )
+         once.push_back( name );
+   return once;
+}
+
+const Word* Words::peek( std::size_t ahead ) const
+{
+   return next_ + ahead < line_.words.size() ? &line_.words[ next_ + ahead ] : nullptr;
+}
+
+void Words::offer( std::string_view word )
+{
+   if( offers_ && atEnd() )
+      offers_->emplace( word );
+}
+
+void Words::offerAlternatives( std::string_view expected )
+{
+   constexpr std::string_view between = " or ";
+   std::vector<std::string_view> names;
+   for( std::size_t end = 0; end != expected.npos; ) {
+      end = expected.find( between );
+      names.push_back( expected.substr( 0, end ) );
+      if( names.back().find( ' ' ) != expected.npos )
+         return;
+      expected.remove_prefix( end == expected.npos ? expected.size() : end + between.size() );
+   }
+   if( names.size() > 1 )
+      for( const std::string_view name : names )
+         offer( name );
+}
+
+const Word& Words::take( std::string_view what, std::string_view kind )
+{
+   if( !kind.empty() )
+      offer( kind );
+   if( atEnd() )
+      failAtEnd( "expected " + std::string( what ) );
+   tried_.clear();
+   return line_.words[ next_++ ];
+}
+
+bool Words::accept( std::string_view keyword )
+{
+   offer( keyword );
+   const Word* const word = peek();
+   if( !word || word->quoted || word->text != keyword ) {
+      tried_.emplace_back( keyword );
+      return false;
+   }
+   tried_.clear();
+   ++next_;
+   return true;
+}
+
+bool Words::acceptOnce( std::string_view keyword, Taken& taken )
+{
+   const bool first = !taken.contains( keyword );
+   if( first ? !accept( keyword ) : !peek() || peek()->quoted || peek()->text != keyword )
+      return false;
+   if( !first )
+      failAt( *peek(), "'" + std::string( keyword ) + "' is given twice" );
+   taken.emplace( keyword );
+   return true;
+}
+
+void Words::expect( std::string_view keyword )
+{
+   if( accept( keyword ) )
+      return;
+   take( "'" + std::string( keyword ) + "'" );
+   fail( "'" + std::string( keyword ) + "' is expected here" );
+}
+
+std::string_view Words::choose( std::string_view what, std::span<const std::string_view> choices )
+{
+   for( const std::string_view choice : choices )
+      offer( choice );
+   const Word* const next = peek();
+   if( next && std::ranges::find( choices, next->text ) == choices.end() ) {
+      const std::vector<std::string_view> all = alternatives( tried_, choices );
+      const std::string hint = didYouMean( next->text, all );
+      failAt( *next, "'" + next->text + "' is not " + std::string( what ) +
+                        ( hint.empty() ? "; choose one of " + joined( all ) : hint ) );
+   }
+   const Word& word =
+      take( std::string( what ) + ( choices.size() == 1 ? "" : ", one of " + joined( choices ) ) );
+   return *std::ranges::find( choices, word.text );
+}
+
+void Words::end() const
+{
+   if( const Word* const word = peek() ) {
+      const std::vector<std::string_view> all = alternatives( tried_, {} );
+      const std::string hint = didYouMean( word->text, all );
+      failAt( *word, "nothing is expected here" +
+                        ( !hint.empty()  ? hint
+                           : all.empty() ? std::string()
+                                         : ", unless it is one of " + joined( all ) ) );
+   }
+}
+
+void Words::fail( const std::string& problem ) const
+{
+   next_ == 0 ? failAtEnd( problem ) : failAt( line_.words[ next_ - 1 ], problem );
+}
+
+void Words::failAt( const Word& word, const std::string& problem ) const
+{
+   throw InputError( line_, word.column, word.width, problem );
+}
+
+void Words::failAtEnd( const std::string& problem ) const
+{
+   const U32 column =
+      line_.words.empty() ? 1 : line_.words.back().column + line_.words.back().width + 1;
+   throw InputError( line_, column, 1, problem );
+}
+
+} // namespace Strata::Tool
