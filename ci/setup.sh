@@ -15,7 +15,7 @@ ninja-build ninja
 build='
 libcli11-dev /usr/include/CLI/CLI.hpp
 nlohmann-json3-dev /usr/include/nlohmann/json.hpp
-libedit-dev /usr/include/editline/readline.h
+libedit-dev /usr/include/histedit.h
 libtins-dev /usr/include/tins/tins.h
 libpcap-dev /usr/include/pcap/pcap.h
 libgtest-dev /usr/include/gtest/gtest.h

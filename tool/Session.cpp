@@ -4,6 +4,7 @@
 #include "platform/runtime/EntityType.h"
 #include "platform/runtime/Format.h"
 #include "tool/ChildProcess.h"
+#include "tool/Interrupt.h"
 #include "tool/words/Command.h"
 
 #include <ranges>
@@ -21,6 +22,7 @@ void Session::run( const Line& line )
 {
    if( line.words.empty() )
       return;
+   safePoint( [ & ] { return "before " + line.file + ":" + std::to_string( line.number ); } );
    Line asked = line;
    const bool json = line.words.back().text == "--json" && !line.words.back().quoted;
    if( json )

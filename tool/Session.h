@@ -35,7 +35,7 @@ class Session
    ~Session();
 
    /// Runs one command; an empty line has no effect. Its output is JSON if the line ends with --json. InputError if
-   /// it cannot be run.
+   /// it cannot be run; Interrupted if Ctrl-C has stopped it, or came before it.
    void run( const Line& line );
 
    Console& console() { return console_; }

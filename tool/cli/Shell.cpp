@@ -1,14 +1,17 @@
 // strata-l3 shell: the commands of scenarios from the keyboard.
 #include "platform/runtime/Activity.h"
 #include "tool/DeathWatch.h"
+#include "tool/Interrupt.h"
 #include "tool/Session.h"
 #include "tool/cli/ConsoleOptions.h"
 #include "tool/cli/Subcommand.h"
 #include "tool/shell/Completion.h"
 #include "tool/shell/LineReader.h"
+#include "tool/shell/Worker.h"
 #include "tool/view/Catalogue.h"
 
 #include <memory>
+#include <optional>
 #include <ostream>
 
 namespace Strata::Tool {
@@ -34,19 +37,8 @@ class Shell : public Subcommand
          ConsoleConfig config = options_.config( terminal, file_ );
          config.echo = !terminal.typed;
          Console console( terminal.out, terminal.err, config );
-         const Vormel::LockAnchor lock( Vormel::activityLock() );
-         Session session( console );
-         const DeathWatch watch( session );
-         if( !file_.empty() )
-            runLines( file_, session );
-         if( terminal.typed )
-            terminal.out << "'help' lists the commands, the tab key completes them, 'quit' ends.\n";
-         converse( session, *readerFor( terminal, session ) );
-         session.end();
-         console.checkWritten();
-         return refused_                  ? ExitStatus::error
-                : session.failures() == 0 ? ExitStatus::held
-                                          : ExitStatus::failed;
+         return terminal.typed ? runSessions( console, terminal )
+                               : runSession( console, terminal, file_ );
       } catch( const std::exception& error ) {
          terminal.err << error.what() << std::endl;
          return ExitStatus::error;
@@ -54,6 +46,41 @@ class Shell : public Subcommand
    }
 
  private:
+   /// At a terminal a session runs in a copy of this process: when its agent dies, the next session begins.
+   ExitStatus runSessions( Console& console, Terminal& terminal )
+   {
+      terminal.out << "'help' lists the commands, the tab key completes them, 'quit' ends.\n";
+      bool died = false;
+      for( std::string file = file_;; file.clear() ) {
+         const WorkerEnd end = runWorker(
+            [ & ] { return static_cast<int>( runSession( console, terminal, file ) ); } );
+         if( end.status && *end.status != static_cast<int>( ExitStatus::died ) )
+            return died ? ExitStatus::died : static_cast<ExitStatus>( *end.status );
+         died = true;
+         if( !end.status )
+            console.error( "the session was killed by signal " + std::to_string( end.signal ) );
+         console.error( "This is a fresh session: it has no switch yet; the history is kept." );
+      }
+   }
+
+   /// Runs the scenario, then the lines of the terminal.
+   ExitStatus runSession( Console& console, Terminal& terminal, const std::string& file )
+   {
+      const std::optional<InterruptWatch> interrupts =
+         terminal.typed ? std::optional<InterruptWatch>( std::in_place ) : std::nullopt;
+      const Vormel::LockAnchor lock( Vormel::activityLock() );
+      Session session( console );
+      const DeathWatch watch( session );
+      if( !file.empty() )
+         stoppable( console, [ & ] { runLines( file, session ); } );
+      converse( session, *readerFor( terminal, session ) );
+      session.end();
+      console.checkWritten();
+      return refused_                  ? ExitStatus::error
+             : session.failures() == 0 ? ExitStatus::held
+                                       : ExitStatus::failed;
+   }
+
    static std::unique_ptr<LineReader> readerFor( Terminal& terminal, Session& session )
    {
       if( !terminal.typed )
@@ -65,8 +92,21 @@ class Shell : public Subcommand
                for( const std::string word : { "help", "quit" } )
                   if( word.starts_with( line ) )
                      words.push_back( word );
-            return words;
+            return Completion{ std::string( lastWord( line ) ), words };
          } );
+   }
+
+   /// Runs what Ctrl-C stops.
+   template<class Work>
+   static void stoppable( Console& console, Work work )
+   {
+      try {
+         work();
+         if( interrupted() )
+            console.error( "interrupted: the command is complete, and its output is cut" );
+      } catch( const Interrupted& stop ) {
+         console.error( std::string( "interrupted " ) + stop.what() );
+      }
    }
 
    // A line that cannot be run is reported; then the next one is read.
@@ -81,10 +121,12 @@ class Shell : public Subcommand
             const std::string first = line.words.empty() ? std::string() : line.words.front().text;
             if( first == "quit" || first == "exit" )
                return;
-            if( first == "help" )
-               help( session, line );
-            else
-               session.run( line );
+            stoppable( session.console(), [ & ] {
+               if( first == "help" )
+                  help( session, line );
+               else
+                  session.run( line );
+            } );
          } catch( const InputError& error ) {
             refused_ = true;
             session.console().refused( error.what() );

@@ -2,6 +2,7 @@
 #include "platform/runtime/Snapshot.h"
 #include "platform/sdk/SdkRoles.h"
 #include "tool/ChildProcess.h"
+#include "tool/Interrupt.h"
 #include "tool/Session.h"
 #include "tool/words/Command.h"
 
@@ -235,6 +236,7 @@ void runInCopy( Session& session, const Line& command, const Act& act, const std
 {
    const ChildEnd end =
       runInChild( [ & ]( ChildChannel& channel ) { runInChannel( session, act, channel ); } );
+   safePoint( [] { return "in the copy of the process, which has ended"; } );
    for( const auto& [ form, line ] : end.lines ) {
       if( form == inputErrorForm )
          throwInputError( command, line );

@@ -1,5 +1,6 @@
 // Packets: sending and explaining them, expectations about the last one, and captures to files.
 #include "platform/runtime/Errors.h"
+#include "tool/Interrupt.h"
 #include "tool/Session.h"
 #include "tool/packet/ExplanationView.h"
 #include "tool/packet/PacketWords.h"
@@ -197,11 +198,16 @@ void replay( Session& session, const Words& words, const CaptureWords& asked )
          const std::optional<CapturedFrame> captured = reader.next();
          if( !captured )
             break;
+         if( interrupted() ) {
+            title = ", interrupted before frame " + std::to_string( reader.number() );
+            interruptDel(); // the table is wanted
+            break;
+         }
          if( reader.number() >= asked.first )
             table.add( reader.number(), sendCaptured( desk, asked.entrance, *captured ) +
                                            cutText( *captured, asked.summary ) );
       }
-      if( asked.range && reader.number() < asked.last )
+      if( title.empty() && asked.range && reader.number() < asked.last )
          title = ", which ends with frame " + std::to_string( reader.number() );
       if( table.count() == 0 ) {
          culprit = asked.range ? asked.range : asked.file;

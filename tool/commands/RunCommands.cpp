@@ -1,8 +1,11 @@
 // Control of a run: bring-up, the clock, traces, notes and marks.
+#include "platform/runtime/Format.h"
 #include "platform/runtime/Trace.h"
+#include "tool/Interrupt.h"
 #include "tool/Session.h"
 #include "tool/words/Command.h"
 
+#include <algorithm>
 #include <charconv>
 
 namespace Strata::Tool {
@@ -35,7 +38,15 @@ Act advance( const Session&, Words& words )
    const double seconds = takeDuration( words );
    if( seconds > longestAdvance )
       words.fail( "the clock moves by at most 366 days at a time" );
-   return [ seconds ]( Session& live ) { live.agent().clock().advanceBy( seconds ); };
+   return [ seconds ]( Session& live ) {
+      Vormel::ManualClock& clock = live.agent().clock();
+      const double end = clock.now() + seconds;
+      while( clock.now() < end ) {
+         safePoint( [ & ] { return Vormel::format( "at %s s", clock.now() ); } );
+         clock.advanceTo( std::clamp( clock.nextExpiry(), clock.now(), end ) );
+      }
+      clock.advanceTo( end ); // timers that are due although no time passes
+   };
 }
 
 Act trace( const Session&, Words& words )

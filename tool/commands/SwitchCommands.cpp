@@ -1,6 +1,7 @@
 // Describing the switch: its chips, units, ports, interfaces, LAGs and VLANs.
 #include "platform/types/IntfId.h"
 #include "sim/chip/ChipProfile.h"
+#include "tool/Interrupt.h"
 #include "tool/Session.h"
 #include "tool/words/Command.h"
 #include "tool/words/InterfaceRange.h"
@@ -150,9 +151,11 @@ Act addInterfaces( const Session& session, Words& words )
          hardware.checkInterface( range.at( i ), unit, port + static_cast<int>( i ) );
    } );
    return [ = ]( Session& live ) {
-      for( U32 i = 0; i < range.count; ++i )
+      for( U32 i = 0; i < range.count; ++i ) {
+         safePoint( [ & ] { return "before " + range.at( i ).toString(); } );
          live.agent().hardware().addInterface( range.at( i ), unit, port + static_cast<int>( i ),
             model, logical ? std::optional( *logical + i ) : std::nullopt );
+      }
    };
 }
 
@@ -166,8 +169,10 @@ Act removeInterfaces( const Session& session, Words& words )
       if( !hardware.ethIntfStatusDir()->intfStatus().contains( range.at( i ) ) )
          words.fail( "there is no interface " + range.at( i ).toString() );
    return [ range ]( Session& live ) {
-      for( U32 i = 0; i < range.count; ++i )
+      for( U32 i = 0; i < range.count; ++i ) {
+         safePoint( [ & ] { return "before " + range.at( i ).toString(); } );
          live.agent().hardware().removeInterface( range.at( i ) );
+      }
    };
 }
 

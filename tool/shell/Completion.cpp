@@ -145,10 +145,15 @@ void addOffers(
 
 } // namespace
 
-std::vector<std::string> completions( const Session& session, std::string_view line )
+std::string_view lastWord( std::string_view line )
 {
    const std::size_t blank = line.find_last_of( " \t" );
-   const std::string_view word = blank == line.npos ? line : line.substr( blank + 1 );
+   return blank == line.npos ? line : line.substr( blank + 1 );
+}
+
+std::vector<std::string> completions( const Session& session, std::string_view line )
+{
+   const std::string_view word = lastWord( line );
    const std::string before( line.substr( 0, line.size() - word.size() ) );
    Candidates candidates;
    try {

@@ -9,6 +9,9 @@ namespace Strata::Tool {
 
 class Session;
 
+/// The last word of a line; empty behind a blank.
+std::string_view lastWord( std::string_view line );
+
 /// Whole words that can replace the last one of the line (an empty one if it ends with a blank), in order.
 std::vector<std::string> completions( const Session& session, std::string_view line );
 

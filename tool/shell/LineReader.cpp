@@ -1,14 +1,21 @@
 #include "tool/shell/LineReader.h"
 
+#include "platform/runtime/Types.h"
+#include "tool/Interrupt.h"
+
+#include <algorithm>
+#include <array>
 #include <clocale>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <editline/readline.h>
+#include <fcntl.h>
 #include <filesystem>
-#include <memory>
+#include <histedit.h>
+#include <iomanip>
+#include <iostream>
+#include <sys/ioctl.h>
 #include <system_error>
+#include <unistd.h>
 
 namespace Strata::Tool {
 
@@ -24,51 +31,6 @@ std::optional<std::string> StreamReader::next()
 
 namespace {
 
-constexpr int historyLines = 1000;
-
-// The editor's callbacks have no context argument, hence the globals.
-Completer theCompleter;
-std::vector<std::string> candidates;
-
-char* nextCandidate( const char* /*word*/, int state )
-{
-   const auto index = static_cast<std::size_t>( state );
-   return index < candidates.size() ? ::strdup( candidates[ index ].c_str() ) : nullptr;
-}
-
-char** complete( const char* word, int /*start*/, int end )
-{
-   candidates = theCompleter( std::string_view( rl_line_buffer, static_cast<std::size_t>( end ) ) );
-   rl_attempted_completion_over = 1; // no file names
-   // Without a blank after a completed path or level, which continues behind its dot or sign.
-   const bool goesOn = candidates.size() == 1 &&
-                       ( candidates[ 0 ].ends_with( '.' ) || candidates[ 0 ].ends_with( '=' ) );
-   rl_completion_append_character = goesOn ? 0 : int{ ' ' };
-   return candidates.empty() ? nullptr : rl_completion_matches( word, nextCandidate );
-}
-
-/// While a line is typed, Ctrl-C discards the line and does not end the process.
-class InterruptWatch
-{
- public:
-   InterruptWatch()
-   {
-      interrupted_ = 0;
-      struct sigaction action = {}; // without SA_RESTART, so that the signal ends the reading
-      action.sa_handler = []( int ) { interrupted_ = 1; };
-      ::sigaction( SIGINT, &action, &before_ );
-   }
-   InterruptWatch( const InterruptWatch& ) = delete;
-   InterruptWatch& operator=( const InterruptWatch& ) = delete;
-   ~InterruptWatch() { ::sigaction( SIGINT, &before_, nullptr ); }
-
-   static bool seen() { return interrupted_ != 0; }
-
- private:
-   static inline volatile std::sig_atomic_t interrupted_ = 0;
-   struct sigaction before_;
-};
-
 std::string historyPath()
 {
    namespace fs = std::filesystem;
@@ -83,46 +45,213 @@ std::string historyPath()
    return problem ? std::string() : ( dir / "history" ).string();
 }
 
+/// The lines of earlier sessions, in a file to which each new line is appended at once.
+class HistoryFile
+{
+ public:
+   HistoryFile() : lines_( ::history_init() ), path_( historyPath() )
+   {
+      ::history( lines_, &event_, H_SETSIZE, most );
+      ::history( lines_, &event_, H_SETUNIQUE, 1 );
+      if( path_.empty() )
+         return;
+      // The file grows by appending, so it is cut at times.
+      if( ::history( lines_, &event_, H_LOAD, path_.c_str() ) > 2 * most )
+         ::history( lines_, &event_, H_SAVE, path_.c_str() );
+   }
+   HistoryFile( const HistoryFile& ) = delete;
+   HistoryFile& operator=( const HistoryFile& ) = delete;
+   ~HistoryFile() { ::history_end( lines_ ); }
+
+   History* lines() const { return lines_; }
+
+   void append( const std::string& line )
+   {
+      ::history( lines_, &event_, H_ENTER, line.c_str() );
+      const int file =
+         path_.empty() ? -1 : ::open( path_.c_str(), O_WRONLY | O_APPEND | O_CREAT, 0600 );
+      if( file < 0 )
+         return;
+      const std::string text = ( ::lseek( file, 0, SEEK_END ) == 0 ? mark : "" ) + encoded( line );
+      [[maybe_unused]] const ssize_t written = ::write( file, text.data(), text.size() );
+      ::close( file );
+   }
+
+ private:
+   static constexpr int most = 1000;
+   static constexpr const char* mark = "_HiStOrY_V2_\n"; // how the library knows its files
+
+   /// As the library writes a line: all but plain characters as octal numbers.
+   static std::string encoded( const std::string& line )
+   {
+      std::string text;
+      for( const char c : line ) {
+         const auto digit = [ bits = static_cast<U8>( c ) ]( int shift ) {
+            return static_cast<char>( '0' + ( bits >> shift & 7 ) );
+         };
+         text += c > ' ' && c < 0x7F && c != '\\'
+                    ? std::string{ c }
+                    : std::string{ '\\', digit( 6 ), digit( 3 ), digit( 0 ) };
+      }
+      return text + '\n';
+   }
+
+   History* lines_;
+   std::string path_; // empty if there is no directory for it
+   HistEvent event_{};
+};
+
+/// Whether characters wait to be read: the present one was pasted, not typed.
+bool isPasted()
+{
+   int waiting = 0;
+   return ::ioctl( STDIN_FILENO, FIONREAD, &waiting ) == 0 && waiting > 0;
+}
+
+std::string commonStart( const std::vector<std::string>& words )
+{
+   std::string start = words.front();
+   for( const std::string& word : words )
+      start.erase( std::ranges::mismatch( start, word ).in1, start.end() );
+   return start;
+}
+
+/// In columns, below the line.
+void list( const std::vector<std::string>& words, std::size_t width )
+{
+   std::size_t longest = 0;
+   for( const std::string& word : words )
+      longest = std::max( longest, word.size() );
+   const std::size_t columns = std::max<std::size_t>( width / ( longest + 2 ), 1 );
+   const std::size_t rows = ( words.size() + columns - 1 ) / columns;
+   for( std::size_t row = 0; row < rows; ++row ) {
+      for( std::size_t at = row; at < words.size(); at += rows )
+         std::cout << std::left << std::setw( static_cast<int>( longest + 2 ) ) << words[ at ];
+      std::cout << '\n';
+   }
+   std::cout.flush();
+}
+
 } // namespace
 
-TerminalReader::TerminalReader( std::string prompt, Completer completer )
-   : prompt_( std::move( prompt ) ),
-     historyFile_( historyPath() )
+/// The line editor. Its callbacks find it as the editor's client data.
+class TerminalReader::Editor
 {
-   theCompleter = std::move( completer );
-   std::setlocale( LC_CTYPE, "" ); // the input may be UTF-8
-   rl_readline_name = "strata-l3";
-   rl_attempted_completion_function = complete;
-   static char wordBreaks[] = " \t";
-   rl_completer_word_break_characters = wordBreaks;
-   using_history();
-   stifle_history( historyLines );
-   if( !historyFile_.empty() )
-      read_history( historyFile_.c_str() );
-}
+ public:
+   Editor( std::string prompt, Completer completer )
+      : prompt_( std::move( prompt ) ),
+        completer_( std::move( completer ) )
+   {
+      std::setlocale( LC_CTYPE, "" ); // the input may be UTF-8
+      edit_ = ::el_init( "strata-l3", stdin, stdout, stderr );
+      ::el_set( edit_, EL_CLIENTDATA, this );
+      ::el_set( edit_, EL_PROMPT, promptOf );
+      ::el_set( edit_, EL_EDITOR, "emacs" );
+      ::el_set( edit_, EL_SIGNAL, 1 ); // Ctrl-Z, and changes of the window's size
+      ::el_set( edit_, EL_HIST, ::history, history_.lines() );
+      ::el_set( edit_, EL_ADDFN, "strata-complete", "complete the word", completeWord );
+      for( const auto& [ key, function ] : keys )
+         ::el_set( edit_, EL_BIND, key, function, nullptr );
+      ::el_source( edit_, nullptr ); // what the user's .editrc binds
+   }
+   Editor( const Editor& ) = delete;
+   Editor& operator=( const Editor& ) = delete;
+   ~Editor() { ::el_end( edit_ ); }
 
-TerminalReader::~TerminalReader()
-{
-   if( !historyFile_.empty() )
-      write_history( historyFile_.c_str() );
-   theCompleter = {};
-}
+   std::optional<std::string> next()
+   {
+      for( ;; ) {
+         interruptDel();
+         int length = 0;
+         const char* const text = ::el_gets( edit_, &length );
+         if( text && length > 0 ) {
+            std::string line( text, static_cast<std::size_t>( length ) );
+            if( line.ends_with( '\n' ) )
+               line.pop_back();
+            if( line.find_first_not_of( " \t" ) != line.npos )
+               history_.append( line );
+            return line;
+         }
+         std::cout << ( interrupted() ? "^C\n" : "\n" ) << std::flush;
+         if( !interrupted() )
+            return std::nullopt;
+      }
+   }
+
+ private:
+   /// The library binds neither these keys of common terminals nor the search.
+   static constexpr std::array<std::array<const char*, 2>, 9> keys{ {
+      { "^I", "strata-complete" },
+      { "^R", "em-inc-search-prev" },
+      { "\\e[1~", "ed-move-to-beg" },
+      { "\\e[4~", "ed-move-to-end" },
+      { "\\e[H", "ed-move-to-beg" },
+      { "\\e[F", "ed-move-to-end" },
+      { "\\e[3~", "ed-delete-next-char" },
+      { "\\e[1;5C", "em-next-word" },
+      { "\\e[1;5D", "ed-prev-word" },
+   } };
+
+   static Editor& of( EditLine* edit )
+   {
+      void* self = nullptr;
+      ::el_get( edit, EL_CLIENTDATA, &self );
+      return *static_cast<Editor*>( self );
+   }
+
+   static char* promptOf( EditLine* edit ) { return of( edit ).prompt_.data(); }
+
+   /// The line up to the cursor.
+   std::string_view typed() const
+   {
+      const LineInfo* const line = ::el_line( edit_ );
+      return { line->buffer, static_cast<std::size_t>( line->cursor - line->buffer ) };
+   }
+
+   static unsigned char completeWord( EditLine* edit, int ) { return of( edit ).complete(); }
+
+   unsigned char complete()
+   {
+      if( isPasted() )
+         return insert( " " );
+      const auto [ word, candidates ] = completer_( typed() );
+      if( candidates.empty() )
+         return CC_ERROR;
+      std::string more = commonStart( candidates ).substr( word.size() );
+      // Without a blank behind a part that goes on: an object's dot, a handle's sign, a folder.
+      const std::string& first = candidates.front();
+      if( candidates.size() == 1 && !first.ends_with( '.' ) && !first.ends_with( '=' ) &&
+          !first.ends_with( '/' ) )
+         more += ' ';
+      if( !more.empty() )
+         return insert( more.c_str() );
+      int width = 80;
+      ::el_get( edit_, EL_GETTC, "co", &width, nullptr );
+      std::cout << '\n';
+      list( candidates, static_cast<std::size_t>( std::max( width, 1 ) ) );
+      return CC_REDISPLAY;
+   }
+
+   unsigned char insert( const char* text )
+   {
+      return ::el_insertstr( edit_, text ) == 0 ? CC_REFRESH : CC_ERROR;
+   }
+
+   std::string prompt_;
+   Completer completer_;
+   HistoryFile history_;
+   EditLine* edit_ = nullptr;
+};
+
+TerminalReader::TerminalReader( std::string prompt, Completer completer )
+   : editor_( std::make_unique<Editor>( std::move( prompt ), std::move( completer ) ) )
+{}
+
+TerminalReader::~TerminalReader() = default;
 
 std::optional<std::string> TerminalReader::next()
 {
-   for( ;; ) {
-      const InterruptWatch watch;
-      const std::unique_ptr<char, void ( * )( void* )> line(
-         readline( prompt_.c_str() ), std::free );
-      if( line ) {
-         if( *line )
-            add_history( line.get() );
-         return line.get();
-      }
-      std::putchar( '\n' );
-      if( !InterruptWatch::seen() )
-         return std::nullopt;
-   }
+   return editor_->next();
 }
 
 } // namespace Strata::Tool

@@ -1,17 +1,15 @@
-// Reads lines: with editing, history and completion from a terminal, without them from other inputs.
+// Reads lines: with editing, history, completion and help from a terminal, without them from other inputs.
 #pragma once
 
 #include <functional>
 #include <istream>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace Strata::Tool {
-
-/// The whole words that can replace the last word of a line and start with it.
-using Completer = std::function<std::vector<std::string>( std::string_view line )>;
 
 class LineReader
 {
@@ -32,20 +30,29 @@ class StreamReader : public LineReader
    std::istream& in_;
 };
 
-/// From the terminal. The history is kept in a file between sessions. One per process.
+/// The words that can replace the last word of a line: they start with it.
+struct Completion
+{
+   std::string word; // the last word as typed, with an opening quote; may be empty
+   std::vector<std::string> candidates;
+};
+
+/// Asked about the line up to the cursor.
+using Completer = std::function<Completion( std::string_view line )>;
+
+/// From the terminal. Each line is in the history file, which sessions share, before it is returned. Ctrl-C discards
+/// the line that is typed. Tabs in pasted text are blanks. Requires: an InterruptWatch.
 class TerminalReader : public LineReader
 {
  public:
    TerminalReader( std::string prompt, Completer completer );
    ~TerminalReader() override;
-   TerminalReader( const TerminalReader& ) = delete;
-   TerminalReader& operator=( const TerminalReader& ) = delete;
 
    std::optional<std::string> next() override;
 
  private:
-   std::string prompt_;
-   std::string historyFile_; // empty if there is no directory for it
+   class Editor;
+   std::unique_ptr<Editor> editor_;
 };
 
 } // namespace Strata::Tool

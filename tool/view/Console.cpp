@@ -1,5 +1,7 @@
 #include "tool/view/Console.h"
 
+#include "tool/Interrupt.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -97,6 +99,8 @@ Console::Console( std::ostream& out, std::ostream& err, const ConsoleConfig& con
 void Console::write( std::ostream& stream, bool colour, const std::vector<Toned>& lines )
 {
    for( const Toned& line : lines ) {
+      if( interrupted() )
+         break; // the rest is not wanted
       const std::string_view code = colour ? colourOf( line.tone ) : std::string_view();
       stream << code << line.text << ( code.empty() ? "" : "\033[0m" ) << '\n';
    }

@@ -1,0 +1,145 @@
+// The shell on a pseudo-terminal: what depends on keys, signals and the window.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <poll.h>
+#include <pty.h>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace Strata::Tool {
+namespace {
+
+using testing::HasSubstr;
+
+constexpr const char* up = "\033[A";
+constexpr const char* interrupt = "\003";
+constexpr const char* endOfInput = "\004";
+
+class TerminalTest : public testing::Test
+{
+ protected:
+   ~TerminalTest() override
+   {
+      if( shell_ > 0 ) {
+         ::kill( shell_, SIGKILL );
+         ::waitpid( shell_, nullptr, 0 );
+      }
+      ::close( terminal_ );
+   }
+
+   void start()
+   {
+      winsize size{ 24, 80, 0, 0 };
+      shell_ = ::forkpty( &terminal_, nullptr, nullptr, &size );
+      ASSERT_GE( shell_, 0 );
+      if( shell_ == 0 ) {
+         ::setenv( "XDG_STATE_HOME", testing::TempDir().c_str(), 1 );
+         ::setenv( "TERM", "xterm", 1 );
+         ::execl( STRATA_TOOL_FILE, "strata-l3", "shell", nullptr );
+         ::_exit( 127 );
+      }
+      EXPECT_THAT( outputUntil( prompt ), HasSubstr( "'help'" ) );
+   }
+
+   void type( const std::string& keys )
+   {
+      EXPECT_EQ(
+         ::write( terminal_, keys.data(), keys.size() ), static_cast<ssize_t>( keys.size() ) );
+   }
+
+   /// What is shown next, up to this text.
+   std::string outputUntil( const std::string& text )
+   {
+      using Clock = std::chrono::steady_clock;
+      for( const auto end = Clock::now() + std::chrono::seconds( 30 );
+           shown_.find( text ) == shown_.npos && Clock::now() < end; ) {
+         pollfd waiting{ terminal_, POLLIN, 0 };
+         if( ::poll( &waiting, 1, 1000 ) <= 0 )
+            continue;
+         char buffer[ 4096 ];
+         const ssize_t got = ::read( terminal_, buffer, sizeof( buffer ) );
+         if( got <= 0 )
+            break;
+         shown_.append( buffer, static_cast<std::size_t>( got ) );
+      }
+      EXPECT_THAT( shown_, HasSubstr( text ) );
+      const std::size_t end = std::min( shown_.find( text ), shown_.size() );
+      const std::string output = shown_.substr( 0, end + text.size() );
+      shown_.erase( 0, output.size() );
+      return output;
+   }
+
+   /// Types a line and returns what it shows.
+   std::string run( const std::string& line )
+   {
+      type( line + "\n" );
+      outputUntil( "\n" ); // the echo
+      return outputUntil( prompt );
+   }
+
+   int status()
+   {
+      type( endOfInput );
+      int status = 0;
+      ::waitpid( shell_, &status, 0 );
+      shell_ = 0;
+      return WIFEXITED( status ) ? WEXITSTATUS( status ) : -1;
+   }
+
+   static constexpr const char* prompt = "strata-l3> ";
+
+ private:
+   int terminal_ = -1;
+   pid_t shell_ = 0;
+   std::string shown_; // and not yet asked for
+};
+
+TEST_F( TerminalTest, CtrlCEndsTheCommandAndNotTheSession )
+{
+   start();
+   run( "switch hsdk ports 4" );
+   run( "bring-up" );
+   run( "set miscConfig.unknownMacDropTrafficClass[3] true" );
+   run( "set miscConfig.syslogTimeout 0.001" );
+   type( "advance 500000m\n" );
+   outputUntil( "\n" );
+   ::usleep( 200000 );
+   type( interrupt );
+   EXPECT_THAT( outputUntil( prompt ), HasSubstr( "interrupted at " ) );
+   EXPECT_THAT( run( "show units" ), HasSubstr( "hsdk" ) );
+   type( "show unts" );
+   type( interrupt ); // discards the line
+   outputUntil( prompt );
+   EXPECT_EQ( status(), 0 );
+}
+
+TEST_F( TerminalTest, ADeathLeavesAFreshSessionWithTheHistory )
+{
+   start();
+   run( "switch hsdk ports 4" );
+   run( "fault bcm_switch_control_set code BCM_E_FAIL" );
+   EXPECT_THAT( run( "call init true true" ), HasSubstr( "fresh session" ) );
+   EXPECT_THAT( run( "show units" ), HasSubstr( "there is no switch yet" ) );
+   type( std::string( up ) + up );
+   EXPECT_THAT( outputUntil( "true true" ), HasSubstr( "call init" ) );
+   type( interrupt );
+   outputUntil( prompt );
+   EXPECT_EQ( status(), 3 );
+}
+
+TEST_F( TerminalTest, PastedTabsAreBlanks )
+{
+   start();
+   run( "switch hsdk ports 4" );
+   EXPECT_THAT( run( "show\tunits" ), HasSubstr( "hsdk" ) );
+   EXPECT_EQ( status(), 0 );
+}
+
+} // namespace
+} // namespace Strata::Tool
