@@ -29,7 +29,7 @@ void Session::run( const Line& line )
       asked.words.pop_back();
    Words words( asked );
    const Command& command = takeCommand( words );
-   if( json && !command.name.starts_with( "show " ) && command.name != "explain" )
+   if( json && !command.takesJson() )
       words.failAt( line.words.back(), "only commands that show something take --json" );
    if( command.announced )
       console_.command( line );
@@ -59,8 +59,8 @@ void Session::agentIs( AgentConfig config )
    if( foreign_ ) {
       agent_->hardware().critic().handlerIs(
          [ this ]( const Sim::Breach& breach ) { broken( breach.text() ); } );
-      console_.note( "This is " + profile_ + " in place of " + asked +
-                     ": expectations are not judged; deaths and broken conventions are." );
+      console_.notice( "This is " + profile_ + " in place of " + asked +
+                       ": expectations are not judged; deaths and broken conventions are." );
    }
    mark();
 }
@@ -106,6 +106,10 @@ AttributePath Session::takeAttribute( Words& words ) const
    }
    const std::string name = text.substr( 0, bracket );
    const std::size_t dot = name.find( '.' );
+   if( dot == std::string::npos && agent().object( name ) &&
+       !agent().helper()->entityType().findAttribute( name ) )
+      words.fail( "'" + name + "' is an object; write one of its attributes, as in '" + name +
+                  ".ATTRIBUTE'" );
    path.object = objectNamed( words, dot == std::string::npos ? "helper" : name.substr( 0, dot ) );
    path.attribute = &path.object->entityType().attribute(
       dot == std::string::npos ? name : name.substr( dot + 1 ) );
@@ -119,19 +123,32 @@ U32 Session::takeUnit( Words& words ) const
    const std::vector<U32>& units = agent().hardware().units();
    for( const U32 number : units )
       words.offer( std::to_string( number ) );
-   const U32 unit = words.value<U32>( "a unit number" );
+   const std::string& text = words.take( "a unit number" ).text;
+   const auto unit = Vormel::ValueTraits<U32>::from( Vormel::Value( text ) );
    std::string known;
    for( const U32 number : units ) {
       if( number == unit )
-         return unit;
+         return number;
       known += ( known.empty() ? "" : ", " ) + std::to_string( number );
    }
-   words.fail( "there is no unit " + std::to_string( unit ) + "; the switch has " + known );
+   words.fail( "there is no unit " + text + "; the switch has " + known );
+}
+
+int Session::takePortNumber( Words& words ) const
+{
+   const std::string& text = words.take( "a port number" ).text;
+   if( const auto port = Vormel::ValueTraits<int>::from( Vormel::Value( text ) ) )
+      return *port;
+   const auto intf = Vormel::IntfId::parse( text );
+   const StrataPort at = intf ? agent().hardware().scsd()->strataIntfToPort( *intf ) : StrataPort();
+   words.fail( "'" + text + "' is not a port number" +
+               ( at ? Vormel::format( "; it is port %d of unit %d", at.sdkPort(), at.unit() )
+                    : ", such as 1 for the unit's first front-panel port" ) );
 }
 
 std::pair<int, std::vector<U32>> Session::takePortAndUnits( Words& words ) const
 {
-   const int port = words.value<int>( "a port number" );
+   const int port = takePortNumber( words );
    const Word* const word = words.last();
    std::vector<U32> units = takeUnits( words );
    for( const U32 unit : units )
@@ -217,7 +234,7 @@ void Session::broken( const std::string& what )
 
 void Session::passedOver( const Line& line, const std::string& why )
 {
-   console_.note( "Line " + std::to_string( line.number ) + " is skipped: " + why );
+   console_.notice( "Line " + std::to_string( line.number ) + " is skipped: " + why );
 }
 
 void Session::end()

@@ -62,6 +62,8 @@ class Session
    AttributePath takeAttribute( Words& words ) const;
    /// Takes a unit number of the switch.
    U32 takeUnit( Words& words ) const;
+   /// Takes the SDK's number of a port, on a unit that is not known yet.
+   int takePortNumber( Words& words ) const;
    /// Takes a port number, then `[unit N]`: all units that it may be on.
    std::pair<int, std::vector<U32>> takePortAndUnits( Words& words ) const;
    /// Takes `unit N`, if it is next; otherwise all units.

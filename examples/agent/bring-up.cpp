@@ -56,6 +56,7 @@ int main()
    helper->l2McastTableAllocationIs( make<L2McastTableAllocationEnt>() );
    helper->init( true, true );
    helper->l3Init( true );
+   helper->doWriteIngConfig();
 
    // 4. The reactors. They follow the inputs from here on; ports that were there before are handled once.
    const auto reactor = RoutingStatusSmIs( scsd, /* features */ nullptr, make<StrataMiscConfig>(),

@@ -317,7 +317,7 @@ const Row linkRows[] = {
    { "in Ethernet1 dmac 01:80:c2:00:00:0f ethertype 0x88b5", "none" },
    { "in Ethernet1 dmac 01:80:c2:00:00:10 ethertype 0x88b5", "E2 E3" },
    { "in Ethernet1 dmac 01:80:c2:00:00:02 ethertype 0x8809", "none",
-      "mac 01:80:c2:00:00:02 vlan 10 Ethernet2" },
+      "l2mcast 50 Ethernet2\nmac 01:80:c2:00:00:02 vlan 10 group 50" },
    { "in Ethernet1 dmac 01:80:c2:00:00:02 ethertype 0x8809", "cpu:0",
       "mac 01:80:c2:00:00:02 vlan 10 group 1" },
    { "in cpu vlan 10 dmac 01:80:c2:00:00:0e ethertype 0x88cc", "E1 E2 E3" },
@@ -362,7 +362,6 @@ const Row groupRows[] = {
    { "in Ethernet1 dmac ff:ff:ff:ff:ff:ff ipv4 dst 239.1.1.1", "E2 E3 cpu:0" },
    { "in Ethernet1 dmac 33:33:00:00:00:08 ipv6 dst ff05::9", "E2 E3" },
    { "in Ethernet1 dmac 33:33:00:00:00:09 ipv6 src fe80::5 dst ff05::9", "E2 E3 cpu:0" },
-   { "in Ethernet1 dmac 33:33:00:00:00:09 ipv6 dst ff02::9", "E2 E3 cpu:0" },
    { "in Ethernet1 dmac 01:00:5e:01:01:01 ipv4 dst 239.1.1.1", "E2 E3", "vlan 10 drop-routed" },
    { "in Ethernet1 dmac 01:00:5e:01:01:01 ipv4 dst 239.1.1.1", "E2 E3 E7 E8",
       "mroute 239.1.1.1 vlan 30" },
@@ -374,9 +373,13 @@ TEST_F( RulesTest, OfRoutedMulticast )
 {
    const std::string setup =
       "mroute 239.1.1.1 vlan 20\nmroute 239.129.1.1 vlan 20\nmroute ff05::9 vlan 20\n"
-      "mroute ff02::9 vlan 20\ncall handleVlanRoutingState 10 ip4,ip6,mcast";
+      "call handleVlanRoutingState 10 ip4,ip6,mcast";
    hold( groupRows, setup );
    EXPECT_NE( out.str().find( "Ethernet5 in VLAN 20: down" ), std::string::npos );
+   // A group of the link is not routed, even with a route, which the command refuses.
+   session.packets().tables().mcastRoutes[ *Sim::IpAddress::parse( "ff02::9" ) ] = { 20 };
+   EXPECT_EQ(
+      outcome( send( "in Ethernet1 dmac 33:33:00:00:00:09 ipv6 dst ff02::9" ) ), "E2 E3 cpu:0" );
    // A chip with two passes neither encapsulates a packet in the pass that routes it, nor routes a packet in the pass that
    // takes it out of a tunnel.
    bringUp( "register" );

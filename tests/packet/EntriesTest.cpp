@@ -237,12 +237,12 @@ const Proof proofs[] = {
       "cpu:0", "E1 E2 E3 cpu:0", "mac 01:00:5e:01:01:01 vlan 10 group 1" },
    { "", "hsdk;register;fabric-vfi", TUNNEL "dmac 01:00:5e:01:01:01 ipv4 dst 224.1.1.1",
       "E7 cpu:28", "E7 cpu:28",
-      "set scsd.vxlanEnabled false\nmac 01:00:5e:01:01:01 vlan 30 group 50\n"
-      "l2mcast 50 Ethernet7 cpu" },
+      "set scsd.vxlanEnabled false\nl2mcast 50 Ethernet7 cpu\n"
+      "mac 01:00:5e:01:01:01 vlan 30 group 50" },
    { "skipL2McastPktFromCoreToCpu", "hsdk;register;fabric-vfi",
       TUNNEL "dmac 01:00:5e:01:01:01 ipv4 dst 224.1.1.1", "E7", "E7 cpu:28",
-      "set scsd.vxlanEnabled true\nmac 01:00:5e:01:01:01 vlan 30 group 50\n"
-      "l2mcast 50 Ethernet7 cpu" },
+      "set scsd.vxlanEnabled true\nl2mcast 50 Ethernet7 cpu\n"
+      "mac 01:00:5e:01:01:01 vlan 30 group 50" },
    { "skipL2McastPktFromCoreToCpu", "hsdk;register;fabric-vfi",
       TUNNEL "dmac 01:00:5e:01:01:01 ipv4 dst 224.1.1.1", "E7", "cpu:0",
       "set scsd.vxlanEnabled true\nmac 01:00:5e:01:01:01 vlan 30 group 1" },

@@ -1,15 +1,20 @@
-// Every command, refused behind every word. The lines come from what the parsers themselves offer, so
-// a new command is tried without a row here.
+// Every command, refused behind every word: these lines come from what the parsers themselves offer, so a new command
+// is tried without a row here. And the mistakes of refusals.txt, which people make: each is told with place, cause and
+// remedy.
 #include "platform/runtime/Activity.h"
 #include "platform/runtime/Trace.h"
+#include "tests/tool/CommandLine.h"
 #include "tool/Session.h"
 #include "tool/shell/Completion.h"
 #include "tool/words/Command.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
+#include <fstream>
+#include <ranges>
 #include <set>
 #include <sstream>
 
@@ -69,6 +74,10 @@ class Refusals : public testing::Test
       return text.str();
    }
 
+   Vormel::LockAnchor lock_{ Vormel::activityLock() };
+   std::ostringstream out_;
+   Console console_{ out_, out_, { false, true, true, false, {} } }; // quiet: tables alone
+   Session session_{ console_ };
    U32 refused_ = 0;
 
  private:
@@ -113,11 +122,6 @@ class Refusals : public testing::Test
          EXPECT_THROW( session_.run( line ), InputError ) << text;
       }
    }
-
-   Vormel::LockAnchor lock_{ Vormel::activityLock() };
-   std::ostringstream out_;
-   Console console_{ out_, out_, { false, true, true, false, {} } }; // quiet: tables alone
-   Session session_{ console_ };
 };
 
 TEST_F( Refusals, ChangeNothing )
@@ -138,6 +142,86 @@ TEST_F( Refusals, ChangeNothing )
       ASSERT_TRUE( after == before )
          << command.name << " acts before its line is parsed; the state differs at '"
          << std::string( differs, before.end() ).substr( 0, 80 ) << "'";
+   }
+}
+
+/// A row of refusals.txt: "LINE => COLUMN CAUSE ... REMEDY", or a command that describes the switch.
+struct Row
+{
+   std::string line;
+   U32 column = 0; // 0 for words of a command line
+   std::string cause;
+   std::string remedy;
+
+   explicit Row( const std::string& text ) : line( text.substr( 0, text.find( " => " ) ) )
+   {
+      if( line.size() == text.size() )
+         return;
+      std::istringstream told( text.substr( line.size() + 4 ) );
+      told >> column >> std::ws;
+      std::getline( told, cause );
+      const std::size_t dots = std::min( cause.find( " ... " ), cause.size() );
+      remedy = cause.substr( std::min( dots + 5, cause.size() ) );
+      cause.resize( dots );
+      EXPECT_FALSE( cause.empty() || remedy.empty() ) << text;
+   }
+   bool isCommandLine() const { return line.starts_with( "strata-l3" ); }
+};
+
+std::vector<Row> rows()
+{
+   std::ifstream table( "tests/tool/refusals.txt" );
+   std::vector<Row> all;
+   for( std::string text; std::getline( table, text ); )
+      all.emplace_back( text );
+   EXPECT_GT(
+      std::ranges::count_if( all, []( const Row& row ) { return !row.cause.empty(); } ), 120 );
+   return all;
+}
+
+void expectTold( const std::string& told, const Row& row )
+{
+   EXPECT_THAT( told, testing::HasSubstr( row.cause ) ) << row.line;
+   EXPECT_THAT( told, testing::HasSubstr( row.remedy ) ) << row.line;
+}
+
+TEST_F( Refusals, TellPlaceCauseAndRemedy )
+{
+   std::set<std::string_view> untried;
+   for( const Command& command : commands() )
+      untried.insert( command.name );
+   for( const Row& row : rows() ) {
+      if( row.isCommandLine() )
+         continue;
+      if( row.cause.empty() ) {
+         run( row.line );
+         continue;
+      }
+      std::erase_if(
+         untried, [ & ]( std::string_view name ) { return row.line.starts_with( name ); } );
+      try {
+         session_.run( splitLine( "test", 1, row.line ) );
+         ADD_FAILURE() << row.line << ": accepted silently";
+      } catch( const InputError& error ) {
+         EXPECT_EQ( error.column(), row.column ) << row.line;
+         expectTold( error.problem(), row );
+      }
+   }
+   EXPECT_THAT( untried, testing::IsEmpty() );
+}
+
+TEST( CommandLine, MistakesAreToldWithCauseAndRemedy )
+{
+   for( const Row& row : rows() ) {
+      if( !row.isCommandLine() )
+         continue;
+      const Line line = splitLine( "test", 1, row.line );
+      std::vector<const char*> arguments;
+      for( const Word& word : line.words | std::views::drop( 1 ) )
+         arguments.push_back( word.text.c_str() );
+      const Outcome outcome = runLine( arguments );
+      EXPECT_EQ( outcome.status, 2 ) << row.line;
+      expectTold( outcome.err, row );
    }
 }
 

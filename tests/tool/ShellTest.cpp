@@ -81,7 +81,7 @@ TEST( Shell, TheCaretStandsUnderTheCulprit )
            { "interface Port-Channel1 unit 0 port 9", "11: Port-Channel1 cannot have a port" },
            { "interface Ethernet9 unit 0 port 8 logical 1023", "43: logical port numbers are 1" },
            { "lag Port-Channel1 Ethernet1 Ethernet9 routed", "29: there is no Ethernet9" },
-           { "vlan 10 members Ethernet1 tagged Ethernet2 mtu 9", "27: a tagged port must be" },
+           { "vlan 10 members Ethernet1 tagged Ethernet2 svi", "27: a tagged port must be" },
            { "no mac 02:00:00:00:00:05 vlan 10", "8: 02:00:00:00:00:05 is not known" },
            { "packet in port 99 unit 0 ipv4", "16: unit 0 has no port 99; it has 0-8,258-259" },
            { "packet in Ethernet1 ipv4 ttl 3 dst 10.0.0.1 ttl 4", "45: 'ttl' is given twice" },

@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <array>
 #include <functional>
+#include <limits>
 
 namespace Strata::Tool {
 
@@ -43,21 +44,20 @@ std::string flagsText( const Sim::ChipVlan& vlan )
 
 U32 takeOtherFlags( Words& words )
 {
-   const U32 flags = words.value<U32>( "the other flags" );
-   if( flags >> otherVlanFlags != 0 )
-      words.fail( "a VLAN has " + std::to_string( otherVlanFlags ) + " other flags" );
-   return flags;
+   constexpr U32 most = ~U32{ 0 } >> ( 32 - otherVlanFlags );
+   return static_cast<U32>( words.number( "the other flags of a VLAN", 0, most ) );
 }
 
 Act pokeVlan( const Session& session, Words& words )
 {
    const Sim::SimSwitch& hardware = session.agent().hardware();
    const U16 vlanId = takeVlanId( words );
+   const Word& vlanWord = *words.last();
    const std::vector<U32> units = session.takeUnits( words );
    for( const U32 unit : units )
       if( !hardware.chip( unit ).vlans().contains( vlanId ) )
-         words.fail(
-            "unit " + std::to_string( unit ) + " has no VLAN " + std::to_string( vlanId ) );
+         words.failAt( vlanWord, "unit " + std::to_string( unit ) + " has no VLAN " +
+                                    std::to_string( vlanId ) + "; 'show vlans' lists all" );
    std::function<void( Sim::ChipVlan& )> change;
    if( words.accept( "other-flags" ) ) {
       change = [ flags = takeOtherFlags( words ) ](
@@ -82,14 +82,16 @@ Act raiseHits( const Session& session, Words& words )
 {
    const Sim::SimSwitch& hardware = session.agent().hardware();
    const EntryChoice choice = takeEntry( session, words );
+   const Word& entryWord = *words.last();
    const std::vector<U32> units = session.takeUnits( words );
-   const U64 count = words.value<U64>( "how many packets" );
+   const U64 count = words.number( "a number of packets", 1, std::numeric_limits<U64>::max() );
    for( const U32 unit : units ) {
       const Sim::FieldEntry* const entry = findEntry( hardware.chip( unit ), choice );
       if( !entry || !entry->active() )
-         words.fail( "entry " + choice.text + " is " +
-                     std::string( entry ? entryState( *entry ) : "absent" ) + " on unit " +
-                     std::to_string( unit ) + ": no packet can meet it" );
+         words.failAt( entryWord, "entry " + choice.text + " is " +
+                                     std::string( entry ? entryState( *entry ) : "absent" ) +
+                                     " on unit " + std::to_string( unit ) +
+                                     ": no packet can meet it" );
       if( entry->hits + count < count )
          words.fail( "a counter of hits ends at 18446744073709551615" );
    }
@@ -169,19 +171,23 @@ Act expectOptionsProfiles( const Session& session, Words& words )
       []( const Sim::Chip& chip ) { return std::to_string( chip.ipOptionsProfiles().size() ); } );
 }
 
+constexpr std::string_view unset = "unset"; // a port control that was never written
+
 Act expectPortControl( const Session& session, Words& words )
 {
    const auto control = takeRole<PortControl>( words, "a port control" );
    words.expect( "port" );
    const auto [ portNumber, units ] = session.takePortAndUnits( words );
    const int port = portNumber;
-   const std::string value = words.take( "a value" ).text;
+   const std::string value = words.accept( unset )
+                                ? std::string( unset )
+                                : std::to_string( words.value<int>( "a value" ) );
    const std::string expected =
       std::string( roleName( control ) ) + " of port " + std::to_string( port ) + " to be " + value;
    return expectOnUnits( units, expected, value, [ = ]( const Sim::Chip& chip ) -> std::string {
       const auto& controls = chip.portControls();
       const auto at = controls.find( { port, control } );
-      return at == controls.end() ? "unset" : std::to_string( at->second );
+      return at == controls.end() ? std::string( unset ) : std::to_string( at->second );
    } );
 }
 
@@ -205,8 +211,10 @@ Act expectPortTable( const Session& session, Words& words )
    const auto intf = words.value<Vormel::IntfId>( "an interface, as in Ethernet1" );
    const StrataPort port = hardware.scsd()->strataIntfToPort( intf );
    if( !port )
-      words.fail( intf.toString() + " has no port" );
-   const std::string value = words.take( "settings, as in 'l3 routing'" ).text;
+      words.fail( intf.toString() + " has no port; 'show interfaces' lists those that have one" );
+   static constexpr std::array<std::string_view, 4> settings{
+      "l3 routing", "l3 no-routing", "no-l3 routing", "no-l3 no-routing" };
+   const std::string value( words.choose( "a port's settings in quotes", settings ) );
    return [ = ]( Session& live ) {
       const std::string found =
          softwareText( live.agent().hardware().portSwTable()->entry( port ) );

@@ -78,11 +78,20 @@ Act expectControl( const Session& session, Words& words )
       std::tie( port, units ) = session.takePortAndUnits( words );
    else
       units = session.takeUnits( words );
-   const std::string value = words.take( "a value" ).text;
+   const std::string value = std::to_string( words.value<int>( "a value" ) );
    return expectOnUnits( units, std::string( name ) + " to be " + value, value,
       [ port, control ]( const Sim::Chip& chip ) {
          return std::to_string( port ? chip.control( *port, control ) : chip.control( control ) );
       } );
+}
+
+std::vector<std::string_view> fieldsOf( Register reg )
+{
+   std::vector<std::string_view> names;
+   for( const std::string_view name : roleNames<RegisterField> )
+      if( Sim::registerOf( *Sim::findRegisterField( name ) ) == reg )
+         names.push_back( name );
+   return names;
 }
 
 Act expectRegister( const Session& session, Words& words )
@@ -90,15 +99,17 @@ Act expectRegister( const Session& session, Words& words )
    const std::string regName = words.take( "a register, as in CPU_CONTROL_Mr", "REGISTER" ).text;
    const auto reg = Sim::findRegister( regName );
    if( !reg )
-      words.fail(
-         "there is no register '" + regName + "'; there are " + joined( roleNames<Register> ) );
+      words.fail( "there is no register '" + regName + "'" +
+                  didYouMean( regName, roleNames<Register>,
+                     "; there are " + joined( roleNames<Register> ) ) );
    const std::string fieldName = words.take( "a field of the register", "FIELD" ).text;
    const auto field = Sim::findRegisterField( fieldName );
    if( !field || Sim::registerOf( *field ) != *reg )
-      words.fail( regName + " has no field '" + fieldName + "'" +
-                  didYouMean( fieldName, roleNames<RegisterField> ) );
+      words.fail(
+         regName + " has no field '" + fieldName + "'" +
+         didYouMean( fieldName, fieldsOf( *reg ), "; it has " + joined( fieldsOf( *reg ) ) ) );
    const std::vector<U32> units = session.takeUnits( words );
-   const std::string value = words.take( "a value" ).text;
+   const std::string value = std::to_string( words.value<U32>( "a value" ) );
    return expectOnUnits( units, regName + " " + fieldName + " to be " + value, value,
       [ reg, field ]( const Sim::Chip& chip ) {
          return std::to_string( Sim::registerField( chip.registerValue( *reg ), *field ) );
@@ -133,8 +144,12 @@ Act expectEntry( const Session& session, Words& words )
    const auto holds = std::ranges::find( entryStates, state, &EntryState::name )->holds;
    std::string part;
    const bool whole = words.accept( "is" );
-   if( whole || words.accept( "with" ) )
-      part = words.take( whole ? "all qualifiers and actions" : "a qualifier or action" ).text;
+   if( whole || words.accept( "with" ) ) {
+      if( state == "absent" )
+         words.fail( "an entry that is absent has no qualifiers and actions; leave '" +
+                     words.last()->text + "' out" );
+      part = words.text( whole ? "all qualifiers and actions" : "a qualifier or action" );
+   }
    const std::vector<U32> units = session.takeUnits( words );
    std::string expected = "entry " + choice.text + " to be " + std::string( state );
    if( !part.empty() )

@@ -1,9 +1,9 @@
 // Expectations about events since the last mark, and about commands that must fail.
 #include "platform/runtime/Snapshot.h"
-#include "platform/sdk/SdkRoles.h"
 #include "tool/ChildProcess.h"
 #include "tool/Interrupt.h"
 #include "tool/Session.h"
+#include "tool/view/Expectation.h"
 #include "tool/words/Command.h"
 
 #include <algorithm>
@@ -59,20 +59,12 @@ bool isCall( const Record& record )
    return record.kind == RecordKind::call || record.kind == RecordKind::entry;
 }
 
-std::vector<std::string_view> callNames()
-{
-   std::vector<std::string_view> names{ "getEntry", "installEntry", "reinstallEntry", "removeEntry",
-      "releaseEntry", "enableEntry", "hitsForEntry", "addInPortsForEntry", "qualifyPortsClassId",
-      "addOutLoopbackPortForEntry" };
-   names.insert( names.end(), roleNames<SdkOperation>.begin(), roleNames<SdkOperation>.end() );
-   return names;
-}
-
 Act expectCall( const Session& session, Words& words )
 {
    const std::string name = words.take( "a call, as in bcm_switch_control_set", "CALL" ).text;
    if( const auto names = callNames(); std::ranges::find( names, name ) == names.end() )
-      words.fail( "there is no call '" + name + "'" + didYouMean( name, names ) );
+      words.fail( "there is no call '" + name + "'" +
+                  didYouMean( name, names, "; calls are named as in bcm_switch_control_set" ) );
    std::string what = name;
    std::string unit;
    std::string part;
@@ -81,7 +73,7 @@ Act expectCall( const Session& session, Words& words )
       what += " on unit " + unit;
    }
    if( words.accept( "with" ) ) {
-      part = words.take( "a part of the call's text" ).text;
+      part = words.text( "a part of the call's text" );
       what += " with '" + part + "'";
    }
    return expectRecords( what, takeTimes( words ), [ = ]( const Record& record ) {
@@ -96,6 +88,15 @@ Act expectNoCalls( const Session&, Words& )
    return expectRecords( "hardware calls", Times{ 0 }, isCall );
 }
 
+/// A value of the attribute, or "-" for none. InputError for what cannot be one.
+std::string takePublished( Words& words, const Vormel::Attribute& attribute, std::string_view what )
+{
+   const std::string text = words.take( what ).text;
+   if( text != "-" && !attribute.info().type.starts_with( "Ref<" ) )
+      attribute.converted( text );
+   return text;
+}
+
 Act expectNotification( const Session& session, Words& words )
 {
    const AttributePath path = session.takeAttribute( words );
@@ -104,9 +105,9 @@ Act expectNotification( const Session& session, Words& words )
    std::optional<std::string> before;
    std::optional<std::string> after;
    if( const Word* const arrow = words.peek( 1 ); arrow && arrow->text == "->" ) {
-      before = words.take( {} ).text;
+      before = takePublished( words, *path.attribute, "the old value" );
       words.take( {} );
-      after = words.take( "the new value" ).text;
+      after = takePublished( words, *path.attribute, "the new value" );
    }
    const std::string what =
       place + ( before ? ": " + *before + " -> " + *after : "" ) + " to be notified";
@@ -128,7 +129,7 @@ Act expectText( Words& words, RecordKind kind, const std::string& what )
    const bool whole = words.accept( "is" );
    if( !whole )
       words.accept( "with" );
-   const std::string text = words.take( "a text" ).text;
+   const std::string text = words.text( "a part of the text" );
    return expectRecords( what + ( whole ? " that is '" : " '" ) + text + "'", takeTimes( words ),
       [ = ]( const Record& record ) {
          const bool matches =
@@ -169,7 +170,7 @@ Act expectOrder( const Session&, Words& words )
 {
    std::vector<std::string> texts;
    do
-      texts.push_back( words.take( "a part of a record's text" ).text );
+      texts.push_back( words.text( "a part of a record's text" ) );
    while( !words.done() );
    return [ texts ]( Session& live ) { checkOrder( live, texts ); };
 }
@@ -256,7 +257,7 @@ void runInCopy( Session& session, const Line& command, const Act& act, const std
 
 Act expectDead( const Session& session, Words& words )
 {
-   const std::string text = words.take( "a part of the agent's last lines" ).text;
+   const std::string text = words.text( "a part of the agent's last lines" );
    return [ text, act = takeInnerCommand( words ).act( session, words ), &words ](
              Session& live ) { runInCopy( live, words.line(), act, text ); };
 }
@@ -274,7 +275,7 @@ std::optional<std::string> refusalOf( const std::function<void()>& work )
 
 Act expectError( const Session& session, Words& words )
 {
-   const std::string text = words.take( "a part of the error" ).text;
+   const std::string text = words.text( "a part of the error" );
    const Command& command = takeInnerCommand( words );
    Act act;
    const auto refused = refusalOf( [ & ] { act = command.act( session, words ); } );

@@ -27,7 +27,8 @@ Act inject( const Session& session, Words& words )
 {
    static constexpr std::array<std::string_view, 4> options{ "nth", "unit", "code", "always" };
    Sim::Fault fault;
-   if( words.accept( "call-number" ) ) {
+   Words::Taken taken;
+   if( words.acceptOnce( "call-number", taken ) ) {
       fault.callNumber = words.value<U64>( "the number of a call" );
    } else {
       std::vector<std::string_view> names{ "any" };
@@ -35,11 +36,14 @@ Act inject( const Session& session, Words& words )
          names.push_back( name );
       const std::string name = words.take( "a call, as in bcm_field_action_add", "CALL" ).text;
       if( std::ranges::find( names, name ) == names.end() )
-         words.fail( "there is no call '" + name + "'" + didYouMean( name, names ) );
+         words.fail( "there is no call '" + name + "'" +
+                     didYouMean( name, names, "; calls are named as in bcm_field_action_add" ) );
       fault.call = name == "any" ? "" : name;
    }
    while( !words.done() ) {
-      const std::string_view option = words.choose( "an option", options );
+      const std::string_view option = words.chooseOnce( "an option", options, taken );
+      if( option != "code" )
+         words.excludes( taken, { "call-number" } ); // which is one call
       if( option == "nth" )
          fault.nth = words.value<U64>( "which of the calls, 1 for the next" );
       else if( option == "unit" )

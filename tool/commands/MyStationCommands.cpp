@@ -25,11 +25,7 @@ std::optional<MemoryField> fieldNamed( std::string_view name )
 U32 takeIndex( const Session& session, Words& words )
 {
    const U32 size = session.agent().hardware().chips().begin()->second.myStation().size();
-   const U32 index = words.value<U32>( "the index of a my-station entry" );
-   if( index >= size )
-      words.fail( "the my-station memory has no index " + std::to_string( index ) +
-                  "; it has 0 to " + std::to_string( size - 1 ) );
-   return index;
+   return static_cast<U32>( words.number( "the index of a my-station entry", 0, size - 1 ) );
 }
 
 MemoryEntry entryAt( const Sim::MyStationTable& memory, U32 index )
@@ -53,8 +49,8 @@ SetField takeField( Words& words, MemoryField field )
                 MemoryEntry& entry ) { Sim::memoryFieldSet( entry, field, mac ); };
    const U32 data = words.value<U32>( "the field's value" );
    if( !Sim::fitsMemoryField( field, data ) )
-      words.fail(
-         std::to_string( data ) + " has more bits than " + std::string( roleName( field ) ) );
+      words.fail( std::to_string( data ) + " has more bits than " +
+                  std::string( roleName( field ) ) + "; write a smaller number" );
    return [ field, data ]( MemoryEntry& entry ) { Sim::memoryFieldSet( entry, field, data ); };
 }
 
@@ -112,6 +108,10 @@ Act expectMyStation( const Session& session, Words& words )
       value = fieldText( wanted, *field );
       expected += "have " + std::string( roleName( *field ) ) + " " + value;
    } else {
+      if( value != "empty" && !words.last()->quoted )
+         words.fail( "'" + value + "' is neither 'empty' nor a field" +
+                     didYouMean( value, roleNames<MemoryField>,
+                        "; put the text of a whole entry in quotes" ) );
       expected += "be " + value;
    }
    return expectOnUnits( units, expected, value, [ = ]( const Sim::Chip& chip ) -> std::string {

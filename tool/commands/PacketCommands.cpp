@@ -9,8 +9,10 @@
 #include "tool/words/EntryChoice.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <map>
 #include <set>
+#include <system_error>
 #include <unordered_map>
 
 namespace Strata::Tool {
@@ -33,10 +35,19 @@ void showExplanation( Session& session, Sim::PacketEngine& engine, const Sim::Ar
       explanationJson( engine, verdict, explanation ) );
 }
 
+/// Takes an entrance and a frame, behind an optional -v.
+Sim::Arrival takeArrivalBehind( const Session& session, Words& words )
+{
+   Sim::Arrival arrival = takeArrival( session, words );
+   if( const Word* const next = words.peek(); next && next->text == "-v" )
+      words.failAt( *next, "'-v' comes first, as in 'explain -v in PORT FRAME'" );
+   return arrival;
+}
+
 Act explainPacket( const Session& session, Words& words )
 {
    const bool all = words.accept( "-v" );
-   return [ all, arrival = takeArrival( session, words ) ]( Session& live ) {
+   return [ all, arrival = takeArrivalBehind( session, words ) ]( Session& live ) {
       PacketDesk& desk = live.packets();
       Sim::Explanation explanation;
       const Sim::Verdict verdict = desk.engine().explain( arrival, &explanation );
@@ -71,7 +82,7 @@ void send( Session& session, const Words& words, const Sim::Arrival& arrival, bo
 Act sendPacket( const Session& session, Words& words )
 {
    const bool all = words.accept( "-v" );
-   return [ all, arrival = takeArrival( session, words ), &words ](
+   return [ all, arrival = takeArrivalBehind( session, words ), &words ](
              Session& live ) { send( live, words, arrival, all ); };
 }
 
@@ -258,8 +269,12 @@ Act capture( const Session& session, Words& words )
                                      : desk.engine().portName( port ) ) +
                                   " is being captured already; 'no capture' closes all files" );
    const std::string file = words.take( "a file's name", "FILE" ).text;
-   if( file == "-" )
-      words.fail( "'-' is not a file here; write ./- for a file of that name" );
+   if( file.empty() || file == "-" )
+      words.fail( "'" + file + "' is not a file here; write ./" + ( file.empty() ? "NAME" : file ) +
+                  " for a file of that name" );
+   const std::string& running = words.line().file;
+   if( std::error_code none; file == running || std::filesystem::equivalent( file, running, none ) )
+      words.fail( "'" + file + "' is the scenario that runs; give the capture another name" );
    return [ = ]( Session& live ) {
       if( cpu )
          live.packets().captureCpu( port.unit, file );
@@ -290,13 +305,14 @@ Act expectDeparts( const Session& session, Words& words )
    const Sim::PacketEngine& engine = session.packets().engine();
    std::multiset<std::string> wanted;
    std::string part;
-   if( !words.accept( "none" ) )
+   const bool none = words.accept( "none" );
+   if( !none )
       do {
          for( const Sim::PortRef port : takePorts( session, words ) )
             wanted.insert( engine.portName( port ) );
       } while( !words.done() && !( words.peek() && words.peek()->text == "with" ) );
-   if( words.accept( "with" ) )
-      part = words.take( "a part of what leaves" ).text;
+   if( !none && words.accept( "with" ) )
+      part = words.text( "a part of what leaves" );
    std::string expected = "the packet to leave on";
    for( const std::string& name : wanted )
       expected += " " + name;
@@ -325,10 +341,10 @@ Act expectCpu( const Session& session, Words& words )
       times = 0;
    else if( words.accept( "times" ) )
       times = words.value<U32>( "how often" );
-   if( words.accept( "queue" ) )
-      queue = words.value<U32>( "a queue" );
-   if( words.accept( "because" ) )
-      reason = words.take( "a part of the reason" ).text;
+   if( times > 0 && words.accept( "queue" ) )
+      queue = words.number( "a CPU queue", 0, session.agent().hardware().profile().cpuQueues - 1 );
+   if( times > 0 && words.accept( "because" ) )
+      reason = words.text( "a part of the reason" );
    std::string expected = "the CPU to get it " + std::to_string( times ) + " times";
    if( queue )
       expected += " on queue " + std::to_string( *queue );
@@ -348,7 +364,7 @@ Act expectCpu( const Session& session, Words& words )
 Act expectDropped( const Session& session, Words& words )
 {
    needPacket( session, words );
-   const std::string reason = words.done() ? "" : words.take( "a part of the reason" ).text;
+   const std::string reason = words.done() ? "" : words.text( "a part of the reason" );
    return [ reason ]( Session& live ) {
       const std::string drop = live.packets().last()->verdict.drop();
       live.expect( !drop.empty() && drop.find( reason ) != drop.npos,
@@ -359,7 +375,7 @@ Act expectDropped( const Session& session, Words& words )
 Act expectPasses( const Session& session, Words& words )
 {
    needPacket( session, words );
-   const U32 wanted = words.value<U32>( "how many passes" );
+   const U64 wanted = words.number( "a number of passes", 1, Sim::maxPasses );
    return [ wanted ]( Session& live ) {
       const std::size_t passes = live.packets().last()->verdict.passes.size();
       live.expect( passes == wanted, std::to_string( wanted ) + " passes",
@@ -398,7 +414,7 @@ Act expectWinner( const Session& session, Words& words )
    const bool ofGroup = behind && behind->text == "none";
    const std::string group = ofGroup ? words.take( "a range of entries" ).text : std::string();
    if( ofGroup && !session.agent().hardware().tcamManager( group ) )
-      words.fail( "there is no range '" + group + "'" );
+      words.fail( "there is no range '" + group + "'; write 'none' alone for all ranges" );
    if( words.accept( "none" ) )
       return [ group ]( Session& live ) {
          const std::string winners = winnersText( live.packets().last()->verdict, group );

@@ -49,19 +49,41 @@ Act advance( const Session&, Words& words )
    };
 }
 
+/// Together or not at all; an error points at its setting.
+void setTraceLevels( const std::vector<Word>& settings, const Words& words )
+{
+   std::string levels;
+   for( const Word& setting : settings )
+      levels += ( levels.empty() ? "" : "," ) + setting.text;
+   try {
+      Vormel::traceLevelsIs( levels );
+   } catch( const Vormel::Error& error ) {
+      for( const Word& setting : settings )
+         if( std::string_view( error.what() ).find( "'" + setting.text + "'" ) !=
+             std::string_view::npos )
+            words.failAt( setting, error.what() );
+      throw;
+   }
+}
+
 Act trace( const Session&, Words& words )
 {
-   std::string levels; // set together or not at all
-   do
-      levels += ( levels.empty() ? "" : "," ) +
-                words.take( "a trace handle and its level, as in ApiStrata=4", "HANDLE" ).text;
-   while( !words.done() );
-   return [ levels ]( Session& ) { Vormel::traceLevelsIs( levels ); };
+   std::vector<Word> settings;
+   Words::Taken taken;
+   do {
+      const Word& word = words.take( "a trace handle and its level, as in ApiStrata=4", "HANDLE" );
+      if( word.text.empty() || word.text.find( ',' ) != word.text.npos )
+         words.fail( "'" + word.text + "' is not HANDLE=LEVEL; put blanks between settings" );
+      if( !taken.emplace( word.text.substr( 0, word.text.find( '=' ) ) ).second )
+         words.fail( "the level of this handle is given twice" );
+      settings.push_back( word );
+   } while( !words.done() );
+   return [ settings, &words ]( Session& ) { setTraceLevels( settings, words ); };
 }
 
 Act note( const Session&, Words& words )
 {
-   return [ text = words.take( "a text" ).text ]( Session& live ) { live.console().note( text ); };
+   return [ text = words.text( "a remark" ) ]( Session& live ) { live.console().note( text ); };
 }
 
 void bringUp( Session& session )
@@ -72,8 +94,10 @@ void bringUp( Session& session )
 Act start( const Session&, Words& words )
 {
    std::set<std::string_view> without;
+   Words::Taken taken;
    while( words.accept( "without" ) )
-      without.insert( words.choose( "an input that may be absent", Agent::optionalInputs() ) );
+      without.insert(
+         words.chooseOnce( "an input that may be absent", Agent::optionalInputs(), taken ) );
    return [ without ]( Session& live ) { live.agent().startReactors( without ); };
 }
 

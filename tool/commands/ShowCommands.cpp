@@ -7,6 +7,7 @@
 #include "tool/Session.h"
 #include "tool/view/Catalogue.h"
 #include "tool/view/EntryView.h"
+#include "tool/view/Expectation.h"
 #include "tool/words/ByUnit.h"
 #include "tool/words/Command.h"
 
@@ -19,25 +20,106 @@ namespace Strata::Tool {
 
 namespace {
 
-/// Parses an optional text by which the output is filtered.
-template<void ( *show )( Session& session, const std::string& filter )>
-Act parseFilter( const Session&, Words& words )
+using Names = std::vector<std::string>;
+
+/// Takes a text that one of the names contains; any text if there are no names.
+std::string takeFilter( Words& words, const Names& names )
 {
-   return [ filter = words.done() ? std::string() : words.take( {} ).text ](
+   const std::string& filter = words.text( "a part of a name" );
+   std::vector<std::string_view> choices( names.begin(), names.end() );
+   choices.emplace_back( "--json" );
+   const bool fits = names.empty() ? !filter.starts_with( "--" )
+                                   : std::ranges::any_of( names, [ & ]( const std::string& name ) {
+                                        return name.find( filter ) != name.npos;
+                                     } );
+   if( !fits )
+      words.fail( "there is nothing with '" + filter + "' in its name" +
+                  didYouMean( filter, choices, "; without a filter everything is shown" ) );
+   return filter;
+}
+
+/// Parses an optional text by which the output is filtered, a part of one of the names.
+template<void ( *show )( Session& session, const std::string& filter ),
+   Names ( *names )( const Session& session )>
+Act parseFilter( const Session& session, Words& words )
+{
+   return [ filter = words.done() ? std::string() : takeFilter( words, names( session ) ) ](
              Session& live ) { show( live, filter ); };
 }
 
-/// The number of rows that are left out.
-std::string titleWith( const std::string& title, const std::string& filter )
+std::string titleWith( const std::string& title, const std::string& filter, bool empty )
 {
-   return filter.empty() ? title : title + ", only '" + filter + "'";
+   return filter.empty() ? title : title + ", only '" + filter + "'" + ( empty ? ": none" : "" );
+}
+
+template<class Range>
+void append( Names& names, const Range& others )
+{
+   for( const auto& other : others )
+      names.emplace_back( other );
+}
+
+Names entryNames( const Session& session )
+{
+   Names names;
+   append( names, entryOffsetNames() );
+   for( const auto& [ unit, chip ] : session.agent().hardware().chips() )
+      for( const Sim::FieldGroup& group : chip.groups() ) {
+         names.push_back( group.profile().name );
+         for( const auto& [ id, entry ] : group.entries() ) {
+            names.push_back( entry.name );
+            names.push_back( std::to_string( id ) );
+         }
+      }
+   return names;
+}
+
+Names controlNames( const Session& )
+{
+   Names names;
+   append( names, roleNames<SwitchControl> );
+   append( names, roleNames<PortControl> );
+   return names;
+}
+
+Names registerNames( const Session& )
+{
+   Names names;
+   append( names, roleNames<Register> );
+   return names;
+}
+
+Names recordedCalls( const Session& )
+{
+   Names names;
+   append( names, callNames() );
+   return names;
+}
+
+Names attributeNames( const Session& session )
+{
+   const Agent& agent = session.agent();
+   Names objects = agent.objectNames();
+   for( const auto& status : agent.hardware().ethIntfStatusDir()->intfStatus() )
+      objects.push_back( status.key.toString() );
+   Names names;
+   for( const std::string& object : objects )
+      for( const auto& attribute : agent.object( object )->entityType().attributes() )
+         names.push_back( object + "." + std::string( attribute->info().name ) );
+   return names;
+}
+
+Names noNames( const Session& )
+{
+   return {};
 }
 
 void showEntries( Session& session, const std::string& filter )
 {
    Sim::SimSwitch& hardware = session.agent().hardware();
-   session.console().table( titleWith( "Field Processor entries", filter ),
-      entryTable( hardware, filter ), entryJson( hardware, filter ) );
+   const Table table = entryTable( hardware, filter );
+   session.console().table( titleWith( "Field Processor entries", filter, table.empty() ), table,
+      entryJson( hardware, filter ) );
 }
 
 void showAttributesOf(
@@ -93,7 +175,7 @@ void showControls( Session& session, const std::string& filter )
       for( const auto& [ place, value ] : chip.portControls() )
          add( unit, roleName( place.second ), "port " + std::to_string( place.first ), value );
    }
-   session.console().table( titleWith( "Controls that were written", filter ),
+   session.console().table( titleWith( "Controls that were written", filter, rows.rows().empty() ),
       unitTable( { { "Control" }, { "Where" }, { "Value" } }, rows ) );
 }
 
@@ -108,8 +190,8 @@ void showRegisters( Session& session, const std::string& filter )
          if( chip.profile().supports( reg ) && name.find( filter ) != name.npos )
             rows.add( unit, { name, Sim::registerText( reg, chip.registerValue( reg ) ) } );
       }
-   session.console().table(
-      titleWith( "Registers", filter ), unitTable( { { "Register" }, { "Value" } }, rows ) );
+   session.console().table( titleWith( "Registers", filter, rows.rows().empty() ),
+      unitTable( { { "Register" }, { "Value" } }, rows ) );
 }
 
 void showCalls( Session& session, const std::string& filter )
@@ -130,7 +212,8 @@ void showCalls( Session& session, const std::string& filter )
       }
       table.row( { call, std::to_string( total ), each } );
    }
-   session.console().table( titleWith( "Calls since the last mark", filter ), table );
+   session.console().table(
+      titleWith( "Calls since the last mark", filter, table.empty() ), table );
 }
 
 void showNotifications( Session& session, const std::string& filter )
@@ -145,7 +228,8 @@ void showNotifications( Session& session, const std::string& filter )
    Table table( { { "Attribute" }, { "Times", Align::right } } );
    for( const auto& [ path, times ] : counts )
       table.row( { path, std::to_string( times ) } );
-   session.console().table( titleWith( "Notifications since the last mark", filter ), table );
+   session.console().table(
+      titleWith( "Notifications since the last mark", filter, table.empty() ), table );
 }
 
 /// Times differ from run to run, so scenarios must not compare this output.
@@ -311,7 +395,8 @@ void showTranscript( Session& session, const std::string& filter )
    std::erase_if( records, [ & ]( const Sim::Record* record ) {
       return record->line().find( filter ) == std::string::npos;
    } );
-   session.console().records( titleWith( "Transcript since the last mark", filter ), records );
+   session.console().records(
+      titleWith( "Transcript since the last mark", filter, records.empty() ), records );
 }
 
 } // namespace
@@ -320,17 +405,19 @@ std::vector<Command> showCommands()
 {
    return {
       { "show entries", "[NAME|GROUP|ID]", "Field Processor entries: state, qualifiers, actions",
-         parseFilter<showEntries> },
+         parseFilter<showEntries, entryNames> },
       { "show attributes", "[OBJECT] [changed]",
          "attributes of the helper or another object, or only those that differ from their initial values",
          showAttributes },
-      { "show controls", "[TEXT]", "controls that were written", parseFilter<showControls> },
-      { "show registers", "[TEXT]", "registers, with their fields", parseFilter<showRegisters> },
+      { "show controls", "[TEXT]", "controls that were written",
+         parseFilter<showControls, controlNames> },
+      { "show registers", "[TEXT]", "registers, with their fields",
+         parseFilter<showRegisters, registerNames> },
       { "show calls", "[TEXT]", "number of calls of each hardware call since the last mark",
-         parseFilter<showCalls> },
+         parseFilter<showCalls, recordedCalls> },
       { "show notifications", "[TEXT]",
          "number of published changes of each attribute since the last mark",
-         parseFilter<showNotifications> },
+         parseFilter<showNotifications, attributeNames> },
       { "show times", "", "number and duration of SDK calls by name", parseNone<showTimes> },
       { "show snapshot", "[OBJECT]", "all attributes of the helper or another object, as JSON",
          showSnapshot },
@@ -341,7 +428,8 @@ std::vector<Command> showCommands()
       { "show units", "", "units, their ports and the room for entries", parseNone<showUnits> },
       { "show objects", "", "objects that can be named", parseNone<showObjects> },
       { "show faults", "", "faults that are armed", parseNone<showFaults> },
-      { "show transcript", "[TEXT]", "records since the last mark", parseFilter<showTranscript> },
+      { "show transcript", "[TEXT]", "records since the last mark",
+         parseFilter<showTranscript, noNames> },
    };
 }
 

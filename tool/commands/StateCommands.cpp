@@ -5,6 +5,7 @@
 #include "tool/view/Expectation.h"
 #include "tool/words/Command.h"
 
+#include <algorithm>
 #include <optional>
 #include <string>
 
@@ -17,6 +18,8 @@ using Vormel::Value;
 /// The names of objects, the text form of all other values.
 Value takeValue( const Session& session, Words& words, const AttributePath& path )
 {
+   if( !path.attribute->info().keyType.empty() && !path.key )
+      words.fail( "'" + path.text + "' is a collection; give a key, as in " + path.text + "[KEY]" );
    words.offerAlternatives( path.attribute->expected() );
    if( !path.attribute->info().type.starts_with( "Ref<" ) )
       return words.take( "a value" ).text;
@@ -37,9 +40,18 @@ Act set( const Session& session, Words& words )
    };
 }
 
+bool hasMember( const AttributePath& path )
+{
+   const Value key = path.attribute->convertedKey( *path.key );
+   return std::ranges::any_of( path.attribute->members( *path.object ),
+      [ & ]( const Vormel::Member& member ) { return member.key == key; } );
+}
+
 Act del( const Session& session, Words& words )
 {
    const AttributePath path = session.takeAttribute( words );
+   if( path.key && path.attribute->info().kind == Vormel::AttributeKind::Map && !hasMember( path ) )
+      words.fail( path.text + " is absent; 'show attributes' lists what is there" );
    return [ path ]( Session& ) {
       if( path.key )
          path.attribute->del( *path.object, Value( *path.key ) );
@@ -65,6 +77,13 @@ struct Call
    std::vector<Word> arguments;
 };
 
+/// A unit that does not exist would end the agent.
+Word takeUnitArgument( const Session& session, Words& words )
+{
+   session.takeUnit( words );
+   return *words.last();
+}
+
 Call takeCall( const Session& session, Words& words )
 {
    const RoutingStatusHelper& helper = *session.agent().helper();
@@ -72,11 +91,15 @@ Call takeCall( const Session& session, Words& words )
    Call call{ &helper.entityType().operation( name.text ), name, {} };
    const auto& parameters = call.operation->parameters();
    while( !words.done() ) {
-      if( call.arguments.size() < parameters.size() ) {
-         const std::string_view parameter = parameters[ call.arguments.size() ]; // "name: expected"
+      const std::string_view parameter =
+         call.arguments.size() < parameters.size()
+            ? parameters[ call.arguments.size() ] // "name: expected"
+            : std::string_view();
+      if( !parameter.empty() )
          words.offerAlternatives( parameter.substr( parameter.find( ": " ) + 2 ) );
-      }
-      call.arguments.push_back( words.take( "an argument" ) );
+      call.arguments.push_back( parameter.starts_with( "unit: " )
+                                   ? takeUnitArgument( session, words )
+                                   : words.take( "an argument" ) );
    }
    return call;
 }

@@ -45,10 +45,14 @@ Act makeSwitch( const Session& session, Words& words )
 {
    static constexpr std::array<std::string_view, 7> options{
       "units", "ports", "with", "without", "fabric", "name", "seed" };
+   constexpr std::array<std::string_view, 2> repeated{ "with", "without" };
    AgentConfig config;
+   Words::Taken taken;
    config.hardware.profile = words.choose( "a chip profile", Sim::chipProfileNames() );
    while( !words.done() ) {
-      const std::string_view option = words.choose( "an option", options );
+      const std::string_view option = words.chooseOnce( "an option", options, taken );
+      for( const std::string_view name : repeated )
+         taken.erase( std::string( name ) );
       // Checked as they are read, so that an error points at its number.
       if( option == "units" ) {
          config.hardware.units = takeUnitNumbers( words );
@@ -58,14 +62,14 @@ Act makeSwitch( const Session& session, Words& words )
          config.hardware.ports = words.value<U32>( "how many front-panel ports" );
          Sim::SimSwitch::check(
             { .profile = config.hardware.profile, .ports = config.hardware.ports } );
-      } else if( option == "with" )
-         config.hardware.capabilities[ takeCapability( words ) ] = true;
-      else if( option == "without" )
-         config.hardware.capabilities[ takeCapability( words ) ] = false;
-      else if( option == "fabric" )
+      } else if( option == "with" || option == "without" ) {
+         const std::string capability = takeCapability( words );
+         if( !config.hardware.capabilities.emplace( capability, option == "with" ).second )
+            words.fail( "'" + capability + "' is given twice" );
+      } else if( option == "fabric" )
          config.fabricMode = words.value<bool>( "true or false" );
       else if( option == "name" )
-         config.helperName = words.take( "the helper's name" ).text;
+         config.helperName = words.name( "the helper's name", options );
       else
          config.hardware.seed = words.value<U64>( "the seed of the SDK's numbers" );
    }
@@ -84,14 +88,15 @@ Act unitProperty( const Session& session, Words& words )
       for( const Sim::FieldGroup& group : session.agent().hardware().chip( unit ).groups() )
          names.push_back( group.profile().name );
       const std::string_view name = words.choose( "a range of entries", names );
-      const U32 room = words.value<U32>( "the number of entries that fit into the hardware" );
+      const U32 size = session.agent().hardware().tcamManager( name )->profile().size;
+      const U32 room = static_cast<U32>( words.number( "a number of entries", 0, size ) );
       return [ = ]( Session& live ) {
          live.agent().hardware().chip( unit ).group( name )->roomIs( room );
       };
    }
    if( property == "port" ) {
       static constexpr std::array<std::string_view, 2> states{ "up", "down" };
-      const int port = words.value<int>( "a port number" );
+      const int port = session.takePortNumber( words );
       const Word portWord = *words.last();
       const bool up = words.choose( "a port's state", states ) == "up";
       return [ =, &words ]( Session& live ) {
@@ -140,7 +145,7 @@ Act addInterfaces( const Session& session, Words& words )
    words.expect( "unit" );
    const U32 unit = session.takeUnit( words );
    words.expect( "port" );
-   const int port = words.value<int>( "a port number" );
+   const int port = session.takePortNumber( words );
    const Word& portWord = *words.last();
    std::optional<U32> logical;
    if( words.accept( "logical" ) )
@@ -167,7 +172,8 @@ Act removeInterfaces( const Session& session, Words& words )
       words.fail( range.first.toString() + " is a LAG; 'no lag' removes it" );
    for( U32 i = 0; i < range.count; ++i )
       if( !hardware.ethIntfStatusDir()->intfStatus().contains( range.at( i ) ) )
-         words.fail( "there is no interface " + range.at( i ).toString() );
+         words.fail( "there is no interface " + range.at( i ).toString() +
+                     "; 'show interfaces' lists them" );
    return [ range ]( Session& live ) {
       for( U32 i = 0; i < range.count; ++i ) {
          safePoint( [ & ] { return "before " + range.at( i ).toString(); } );
@@ -176,22 +182,45 @@ Act removeInterfaces( const Session& session, Words& words )
    };
 }
 
-Act makeLag( const Session& session, Words& words )
+/// Takes a LAG. InputError for another kind of interface.
+IntfId takeLag( const Session& session, Words& words )
+{
+   const std::string& text = words.take( "a LAG, as in Port-Channel1" ).text;
+   const auto lag = IntfId::parse( text );
+   if( !lag )
+      words.fail( "'" + text + "' is not a LAG such as Port-Channel1" );
+   words.blaming( [ & ] { session.agent().hardware().checkLag( *lag, {} ); } );
+   return *lag;
+}
+
+void takeMembers( const Session& session, Words& words, IntfId lag, std::vector<IntfId>& members )
 {
    const Sim::SimSwitch& hardware = session.agent().hardware();
-   const IntfId lag = words.value<IntfId>( "a LAG, as in Port-Channel1" );
+   const InterfaceRange range = takeInterfaces( words );
+   for( U32 i = 0; i < range.count; ++i ) {
+      const IntfId member = members.emplace_back( range.at( i ) );
+      if( const IntfId other = hardware.scsd()->lagOfMember( member );
+          !other.empty() && other != lag )
+         words.fail( member.toString() + " is a member of " + other.toString() +
+                     "; make that LAG without it first" );
+   }
+   hardware.checkLag( lag, members ); // an error points at the members
+}
+
+Act makeLag( const Session& session, Words& words )
+{
+   const IntfId lag = takeLag( session, words );
    std::vector<IntfId> members;
-   hardware.checkLag( lag, members );
    const auto atModel = [ &words ] {
       const Word* const word = words.peek();
       return !word || word->text == "routed" || word->text == "bridged";
    };
-   while( !atModel() ) {
-      const InterfaceRange range = takeInterfaces( words );
-      for( U32 i = 0; i < range.count; ++i )
-         members.push_back( range.at( i ) );
-      hardware.checkLag( lag, members ); // an error points at the members
-   }
+   if( !words.accept( "none" ) )
+      do {
+         if( const Word* const word = words.peek(); word && atModel() )
+            words.failAt( *word, "a LAG has members; write them, or 'none'" );
+         takeMembers( session, words, lag, members );
+      } while( !atModel() );
    const auto model = takeModel( words );
    return [ = ]( Session& live ) {
       live.agent().hardware().lagIs( lag, members );
@@ -202,25 +231,24 @@ Act makeLag( const Session& session, Words& words )
 
 Act removeLag( const Session& session, Words& words )
 {
-   const IntfId lag = words.value<IntfId>( "a LAG, as in Port-Channel1" );
+   const IntfId lag = takeLag( session, words );
    const Sim::SimSwitch& hardware = session.agent().hardware();
    if( !hardware.scsd()->lagMembers().contains( lag ) &&
        !hardware.ethIntfStatusDir()->intfStatus().contains( lag ) )
-      words.fail( "there is no LAG " + lag.toString() );
+      words.fail( "there is no LAG " + lag.toString() + "; 'show lags' lists them" );
    return [ lag ]( Session& live ) { live.agent().hardware().lagDel( lag ); };
 }
 
 Act putNexthop( const Session&, Words& words )
 {
    static constexpr std::array<std::string_view, 2> properties{ "programmed", "l3-egress" };
-   const std::string name = words.take( "the entity's name" ).text;
-   bool programmed = false;
-   bool usesL3Egress = false;
+   const std::string name = words.name( "the entity's name", properties );
+   Words::Taken taken;
    while( !words.done() )
-      ( words.choose( "a property", properties ) == "programmed" ? programmed : usesL3Egress ) =
-         true;
+      words.chooseOnce( "a property", properties, taken );
    return [ = ]( Session& live ) {
-      live.agent().hardware().nexthopIs( name, programmed, usesL3Egress );
+      live.agent().hardware().nexthopIs(
+         name, taken.contains( "programmed" ), taken.contains( "l3-egress" ) );
    };
 }
 
@@ -228,7 +256,8 @@ Act removeNexthop( const Session& session, Words& words )
 {
    const std::string name = words.take( "the entity's name" ).text;
    if( !session.agent().hardware().nexthopStatusDir()->entity().contains( name ) )
-      words.fail( "there is no next-hop entity '" + name + "'" );
+      words.fail(
+         "there is no next-hop entity '" + name + "'; 'show attributes nexthops' lists them" );
    return [ name ]( Session& live ) { live.agent().hardware().nexthopDel( name ); };
 }
 
@@ -248,8 +277,8 @@ std::vector<Command> switchCommands()
       { "interface", "INTERFACE[-LAST] unit N port N [logical N] [routed|bridged]",
          "put interfaces on consecutive ports", addInterfaces },
       { "no interface", "INTERFACE[-LAST]", "remove interfaces", removeInterfaces },
-      { "lag", "LAG INTERFACE[-LAST]... [routed|bridged]", "make a LAG with exactly these members",
-         makeLag },
+      { "lag", "LAG INTERFACE[-LAST]...|none [routed|bridged]",
+         "make a LAG with exactly these members", makeLag },
       { "no lag", "LAG", "remove a LAG", removeLag },
       { "nexthop", "NAME [programmed] [l3-egress]",
          "put a next-hop entity into its directory; replaces one of the same name", putNexthop },

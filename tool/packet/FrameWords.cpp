@@ -18,9 +18,11 @@
 #include <tins/tcp.h>
 #include <tins/udp.h>
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <ranges>
+#include <span>
 #include <vector>
 
 namespace Strata::Tool {
@@ -68,6 +70,7 @@ class FrameBuilder
       std::vector<Sim::VlanTag> tags; // from the outside in
       takeLink( tags );
       network();
+      checkNoLink();
       if( words_.accept( "length" ) )
          pad( words_.value<U32>( "the frame's length in bytes, without a tag" ) );
       Sim::Frame frame( frame_.serialize() );
@@ -132,18 +135,39 @@ class FrameBuilder
       }
    }
 
-   U8 takePriority()
+   U8 takePriority() { return static_cast<U8>( words_.number( "a priority", 0, 7 ) ); }
+
+   bool atOneOf( std::span<const std::string_view> names ) const
    {
-      const U8 priority = words_.value<U8>( "a priority" );
-      if( priority > 7 )
-         words_.fail( "priorities are 0 to 7, not " + std::to_string( priority ) );
-      return priority;
+      const Word* const next = words_.peek();
+      return next && !next->quoted && std::ranges::find( names, next->text ) != names.end();
+   }
+
+   /// Layers are written from the outside in: these belong in front of the layer that was taken.
+   void checkNoLink() const
+   {
+      static constexpr std::array<std::string_view, 5> outer{
+         "dmac", "smac", "vlan", "priority", "dei" };
+      if( atOneOf( outer ) )
+         words_.failAt( *words_.peek(), "'" + words_.peek()->text +
+                                           "' comes before the frame's other layers, as in "
+                                           "'dmac MAC vlan ID ipv4'" );
+   }
+
+   void checkNotInner() const
+   {
+      static constexpr std::array<std::string_view, 9> inner{
+         "tcp", "udp", "icmp", "igmp", "protocol", "vxlan", "src", "dst", "ttl" };
+      if( atOneOf( inner ) )
+         words_.failAt( *words_.peek(),
+            "'" + words_.peek()->text + "' comes behind 'ipv4' or 'ipv6', as in 'ipv4 ttl 9 tcp'" );
    }
 
    void network()
    {
       static constexpr std::array<std::string_view, 5> layers{
          "ethertype", "arp", "ipv4", "ipv6", "mpls" };
+      checkNotInner();
       const std::string_view layer = words_.choose( "what is in the frame", layers );
       if( layer == "arp" )
          arp();
@@ -159,7 +183,9 @@ class FrameBuilder
 
    void other()
    {
-      frame_.payload_type( words_.value<U16>( "an EtherType, as in 0x88b5" ) );
+      // Smaller numbers are lengths.
+      frame_.payload_type(
+         static_cast<U16>( words_.number( "an EtherType, as in 0x88b5,", 0x600, 0xFFFF ) ) );
       frame_ /= Tins::RawPDU( Bytes( 46, 0 ) );
    }
 
@@ -188,7 +214,7 @@ class FrameBuilder
    {
       const Sim::IpAddress address = takeAddress( words_, "an IPv4 address" );
       if( address.isV6() )
-         words_.fail( "an IPv4 address is expected here" );
+         words_.fail( address.toString() + " is not an IPv4 address such as 10.1.0.1" );
       return Tins::IPv4Address( address.toString() );
    }
 
@@ -196,7 +222,7 @@ class FrameBuilder
    {
       const Sim::IpAddress address = takeAddress( words_, "an IPv6 address" );
       if( !address.isV6() )
-         words_.fail( "an IPv6 address is expected here" );
+         words_.fail( address.toString() + " is not an IPv6 address such as 2001:db8::1" );
       return Tins::IPv6Address( address.toString() );
    }
 
@@ -278,7 +304,8 @@ class FrameBuilder
    {
       frame_ /= ip;
       if( words_.accept( "tcp" ) ) {
-         frame_ /= takePorts( Tins::TCP( 80, 40000 ) );
+         Words::Taken taken;
+         frame_ /= takePorts( Tins::TCP( 80, 40000 ), taken );
       } else {
          words_.accept( "udp" );
          udp();
@@ -286,9 +313,8 @@ class FrameBuilder
    }
 
    template<class Layer>
-   Layer takePorts( Layer layer )
+   Layer takePorts( Layer layer, Words::Taken& taken )
    {
-      Words::Taken taken;
       for( ;; ) {
          if( words_.acceptOnce( "sport", taken ) )
             layer.sport( words_.value<U16>( "a port" ) );
@@ -301,11 +327,14 @@ class FrameBuilder
 
    void udp()
    {
-      Tins::UDP udp = takePorts( Tins::UDP( 53, 40000 ) );
+      Words::Taken taken;
+      Tins::UDP udp = takePorts( Tins::UDP( 53, 40000 ), taken );
       if( !words_.accept( "vxlan" ) ) {
          frame_ /= udp;
          return;
       }
+      if( taken.contains( "dport" ) )
+         words_.fail( "'vxlan' sets the destination port; leave 'dport' out" );
       if( depth_ == deepestTunnel )
          words_.fail(
             "tunnels in tunnels are at most " + std::to_string( deepestTunnel ) + " deep here" );

@@ -6,11 +6,13 @@
 #include "tool/Session.h"
 #include "tool/words/InterfaceRange.h"
 
+#include <algorithm>
 #include <array>
 
 namespace Strata::Tool {
 
 using Sim::PortRef;
+using Vormel::EthAddr;
 using Vormel::IntfId;
 
 namespace {
@@ -23,7 +25,7 @@ U32 takeOptionalUnit( const Session& session, Words& words )
 
 PortRef takeNumberedPort( const Session& session, Words& words )
 {
-   const int port = words.value<int>( "a port number" );
+   const int port = session.takePortNumber( words );
    const Word& word = *words.last();
    const U32 unit = takeOptionalUnit( session, words );
    const Sim::Chip& chip = session.agent().hardware().chip( unit );
@@ -48,9 +50,14 @@ static PortRef portOf( const Session& session, const Words& words, IntfId intf )
 {
    const Sim::SimSwitch& hardware = session.agent().hardware();
    const StrataPort at = hardware.scsd()->strataIntfToPort( intf );
+   if( !intf.isEthernet() )
+      words.fail( intf.toString() + " is not a port; write an Ethernet interface" );
    if( !at )
       words.fail( intf.toString() + " has no port; put it on one, as in 'interface " +
                   intf.toString() + " unit 0 port 1'" );
+   if( const Word* const next = words.peek(); next && next->text == "unit" && !next->quoted )
+      words.failAt( *next, "'unit' belongs to a port number or an internal port; " +
+                              intf.toString() + " is on unit " + std::to_string( at.unit() ) );
    return Sim::portRef( hardware.chips(), at );
 }
 
@@ -76,7 +83,7 @@ PortRef takePort( const Session& session, Words& words )
    const auto intf = IntfId::parse( text );
    if( !intf || intf->empty() )
       words.fail( "'" + text + "' is not a port; write an interface such as Ethernet1, or one of " +
-                  joined( portWords() ) );
+                  joined( portWords() ) + didYouMean( text, portWords() ) );
    if( intf->isPortChannel() )
       words.fail( text + " is a LAG; write one of its ports" );
    return portOf( session, words, *intf );
@@ -121,26 +128,49 @@ std::vector<PortRef> takePorts( const Session& session, Words& words )
 
 U16 takeVlanId( Words& words )
 {
-   const U16 vlanId = words.value<U16>( "a VLAN id" );
-   if( vlanId < 1 || vlanId > 4094 )
-      words.fail( "'" + std::to_string( vlanId ) + "' is not a VLAN id from 1 to 4094" );
+   return static_cast<U16>( words.number( "a VLAN id", 1, 4094 ) );
+}
+
+U16 takeVlan( const Session& session, Words& words )
+{
+   const U16 vlanId = takeVlanId( words );
+   const Sim::Chips& chips = session.agent().hardware().chips();
+   if( std::ranges::none_of(
+          chips, [ & ]( const auto& item ) { return item.second.vlans().contains( vlanId ); } ) )
+      words.fail( Vormel::format(
+         "there is no VLAN %d; 'vlan %d' makes it, 'show vlans' lists all", vlanId, vlanId ) );
    return vlanId;
+}
+
+EthAddr takeStationMac( Words& words, std::string_view what )
+{
+   const EthAddr mac = words.value<EthAddr>( what );
+   if( mac.isZero() || mac.isMulticast() )
+      words.fail( mac.toString() + ( mac.isZero() ? " is not " : " is a group's address, not " ) +
+                  std::string( what ) + "; the first octet of a station's is even" );
+   return mac;
+}
+
+std::string takeTunnel( const Session& session, Words& words )
+{
+   const std::string& name = words.take( "a tunnel's name" ).text;
+   const auto& tunnels = session.packets().tables().tunnels;
+   std::vector<std::string_view> names;
+   for( const auto& [ known, tunnel ] : tunnels )
+      names.push_back( known );
+   if( !tunnels.contains( name ) )
+      words.fail( "there is no tunnel '" + name + "'; make it first" + didYouMean( name, names ) );
+   return name;
 }
 
 U32 takeVni( Words& words )
 {
-   const U32 vni = words.value<U32>( "a VXLAN network identifier" );
-   if( vni > 0xFFFFFF )
-      words.fail( "VXLAN network identifiers are 0 to 16777215, not " + std::to_string( vni ) );
-   return vni;
+   return static_cast<U32>( words.number( "a VXLAN network identifier", 0, 0xFFFFFF ) );
 }
 
 U32 takeLabel( Words& words, std::string_view what )
 {
-   const U32 label = words.value<U32>( what );
-   if( label > 0xFFFFF )
-      words.fail( "labels are 0 to 1048575, not " + std::to_string( label ) );
-   return label;
+   return static_cast<U32>( words.number( what, 0, 0xFFFFF ) );
 }
 
 PortRef takePortOrLag( const Session& session, Words& words )
@@ -158,12 +188,30 @@ Sim::IpAddress takeAddress( Words& words, std::string_view what )
    return *address;
 }
 
+/// Whether all addresses of the prefix are martians; 0.0.0.0/0 begins with one.
+static bool neverRouted( const Sim::IpPrefix& prefix )
+{
+   const U32 shortest = prefix.address.isV6() ? 128 : prefix.address.bytes()[ 0 ] >= 240 ? 4 : 8;
+   return prefix.length >= shortest && prefix.address.isMartian( false );
+}
+
 Sim::IpPrefix takePrefix( Words& words )
 {
    const Word& word = words.take( "a prefix, as in 10.1.0.0/16" );
    const auto prefix = Sim::IpPrefix::parse( word.text );
    if( !prefix )
       words.fail( "'" + word.text + "' is not a prefix such as 10.1.0.0/16 or 2001:db8::/32" );
+   const std::size_t slash = word.text.find( '/' );
+   if( slash == word.text.npos )
+      words.fail(
+         "'" + word.text + "' has no length; one address is '" + prefix->toString() + "'" );
+   if( prefix->address != Sim::IpAddress::parse( word.text.substr( 0, slash ) ) )
+      words.fail( "'" + word.text + "' has host bits; the prefix is '" + prefix->toString() + "'" );
+   if( prefix->address.isMulticast() )
+      words.fail( prefix->toString() + " are groups; 'mroute' routes a group" );
+   if( neverRouted( *prefix ) )
+      words.fail( "routers do not forward to " + prefix->toString() +
+                  "; write a prefix of unicast addresses such as 10.1.0.0/16" );
    return *prefix;
 }
 
@@ -180,17 +228,15 @@ Sim::NextHop takeNextHop( const Session& session, Words& words )
       nextHop.kind = Sim::NextHop::Kind::flood;
    } else if( words.accept( "tunnel" ) ) {
       nextHop.kind = Sim::NextHop::Kind::tunnel;
-      nextHop.tunnel = words.take( "a tunnel's name" ).text;
-      if( !session.packets().tables().tunnels.contains( nextHop.tunnel ) )
-         words.fail( "there is no tunnel '" + nextHop.tunnel + "'; make it first" );
+      nextHop.tunnel = takeTunnel( session, words );
    } else {
       nextHop.kind = Sim::NextHop::Kind::port;
       nextHop.port = takePortOrLag( session, words );
    }
    words.expect( "mac" );
-   nextHop.mac = words.value<Vormel::EthAddr>( "the next hop's MAC address" );
+   nextHop.mac = takeStationMac( words, "the next hop's MAC address" );
    words.expect( "vlan" );
-   nextHop.vlanId = takeVlanId( words );
+   nextHop.vlanId = takeVlan( session, words );
    return nextHop;
 }
 

@@ -1,6 +1,7 @@
 // Takes packets, ports and next hops from the words of a line.
 #pragma once
 
+#include "platform/types/EthAddr.h"
 #include "sim/packet/PacketEngine.h"
 #include "tool/words/Words.h"
 
@@ -27,8 +28,14 @@ std::vector<Sim::PortRef> takePorts( const Session& session, Words& words );
 Sim::NextHop takeNextHop( const Session& session, Words& words );
 
 Sim::IpAddress takeAddress( Words& words, std::string_view what );
+/// Takes a prefix of unicast addresses with its length and without host bits.
 Sim::IpPrefix takePrefix( Words& words );
 U16 takeVlanId( Words& words );
+/// Takes the id of a VLAN that exists on some unit.
+U16 takeVlan( const Session& session, Words& words );
+/// Takes the MAC address of one station: neither zero nor a group's.
+Vormel::EthAddr takeStationMac( Words& words, std::string_view what );
+std::string takeTunnel( const Session& session, Words& words );
 /// A VXLAN network identifier, 24 bits.
 U32 takeVni( Words& words );
 /// An MPLS label, 20 bits.

@@ -120,10 +120,7 @@ Candidates offersOf( const Session& session, const Line& line )
    Words words( line );
    words.offersTo( offers );
    try {
-      const Command& command = takeCommand( words );
-      if( command.name.starts_with( "show " ) )
-         offers.emplace( "--json" );
-      command.act( session, words );
+      takeCommand( words ).act( session, words );
    } catch( const InputError& ) {
       // That the line is not finished.
    }

@@ -89,7 +89,8 @@ static const SyntaxWord syntaxWords[] = {
    { "NEXTHOP",
       "PORT|LAG mac MAC vlan ID; cpu; flood mac MAC vlan ID; tunnel NAME mac MAC vlan ID" },
    { "FRAME", "the layers from the outside in, or 'hex BYTES', or 'pcap FILE [frame N]'\n"
-              "   [dmac MAC|router|virtual-router] [smac MAC] [vlan ID] [priority N], then one of\n"
+              "   [dmac MAC] [smac MAC] [vlan ID] [priority N] [dei], then one of the following;\n"
+              "   a second 'vlan ID' is the inner tag; MAC may be 'router' or 'virtual-router'\n"
               "   ethertype N\n"
               "   arp request|reply [from IP] [for IP]\n"
               "   [mpls LABEL [ttl N]]... ipv4 [src IP] [dst IP] [ttl N] [options] [bad-checksum]\n"
@@ -99,7 +100,7 @@ static const SyntaxWord syntaxWords[] = {
               "   at the end: length N" },
    { "PORT",
       "an interface such as Ethernet1, or 'port N', 'cpu', 'loopback', 'recirculation', each with "
-      "[unit N]" },
+      "[unit N]; packets also come in by 'higig [unit N]', the stack link" },
    { "OBJECT", "helper, which may be left out, or an input such as scsd, or an interface" },
    { "PREFIX", "such as 10.1.0.0/16 or 2001:db8::/32" },
    { "DURATION", "such as 250ms, 5s or 2m" },

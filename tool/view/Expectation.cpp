@@ -1,5 +1,6 @@
 #include "tool/view/Expectation.h"
 
+#include "platform/sdk/SdkRoles.h"
 #include "tool/Session.h"
 
 #include <charconv>
@@ -14,6 +15,15 @@ std::optional<U64> numberIn( std::string_view text )
    const auto result = std::from_chars( text.data(), text.data() + text.size(), number, base );
    const bool whole = result.ec == std::errc() && result.ptr == text.data() + text.size();
    return whole ? std::optional<U64>( number ) : std::nullopt;
+}
+
+std::vector<std::string_view> callNames()
+{
+   std::vector<std::string_view> names{ "getEntry", "installEntry", "reinstallEntry", "removeEntry",
+      "releaseEntry", "enableEntry", "hitsForEntry", "addInPortsForEntry", "qualifyPortsClassId",
+      "addOutLoopbackPortForEntry" };
+   names.insert( names.end(), roleNames<SdkOperation>.begin(), roleNames<SdkOperation>.end() );
+   return names;
 }
 
 bool sameValue( const std::string& a, const std::string& b )

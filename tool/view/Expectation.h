@@ -16,6 +16,9 @@ namespace Strata::Tool {
 /// A number of a scenario: decimal, or hexadecimal with 0x.
 std::optional<U64> numberIn( std::string_view text );
 
+/// The names of hardware calls in records: SDK operations, and operations of entry managers.
+std::vector<std::string_view> callNames();
+
 /// Whether the texts are equal, or both are the same number.
 bool sameValue( const std::string& a, const std::string& b );
 

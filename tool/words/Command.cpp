@@ -39,9 +39,11 @@ std::vector<std::string_view> continuations( const std::string& start )
    if( !words.peek() )
       words.failAtEnd( start + "is followed by one of " + joined( choices ) );
    const Word& wrong = words.take( {} );
-   const std::string hint = didYouMean( wrong.text, choices );
+   const std::string hint = Words::remedy( wrong, choices );
    words.fail( "there is no command '" + start + wrong.text + "'" +
-               ( hint.empty() && !start.empty() ? "; choose one of " + joined( choices ) : hint ) );
+               ( !hint.empty()    ? hint
+                  : start.empty() ? "; 'strata-l3 commands' lists all"
+                                  : "; choose one of " + joined( choices ) ) );
 }
 
 } // namespace
@@ -75,7 +77,12 @@ Act Command::act( const Session& session, Words& words ) const
    if( needsSwitch && !session.hasAgent() )
       words.failAt( words.line().words.front(),
          "there is no switch yet; describe one first, as in 'switch hsdk'" );
+   words.syntaxIs( std::string( name ) + ( syntax.empty() ? "" : " " ) + std::string( syntax ) );
+   if( name.starts_with( "show " ) )
+      words.offer( "--json" );
    const Act parsed = words.blaming( [ & ] { return parse( session, words ); } );
+   if( takesJson() )
+      words.accept( "--json" ); // Session takes it where it ends the line
    words.end();
    return [ parsed, &words ]( Session& live ) { words.blaming( [ & ] { parsed( live ); } ); };
 }

@@ -27,6 +27,9 @@ struct Command
    bool announced = true;   // its line is shown before it runs; otherwise its outcome shows it
    bool needsSwitch = true; // parse() is called only if there is a switch
 
+   /// Whether the line may end with --json.
+   bool takesJson() const { return name.starts_with( "show " ) || name == "explain"; }
+
    /// Parses the line to its end. InputError, also from the act, with the place of the error.
    Act act( const Session& session, Words& words ) const;
 };

@@ -8,6 +8,24 @@
 
 namespace Strata::Tool {
 
+/// The word taken last is not an entry of the range.
+[[noreturn]] static void failNoEntry(
+   const Session& session, const Words& words, const std::string& group )
+{
+   const Sim::SimSwitch& hardware = session.agent().hardware();
+   const U32 last = hardware.tcamManager( group )->profile().size - 1;
+   std::vector<std::string_view> names;
+   for( const auto& manager : hardware.tcamManagers() )
+      names.push_back( manager->profile().name );
+   if( group == "main" )
+      for( const std::string_view name : entryOffsetNames() )
+         names.push_back( name );
+   words.fail( "'" + words.last()->text + "' is not an entry of the " + group + " range" +
+               didYouMean( words.last()->text, names,
+                  "; write an offset from 0 to " + std::to_string( last ) +
+                     ", or in quotes the name that it is claimed under" ) );
+}
+
 EntryChoice takeEntry( const Session& session, Words& words )
 {
    const Sim::SimSwitch& hardware = session.agent().hardware();
@@ -30,8 +48,7 @@ EntryChoice takeEntry( const Session& session, Words& words )
                    : choice.group == "main" ? entryOffset( word.text )
                                             : std::nullopt;
    if( !choice.offset )
-      words.fail( "'" + word.text + "' is not an entry of the " + choice.group + " range" +
-                  didYouMean( word.text, entryOffsetNames() ) );
+      failNoEntry( session, words, choice.group );
    return choice;
 }
 

@@ -4,6 +4,7 @@
 #include "platform/runtime/Format.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace Strata::Tool {
 
@@ -97,10 +98,50 @@ std::string commandText( const Line& line )
    return line.text.substr( start, last.column - 1 + last.width - start );
 }
 
-std::string didYouMean( std::string_view wrong, std::span<const std::string_view> names )
+static std::string lowerCase( std::string_view text )
 {
-   const std::string_view nearest = Vormel::nearestName( wrong, names );
-   return nearest.empty() ? "" : "; did you mean '" + std::string( nearest ) + "'?";
+   std::string lower( text );
+   for( char& c : lower )
+      if( c >= 'A' && c <= 'Z' )
+         c = static_cast<char>( c - 'A' + 'a' );
+   return lower;
+}
+
+/// Whether a word of three letters or fewer can be a slip for the name: another word that short differs from most
+/// names in few letters.
+static bool isSlipOf( std::string_view wrong, std::string_view name )
+{
+   if( wrong.size() > 3 )
+      return true;
+   std::string letters( wrong );
+   std::string others( name );
+   std::ranges::sort( letters );
+   std::ranges::sort( others );
+   const auto differences =
+      std::ranges::count_if( wrong, [ & ]( char c ) { return name.find( c ) == name.npos; } );
+   return std::ranges::includes( others, letters ) ||
+          ( differences == 1 && wrong.size() == name.size() );
+}
+
+std::string didYouMean(
+   std::string_view wrong, std::span<const std::string_view> names, std::string_view otherwise )
+{
+   constexpr std::size_t most = 3; // names that are worth listing
+   std::vector<std::string_view> meant;
+   const std::string lower = lowerCase( wrong );
+   std::ranges::copy_if( names, std::back_inserter( meant ),
+      [ & ]( std::string_view name ) { return lowerCase( name ) == lower; } );
+   if( meant.empty() && wrong.size() > 1 )
+      std::ranges::copy_if( names, std::back_inserter( meant ),
+         [ & ]( std::string_view name ) { return lowerCase( name ).starts_with( lower ); } );
+   if( meant.empty() || meant.size() > most ) {
+      const std::string_view nearest = Vormel::nearestName( wrong, names );
+      meant.assign( nearest.empty() || !isSlipOf( wrong, nearest ) ? 0 : 1, nearest );
+   }
+   std::string text;
+   for( const std::string_view name : meant )
+      text += ( text.empty() ? "; did you mean '" : " or '" ) + std::string( name ) + "'";
+   return text.empty() ? std::string( otherwise ) : text + "?";
 }
 
 std::string joined( std::span<const std::string_view> names )
@@ -156,8 +197,9 @@ const Word& Words::take( std::string_view what, std::string_view kind )
    if( !kind.empty() )
       offer( kind );
    if( atEnd() )
-      failAtEnd( "expected " + std::string( what ) );
+      failAtEnd( "expected " + std::string( what ) + syntaxText() );
    tried_.clear();
+   textTaken_ = false;
    return line_.words[ next_++ ];
 }
 
@@ -170,8 +212,21 @@ bool Words::accept( std::string_view keyword )
       return false;
    }
    tried_.clear();
+   textTaken_ = false;
    ++next_;
    return true;
+}
+
+std::string Words::syntaxText() const
+{
+   return syntax_.empty() ? std::string() : "; the syntax is '" + syntax_ + "'";
+}
+
+std::string Words::remedy( const Word& word, std::span<const std::string_view> names )
+{
+   if( word.quoted && std::ranges::find( names, word.text ) != names.end() )
+      return "; write '" + word.text + "' without quotes";
+   return didYouMean( word.text, names );
 }
 
 bool Words::acceptOnce( std::string_view keyword, Taken& taken )
@@ -189,8 +244,11 @@ void Words::expect( std::string_view keyword )
 {
    if( accept( keyword ) )
       return;
-   take( "'" + std::string( keyword ) + "'" );
-   fail( "'" + std::string( keyword ) + "' is expected here" );
+   const std::vector<std::string> tried = tried_;
+   const Word& word = take( "'" + std::string( keyword ) + "'" );
+   const std::string hint = remedy( word, alternatives( tried, {} ) );
+   fail( "'" + std::string( keyword ) + "' is expected here" +
+         ( hint.empty() ? syntaxText() : hint ) );
 }
 
 std::string_view Words::choose( std::string_view what, std::span<const std::string_view> choices )
@@ -200,7 +258,7 @@ std::string_view Words::choose( std::string_view what, std::span<const std::stri
    const Word* const next = peek();
    if( next && std::ranges::find( choices, next->text ) == choices.end() ) {
       const std::vector<std::string_view> all = alternatives( tried_, choices );
-      const std::string hint = didYouMean( next->text, all );
+      const std::string hint = remedy( *next, all );
       failAt( *next, "'" + next->text + "' is not " + std::string( what ) +
                         ( hint.empty() ? "; choose one of " + joined( all ) : hint ) );
    }
@@ -209,16 +267,68 @@ std::string_view Words::choose( std::string_view what, std::span<const std::stri
    return *std::ranges::find( choices, word.text );
 }
 
+std::string_view Words::chooseOnce(
+   std::string_view what, std::span<const std::string_view> choices, Taken& taken )
+{
+   const std::string_view chosen = choose( what, choices );
+   if( !taken.emplace( chosen ).second )
+      fail( "'" + std::string( chosen ) + "' is given twice" );
+   return chosen;
+}
+
+void Words::excludes( const Taken& taken, std::initializer_list<std::string_view> others ) const
+{
+   for( const std::string_view other : others )
+      if( taken.contains( other ) )
+         fail( "'" + last()->text + "' contradicts '" + std::string( other ) +
+               "'; leave one of them out" );
+}
+
+U64 Words::number( std::string_view what, U64 least, U64 most )
+{
+   const Word& word = take( what );
+   const auto parsed = Vormel::ValueTraits<U64>::from( Vormel::Value( word.text ) );
+   if( !parsed || *parsed < least || *parsed > most )
+      fail( "'" + word.text + "' is not " + std::string( what ) + " from " +
+            std::to_string( least ) + " to " + std::to_string( most ) );
+   return *parsed;
+}
+
+const std::string& Words::text( std::string_view what )
+{
+   const Word& word = take( what );
+   if( word.text.empty() )
+      fail( "an empty text fits everything; write " + std::string( what ) );
+   textTaken_ = true;
+   return word.text;
+}
+
+const std::string& Words::name( std::string_view what, std::span<const std::string_view> followers )
+{
+   const Word& word = take( what );
+   if( word.text.empty() || std::ranges::find( followers, word.text ) != followers.end() )
+      fail( "'" + word.text + "' is not " + std::string( what ) +
+            ( word.text.empty() ? ", which has at least one character"
+                                : ", but a word that comes behind it" ) +
+            syntaxText() );
+   return word.text;
+}
+
 void Words::end() const
 {
-   if( const Word* const word = peek() ) {
-      const std::vector<std::string_view> all = alternatives( tried_, {} );
-      const std::string hint = didYouMean( word->text, all );
-      failAt( *word, "nothing is expected here" +
-                        ( !hint.empty()  ? hint
-                           : all.empty() ? std::string()
-                                         : ", unless it is one of " + joined( all ) ) );
-   }
+   const Word* const word = peek();
+   if( !word )
+      return;
+   const std::vector<std::string_view> all = alternatives( tried_, {} );
+   const std::string hint = remedy( *word, all );
+   const std::string unless = all.size() == 1 ? ", unless it is '" + joined( all ) + "'"
+                              : all.empty()   ? std::string()
+                                              : ", unless it is one of " + joined( all );
+   failAt(
+      *word, "nothing is expected here" + ( !hint.empty()     ? hint
+                                             : textTaken_     ? "; put a text with blanks in quotes"
+                                             : all.size() < 2 ? unless + syntaxText()
+                                                              : unless ) );
 }
 
 void Words::fail( const std::string& problem ) const

@@ -11,6 +11,7 @@
 #include "platform/runtime/Value.h"
 
 #include <functional>
+#include <initializer_list>
 #include <set>
 #include <span>
 #include <stdexcept>
@@ -58,8 +59,10 @@ Line splitLine( std::string file, U32 number, std::string text );
 /// The command without its comment. The line has words.
 std::string commandText( const Line& line );
 
-/// "; did you mean 'x'?", or an empty text if no name is similar.
-std::string didYouMean( std::string_view wrong, std::span<const std::string_view> names );
+/// "; did you mean 'x'?", or `otherwise` if no name is similar. A name is similar if it differs only in case, starts
+/// with the word, or is a few letters away.
+std::string didYouMean( std::string_view wrong, std::span<const std::string_view> names,
+   std::string_view otherwise = {} );
 
 /// "a, b, c"
 std::string joined( std::span<const std::string_view> names );
@@ -98,6 +101,18 @@ class Words
    void expect( std::string_view keyword );
    /// Takes a word that must be one of `choices`.
    std::string_view choose( std::string_view what, std::span<const std::string_view> choices );
+   /// The same for words that may be given once each.
+   std::string_view chooseOnce(
+      std::string_view what, std::span<const std::string_view> choices, Taken& taken );
+   /// InputError if the word taken last contradicts one that was taken before.
+   void excludes( const Taken& taken, std::initializer_list<std::string_view> others ) const;
+
+   /// Takes a number in this range. The error says what it is: "'ten' is not a VLAN id from 1 to 4094".
+   U64 number( std::string_view what, U64 least, U64 most );
+   /// Takes a text that records or frames are searched for. An empty one, which every record contains, is refused.
+   const std::string& text( std::string_view what );
+   /// Takes a name that the user gives to something. InputError if it is empty, or a word that follows the name.
+   const std::string& name( std::string_view what, std::span<const std::string_view> followers );
 
    /// Takes a word that must be the text of a T.
    template<class T>
@@ -111,6 +126,10 @@ class Words
       return *parsed;
    }
 
+   /// "; did you mean 'x'?", or empty, for a word in the place of one of `names`.
+   static std::string remedy( const Word& word, std::span<const std::string_view> names );
+   /// The command and the words behind its name, for errors about words that are missing or too many.
+   void syntaxIs( std::string syntax ) { syntax_ = std::move( syntax ); }
    /// InputError unless all words have been taken.
    void end() const;
    /// Passes over what is left.
@@ -144,9 +163,13 @@ class Words
 
  private:
    bool atEnd() const { return next_ == line_.words.size(); }
+   /// "; the syntax is '...'"
+   std::string syntaxText() const;
 
    const Line& line_;
    std::size_t next_ = 0;
+   std::string syntax_;
+   bool textTaken_ = false;         // by the word taken last
    std::vector<std::string> tried_; // keywords that the next word is not
    std::set<std::string>* offers_ = nullptr;
 };
