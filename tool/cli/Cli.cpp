@@ -1,5 +1,6 @@
 #include "tool/cli/Cli.h"
 
+#include "tool/cli/Options.h"
 #include "tool/cli/Subcommand.h"
 #include "tool/words/Words.h"
 
@@ -37,13 +38,16 @@ bool startsWell(
    const std::string_view first = argc > 1 ? argv[ 1 ] : "-";
    std::vector<std::string> names;
    for( const CLI::App* const subcommand : declared )
-      names.push_back( subcommand->get_name() );
+      if( !subcommand->get_group().empty() || first == subcommand->get_name() )
+         names.push_back( subcommand->get_name() );
    if( first.starts_with( '-' ) || std::ranges::find( names, first ) != names.end() )
       return true;
    const std::vector<std::string_view> views( names.begin(), names.end() );
-   const std::string hint = didYouMean( first, views );
+   const std::string help = "; 'strata-l3 --help' explains them";
    err << "strata-l3: there is no subcommand '" << first << "'"
-       << ( hint.empty() ? "; there are " + joined( views ) : hint ) << std::endl;
+       << ( first == "help" ? help
+                            : didYouMean( first, views, "; there are " + joined( views ) + help ) )
+       << std::endl;
    return false;
 }
 
@@ -54,18 +58,22 @@ int runCommandLine( int argc, const char* const* argv, Terminal& terminal )
    CLI::App app( "The layer-3 slice of a switch agent, on a simulated switch.", "strata-l3" );
    app.set_version_flag( "--version", version );
    app.require_subcommand( 1 );
-   app.failure_message( CLI::FailureMessage::help );
    const auto subcommands = allSubcommands();
    std::vector<CLI::App*> declared;
    for( const auto& subcommand : subcommands )
       declared.push_back( subcommand->declare( app ) );
+   checkFlags( app );
    if( !startsWell( argc, argv, declared, terminal.err ) )
       return static_cast<int>( ExitStatus::error );
    try {
       app.parse( argc, argv );
    } catch( const CLI::ParseError& error ) {
-      const bool asked = app.exit( error, terminal.out, terminal.err ) == 0;
-      return static_cast<int>( asked ? ExitStatus::held : ExitStatus::error );
+      if( error.get_exit_code() != 0 ) {
+         terminal.err << refusalText( error, app ) << std::endl;
+         return static_cast<int>( ExitStatus::error );
+      }
+      app.exit( error, terminal.out, terminal.err ); // help or version
+      return static_cast<int>( ExitStatus::held );
    }
    for( std::size_t i = 0; i < subcommands.size(); ++i )
       if( declared[ i ]->parsed() )

@@ -1,9 +1,9 @@
 // strata-l3 complete: the words that can follow on a command line. The completion of bash calls it.
 #include "platform/runtime/Trace.h"
+#include "tool/cli/Options.h"
 #include "tool/cli/Subcommand.h"
 
 #include <ostream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -13,43 +13,14 @@ namespace {
 
 using Strings = std::vector<std::string>;
 
-/// The members of an option's set, from the description of its check: "{auto,always,never}".
-Strings membersOfCheck( CLI::Option& option )
-{
-   std::string text;
-   try {
-      text = option.get_validator( 0 )->get_description();
-   } catch( const CLI::OptionNotFound& ) {
-      return {};
-   }
-   const std::size_t open = text.find( '{' );
-   const std::size_t close = text.rfind( '}' );
-   if( open == text.npos || close == text.npos )
-      return {};
-   std::istringstream members( text.substr( open + 1, close - open - 1 ) );
-   Strings all;
-   for( std::string member; std::getline( members, member, ',' ); )
-      all.push_back( member );
-   return all;
-}
-
 Strings valuesOf( CLI::Option& option )
 {
    if( option.get_type_name() != "HANDLE=LEVEL" )
-      return membersOfCheck( option );
+      return choicesOf( option );
    Strings handles;
    for( const Vormel::TraceHandle* const handle : Vormel::traceHandles() )
       handles.push_back( std::string( handle->name() ) + "=" );
    return handles;
-}
-
-Strings namesOfOptions( CLI::App& app )
-{
-   Strings names;
-   for( CLI::Option* const option : app.get_options() )
-      for( const std::string& name : option->get_lnames() )
-         names.push_back( "--" + name );
-   return names;
 }
 
 CLI::App* findSubcommand( CLI::App& app, const std::string& name )

@@ -73,8 +73,8 @@ class ListSubcommand : public Subcommand
    CLI::App* declare( CLI::App& app ) override
    {
       CLI::App* const list = app.add_subcommand( name_, help_ );
-      list->add_flag( "--json", json_, "Write a JSON array" );
-      list->add_flag( "--markdown", markdown_, "Write a Markdown table" );
+      CLI::Option* const json = list->add_flag( "--json", json_, "Write a JSON array" );
+      list->add_flag( "--markdown", markdown_, "Write a Markdown table" )->excludes( json );
       if( name_ == "attributes" ) {
          std::vector<std::string> objects;
          for( const NamedType& type : namedTypes() )

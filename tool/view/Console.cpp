@@ -160,16 +160,14 @@ void Console::command( const Line& line )
    reported_ = false;
 }
 
-void Console::note( std::string_view text )
+void Console::note( std::string_view text, Weight weight )
 {
    std::vector<Toned> lines;
    if( !blank_ )
       lines.push_back( { Tone::plain, "" } );
    for( const std::string& part : wrapped( text, Table::lineWidth ) )
       lines.push_back( { Tone::note, part } );
-   emit( Weight::ordinary, lines, [ & ] {
-      return dump( { { "kind", "note" }, { "text", text } } );
-   } );
+   emit( weight, lines, [ & ] { return dump( { { "kind", "note" }, { "text", text } } ); } );
 }
 
 void Console::record( const Sim::Record& record )
@@ -332,7 +330,7 @@ void Console::summary( const std::string& file, const RunCounts& counts, RunEnd 
       file + ": " + summaryText( counts ) + ( end == RunEnd::complete ? "" : " before that" ) } };
    if( !blank_ )
       lines.insert( lines.begin(), { Tone::plain, "" } );
-   emit( good ? Weight::ordinary : Weight::asked, lines, [ & ] {
+   emit( good && counts.notJudged == 0 ? Weight::ordinary : Weight::asked, lines, [ & ] {
       ordered_json object{ { "kind", "end" }, { "file", file },
          { "expectations", counts.expectations }, { "failed", counts.failures },
          { "ended", Vormel::enumName( end ) } };

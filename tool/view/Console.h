@@ -71,7 +71,9 @@ class Console
    void command( const Line& line );
    /// Whether the next output is JSON rows instead of a table.
    void rowsAsJsonIs( bool json ) { rowsAsJson_ = json; }
-   void note( std::string_view text );
+   void note( std::string_view text ) { note( text, Weight::ordinary ); }
+   /// A note that is shown even when quiet.
+   void notice( std::string_view text ) { note( text, Weight::asked ); }
    void record( const Sim::Record& record );
    /// Whether the text has calls, notifications and traces; at first it has. JSON always has them.
    void eventsShownIs( bool shown ) { eventsShown_ = shown; }
@@ -118,6 +120,7 @@ class Console
    };
    using Json = std::function<std::string()>;
 
+   void note( std::string_view text, Weight weight );
    bool shows( Weight weight ) const;
    void show(
       const std::string& title, std::vector<Toned> lines, const nlohmann::ordered_json& rows );
