@@ -1,6 +1,6 @@
 #!/bin/sh
 # build.sh PRESET [TARGET...]
-# Configures and builds, saying little: a progress line on a terminal, nothing elsewhere.
+# Configures and builds. Prints a progress line on a terminal, and nothing elsewhere unless it fails.
 set -u
 cd "$(dirname "$0")/.." || exit
 preset=$1

@@ -1,7 +1,7 @@
 #!/bin/sh
 # consumer.sh [PRESET]
-# What an agent's developers do with a preset that is built, outside of this tree: install it, move it, find it
-# with CMake and with pkg-config, build the example agent and an examination of the simulated chip with each, run them.
+# Uses a preset that is built as an agent's developer would, outside of this tree: installs it, moves it, finds it with
+# CMake and with pkg-config, and with each builds and runs the example agent and an examination of the simulated chip.
 set -eu
 cd "$(dirname "$0")/.."
 root=$PWD
@@ -13,7 +13,7 @@ prefix=$dir/prefix
 # An installation contains no path of the build, so it also works in another place.
 cmake --install "build/$preset" --prefix "$dir/before" >"$dir/install.log"
 if grep -rlF "$root" "$dir/before"; then
-   echo "these installed files hold the path of the directory they were built in"
+   echo "these installed files contain the path of the directory they were built in"
    exit 1
 fi
 mv "$dir/before" "$prefix"
@@ -21,7 +21,7 @@ PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name strata-l3.pc)")
 export PKG_CONFIG_PATH
 "$prefix/bin/strata-l3" --version
 
-# Every header finds what it includes, beside an SDK whose names are macros.
+# Every installed header compiles where an SDK's names are macros.
 cp tests/conformance/MacroNames.h "$dir"
 (cd "$prefix/include/strata-l3" && find . -name '*.h') | LC_ALL=C sort |
    sed '1i #include "MacroNames.h"
@@ -29,20 +29,20 @@ cp tests/conformance/MacroNames.h "$dir"
 # shellcheck disable=SC2046 # a list of words
 g++ -std=c++20 -Wall -Wextra -Werror $(pkg-config --cflags strata-l3) -fsyntax-only "$dir/headers.cpp"
 
-# A macro that no header can stand is named in one sentence.
+# A macro with which the headers cannot compile is reported in one sentence that names it.
 for name in U32 IP4; do
    printf '#define %s clash\n#include "platform/sdk/SdkShimInterface.h"\n' $name |
       g++ -std=c++20 $(pkg-config --cflags strata-l3) -fsyntax-only -x c++ - 2>&1 | grep -q "strata-l3: .*$name.*#undef" || {
-      echo "a macro named $name stops the headers without a word of why"
+      echo "a macro named $name breaks the headers without a message that names it"
       exit 1
    }
 done
 
-# A build that cannot work ends with one sentence, and so does the compiler.
+# With settings that the headers cannot work with, compilation ends with one sentence.
 for flag in -std=c++17 -fno-rtti -fno-exceptions; do
    # shellcheck disable=SC2046 # a list of words
    if g++ -std=c++20 $flag $(pkg-config --cflags strata-l3) -fsyntax-only "$dir/headers.cpp" 2>"$dir/error.txt"; then
-      echo "$flag: the headers take it"
+      echo "$flag: the headers compile with it"
       exit 1
    fi
    if [ "$(grep -c 'error:' "$dir/error.txt")" -ne 2 ] || ! grep -q 'error: #error "strata-l3 needs ' "$dir/error.txt"; then
@@ -51,7 +51,7 @@ for flag in -std=c++17 -fno-rtti -fno-exceptions; do
    fi
 done
 
-# Settings that are not the library's do not link.
+# Code whose settings differ from the library's does not link.
 echo 'int main() {}' >"$dir/marks.cpp"
 # shellcheck disable=SC2046 # lists of words
 marks() {
@@ -71,7 +71,7 @@ for setting in -DVORMEL_CHECKING=1:lockChecks '-UVORMEL_ATOMIC_REFS -DVORMEL_ATO
    fi
 done
 
-# The example agent, as it is installed. Its output must be expected.txt, and its chip must conform.
+# The example agent, as it is installed. Its output must equal expected.txt, and its chip must conform.
 run_agent() {
    "$1/agent" "$1/routing-plugin.so" >"$1/story.txt" || {
       cat "$1/story.txt"

@@ -1,6 +1,6 @@
-"""One-token faults of a C++ source: where they can be made, and what the text is then.
+"""Finds the places of a C++ source where a one-token fault can be made, and the text with the fault.
 
-A fault keeps every line where it is, so that the line numbers of traces and reports stay true.
+A fault does not move lines, so that the line numbers in traces and reports stay right.
 """
 import difflib
 import re
@@ -38,7 +38,7 @@ class Fault:
     file: str
     line: int
     function: str
-    what: str  # for people
+    what: str  # a description for the output
     kind: str
     start: int  # the part of the text that is replaced
     end: int
@@ -66,10 +66,10 @@ def functions(text):
 
 
 class Neighbours:
-    """What a name can be confounded with: another of its kind. Learns from all sources that it is shown."""
+    """Finds another name of the same kind that a name can be replaced with. The names are those of the given texts."""
 
     def __init__(self, texts):
-        self.members = {}  # of a qualifier, in the order of their declaration or first use
+        self.members = {}  # by qualifier, in the order of their declaration or first use
         self.plain = set()
         for text in texts:
             plain = re.sub(r"//[^\n]*", "", text)
@@ -97,7 +97,7 @@ class Neighbours:
             members.append(name)
 
     def of(self, name, local):
-        """`local`: the names of the same use in the same file."""
+        """`local`: the names that are used in the same way in the same file."""
         qualifier, _, last = name.rpartition("::")
         if qualifier:
             kind = qualifier.split("::")[-1]
@@ -108,7 +108,7 @@ class Neighbours:
         if re.match(r"bcm[A-Z]|BCM_|vlan\w+(On|Off|Flag\w)$", name):  # the SDK's enumerators
             alike = [other for other in self.plain if other != name and _prefix(other, name) >= 5]
             return max(sorted(alike), key=lambda other: _prefix(other, name), default=None)
-        # What only adds to a name is another kind of thing: a mutator, an id, the plural.
+        # A name that only extends another one is of another kind: a mutator, an id, a plural.
         alike = [other for other in local if other[0].islower() and not (other.startswith(name) or name.startswith(other))]
         close = difflib.get_close_matches(name, sorted(alike), 1, 0.65)
         return close[0] if close else None
@@ -249,7 +249,7 @@ class Finder:
                 self._add("argument", a, d, right + between + left, f"exchanged: {_short(left)} and {_short(right)}")
 
     def _negate(self, i):
-        """A condition that is one name, with what hangs on it."""
+        """Negates a condition that is a single name with its calls, indexes and members."""
         first = i
         while self.tokens[i].kind == "name" and self._text(i) not in KEYWORDS:
             while self._text(i + 1) in ("(", "[") and i + 1 in self.partner:

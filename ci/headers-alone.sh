@@ -1,6 +1,6 @@
 #!/bin/sh
 # headers-alone.sh [ROOT]
-# Compiles every header below ROOT (the project, or where it is installed) by itself.
+# Compiles every header below ROOT (the project or an installation) by itself.
 set -u
 cd "${1:-$(dirname "$0")/..}" || exit
 find platform messages routing sim conformance agent tool tests bench -type f -name '*.h' 2>/dev/null | LC_ALL=C sort |

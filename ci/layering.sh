@@ -1,5 +1,5 @@
 #!/bin/sh
-# Which room may include which. Arrows run downwards only:
+# Checks which room (top-level directory) includes which. Arrows run downwards only:
 #    tool -> agent -> routing, sim -> platform; routing -> messages -> platform; conformance -> platform
 # Prints one line for each include that runs another way, and for each macro that an installed header should not
 # define, and fails.
@@ -15,7 +15,7 @@ done
 # shellcheck disable=SC2086 # a list of words
 find $rooms -path 'examples/*/*' -prune -o -type f \( -name '*.h' -o -name '*.cpp' -o -name '*.def' \) -print | LC_ALL=C sort | xargs -r awk '
 BEGIN {
-   # A place is a room or a part of platform/; what it may include, as a list of prefixes.
+   # may[place] is the list of prefixes that a place, a room or a part of platform/, may include.
    may["platform/runtime"] = "platform/runtime/"
    may["platform/types"] = "platform/runtime/ platform/types/"
    may["platform/sdk"] = "platform/runtime/ platform/types/ platform/sdk/"
@@ -54,11 +54,10 @@ FNR == 1 {
    isInstalled = isLibrary && isHeader && FILENAME !~ /^routing\/tcam\// \
       && FILENAME != "platform/sdk/SdkNames.h"
    isShipped = isInstalled || isHeader && FILENAME ~ /^(sim|conformance)\//
-   mayNameTheSdk = FILENAME ~ /^routing\/.*\.cpp$/ || FILENAME ~ /^routing\/tcam\// \
-      || FILENAME == "platform/sdk/SdkNames.cpp"
+   mayNameTheSdk = FILENAME ~ /^routing\/.*\.cpp$/ || FILENAME ~ /^routing\/tcam\//
 }
 
-# An SDK may have a macro of any other name.
+# An SDK may define a macro with any other name.
 isShipped && /^[ \t]*#[ \t]*(define|undef)[ \t]/ {
    name = $0
    sub( /^[ \t]*#[ \t]*(define|undef)[ \t]+/, "", name )

@@ -1,7 +1,7 @@
 #!/bin/sh
 # manual.sh <strata-l3>
-# The manual pages of the command and of strata-l3-conformance beside it have every subcommand and option that those
-# have, and every tool that reads them is content; the completion for bash offers the command's.
+# Checks that the manual pages of the command and of strata-l3-conformance beside it explain every subcommand and option,
+# that man and mandoc read the pages without a warning, and that the completion for bash offers the command's options.
 set -eu
 command=$(cd "$(dirname "$1")" && pwd)/$(basename "$1")
 cd "$(dirname "$0")/.."
@@ -17,7 +17,7 @@ asked() {
    "$command" complete -- "$@"
 }
 
-# The text of a page, as it is searched.
+# The text of a page with plain hyphens.
 text_of() {
    sed 's/\\-/-/g' "$1"
 }
@@ -51,7 +51,7 @@ for each in "$page" "$kit_page"; do
    fi
 done
 
-# What bash offers for the words of a line, the last of them being typed.
+# What bash offers for the words of a line, of which the last one is being typed.
 offered() {
    PATH=$(dirname "$command"):$PATH bash -c '
       source tool/cli/completion.bash
@@ -62,7 +62,7 @@ offered() {
       echo "${COMPREPLY[*]}"' bash "$@"
 }
 
-# expected, words of the line
+# offers EXPECTED WORD...: the words of the line
 expect() {
    wanted=$1
    shift

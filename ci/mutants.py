@@ -1,10 +1,10 @@
-"""Proves tests: makes one-token faults in sources of the library, one at a time, and names the test that notices.
+"""Proves tests: makes one-token faults in sources of the library, one at a time, and names the test that fails.
 
-The debug build's objects are linked anew with one of them compiled from a faulty copy, below build/mutants; the
-sources and the build are left alone. Tests load the faulty library in place of their own. Cheap ones run first:
-the scenarios with their expectations, then the unit tests; the first failure ends a mutant. A difference from a
-golden transcript is no proof by itself, for it is accepted with all others by `make update-golden`: it is told when
-nothing else has noticed.
+For each fault the library is linked below build/mutants from the debug build's objects, one of them compiled from a
+faulty copy of its source; the sources and the build are not changed. Tests load the faulty library in place of their
+own. Fast tests run first: the scenarios with their expectations, then the unit tests; the first failure ends a mutant.
+A difference from a golden transcript alone is not a proof, because `make update-golden` accepts it with all others: it
+is reported if no test fails.
 """
 import argparse
 import glob
@@ -31,7 +31,7 @@ BUILD = os.path.join(ROOT, "build/debug")
 WORK = os.path.join(ROOT, "build/mutants")
 TESTS = os.path.join(WORK, "bin/strata-l3-tests")
 TOOL = os.path.join(WORK, "bin/strata-l3")
-ROOMS = ("platform", "messages", "routing")  # what the library is made of
+ROOMS = ("platform", "messages", "routing")  # the library's directories
 FAST = 1000  # milliseconds that the first batch of unit tests may take
 KILLED, GOLDEN, SURVIVED, SAME, UNPARSABLE = "killed", "golden alone", "SURVIVED", "same code", "does not compile"
 
@@ -41,7 +41,7 @@ class Stopped(Exception):
 
 
 class Runner:
-    """Runs programs with a time limit, and ends them all when it is told to."""
+    """Runs programs with a time limit; stop() ends all of them."""
 
     def __init__(self):
         self.stopped = False
@@ -49,7 +49,7 @@ class Runner:
         self.lock = threading.Lock()
 
     def run(self, command, limit, env=None, cwd=None):
-        """(status, output); the status is None where the time was over."""
+        """(status, output); the status is None if the time limit was reached."""
         with self.lock:
             if self.stopped:
                 raise Stopped
@@ -102,8 +102,8 @@ def fail(text):
 
 
 class Library:
-    """The debug build's library: how its sources are compiled and how it is linked. All that this takes is copied,
-    so that the tree can change and be built meanwhile."""
+    """The debug build's library: how its sources are compiled and how it is linked. The files for it are copied, so
+    that the tree can be changed and built meanwhile."""
 
     def __init__(self):
         self.compile = {}
@@ -139,7 +139,7 @@ class Library:
         command = [self.moved.get(word, word) for word in self.compile[file]]
         command[command.index("-o") + 1] = output
         command[command.index("-c") + 1] = source
-        # Messages name files relative to the root; a fault may leave something unused.
+        # Files in messages are relative to the root. Without warnings, because a fault may leave a variable unused.
         prefix = source.removesuffix(file)
         return command + ["-g0", "-w", f"-ffile-prefix-map={prefix}="]
 
@@ -150,7 +150,7 @@ class Library:
 
 
 class Tests:
-    """What may notice a fault, cheapest first."""
+    """The tests that may notice a fault, the fastest first."""
 
     def __init__(self, files, scenarios_only):
         self.scenarios = sorted(os.path.basename(path)[:-9] for path in glob.glob(os.path.join(WORK, "src/scenarios/*.scenario")))
@@ -171,7 +171,7 @@ class Tests:
             self.batches.append(batch)
 
     def _suites(self):
-        """Which of the library's rooms a suite's file reaches by its includes, and those of their sources."""
+        """The library's rooms that a suite's file includes, directly or through other files and their sources."""
         reached = {}
 
         def reach(file):
@@ -195,7 +195,7 @@ class Tests:
         return suites
 
     def _baseline(self, scenarios_only):
-        """Milliseconds of each unit test without a fault, if they are asked at all; everything must be green."""
+        """Milliseconds of each unit test without a fault, unless only scenarios run; all of them must pass."""
         worker = Worker(0)
         shutil.copy(os.path.join(BUILD, "lib/libstrata-l3.so"), worker.library)
         noticed, differing = worker.scenarios(self)
@@ -237,7 +237,7 @@ class Result:
 
 
 class Worker:
-    """A folder with a library of its own, which the tests load in place of theirs."""
+    """A directory with its own copy of the library, which the tests load in place of the built one."""
 
     def __init__(self, number):
         self.folder = os.path.join(WORK, f"worker-{number}")
@@ -252,7 +252,7 @@ class Worker:
         return runner.run(command, limit, self.env, os.path.join(WORK, "src"))
 
     def compiled(self, library, file, text):
-        """The object's path, or null where the text does not compile."""
+        """The object's path, or None if the text does not compile."""
         source, output = os.path.join(self.folder, file), os.path.join(self.folder, file + ".o")
         os.makedirs(os.path.dirname(source), exist_ok=True)
         with open(source, "w", encoding="utf-8") as copy:
@@ -292,7 +292,7 @@ class Worker:
         return Result(fault, GOLDEN, differing[0] + more)
 
     def scenarios(self, tests):
-        """The expectation that failed, if one did; and the golden transcripts that differ."""
+        """The expectation that failed, or None, and the golden transcripts that differ."""
         differing = []
         transcript = os.path.join(self.temporary, "transcript.txt")
         for name in tests.scenarios:
@@ -324,7 +324,7 @@ class Worker:
 
 
 def snapshot(scenarios_only):
-    """What the tests are and read: later changes of the tree do not touch a run."""
+    """Copies the tests and the files that they read, so that later changes of the tree do not affect the run."""
     shutil.rmtree(os.path.join(WORK, "src"), ignore_errors=True)
     os.makedirs(os.path.join(WORK, "bin"), exist_ok=True)
     for name in ("strata-l3",) if scenarios_only else ("strata-l3-tests", "strata-l3"):
@@ -343,7 +343,7 @@ def chosen(faults, options):
         faults = [fault for fault in faults if re.search(options.function, fault.function)]
     faults = [fault for fault in faults if (re.search(options.kind, fault.kind) if options.kind else fault.kind != "trace")]
     if options.number and options.number < len(faults):
-        # Each kind in turn, so that constants, of which there are many, do not crowd out the others.
+        # Kinds take turns, so that constants, of which there are many, do not displace the others.
         dice = random.Random(options.seed)
         kinds = {}
         for fault in dice.sample(faults, len(faults)):
@@ -384,7 +384,7 @@ def judge_all(faults, texts, library, tests, jobs):
                 print(result.line(), flush=True)
         except (queue.Empty, Stopped):
             pass
-        except BaseException as problem:  # a thread's own exit would go unseen
+        except BaseException as problem:  # an exception that ends a thread would go unseen
             print(problem, file=sys.stderr)
             runner.stop()
 

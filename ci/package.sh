@@ -1,14 +1,14 @@
 #!/bin/sh
 # package.sh PRESET [--try]
 # Makes the Debian packages of a preset that is built. With --try, also installs them on this machine, uses them,
-# removes them, and looks whether anything stays behind.
+# removes them, and checks that no file is left.
 set -eu
 cd "$(dirname "$0")/.."
 root=$PWD
 build=build/$1
 try=${2:-}
 out=$root/$build/packages
-# Those that need others come first, so that they are removed in this order.
+# Packages that depend on others come first: this is the order of removal.
 packages='strata-l3-kit libstrata-l3-dev strata-l3 libstrata-l3-0.1'
 
 rm -rf "$out"
@@ -21,7 +21,7 @@ for package in "$out"/*.deb; do
    echo "${package#"$root/"}"
    dpkg-deb --field "$package" Depends | sed 's/^/   needs: /'
    if dpkg-deb --fsys-tarfile "$package" | grep -aqF "$root"; then
-      echo "$package: holds the path of the directory it was built in"
+      echo "$package: contains the path of the directory it was built in"
       exit 1
    fi
 done
@@ -59,13 +59,13 @@ remove
 trap - EXIT
 left=0
 while read -r file; do
-   # Directories may be others' too, unless they carry the package's name.
+   # Other packages may own the same directories, except those with the package's name.
    case $file in
    */strata-l3 | */strata-l3-kit | */libstrata-l3-*) ;;
    *) [ -d "$file" ] && continue ;;
    esac
    if [ -e "$file" ] || [ -L "$file" ]; then
-      echo "$file: stayed behind"
+      echo "$file: left after the removal"
       left=1
    fi
 done <"$build/package-files"

@@ -26,7 +26,7 @@ attributes() {
    done
 }
 
-# Each trace of the slice: handle, level, and its text, with what is put in as the code has it.
+# Each trace of the slice: handle, level, and text. Values in the text are shown as expressions of the code.
 traces() {
    echo '| File | Handle | Level | Text |'
    echo '|---|---|---:|---|'
@@ -45,7 +45,7 @@ traces() {
    done
 }
 
-# The main range, from its table.
+# The entries of the main range, from its table.
 entries() {
    echo '| Offset | Name | In the range of a fabric unit |'
    echo '|---:|---|---|'

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""Finds runs of lines that stand twice in the sources.
+"""Finds runs of lines that occur twice in the sources.
 
-Six equal lines in a row, blank lines, includes, comments, parameters and lines of braces alone left
-out, are code that one function or one table should hold. Tests repeat on purpose, and so do the functions
-of entries, which are flat lists of calls.
+Six equal lines in a row should be one function or one table. Blank lines, includes, comments, parameters and lines
+that are only braces do not count. Not searched are tests, which repeat on purpose, and the functions of entries, which
+are flat lists of calls.
 
 Usage: repeats.py [DIRECTORY]   exits with 1 if there are any
 """
@@ -15,7 +15,7 @@ from pathlib import Path
 
 LENGTH = 6
 ROOMS = ("platform", "messages", "routing", "sim", "conformance", "agent", "tool", "bench", "examples")
-# The functions of entries are flat lists of calls, which say in order what an entry is.
+# The functions of entries are flat lists of calls: an entry's qualifiers and actions in their order.
 ENTRIES = re.compile(r"routing/entries/.*\.cpp$")
 LEFT_OUT = re.compile(
     r"#include .*|//.*|[{}();,\s]*|(public|private|protected):|namespace .*"
@@ -48,7 +48,7 @@ def main():
         for at in range(len(lines) - LENGTH + 1):
             places[tuple(text for _, text in lines[at : at + LENGTH])].append((name, at))
 
-    # Of runs that overlap, the first one is shown, with the length of the whole run.
+    # Of overlapping runs only the first is printed, with the length of the whole run.
     shown = set()
     count = 0
     for where in places.values():
@@ -70,7 +70,7 @@ def main():
             print(f"{one}:{first[i][0]}: {length} lines are also in {other}:{second[j][0]}")
             count += 1
     if count:
-        print(f"{count} repeated runs: say each of them once")
+        print(f"{count} repeated runs: write each of them once")
     return 1 if count else 0
 
 

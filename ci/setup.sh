@@ -1,7 +1,7 @@
 #!/bin/sh
 # setup.sh library|build|bench|mutants|package|ci
-# Makes sure that the Debian packages of a group are there, and installs what is missing if it may.
-# Quiet when nothing is missing.
+# Installs those Debian packages of a group that are missing, if it has the permission, or else prints the command.
+# Prints nothing if no package is missing.
 set -u
 group=${1:-build}
 
@@ -73,14 +73,14 @@ packages=$(missing)
 
 install="apt-get install -y --no-install-recommends $packages"
 if ! command -v apt-get >/dev/null; then
-   echo "Missing, and there is no apt-get here. On Debian the packages are called: $packages" >&2
+   echo "Packages are missing, and apt-get was not found. Their names on Debian are: $packages" >&2
    exit 1
 elif [ "$(id -u)" = 0 ]; then
    as_root='env'
 elif command -v sudo >/dev/null && sudo -n true 2>/dev/null; then
    as_root='sudo -n env'
 else
-   echo "Missing packages. Run this, then try again:" >&2
+   echo "Packages are missing. Run this, then try again:" >&2
    echo "   sudo apt-get update && sudo $install" >&2
    exit 1
 fi

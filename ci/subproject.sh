@@ -1,6 +1,6 @@
 #!/bin/sh
 # subproject.sh
-# Takes this project into another one with add_subdirectory(), as a static library, and cross-compiles both for aarch64.
+# Adds this project to another one with add_subdirectory(), as a static library, and cross-compiles both for aarch64.
 set -eu
 cd "$(dirname "$0")/.."
 root=$PWD

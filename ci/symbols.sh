@@ -1,7 +1,8 @@
 #!/bin/sh
 # symbols.sh LIBRARY [--update]
-# What the library exports is the list ci/symbols.txt, or is made it. Every build exports the same, but for
-# what only a build with lock checks has, and the marks of the settings, which are listed as a release has them.
+# Compares the library's exported symbols with the list ci/symbols.txt, or with --update rewrites the list. Every build
+# exports the same symbols, except for the check of a build with lock checks, and the marks of the build settings, which
+# the list has as in a release build.
 set -eu
 cd "$(dirname "$0")/.."
 library=$1
@@ -10,7 +11,7 @@ list=ci/symbols.txt
 now=$(mktemp)
 trap 'rm -f "$now"' EXIT
 
-# Demangled without the spellings of one standard library; the variants of a constructor are one, and so are a
+# Demangled, and without a standard library's own spellings. The variants of a constructor become one line, and so do a
 # typeinfo and its name.
 nm --dynamic --defined-only --demangle "$library" | sed -E 's/^[0-9a-f]* . //' |
    sed -E -e 's/\[abi:cxx11\]//g' \

@@ -9,8 +9,8 @@ shift
 run=
 tests=build/$preset/bin/strata-l3-tests
 if [ "$preset" = tsan ] && [ -x "$tests" ] && ! "$tests" --gtest_list_tests >/dev/null 2>&1; then
-   # Thread sanitizers of this age cannot place their shadow memory under a kernel that spreads
-   # addresses widely.
+   # This version of the thread sanitizer cannot place its shadow memory where the kernel randomises addresses over a
+   # wide range.
    run="setarch $(uname -m) --addr-no-randomize"
 fi
 # shellcheck disable=SC2086 # a list of words

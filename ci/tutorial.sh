@@ -1,6 +1,6 @@
 #!/bin/sh
 # tutorial.sh <strata-l3>
-# What the tutorial has typed works: its commands in the shell, and the scenario at its end.
+# Checks that the tutorial's commands run in the shell, and that the scenario at its end passes.
 set -eu
 cd "$(dirname "$0")/.."
 command=$1

@@ -10,20 +10,21 @@ set( CMAKE_VISIBILITY_INLINES_HIDDEN ON )
 set( CMAKE_POSITION_INDEPENDENT_CODE ON )
 check_pie_supported()
 
-# Presets make warnings errors (CMAKE_COMPILE_WARNING_AS_ERROR); a compiler of the future need not stop a user's build.
+# Only the presets make warnings errors (CMAKE_COMPILE_WARNING_AS_ERROR), so that a new compiler's warnings do not stop
+# a user's build.
 add_compile_options( -Wall -Wextra -Wpedantic -Wconversion -Wshadow )
 if( CMAKE_CXX_COMPILER_ID STREQUAL "GNU" )
-   # GCC 12 sees overlapping copies inside std::string's own operator+ once it is inlined.
+   # GCC 12 warns of overlapping copies within std::string's operator+ when it is inlined.
    add_compile_options( -Wno-restrict )
 endif()
 
-# Messages carry file names relative to the project root, and binaries do not contain the build path.
-# The later option wins where both match: a build directory inside the tree stays relative to it.
+# File names in messages are relative to the project root, and binaries do not contain the build path. Where both
+# options match, the later one applies: names in a build directory inside the tree are relative to that directory.
 add_compile_options(
    -ffile-prefix-map=${PROJECT_BINARY_DIR}=.
    -ffile-prefix-map=${PROJECT_SOURCE_DIR}/= )
 
-# Nobody replaces the library's functions at load time, so calls inside it may be direct.
+# The library's functions are not meant to be replaced at load time, so calls within the library may be direct.
 add_compile_options( -fno-semantic-interposition )
 add_link_options( $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,SHARED_LIBRARY>:-Wl,-Bsymbolic-functions> )
 
@@ -42,7 +43,7 @@ if( STRATA_SANITIZE )
       -fno-omit-frame-pointer )
    add_link_options( -fsanitize=${STRATA_SANITIZE} )
    if( CMAKE_CXX_COMPILER_ID STREQUAL "GNU" )
-      # The sanitizers' extra branches make GCC guess wrongly here; the other builds keep the warning.
+      # With the sanitizers' extra branches GCC gives false warnings here; the other builds keep the warning.
       add_compile_options( -Wno-maybe-uninitialized )
    endif()
 else()

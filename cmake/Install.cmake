@@ -35,7 +35,8 @@ function( install_headers component )
       FILES_MATCHING
       PATTERN "*.h"
       PATTERN "*.def"
-      # Headers with an SDK's own names cannot stand beside that SDK's; the others are of what is not exported.
+      # SdkNames.h declares an SDK's own names, so it cannot be included beside that SDK's headers; the
+      # others declare what is not exported.
       PATTERN "platform/sdk/SdkNames.h" EXCLUDE
       PATTERN "messages/Traces.h" EXCLUDE
       PATTERN "platform/runtime/Registries.h" EXCLUDE

@@ -1,6 +1,6 @@
-# Which room may include which is checked before anything is compiled, in every build.
+# Every build checks, before it compiles anything, which room includes which.
 if( NOT PROJECT_IS_TOP_LEVEL )
-   return() # who takes the library in does not change it
+   return() # a project that adds this one does not change its sources
 endif()
 file( GLOB_RECURSE layeredFiles CONFIGURE_DEPENDS
    platform/*.h platform/*.cpp platform/*.def

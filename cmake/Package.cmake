@@ -1,4 +1,4 @@
-# Debian packages, one a component; `make package` makes them.
+# `make package` makes one Debian package of each component.
 set( CPACK_GENERATOR DEB )
 set( CPACK_PACKAGE_CONTACT "The developers of strata-l3 <strata-l3@localhost>" )
 set( CPACK_PACKAGING_INSTALL_PREFIX /usr )
@@ -13,7 +13,7 @@ if( STRATA_CONFORMANCE )
 endif()
 set( CPACK_DEBIAN_FILE_NAME DEB-DEFAULT )
 
-# An agent's package needs this minor version of the library, at least as new as what it was built with.
+# An agent's package depends on the minor version of the library that it was built with, at the same patch or later.
 set( libraryPackage libstrata-l3-${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR} )
 math( EXPR nextMinor "${PROJECT_VERSION_MINOR} + 1" )
 file( CONFIGURE OUTPUT shlibs

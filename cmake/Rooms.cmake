@@ -1,4 +1,4 @@
-# A room is a top-level folder. Its sources are found, so that adding a file needs no edit here.
+# A room is a top-level directory. Its sources are searched for, so a new file needs no edit here.
 
 # room_sources( <variable> <room>... )
 function( room_sources variable )
@@ -10,15 +10,16 @@ function( room_sources variable )
    set( ${variable} ${sources} PARENT_SCOPE )
 endfunction()
 
-# room_target( <target> ): what the targets of all rooms have in common.
+# room_target( <target> ): sets what the targets of all rooms have in common.
 function( room_target target )
    if( TARGET check-layering )
       add_dependencies( ${target} check-layering )
    endif()
 endfunction()
 
-# precompile_headers( <target> [header]... ): with STRATA_PRECOMPILE, these and what nearly all sources include are
-# compiled once for the target. A release build does without, and so finds what a source forgot to include.
+# precompile_headers( <target> [header]... ): with STRATA_PRECOMPILE, these headers and those that nearly all
+# sources include are compiled once for the target. A release build does not precompile, so a missing include is an
+# error there.
 function( precompile_headers target )
    if( STRATA_PRECOMPILE )
       target_precompile_headers( ${target} PRIVATE ${ARGN} platform/runtime/Attributes.h

@@ -1,4 +1,4 @@
-# Each scenario is a test: its transcript must be the golden one. `update-golden` rewrites those.
+# Each scenario is a test: its transcript must equal the golden one. The target `update-golden` rewrites the golden ones.
 file( GLOB scenarios CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/scenarios/*.scenario )
 set( compare sh ${PROJECT_SOURCE_DIR}/cmake/compare-scenario.sh )
 set( updates "" )

@@ -1,6 +1,6 @@
 #!/bin/sh
 # compare-scenario.sh check|update TOOL NAME OUTPUT
-# Runs scenarios/NAME.scenario and compares its transcript with the golden one, or makes it the golden one.
+# Runs scenarios/NAME.scenario. `check` compares its transcript with the golden one, `update` makes it the golden one.
 set -u
 mode=$1 tool=$2 name=$3 output=$4
 scenario=scenarios/$name.scenario

@@ -1,6 +1,6 @@
 #!/bin/sh
 # sdk-macros.sh COMPILER OUTPUT
-# Writes a header that makes a macro of every SDK name in the tables.
+# Writes a header that defines a macro for every SDK name in the tables.
 set -eu
 cd "$(dirname "$0")/.."
 "$1" -std=c++20 -I. -E -P -x c++ tests/conformance/SdkMacros.inc |
