@@ -15,7 +15,7 @@ struct FieldPlace
 };
 
 // In the order in which a register's fields are shown.
-static constexpr auto places = std::to_array<FieldPlace>( {
+static constexpr auto fieldPlaces = std::to_array<FieldPlace>( {
    { RegisterField::MplsLabelMissToCpu, Register::CpuControlM, 5 },
    { RegisterField::MplsTtlErrToCpu, Register::CpuControlM, 9 },
    { RegisterField::UseMyStation1ForNonTunnels, Register::IngConfig64, 41 },
@@ -23,22 +23,22 @@ static constexpr auto places = std::to_array<FieldPlace>( {
    { RegisterField::Ip6UrpfOnL3Iif, Register::IngConfig64, 34 },
    { RegisterField::DoNotCopyFromCpuToCpu, Register::IngMiscConfig, 12 },
 } );
-static_assert( eachRoleHasARow( places ) );
+static_assert( eachRoleHasARow( fieldPlaces ) );
 
 Register registerOf( RegisterField field )
 {
-   return rowOf( places, field ).reg;
+   return rowOf( fieldPlaces, field ).reg;
 }
 
 U64 registerFieldSet( U64 value, RegisterField field, U32 data )
 {
-   const U64 bit = U64{ 1 } << rowOf( places, field ).bit;
+   const U64 bit = U64{ 1 } << rowOf( fieldPlaces, field ).bit;
    return ( value & ~bit ) | ( ( data & 1 ) != 0 ? bit : 0 );
 }
 
 U32 registerField( U64 value, RegisterField field )
 {
-   return static_cast<U32>( value >> rowOf( places, field ).bit & 1 );
+   return static_cast<U32>( value >> rowOf( fieldPlaces, field ).bit & 1 );
 }
 
 U64 registerReset( Register reg )
@@ -57,7 +57,7 @@ U64 registerReset( Register reg )
 std::string registerText( Register reg, U64 value )
 {
    std::string fields;
-   for( const FieldPlace& place : places )
+   for( const FieldPlace& place : fieldPlaces )
       if( place.reg == reg )
          fields += ( fields.empty() ? "" : ", " ) + std::string( roleName( place.role ) ) + " " +
                    std::to_string( registerField( value, place.role ) );

@@ -40,7 +40,7 @@ void showRoutes( Session& session )
 }
 
 /// "a, b, c"
-class List
+class CommaList
 {
  public:
    void add( bool has, const std::string& part )
@@ -56,7 +56,7 @@ class List
 
 std::string vlanText( const Sim::VlanProperties& vlan )
 {
-   List list;
+   CommaList list;
    list.add( vlan.svi, "svi" );
    list.add( !vlan.routerMac.isZero(), "router MAC " + vlan.routerMac.toString() );
    list.add( vlan.dropRouted, "drop-routed" );
@@ -71,7 +71,7 @@ std::string vlanText( const Sim::VlanProperties& vlan )
 
 std::string groupText( Sim::PacketEngine& engine, const Sim::McastGroup& group )
 {
-   List list;
+   CommaList list;
    list.add( group.everyPort, "every port" );
    list.add( group.everyTunnel, "every tunnel" );
    for( const Sim::PortRef port : group.ports )
@@ -101,7 +101,7 @@ void showForwarding( Session& session )
          ( rule.swap ? "swap " + std::to_string( *rule.swap ) : "pop" ) +
             ( rule.nextHop ? ", to " + engine.nextHopName( *rule.nextHop ) : "" ) } );
    for( const auto& [ address, into ] : tables.mcastRoutes ) {
-      List vlans;
+      CommaList vlans;
       for( const U16 vlanId : into )
          vlans.add( true, "into VLAN " + std::to_string( vlanId ) );
       table.row( { "mroute " + address.toString(), vlans.text() } );
