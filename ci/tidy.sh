@@ -1,19 +1,42 @@
 #!/bin/sh
 # Runs clang-tidy over everything but the tests and examples; any finding is an error.
+#
+# Most of its time goes into the standard headers, so all sources of a room are read as one, in a sixth of the time.
+# Whether an include or a using-declaration is superfluous is asked of each source by itself. An include that is missing
+# is left to the release build, which compiles each source by itself and without precompiled headers.
 set -u
 cd "$(dirname "$0")/.." || exit
-log=build/configure-tidy.log
-mkdir -p build
-# clang-tidy cannot read what GCC has precompiled.
-cmake --preset debug -B build/tidy -D STRATA_PRECOMPILE=OFF >"$log" 2>&1 || {
-   cat "$log"
+command -v clang-tidy-19 >/dev/null || {
+   echo "tidy.sh: clang-tidy-19 is not installed"
    exit 1
 }
-# The compile database has GCC's options, some of which clang does not know. An include that is superfluous is a
-# finding; one that is missing is left to the release build, which compiles without precompiled headers.
-find platform messages routing sim conformance agent tool -type f -name '*.cpp' -print0 |
-   xargs -0 -r -n 1 -P "$(nproc)" clang-tidy-19 -p build/tidy --quiet \
-      --extra-arg=-Wno-unknown-warning-option --extra-arg=-Wno-deprecated-declarations 2>&1 |
+dir=build/tidy
+rm -rf "$dir"
+mkdir -p "$dir"
+
+sources() {
+   find "$@" -type f -name '*.cpp' | LC_ALL=C sort
+}
+
+# together NAME ROOM...
+together() {
+   name=$1
+   shift
+   sources "$@" | sed 's|.*|#include "&"|' >"$dir/$name.cpp"
+   echo "-misc-include-cleaner,-bugprone-suspicious-include $dir/$name.cpp"
+}
+
+# The longest first.
+{
+   together tool agent tool
+   together sim sim
+   together routing messages routing
+   together conformance conformance
+   together platform platform
+   sources platform messages routing sim conformance agent tool | sed 's/^/-*,misc-include-cleaner,misc-unused-* /'
+} | xargs -r -L 1 -P "$(nproc)" sh -c '
+   clang-tidy-19 --quiet --checks="$1" "$2" -- -std=c++20 -I. -Wall -Wextra \
+      -DVORMEL_ATOMIC_REFS=1 -DVORMEL_CHECKING=1 -DSTRATA_VERSION=\"\" 2>&1' sh |
    awk '/: (warning|error): / { wanted = !/no header providing/ }
       !/^[0-9]+ warnings? (generated|treated)|^Suppressed |^Use -header-filter/ && wanted' >build/tidy.log
 if [ -s build/tidy.log ]; then
