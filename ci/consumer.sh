@@ -84,9 +84,9 @@ run_agent() {
 cp -r "$prefix/share/doc/strata-l3/examples/agent" "$dir/agent"
 cmake -S "$dir/agent" -B "$dir/agent/cmake" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_COMPILE_WARNING_AS_ERROR=ON \
    -DCMAKE_CXX_FLAGS='-Wall -Wextra -Wpedantic' >"$dir/cmake.log"
-cmake --build "$dir/agent/cmake"
+cmake --build "$dir/agent/cmake" --parallel "$(nproc)"
 run_agent "$dir/agent/cmake"
-make -C "$dir/agent" CXXFLAGS='-O1 -Wall -Wextra -Werror'
+make -C "$dir/agent" -j "$(nproc)" CXXFLAGS='-O1 -Wall -Wextra -Werror'
 run_agent "$dir/agent"
 
 # The simulated chip, and the conformance kit that examines it.

@@ -31,7 +31,8 @@ int main()
 }
 CPP
 cmake -S "$dir" -B "$dir/build" -G Ninja -DCMAKE_SYSTEM_NAME=Linux -DCMAKE_SYSTEM_PROCESSOR=aarch64 \
-   -DCMAKE_CXX_COMPILER=aarch64-linux-gnu-g++ -DCMAKE_COMPILE_WARNING_AS_ERROR=ON >"$dir/cmake.log" || {
+   -DCMAKE_CXX_COMPILER=aarch64-linux-gnu-g++ -DCMAKE_COMPILE_WARNING_AS_ERROR=ON \
+   -DCMAKE_UNITY_BUILD=ON >"$dir/cmake.log" || {
    cat "$dir/cmake.log"
    exit 1
 }
