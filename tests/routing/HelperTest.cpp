@@ -8,7 +8,6 @@
 #include <gmock/gmock.h>
 #include <regex>
 #include <set>
-#include <thread>
 
 namespace Strata {
 namespace {
@@ -349,24 +348,6 @@ TEST_F( HelperTest, L3IsInitializingFromTheFirstMulticastEntryToTheLastControl )
    ASSERT_FALSE( calls.empty() );
    EXPECT_THAT( calls.front(), testing::HasSubstr( "_qualify_DstMac(" ) );
    EXPECT_THAT( calls.back(), testing::HasSubstr( "unit 1, control MplsTtlErrToCpu" ) );
-}
-
-TEST_F( HelperTest, OthersMayLookWhileTheSdkWorks )
-{
-   make( "hsdk", { 0 } );
-   U64 looks = 0;
-   transcript().listenerIs( [ & ]( const Sim::Record& record ) {
-      if( record.kind != RecordKind::call )
-         return;
-      // Deadlocks if the slice held the lock across the call.
-      std::thread( [ & ] {
-         const Vormel::LockAnchor looking( Vormel::activityLock() );
-         looks += helper().tcamEntryVlanFlood() == 0 || helper().tcamEntryVlanFlood() > 1 ? 1 : 0;
-      } ).join();
-   } );
-   helper().init( true, true );
-   transcript().listenerIs( {} );
-   EXPECT_EQ( looks, transcript().count( RecordKind::call ) );
 }
 
 } // namespace
