@@ -94,6 +94,19 @@ Ref<Entity> Session::takeObject( Words& words ) const
    return objectNamed( words, word.text );
 }
 
+static const Vormel::Attribute* attributeNamed(
+   const Words& words, const Entity& object, const std::string& name )
+{
+   const Vormel::EntityType& type = object.entityType();
+   if( const Vormel::Attribute* const found = type.findAttribute( name ) )
+      return found;
+   std::vector<std::string_view> names;
+   for( const auto& attribute : type.attributes() )
+      names.push_back( attribute->info().name );
+   words.fail( std::string( type.name() ) + " has no attribute '" + name + "'" +
+               didYouMean( name, names, "; 'show attributes' lists those of each object" ) );
+}
+
 AttributePath Session::takeAttribute( Words& words ) const
 {
    const std::string text = words.take( "an attribute, as in helper.useLb", "PATH" ).text;
@@ -111,8 +124,8 @@ AttributePath Session::takeAttribute( Words& words ) const
       words.fail( "'" + name + "' is an object; write one of its attributes, as in '" + name +
                   ".ATTRIBUTE'" );
    path.object = objectNamed( words, dot == std::string::npos ? "helper" : name.substr( 0, dot ) );
-   path.attribute = &path.object->entityType().attribute(
-      dot == std::string::npos ? name : name.substr( dot + 1 ) );
+   path.attribute = attributeNamed(
+      words, *path.object, dot == std::string::npos ? name : name.substr( dot + 1 ) );
    if( path.key )
       path.attribute->convertedKey( *path.key ); // AccessError for what is none
    return path;

@@ -84,11 +84,25 @@ Word takeUnitArgument( const Session& session, Words& words )
    return *words.last();
 }
 
+const Vormel::Operation* operationNamed(
+   const Words& words, const Entity& object, const std::string& name )
+{
+   const Vormel::EntityType& type = object.entityType();
+   std::vector<std::string_view> names;
+   for( const auto& operation : type.operations() ) {
+      if( operation->name() == name )
+         return operation.get();
+      names.push_back( operation->name() );
+   }
+   words.fail( std::string( type.name() ) + " has no operation '" + name + "'" +
+               didYouMean( name, names, "; 'strata-l3 operations' lists them" ) );
+}
+
 Call takeCall( const Session& session, Words& words )
 {
    const RoutingStatusHelper& helper = *session.agent().helper();
    const Word& name = words.take( "an operation, as in l3Init", "OPERATION" );
-   Call call{ &helper.entityType().operation( name.text ), name, {} };
+   Call call{ operationNamed( words, helper, name.text ), name, {} };
    const auto& parameters = call.operation->parameters();
    while( !words.done() ) {
       const std::string_view parameter =

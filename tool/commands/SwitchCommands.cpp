@@ -188,7 +188,8 @@ IntfId takeLag( const Session& session, Words& words )
    const std::string& text = words.take( "a LAG, as in Port-Channel1" ).text;
    const auto lag = IntfId::parse( text );
    if( !lag )
-      words.fail( "'" + text + "' is not a LAG such as Port-Channel1" );
+      words.fail(
+         "'" + text + "' is not a LAG such as Port-Channel1" + didYouMeanInterface( text ) );
    words.blaming( [ & ] { session.agent().hardware().checkLag( *lag, {} ); } );
    return *lag;
 }

@@ -83,7 +83,8 @@ PortRef takePort( const Session& session, Words& words )
    const auto intf = IntfId::parse( text );
    if( !intf || intf->empty() )
       words.fail( "'" + text + "' is not a port; write an interface such as Ethernet1, or one of " +
-                  joined( portWords() ) + didYouMean( text, portWords() ) );
+                  joined( portWords() ) +
+                  didYouMean( text, portWords(), didYouMeanInterface( text ) ) );
    if( intf->isPortChannel() )
       words.fail( text + " is a LAG; write one of its ports" );
    return portOf( session, words, *intf );
@@ -147,7 +148,7 @@ EthAddr takeStationMac( Words& words, std::string_view what )
    const EthAddr mac = words.value<EthAddr>( what );
    if( mac.isZero() || mac.isMulticast() )
       words.fail( mac.toString() + ( mac.isZero() ? " is not " : " is a group's address, not " ) +
-                  std::string( what ) + "; the first octet of a station's is even" );
+                  std::string( what ) + "; write a station's, such as 02:00:a1:00:00:01" );
    return mac;
 }
 

@@ -1,10 +1,23 @@
 #include "tool/words/InterfaceRange.h"
 
+#include <array>
 #include <charconv>
 
 namespace Strata::Tool {
 
 using Vormel::IntfId;
+
+std::string didYouMeanInterface( std::string_view text )
+{
+   const std::size_t digits = text.find_first_of( "0123456789" );
+   if( digits == 0 || digits == text.npos )
+      return {};
+   constexpr std::array<std::string_view, 2> kinds{ "Ethernet", "Port-Channel" };
+   const std::string hint = didYouMean( text.substr( 0, digits ), kinds );
+   return hint.empty()
+             ? hint
+             : hint.substr( 0, hint.size() - 2 ) + std::string( text.substr( digits ) ) + "'?";
+}
 
 InterfaceRange takeInterfaces( Words& words )
 {
@@ -16,7 +29,8 @@ InterfaceRange takeInterfaces( Words& words )
    const auto first =
       IntfId::parse( std::string_view( text ).substr( 0, range ? dash : text.npos ) );
    if( !first || first->empty() )
-      words.fail( "'" + text + "' is not " + std::string( IntfId::valueSyntax ) );
+      words.fail( "'" + text + "' is not " + std::string( IntfId::valueSyntax ) +
+                  didYouMeanInterface( text ) );
    if( !range )
       return { *first, 1 };
    U32 last = 0;

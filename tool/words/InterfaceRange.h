@@ -20,4 +20,7 @@ struct InterfaceRange
 
 InterfaceRange takeInterfaces( Words& words );
 
+/// "; did you mean 'Ethernet1'?" for "et1", "; did you mean 'Port-Channel1'?" for "po1"; else empty.
+std::string didYouMeanInterface( std::string_view text );
+
 } // namespace Strata::Tool

@@ -120,7 +120,7 @@ static bool isSlipOf( std::string_view wrong, std::string_view name )
    const auto differences =
       std::ranges::count_if( wrong, [ & ]( char c ) { return name.find( c ) == name.npos; } );
    return std::ranges::includes( others, letters ) ||
-          ( differences == 1 && wrong.size() == name.size() );
+          ( differences == 1 && wrong.size() > 1 && wrong.size() == name.size() );
 }
 
 std::string didYouMean(
@@ -298,7 +298,7 @@ const std::string& Words::text( std::string_view what )
 {
    const Word& word = take( what );
    if( word.text.empty() )
-      fail( "an empty text fits everything; write " + std::string( what ) );
+      fail( "the text is empty; write " + std::string( what ) );
    textTaken_ = true;
    return word.text;
 }

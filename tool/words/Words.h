@@ -109,7 +109,7 @@ class Words
 
    /// Takes a number in this range. The error says what it is: "'ten' is not a VLAN id from 1 to 4094".
    U64 number( std::string_view what, U64 least, U64 most );
-   /// Takes a text that records or frames are searched for. An empty one, which every record contains, is refused.
+   /// Takes a text that records or frames are searched for. An empty one, which fits all of them, is refused.
    const std::string& text( std::string_view what );
    /// Takes a name that the user gives to something. InputError if it is empty, or a word that follows the name.
    const std::string& name( std::string_view what, std::span<const std::string_view> followers );
