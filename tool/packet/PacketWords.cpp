@@ -148,7 +148,8 @@ EthAddr takeStationMac( Words& words, std::string_view what )
    const EthAddr mac = words.value<EthAddr>( what );
    if( mac.isZero() || mac.isMulticast() )
       words.fail( mac.toString() + ( mac.isZero() ? " is not " : " is a group's address, not " ) +
-                  std::string( what ) + "; write a station's, such as 02:00:a1:00:00:01" );
+                  std::string( what ) +
+                  "; the first octet of a station's is even, as in 02:00:a1:00:00:01" );
    return mac;
 }
 
