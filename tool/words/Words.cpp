@@ -127,17 +127,19 @@ std::string didYouMean(
    std::string_view wrong, std::span<const std::string_view> names, std::string_view otherwise )
 {
    constexpr std::size_t most = 3; // names that are worth listing
-   std::vector<std::string_view> meant;
    const std::string lower = lowerCase( wrong );
+   const std::string_view nearest = Vormel::nearestName( wrong, names );
+   const bool slip = !nearest.empty() && isSlipOf( wrong, nearest );
+   std::vector<std::string_view> meant;
    std::ranges::copy_if( names, std::back_inserter( meant ),
       [ & ]( std::string_view name ) { return lowerCase( name ) == lower; } );
+   if( meant.empty() && slip && nearest.size() <= wrong.size() + 1 )
+      meant.push_back( nearest ); // rather than all that start with the word
    if( meant.empty() && wrong.size() > 1 )
       std::ranges::copy_if( names, std::back_inserter( meant ),
          [ & ]( std::string_view name ) { return lowerCase( name ).starts_with( lower ); } );
-   if( meant.empty() || meant.size() > most ) {
-      const std::string_view nearest = Vormel::nearestName( wrong, names );
-      meant.assign( nearest.empty() || !isSlipOf( wrong, nearest ) ? 0 : 1, nearest );
-   }
+   if( meant.empty() || meant.size() > most )
+      meant.assign( slip ? 1 : 0, nearest );
    std::string text;
    for( const std::string_view name : meant )
       text += ( text.empty() ? "; did you mean '" : " or '" ) + std::string( name ) + "'";
