@@ -33,7 +33,7 @@ void route( benchmark::State& state )
    nextHop.kind = NextHop::Kind::port;
    nextHop.vlanId = 1;
    nextHop.port = { 0, 2 };
-   engine.tables().routes.routeIs( *IpPrefix::parse( "10.2.0.0/16" ), { nextHop, 0 } );
+   engine.tables().routes.routeIs( *IpPrefix::parse( "10.2.0.0/16" ), { { nextHop }, 0 } );
    const Arrival arrival{ { 0, 1 }, routedFrame() };
    for( auto _ : state ) {
       const Verdict verdict = engine.send( arrival );

@@ -27,6 +27,15 @@ void reportDeath( const Vormel::AssertionFailure& failure )
    deathReported = true;
 }
 
+/// The scenario that was to be run.
+std::string outermostFile( const Line& line )
+{
+   const Inclusion* at = line.inclusion.get();
+   while( at && at->outer )
+      at = at->outer.get();
+   return at ? at->file : line.file;
+}
+
 /// Handles every abort: an assertion, a broken convention, an exception that was not caught.
 void endDead( int )
 {
@@ -37,9 +46,9 @@ void endDead( int )
          watchedSession->console().died(
             line, breach.empty() ? "aborted, see standard error" : breach );
       }
-      watchedSession->console().summary( line.file, watchedSession->counts(), RunEnd::died );
-      watchedSession->console().error(
-         line.file + ":" + std::to_string( line.number ) + ": the agent died here unexpectedly" );
+      watchedSession->console().summary(
+         outermostFile( line ), watchedSession->counts(), RunEnd::died );
+      watchedSession->console().error( placeText( line ) + ": the agent died here unexpectedly" );
    }
    ::_exit( static_cast<int>( ExitStatus::died ) );
 }

@@ -15,7 +15,8 @@ namespace {
 
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 
-std::vector<Line> readLines( const std::string& file )
+std::vector<Line> readLines(
+   const std::string& file, const std::shared_ptr<const Inclusion>& inclusion )
 {
    const std::string refusal = "cannot read the scenario '" + file + "': ";
    if( std::filesystem::is_directory( file ) )
@@ -27,7 +28,7 @@ std::vector<Line> readLines( const std::string& file )
    for( std::string text; std::getline( stream, text ); ) {
       if( lines.empty() && text.starts_with( byteOrderMark ) )
          text.erase( 0, byteOrderMark.size() );
-      lines.push_back( splitLine( file, static_cast<U32>( lines.size() + 1 ), text ) );
+      lines.push_back( splitLine( file, static_cast<U32>( lines.size() + 1 ), text, inclusion ) );
    }
    if( stream.bad() )
       throw std::runtime_error( refusal + std::strerror( errno ) );
@@ -36,9 +37,10 @@ std::vector<Line> readLines( const std::string& file )
 
 } // namespace
 
-void runLines( const std::string& file, Session& session )
+void runLines(
+   const std::string& file, Session& session, const std::shared_ptr<const Inclusion>& inclusion )
 {
-   for( const Line& line : readLines( file ) )
+   for( const Line& line : readLines( file, inclusion ) )
       try {
          session.run( line );
       } catch( const InputError& error ) {
@@ -47,7 +49,8 @@ void runLines( const std::string& file, Session& session )
             session.passedOver( line, error.problem() );
             continue;
          }
-         session.console().refused( error.what() );
+         if( !inclusion ) // else the line that includes the file is reported
+            session.console().refused( error.what() );
          throw;
       }
 }

@@ -3,7 +3,9 @@
 #pragma once
 
 #include "tool/view/Console.h"
+#include "tool/words/Words.h"
 
+#include <memory>
 #include <string>
 
 namespace Strata::Tool {
@@ -22,7 +24,8 @@ class Session;
 /// Runs the lines of a scenario on a session; reads the whole file before the first. InputError for a line that
 /// cannot be run, except on a foreign profile: there it is skipped. std::runtime_error for a file that cannot
 /// be read.
-void runLines( const std::string& file, Session& session );
+void runLines( const std::string& file, Session& session,
+   const std::shared_ptr<const Inclusion>& inclusion = {} );
 
 /// Runs a scenario on a new session. Holds the activity lock meanwhile. When the agent dies
 /// the process ends at once, with ExitStatus::died. With a profile, the scenario's switches are of that one.

@@ -8,8 +8,30 @@
 #include "tool/words/Command.h"
 
 #include <ranges>
+#include <utility>
 
 namespace Strata::Tool {
+
+namespace {
+
+/// The line that runs, for a scope: a line that includes a file runs again when the file has ended.
+class Running
+{
+ public:
+   Running( const Line*& running, const Line& line )
+      : running_( running ),
+        before_( std::exchange( running, &line ) )
+   {}
+   ~Running() { running_ = before_; }
+   Running( const Running& ) = delete;
+   Running& operator=( const Running& ) = delete;
+
+ private:
+   const Line*& running_;
+   const Line* const before_;
+};
+
+} // namespace
 
 Session::Session( Console& console, std::string profile )
    : console_( console ),
@@ -33,9 +55,7 @@ void Session::run( const Line& line )
       words.failAt( line.words.back(), "only commands that show something take --json" );
    if( command.announced )
       console_.command( line );
-   running_ = &line;
-   const std::unique_ptr<const Line*, void ( * )( const Line** )> atEnd(
-      &running_, []( const Line** running ) { *running = nullptr; } );
+   const Running running( running_, line );
    const Act act = command.act( *this, words ); // InputError before anything changes
    console_.rowsAsJsonIs( json );
    last_ = line;
@@ -50,9 +70,7 @@ void Session::agentIs( AgentConfig config )
    check( config ); // the old one stays when there is no new one
    const std::string asked = config.hardware.profile;
    config.hardware = played( std::move( config.hardware ) );
-   end();
-   packets_.reset();
-   agent_.reset(); // before the new one, because there is one shim per process
+   agentDel(); // first, because there is one shim per process
    agent_ = std::make_unique<Agent>( config );
    packets_ = std::make_unique<PacketDesk>( agent_->hardware(), agent_->clock() );
    foreign_ = config.hardware.profile != asked;
@@ -63,6 +81,14 @@ void Session::agentIs( AgentConfig config )
                        ": expectations are not judged; deaths and broken conventions are." );
    }
    mark();
+}
+
+void Session::agentDel()
+{
+   end();
+   packets_.reset();
+   agent_.reset();
+   foreign_ = false;
 }
 
 void Session::check( const AgentConfig& config ) const
@@ -247,7 +273,9 @@ void Session::broken( const std::string& what )
 
 void Session::passedOver( const Line& line, const std::string& why )
 {
-   console_.notice( "Line " + std::to_string( line.number ) + " is skipped: " + why );
+   console_.notice(
+      ( line.inclusion ? placeText( line ) : "Line " + std::to_string( line.number ) ) +
+      " is skipped: " + why );
 }
 
 void Session::end()

@@ -45,6 +45,7 @@ class Session
    Agent& agent() { return *agent_; }
    const Agent& agent() const { return *agent_; }
    void agentIs( AgentConfig config );
+   void agentDel();
    /// ValueError when the configuration is invalid.
    void check( const AgentConfig& config ) const;
    /// Whether the switch has another profile than that in its line: expectations are not judged, and broken
@@ -104,10 +105,10 @@ class Session
    Console& console_;
    std::unique_ptr<Agent> agent_;
    std::unique_ptr<PacketDesk> packets_; // of the agent's switch
-   const Line* running_ = nullptr;
-   std::optional<Line> last_; // the line that ran last
-   U64 windowStart_ = 0;      // number of the last record before it
-   std::string profile_;      // empty: the profile in the switch line
+   const Line* running_ = nullptr;       // the innermost of an included file
+   std::optional<Line> last_;            // the line that ran last
+   U64 windowStart_ = 0;                 // number of the last record before it
+   std::string profile_;                 // empty: the profile in the switch line
    bool foreign_ = false;
    ChildChannel* channel_ = nullptr; // of a child
    RunCounts counts_;

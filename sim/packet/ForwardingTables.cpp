@@ -15,6 +15,15 @@ bool RouteTable::routeDel( const IpPrefix& prefix )
    return at != byLength_.end() && at->second.erase( prefix.address ) != 0;
 }
 
+const Route* RouteTable::find( const IpPrefix& prefix ) const
+{
+   const auto routes = byLength_.find( prefix.length );
+   if( routes == byLength_.end() )
+      return nullptr;
+   const auto at = routes->second.find( prefix.address );
+   return at == routes->second.end() ? nullptr : &at->second;
+}
+
 std::optional<RouteTable::Found> RouteTable::lookup( const IpAddress& address ) const
 {
    for( const auto& [ length, routes ] : byLength_ ) {

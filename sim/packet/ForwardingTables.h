@@ -109,8 +109,8 @@ struct NextHop
 
 struct Route
 {
-   NextHop nextHop;
-   U32 sourceClass = 0; // of packets whose source it covers
+   std::vector<NextHop> nextHops; // at least one; each flow uses one of them
+   U32 sourceClass = 0;           // of packets whose source it covers
 };
 
 /// Routes of both families; the longest prefix wins.
@@ -126,6 +126,8 @@ class RouteTable
    void routeIs( const IpPrefix& prefix, const Route& route );
    /// Returns whether there was one.
    bool routeDel( const IpPrefix& prefix );
+   /// The route of this very prefix, or null.
+   const Route* find( const IpPrefix& prefix ) const;
    std::optional<Found> lookup( const IpAddress& address ) const;
    /// Longest prefixes first.
    std::vector<Found> all() const;

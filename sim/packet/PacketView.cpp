@@ -123,4 +123,12 @@ std::string nextHopText( const PacketView& view, const NextHop& nextHop )
       view.portName( nextHop.port ) );
 }
 
+std::string nextHopText( const PacketView& view, const std::vector<NextHop>& nextHops )
+{
+   std::string text;
+   for( const NextHop& nextHop : nextHops )
+      text += ( text.empty() ? "" : " or " ) + nextHopText( view, nextHop );
+   return text;
+}
+
 } // namespace Strata::Sim

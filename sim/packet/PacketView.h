@@ -86,5 +86,7 @@ class PacketView
 
 /// "Ethernet3 in VLAN 20, 00:..:09"
 std::string nextHopText( const PacketView& view, const NextHop& nextHop );
+/// The same for each, with "or" between them.
+std::string nextHopText( const PacketView& view, const std::vector<NextHop>& nextHops );
 
 } // namespace Strata::Sim

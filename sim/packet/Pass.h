@@ -71,7 +71,13 @@ class Pass
    // PassRoute.cpp
    bool routes();
    bool endsTunnelOnly() const;
-   std::string whyNotRouted() const;
+   /// Why packets are not routed, and the state of the chip that is the reason. Empty if they are.
+   struct Obstacle
+   {
+      std::string reason;
+      std::optional<ChipPlace> culprit{};
+   };
+   Obstacle whyNotRouted() const;
    void route();
    bool badHeader();
    bool slowPath();
@@ -87,6 +93,10 @@ class Pass
    bool exception( SwitchControl control, const std::string& reason, const std::string& kind = {} );
    void notRouted( const std::string& reason, const std::string& kind = {} );
    void lookUpSource();
+
+   // PassEcmp.cpp
+   const NextHop& oneOf( const std::vector<NextHop>& nextHops );
+   std::string whyLost( const NextHop& nextHop ) const;
 
    // PassLabel.cpp
    bool switchLabels();
@@ -154,11 +164,11 @@ class Pass
    }
    /// `text` is a callable, so that no text is made without an explanation.
    template<class Text>
-   void note( const char* stage, Text text )
+   void note( const char* stage, Text text, const std::optional<ChipPlace>& culprit = {} )
    {
       if( explanation_ )
          ( rangesDone_ ? explanation_->after : explanation_->stages )
-            .push_back( { stage, text() } );
+            .push_back( { stage, text(), culprit } );
    }
 
    const PacketView& view_;

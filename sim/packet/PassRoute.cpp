@@ -5,6 +5,8 @@
 #include "sim/packet/Controls.h"
 #include "sim/packet/Pass.h"
 
+#include <algorithm>
+
 namespace Strata::Sim {
 
 using Vormel::format;
@@ -38,24 +40,30 @@ bool Pass::endsTunnelOnly() const
    return !terminated_.empty() && !attributes().vxlanRoutingInOnePass;
 }
 
-/// Why packets of this family to a router MAC are not routed here; empty if they are.
-std::string Pass::whyNotRouted() const
+/// Why packets of this family to a router MAC are not routed here.
+Pass::Obstacle Pass::whyNotRouted() const
 {
+   using Kind = ChipPlace::Kind;
    const bool v6 = headers().ip->destination.isV6();
    const char* const family = v6 ? "IPv6" : "IPv4";
+   const PortControl ofPort = v6 ? PortControl::IP6 : PortControl::IP4;
+   const VlanFlag off = v6 ? VlanFlag::vlanIp6RoutingOff : VlanFlag::vlanIp4RoutingOff;
    const ChipVlan* const vlan = view_.vlan( arrival_.port.unit, domain_ );
    if( !terminates( v6 ? MemoryField::Ipv6Termination : MemoryField::Ipv4Termination ) )
-      return format( "the my-station entry does not terminate %s", family );
+      return { format( "the my-station entry does not terminate %s", family ),
+         ChipPlace{ Kind::myStation, *station_ } };
    if( endsTunnelOnly() )
-      return "the chip does not route in the pass that ends a tunnel";
-   if( !arrival_.higig && view_.isFrontPanel( arrival_.port ) &&
-       portControl( v6 ? PortControl::IP6 : PortControl::IP4 ) == 0 )
-      return format( "%s is not enabled on the port", family );
+      return { "the chip does not route in the pass that ends a tunnel" };
+   if( !arrival_.higig && view_.isFrontPanel( arrival_.port ) && portControl( ofPort ) == 0 )
+      return { format( "%s is not enabled on the port: %s of port %d is 0", family,
+                  roleName( ofPort ), sdkArrivalPort() ),
+         ChipPlace{ Kind::portControl, static_cast<U32>( ofPort ), sdkArrivalPort() } };
    if( control( SwitchControl::L3EgressMode ) == 0 )
-      return "L3EgressMode is 0: the chip does not use its routes";
-   if( vlan &&
-       hasFlag( *vlan, domain_, v6 ? VlanFlag::vlanIp6RoutingOff : VlanFlag::vlanIp4RoutingOff ) )
-      return format( "%s routing is off in VLAN %d", family, U32{ domain_ } );
+      return { "L3EgressMode is 0: the chip does not use its routes",
+         ChipPlace{ Kind::control, static_cast<U32>( SwitchControl::L3EgressMode ) } };
+   if( vlan && hasFlag( *vlan, domain_, off ) )
+      return { format( "%s routing is off in VLAN %d", family, U32{ domain_ } ),
+         ChipPlace{ Kind::vlanFlags, domain_ } };
    return {};
 }
 
@@ -78,10 +86,11 @@ bool Pass::routes()
    }
    if( !headers().ip )
       return false;
-   const std::string reason = whyNotRouted();
+   const auto [ reason, culprit ] = whyNotRouted();
    routable_ = reason.empty();
    if( !routable_ )
-      note( "routing", [ & ] { return "not routed: " + reason; } );
+      note(
+         "routing", [ &text = reason ] { return "not routed: " + text; }, culprit );
    if( !routable_ && settled_ )
       drop( "the packet behind the labels is not routed: " + reason );
    return routable_;
@@ -168,13 +177,14 @@ void Pass::checkReversePath( const RouteTable::Found* source )
       return;
    }
    ranges( FieldStage::urpf );
-   const bool holds =
-      source && ( mode == UrpfMode::loose || source->route->nextHop.vlanId == domain_ );
+   const auto leadsBack = [ this ]( const NextHop& hop ) { return hop.vlanId == domain_; };
+   const bool holds = source && ( mode == UrpfMode::loose ||
+                                   std::ranges::any_of( source->route->nextHops, leadsBack ) );
    note( "uRPF", [ & ] {
       return Vormel::enumText( mode ) + ": " + headers().ip->source.toString() +
              ( !source ? " has no route"
                        : " is reached by " + source->prefix.toString() + ", " +
-                            nextHopText( view_, source->route->nextHop ) ) +
+                            nextHopText( view_, source->route->nextHops ) ) +
              ( holds          ? ""
                 : urpfExempt_ ? "; not checked"
                               : ": fails" );
@@ -204,11 +214,13 @@ void Pass::findNextHop()
          "no route to " + ip.destination.toString(), "no route" );
       return;
    }
+   const std::vector<NextHop>& nextHops = found->route->nextHops;
    note( "route", [ & ] {
       return format( "%s is in %s: to %s", ip.destination.toString(), found->prefix.toString(),
-         nextHopText( view_, found->route->nextHop ) );
+         nextHops.size() == 1 ? nextHopText( view_, nextHops.front() )
+                              : format( "one of %d next hops", nextHops.size() ) );
    } );
-   toNextHop( found->route->nextHop );
+   toNextHop( oneOf( nextHops ) );
 }
 
 void Pass::toNextHop( const NextHop& nextHop )

@@ -4,6 +4,7 @@
 #include "sim/chip/FieldGroup.h"
 #include "sim/packet/ForwardingTables.h"
 #include "sim/packet/Frame.h"
+#include "sim/switch/Cause.h"
 
 #include <optional>
 #include <string>
@@ -95,6 +96,7 @@ struct StageNote
 {
    std::string stage; // "my-station"
    std::string text;
+   std::optional<ChipPlace> culprit{}; // the state that keeps the chip from routing
 };
 
 /// An entry of a range that was looked at.

@@ -123,9 +123,43 @@ TEST_F( EngineTest, ExplanationsNameTheWinnerItsCauseAndTheNearMiss )
    EXPECT_THAT( told( "in Ethernet1 dmac 02:00:00:00:00:05 ethertype 0x88b5" ),
       HasSubstr(
          "dmac=bridgeMac\" misses: it needs DstMac 02:00:a1:00:00:01, and the packet has" ) );
-   run( "vlan 10 no-svi" );
+   run( "no vlan 10 svi" );
    EXPECT_THAT( told( "in Ethernet1 dmac router ethertype 0x88b5" ),
       HasSubstr( "dmac=bridgeMac\" misses: VLAN 10 has no SVI" ) );
+}
+
+TEST_F( EngineTest, WhatPreventsRoutingIsNamedWithItsWriterAndItsCure )
+{
+   run( "switch hsdk ports 8\ninterface Ethernet1 unit 0 port 1\nrouter 02:00:a1:00:00:01" );
+   const std::string packet = "in Ethernet1 dmac 02:00:a1:00:00:01 ipv4";
+   EXPECT_THAT( told( packet ), AllOf( HasSubstr( "IP4 of port 1 is 0 the slice writes it" ),
+                                   HasSubstr( "'call programSwitchCtrlPortSet Ethernet1'" ) ) );
+   EXPECT_THAT(
+      told( "in port 2 dmac router ipv4" ), HasSubstr( "'interface NAME unit 0 port 2'" ) );
+   run( "bring-up\ncall handleVlanRoutingState 1 ip6" );
+   EXPECT_THAT(
+      told( packet ), HasSubstr( "'call handleVlanRoutingState 1 ip4,ip6' lets it route" ) );
+   run( "no router\ncall programSwitchCtrlPortSet Ethernet1\n"
+        "call addMyStationTcamEntry 0 1 02:00:a1:00:00:01 false 0 false false true" );
+   EXPECT_THAT(
+      told( packet ), HasSubstr( "its routes the slice writes it when routing is turned on" ) );
+   run( "call addMyStationTcamEntry 0 1 02:00:a1:00:00:01 false 0 false true false" );
+   EXPECT_THAT( told( packet ), HasSubstr( "'router MAC' writes an entry that does" ) );
+}
+
+TEST_F( EngineTest, ExplanationsShowAllNextHopsAndWhyOneWasChosen )
+{
+   bringUp( "hsdk" );
+   run( "route 10.5.0.0/16 via Ethernet4 mac 00:00:00:00:05:04 vlan 20 via cpu "
+        "via Ethernet5 mac 00:00:00:00:05:05 vlan 20" );
+   const std::string flow = "in Ethernet1 dmac router ipv4 src 10.1.0.1 dst 10.5.0.1 udp sport ";
+   EXPECT_THAT( told( flow + "1" ), AllOf( HasSubstr( "1: the CPU" ), HasSubstr( "ports 1 and 53" ),
+                                       HasSubstr( "modulo 3 it selects next hop 2" ) ) );
+   run( "unit 0 port 5 down" );
+   EXPECT_THAT(
+      told( flow + "1" ), AllOf( HasSubstr( "on Ethernet5; lost: down" ),
+                             HasSubstr( "next hop 2, which is lost; divided by 3, modulo "
+                                        "the 2 that are left, it selects next hop 0" ) ) );
 }
 
 TEST_F( EngineTest, CausesAreInputsAndNotWhatTheSliceReports )

@@ -123,6 +123,24 @@ TEST( Scenario, ALineThatCannotBeRunEndsIt )
    EXPECT_EQ( runLine( { "--version" } ).status, 0 );
 }
 
+TEST( Scenario, ProblemsInAnIncludedFileNameItsLineAndTheLineThatIncludesIt )
+{
+   std::ofstream( testing::TempDir() + "part.scenario" )
+      << "expect attribute useLb true\nnote \"in the part\"\ncall init maybe true\n";
+   const std::string text = "switch hsdk\n\ninclude part.scenario\nnote never\n";
+   const Outcome outcome = run( text );
+   EXPECT_EQ( outcome.status, 2 );
+   EXPECT_THAT( outcome.out, HasSubstr( "part.scenario:1, included at " ) );
+   EXPECT_THAT( outcome.err, HasSubstr( "part.scenario:3:11: init: argument 1 (enable) 'maybe'" ) );
+   EXPECT_THAT( outcome.err, HasSubstr( "\n   included at " ) );
+   EXPECT_THAT( outcome.err, HasSubstr( "IncludesIt.scenario:3\n" ) );
+   EXPECT_THAT( outcome.out, Not( HasSubstr( "never" ) ) );
+   const std::string json = run( text, { "--json" } ).out;
+   EXPECT_THAT( json, HasSubstr( "part.scenario\",\"line\":1,\"text\":\"expect attribute" ) );
+   const std::string refused = "\"kind\":\"refused\"";
+   EXPECT_EQ( json.find( refused ), json.rfind( refused ) ) << "told once";
+}
+
 TEST( Scenario, DeathThatIsExpectedLeavesTheSwitchUntouched )
 {
    const Outcome outcome =
@@ -221,13 +239,17 @@ TEST( Scenario, OnAForeignProfileExpectationsAreNotJudged )
    EXPECT_EQ( run( text, { "--profile", "none" } ).status, 2 );
 }
 
-/// The scenario with a line behind each that makes a switch.
+/// The scenario with a line behind each that makes a switch. Its copy elsewhere includes the same files.
 std::string withLine( const std::string& file, const std::string& line )
 {
+   const std::string include = "include ";
    std::ifstream in( file );
    std::string text;
-   for( std::string each; std::getline( in, each ); )
+   for( std::string each; std::getline( in, each ); ) {
+      if( each.starts_with( include ) )
+         each.insert( include.size(), std::filesystem::absolute( "scenarios" ).string() + "/" );
       text += each + "\n" + ( each.starts_with( "switch " ) ? line : "" );
+   }
    return text;
 }
 
@@ -241,7 +263,9 @@ TEST( Scenario, NoneBreaksAConventionOnAnyProfileWithOrWithoutAFieldLock )
             { "", "fault bcm_field_lock code BCM_E_UNAVAIL always\n" } ) {
             if( file.path().extension() != ".scenario" )
                continue;
-            const std::string copy = scenarioFile( withLine( file.path().string(), line ) );
+            const std::string copy = line.empty()
+                                        ? file.path().string()
+                                        : scenarioFile( withLine( file.path().string(), line ) );
             std::ostringstream out;
             const int status =
                runLine( { "run", copy.c_str(), "--quiet", "--profile", profile.data() },

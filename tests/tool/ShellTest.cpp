@@ -54,7 +54,7 @@ TEST( Shell, ALineThatIsRefusedChangesNothing )
       "explain in Ethernet2 vlan 10 ipv4\n";
    const std::string before = runLine( { "shell", "--quiet" }, start + state ).out;
    for( const std::string line :
-      { "vlan 50 svi members Ethernet1 mtu banana", "vlan 10 no-svi mtu 200 urpf bogus",
+      { "vlan 50 svi members Ethernet1 mtu banana", "vlan 10 svi mtu 200 urpf bogus",
          "vlan 10 vxlan 5030 NOPE", "vlan 10 members Ethernet1 tagged Ethernet2",
          "unit 0 port 2 down now", "unit 0 room main 7 foo", "unit 0 traps-ttl-exceptions true foo",
          "no interface Ethernet7-9", "no interface Port-Channel1", "no lag Port-Channel7",

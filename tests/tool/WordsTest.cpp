@@ -57,7 +57,7 @@ TEST( Words, ErrorsPointAtTheirPlaceAndSayWhatWouldBeRight )
       "   70000\n"
       "   ^~~~~" );
    EXPECT_EQ( errorOf( "no", takeCommandOf ).substr( 0, 45 ),
-      "s.scenario:7:4: no is followed by one of inte" );
+      "s.scenario:7:4: no is followed by one of swit" );
 }
 
 TEST( Commands, TheLongestNameIsTakenAndQuotedWordsAreNone )

@@ -283,9 +283,22 @@ Act capture( const Session& session, Words& words )
    };
 }
 
-void captureEnd( Session& session )
+Act captureEnd( const Session& session, Words& words )
 {
-   session.packets().captureEnd();
+   if( words.done() )
+      return []( Session& live ) { live.packets().captureEnd(); };
+   const Word* const word = words.peek();
+   const bool cpu = word && word->text == "cpu";
+   const Sim::PortRef port = takePort( session, words );
+   const PacketDesk& desk = session.packets();
+   if( !( cpu ? desk.capturesCpu( port.unit ) : desk.captures( port ) ) )
+      words.failAt( *word, "nothing is captured there; 'no capture' closes all files" );
+   return [ cpu, port ]( Session& live ) {
+      if( cpu )
+         live.packets().captureCpuEnd( port.unit );
+      else
+         live.packets().capturePortEnd( port );
+   };
 }
 
 void needPacket( const Session& session, const Words& words )
@@ -441,7 +454,7 @@ std::vector<Command> packetCommands()
          "the frames of a file come in, and what became of each, or of those that fared alike",
          sendCapture },
       { "capture", "PORT|cpu [unit N] FILE", "write departing packets to a pcap file", capture },
-      { "no capture", "", "close the files", parseNone<captureEnd> },
+      { "no capture", "[PORT|cpu [unit N]]", "close all files, or one", captureEnd },
       { "expect departs", "PORTS|none [with TEXT]",
          "the last packet leaves on just these ports, with TEXT in it", expectDeparts, false },
       { "expect cpu", "[none|times N] [queue N] [because TEXT]",

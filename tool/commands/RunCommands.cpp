@@ -2,11 +2,16 @@
 #include "platform/runtime/Format.h"
 #include "platform/runtime/Trace.h"
 #include "tool/Interrupt.h"
+#include "tool/ScenarioRun.h"
 #include "tool/Session.h"
 #include "tool/words/Command.h"
 
 #include <algorithm>
 #include <charconv>
+#include <filesystem>
+#include <memory>
+#include <stdexcept>
+#include <system_error>
 
 namespace Strata::Tool {
 
@@ -86,6 +91,56 @@ Act note( const Session&, Words& words )
    return [ text = words.text( "a remark" ) ]( Session& live ) { live.console().note( text ); };
 }
 
+namespace fs = std::filesystem;
+
+/// "a.scenario:3 -> b.scenario:1 -> a.scenario", from the outermost file.
+std::string chainText( const Line& line, const std::string& file )
+{
+   std::string text = line.file + ":" + std::to_string( line.number ) + " -> " + file;
+   for( const Inclusion* at = line.inclusion.get(); at; at = at->outer.get() )
+      text.insert( 0, at->file + ":" + std::to_string( at->number ) + " -> " );
+   return text;
+}
+
+bool isLoop( const Line& line, const std::string& file )
+{
+   const auto isIt = [ & ]( const std::string& other ) {
+      std::error_code none; // a file that does not exist is not the same
+      return fs::equivalent( file, other, none );
+   };
+   bool found = isIt( line.file );
+   for( const Inclusion* at = line.inclusion.get(); at && !found; at = at->outer.get() )
+      found = isIt( at->file );
+   return found;
+}
+
+void runIncluded( Session& session, const Words& words, const std::string& file )
+{
+   const Line& line = words.line();
+   try {
+      runLines( file, session,
+         std::make_shared<const Inclusion>( Inclusion{ line.file, line.number, line.inclusion } ) );
+   } catch( const InputError& ) {
+      throw; // its place is in the file
+   } catch( const Interrupted& ) {
+      throw;
+   } catch( const std::runtime_error& error ) { // the file cannot be read
+      words.fail( error.what() );
+   }
+   session.console().note( "End of " + file + ", included at " + placeText( line ) );
+}
+
+Act include( const Session&, Words& words )
+{
+   const Line& line = words.line();
+   const std::string name = words.take( "a scenario file", "FILE" ).text;
+   // An absolute name replaces the directory. What is typed in the shell is in no directory.
+   const std::string file = ( fs::path( line.file ).parent_path() / name ).lexically_normal();
+   if( isLoop( line, file ) )
+      words.fail( "a file cannot include itself: " + chainText( line, file ) );
+   return [ file, &words ]( Session& live ) { runIncluded( live, words, file ); };
+}
+
 void bringUp( Session& session )
 {
    session.agent().bringUp();
@@ -133,6 +188,8 @@ std::vector<Command> runCommands()
       { "reactors stop", "", "drop the reactors; the hardware stays as it is", parseNone<stop> },
       { "advance", "DURATION", "advance the clock; timers run when they are due", advance },
       { "trace", "HANDLE=LEVEL...", "set trace levels: 0 to 9, or off", trace, true, false },
+      { "include", "FILE", "run the lines of another scenario, named relative to this one", include,
+         true, false },
       { "note", "TEXT", "a remark for the reader", note, false, false },
       { "mark", "", "start a new window for expectations and show", parseNone<mark>, true, false },
       { "quiet", "", "leave calls, notifications and traces out of the text until 'loud'",

@@ -33,9 +33,10 @@ void showRoutes( Session& session )
    PacketDesk& desk = session.packets();
    Table table( { { "Prefix" }, { "Class", Align::right }, { "Next hop" } } );
    for( const auto& [ prefix, route ] : desk.tables().routes.all() )
-      table.row(
-         { prefix.toString(), route->sourceClass == 0 ? "" : format( "0x%x", route->sourceClass ),
-            desk.engine().nextHopName( route->nextHop ) } );
+      for( const Sim::NextHop& nextHop : route->nextHops )
+         table.row( { prefix.toString(),
+            route->sourceClass == 0 ? "" : format( "0x%x", route->sourceClass ),
+            desk.engine().nextHopName( nextHop ) } );
    session.console().table( "Routes", table );
 }
 

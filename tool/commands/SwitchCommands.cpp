@@ -77,6 +77,11 @@ Act makeSwitch( const Session& session, Words& words )
    return [ config ]( Session& live ) { live.agentIs( config ); };
 }
 
+void removeSwitch( Session& session )
+{
+   session.agentDel();
+}
+
 Act unitProperty( const Session& session, Words& words )
 {
    static constexpr std::array<std::string_view, 5> properties{
@@ -271,6 +276,7 @@ std::vector<Command> switchCommands()
          "PROFILE [units N | units N,N,...] [ports N] [with CAPABILITY]... [without CAPABILITY]... "
          "[fabric true|false] [name NAME] [seed N]",
          "make a switch and its agent, and replace the previous one", makeSwitch, true, false },
+      { "no switch", "", "remove the switch and its agent", parseNone<removeSwitch> },
       { "unit",
          "N traps-ttl-exceptions|ip-options-profile|higig-trunks-as-lag true|false, "
          "N room GROUP COUNT, N port PORT up|down",

@@ -1,4 +1,5 @@
-// The tables by which packets are forwarded, which other parts of an agent own.
+// The tables by which packets are bridged, which other parts of an agent own: VLANs, MAC addresses, spanning tree,
+// multicast groups.
 #include "platform/runtime/Format.h"
 #include "platform/types/EthAddr.h"
 #include "tool/Session.h"
@@ -72,9 +73,6 @@ void checkFrontPanel(
                      " is not a front-panel port such as Ethernet1" );
 }
 
-constexpr std::array<std::string_view, 10> vlanProperties{ "svi", "no-svi", "drop-routed", "vxlan",
-   "no-vxlan", "l3-class", "urpf", "mtu", "members", "tagged" };
-
 /// The properties of a VLAN in a line.
 struct VlanWords
 {
@@ -128,29 +126,17 @@ void takeVlanProperty( const Session& session, Words& words, VlanWords& asked )
    if( std::ranges::find( ofSvi, property ) != ofSvi.end() )
       asked.ofSvi = words.last();
    if( property == "svi" ) {
-      words.excludes( asked.taken, { "no-svi" } );
       set( []( Sim::VlanProperties& vlan ) { vlan.svi = true; } );
       if( words.accept( "mac" ) )
          set( [ mac = takeStationMac( words, "the router's MAC address in this VLAN" ) ](
                  Sim::VlanProperties& vlan ) { vlan.routerMac = mac; } );
-   } else if( property == "no-svi" ) {
-      words.excludes( asked.taken, { "svi", "drop-routed" } );
-      set( []( Sim::VlanProperties& vlan ) { vlan.svi = vlan.dropRouted = false; } );
    } else if( property == "drop-routed" ) {
-      words.excludes( asked.taken, { "no-svi" } );
       set( []( Sim::VlanProperties& vlan ) { vlan.dropRouted = true; } );
    } else if( property == "vxlan" ) {
-      words.excludes( asked.taken, { "no-vxlan" } );
       const U32 vni = takeVlanVni( session, words, asked.vlanId );
       set( [ vni, tunnels = takeTunnels( session, words ) ]( Sim::VlanProperties& vlan ) {
          vlan.vni = vni;
          vlan.tunnels = tunnels;
-      } );
-   } else if( property == "no-vxlan" ) {
-      words.excludes( asked.taken, { "vxlan" } );
-      set( []( Sim::VlanProperties& vlan ) {
-         vlan.vni.reset();
-         vlan.tunnels.clear();
       } );
    } else if( property == "l3-class" ) {
       set( [ value = words.value<U32>( "the class of its L3 interface" ) ](
@@ -204,8 +190,7 @@ Act makeVlan( const Session& session, Words& words )
    while( !words.done() )
       takeVlanProperty( session, words, asked );
    const bool hasSvi =
-      asked.taken.contains( "svi" ) ||
-      ( session.packets().tables().vlan( vlanId ).svi && !asked.taken.contains( "no-svi" ) );
+      asked.taken.contains( "svi" ) || session.packets().tables().vlan( vlanId ).svi;
    if( asked.ofSvi && !hasSvi )
       words.failAt( *asked.ofSvi, "'" + asked.ofSvi->text +
                                      "' is a setting of a routed interface; "
@@ -221,12 +206,77 @@ Act makeVlan( const Session& session, Words& words )
    return [ = ]( Session& live ) { setVlan( live, vlanId, asked ); };
 }
 
+void resetVlanProperty( Sim::VlanProperties& vlan, std::string_view property )
+{
+   const Sim::VlanProperties plain;
+   if( property == "svi" ) {
+      vlan.svi = vlan.dropRouted = false;
+      vlan.routerMac = plain.routerMac;
+   } else if( property == "drop-routed" ) {
+      vlan.dropRouted = false;
+   } else if( property == "vxlan" ) {
+      vlan.vni.reset();
+      vlan.tunnels.clear();
+   } else if( property == "l3-class" ) {
+      vlan.l3Class = plain.l3Class;
+   } else if( property == "urpf" ) {
+      vlan.urpf = plain.urpf;
+   } else {
+      vlan.mtu = plain.mtu;
+   }
+}
+
+/// Takes ports out of a VLAN, or lets them send untagged frames.
+void resetVlanPorts( Session& session, U16 vlanId, const VlanWords& asked )
+{
+   for( auto& [ unit, chip ] : session.agent().hardware().chips() ) {
+      if( !chip.vlans().contains( vlanId ) )
+         continue;
+      Sim::ChipVlan& vlan = *chip.vlan( vlanId );
+      if( asked.members ) {
+         vlan.members = vlan.members - portsOn( unit, *asked.members );
+         vlan.untagged = vlan.untagged - portsOn( unit, *asked.members );
+      }
+      if( asked.tagged )
+         vlan.untagged = vlan.untagged | ( vlan.members & portsOn( unit, *asked.tagged ) );
+   }
+}
+
+/// In the order of an agent: first what belongs to the VLAN. The slice forgets a VLAN when it is named once more.
+void vlanDel( Session& session, U16 vlanId )
+{
+   Sim::ForwardingTables& tables = session.packets().tables();
+   std::erase_if(
+      tables.stations, [ & ]( const auto& item ) { return item.first.vlanId == vlanId; } );
+   std::erase_if( tables.nativeVlan, [ & ]( const auto& item ) { return item.second == vlanId; } );
+   std::erase_if( tables.stp, [ & ]( const auto& item ) { return item.first.second == vlanId; } );
+   tables.vlans.erase( vlanId );
+   session.agent().hardware().vlanDel( vlanId );
+   session.agent().helper()->enableVlanRouting( vlanId, false );
+}
+
 Act removeVlan( const Session& session, Words& words )
 {
    const U16 vlanId = takeVlan( session, words );
-   return [ vlanId ]( Session& live ) {
-      live.agent().hardware().vlanDel( vlanId );
-      live.packets().tables().vlans.erase( vlanId );
+   if( words.done() )
+      return [ vlanId ]( Session& live ) { vlanDel( live, vlanId ); };
+   VlanWords asked;
+   do {
+      const std::string_view property =
+         words.chooseOnce( "a property", vlanProperties, asked.taken );
+      if( property == "members" || property == "tagged" ) {
+         const std::vector<Sim::PortRef> ports = takePortList( session, words, vlanProperties );
+         checkFrontPanel( session, words, ports );
+         ( property == "tagged" ? asked.tagged : asked.members ) = ports;
+      } else {
+         asked.properties.emplace_back(
+            [ property ]( Sim::VlanProperties& vlan ) { resetVlanProperty( vlan, property ); } );
+      }
+   } while( !words.done() );
+   return [ = ]( Session& live ) {
+      for( const auto& change : asked.properties )
+         change( live.packets().tables().vlans[ vlanId ] );
+      resetVlanPorts( live, vlanId, asked );
    };
 }
 
@@ -236,6 +286,23 @@ Act setNativeVlan( const Session& session, Words& words )
    return [ vlanId, ports = takePortList( session, words, {} ) ]( Session& live ) {
       for( const Sim::PortRef port : ports )
          live.packets().tables().nativeVlan[ port ] = vlanId;
+   };
+}
+
+Act resetNativeVlan( const Session& session, Words& words )
+{
+   std::vector<Sim::PortRef> ports;
+   do
+      for( const Sim::PortRef port : takePorts( session, words ) ) {
+         if( !session.packets().tables().nativeVlan.contains( port ) )
+            words.fail( session.packets().engine().portName( port ) +
+                        " has VLAN 1 already; 'native-vlan ID PORTS' gives it another" );
+         ports.push_back( port );
+      }
+   while( !words.done() );
+   return [ ports ]( Session& live ) {
+      for( const Sim::PortRef port : ports )
+         live.packets().tables().nativeVlan.erase( port );
    };
 }
 
@@ -296,6 +363,19 @@ Act setStp( const Session& session, Words& words )
    return [ = ]( Session& live ) { live.packets().tables().stp[ { port, vlanId } ] = state; };
 }
 
+Act resetStp( const Session& session, Words& words )
+{
+   const Sim::PortRef port = takePort( session, words );
+   const Word& word = *words.last();
+   const U16 vlanId = words.accept( "vlan" ) ? takeVlanId( words ) : U16{ 0 };
+   const std::pair key( port, vlanId );
+   if( !session.packets().tables().stp.contains( key ) )
+      words.failAt( word, session.packets().engine().portName( port ) + " has no state of its own" +
+                             ( vlanId == 0 ? "" : " in VLAN " + std::to_string( vlanId ) ) +
+                             "; 'show forwarding' lists the states" );
+   return [ key ]( Session& live ) { live.packets().tables().stp.erase( key ); };
+}
+
 Act setOpenFlow( const Session& session, Words& words )
 {
    return [ ports = takePortList( session, words, {} ) ]( Session& live ) {
@@ -303,101 +383,21 @@ Act setOpenFlow( const Session& session, Words& words )
    };
 }
 
-Act addRoute( const Session& session, Words& words )
+Act resetOpenFlow( const Session& session, Words& words )
 {
-   const Sim::IpPrefix prefix = takePrefix( words );
-   Sim::Route route{ takeNextHop( session, words ), 0 };
-   if( words.accept( "class" ) )
-      route.sourceClass = words.value<U32>( "the class of its sources" );
-   return [ = ]( Session& live ) { live.packets().tables().routes.routeIs( prefix, route ); };
-}
-
-Act removeRoute( const Session& session, Words& words )
-{
-   const Sim::IpPrefix prefix = takePrefix( words );
-   if( std::ranges::none_of( session.packets().tables().routes.all(),
-          [ & ]( const auto& route ) { return route.prefix == prefix; } ) )
-      words.fail( "there is no route " + prefix.toString() + "; 'show routes' lists them" );
-   return [ prefix ]( Session& live ) { live.packets().tables().routes.routeDel( prefix ); };
-}
-
-Sim::IpAddress takeTunnelEnd( Words& words, std::string_view what )
-{
-   const Sim::IpAddress address = takeAddress( words, what );
-   if( address.isMartian( true ) )
-      words.fail( address.toString() + " is not the unicast address of a switch" );
-   return address;
-}
-
-Act addTunnel( const Session& session, Words& words )
-{
-   constexpr std::array<std::string_view, 1> behind{ "local" };
-   const std::string name = words.name( "a tunnel's name", behind );
-   if( std::ranges::find( vlanProperties, name ) != vlanProperties.end() )
-      words.fail( "'" + name + "' is a property of VLANs; give the tunnel another name" );
-   words.expect( "local" );
-   const Sim::IpAddress local = takeTunnelEnd( words, "the address of this end" );
-   words.expect( "remote" );
-   const Sim::IpAddress remote = takeTunnelEnd( words, "the address of the other end" );
-   if( local.isV6() != remote.isV6() )
-      words.fail( "both ends of a tunnel have addresses of one family; " + local.toString() +
-                  " is of the other" );
-   if( local == remote )
-      words.fail(
-         "both ends of the tunnel are " + local.toString() + "; the other end is another switch" );
-   const Word* const way = words.peek( 1 ); // behind "via"
-   const Sim::NextHop underlay = takeNextHop( session, words );
-   if( underlay.kind != Sim::NextHop::Kind::port )
-      words.failAt( *way, "the next hop of a tunnel must be on a port" );
-   return [ = ]( Session& live ) {
-      live.packets().tables().tunnels[ name ] = { local, remote, underlay };
+   std::vector<Sim::PortRef> ports;
+   do
+      for( const Sim::PortRef port : takePorts( session, words ) ) {
+         if( !session.packets().tables().openFlowPorts.contains( port ) )
+            words.fail( session.packets().engine().portName( port ) +
+                        " does not belong to OpenFlow; 'show forwarding' lists the ports" );
+         ports.push_back( port );
+      }
+   while( !words.done() );
+   return [ ports ]( Session& live ) {
+      for( const Sim::PortRef port : ports )
+         live.packets().tables().openFlowPorts.erase( port );
    };
-}
-
-Act addSteering( const Session& session, Words& words )
-{
-   constexpr std::array<std::string_view, 4> behind{ "in", "from", "to", "via" };
-   const std::string name = words.name( "the rule's name", behind );
-   Sim::SteeringRule rule;
-   if( words.accept( "in" ) )
-      rule.port = takePort( session, words );
-   if( words.accept( "from" ) )
-      rule.source = takePrefix( words );
-   if( words.accept( "to" ) )
-      rule.destination = takePrefix( words );
-   if( rule.source && rule.destination &&
-       rule.source->address.isV6() != rule.destination->address.isV6() )
-      words.fail( "'from' and 'to' have prefixes of one family; " + rule.source->toString() +
-                  " is of the other" );
-   rule.nextHop = takeNextHop( session, words );
-   return [ = ]( Session& live ) { live.packets().tables().steering[ name ] = rule; };
-}
-
-Act removeSteering( const Session& session, Words& words )
-{
-   const std::string name = words.take( "the rule's name" ).text;
-   if( !session.packets().tables().steering.contains( name ) )
-      words.fail( "there is no rule '" + name + "'; 'show forwarding' lists them" );
-   return [ name ]( Session& live ) { live.packets().tables().steering.erase( name ); };
-}
-
-Act addLabel( const Session& session, Words& words )
-{
-   const auto isReserved = []( U32 label ) { return label < 16; }; // RFC 3032, 2.1
-   const U32 label = takeLabel( words, "a label" );
-   if( isReserved( label ) )
-      words.fail( "labels 0 to 15 are reserved; write 16 to 1048575" );
-   Sim::LabelRule rule;
-   if( words.accept( "swap" ) ) {
-      rule.swap = takeLabel( words, "the new label" );
-      if( isReserved( *rule.swap ) && *rule.swap != 0 && *rule.swap != 2 )
-         words.fail( "labels 0 to 15 are reserved; of them, a swap accepts only 0 and 2" );
-   } else {
-      words.choose( "an action", std::array<std::string_view, 2>{ "pop", "swap" } );
-   }
-   if( rule.swap || !words.done() )
-      rule.nextHop = takeNextHop( session, words );
-   return [ = ]( Session& live ) { live.packets().tables().labels[ label ] = rule; };
 }
 
 Act setGroup( const Session& session, Words& words )
@@ -420,20 +420,13 @@ Act setGroup( const Session& session, Words& words )
    return [ = ]( Session& live ) { live.packets().tables().l2Groups[ number ] = group; };
 }
 
-Act addMcastRoute( const Session& session, Words& words )
+Act removeGroup( const Session& session, Words& words )
 {
-   const Sim::IpAddress address = takeAddress( words, "an IP multicast group" );
-   if( !address.isMulticast() )
-      words.fail( address.toString() + " is not a multicast address; 'route' routes unicast" );
-   if( address.isLinkLocal() )
-      words.fail( address.toString() + " stays on its link; no router forwards it" );
-   std::set<U16> into;
-   while( !words.done() ) {
-      words.expect( "vlan" );
-      if( const U16 vlanId = takeVlan( session, words ); !into.insert( vlanId ).second )
-         words.fail( "VLAN " + std::to_string( vlanId ) + " is listed twice" );
-   }
-   return [ = ]( Session& live ) { live.packets().tables().mcastRoutes[ address ] = into; };
+   const U32 number = takeGroup( session, words );
+   if( !session.packets().tables().l2Groups.contains( number ) )
+      words.fail( "there is no multicast group " + std::to_string( number ) +
+                  "; 'show forwarding' lists them" );
+   return [ number ]( Session& live ) { live.packets().tables().l2Groups.erase( number ); };
 }
 
 } // namespace
@@ -442,31 +435,28 @@ std::vector<Command> tableCommands()
 {
    return {
       { "vlan",
-         "ID [svi [mac MAC]|no-svi] [drop-routed] [vxlan VNI TUNNEL...|no-vxlan] [l3-class N] "
+         "ID [svi [mac MAC]] [drop-routed] [vxlan VNI TUNNEL...] [l3-class N] "
          "[urpf off|loose|strict] [mtu N] [members PORTS] [tagged PORTS]",
          "make a VLAN of all ports on every unit; set its properties", makeVlan },
-      { "no vlan", "ID", "remove a VLAN", removeVlan },
+      { "no vlan",
+         "ID [svi] [drop-routed] [vxlan] [l3-class] [urpf] [mtu] [members PORTS] [tagged PORTS]",
+         "remove a VLAN with its MAC addresses, or only some of its properties or ports",
+         removeVlan },
       { "native-vlan", "ID PORTS", "the VLAN of untagged packets from these ports; 1 by default",
          setNativeVlan },
+      { "no native-vlan", "PORTS", "VLAN 1 for untagged packets from these ports",
+         resetNativeVlan },
       { "mac", "MAC vlan ID PORT|LAG|tunnel NAME|group N", "configure a MAC address", addStation },
       { "no mac", "MAC vlan ID|learned", "remove one MAC address, or all that were learned",
          removeStation },
       { "stp", "PORT forwarding|learning|blocking [vlan ID]", "spanning-tree state", setStp },
+      { "no stp", "PORT [vlan ID]", "forwarding again, or the port's state again in this VLAN",
+         resetStp },
       { "openflow", "PORTS", "packets from these ports belong to OpenFlow", setOpenFlow },
-      { "route", "PREFIX via NEXTHOP [class N]", "add a route", addRoute },
-      { "no route", "PREFIX", "remove a route", removeRoute },
-      { "tunnel", "NAME local ADDRESS remote ADDRESS via PORT|LAG mac MAC vlan ID",
-         "make a VXLAN tunnel", addTunnel },
-      { "pbr", "NAME [in PORT] [from PREFIX] [to PREFIX] via NEXTHOP",
-         "add a policy-routing rule; rules are tried in order of their names", addSteering },
-      { "no pbr", "NAME", "remove a rule", removeSteering },
-      { "mpls", "LABEL swap LABEL|pop [via NEXTHOP]",
-         "switch by a label; behind a label that is popped without a next hop, the packet is looked up",
-         addLabel },
+      { "no openflow", "PORTS", "packets from these ports are switched again", resetOpenFlow },
       { "l2mcast", "GROUP [PORTS|tunnel NAME|cpu]...", "set the members of an L2 multicast group",
          setGroup },
-      { "mroute", "ADDRESS [vlan ID]...", "route an IP multicast group into these VLANs",
-         addMcastRoute },
+      { "no l2mcast", "GROUP", "remove an L2 multicast group", removeGroup },
    };
 }
 

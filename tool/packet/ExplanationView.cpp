@@ -1,6 +1,7 @@
 #include "tool/packet/ExplanationView.h"
 
 #include "platform/runtime/Format.h"
+#include "platform/types/IntfId.h"
 
 #include <algorithm>
 #include <functional>
@@ -150,6 +151,44 @@ void addState(
       table.row( { "state", what + "\n" + by } );
 }
 
+/// Who writes the state that keeps the chip from routing, and what to do about it.
+std::string adviceOn(
+   Sim::PacketEngine& engine, const Sim::ChipPlace& culprit, const Sim::PortRef& arrival )
+{
+   const std::string port = engine.portName( arrival );
+   switch( culprit.kind ) {
+   case Sim::ChipPlace::Kind::portControl:
+      if( !Vormel::IntfId::parse( port ) )
+         return format( "the slice writes it when the port gets an interface: 'interface NAME unit "
+                        "%d port %d', after 'bring-up'",
+            arrival.unit, culprit.port );
+      return "the slice writes it when the port has an interface and the reactors run "
+             "('bring-up'), or with 'call programSwitchCtrlPortSet " +
+             port + "'";
+   case Sim::ChipPlace::Kind::control:
+   case Sim::ChipPlace::Kind::portSwitchControl:
+      return "the slice writes it when routing is turned on: 'router MAC', or 'call handleRouting "
+             "true true'";
+   case Sim::ChipPlace::Kind::vlanFlags:
+      return format( "the slice writes its flags: 'call handleVlanRoutingState %d ip4,ip6' lets it "
+                     "route",
+         culprit.number );
+   case Sim::ChipPlace::Kind::myStation:
+      return "'router MAC' writes an entry that does";
+   case Sim::ChipPlace::Kind::registers:
+      break;
+   }
+   return {};
+}
+
+void addStage( Table& table, Sim::PacketEngine& engine, const Sim::StageNote& note,
+   const Sim::PortRef& arrival )
+{
+   table.row(
+      { note.stage, note.text + ( note.culprit ? "\n" + adviceOn( engine, *note.culprit, arrival )
+                                               : std::string() ) } );
+}
+
 void addOutcome( Table& table, Sim::PacketEngine& engine, const Sim::PassVerdict& pass )
 {
    // Ports on which the same frame leaves are listed together.
@@ -252,7 +291,7 @@ Table explanationTable( Sim::PacketEngine& engine, const Sim::Verdict& verdict,
          table.section(
             format( "Pass %d, in by %s", i + 1, engine.portName( verdict.passes[ i ].arrival ) ) );
       for( const Sim::StageNote& note : about.stages )
-         table.row( { note.stage, note.text } );
+         addStage( table, engine, note, verdict.passes[ i ].arrival );
       addState( table, engine.transcript(), about, all );
       for( const Sim::RangeNote& range : about.ranges )
          addRange( table, engine.transcript(), range, all );
@@ -273,8 +312,12 @@ ordered_json explanationJson(
       pass[ "stages" ] = ordered_json::array();
       for( const auto* const notes :
          { &explanation.passes[ i ].stages, &explanation.passes[ i ].after } )
-         for( const Sim::StageNote& note : *notes )
-            pass[ "stages" ].push_back( { { "stage", note.stage }, { "found", note.text } } );
+         for( const Sim::StageNote& note : *notes ) {
+            ordered_json row{ { "stage", note.stage }, { "found", note.text } };
+            if( note.culprit )
+               row[ "advice" ] = adviceOn( engine, *note.culprit, verdict.passes[ i ].arrival );
+            pass[ "stages" ].push_back( std::move( row ) );
+         }
       pass[ "state" ] = ordered_json::array();
       for( const Sim::StateNote& note : explanation.passes[ i ].state ) {
          ordered_json row{ { "found", note.what } };

@@ -41,6 +41,8 @@ class PacketDesk
    /// earlier one of the port. ValueError when the file cannot be written, or is in use.
    void capturePort( Sim::PortRef port, const std::string& file );
    void captureCpu( U32 unit, const std::string& file );
+   void capturePortEnd( Sim::PortRef port ) { ports_.erase( port ); }
+   void captureCpuEnd( U32 unit ) { cpus_.erase( unit ); }
    /// Closes all files.
    void captureEnd();
    bool isWriting( const std::string& file ) const;

@@ -217,10 +217,10 @@ Sim::IpPrefix takePrefix( Words& words )
    return *prefix;
 }
 
-Sim::NextHop takeNextHop( const Session& session, Words& words )
+/// Takes a next hop behind "via".
+static Sim::NextHop takeHop( const Session& session, Words& words )
 {
    Sim::NextHop nextHop;
-   words.expect( "via" );
    const Word* const cpu = words.peek();
    if( cpu && cpu->text == "cpu" ) {
       words.take( {} );
@@ -240,6 +240,24 @@ Sim::NextHop takeNextHop( const Session& session, Words& words )
    words.expect( "vlan" );
    nextHop.vlanId = takeVlan( session, words );
    return nextHop;
+}
+
+Sim::NextHop takeNextHop( const Session& session, Words& words )
+{
+   words.expect( "via" );
+   return takeHop( session, words );
+}
+
+std::vector<Sim::NextHop> takeNextHops( const Session& session, Words& words )
+{
+   std::vector<Sim::NextHop> nextHops{ takeNextHop( session, words ) };
+   while( words.accept( "via" ) ) {
+      const Sim::NextHop nextHop = takeHop( session, words );
+      if( std::ranges::find( nextHops, nextHop ) != nextHops.end() )
+         words.fail( "this next hop is given twice" );
+      nextHops.push_back( nextHop );
+   }
+   return nextHops;
 }
 
 Entrance takeEntrance( const Session& session, Words& words )

@@ -5,6 +5,7 @@
 #include "sim/packet/PacketEngine.h"
 #include "tool/words/Words.h"
 
+#include <array>
 #include <optional>
 #include <span>
 #include <string_view>
@@ -17,15 +18,23 @@ class Session;
 /// The names of ports, other than interfaces.
 std::span<const std::string_view> portWords();
 
+/// The properties of a VLAN in a line. Such a word ends a list of ports or tunnels.
+constexpr std::array<std::string_view, 8> vlanProperties{
+   "svi", "drop-routed", "vxlan", "l3-class", "urpf", "mtu", "members", "tagged" };
+
 /// Takes an interface by its name, or `port N`, `cpu`, `loopback`, `recirculation` with `[unit N]`.
 Sim::PortRef takePort( const Session& session, Words& words );
 
 /// Takes a word of a list of ports: a port, or `Ethernet1-4`, or a LAG, which means all of its ports.
 std::vector<Sim::PortRef> takePorts( const Session& session, Words& words );
 
-/// Takes `via PORT mac MAC vlan ID`, `via cpu`, `via flood mac MAC vlan ID` or
-/// `via tunnel NAME mac MAC vlan ID`.
+/// Takes `via`, then `PORT|LAG mac MAC vlan ID`, `cpu`, `flood mac MAC vlan ID` or `tunnel NAME mac MAC vlan ID`.
 Sim::NextHop takeNextHop( const Session& session, Words& words );
+/// Takes one or more, each once.
+std::vector<Sim::NextHop> takeNextHops( const Session& session, Words& words );
+
+/// Takes the name of a tunnel that exists.
+std::string takeTunnel( const Session& session, Words& words );
 
 Sim::IpAddress takeAddress( Words& words, std::string_view what );
 /// Takes a prefix of unicast addresses with its length and without host bits.
@@ -35,7 +44,6 @@ U16 takeVlanId( Words& words );
 U16 takeVlan( const Session& session, Words& words );
 /// Takes the MAC address of one station: neither zero nor a group's.
 Vormel::EthAddr takeStationMac( Words& words, std::string_view what );
-std::string takeTunnel( const Session& session, Words& words );
 /// A VXLAN network identifier, 24 bits.
 U32 takeVni( Words& words );
 /// An MPLS label, 20 bits.

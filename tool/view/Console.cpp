@@ -68,9 +68,14 @@ std::string withoutSourceLines( const std::string& text )
    return mayName ? std::regex_replace( text, sourceLine, ".$1:*" ) : text;
 }
 
-std::string where( const Line& line )
+/// The fields of a line in JSON; the file if another one includes it.
+ordered_json lineJson( const char* kind, const Line& line )
 {
-   return line.file + ":" + std::to_string( line.number );
+   ordered_json object{ { "kind", kind } };
+   if( line.inclusion )
+      object[ "file" ] = line.file;
+   object.update( { { "line", line.number }, { "text", commandText( line ) } } );
+   return object;
 }
 
 std::string dump( const ordered_json& object, int indent = -1 )
@@ -154,9 +159,7 @@ void Console::command( const Line& line )
    std::vector<Toned> lines{ { Tone::heading, "> " + text } };
    if( reported_ && !blank_ )
       lines.insert( lines.begin(), { Tone::plain, "" } );
-   emit( Weight::echo, lines, [ & ] {
-      return dump( { { "kind", "command" }, { "line", line.number }, { "text", text } } );
-   } );
+   emit( Weight::echo, lines, [ & ] { return dump( lineJson( "command", line ) ); } );
    reported_ = false;
 }
 
@@ -251,10 +254,10 @@ void Console::outcome( Weight weight, std::vector<Toned> lines, const Json& json
 
 void Console::held( const Line& line )
 {
-   const std::string text = commandText( line );
-   outcome( Weight::ordinary, { { Tone::good, "  held    " + text } }, [ & ] {
-      return dump(
-         { { "kind", "expect" }, { "line", line.number }, { "text", text }, { "held", true } } );
+   outcome( Weight::ordinary, { { Tone::good, "  held    " + commandText( line ) } }, [ & ] {
+      ordered_json object = lineJson( "expect", line );
+      object[ "held" ] = true;
+      return dump( object );
    } );
 }
 
@@ -262,19 +265,20 @@ void Console::failed( const Line& line, const std::string& expected, const std::
 {
    const std::string text = commandText( line );
    outcome( Weight::asked,
-      { { Tone::bad, "  FAILED  " + text + "  (" + where( line ) + ")" },
+      { { Tone::bad, "  FAILED  " + text + "  (" + placeText( line ) + ")" },
          { Tone::plain, "    expected  " + expected }, { Tone::plain, "    found     " + found } },
       [ & ] {
-         return dump( { { "kind", "expect" }, { "line", line.number }, { "text", text },
-            { "held", false }, { "expected", expected }, { "found", found } } );
+         ordered_json object = lineJson( "expect", line );
+         object.update( { { "held", false }, { "expected", expected }, { "found", found } } );
+         return dump( object );
       } );
    if( config_.json && !channel_ )
-      error( where( line ) + ": expected " + expected + ", found " + found );
+      error( placeText( line ) + ": expected " + expected + ", found " + found );
 }
 
 void Console::broken( const Line* line, const std::string& what )
 {
-   const std::string at = line ? where( *line ) : "at the end";
+   const std::string at = line ? placeText( *line ) : "at the end";
    emit( Weight::asked, { { Tone::bad, "  BROKEN  " + at + ": " + what } }, [ & ] {
       return dump(
          { { "kind", "broken" }, { "line", line ? line->number : 0 }, { "text", what } } );
@@ -283,7 +287,7 @@ void Console::broken( const Line* line, const std::string& what )
 
 void Console::died( const Line& line, const std::string& reason )
 {
-   emit( Weight::asked, { { Tone::bad, "  DIED    " + where( line ) + ": " + reason } }, [ & ] {
+   emit( Weight::asked, { { Tone::bad, "  DIED    " + placeText( line ) + ": " + reason } }, [ & ] {
       return dump( { { "kind", "died" }, { "file", line.file }, { "line", line.number },
          { "reason", reason } } );
    } );

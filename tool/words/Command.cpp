@@ -11,9 +11,10 @@ namespace {
 std::vector<Command> allCommands()
 {
    std::vector<Command> all;
-   for( const auto theme : { switchCommands, tableCommands, packetCommands, stateCommands,
-           runCommands, faultCommands, showCommands, showTableCommands, expectCommands,
-           expectEventCommands, myStationCommands, chipCommands } )
+   for( const auto theme :
+      { switchCommands, tableCommands, routeCommands, packetCommands, stateCommands, routerCommands,
+         runCommands, faultCommands, showCommands, showTableCommands, expectCommands,
+         expectEventCommands, myStationCommands, chipCommands } )
       std::ranges::copy( theme(), std::back_inserter( all ) );
    return all;
 }

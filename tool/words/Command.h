@@ -51,6 +51,7 @@ const Command& takeCommand( Words& words );
 std::vector<Command> switchCommands();
 std::vector<Command> stateCommands();
 std::vector<Command> faultCommands();
+std::vector<Command> routerCommands();
 std::vector<Command> runCommands();
 std::vector<Command> showCommands();
 std::vector<Command> expectCommands();
@@ -58,6 +59,7 @@ std::vector<Command> expectEventCommands();
 std::vector<Command> myStationCommands();
 std::vector<Command> chipCommands();
 std::vector<Command> tableCommands();
+std::vector<Command> routeCommands();
 std::vector<Command> showTableCommands();
 std::vector<Command> packetCommands();
 

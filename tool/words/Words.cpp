@@ -10,6 +10,14 @@ namespace Strata::Tool {
 
 namespace {
 
+std::string inclusionText( const Line& line, const std::string& before )
+{
+   std::string text;
+   for( const Inclusion* at = line.inclusion.get(); at; at = at->outer.get() )
+      text += before + at->file + ":" + std::to_string( at->number );
+   return text;
+}
+
 /// The part of a very long line around the place.
 std::string describe( const Line& line, U32 column, U32 width, const std::string& problem )
 {
@@ -23,7 +31,8 @@ std::string describe( const Line& line, U32 column, U32 width, const std::string
       std::max( shown.size() - std::min( at - start, shown.size() ), std::size_t{ 1 } );
    return line.file + ":" + std::to_string( line.number ) + ":" + std::to_string( column ) + ": " +
           problem + "\n   " + shown + "\n   " + std::string( at - start, ' ' ) + "^" +
-          std::string( std::clamp<std::size_t>( width, 1, room ) - 1, '~' );
+          std::string( std::clamp<std::size_t>( width, 1, room ) - 1, '~' ) +
+          inclusionText( line, "\n   included at " );
 }
 
 bool isBlank( char c )
@@ -71,9 +80,10 @@ InputError::InputError( const Line& line, U32 column, U32 width, const std::stri
      width_( width )
 {}
 
-Line splitLine( std::string file, U32 number, std::string text )
+Line splitLine(
+   std::string file, U32 number, std::string text, std::shared_ptr<const Inclusion> inclusion )
 {
-   Line line{ std::move( file ), number, std::move( text ), {} };
+   Line line{ std::move( file ), number, std::move( text ), {}, std::move( inclusion ) };
    std::size_t at = 0;
    if( const auto odd = std::ranges::find_if( line.text, isControl ); odd != line.text.end() ) {
       const auto column = static_cast<U32>( 1 + ( odd - line.text.begin() ) );
@@ -89,6 +99,11 @@ Line splitLine( std::string file, U32 number, std::string text )
          line.words.push_back( takeWord( line, at ) );
    }
    return line;
+}
+
+std::string placeText( const Line& line )
+{
+   return line.file + ":" + std::to_string( line.number ) + inclusionText( line, ", included at " );
 }
 
 std::string commandText( const Line& line )

@@ -12,6 +12,7 @@
 
 #include <functional>
 #include <initializer_list>
+#include <memory>
 #include <set>
 #include <span>
 #include <stdexcept>
@@ -29,18 +30,28 @@ struct Word
    bool quoted;      // starts with a quote
 };
 
+/// The line that includes a file.
+struct Inclusion
+{
+   std::string file;
+   U32 number;
+   std::shared_ptr<const Inclusion> outer; // of the file with that line; null if none includes it
+};
+
 struct Line
 {
    std::string file;
    U32 number; // from 1
    std::string text;
    std::vector<Word> words;
+   std::shared_ptr<const Inclusion> inclusion{}; // of the file; null if none includes it
 };
 
 class InputError : public std::runtime_error
 {
  public:
-   /// The text is "file:line:column: problem", then the line, then a caret below the place.
+   /// The text is "file:line:column: problem", then the line, a caret below the place, and the lines that include the
+   /// file, the innermost first.
    InputError( const Line& line, U32 column, U32 width, const std::string& problem );
 
    const std::string& problem() const { return problem_; }
@@ -54,7 +65,11 @@ class InputError : public std::runtime_error
 };
 
 /// InputError if a quote is not closed.
-Line splitLine( std::string file, U32 number, std::string text );
+Line splitLine( std::string file, U32 number, std::string text,
+   std::shared_ptr<const Inclusion> inclusion = {} );
+
+/// "file:line", then ", included at file:line" for each line that includes the file.
+std::string placeText( const Line& line );
 
 /// The command without its comment. The line has words.
 std::string commandText( const Line& line );
