@@ -20,10 +20,11 @@ void reportDeath( const Vormel::AssertionFailure& failure )
       return;
    const std::string call = watchedSession->lastCall();
    const std::string claim = watchedSession->firstRefusedClaim();
+   std::string context = call.empty() ? "" : "the last call was " + call;
+   if( !claim.empty() )
+      context += ( context.empty() ? "" : "; " ) + ( "the first refused claim: " + claim );
    watchedSession->console().died( *watchedSession->running(),
-      "Assertion '" + std::string( failure.text ) + "' failed in " + failure.signature +
-         ( call.empty() ? "" : "; the last call was " + call ) +
-         ( claim.empty() ? "" : "; the first refused claim: " + claim ) );
+      "Assertion '" + std::string( failure.text ) + "' failed in " + failure.signature, context );
    deathReported = true;
 }
 
@@ -44,11 +45,12 @@ void endDead( int )
       if( !deathReported ) {
          const std::string breach = watchedSession->lastBreach();
          watchedSession->console().died(
-            line, breach.empty() ? "aborted, see standard error" : breach );
+            line, breach.empty() ? "aborted, see standard error" : breach, {} );
       }
-      watchedSession->console().summary(
-         outermostFile( line ), watchedSession->counts(), RunEnd::died );
-      watchedSession->console().error( placeText( line ) + ": the agent died here unexpectedly" );
+      if( !line.typed )
+         watchedSession->console().summary(
+            outermostFile( line ), watchedSession->counts(), RunEnd::died );
+      watchedSession->console().diedError( line );
    }
    ::_exit( static_cast<int>( ExitStatus::died ) );
 }

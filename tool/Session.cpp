@@ -46,21 +46,35 @@ void Session::run( const Line& line )
       return;
    safePoint( [ & ] { return "before " + line.file + ":" + std::to_string( line.number ); } );
    Line asked = line;
-   const bool json = line.words.back().text == "--json" && !line.words.back().quoted;
-   if( json )
-      asked.words.pop_back();
    Words words( asked );
    const Command& command = takeCommand( words );
-   if( json && !command.takesJson() )
-      words.failAt( line.words.back(), "only commands that show something take --json" );
+   const std::optional<Line> filterLine = command.shows() ? cutFilters( asked ) : std::nullopt;
+   const Word last = asked.words.back();
+   const bool json = last.text == "--json" && !last.quoted;
+   if( json )
+      asked.words.pop_back();
+   if( json && !command.shows() )
+      words.failAt( last, "only commands that show something take --json" );
+   if( json && filterLine )
+      words.failAt( filterLine->words.front(), "JSON has all rows; filters are for text" );
    if( command.announced )
       console_.command( line );
    const Running running( running_, line );
+   std::vector<Filter> filters;
+   if( filterLine ) {
+      Words filterWords( *filterLine );
+      filters = takeFilters( filterWords );
+   }
+   const std::unique_ptr<Console, void ( * )( Console* )> whenDone(
+      &console_, []( Console* console ) { console->commandEnds(); } );
    const Act act = command.act( *this, words ); // InputError before anything changes
    console_.rowsAsJsonIs( json );
    last_ = line;
    if( agent_ )
       agent_->hardware().causeIs( commandText( line ) );
+   std::optional<Showing> showing;
+   if( command.shows() )
+      showing.emplace( console_, std::move( filters ) );
    act( *this );
 }
 

@@ -38,6 +38,10 @@ class Session
    /// it cannot be run; Interrupted if Ctrl-C has stopped it, or came before it.
    void run( const Line& line );
 
+   /// Whether quit() was called.
+   bool over() const { return over_; }
+   void quit() { over_ = true; }
+
    Console& console() { return console_; }
 
    bool hasAgent() const { return agent_ != nullptr; }
@@ -110,6 +114,7 @@ class Session
    U64 windowStart_ = 0;                 // number of the last record before it
    std::string profile_;                 // empty: the profile in the switch line
    bool foreign_ = false;
+   bool over_ = false;
    ChildChannel* channel_ = nullptr; // of a child
    RunCounts counts_;
 };

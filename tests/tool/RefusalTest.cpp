@@ -98,7 +98,7 @@ class Refusals : public testing::Test
    /// Parses the line, which may go on. False where a word does not fit.
    bool takes( const std::string& text ) const
    {
-      std::set<std::string> offers;
+      Offers offers;
       const Line line = splitLine( "test", 1, text );
       Words words( line );
       words.offersTo( offers );

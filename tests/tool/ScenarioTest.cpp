@@ -179,7 +179,7 @@ TEST( ScenarioDeathTest, DeathThatNobodyExpectedIsStatusThree )
                "  error  a fatal code was reported: the agent ends\n"
                "  fatal  routing/tcam/CheckedCall.cpp:\\*: .* Assertion '0' failed.\n"
                "  DIED" ) );
-   EXPECT_THAT( text, HasSubstr( "; the last call was bcm_switch_control_set" ) );
+   EXPECT_THAT( text, HasSubstr( ":3: the last call was bcm_switch_control_set" ) );
    EXPECT_THAT( text, testing::EndsWith( ": 0 expectations held before that\n" ) );
 }
 

@@ -3,6 +3,7 @@
 #include "platform/runtime/Activity.h"
 #include "tool/Session.h"
 #include "tool/shell/Completion.h"
+#include "tool/shell/Guide.h"
 #include "tool/words/Command.h"
 
 #include <gmock/gmock.h>
@@ -10,6 +11,7 @@
 #include <nlohmann/json.hpp>
 
 #include <csignal>
+#include <fstream>
 #include <map>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -172,6 +174,81 @@ TEST( Shell, EverythingThatIsShownCanBeHadAsJson )
       HasSubstr( "shell:1:13: only commands that show something take --json" ) );
 }
 
+TEST( Shell, UniqueAbbreviationsAreWholeWordsAndFilesAreExact )
+{
+   const std::string start =
+      "switch hsdk ports 8\nint Ethernet1-4 un 0 po 1\nla po1 et1-2\nvl 10 mem e3\n";
+   const Outcome outcome = runLine(
+      { "shell" }, start + "sh in\nno l po1\nexpe err \"there is no LAG\" no lag Port-Channel1\n" );
+   EXPECT_EQ( outcome.status, 0 ) << outcome.err;
+   EXPECT_THAT( outcome.out,
+      AllOf( HasSubstr( "> vlan 10 members Ethernet3\n" ), HasSubstr( "> show interfaces\n" ) ) );
+   EXPECT_THAT( runLine( { "shell" }, start + "s\n" ).err,
+      HasSubstr( "shell:5:1: 's' could be short for set, show, stp, switch\n" ) );
+   // What fits as it is, is no abbreviation, and a text is none.
+   EXPECT_THAT( runLine( { "shell" }, start + "note un\n" ).out, HasSubstr( "\nun\n" ) );
+   const std::string file = testing::TempDir() + "abbreviated.scenario";
+   std::ofstream( file ) << "switch hsdk\nsh int\n";
+   EXPECT_EQ( runLine( { "run", file.c_str() } ).status, 2 );
+   EXPECT_EQ( runLine( { "shell", file.c_str() } ).status, 2 );
+}
+
+TEST( Shell, BringUpEndsWithASummaryAndBriefFoldsWhatRepeats )
+{
+   const auto shown = []( std::vector<const char*> arguments ) {
+      return runLine( arguments, "switch hsdk ports 8 units 4\nbring-up\n" ).out;
+   };
+   const std::string whole = shown( { "shell" } );
+   const std::string brief = shown( { "shell", "--brief" } );
+   const std::string summary = brief.substr( brief.find( "\nBrought up\n" ) );
+   EXPECT_THAT( summary, HasSubstr( "installed, " ) );
+   EXPECT_THAT( summary, HasSubstr( "written: show controls\n" ) );
+   EXPECT_THAT( summary, HasSubstr( "differ from the start: show attributes changed\n" ) );
+   EXPECT_LT( brief.size(), whole.size() / 2 );
+   EXPECT_THAT( runLine( { "shell" }, "switch hsdk\nquiet\nbring-up\n" ).out,
+      Not( HasSubstr( "Brought up" ) ) );
+}
+
+TEST( Folding, ShowsTheFirstRoundAndTheLastLine )
+{
+   std::string text;
+   Folding folding( [ & ]( const Toned& line ) { text += line.text + "\n"; } );
+   for( const int port : { 1, 2, 3, 4 } ) {
+      folding.add( { Tone::plain, "a 0x" + std::string( 1, static_cast<char>( 'a' + port ) ) } );
+      folding.add( { Tone::plain, "b " + std::to_string( port ) } );
+   }
+   folding.add( { Tone::plain, "a 0x9" } );
+   folding.add( { Tone::plain, "c" } );
+   folding.add( { Tone::plain, "c" } );
+   folding.flush();
+   EXPECT_EQ( text,
+      "a 0xb\nb 1\n  ...    the last 2 lines 3 times more, with other numbers, up to\n"
+      "b 4\na 0x9\nc\nc\n" );
+}
+
+TEST( Shell, FiltersSelectRowsOfText )
+{
+   const auto shown = []( const std::string& line ) {
+      const Outcome outcome = runLine( { "shell", "--quiet" },
+         "switch hsdk ports 8\ninterface Ethernet1-4 unit 0 port 1\n" + line + "\n" );
+      return outcome.out + outcome.err;
+   };
+   const std::string title = "Interfaces, and their ports as unit/port/logical port\n"
+                             "  Interface  Model    Port   LAG\n";
+   EXPECT_EQ(
+      shown( "show interfaces | include net2" ), title + "  Ethernet2  bridged  0/2/2\n\n" );
+   EXPECT_EQ( shown( "show interfaces |begin net2 |exclude net4" ),
+      title + "  Ethernet2  bridged  0/2/2\n  Ethernet3  bridged  0/3/3\n\n" );
+   EXPECT_EQ( shown( "show interfaces | count" ), "  4 rows\n" );
+   // A row has all its lines; a section without rows is left out.
+   EXPECT_THAT( shown( "show units | include urpf-double-wide" ), HasSubstr( "  hsdk  0 " ) );
+   EXPECT_THAT( shown( "help | include spanning-tree" ),
+      AllOf( HasSubstr( "Forwarding tables\n  stp " ), Not( HasSubstr( "Faults" ) ) ) );
+   EXPECT_THAT( shown( "show interfaces --json | count" ), HasSubstr( "3:24: JSON has all rows" ) );
+   EXPECT_THAT( shown( "show interfaces | grep x" ), HasSubstr( "3:19: 'grep' is not a filter" ) );
+   EXPECT_THAT( shown( "note x | count" ), HasSubstr( "3:8: nothing is expected here" ) );
+}
+
 TEST( Completion, KnowsCommandsAndWhatTheyAskFor )
 {
    const Vormel::LockAnchor lock( Vormel::activityLock() );
@@ -211,6 +288,43 @@ TEST( Completion, KnowsCommandsAndWhatTheyAskFor )
    EXPECT_THAT( can( "explain -v in Ethernet1 vlan 10 ip" ), ElementsAre( "ipv4", "ipv6" ) );
    EXPECT_THAT( can( "packet in cpu ipv4 ttl 1 t" ), ElementsAre( "tcp" ) );
    EXPECT_THAT( can( "note \"un" ), IsEmpty() );
+   EXPECT_THAT( can( "sh ent" ), ElementsAre( "entries" ) );
+   EXPECT_THAT( can( "show entries | e" ), ElementsAre( "exclude" ) );
+   EXPECT_THAT( can( "no vlan " ), ElementsAre( "1" ) );
+   EXPECT_THAT( can( "pcap tests/packet/fr" ), ElementsAre( "tests/packet/frames/" ) );
+   session.run( splitLine( "test", 3, "call initializeNextHopToCpuTcam" ) );
+   EXPECT_THAT( can( "expect entry \"NextHop t" ), ElementsAre( "\"NextHop to Cpu\"" ) );
+}
+
+TEST( Completion, EveryWordThatCanComeNextHasAMeaning )
+{
+   const Vormel::LockAnchor lock( Vormel::activityLock() );
+   std::ostringstream out;
+   Console console( out, out, {} );
+   Session session( console );
+   session.run( splitLine( "test", 1, "switch hsdk ports 8" ) );
+   session.run( splitLine( "test", 2, "interface Ethernet1 unit 0 port 1" ) );
+   session.run( splitLine( "test", 3, "packet in Ethernet1 ipv4" ) );
+   for( const Theme& theme : themes() )
+      for( const Command& command : theme.commands ) {
+         const std::string name( command.name );
+         for( const std::string& start :
+            { std::string(), name.substr( 0, name.find( ' ' ) + 1 ), name + " " } )
+            for( const auto& [ word, meaning ] : nextWords( session, start ).words )
+               EXPECT_NE( meaning, "" ) << start << "? says nothing of " << word;
+      }
+   for( const std::string line : { "packet in Ethernet1 ", "packet in Ethernet1 ipv4 ",
+           "packet in Ethernet1 arp ", "vlan 10 ", "switch hsdk ", "unit 0 ", "expect cpu " } )
+      for( const auto& [ word, meaning ] : nextWords( session, line ).words )
+         EXPECT_NE( meaning, "" ) << line << "? says nothing of " << word;
+   const auto meaningOfFirst = [ & ]( std::string_view line ) {
+      return nextWords( session, line ).words.front().meaning;
+   };
+   EXPECT_EQ( meaningOfFirst( "vlan 10 mt" ), "longest IP packet in bytes, 0 for any" );
+   EXPECT_EQ( meaningOfFirst( "vlan 10 mtu " ), "an MTU in bytes" );
+   EXPECT_EQ( meaningOfFirst( "mark " ), "runs the line" );
+   EXPECT_EQ( nextWords( session, "int et1 un" ).syntax,
+      "interface INTERFACE[-LAST] unit N port N [logical N] [routed|bridged]" );
 }
 
 } // namespace

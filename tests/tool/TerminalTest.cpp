@@ -8,7 +8,9 @@
 #include <cstdlib>
 #include <poll.h>
 #include <pty.h>
+#include <sstream>
 #include <string>
+#include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -16,6 +18,7 @@ namespace Strata::Tool {
 namespace {
 
 using testing::HasSubstr;
+using testing::Not;
 
 constexpr const char* up = "\033[A";
 constexpr const char* interrupt = "\003";
@@ -33,14 +36,15 @@ class TerminalTest : public testing::Test
       ::close( terminal_ );
    }
 
-   void start()
+   void start( const std::string& pager = "cat", const std::string& type = "xterm" )
    {
       winsize size{ 24, 80, 0, 0 };
       shell_ = ::forkpty( &terminal_, nullptr, nullptr, &size );
       ASSERT_GE( shell_, 0 );
       if( shell_ == 0 ) {
          ::setenv( "XDG_STATE_HOME", testing::TempDir().c_str(), 1 );
-         ::setenv( "TERM", "xterm", 1 );
+         ::setenv( "TERM", type.c_str(), 1 );
+         ::setenv( "PAGER", pager.c_str(), 1 );
          ::execl( STRATA_TOOL_FILE, "strata-l3", "shell", nullptr );
          ::_exit( 127 );
       }
@@ -92,6 +96,22 @@ class TerminalTest : public testing::Test
       return WIFEXITED( status ) ? WEXITSTATUS( status ) : -1;
    }
 
+   void resize( unsigned short columns )
+   {
+      const winsize size{ 24, columns, 0, 0 };
+      ::ioctl( terminal_, TIOCSWINSZ, &size );
+   }
+
+   static std::size_t longestLine( const std::string& text )
+   {
+      std::size_t longest = 0;
+      std::istringstream lines( text );
+      for( std::string line; std::getline( lines, line, '\r' ); )
+         longest =
+            std::max( longest, line.size() - std::min<std::size_t>( line.find( '\n' ) + 1, 1 ) );
+      return longest;
+   }
+
    static constexpr const char* prompt = "strata-l3> ";
 
  private:
@@ -133,11 +153,48 @@ TEST_F( TerminalTest, ADeathLeavesAFreshSessionWithTheHistory )
    EXPECT_EQ( status(), 3 );
 }
 
-TEST_F( TerminalTest, PastedTabsAreBlanks )
+TEST_F( TerminalTest, KeysCompleteAndAskAndPastedTabsAreBlanks )
 {
    start();
    run( "switch hsdk ports 4" );
+   type( "sho" );
+   outputUntil( "sho" );
+   type( "\t" );
+   outputUntil( "w " );
+   type( "u" );
+   outputUntil( "u" );
+   type( "?" );
+   EXPECT_THAT( outputUntil( "show u" ), HasSubstr( "units, their ports" ) );
+   type( "nits\n" );
+   EXPECT_THAT( outputUntil( prompt ), HasSubstr( "hsdk" ) );
    EXPECT_THAT( run( "show\tunits" ), HasSubstr( "hsdk" ) );
+   EXPECT_EQ( status(), 0 );
+}
+
+TEST_F( TerminalTest, OutputFollowsTheWindowAndLongOutputIsPaged )
+{
+   start( "sed s/^/paged:/" );
+   run( "switch hsdk ports 4" );
+   EXPECT_THAT( run( "help" ), HasSubstr( "paged:" ) );
+   EXPECT_THAT( run( "show units" ), Not( HasSubstr( "paged:" ) ) );
+   run( "terminal length 0" );
+   const std::string usual = run( "help" );
+   EXPECT_THAT( usual, Not( HasSubstr( "paged:" ) ) );
+   EXPECT_LE( longestLine( usual ), 80u );
+   resize( 120 );
+   const std::size_t wider = longestLine( run( "help" ) );
+   EXPECT_GT( wider, 80u );
+   EXPECT_LE( wider, 120u );
+   EXPECT_EQ( status(), 0 );
+}
+
+TEST_F( TerminalTest, ADumbTerminalHasNoColours )
+{
+   start( "sed s/^/paged:/", "dumb" );
+   run( "switch hsdk ports 4" );
+   const std::string shown = run( "help" );
+   EXPECT_THAT( shown, Not( HasSubstr( "\033" ) ) );
+   EXPECT_THAT( shown, Not( HasSubstr( "paged:" ) ) );
    EXPECT_EQ( status(), 0 );
 }
 

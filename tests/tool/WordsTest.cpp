@@ -77,7 +77,7 @@ TEST( Table, FitsTheTerminalAndContinuesTheLastColumn )
    table.row( { "12", std::string( 90, 'c' ) } );
    std::string text;
    for( const auto& line : table.lines() ) {
-      EXPECT_LE( line.text.size(), Table::lineWidth );
+      EXPECT_LE( line.text.size(), Table::usualWidth );
       text += line.text + "\n";
    }
    EXPECT_EQ( text, "  Id  Text\n"

@@ -14,7 +14,9 @@ struct Terminal
    std::ostream& out;
    std::ostream& err;
    bool showsColours = false;
-   bool typed = false; // the input is a terminal
+   bool typed = false;        // input and output are a terminal
+   bool screen = false;       // the output is a terminal
+   bool errorsBeside = false; // errors go where the output goes
 };
 
 /// Returns the exit status. The agent's own lines go to the process's standard error, not to `err`.

@@ -30,6 +30,8 @@ void ConsoleOptions::declare( CLI::App& subcommand )
       ->allow_extra_args( false );
    subcommand.add_flag( "--quiet", config_.quiet,
       "Show only the output of show and explain, and failed expectations" );
+   subcommand.add_flag(
+      "--brief", config_.brief, "Fold sequences of calls that differ in numbers only" );
    subcommand.add_option( "--color", colour_, "When to use colours: auto, always or never" )
       ->check( CLI::IsMember( { "auto", "always", "never" } ) );
 }
@@ -42,6 +44,8 @@ ConsoleConfig ConsoleOptions::config( const Terminal& terminal, const std::strin
          "the transcript would overwrite the scenario '" + scenario + "'; give it another name" );
    ConsoleConfig config = config_;
    config.colour = colour_ == "always" || ( colour_ == "auto" && terminal.showsColours );
+   config.screen = terminal.screen;
+   config.errorsBeside = terminal.errorsBeside;
    return config;
 }
 

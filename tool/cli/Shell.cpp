@@ -6,9 +6,10 @@
 #include "tool/cli/ConsoleOptions.h"
 #include "tool/cli/Subcommand.h"
 #include "tool/shell/Completion.h"
+#include "tool/shell/Guide.h"
 #include "tool/shell/LineReader.h"
 #include "tool/shell/Worker.h"
-#include "tool/view/Catalogue.h"
+#include "tool/view/Screen.h"
 
 #include <memory>
 #include <optional>
@@ -25,6 +26,7 @@ class Shell : public Subcommand
    {
       CLI::App* const shell = app.add_subcommand( "shell", "Type the commands of scenarios" );
       shell->add_option( "scenario", file_, "A scenario to run first" );
+      shell->add_flag( "--no-pager", unpaged_, "Do not show long output a screenful at a time" );
       options_.declare( *shell );
       return shell;
    }
@@ -36,6 +38,7 @@ class Shell : public Subcommand
          options_.setTraceLevels();
          ConsoleConfig config = options_.config( terminal, file_ );
          config.echo = !terminal.typed;
+         config.paged = terminal.typed && !unpaged_ && !isDumbTerminal();
          Console console( terminal.out, terminal.err, config );
          return terminal.typed ? runSessions( console, terminal )
                                : runSession( console, terminal, file_ );
@@ -49,7 +52,9 @@ class Shell : public Subcommand
    /// At a terminal a session runs in a copy of this process: when its agent dies, the next session begins.
    ExitStatus runSessions( Console& console, Terminal& terminal )
    {
-      terminal.out << "'help' lists the commands, the tab key completes them, 'quit' ends.\n";
+      terminal.out
+         << "'help' lists the commands, '?' shows what can come next, the tab key completes, "
+            "'quit' ends.\n";
       bool died = false;
       for( std::string file = file_;; file.clear() ) {
          const WorkerEnd end = runWorker(
@@ -85,15 +90,22 @@ class Shell : public Subcommand
    {
       if( !terminal.typed )
          return std::make_unique<StreamReader>( terminal.in );
-      return std::make_unique<TerminalReader>(
-         "strata-l3> ", [ &session ]( std::string_view line ) {
-            std::vector<std::string> words = completions( session, line );
-            if( line.find( ' ' ) == line.npos )
-               for( const std::string word : { "help", "quit" } )
-                  if( word.starts_with( line ) )
-                     words.push_back( word );
-            return Completion{ std::string( lastWord( line ) ), words };
-         } );
+      return std::make_unique<TerminalReader>( "strata-l3> ",
+         LineGuide{
+            [ &session ]( std::string_view line ) {
+               return Completion{ std::string( lastWord( line ) ), completions( session, line ) };
+            },
+            [ &session ]( std::string_view line ) { explain( session, line ); } } );
+   }
+
+   /// Shows what can come next.
+   static void explain( Session& session, std::string_view line )
+   {
+      const NextWords next = nextWords( session, line );
+      Table table( { { "Word" }, { "Meaning" } } );
+      for( const auto& [ word, meaning ] : next.words )
+         table.row( { word, meaning } );
+      session.console().hint( next.syntax, table );
    }
 
    /// Runs what Ctrl-C stops.
@@ -113,20 +125,12 @@ class Shell : public Subcommand
    void converse( Session& session, LineReader& reader )
    {
       for( U32 number = 1;; ++number ) {
-         const auto text = reader.next();
+         const auto text = session.over() ? std::nullopt : reader.next();
          if( !text )
             return;
          try {
             const Line line = splitLine( "shell", number, *text );
-            const std::string first = line.words.empty() ? std::string() : line.words.front().text;
-            if( first == "quit" || first == "exit" )
-               return;
-            stoppable( session.console(), [ & ] {
-               if( first == "help" )
-                  help( session, line );
-               else
-                  session.run( line );
-            } );
+            stoppable( session.console(), [ & ] { session.run( expanded( session, line ) ); } );
          } catch( const InputError& error ) {
             refused_ = true;
             session.console().refused( error.what() );
@@ -135,20 +139,9 @@ class Shell : public Subcommand
       }
    }
 
-   static void help( Session& session, const Line& line )
-   {
-      std::string start;
-      for( std::size_t i = 1; i < line.words.size(); ++i )
-         start += ( i == 1 ? "" : " " ) + line.words[ i ].text;
-      const Table table = helpTable( start );
-      if( table.empty() )
-         throw InputError( line, line.words[ 1 ].column, line.words[ 1 ].width,
-            "there is no command '" + start + "'; 'help' lists them all" );
-      session.console().table( "Commands", table );
-   }
-
    std::string file_;
    ConsoleOptions options_;
+   bool unpaged_ = false;
    bool refused_ = false;
 };
 

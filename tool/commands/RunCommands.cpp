@@ -1,9 +1,12 @@
 // Control of a run: bring-up, the clock, traces, notes and marks.
+#include "agent/AttributeValues.h"
+#include "platform/runtime/EntityType.h"
 #include "platform/runtime/Format.h"
 #include "platform/runtime/Trace.h"
 #include "tool/Interrupt.h"
 #include "tool/ScenarioRun.h"
 #include "tool/Session.h"
+#include "tool/words/ByUnit.h"
 #include "tool/words/Command.h"
 
 #include <algorithm>
@@ -141,9 +144,50 @@ Act include( const Session&, Words& words )
    return [ file, &words ]( Session& live ) { runIncluded( live, words, file ); };
 }
 
+std::string entriesText( const Sim::Chip& chip )
+{
+   std::size_t installed = 0;
+   std::size_t disabled = 0;
+   for( const Sim::FieldGroup& group : chip.groups() )
+      for( const auto& [ id, entry ] : group.entries() ) {
+         installed += entry.installed() ? 1 : 0;
+         disabled += entry.installed() && !entry.enabled ? 1 : 0;
+      }
+   return Vormel::format( "%d installed, %d of them disabled: show entries", installed, disabled );
+}
+
+std::size_t changedAttributes( const Agent& agent )
+{
+   Agent::Values initial = agent.initialValues( *agent.helper() );
+   const std::vector<AttributeValue> values = attributeValues( *agent.helper() );
+   return static_cast<std::size_t>(
+      std::ranges::count_if( values, [ & ]( const AttributeValue& value ) {
+         return value.attribute->info().number != 0 &&
+                initial[ value.name ] != agent.valueText( value.value );
+      } ) );
+}
+
+/// What the switch and the helper have now, and the commands that show it.
+Table outcomeTable( const Agent& agent )
+{
+   ByUnit<Cells> rows;
+   for( const auto& [ unit, chip ] : agent.hardware().chips() ) {
+      rows.add( unit, { "entries", entriesText( chip ) } );
+      rows.add( unit, { "controls", Vormel::format( "%d written: show controls",
+                                       chip.controls().size() + chip.portSwitchControls().size() +
+                                          chip.portControls().size() ) } );
+   }
+   Table table = unitTable( { { "What" }, { "How many" } }, rows );
+   table.row( { "attributes", "-",
+      Vormel::format(
+         "%d differ from the start: show attributes changed", changedAttributes( agent ) ) } );
+   return table;
+}
+
 void bringUp( Session& session )
 {
    session.agent().bringUp();
+   session.console().report( "Brought up", outcomeTable( session.agent() ) );
 }
 
 Act start( const Session&, Words& words )

@@ -190,7 +190,7 @@ Act removeInterfaces( const Session& session, Words& words )
 /// Takes a LAG. InputError for another kind of interface.
 IntfId takeLag( const Session& session, Words& words )
 {
-   const std::string& text = words.take( "a LAG, as in Port-Channel1" ).text;
+   const std::string& text = words.take( "a LAG, as in Port-Channel1", "LAG" ).text;
    const auto lag = IntfId::parse( text );
    if( !lag )
       words.fail(

@@ -129,7 +129,7 @@ std::vector<PortRef> takePorts( const Session& session, Words& words )
 
 U16 takeVlanId( Words& words )
 {
-   return static_cast<U16>( words.number( "a VLAN id", 1, 4094 ) );
+   return static_cast<U16>( words.number( "a VLAN id", 1, 4094, "VLAN" ) );
 }
 
 U16 takeVlan( const Session& session, Words& words )
@@ -155,7 +155,7 @@ EthAddr takeStationMac( Words& words, std::string_view what )
 
 std::string takeTunnel( const Session& session, Words& words )
 {
-   const std::string& name = words.take( "a tunnel's name" ).text;
+   const std::string& name = words.take( "a tunnel's name", "TUNNEL" ).text;
    const auto& tunnels = session.packets().tables().tunnels;
    std::vector<std::string_view> names;
    for( const auto& [ known, tunnel ] : tunnels )

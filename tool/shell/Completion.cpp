@@ -7,18 +7,24 @@
 #include "sim/sdk/SdkCodes.h"
 #include "tool/Session.h"
 #include "tool/packet/PacketWords.h"
+#include "tool/shell/Guide.h"
 #include "tool/view/EntryView.h"
 #include "tool/words/Command.h"
+#include "tool/words/Filter.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <functional>
 #include <set>
+#include <system_error>
 
 namespace Strata::Tool {
 
 namespace {
 
 using Candidates = std::set<std::string>;
+
+constexpr char quote = '"';
 
 template<class Range>
 void addAll( Candidates& candidates, const Range& names )
@@ -31,6 +37,12 @@ void addInterfaces( const Session& session, Candidates& candidates )
 {
    for( const auto& status : session.agent().hardware().ethIntfStatusDir()->intfStatus() )
       candidates.insert( status.key.toString() );
+}
+
+void addLags( const Session& session, Candidates& candidates )
+{
+   for( const auto& lag : session.agent().hardware().scsd()->lagMembers() )
+      candidates.insert( lag.key.toString() );
 }
 
 void addObjects( const Session& session, Candidates& candidates )
@@ -63,11 +75,55 @@ void addOperations( const Session& session, Candidates& candidates )
       candidates.emplace( operation->name() );
 }
 
-void addEntries( const Session& session, Candidates& candidates )
+/// Offsets' names and ranges; within quotes the names that entries are claimed under.
+void addEntries( const Session& session, std::string_view word, Candidates& candidates )
 {
+   const Sim::SimSwitch& hardware = session.agent().hardware();
+   if( word.starts_with( quote ) ) {
+      for( const auto& [ unit, chip ] : hardware.chips() )
+         for( const Sim::FieldGroup& group : chip.groups() )
+            for( const auto& [ id, entry ] : group.entries() )
+               candidates.insert( quote + entry.name + quote );
+      return;
+   }
    addAll( candidates, entryOffsetNames() );
-   for( const auto& manager : session.agent().hardware().tcamManagers() )
+   for( const auto& manager : hardware.tcamManagers() )
       candidates.insert( manager->profile().name );
+}
+
+void addVlans( const Session& session, Candidates& candidates )
+{
+   for( const auto& [ unit, chip ] : session.agent().hardware().chips() )
+      for( const auto& [ id, vlan ] : chip.vlans() )
+         candidates.insert( std::to_string( id ) );
+}
+
+void addTunnels( const Session& session, Candidates& candidates )
+{
+   for( const auto& [ name, tunnel ] : session.packets().tables().tunnels )
+      candidates.insert( name );
+}
+
+/// Files and folders; names that a line must quote are quoted.
+void addFiles( std::string_view word, Candidates& candidates )
+{
+   namespace fs = std::filesystem;
+   const bool quoted = word.starts_with( quote );
+   const std::string_view path = word.substr( quoted ? 1 : 0 );
+   const std::string folder( path.substr( 0, path.rfind( '/' ) + 1 ) );
+   const bool hidden = path.substr( folder.size() ).starts_with( '.' );
+   std::error_code problem;
+   for( fs::directory_iterator file( folder.empty() ? "." : folder, problem ), end;
+        !problem && file != end; file.increment( problem ) ) {
+      const std::string name = file->path().filename().string();
+      if( name.starts_with( '.' ) && !hidden )
+         continue;
+      const bool isFolder = file->is_directory( problem );
+      std::string whole = folder + name + ( isFolder ? "/" : "" );
+      if( quoted || whole.find_first_of( " \t#" ) != whole.npos )
+         whole = quote + whole + ( isFolder ? "" : std::string( 1, quote ) );
+      candidates.insert( whole );
+   }
 }
 
 struct Placeholder
@@ -83,6 +139,7 @@ const std::vector<Placeholder>& placeholders()
    using C = Candidates;
    static const std::vector<Placeholder> all{
       { "INTERFACE", []( S& s, W, C& c ) { addInterfaces( s, c ); } },
+      { "LAG", []( S& s, W, C& c ) { addLags( s, c ); } },
       { "PORT",
          []( S& s, W, C& c ) {
             addInterfaces( s, c );
@@ -91,7 +148,10 @@ const std::vector<Placeholder>& placeholders()
       { "OBJECT", []( S& s, W, C& c ) { addObjects( s, c ); } },
       { "PATH", addAttributes },
       { "OPERATION", []( S& s, W, C& c ) { addOperations( s, c ); } },
-      { "NAME", []( S& s, W, C& c ) { addEntries( s, c ); } },
+      { "NAME", addEntries },
+      { "VLAN", []( S& s, W, C& c ) { addVlans( s, c ); } },
+      { "TUNNEL", []( S& s, W, C& c ) { addTunnels( s, c ); } },
+      { "FILE", []( S&, W w, C& c ) { addFiles( w, c ); } },
       { "CALL", []( S&, W, C& c ) { addAll( c, Sim::Faults::callNames() ); } },
       { "CODE",
          []( S&, W, C& c ) {
@@ -113,39 +173,61 @@ const std::vector<Placeholder>& placeholders()
    return all;
 }
 
-/// The words that the command would accept behind its present words.
-Candidates offersOf( const Session& session, const Line& line )
+/// What a kind of word stands for; null for a keyword.
+const Placeholder* placeholder( std::string_view offer )
 {
-   Candidates offers;
-   Words words( line );
-   words.offersTo( offers );
-   try {
-      takeCommand( words ).act( session, words );
-   } catch( const InputError& ) {
-      // That the line is not finished.
-   }
-   return offers;
+   const auto found = std::ranges::find( placeholders(), offer, &Placeholder::name );
+   return found == placeholders().end() ? nullptr : &*found;
 }
 
-/// Replaces kinds of words by the words of that kind.
-void addOffers(
-   const Session& session, const Candidates& offers, std::string_view word, Candidates& candidates )
+/// Where the last word starts, which may have blanks within quotes.
+std::size_t lastWordAt( std::string_view line )
 {
-   for( const std::string& offer : offers ) {
-      const auto known = std::ranges::find( placeholders(), offer, &Placeholder::name );
-      if( known != placeholders().end() )
-         known->add( session, word, candidates );
-      else
-         candidates.insert( offer );
-   }
+   std::size_t start = 0;
+   bool inQuotes = false;
+   for( std::size_t at = 0; at < line.size(); ++at )
+      if( line[ at ] == quote )
+         inQuotes = !inQuotes;
+      else if( inQuotes && line[ at ] == '\\' )
+         ++at;
+      else if( !inQuotes && ( line[ at ] == ' ' || line[ at ] == '\t' ) )
+         start = at + 1;
+   return start;
 }
 
 } // namespace
 
 std::string_view lastWord( std::string_view line )
 {
-   const std::size_t blank = line.find_last_of( " \t" );
-   return blank == line.npos ? line : line.substr( blank + 1 );
+   return line.substr( lastWordAt( line ) );
+}
+
+bool isKeyword( std::string_view offer )
+{
+   return offer != Words::anyWord && !placeholder( offer );
+}
+
+Expected expectedBehind( const Session& session, Line line )
+{
+   line.typed = true;
+   Expected expected;
+   Words words( line );
+   words.offersTo( expected.offers );
+   try {
+      const Command& command = takeCommand( words );
+      expected.command = &command;
+      if( command.shows() ) {
+         if( const auto filters = cutFilters( line ) ) {
+            Words behind( *filters );
+            behind.offersTo( expected.offers );
+            takeFilters( behind );
+         }
+      }
+      command.act( session, words );
+   } catch( const InputError& ) {
+      // That the line is not finished.
+   }
+   return expected;
 }
 
 std::vector<std::string> completions( const Session& session, std::string_view line )
@@ -154,10 +236,14 @@ std::vector<std::string> completions( const Session& session, std::string_view l
    const std::string before( line.substr( 0, line.size() - word.size() ) );
    Candidates candidates;
    try {
-      const Line known = splitLine( {}, 1, before );
-      addOffers( session, offersOf( session, known ), word, candidates );
+      const Line known = expanded( session, splitLine( {}, 1, before ) );
+      for( const auto& [ offer, what ] : expectedBehind( session, known ).offers )
+         if( const Placeholder* const kind = placeholder( offer ) )
+            kind->add( session, word, candidates );
+         else if( isKeyword( offer ) )
+            candidates.insert( offer );
    } catch( const InputError& ) {
-      return {}; // within quotes
+      return {}; // it has an error already
    }
    std::vector<std::string> fitting;
    std::ranges::copy_if( candidates, std::back_inserter( fitting ),

@@ -1,5 +1,8 @@
-// The words that can be typed next: commands, and the words of their syntax, from the present state.
+// The words that can be typed next: commands, and the words of their syntax, from the present state. The parsers
+// themselves say what they would take.
 #pragma once
+
+#include "tool/words/Words.h"
 
 #include <string>
 #include <string_view>
@@ -7,12 +10,24 @@
 
 namespace Strata::Tool {
 
+struct Command;
 class Session;
 
-/// The last word of a line; empty behind a blank.
+/// The last word of a line, with its opening quote; empty behind a blank.
 std::string_view lastWord( std::string_view line );
 
-/// Whole words that can replace the last one of the line (an empty one if it ends with a blank), in order.
+/// Whole words that can replace the last one of the line, in order.
 std::vector<std::string> completions( const Session& session, std::string_view line );
+
+/// What can follow the words of a line.
+struct Expected
+{
+   Offers offers;
+   const Command* command = nullptr; // null before its name is complete
+};
+Expected expectedBehind( const Session& session, Line line );
+
+/// Whether an offer is a word to be typed, not a kind of words.
+bool isKeyword( std::string_view offer );
 
 } // namespace Strata::Tool

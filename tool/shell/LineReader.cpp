@@ -138,9 +138,9 @@ void list( const std::vector<std::string>& words, std::size_t width )
 class TerminalReader::Editor
 {
  public:
-   Editor( std::string prompt, Completer completer )
+   Editor( std::string prompt, LineGuide guide )
       : prompt_( std::move( prompt ) ),
-        completer_( std::move( completer ) )
+        guide_( std::move( guide ) )
    {
       std::setlocale( LC_CTYPE, "" ); // the input may be UTF-8
       edit_ = ::el_init( "strata-l3", stdin, stdout, stderr );
@@ -150,6 +150,7 @@ class TerminalReader::Editor
       ::el_set( edit_, EL_SIGNAL, 1 ); // Ctrl-Z, and changes of the window's size
       ::el_set( edit_, EL_HIST, ::history, history_.lines() );
       ::el_set( edit_, EL_ADDFN, "strata-complete", "complete the word", completeWord );
+      ::el_set( edit_, EL_ADDFN, "strata-explain", "show what can come next", explainNext );
       for( const auto& [ key, function ] : keys )
          ::el_set( edit_, EL_BIND, key, function, nullptr );
       ::el_source( edit_, nullptr ); // what the user's .editrc binds
@@ -180,8 +181,9 @@ class TerminalReader::Editor
 
  private:
    /// The library binds neither these keys of common terminals nor the search.
-   static constexpr std::array<std::array<const char*, 2>, 9> keys{ {
+   static constexpr std::array<std::array<const char*, 2>, 10> keys{ {
       { "^I", "strata-complete" },
+      { "?", "strata-explain" },
       { "^R", "em-inc-search-prev" },
       { "\\e[1~", "ed-move-to-beg" },
       { "\\e[4~", "ed-move-to-end" },
@@ -210,11 +212,13 @@ class TerminalReader::Editor
 
    static unsigned char completeWord( EditLine* edit, int ) { return of( edit ).complete(); }
 
+   static unsigned char explainNext( EditLine* edit, int /*key*/ ) { return of( edit ).explain(); }
+
    unsigned char complete()
    {
       if( isPasted() )
          return insert( " " );
-      const auto [ word, candidates ] = completer_( typed() );
+      const auto [ word, candidates ] = guide_.complete( typed() );
       if( candidates.empty() )
          return CC_ERROR;
       std::string more = commonStart( candidates ).substr( word.size() );
@@ -232,19 +236,32 @@ class TerminalReader::Editor
       return CC_REDISPLAY;
    }
 
+   unsigned char explain()
+   {
+      const std::string_view line = typed();
+      const bool inText = std::ranges::count( line, '"' ) % 2 == 1 || line.find( '#' ) != line.npos;
+      if( inText || isPasted() )
+         return insert( "?" );
+      std::cout << "?\n" << std::flush;
+      ::el_set( edit_, EL_PREP_TERM, 0 ); // a pager needs the terminal as it was
+      guide_.explain( line );
+      ::el_set( edit_, EL_PREP_TERM, 1 );
+      return CC_REDISPLAY;
+   }
+
    unsigned char insert( const char* text )
    {
       return ::el_insertstr( edit_, text ) == 0 ? CC_REFRESH : CC_ERROR;
    }
 
    std::string prompt_;
-   Completer completer_;
+   LineGuide guide_;
    HistoryFile history_;
    EditLine* edit_ = nullptr;
 };
 
-TerminalReader::TerminalReader( std::string prompt, Completer completer )
-   : editor_( std::make_unique<Editor>( std::move( prompt ), std::move( completer ) ) )
+TerminalReader::TerminalReader( std::string prompt, LineGuide guide )
+   : editor_( std::make_unique<Editor>( std::move( prompt ), std::move( guide ) ) )
 {}
 
 TerminalReader::~TerminalReader() = default;

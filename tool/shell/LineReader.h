@@ -37,15 +37,20 @@ struct Completion
    std::vector<std::string> candidates;
 };
 
-/// Asked about the line up to the cursor.
-using Completer = std::function<Completion( std::string_view line )>;
+/// What the reader asks about the line up to the cursor.
+struct LineGuide
+{
+   std::function<Completion( std::string_view line )> complete;
+   /// Shows what can come next.
+   std::function<void( std::string_view line )> explain;
+};
 
 /// From the terminal. Each line is in the history file, which sessions share, before it is returned. Ctrl-C discards
 /// the line that is typed. Tabs in pasted text are blanks. Requires: an InterruptWatch.
 class TerminalReader : public LineReader
 {
  public:
-   TerminalReader( std::string prompt, Completer completer );
+   TerminalReader( std::string prompt, LineGuide guide );
    ~TerminalReader() override;
 
    std::optional<std::string> next() override;

@@ -67,13 +67,29 @@ Table operationTable( const Vormel::EntityType& type )
    return table;
 }
 
+std::string withSyntax( const Command& command )
+{
+   std::string text( command.name );
+   return command.syntax.empty() ? text : text + ' ' + std::string( command.syntax );
+}
+
 Table commandTable( std::string_view start )
 {
    Table table( { { "Command" } } );
    for( const Command& command : commands() )
       if( command.name.starts_with( start ) )
-         table.row( { std::string( command.name ) + " " + std::string( command.syntax ) + "\n   " +
-                      std::string( command.summary ) } );
+         table.row( { withSyntax( command ) + "\n   " + std::string( command.summary ) } );
+   return table;
+}
+
+Table overviewTable()
+{
+   Table table( { { "Command" }, { "Summary", Align::left, true } } );
+   for( const Theme& theme : themes() ) {
+      table.section( std::string( theme.title ) );
+      for( const Command& command : theme.commands )
+         table.row( { std::string( command.name ), std::string( command.summary ) } );
+   }
    return table;
 }
 
@@ -120,12 +136,15 @@ static bool hasWord( std::string_view text, std::string_view word )
 
 Table helpTable( std::string_view start )
 {
-   Table table = commandTable( start );
+   Table table( { { "Command" } } );
    std::string syntax;
-   for( const Command& command : commands() )
-      if( command.name.starts_with( start ) )
-         syntax += std::string( command.syntax ) + ' ';
-   table.section( "Words" );
+   for( const Theme& theme : themes() )
+      for( const Command& command : theme.commands )
+         if( command.name.starts_with( start ) ) {
+            table.row( { withSyntax( command ) + "\n   " + std::string( command.summary ) } );
+            syntax += std::string( command.syntax ) + ' ';
+         }
+   table.section( "Words of their syntax" );
    for( const auto& [ name, meaning ] : syntaxWords )
       if( hasWord( syntax, name ) ) {
          syntax += meaning;

@@ -11,12 +11,19 @@
 
 namespace Strata::Tool {
 
+struct Command;
+
+/// A command's name and syntax.
+std::string withSyntax( const Command& command );
+
 /// The attributes of a type: number, name, type, default, meaning.
 Table attributeTable( const Vormel::EntityType& type );
 /// The commands whose names start with the given text.
 Table commandTable( std::string_view start );
 /// The same, with explanations of the words in capitals.
 Table helpTable( std::string_view start );
+/// All commands by theme, also those of the shell: name and summary, on one line each.
+Table overviewTable();
 Table operationTable( const Vormel::EntityType& type );
 
 /// The types of the objects that a scenario can name, with those names.

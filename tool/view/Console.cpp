@@ -1,6 +1,7 @@
 #include "tool/view/Console.h"
 
 #include "tool/Interrupt.h"
+#include "tool/view/Screen.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -123,10 +124,37 @@ bool Console::shows( Weight weight ) const
 {
    if( config_.quiet )
       return weight == Weight::asked;
-   return weight != Weight::echo || config_.echo;
+   return weight == Weight::echo    ? config_.echo
+          : weight == Weight::fatal ? !config_.errorsBeside
+                                    : true;
+}
+
+std::size_t Console::width() const
+{
+   return config_.screen ? screenSize().columns : Table::usualWidth;
+}
+
+void Console::writeScreen( const std::vector<Toned>& lines )
+{
+   if( folds_ ) {
+      for( const Toned& line : lines )
+         folding_.add( line );
+      return;
+   }
+   folding_.flush();
+   if( page_ )
+      page_->insert( page_->end(), lines.begin(), lines.end() );
+   else
+      write( out_, config_.colour, lines );
 }
 
 void Console::emit( Weight weight, const std::vector<Toned>& lines, const Json& json )
+{
+   emit( weight, lines, lines, json );
+}
+
+void Console::emit( Weight weight, const std::vector<Toned>& lines,
+   const std::vector<Toned>& screenLines, const Json& json )
 {
    reported_ = true;
    happened_ = false;
@@ -144,7 +172,7 @@ void Console::emit( Weight weight, const std::vector<Toned>& lines, const Json& 
       if( !config_.quiet || weight == Weight::asked )
          out_ << object << std::flush;
    } else if( shows( weight ) )
-      write( out_, config_.colour, lines );
+      writeScreen( screenLines );
    if( !transcript_.is_open() )
       return;
    if( config_.json )
@@ -165,20 +193,27 @@ void Console::command( const Line& line )
 
 void Console::note( std::string_view text, Weight weight )
 {
-   std::vector<Toned> lines;
-   if( !blank_ )
-      lines.push_back( { Tone::plain, "" } );
-   for( const std::string& part : wrapped( text, Table::lineWidth ) )
-      lines.push_back( { Tone::note, part } );
-   emit( weight, lines, [ & ] { return dump( { { "kind", "note" }, { "text", text } } ); } );
+   const auto linesOf = [ & ]( std::size_t width ) {
+      std::vector<Toned> lines;
+      if( !blank_ )
+         lines.push_back( { Tone::plain, "" } );
+      for( const std::string& part : wrapped( text, width ) )
+         lines.push_back( { Tone::note, part } );
+      return lines;
+   };
+   emit( weight, linesOf( Table::usualWidth ), linesOf( width() ), [ & ] {
+      return dump( { { "kind", "note" }, { "text", text } } );
+   } );
 }
 
 void Console::record( const Sim::Record& record )
 {
    if( !eventsShown_ && !config_.json && isEvent( record.kind ) )
       return;
-   emit( Weight::ordinary, { { toneOf( record ), "  " + record.line() } },
-      [ & ] { return record.json(); } );
+   const Weight weight = record.kind == Sim::RecordKind::fatal ? Weight::fatal : Weight::ordinary;
+   folds_ = config_.brief && isEvent( record.kind );
+   emit( weight, { { toneOf( record ), "  " + record.line() } }, [ & ] { return record.json(); } );
+   folds_ = false;
    happened_ = true;
 }
 
@@ -187,33 +222,65 @@ void Console::table( const std::string& title, const Table& table )
    Console::table( title, table, table.json() );
 }
 
-void Console::table( const std::string& title, const Table& table, const ordered_json& json )
+std::vector<Toned> Console::tableLines(
+   const std::string& title, const Table& table, std::size_t width )
 {
    using Role = Table::TextLine::Role;
-   std::vector<Toned> lines{ { Tone::title, title } };
+   std::vector<Toned> lines{ { Tone::title, title, Part::head } };
    if( table.empty() )
-      lines.push_back( { Tone::faint, "  none" } );
+      lines.push_back( { Tone::faint, "  none", Part::head } );
    else
-      for( const auto& [ role, text ] : table.lines() )
-         lines.push_back( { role == Role::heading   ? Tone::faint
-                            : role == Role::section ? Tone::title
-                                                    : Tone::plain,
-            text } );
-   lines.push_back( { Tone::plain, "" } );
-   show( title, std::move( lines ), json );
+      for( const auto& [ role, text, continues ] : table.lines( width ) ) {
+         if( role == Role::row )
+            lines.push_back( { Tone::plain, text, continues ? Part::continuation : Part::row } );
+         else if( role == Role::section )
+            lines.push_back( { Tone::title, text, Part::section } );
+         else
+            lines.push_back( { Tone::faint, text, Part::head } );
+      }
+   lines.push_back( { Tone::plain, "", Part::head } );
+   return lines;
+}
+
+void Console::table( const std::string& title, const Table& table, const ordered_json& json )
+{
+   show( title, tableLines( title, table, Table::usualWidth ), tableLines( title, table, width() ),
+      json );
+}
+
+void Console::report( const std::string& title, const Table& table )
+{
+   if( !eventsShown_ && !config_.json )
+      return;
+   std::vector<Toned> lines = tableLines( title, table, Table::usualWidth );
+   std::vector<Toned> screenLines = tableLines( title, table, width() );
+   for( std::vector<Toned>* const each : { &lines, &screenLines } ) {
+      each->insert( each->begin(), { Tone::plain, "" } );
+      each->pop_back(); // the blank line below
+   }
+   emit( Weight::ordinary, lines, screenLines, [ & ] {
+      return dump( { { "kind", "show" }, { "title", title }, { "rows", table.json() } } );
+   } );
+}
+
+void Console::hint( const std::string& title, const Table& table )
+{
+   showBegins( {} );
+   writeScreen( tableLines( title, table, width() ) );
+   showEnds();
 }
 
 void Console::document( const std::string& title, const ordered_json& json )
 {
    rowsAsJson_ = true;
-   show( title, {}, json );
+   show( title, {}, {}, json );
 }
 
 constexpr std::size_t numberWidth = 6;
 
 void Console::records( const std::string& title, const std::vector<const Sim::Record*>& records )
 {
-   std::vector<Toned> lines{ { Tone::title, title } };
+   std::vector<Toned> lines{ { Tone::title, title, Part::head } };
    auto rows = ordered_json::array();
    for( const Sim::Record* const record : records ) {
       const std::string number = std::to_string( record->number );
@@ -222,20 +289,23 @@ void Console::records( const std::string& title, const std::vector<const Sim::Re
             record->line() } );
       rows.push_back( ordered_json::parse( record->json() ) );
    }
-   show( title, std::move( lines ), rows );
+   show( title, lines, lines, rows );
 }
 
-void Console::show( const std::string& title, std::vector<Toned> lines, const ordered_json& rows )
+void Console::show( const std::string& title, std::vector<Toned> lines,
+   std::vector<Toned> screenLines, const ordered_json& rows )
 {
    if( rowsAsJson_ ) {
       lines.clear();
       std::istringstream text( dump( rows, 3 ) );
       for( std::string line; std::getline( text, line ); )
          lines.push_back( { Tone::plain, line } );
+      screenLines = lines;
    }
-   emit( Weight::asked, lines, [ & ] {
-      return dump( { { "kind", "show" }, { "title", title }, { "rows", rows } } );
-   } );
+   emit(
+      Weight::asked, filtered( std::move( lines ) ), filtered( std::move( screenLines ) ), [ & ] {
+         return dump( { { "kind", "show" }, { "title", title }, { "rows", rows } } );
+      } );
 }
 
 void Console::result( std::string_view operation, const std::string& value )
@@ -285,12 +355,21 @@ void Console::broken( const Line* line, const std::string& what )
    } );
 }
 
-void Console::died( const Line& line, const std::string& reason )
+void Console::died( const Line& line, const std::string& failure, const std::string& context )
 {
-   emit( Weight::asked, { { Tone::bad, "  DIED    " + placeText( line ) + ": " + reason } }, [ & ] {
-      return dump( { { "kind", "died" }, { "file", line.file }, { "line", line.number },
-         { "reason", reason } } );
-   } );
+   emit( Weight::asked,
+      { { Tone::bad,
+         "  DIED    " + placeText( line ) + ": " + ( context.empty() ? failure : context ) } },
+      [ & ] {
+         return dump( { { "kind", "died" }, { "file", line.file }, { "line", line.number },
+            { "reason", context.empty() ? failure : failure + "; " + context } } );
+      } );
+}
+
+void Console::diedError( const Line& line )
+{
+   if( config_.json || !config_.errorsBeside )
+      error( placeText( line ) + ": the agent died here unexpectedly" );
 }
 
 void Console::childError( const std::string& text )

@@ -5,30 +5,21 @@
 #include "platform/runtime/Enum.h"
 #include "platform/runtime/Types.h"
 #include "sim/switch/Transcript.h"
+#include "tool/view/Folding.h"
 #include "tool/view/Table.h"
+#include "tool/words/Filter.h"
 #include "tool/words/Words.h"
 
 #include <fstream>
 #include <functional>
 #include <iosfwd>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace Strata::Tool {
-
-/// The kind of a line of text, by which it is coloured.
-enum class Tone : U8
-{
-   plain,
-   heading, // a command
-   title,   // of a table or section
-   note,
-   good,
-   bad,
-   faint,
-};
 
 struct ConsoleConfig
 {
@@ -37,6 +28,25 @@ struct ConsoleConfig
    bool echo = true;   // also show commands; not needed on a terminal where they were typed
    bool colour = false;
    std::string transcriptFile; // empty for none
+   bool screen = false;        // the output is a terminal, and as wide as that
+   bool paged = false;         // what is shown and longer than the screen goes through a pager
+   bool errorsBeside = false;  // standard error is the same terminal or file
+   bool brief = false;         // on the terminal, repeated sequences of events are folded
+};
+
+class Console;
+
+/// Collects what a command shows, and shows it at the end of its lifetime.
+class Showing
+{
+ public:
+   Showing( Console& console, std::vector<Filter> filters );
+   ~Showing();
+   Showing( const Showing& ) = delete;
+   Showing& operator=( const Showing& ) = delete;
+
+ private:
+   Console& console_;
 };
 
 /// How a run of commands ended.
@@ -80,16 +90,27 @@ class Console
    /// Output that the scenario requested. JSON output has `json` instead of the table.
    void table( const std::string& title, const Table& table );
    void table( const std::string& title, const Table& table, const nlohmann::ordered_json& json );
+   /// The outcome of a command: left out where events are.
+   void report( const std::string& title, const Table& table );
    /// Output that is JSON in both forms.
    void document( const std::string& title, const nlohmann::ordered_json& json );
    void records( const std::string& title, const std::vector<const Sim::Record*>& records );
+   /// Between these two, output that was requested is filtered, and shown together.
+   void showBegins( std::vector<Filter> filters );
+   void showEnds();
+   /// The lines of the screen for the pager, instead of the terminal's own number; 0 for no pager.
+   void lengthIs( std::size_t lines ) { length_ = lines; }
+   /// Help with the line that is being typed; not in the transcript.
+   void hint( const std::string& title, const Table& table );
+   /// Shows what is held back of the events of a command.
+   void commandEnds() { folding_.flush(); }
    void result( std::string_view operation, const std::string& value );
    void held( const Line& line );
    void failed( const Line& line, const std::string& expected, const std::string& found );
    /// A convention of the hardware calls was broken, and the run continues; null at the end of the run.
    void broken( const Line* line, const std::string& what );
-   /// The agent ended unexpectedly.
-   void died( const Line& line, const std::string& reason );
+   /// The agent ended unexpectedly, at this failure, of which a fatal record may have told already.
+   void died( const Line& line, const std::string& failure, const std::string& context );
    /// The standard error of a child process.
    void childError( const std::string& text );
    /// The lines that a child process sent through its channel.
@@ -99,6 +120,8 @@ class Console
    void refused( const std::string& text );
    /// std::runtime_error if some output could not be written.
    void checkWritten();
+   /// Says on standard error where the agent died, unless died() can be read there.
+   void diedError( const Line& line );
    /// Writes to standard error, in both forms.
    void error( const std::string& text );
 
@@ -109,32 +132,41 @@ class Console
  private:
    enum class Weight : U8
    {
-      echo, // of what was typed
+      echo,  // of what was typed
+      fatal, // what standard error has, too
       ordinary,
       asked, // shown even when quiet
-   };
-   struct Toned
-   {
-      Tone tone;
-      std::string text;
    };
    using Json = std::function<std::string()>;
 
    void note( std::string_view text, Weight weight );
    bool shows( Weight weight ) const;
-   void show(
-      const std::string& title, std::vector<Toned> lines, const nlohmann::ordered_json& rows );
+   std::size_t width() const;
+   static std::vector<Toned> tableLines(
+      const std::string& title, const Table& table, std::size_t width );
+   std::vector<Toned> filtered( std::vector<Toned> lines ) const;
+   void show( const std::string& title, std::vector<Toned> lines, std::vector<Toned> screenLines,
+      const nlohmann::ordered_json& rows );
    void outcome( Weight weight, std::vector<Toned> lines, const Json& json );
 
    void emit( Weight weight, const std::vector<Toned>& lines, const Json& json );
+   /// With other lines for the terminal, which may be wider.
+   void emit( Weight weight, const std::vector<Toned>& lines, const std::vector<Toned>& screenLines,
+      const Json& json );
+   void writeScreen( const std::vector<Toned>& lines );
    static void write( std::ostream& stream, bool colour, const std::vector<Toned>& lines );
    void writeTranscript( const std::vector<Toned>& lines );
 
    std::ostream& out_;
    std::ostream& err_;
+   Folding folding_{ [ this ]( const Toned& line ) { write( out_, config_.colour, { line } ); } };
    ConsoleConfig config_;
    std::ofstream transcript_;
    ChildChannel* channel_ = nullptr;
+   std::vector<Filter> filters_;
+   std::optional<std::vector<Toned>> page_; // while output is collected
+   std::optional<std::size_t> length_;
+   bool folds_ = false; // the present lines
    bool rowsAsJson_ = false;
    bool eventsShown_ = true;
    bool reported_ = false; // something since the last heading

@@ -17,6 +17,15 @@ std::string padded( const std::string& text, std::size_t width, Align align )
    return align == Align::left ? text + blanks : blanks + text;
 }
 
+/// The whole words of a text that goes on, and a mark for the rest.
+std::string cutShort( std::string text, std::size_t width )
+{
+   constexpr std::string_view mark = " ...";
+   while( text.size() + mark.size() > width && text.find( ' ' ) != text.npos )
+      text.erase( text.rfind( ' ' ) );
+   return text + std::string( mark );
+}
+
 std::string jsonName( std::string title )
 {
    std::erase( title, ',' );
@@ -70,7 +79,7 @@ void Table::section( const std::string& title )
    sections_.push_back( title );
 }
 
-std::vector<std::size_t> Table::widths() const
+std::vector<std::size_t> Table::widths( std::size_t lineWidth ) const
 {
    std::vector<std::size_t> widths;
    std::size_t used = indent.size();
@@ -93,19 +102,24 @@ void Table::addRow( std::vector<TextLine>& lines, TextLine::Role role,
    for( std::size_t i = 0; i + 1 < cells.size(); ++i )
       text += padded( cells[ i ], widths[ i ], columns_[ i ].align ) + std::string( gap, ' ' );
    const std::string hanging( text.size(), ' ' );
-   for( const std::string& part : wrapped( cells.back(), widths.back() ) ) {
+   std::vector<std::string> parts = wrapped( cells.back(), widths.back() );
+   if( columns_.back().cut && parts.size() > 1 )
+      parts = { cutShort( parts.front(), widths.back() ) };
+   bool continues = false;
+   for( const std::string& part : parts ) {
       text += padded( part, widths.back(), columns_.back().align );
       text.erase( text.find_last_not_of( ' ' ) + 1 );
-      lines.push_back( { role, text } );
+      lines.push_back( { role, text, continues } );
       text = hanging;
+      continues = true;
    }
 }
 
-std::vector<Table::TextLine> Table::lines() const
+std::vector<Table::TextLine> Table::lines( std::size_t width ) const
 {
    using Role = TextLine::Role;
    std::vector<TextLine> lines;
-   const std::vector<std::size_t> columnWidths = widths();
+   const std::vector<std::size_t> columnWidths = widths( width );
    std::vector<std::string> titles;
    for( const Column& column : columns_ )
       titles.push_back( column.title );

@@ -1,5 +1,5 @@
-// Tables for a terminal of 80 columns: the last column has the remaining width and continues on further lines. The
-// same rows are available as JSON objects by column.
+// Tables that fit the terminal: the last column has the remaining width and continues on further lines. The same rows
+// are available as JSON objects by column.
 #pragma once
 
 #include "platform/runtime/Types.h"
@@ -22,12 +22,13 @@ struct Column
 {
    std::string title;
    Align align = Align::left;
+   bool cut = false; // the last column: it ends with the line instead
 };
 
 class Table
 {
  public:
-   static constexpr std::size_t lineWidth = 80;
+   static constexpr std::size_t usualWidth = 80;
 
    explicit Table( std::vector<Column> columns ) : columns_( std::move( columns ) ) {}
 
@@ -49,8 +50,10 @@ class Table
       };
       Role role;
       std::string text;
+      bool continues = false; // the row of the line before
    };
-   std::vector<TextLine> lines() const;
+   /// In lines of at most `width`.
+   std::vector<TextLine> lines( std::size_t width = usualWidth ) const;
 
    /// An array of objects; the section, if any, is the member "section".
    nlohmann::ordered_json json() const;
@@ -62,7 +65,7 @@ class Table
       std::vector<std::string> cells;
    };
 
-   std::vector<std::size_t> widths() const;
+   std::vector<std::size_t> widths( std::size_t lineWidth ) const;
    void addRow( std::vector<TextLine>& lines, TextLine::Role role,
       const std::vector<std::string>& cells, const std::vector<std::size_t>& widths ) const;
 

@@ -27,8 +27,8 @@ struct Command
    bool announced = true;   // its line is shown before it runs; otherwise its outcome shows it
    bool needsSwitch = true; // parse() is called only if there is a switch
 
-   /// Whether the line may end with --json.
-   bool takesJson() const { return name.starts_with( "show " ) || name == "explain"; }
+   /// Whether it only shows something: as rows, which can be JSON and be filtered.
+   bool shows() const { return name.starts_with( "show " ) || name == "explain" || name == "help"; }
 
    /// Parses the line to its end. InputError, also from the act, with the place of the error.
    Act act( const Session& session, Words& words ) const;
@@ -41,11 +41,23 @@ Act parseNone( const Session&, Words& )
    return act;
 }
 
-/// All commands, in the order in which documentation shows them.
+/// All commands of scenarios, in the order in which documentation shows them.
 const std::vector<Command>& commands();
 
-/// Takes a command's name. InputError, with the nearest name, if there is no such command.
+/// The commands by theme. The last theme is the shell's, which scenarios do not have.
+struct Theme
+{
+   std::string_view title;
+   std::vector<Command> commands;
+};
+const std::vector<Theme>& themes();
+
+/// Takes a command's name; one of the shell's in a line that was typed. InputError, with the nearest name, if there is no
+/// such command.
 const Command& takeCommand( Words& words );
+
+/// Takes the words of a name, or of its start, to the end of the line. InputError if no command has them.
+std::string takeNameStart( Words& words );
 
 // The themes.
 std::vector<Command> switchCommands();
@@ -62,5 +74,6 @@ std::vector<Command> tableCommands();
 std::vector<Command> routeCommands();
 std::vector<Command> showTableCommands();
 std::vector<Command> packetCommands();
+std::vector<Command> shellCommands();
 
 } // namespace Strata::Tool

@@ -187,10 +187,13 @@ const Word* Words::peek( std::size_t ahead ) const
    return next_ + ahead < line_.words.size() ? &line_.words[ next_ + ahead ] : nullptr;
 }
 
-void Words::offer( std::string_view word )
+void Words::offer( std::string_view word, std::string_view what )
 {
-   if( offers_ && atEnd() )
-      offers_->emplace( word );
+   if( !offers_ || !atEnd() )
+      return;
+   std::string& known = ( *offers_ )[ std::string( word ) ];
+   if( known.empty() )
+      known = what;
 }
 
 void Words::offerAlternatives( std::string_view expected )
@@ -211,8 +214,12 @@ void Words::offerAlternatives( std::string_view expected )
 
 const Word& Words::take( std::string_view what, std::string_view kind )
 {
-   if( !kind.empty() )
-      offer( kind );
+   offer( kind.empty() ? anyWord : kind, what );
+   return next( what );
+}
+
+const Word& Words::next( std::string_view what )
+{
    if( atEnd() )
       failAtEnd( "expected " + std::string( what ) + syntaxText() );
    tried_.clear();
@@ -262,7 +269,7 @@ void Words::expect( std::string_view keyword )
    if( accept( keyword ) )
       return;
    const std::vector<std::string> tried = tried_;
-   const Word& word = take( "'" + std::string( keyword ) + "'" );
+   const Word& word = next( "'" + std::string( keyword ) + "'" );
    const std::string hint = remedy( word, alternatives( tried, {} ) );
    fail( "'" + std::string( keyword ) + "' is expected here" +
          ( hint.empty() ? syntaxText() : hint ) );
@@ -271,16 +278,16 @@ void Words::expect( std::string_view keyword )
 std::string_view Words::choose( std::string_view what, std::span<const std::string_view> choices )
 {
    for( const std::string_view choice : choices )
-      offer( choice );
-   const Word* const next = peek();
-   if( next && std::ranges::find( choices, next->text ) == choices.end() ) {
+      offer( choice, what );
+   const Word* const wrong = peek();
+   if( wrong && std::ranges::find( choices, wrong->text ) == choices.end() ) {
       const std::vector<std::string_view> all = alternatives( tried_, choices );
-      const std::string hint = remedy( *next, all );
-      failAt( *next, "'" + next->text + "' is not " + std::string( what ) +
-                        ( hint.empty() ? "; choose one of " + joined( all ) : hint ) );
+      const std::string hint = remedy( *wrong, all );
+      failAt( *wrong, "'" + wrong->text + "' is not " + std::string( what ) +
+                         ( hint.empty() ? "; choose one of " + joined( all ) : hint ) );
    }
    const Word& word =
-      take( std::string( what ) + ( choices.size() == 1 ? "" : ", one of " + joined( choices ) ) );
+      next( std::string( what ) + ( choices.size() == 1 ? "" : ", one of " + joined( choices ) ) );
    return *std::ranges::find( choices, word.text );
 }
 
@@ -301,9 +308,9 @@ void Words::excludes( const Taken& taken, std::initializer_list<std::string_view
                "'; leave one of them out" );
 }
 
-U64 Words::number( std::string_view what, U64 least, U64 most )
+U64 Words::number( std::string_view what, U64 least, U64 most, std::string_view kind )
 {
-   const Word& word = take( what );
+   const Word& word = take( what, kind );
    const auto parsed = Vormel::ValueTraits<U64>::from( Vormel::Value( word.text ) );
    if( !parsed || *parsed < least || *parsed > most )
       fail( "'" + word.text + "' is not " + std::string( what ) + " from " +

@@ -12,6 +12,7 @@
 
 #include <functional>
 #include <initializer_list>
+#include <map>
 #include <memory>
 #include <set>
 #include <span>
@@ -45,6 +46,7 @@ struct Line
    std::string text;
    std::vector<Word> words;
    std::shared_ptr<const Inclusion> inclusion{}; // of the file; null if none includes it
+   bool typed = false; // in the shell, which has commands of its own
 };
 
 class InputError : public std::runtime_error
@@ -82,9 +84,16 @@ std::string didYouMean( std::string_view wrong, std::span<const std::string_view
 /// "a, b, c"
 std::string joined( std::span<const std::string_view> names );
 
+/// Words that can come next, and what they are, as far as the parser says: keywords, and kinds of words in capitals as
+/// in the syntax of commands.
+using Offers = std::map<std::string, std::string, std::less<>>;
+
 class Words
 {
  public:
+   /// Offered for a word of no special kind.
+   static constexpr std::string_view anyWord = "WORD";
+
    explicit Words( const Line& line ) : line_( line ) {}
 
    const Line& line() const { return line_; }
@@ -99,11 +108,10 @@ class Words
 
    /// Takes the next word. At the end of the line the error names `what` as missing, and `kind` is offered.
    const Word& take( std::string_view what, std::string_view kind = {} );
-   /// From now on the words that could follow the last word are passed to `offers`: keywords, and kinds of words in
-   /// capitals as in the syntax of commands. The line then counts as unfinished.
-   void offersTo( std::set<std::string>& offers ) { offers_ = &offers; }
+   /// From now on the words that could follow the last word are passed to `offers`. The line then counts as unfinished.
+   void offersTo( Offers& offers ) { offers_ = &offers; }
    /// Offers a word that could be at the cursor.
-   void offer( std::string_view word );
+   void offer( std::string_view word, std::string_view what = {} );
    /// Offers the words of a text such as "bridged or routed"; none for a text such as "a number".
    void offerAlternatives( std::string_view expected );
 
@@ -123,7 +131,7 @@ class Words
    void excludes( const Taken& taken, std::initializer_list<std::string_view> others ) const;
 
    /// Takes a number in this range. The error says what it is: "'ten' is not a VLAN id from 1 to 4094".
-   U64 number( std::string_view what, U64 least, U64 most );
+   U64 number( std::string_view what, U64 least, U64 most, std::string_view kind = {} );
    /// Takes a text that records or frames are searched for. An empty one, which fits all of them, is refused.
    const std::string& text( std::string_view what );
    /// Takes a name that the user gives to something. InputError if it is empty, or a word that follows the name.
@@ -131,10 +139,10 @@ class Words
 
    /// Takes a word that must be the text of a T.
    template<class T>
-   T value( std::string_view what )
+   T value( std::string_view what, std::string_view kind = {} )
    {
       offerAlternatives( Vormel::ValueTraits<T>::expected() );
-      const Word& word = take( what );
+      const Word& word = take( what, kind );
       const auto parsed = Vormel::ValueTraits<T>::from( Vormel::Value( word.text ) );
       if( !parsed )
          fail( "'" + word.text + "' is not " + Vormel::ValueTraits<T>::expected() );
@@ -180,13 +188,14 @@ class Words
    bool atEnd() const { return next_ == line_.words.size(); }
    /// "; the syntax is '...'"
    std::string syntaxText() const;
+   const Word& next( std::string_view what );
 
    const Line& line_;
    std::size_t next_ = 0;
    std::string syntax_;
    bool textTaken_ = false;         // by the word taken last
    std::vector<std::string> tried_; // keywords that the next word is not
-   std::set<std::string>* offers_ = nullptr;
+   Offers* offers_ = nullptr;
 };
 
 } // namespace Strata::Tool
