@@ -46,7 +46,7 @@ struct Line
    std::string text;
    std::vector<Word> words;
    std::shared_ptr<const Inclusion> inclusion{}; // of the file; null if none includes it
-   bool typed = false; // in the shell, which has commands of its own
+   bool typed = false;                           // in the shell, which has commands of its own
 };
 
 class InputError : public std::runtime_error
