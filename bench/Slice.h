@@ -36,9 +36,9 @@ class Slice
 
    /// Makes it routed when it is bridged, and bridged when it is routed.
    void turn( U32 index );
-   /// Takes its port, or gives it back.
+   /// Removes its port, or adds it again.
    void replug( U32 index );
-   /// Puts it into a LAG, or takes it out.
+   /// Adds it to a LAG, or removes it.
    void regroup( U32 index );
 
  private:

@@ -23,7 +23,7 @@ void run( Examiner& examiner, const char* name, Check check )
    }
 }
 
-/// What did not answer, and why, `run` has told.
+/// `run` has reported the call that did not return, and the reason.
 template<class Question>
 std::vector<std::string> answersTo( Examiner& examiner, const char* name, Question question )
 {

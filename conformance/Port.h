@@ -48,7 +48,7 @@ struct InstalledEntry
    U32 qualifiers = 0;
    U32 actions = 0;
    bool enabled = false;
-   // Empty if the port does not know them.
+   // Empty if the port does not report them.
    std::optional<PortBitmap> inPorts{};     // the arrival ports that match its port sets
    std::optional<PortBitmap> actionPorts{}; // of its action with a port bitmap
 };

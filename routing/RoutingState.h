@@ -1,4 +1,4 @@
-// The kinds of routing that a VLAN does, and the kinds of router MAC that entries serve.
+// The kinds of routing of a VLAN, and the kinds of router MAC that have entries.
 #pragma once
 
 #include "platform/runtime/Enum.h"

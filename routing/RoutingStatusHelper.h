@@ -104,8 +104,8 @@ class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
 
    // Loopback and recirculation entries (LoopbackEntries.cpp)
 
-   /// Packets that return from the loopback port are forwarded in their VLAN; the entries exist while useLb is true. Records
-   /// tcamEntryLbRecircL2Uc and tcamEntryLbRecirc.
+   /// Packets that return from the loopback port are forwarded in their VLAN; the entries exist while useLb is true.
+   /// Records tcamEntryLbRecircL2Uc and tcamEntryLbRecirc.
    void handleTcamEntryLb();
    /// Second passes into and out of tunnels, on chips that need them. Records tcamEntryL3RecircAfterDecap and
    /// tcamEntryL3RecircForEncap.
@@ -125,7 +125,8 @@ class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
    /// tcamEntryMplsPkt and tcamEntryMplsActionDrop.
    void handleTcamEntryMplsTrafficDrop( bool create );
 
-   /// Turns MPLS routing on or off: the action of the entry above, and the LSP ping entry. Publishes mplsRoutingEnabled.
+   /// Turns MPLS routing on or off: the action of the entry above, and the LSP ping entry. Publishes
+   /// mplsRoutingEnabled.
    void handleMplsRouting( bool enable );
    /// LSP ping requests whose last label the previous hop has popped go to the CPU. Records vfpEntryPhpLspPing.
    void handleTcamEntryMplsPhpLspPing( bool create );
@@ -176,7 +177,7 @@ class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
    /// Fails an assertion if the indexes or the hardware do not match the MLAG state.
    void verifyPeerMacRoutingStatus();
 
-   // Entries of a router MAC (L2OnlyTrap.cpp, VxlanEntries.cpp, ArpEntries.cpp)
+   // Entries of a router MAC (L2OnlyTrapEntries.cpp, VxlanEntries.cpp, ArpEntries.cpp)
 
    /// Packets to routerMacAddr that are not routed go to the CPU. Does nothing while all entries have that MAC in
    /// hardware (tcamEntryRouterMac), and withdraws all entries if the MAC is zero. After one of the operations below
@@ -197,14 +198,14 @@ class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
    /// Unicast ARP requests to routerMacAddr are dropped. Records tcamEntryArpReqUnicast.
    void handleTcamEntryArpReqUnicastDrop();
 
-   // ARP for the MLAG peer (PeerMacArpRedirect.cpp)
+   // ARP for the MLAG peer (PeerMacArpRedirectEntries.cpp)
 
    /// ARP packets to `mac` that arrive on any port outside the peer link leave on the peer link: on its port, or on
    /// the first member of the LAG that has a port. Without such a port, or without `enable`, the entry is removed.
    /// Does nothing if the result is unchanged. Records peerMacArpRedirect.
    void handlePeerMacArpRedirect( const EthAddr& mac, IntfId peerLink, bool enable );
 
-   // uRPF (Urpf.cpp)
+   // uRPF (UrpfEntries.cpp)
 
    /// The manager of the uRPF entries for the configured width; null when none is assigned.
    Ref<StrataBoundedTcamEntryManager> getUrpfTcamEntryManager();
@@ -217,7 +218,7 @@ class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
    /// Ends the agent: uRPF per interface is handled in another part of it, so this is never called.
    void handleUrpf( IntfId intf, U32 vrf, UrpfStatus oldStatus, UrpfStatus newStatus );
 
-   // Unknown-MAC drop (UnknownMacDrop.cpp)
+   // Unknown-MAC drop (UnknownMacDropEntries.cpp)
 
    /// Makes the pair of drop entries of a traffic class (0 to 7), or removes it. Making a pair that exists
    /// ends the agent; removing one that does not exist has no effect. Records tcamEntryVlanFloodDrop.
@@ -231,7 +232,7 @@ class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
    /// Sets the class's counter to 0.
    void resetUnknownMacDropCounters( U16 tc );
 
-   // Feature controls (FeatureControls.cpp)
+   // Feature controls (GlobalRouting.cpp)
 
    /// Turns the use of two hash functions for a table on or off, on every unit. `control` is HashL2Dual or HashL3Dual.
    void programDualHash( SwitchControl control, bool on );
@@ -259,8 +260,8 @@ class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
    bool routedIntf( IntfId intf );
    /// Whether the interface is a member of a LAG that is routed.
    bool routedLagMember( IntfId intf );
-   /// Takes the port of an Ethernet interface, or of each LAG member, out of the bitmap if the interface is routed,
-   /// and puts it back otherwise; then writes the bitmap into the entries once. Publishes routedPortsAndRoutedLagMember and
+   /// Takes the port of an Ethernet interface, or of each LAG member, out of the bitmap if the interface is routed, and
+   /// puts it back otherwise; then writes the bitmap into the entries once. Publishes routedPortsAndRoutedLagMember and
    /// reprogramVlanFloodRequired.
    void updateVlanFloodIgnoreIntf( IntfId intf );
    /// A port that goes down, or changes its speed, leaves the bitmap until it is active again. The port of an

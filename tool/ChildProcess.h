@@ -13,7 +13,7 @@
 
 namespace Strata::Tool {
 
-/// How a child says that it broke a convention.
+/// The first character of a child's message that it broke a convention.
 constexpr char brokenForm = 'B';
 
 struct ChildEnd

@@ -81,7 +81,7 @@ void Session::run( const Line& line )
 void Session::agentIs( AgentConfig config )
 {
    config.listener = [ this ]( const Sim::Record& record ) { console_.record( record ); };
-   check( config ); // the old one stays when there is no new one
+   check( config ); // first, so that the old switch is kept if the new one is refused
    const std::string asked = config.hardware.profile;
    config.hardware = played( std::move( config.hardware ) );
    agentDel(); // first, because there is one shim per process
@@ -167,7 +167,7 @@ AttributePath Session::takeAttribute( Words& words ) const
    path.attribute = attributeNamed(
       words, *path.object, dot == std::string::npos ? name : name.substr( dot + 1 ) );
    if( path.key )
-      path.attribute->convertedKey( *path.key ); // AccessError for what is none
+      path.attribute->convertedKey( *path.key ); // AccessError for a text that is not a key
    return path;
 }
 

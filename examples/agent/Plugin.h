@@ -1,4 +1,4 @@
-// How the agent and its plugins know each other: one C function, so that neither needs the other's headers.
+// The interface of the agent and its plugins: one C function, so that neither needs the other's headers.
 #pragma once
 
 /// The agent's log.

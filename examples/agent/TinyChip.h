@@ -1,5 +1,5 @@
-// The smallest chip that keeps what the slice relies on: it remembers what it is told, and forwards nothing. The
-// shim and the manager of its entries work on one table.
+// The smallest chip that keeps the promises that the slice relies on: it stores what is written, and forwards nothing.
+// The shim and the manager of its entries work on one table.
 #pragma once
 
 #include "platform/sdk/UnavailableShim.h"
@@ -69,7 +69,7 @@ class Shim final : public UnavailableShim
    int featureNotAvailableCode() const override { return notAvailable; }
    std::string errorText( int code ) const override { return "error " + std::to_string( code ); }
 
-   // This SDK numbers things as the slice does.
+   // This SDK's numbers are those of the slice's enumerations.
    int fieldAction( FieldAction role ) const override { return static_cast<int>( role ); }
    int fieldIpType( FieldIpType role ) const override { return static_cast<int>( role ); }
    U32 packetResult( PacketResult role ) const override { return static_cast<U32>( role ); }

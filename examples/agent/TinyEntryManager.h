@@ -27,7 +27,7 @@ class Log
    Say say_ = nullptr;
 };
 
-/// Says each operation before another shim makes it.
+/// Logs each operation, then calls it on another shim.
 class TellingShim final : public ForwardingShim
 {
  public:

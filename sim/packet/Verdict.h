@@ -112,7 +112,7 @@ struct EntryNote
    U32 bits = 0;     // that those that fitted compare
    // The first qualifier that failed; none if the entry is only disabled.
    std::optional<FieldQualifier> wanted;
-   std::string had; // "64"
+   std::string had; // the packet's value: "64"
    std::string why; // "VLAN 10 has no SVI", where there are words for it
    Cause cause;
    Cause enableCause; // of what enabled or disabled it since

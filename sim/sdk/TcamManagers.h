@@ -1,4 +1,4 @@
-// The agent's entry managers over simulated chips: each serves one range of every unit's Field
+// The agent's entry managers over simulated chips: each owns one range of every unit's Field
 // Processor.
 #pragma once
 

@@ -1,4 +1,5 @@
-// The kit names each promise that a port breaks: one fault at a time, in front of a simulated chip that is right.
+// The kit names each promise that a port breaks. A shim or manager with one fault is put before a simulated chip that
+// conforms.
 #include "platform/sdk/ForwardingShim.h"
 #include "tests/conformance/Examined.h"
 #include "tests/conformance/ForwardingManager.h"
@@ -14,7 +15,7 @@
 
 namespace Strata::Conformance {
 
-/// What a faulty shim makes the kit say.
+/// The kit's report on a faulty shim.
 template<class Shim>
 static Report examineShim()
 {
@@ -24,7 +25,7 @@ static Report examineShim()
    return examine( it.port );
 }
 
-/// The same for a manager of the main range.
+/// The kit's report on a faulty manager of the main range.
 template<class Manager>
 static Report examineManager()
 {
@@ -110,14 +111,14 @@ SHIM_BREACH( removeAllEmpties, "bcm_field_action_remove_all",
 SHIM_BREACH( actionPortsReplace, "bcm_field_action_ports_add",
    int fieldActionPortsAdd( U32 unit, U32 entry, int action, const PortBitmap& ports ) override
    {
-      return next().fieldActionPortsAdd( unit, entry, action, all |= ports ); // those of the call before, too
+      return next().fieldActionPortsAdd( unit, entry, action, all |= ports ); // also the ports of earlier calls
    }
    PortBitmap all; )
 SHIM_BREACH( fieldLockPairs, "bcm_field_lock( unit 0 )", int fieldLock( U32 ) override { return 0; } )
 SHIM_BREACH( controlsAccepted, "L3EgressMode: bcm_switch_control_port_set",
    int switchControlPortSet( U32 unit, int, int control, int value ) override
    {
-      return next().switchControlPortSet( unit, 0, control, 1 - value ); // the CPU's instead of all ports
+      return next().switchControlPortSet( unit, 0, control, 1 - value ); // the CPU port's control instead of all ports'
    }
    int switchControlSet( U32 unit, int control, int value ) override
    {
@@ -133,7 +134,7 @@ SHIM_BREACH( lackIsUnavailable, "MplsLabelMissToCpu",
 SHIM_BREACH( portControlsAccepted, "bcm_port_control_set( unit 4",
    int portControlSet( U32 unit, int port, int control, int value ) override
    {
-      return next().portControlSet( unit, unit == 4 ? 3 : port, control, value ); // always the same port's
+      return next().portControlSet( unit, unit == 4 ? 3 : port, control, value ); // on unit 4 always for the same port
    } )
 SHIM_BREACH( vlanExistsAgrees, "vlanExists( unit 0, 4094 )",
    bool vlanExists( U32, U16 ) const override { return true; } )
@@ -175,7 +176,7 @@ SHIM_BREACH( memoryFieldsApart, "memoryFieldSet()",
       const EthAddr mac = next().memoryMacField( entry, field );
       return EthAddr( mac[ 5 ], mac[ 4 ], mac[ 3 ], mac[ 2 ], mac[ 1 ], mac[ 0 ] );
    } )
-// The mask is set after the address, so that a full entry does not show it.
+// The kit sets the mask after the address, so an entry with both does not show this fault.
 TEST( ShimBreach, memoryMacFieldsApart )
 {
    struct Faulty : ForwardingShim
@@ -195,7 +196,7 @@ SHIM_BREACH( myStationWritten, "soc_mem_read( unit 0",
    int memoryRead( U32 unit, int memory, int block, U32 index, MemoryEntry* entry ) override
    {
       const int code = next().memoryRead( unit, memory, block, index, entry );
-      entry->words[ 15 ] = ++parity; // of every access
+      entry->words[ 15 ] = ++parity; // differs at every access
       return code;
    }
    U32 parity = 0; )
@@ -207,7 +208,7 @@ MANAGER_BREACH( rangeStable, "supportsAclGroup()",
 MANAGER_BREACH( claimGivesTheId, "id 1001, \"conformance\"",
    U32 getEntry( U32 unit, U32 id, const std::string& name, const RequestKey& key ) override
    {
-      return next().getEntry( unit, id, name, key ) - next().baseEntryId() + 1; // its place, not its id
+      return next().getEntry( unit, id, name, key ) - next().baseEntryId() + 1; // the offset, not the id
    } )
 MANAGER_BREACH( reclaimGivesTheId, "id 1001, \"conformance\"",
    U32 getEntry( U32 unit, U32 id, const std::string& name, const RequestKey& key ) override
@@ -302,7 +303,7 @@ MANAGER_BREACH( enableSucceeds, "enableEntry, off",
 MANAGER_BREACH( hitsSurviveInstall, "installEntry",
    int installEntry( U32 unit, U32 id ) override
    {
-      forgotten[ { unit, id } ] = next().hitsForEntry( unit, id ); // a new entry of hardware counts from 0
+      forgotten[ { unit, id } ] = next().hitsForEntry( unit, id ); // the count starts at 0 with each installation
       return next().installEntry( unit, id );
    }
    U64 hitsForEntry( U32 unit, U32 id ) const override
@@ -340,7 +341,7 @@ MANAGER_BREACH( portSetsReplace, "addInPortsForEntry",
    std::map<std::pair<U32, U32>, PortBitmap> sets; )
 // clang-format on
 
-/// Refuses what a claim has already, as SDKs like to.
+/// Refuses a qualifier or action that the claim has already, as some SDKs do.
 struct RefusingShim : ForwardingShim
 {
    explicit RefusingShim( Sim::SimSwitch& itsHardware )
@@ -374,7 +375,7 @@ struct RefusingShim : ForwardingShim
    Sim::SimSwitch& hardware;
 };
 
-TEST( ShimBreach, WhatIsGivenTwiceMustReplace )
+TEST( ShimBreach, AQualifierOrActionGivenTwiceMustReplace )
 {
    Switch it;
    RefusingShim shim( it.hardware );
@@ -409,12 +410,12 @@ TEST( ShimBreach, RemovingTheActionsMayNotReachHardwareAtOnce )
    EXPECT_EQ( brokenPromises( report ).size(), 1u ) << report.text( false );
 }
 
-TEST( ShimBreach, ManyBrokenPromisesOfOneCauseNameIt )
+TEST( ShimBreach, ManyBrokenPromisesNameTheirCommonCause )
 {
    struct Faulty : ForwardingShim
    {
       using ForwardingShim::ForwardingShim;
-      // Does not find what the manager claimed.
+      // Returns the not-found code for every claim.
       int fieldActionAdd( U32, U32, int, U32, U32 ) override { return -7; }
    };
    const Report report = examineShim<Faulty>();
@@ -427,7 +428,7 @@ TEST( ShimBreach, ManyBrokenPromisesOfOneCauseNameIt )
                                          " of the other broken promises depend\n" ) );
 }
 
-TEST( ShimBreach, WhatCanBeWrittenMustBeReadable )
+TEST( ShimBreach, RegistersAndVlansThatCanBeWrittenMustBeReadable )
 {
    struct Faulty : ForwardingShim
    {
@@ -446,7 +447,7 @@ TEST( ShimBreach, WhatCanBeWrittenMustBeReadable )
          << finding.text();
 }
 
-TEST( ShimBreach, AQuestionThatThrowsIsAFindingAndNotTheEnd )
+TEST( ShimBreach, AQuestionThatThrowsIsAFindingAndTheRestIsExamined )
 {
    struct Faulty : ForwardingShim
    {

@@ -18,7 +18,7 @@ class EveryProfile : public testing::TestWithParam<std::string_view>
 {
 };
 
-TEST_P( EveryProfile, ConformsAndIsLeftAsItWas )
+TEST_P( EveryProfile, ConformsAndItsStateIsRestored )
 {
    Switch it{ std::string( GetParam() ) };
    Sim::Chip& chip = it.hardware.chip( 4 );
@@ -44,7 +44,7 @@ TEST_P( EveryProfile, ConformsAndIsLeftAsItWas )
    EXPECT_EQ( chip.control( SwitchControl::L3EgressMode ), 0 );
 }
 
-TEST_P( EveryProfile, IsExaminedWithoutMistakesWhereThoseAreNotWanted )
+TEST_P( EveryProfile, WithoutProvokeNoWrongCallIsMade )
 {
    Switch it{ std::string( GetParam() ) };
    it.port.provoke = false;
@@ -60,7 +60,7 @@ TEST_P( EveryProfile, IsExaminedWithoutMistakesWhereThoseAreNotWanted )
 
 INSTANTIATE_TEST_SUITE_P( Conformance, EveryProfile, everyProfile(), profileSuffix );
 
-TEST( ConformanceTest, TriesEveryPromiseThatTheProfilesHaveBetweenThem )
+TEST( ConformanceTest, EveryPromiseIsKeptByOneOfTwoProfiles )
 {
    constexpr auto promises = Vormel::enumValues<Promise>();
    std::set<Promise> untried( promises.begin(), promises.end() );
@@ -73,9 +73,9 @@ TEST( ConformanceTest, TriesEveryPromiseThatTheProfilesHaveBetweenThem )
    EXPECT_THAT( untried, IsEmpty() );
 }
 
-TEST( ConformanceTest, WithoutHooksReturnCodesAloneKeepNoPromise )
+TEST( ConformanceTest, WithoutHooksReturnCodesDoNotProvePromises )
 {
-   /// Accepts everything and does nothing of it.
+   /// Accepts every call and does nothing.
    struct Lazy : ForwardingManager
    {
       using ForwardingManager::ForwardingManager;
@@ -109,7 +109,7 @@ TEST( ConformanceTest, WithoutHooksReturnCodesAloneKeepNoPromise )
    EXPECT_EQ( report.verdict( Promise::installSucceeds ), Verdict::kept );
 }
 
-TEST( ConformanceTest, ARecordWithNothingForeignDoesNotShowThatItIsKept )
+TEST( ConformanceTest, ARecordWithoutForeignSettingsDoesNotProveThatTheyAreKept )
 {
    Switch it;
    for( const U32 unit : { 0u, 4u } ) {
@@ -124,7 +124,7 @@ TEST( ConformanceTest, ARecordWithNothingForeignDoesNotShowThatItIsKept )
       report.text(), HasSubstr( "(the record of VLAN 1 on unit 4 has nothing foreign)" ) );
 }
 
-TEST( ConformanceTest, SaysWhoBreaksWhatByWhichCall )
+TEST( ConformanceTest, AFindingNamesPromiseManagerAndCall )
 {
    struct Faulty : ForwardingManager
    {

@@ -1,4 +1,4 @@
-// What is examined here, and how a finding is looked for.
+// A simulated switch for the kit to examine, and checks of the kit's report.
 #pragma once
 
 #include "conformance/sim/SimPort.h"
@@ -43,7 +43,7 @@ inline std::set<std::string> brokenPromises( const Report& report )
    return names;
 }
 
-/// A finding names the promise, and the call within its text.
+/// Expects that the report names the promise as broken, by a call that contains this text.
 inline void expectBroken( const Report& report, const char* promise, const char* call )
 {
    EXPECT_TRUE( brokenPromises( report ).contains( promise ) ) << report.text( false );

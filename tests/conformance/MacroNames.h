@@ -1,10 +1,10 @@
-// An SDK's usual names as the macros that a vendor's headers make of them, but for the names of the tables, which
-// SdkMacros.inc has. Whatever uses one of them after this does not compile.
+// Macros with names that are usual in a vendor's headers. Code that uses one of the names after this does not compile.
+// A macro for each name of the tables is generated from SdkMacros.inc.
 #pragma once
 
 #define VENDOR this is a macro of the vendor
 
-// Short words that lists of rows like to use.
+// Short words that are usual as macros of rows.
 #define FIELD_ACTION VENDOR
 #define FIELD_IP_TYPE VENDOR
 #define PACKET_RESULT VENDOR

@@ -1,4 +1,5 @@
-// A port that is compiled after its SDK's headers: nothing that it includes may use a name of the SDK.
+// A shim and a manager that are compiled after an SDK's headers: the headers that they include may not use a name of
+// the SDK.
 #include "tests/conformance/MacroNames.h"
 
 #include "conformance/Port.h"
@@ -29,7 +30,7 @@
 
 namespace Strata {
 
-// Nor do the headers take away a macro of the SDK.
+// The headers do not undefine a macro of the SDK.
 #define TEXT( ... ) #__VA_ARGS__
 #define EXPANDED( ... ) TEXT( __VA_ARGS__ )
 static_assert(
@@ -39,13 +40,13 @@ static_assert(
    std::string_view( EXPANDED( bcmFieldActionDrop CPU_CONTROL_Mr VALIDf soc_mem_write ) ) ==
    EXPANDED( VENDOR VENDOR VENDOR VENDOR ) );
 
-// Beside an SDK the names of the operations are still texts.
+// Beside an SDK's macros, the names of the operations are still the texts of the tables.
 static_assert( roleName( SdkOperation::memoryWrite ) == "soc_mem_write" );
 static_assert( roleName( Memory::MyStationTcam ) == "MY_STATION_TCAMm" );
 
 namespace {
 
-/// Operations of its own; everything else as the base has it, whose header is compiled here too.
+/// Overrides every operation, as an agent's shim does.
 class Shim final : public ForwardingShim
 {
  public:

@@ -1,4 +1,5 @@
-// Faults of a port beside its shim and managers: what is missing, other objects than the slice's, tables and clocks.
+// Faults of a port outside its shim and managers: missing objects, objects other than those that the slice gets, tables
+// and clocks.
 #include "platform/runtime/Clock.h"
 #include "platform/sdk/ForwardingShim.h"
 #include "sim/switch/SimPortSwTable.h"
@@ -11,7 +12,7 @@
 
 namespace Strata::Conformance {
 
-TEST( PortBreach, WhatIsMissingIsAFinding )
+TEST( PortBreach, AMissingObjectIsAFinding )
 {
    Switch it;
    expectBroken( examine( Port() ), "oneShim", "the port's scsd" );

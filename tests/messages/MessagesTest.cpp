@@ -14,7 +14,7 @@
 namespace Strata {
 namespace {
 
-TEST( MessagesTest, AllSixExistOnceTheLibraryIsLoadedInTheirOrder )
+TEST( MessagesTest, TheLibraryDeclaresAllSixInTheirOrder )
 {
    std::string all;
    for( const Vormel::SyslogHandle* handle : Vormel::syslogHandles() )
@@ -29,7 +29,7 @@ TEST( MessagesTest, AllSixExistOnceTheLibraryIsLoadedInTheirOrder )
       "6 STRATA_RESERVED_HOST_TABLE_EXCEEDED\n"
       "3 HARDWARE_UNKNOWN_MAC_DROP_FEATURE_UNSUPPORTED\n"
       "4 UNKNOWN_UCAST_PACKET_RECEIVED" );
-   // One object of the library, so an agent can ask for it by address.
+   // One object in the library, so that an agent can compare its address.
    EXPECT_EQ( STRATA_CONFIG_CHANGE.recommendedAction(), &Vormel::NoActionRequired[ 0 ] );
 }
 

@@ -1,4 +1,4 @@
-// What each control, register field, flag and property of a chip decides about a packet: sent with it on, and
+// The effect of each control, register field, flag and property of a chip on a packet, which is sent with it on and
 // with it off.
 #include "sim/packet/Controls.h"
 #include "sim/chip/RegisterLayout.h"
@@ -96,7 +96,7 @@ const ControlRow controlRows[] = {
 
 #undef MULTICAST
 
-TEST_F( ControlsTest, EveryControlDecidesSomething )
+TEST_F( ControlsTest, EveryControlHasItsEffect )
 {
    std::set<SwitchControl> seen;
    for( const ControlRow& row : controlRows ) {
@@ -140,7 +140,7 @@ const FieldRow fieldRows[] = {
       "cpu:0" },
 };
 
-TEST_F( ControlsTest, EveryRegisterFieldDecidesSomething )
+TEST_F( ControlsTest, EveryRegisterFieldHasItsEffect )
 {
    std::set<RegisterField> seen;
    for( const FieldRow& row : fieldRows ) {
@@ -170,7 +170,7 @@ struct ChangeRow
 #define ROUTED "in Ethernet1 dmac router ipv4 dst 10.2.0.1"
 #define ROUTED6 "in Ethernet1 dmac router ipv6 dst 2001:db8:2::1"
 const ChangeRow changeRows[] = {
-   // Flags of VLANs, and who is a member.
+   // Flags and members of VLANs.
    { "poke vlan 10 vlanIp4RoutingOff set", ROUTED, "E4", "cpu:0" },
    { "poke vlan 10 vlanIp4RoutingOff set", ROUTED6, "E4", "E4" },
    { "poke vlan 10 vlanIp6RoutingOff set", ROUTED6, "E4", "cpu:0" },
@@ -207,7 +207,7 @@ const ChangeRow changeRows[] = {
       "mpls 100 swap 200 via Ethernet5 mac 00:00:00:00:05:05 vlan 20" },
    { "poke my-station 1 ARP_RARP_TERMINATION_ALLOWEDf 1",
       "in Ethernet1 dmac router arp request for 10.1.0.1", "none", "cpu:0" },
-   // From the CPU to the MLAG peer: not routed, although the peer's MAC is.
+   // Packets from the CPU to the MLAG peer's MAC are not routed, although all others are.
    { "call handlePeerMacRouting 02:00:a1:00:00:02 true",
       "in cpu vlan 10 dmac 02:00:a1:00:00:02 ipv4 dst 10.2.0.1", "E3", "E3",
       "set mlagHwStatus.peerMacRoutingSupported true\nmac 02:00:a1:00:00:02 vlan 10 Ethernet3" },
@@ -221,7 +221,7 @@ const ChangeRow changeRows[] = {
    { "stp Ethernet1 learning vlan 20", ROUTED, "E4", "E4" },
 };
 
-TEST_F( ControlsTest, PortsThatAreMappedBeforeTheBringUpComeToTheSameAsThoseAfterIt )
+TEST_F( ControlsTest, PortsMappedBeforeAndAfterTheBringUpBehaveAlike )
 {
    for( const std::string_view profile : Sim::chipProfileNames() )
       for( const char* const packet :
@@ -237,7 +237,7 @@ TEST_F( ControlsTest, PortsThatAreMappedBeforeTheBringUpComeToTheSameAsThoseAfte
 #undef ROUTED
 #undef ROUTED6
 
-TEST_F( ControlsTest, FlagsMembersStationsAndPortsDecide )
+TEST_F( ControlsTest, FlagsMembersStationsAndPortsHaveTheirEffect )
 {
    for( const ChangeRow& row : changeRows ) {
       SCOPED_TRACE( std::string( row.change ) + ": " + row.packet );

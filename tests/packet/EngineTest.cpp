@@ -1,4 +1,5 @@
-// What packets leave behind, and what explaining one does not.
+// The effects of sent packets: counters, learning, causes, LAGs, redirects and the rules of each protocol. Explaining a
+// packet has no effects.
 #include "tests/packet/PacketTest.h"
 
 #include <gmock/gmock.h>
@@ -15,7 +16,7 @@ using testing::Not;
 class EngineTest : public PacketTest
 {
  protected:
-   /// What is told of a packet, with one blank for all between words: tables break lines.
+   /// The explanation of a packet, with single blanks between words, because tables break lines.
    std::string told( const std::string& packet )
    {
       out.str( {} );
@@ -37,7 +38,7 @@ U64 hits( Sim::Chip& chip, const std::string& name )
    return 0;
 }
 
-TEST_F( EngineTest, PacketsCountAndTeachAndExplainingDoesNeither )
+TEST_F( EngineTest, SendingCountsAndLearnsAndExplainingDoesNeither )
 {
    bringUp( "hsdk" );
    const std::string trapped = "in Ethernet1 smac 02:00:00:00:00:0a dmac router ethertype 0x88b5";
@@ -72,7 +73,7 @@ TEST_F( EngineTest, RoutedPacketsAreRewrittenAndTagged )
    EXPECT_EQ( routed.departures().front()->frame.text(),
       "02:00:a1:00:00:20 -> 00:00:00:00:02:02 vlan 20 priority 6, IPv4 10.0.0.1 -> 10.2.0.1 ttl 8, "
       "UDP 40000 -> 53" );
-   // A bridged packet never leaves where it came in; a routed one may.
+   // A bridged packet never leaves through the port that it arrived on; a routed one may.
    EXPECT_EQ( outcome( send( "in Ethernet1 dmac router ipv4 dst 10.1.0.1" ) ), "E1" );
    const Sim::Verdict tunnelled = send( "in Ethernet1 dmac router ipv4 dst 10.9.0.1" );
    EXPECT_EQ( tunnelled.departures().front()->frame.text(),
@@ -93,7 +94,7 @@ packet in Ethernet5 smac 02:00:00:00:00:05 dmac ff:ff:ff:ff:ff:ff arp request)" 
    EXPECT_EQ( outcome( explain( "in Ethernet1 dmac 02:00:00:00:00:05 ipv4" ) ), "E5" );
    EXPECT_EQ( outcome( explain( "in Ethernet1 dmac 02:00:00:00:00:06 ipv4" ) ), "E5 E6" );
    EXPECT_EQ( outcome( explain( "in higig unit 1 vlan 10 dmac 02:00:00:00:00:05 ipv4" ) ), "E5" );
-   // By the SDK's numbers, whatever logical ones they have, and by an agent's wrong number as well.
+   // Ports are found by the SDK's numbers, also where an agent has given them a wrong logical number.
    run( "no interface Ethernet7\ninterface Ethernet9 unit 1 port 3 logical 1\nunit 1 port 2 down" );
    EXPECT_EQ( explain( "in port 3 unit 1 vlan 10 arp request" ).drop(),
       "Ethernet9 is not a member of VLAN 10" );
@@ -119,7 +120,7 @@ TEST_F( EngineTest, ExplanationsNameTheWinnerItsCauseAndTheNearMiss )
    release( "l2OnlyFennicCpuRx" );
    EXPECT_THAT( told( "-v in Ethernet1 dmac virtual-router arp request" ),
       HasSubstr( "misses: it needs InPorts 0, and the packet has port 1" ) );
-   // The nearest entry misses only by the address; a VLAN's properties are described in words.
+   // Of the nearest entry only the address does not match; a VLAN's properties are described in words.
    EXPECT_THAT( told( "in Ethernet1 dmac 02:00:00:00:00:05 ethertype 0x88b5" ),
       HasSubstr(
          "dmac=bridgeMac\" misses: it needs DstMac 02:00:a1:00:00:01, and the packet has" ) );
@@ -181,7 +182,7 @@ TEST_F( EngineTest, CausesAreInputsAndNotWhatTheSliceReports )
                                   HasSubstr( "IP4 of port 1 is 1" ) ) );
 }
 
-TEST_F( EngineTest, DropsAreCountedByReasonAndWhatIsForTheCpuIsNone )
+TEST_F( EngineTest, DropsAreCountedByReasonAndPacketsForTheCpuAreNotDrops )
 {
    bringUp( "hsdk" );
    EXPECT_EQ( outcome( send( "in Ethernet1 dmac router ipv4 dst 10.3.0.1" ) ), "cpu:0" );
@@ -189,7 +190,7 @@ TEST_F( EngineTest, DropsAreCountedByReasonAndWhatIsForTheCpuIsNone )
    EXPECT_EQ( explain( "in Ethernet1 dmac router ipv4 dst 10.3.0.1 ttl 1" ).drop(), "" );
    EXPECT_THAT( told( "in Ethernet1 dmac 01:80:c2:00:00:0e ethertype 0x88cc" ),
       AllOf( HasSubstr( "is only for the neighbour" ), Not( HasSubstr( "flood in VLAN" ) ) ) );
-   send( "in Ethernet1 dmac router ipv4 dst 10.99.0.1" ); // no route: the CPU's, too
+   send( "in Ethernet1 dmac router ipv4 dst 10.99.0.1" ); // without a route, also for the CPU
    EXPECT_TRUE( engine().counters().drops.empty() );
    send( "in Ethernet1 vlan 11 ipv4" );
    send( "in Ethernet1 vlan 12 ipv4" );
@@ -198,7 +199,7 @@ TEST_F( EngineTest, DropsAreCountedByReasonAndWhatIsForTheCpuIsNone )
    EXPECT_EQ( drops.last, "there is no VLAN 12" );
 }
 
-TEST_F( EngineTest, ALoopIsReportedLoudly )
+TEST_F( EngineTest, ALoopIsRefusedAndABreach )
 {
    bringUp( "register" );
    Sim::FieldGroup& main = *chip().group( "main" );
@@ -207,7 +208,7 @@ TEST_F( EngineTest, ALoopIsReportedLoudly )
    loopback.add( 258 );
    main.find( id )->claim.actionIs( { .role = FieldAction::RedirectPbmp, .ports = loopback } );
    main.install( id );
-   // A bridged packet does not leave where it came in; a packet to the router is routed.
+   // A bridged packet does not leave through the port that it arrived on; a packet to the router is routed.
    EXPECT_EQ( outcome( send( "in Ethernet1 dmac 00:00:00:00:77:77 ipv4" ) ), "none x2" );
    run( "route 10.8.0.0/16 via Ethernet4 mac 02:00:a1:00:00:01 vlan 20\n"
         "expect error \"the packet loops\" packet in Ethernet1 dmac router ipv4 dst 10.8.0.1" );
@@ -217,18 +218,18 @@ TEST_F( EngineTest, ALoopIsReportedLoudly )
    EXPECT_EQ( agent().hardware().transcript().count( Sim::RecordKind::breach ), 1u );
 }
 
-TEST_F( EngineTest, NoFloodUsesAPortThatTheAgentTookForRecirculation )
+TEST_F( EngineTest, NoFloodUsesARecirculationPort )
 {
    bringUp( "register" );
    run( "set recircStatus.recircPort[0] 6" );
    EXPECT_EQ( outcome( send( "in Ethernet4 dmac ff:ff:ff:ff:ff:ff arp request" ) ), "E5 cpu:0" );
-   // The CPU gets its copy as a member of the VLAN: with a tag.
+   // The CPU gets its copy with a tag, as a member of the VLAN.
    EXPECT_EQ( last().cpuCopies().front()->frame.headers().tag->vlanId, 20 );
    run( "l2mcast 60 Ethernet5 Ethernet6\nmac 01:00:5e:01:01:01 vlan 20 group 60" );
    EXPECT_EQ( outcome( send( "in Ethernet4 dmac 01:00:5e:01:01:01 ipv4" ) ), "E5" );
 }
 
-TEST_F( EngineTest, TheWayOutOfATunnelAndBackTakesTwoPassesEach )
+TEST_F( EngineTest, LeavingAndEnteringATunnelTakesTwoPassesEach )
 {
    bringUp( "register" );
    run( "route 10.11.0.0/16 via tunnel T mac 00:00:00:00:09:10 vlan 30" );
@@ -240,7 +241,7 @@ TEST_F( EngineTest, TheWayOutOfATunnelAndBackTakesTwoPassesEach )
    EXPECT_EQ( outcome( send( back ) ), "E8 x2" );
 }
 
-TEST_F( EngineTest, APortThatTheAgentTookTakesNoShareOfRoutedFloods )
+TEST_F( EngineTest, ARecirculationPortGetsNoRoutedFloods )
 {
    bringUp( "register with lbViaRecircOnly" );
    run( "set recircStatus.recircPort[0] 6" );
@@ -258,7 +259,7 @@ TEST_F( EngineTest, OneLiveMemberOfALagSends )
    EXPECT_EQ( outcome( send( "in Ethernet1" + broadcast ) ), "E3 cpu:0" );
    EXPECT_EQ( outcome( send( "in Ethernet2" + broadcast ) ), "E1 cpu:0" );
    EXPECT_EQ( outcome( send( "in Ethernet1" + station ) ), "E3" );
-   EXPECT_EQ( outcome( send( "in Ethernet2" + station ) ), "none" ); // it came in there
+   EXPECT_EQ( outcome( send( "in Ethernet2" + station ) ), "none" ); // it arrived on the LAG
    EXPECT_EQ( outcome( send( "in Ethernet1 dmac router ipv4 dst 10.5.0.1" ) ), "E5" );
    out.str( {} );
    explain( "in Ethernet4" + broadcast );
@@ -278,7 +279,7 @@ TEST_F( EngineTest, OneMemberOfALagSendsForRoutedMulticastAndTunnels )
       "call handleVlanRoutingState 10 ip4,ip6,mcast\n"
       "lag Port-Channel2 Ethernet6 Ethernet8\nvlan 100 svi members Ethernet6 Ethernet8\n"
       "tunnel T local 192.0.2.1 remote 192.0.2.2 via Port-Channel2 mac 00:00:00:00:08:08 vlan 100" );
-   // Back by the LAG that it came from: it is routed.
+   // A routed packet may leave through the LAG that it arrived on.
    EXPECT_EQ(
       outcome( send( "in Ethernet2 dmac 01:00:5e:01:01:01 ipv4 dst 239.1.1.1" ) ), "E1 E2 E4 E5" );
    EXPECT_EQ( outcome( send( "in Ethernet1 dmac router ipv4 dst 10.9.0.1" ) ), "E6" );
@@ -286,7 +287,7 @@ TEST_F( EngineTest, OneMemberOfALagSendsForRoutedMulticastAndTunnels )
    EXPECT_EQ( outcome( send( "in Ethernet1 dmac router ipv4 dst 10.9.0.1" ) ), "E8" );
 }
 
-TEST_F( EngineTest, ABlockedPortGivesControlsNothingToCopy )
+TEST_F( EngineTest, ControlsDoNotCopyPacketsOfABlockedPort )
 {
    bringUp( "register" );
    run( "stp Ethernet1 blocking\nmroute 239.1.1.1 vlan 20\n"
@@ -296,11 +297,11 @@ TEST_F( EngineTest, ABlockedPortGivesControlsNothingToCopy )
       EXPECT_EQ( outcome( send( std::string( "in Ethernet1 " ) + packet ) ), "none" ) << packet;
 }
 
-TEST_F( EngineTest, OfTwoRedirectsTheFirstStandsAndPolicyRoutingsBeforeAll )
+TEST_F( EngineTest, TheFirstOfTwoRedirectsAppliesAndPolicyRoutingPrecedesBoth )
 {
    bringUp( "hsdk" );
    run( "pbr flood to 10.2.0.0/16 via flood mac 00:00:00:00:04:04 vlan 20" );
-   // Policy routing is off, so its entry is disabled; the one for other floods would redirect again.
+   // Policy routing is off, so its entry is disabled. The entry of other floods may not redirect a second time.
    EXPECT_EQ( outcome( send( "in Ethernet1 dmac router ipv4 dst 10.2.0.1" ) ), "none" );
    EXPECT_EQ( hits( chip(), "vlan flood" ), 1u );
    EXPECT_THAT( last().drop(), HasSubstr( "\"vlan flood\" is refused: policy routing has" ) );
@@ -346,7 +347,7 @@ const Row linkRows[] = {
    { "in Ethernet7 vlan 30 vlan 7 dmac 00:00:00:00:09:09 ipv4", "none" },
    { TUNNEL "dmac 00:00:00:00:07:07 ipv4", "E7" },
    { TUNNEL "vlan 30 dmac 00:00:00:00:07:07 ipv4", "none" },
-   // Addresses that stay on their link.
+   // Addresses with the scope of a link.
    { "in Ethernet1 dmac 01:80:c2:00:00:00 ethertype 0x88b5", "none" },
    { "in Ethernet1 dmac 01:80:c2:00:00:0f ethertype 0x88b5", "none" },
    { "in Ethernet1 dmac 01:80:c2:00:00:10 ethertype 0x88b5", "E2 E3" },
@@ -360,7 +361,7 @@ const Row linkRows[] = {
    { "in Ethernet1 dmac router ipv6 src fe80::5 dst 2001:db8:1::9", "E2",
       "route 2001:db8:1::/48 via Ethernet2 mac 00:00:00:00:02:02 vlan 10" },
    { "in Ethernet1 dmac router ipv4 src 169.254.0.5 dst 10.2.0.1", "cpu:0" },
-   // A group sends nothing.
+   // A group address cannot be a source.
    { "in Ethernet1 smac 03:00:00:00:00:05 dmac router ipv4 dst 10.2.0.1", "none" },
    { TUNNEL "smac 03:00:00:00:00:05 dmac 00:00:00:00:07:07 ipv4", "none" },
    // The longest frame that fits behind a tunnel's headers.
@@ -368,7 +369,7 @@ const Row linkRows[] = {
    { "in Ethernet7 dmac 00:00:00:00:09:09 ipv4 length 9167", "none" },
 };
 
-TEST_F( RulesTest, OfTheLink )
+TEST_F( RulesTest, FramesFollowTheRulesOfTheLink )
 {
    hold( linkRows );
    bringUp( "hsdk" );
@@ -403,19 +404,19 @@ const Row groupRows[] = {
       "unit 0 port 5 down" },
 };
 
-TEST_F( RulesTest, OfRoutedMulticast )
+TEST_F( RulesTest, MulticastFollowsTheRulesOfRouting )
 {
    const std::string setup =
       "mroute 239.1.1.1 vlan 20\nmroute 239.129.1.1 vlan 20\nmroute ff05::9 vlan 20\n"
       "call handleVlanRoutingState 10 ip4,ip6,mcast";
    hold( groupRows, setup );
    EXPECT_NE( out.str().find( "Ethernet5 in VLAN 20: down" ), std::string::npos );
-   // A group of the link is not routed, even with a route, which the command refuses.
+   // A group with the scope of a link is not routed, even with a route, which the command would refuse.
    session.packets().tables().mcastRoutes[ *Sim::IpAddress::parse( "ff02::9" ) ] = { 20 };
    EXPECT_EQ(
       outcome( send( "in Ethernet1 dmac 33:33:00:00:00:09 ipv6 dst ff02::9" ) ), "E2 E3 cpu:0" );
-   // A chip with two passes neither encapsulates a packet in the pass that routes it, nor routes a packet in the pass that
-   // takes it out of a tunnel.
+   // A chip with two passes neither encapsulates a packet in the pass that routes it, nor routes a packet in the pass
+   // that takes it out of a tunnel.
    bringUp( "register" );
    run( setup + "\nmroute 239.1.1.1 vlan 30\ncall handleVlanRoutingState 30 ip4,ip6,mcast" );
    EXPECT_EQ(
@@ -441,13 +442,13 @@ const Row labelRows[] = {
       "call handleVlanRoutingState 10 off" },
    { "in Ethernet1 dmac router mpls 102 ipv4 dst 10.2.0.1", "none",
       "call handleMplsRouting false" },
-   // A pseudowire's control word behind label 101; the label cut, and the second one.
+   // A pseudowire's control word behind label 101; a label that is cut short, first and second.
    { "in Ethernet1 hex 0200a1000001 020000000001 8847 00065140 00000000", "none" },
    { "in Ethernet1 hex 0200a1000001 020000000001 8847 0006", "none" },
    { "in Ethernet1 hex 0200a1000001 020000000001 8847 00065040 0006", "E5" },
 };
 
-TEST_F( RulesTest, OfLabels )
+TEST_F( RulesTest, LabelledPacketsFollowTheRulesOfMpls )
 {
    hold( labelRows, "call handleMplsRouting true\n"
                     "mpls 100 swap 200 via Ethernet5 mac 00:00:00:00:05:05 vlan 20\n"

@@ -6,7 +6,7 @@ namespace {
 
 struct Proof
 {
-   const char* entry;    // none: the chip does it without an entry, or it is not done
+   const char* entry;    // empty: the outcome does not depend on an entry
    const char* profiles; // the switches that have it, with their properties, separated by ';'
    const char* packet;
    const char* with;
@@ -15,7 +15,7 @@ struct Proof
    const char* alsoGone = ""; // another entry, which would do the same
 };
 
-// What tunnels bring: from the other end to this one.
+// Packets that arrive through a tunnel.
 #define TUNNEL "in Ethernet8 dmac router ipv4 src 192.0.2.2 dst 192.0.2.1 udp vxlan 5030 "
 #define VIRTUAL_TUNNEL \
    "in Ethernet8 dmac virtual-router ipv4 src 192.0.2.2 dst 192.0.2.1 udp vxlan 5030 "
@@ -107,7 +107,7 @@ const Proof proofs[] = {
       "in Ethernet1 vlan 10 priority 3 dmac router ethertype 0x88b5", "cpu:0", "cpu:0",
       "set miscConfig.unknownMacDropTrafficClass[3] true" },
 
-   // The router's own MAC addresses: packets that are not routed, tunnelled packets, ARP.
+   // Packets to a router MAC: packets that are not routed, tunnelled packets, ARP.
    { "l2OnlyCpuRx", ALL, "in Ethernet1 dmac router ethertype 0x88b5", "cpu:0", "E2 E3" },
    { "l2OnlyFennicCpuRx", ALL, "in Ethernet1 dmac virtual-router ethertype 0x88b5", "cpu:0",
       "E2 E3" },
@@ -217,7 +217,7 @@ const Proof proofs[] = {
       "mac 01:00:5e:01:01:01 vlan 10 group 2\nl2mcast 2 Ethernet1 Ethernet2 Ethernet3" },
    { "l2McastFlood", ALL, "in Ethernet1 dmac 01:00:5e:01:01:01 ipv4 dst 224.1.1.1", "E2 E3",
       "E2 E3 cpu:0", "mac 01:00:5e:01:01:01 vlan 10 group 3" },
-   // A group's own members, where they are not the VLAN's.
+   // A group whose members are not those of the VLAN.
    { "l2McastCpuTx", "register;fabric-vfi",
       "in cpu vlan 10 dmac 01:00:5e:01:01:01 ipv4 dst 224.1.1.1", "E1 E2 E3", "E2 cpu:0",
       "mac 01:00:5e:01:01:01 vlan 10 group 1\nl2mcast 1 Ethernet2 cpu" },
@@ -271,15 +271,15 @@ const Proof proofs[] = {
       PEER( "Ethernet3" ) },
    { "peer-mac-arp 0", ALL, "in Ethernet1 dmac 02:00:a1:00:00:02 arp reply for 10.1.0.2", "E3",
       "E2 E3", PEER( "Ethernet3" ) },
-   // With peer routing on, tunnels to the peer's MAC end here, and no entry is for what is in them: what the router
-   // does not route is bridged.
+   // With peer routing on, tunnels to the peer's MAC end here. No entry matches the packets inside, so those that are
+   // not routed are bridged.
    { "", "hsdk;register without lbPortAvailable;fabric-vfi",
       PEER_TUNNEL "dmac router arp reply from 10.7.0.9 for 10.7.0.1", "E7", "E7",
       PEER( "Ethernet3" ) },
    { "", "hsdk;register;fabric-vfi",
       PEER_TUNNEL "dmac ff:ff:ff:ff:ff:ff arp request from 10.7.0.9 for 10.7.0.1", "E7 cpu:0",
       "E7 cpu:0", PEER( "Ethernet3" ) },
-   // A LAG as peer link: its first member sends, and nothing comes back into it.
+   // A LAG as peer link: its first member sends, and packets from the LAG do not return to it.
    { "peer-mac-arp 0", ALL, "in Ethernet3 dmac 02:00:a1:00:00:02 arp request for 10.1.0.2", "E1",
       "E1", "lag Port-Channel1 Ethernet2-3\n" PEER( "Port-Channel1" ) },
    { "peer-mac-arp 0", ALL, "in Ethernet1 dmac 02:00:a1:00:00:02 arp request for 10.1.0.2", "none",
@@ -304,7 +304,7 @@ std::vector<std::string> split( const std::string& text, char at )
 
 using EntriesTest = PacketTest;
 
-TEST_F( EntriesTest, EveryEntryMakesItsDifferenceOnEveryChip )
+TEST_F( EntriesTest, EveryEntryHasItsEffectOnEveryChip )
 {
    for( const Proof& proof : proofs )
       for( const std::string& profile : split( proof.profiles, ';' ) ) {

@@ -1,4 +1,4 @@
-// Frames that another program has built (frames/make_frames.py): what the parser makes of them, and where they go.
+// How frames that another program has built (frames/make_frames.py) are parsed and forwarded.
 #include "tests/packet/PacketTest.h"
 #include "tool/packet/PacketDesk.h"
 
@@ -10,13 +10,13 @@ namespace {
 
 struct Expectation
 {
-   const char* text;    // is in the frame's text
+   const char* text;    // a part of the frame's text
    const char* outcome; // of the frame that comes in
 };
 
 const std::string directory = "tests/packet/frames/";
 
-// By number in the file.
+// In the order of the file.
 const Expectation plain[] = {
    { "IPv4 10.1.0.5 -> 10.2.0.9 ttl 64, UDP 1024 -> 5000", "E4" },
    { "vlan 10 priority 5, IPv4 10.1.0.5 -> 10.2.0.9 ttl 2, TCP 1024 -> 443", "E4" },
@@ -58,7 +58,7 @@ const Expectation layered[] = {
    { "IPv6 fe80::5 -> ff02::16 ttl 1 hop-by-hop, ICMPv6", "E2 E3" },
    { "MPLS label 100 ttl 9, MPLS label 200 ttl 64", "cpu:0" }, // unknown
    { "MPLS label 300 ttl 1", "cpu:0" },
-   { "IPv6 fe80::5 -> 2001:db8:2::9", "cpu:0" }, // not off its link
+   { "IPv6 fe80::5 -> 2001:db8:2::9", "cpu:0" }, // its scope is the link
    { "UDP 1024 -> 5000", "E4" },                 // a first fragment
 };
 
@@ -89,7 +89,7 @@ class ForeignFramesTest : public PacketTest
    }
 };
 
-TEST_F( ForeignFramesTest, GoWhereTheyMust )
+TEST_F( ForeignFramesTest, AreParsedAndForwarded )
 {
    for( const char* const profile : { "hsdk", "register" } ) {
       SCOPED_TRACE( profile );

@@ -1,4 +1,4 @@
-// Frames: what the parser makes of them, how they are rewritten, and that nothing bent breaks it.
+// How frames are parsed and rewritten, and that the parser survives damaged frames.
 #include "sim/packet/Frame.h"
 #include "tests/packet/PacketTest.h"
 #include "tool/packet/PacketDesk.h"
@@ -40,7 +40,7 @@ const char* const built[] = {
    "ipv4 udp vxlan 5030 vlan 7 ipv6 udp vxlan 6 arp request",
 };
 
-TEST_F( FrameTest, TextsTellWhatIsInAFrame )
+TEST_F( FrameTest, TextsDescribeTheLayersOfAFrame )
 {
    const std::string macs = "02:00:00:00:00:01 -> 02:00:00:00:00:02";
    EXPECT_EQ( frame( built[ 0 ] ).text(), macs + " vlan 10 priority 5, EtherType 0x88b5" );
@@ -88,7 +88,7 @@ TEST_F( FrameTest, ACutCaptureIsParsedByItsLengthOnTheWire )
    EXPECT_EQ( decapsulated( outer ), cut( 96 ) );
 }
 
-TEST_F( FrameTest, TunnelsTellTheInnerClassAreNotFragmentedAndHaveNoUdpChecksum )
+TEST_F( FrameTest, TunnelHeadersCopyTheInnerClassAndHaveNoUdpChecksum )
 {
    Bytes inner = frame( "ipv4 udp" ).bytes();
    inner[ 15 ] = 0xb9;
@@ -103,7 +103,7 @@ TEST_F( FrameTest, TunnelsTellTheInnerClassAreNotFragmentedAndHaveNoUdpChecksum 
    EXPECT_EQ( Bytes( v6.bytes().begin() + 60, v6.bytes().begin() + 62 ), Bytes( 2 ) );
 }
 
-TEST_F( FrameTest, RewritingChangesWhatItMustAndNothingElse )
+TEST_F( FrameTest, RewritingChangesOnlyTheFieldsThatItMust )
 {
    for( const char* const text : built ) {
       const Frame before = frame( text );
@@ -130,7 +130,7 @@ TEST_F( FrameTest, RewritingChangesWhatItMustAndNothingElse )
       << ip.text();
 }
 
-TEST_F( FrameTest, CutShortItSaysSoAndIsSwitchedAllTheSame )
+TEST_F( FrameTest, AFrameThatIsCutShortIsReported )
 {
    const auto problem = [ & ]( const std::string& text, std::size_t size ) {
       Bytes bytes = frame( text ).bytes();
@@ -144,10 +144,10 @@ TEST_F( FrameTest, CutShortItSaysSoAndIsSwitchedAllTheSame )
    EXPECT_EQ( problem( built[ 4 ], 100 ), "IPv4 announces 286 bytes, and 86 are there" );
    EXPECT_EQ( problem( built[ 6 ], 50 ), "the IPv6 header is cut short or malformed" );
    EXPECT_EQ( problem( built[ 8 ], 16 ), "the MPLS header is cut short or malformed" );
-   EXPECT_EQ( problem( built[ 8 ], 22 ), "" ); // labels stand whatever is behind
+   EXPECT_EQ( problem( built[ 8 ], 22 ), "" ); // labels are parsed, whatever follows them
 }
 
-/// A frame of which bytes are changed, and a part of its text then.
+/// A frame, the bytes that are changed in it, and a part of its text after the change.
 struct Bent
 {
    const char* frame;
@@ -156,11 +156,12 @@ struct Bent
    const char* text;
 };
 
-// Without a tag IP begins at 14, what IPv4 carries at 34, what IPv6 carries at 54.
+// In an untagged frame IP begins at byte 14, the payload of IPv4 at 34, the payload of IPv6 at 54.
 const Bent bents[] = {
    { "arp request", 20, { 0, 3 }, ", ARP operation 3" },
    { "arp request", 14, { 0, 6 }, "(the ARP message is not for Ethernet and IPv4)" },
-   { "ipv4 options udp", 34, { 0, 0x44, 0x55, 0x66 }, "UDP 40000 -> 53" }, // junk behind the last
+   { "ipv4 options udp", 34, { 0, 0x44, 0x55, 0x66 },
+      "UDP 40000 -> 53" }, // bytes behind the last option
    { "ipv4 udp", 16, { 0, 19 }, ", EtherType 0x0800 (IPv4 announces 19 bytes, less than its" },
    { "ipv4 udp", 16, { 5, 0 }, "UDP 40000 -> 53 (IPv4 announces 1280 bytes, and 46 are there)" },
    { "ipv4 udp vxlan 5030 ipv4", 16, { 5, 0 }, "UDP 40000 -> 4789 (IPv4 announces 1280 bytes" },
@@ -168,13 +169,13 @@ const Bent bents[] = {
    { "ipv4 udp", 38, { 0, 4 }, "(UDP announces 4 bytes, less than its header)" },
    { "ipv4 udp", 38, { 1, 0 }, "(UDP announces 256 bytes, and 8 are there)" },
    { "ipv4 udp", 20, { 0x20, 0, 64, 17, 0, 0, 10, 0, 0, 2, 10, 0, 0, 1, 0x9c, 0x40, 0, 53, 1, 0 },
-      "UDP 40000 -> 53" }, // a first fragment announces more than is there
+      "UDP 40000 -> 53" }, // in a first fragment the UDP length may be greater
    { "ipv6 hop-by-hop udp", 55, { 9 }, "(an IPv6 extension header announces 80 bytes, and" },
    { "ipv4 udp vxlan 5030 ipv4", 42, { 0 }, "(the VXLAN header says that its VNI is not valid)" },
    { "ipv4 udp vxlan 5030 ipv4", 20, { 0x20 }, "UDP 40000 -> 4789" }, // no tunnel in fragments
 };
 
-TEST_F( FrameTest, LiesAboutLengthsAreToldAndNotBelieved )
+TEST_F( FrameTest, WrongLengthsAreReportedAndIgnored )
 {
    for( const Bent& bent : bents ) {
       Bytes bytes = frame( bent.frame ).bytes();
@@ -188,13 +189,13 @@ TEST_F( FrameTest, LiesAboutLengthsAreToldAndNotBelieved )
    EXPECT_EQ( relabelled( labelled, std::nullopt ).headers().ip->ttl, 64 );
 }
 
-TEST_F( FrameTest, NoBentFrameBreaksAnything )
+TEST_F( FrameTest, DamagedFramesAreParsedAndForwarded )
 {
    bringUp( "register" );
    std::mt19937 random( 4 );
    for( int i = 0; i < 6000; ++i ) {
       Bytes bytes = frame( built[ random() % std::size( built ) ] ).bytes();
-      if( random() % 4 == 0 ) // to the router, so that it goes deeper
+      if( random() % 4 == 0 ) // to the router, so that more stages see it
          std::ranges::copy( agent().helper()->routerMacAddr().bytes(), bytes.begin() );
       for( unsigned bend = random() % 4; bend > 0; --bend )
          bytes[ random() % bytes.size() ] = static_cast<U8>( random() );
@@ -207,7 +208,7 @@ TEST_F( FrameTest, NoBentFrameBreaksAnything )
    }
 }
 
-TEST_F( FrameTest, FilesCarryFramesUnchanged )
+TEST_F( FrameTest, CaptureFilesContainFramesUnchanged )
 {
    bringUp( "hsdk" );
    const std::string file = testing::TempDir() + "packets.pcap";
@@ -237,7 +238,7 @@ TEST_F( FrameTest, FilesCarryFramesUnchanged )
    EXPECT_THROW( run( "packet in Ethernet1 hex 0011" ), Tool::InputError );
 }
 
-TEST_F( FrameTest, FramesOfAnyLengthAreRefusedInTime )
+TEST_F( FrameTest, FramesThatAreTooLongAreRefused )
 {
    std::string nested = "packet in port 1";
    for( int i = 0; i < 20000; ++i )
@@ -248,7 +249,7 @@ TEST_F( FrameTest, FramesOfAnyLengthAreRefusedInTime )
    EXPECT_THROW( run( "packet in port 1 hex " + longest + "00" ), Tool::InputError );
 }
 
-TEST_F( FrameTest, CapturesAreOfThisProcessAlone )
+TEST_F( FrameTest, ACopyOfTheProcessWritesNoCaptures )
 {
    run( "interface Ethernet1-2 unit 0 port 1" );
    const std::string file = testing::TempDir() + "captured.pcap";

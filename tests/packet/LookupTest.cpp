@@ -1,4 +1,4 @@
-// The indexed lookup against a plain walk, by random entries and packets.
+// Compares the indexed lookup with a linear search, for random entries and packets.
 #include "sim/packet/FieldLookup.h"
 
 #include <gtest/gtest.h>
@@ -67,7 +67,7 @@ U32 winnerByWalk( const FieldGroup& group, const FieldKey& key )
    return 0;
 }
 
-TEST( FieldLookupTest, FindsWhatAWalkFinds )
+TEST( FieldLookupTest, AgreesWithALinearSearch )
 {
    U32 winners = 0;
    for( unsigned seed = 0; seed < 60; ++seed ) {

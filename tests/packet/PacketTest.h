@@ -1,5 +1,6 @@
-// A simulated switch that is driven by commands, and what packets do on it in few letters: "E2 E3", "cpu:26",
-// "none"; "+loopback" where a station is learned on the loopback port, "x2" where it makes two passes.
+// A simulated switch that is driven by commands, and the outcome of a packet as a short text: "E2 E3" for the ports
+// that it leaves on, "cpu:26" for a CPU queue, "none"; "+loopback" if a station is learned on the loopback port, "x2"
+// if it makes two passes.
 #pragma once
 
 #include "platform/runtime/Activity.h"
@@ -19,7 +20,7 @@ namespace Strata {
 class PacketTest : public testing::Test
 {
  protected:
-   /// Commands, one a line.
+   /// Runs commands, one on each line.
    void run( const std::string& text )
    {
       std::istringstream lines( text );
@@ -27,8 +28,8 @@ class PacketTest : public testing::Test
          session.run( Tool::splitLine( "test", ++number_, line ) );
    }
 
-   /// Brought up and routing: VLAN 10 on Ethernet1-3, 20 on 4-6, 30 on 7 and by VXLAN, 100 the underlay
-   /// on 8. `before` are commands between the switch and its bring-up.
+   /// Makes a switch that routes: VLAN 10 on Ethernet1-3, 20 on 4-6, 30 on 7 and through VXLAN, 100, the underlay, on
+   /// 8. The commands in `before` run before the bring-up.
    void bringUp( const std::string& profile, const std::string& before = "" )
    {
       run( "switch " + profile + " ports 8\n" + before );
@@ -68,7 +69,7 @@ route 10.9.0.0/16 via tunnel T mac 00:00:00:00:09:09 vlan 30)" );
    Sim::Chip& chip() { return agent().hardware().chip( 0 ); }
    Sim::PacketEngine& engine() { return session.packets().engine(); }
 
-   /// "in Ethernet1 dmac router ipv4 ...". What becomes of it is what was explained.
+   /// Sends a packet such as "in Ethernet1 dmac router ipv4 ...". Its outcome must be the one that was explained.
    Sim::Verdict send( const std::string& packet )
    {
       const Sim::Verdict explained = explain( packet );
@@ -79,7 +80,7 @@ route 10.9.0.0/16 via tunnel T mac 00:00:00:00:09:09 vlan 30)" );
    Sim::Verdict explain( const std::string& packet )
    {
       run( "explain " + packet );
-      // Without an explanation the verdict is the same.
+      // The verdict without an explanation must be the same.
       EXPECT_TRUE( last() == engine().explain( session.packets().last()->arrival ) ) << packet;
       return last();
    }
@@ -107,7 +108,7 @@ route 10.9.0.0/16 via tunnel T mac 00:00:00:00:09:09 vlan 30)" );
       return text;
    }
 
-   /// Takes an entry out behind the slice's back.
+   /// Removes an entry from the chip without the slice.
    void release( const std::string& entry )
    {
       const Tool::Line line = Tool::splitLine( "test", 1, entry );

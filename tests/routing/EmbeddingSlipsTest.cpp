@@ -1,4 +1,4 @@
-// What an embedder forgets or does twice ends with a clear text.
+// Mistakes of an embedding agent, such as a missing object or a lock taken twice, end with a clear text.
 #include "tests/routing/Fixture.h"
 
 #include "platform/runtime/EntityType.h"
@@ -23,7 +23,8 @@ class EmbeddingSlipsTest : public SwitchTest
          nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr );
    }
 
-   /// Calls every operation by its name. How many of them ended with each assertion; "" for none.
+   /// Calls every operation by its name. Returns the number of operations by the assertion that ended them; "" without
+   /// one.
    std::map<std::string, U32> endings( RoutingStatusHelper& of )
    {
       std::map<std::string, U32> all;
@@ -101,7 +102,7 @@ TEST_F( EmbeddingSlipsTest, AnUnknownChipModelIsTracedOnceAtTheFirstLook )
 }
 
 #if VORMEL_CHECKING
-// What no attribute's accessor checks on the way.
+// Operations that do not use an attribute, whose accessor would check the lock.
 TEST_F( EmbeddingSlipsTest, CheckingBuildsDemandTheLockWhereNoAttributeIsRead )
 {
    make( "register", { 0 } );
@@ -142,7 +143,7 @@ TEST_F( EmbeddingSlipsTest, CheckingBuildsDemandTheLockWhereNoAttributeIsRead )
 }
 #endif
 
-TEST_F( EmbeddingSlipsTest, AThreadThatTakesTheLockTwiceIsToldSo )
+TEST_F( EmbeddingSlipsTest, TakingTheLockTwiceFailsAClearAssertion )
 {
    try {
       testing::internal::CaptureStderr();

@@ -1,4 +1,4 @@
-// Every hardware call of the slice fails once: the agent ends with the one line, and nothing is called after it.
+// Every hardware call of the slice fails once: the agent ends with one line about it, and makes no call after it.
 #include "tests/routing/Fixture.h"
 
 #include "platform/sdk/ForwardingShim.h"
@@ -27,7 +27,7 @@ void bringUp( Tool::Agent& agent )
    helper.doNotCopyPacketFromCpuToCpu();
 }
 
-// The operations that no bring-up runs, each at least once with something to do.
+// Runs the operations that a bring-up does not run, each in a state in which it makes calls.
 void everythingElse( Tool::Agent& agent )
 {
    RoutingStatusHelper& helper = *agent.helper();
@@ -67,7 +67,7 @@ struct Thrown
 {
 };
 
-/// Stands before the agent's shim and throws once, at the nth operation.
+/// Wraps the agent's shim and throws once, at the nth operation.
 class ThrowingShim final : public ForwardingShim
 {
  public:
@@ -79,7 +79,7 @@ class ThrowingShim final : public ForwardingShim
    ThrowingShim& operator=( const ThrowingShim& ) = delete;
    ~ThrowingShim() override { sdkShimIs( &next() ); }
 
-   /// What threw; the end of the run where nothing did.
+   /// The operation that threw; empty if the run had fewer than n operations.
    std::optional<SdkOperation> thrower;
 
 #define STRATA_SDK_OPERATION( method, name, parameters, arguments ) \
@@ -166,7 +166,8 @@ class FaultSweepTest : public SwitchTest, public testing::WithParamInterface<std
       return held;
    }
 
-   /// After an exception no lock is held and no phase is set, so the agent can continue.
+   /// Expects that the agent can continue after an exception: the activity lock is held again, and no phase of init is
+   /// set.
    void expectSettled()
    {
       EXPECT_TRUE( Vormel::activityLock().heldByThisThread() );
@@ -200,7 +201,7 @@ class FaultSweepTest : public SwitchTest, public testing::WithParamInterface<std
          agent->hardware().faults().inject( { .nth = n, .code = SdkCode::Fail } );
          const Ending ending = endingOf( run );
          EXPECT_EQ( ending.assertion, "0" );
-         // An FP lock that is held is dropped all the same.
+         // If the unit's FP lock is held, it is dropped, which is one more call.
          const U64 made = transcript().count( RecordKind::call ) - before;
          if( made == n + 1 ) {
             EXPECT_THAT( callText( before + made ), testing::StartsWith( "bcm_field_unlock" ) );
@@ -230,13 +231,13 @@ TEST_P( FaultSweepTest, EachCallOfTheOtherOperationsIsFatalAndTheLast )
    failEachCall( true, everythingElse );
 }
 
-TEST_P( FaultSweepTest, AnExceptionAtAnyCallLeavesNothingBehind )
+TEST_P( FaultSweepTest, AnExceptionAtAnyCallLeavesNoLockHeldAndNoPhaseSet )
 {
    throwAtEachCall( false, bringUp );
    throwAtEachCall( true, everythingElse );
 }
 
-TEST_P( FaultSweepTest, AFeatureThatTheChipLacksStopsNothing )
+TEST_P( FaultSweepTest, AFeatureThatTheChipLacksIsTolerated )
 {
    const U64 calls = callsOf( false, bringUp );
    for( U64 n = 1; n <= calls; ++n ) {
@@ -248,7 +249,7 @@ TEST_P( FaultSweepTest, AFeatureThatTheChipLacksStopsNothing )
       std::set<std::string> breaches;
       for( const Sim::Breach& breach : agent->hardware().critic().breaches() )
          breaches.insert( breach.call + ": " + breach.what );
-      // A failure to drop the lock is not a missing feature: the next lock cannot be taken.
+      // A lock whose drop is not available remains held, so it cannot be taken the next time.
       if( callText( n ).starts_with( "bcm_field_unlock" ) ) {
          EXPECT_THAT( breaches,
             testing::IsSubsetOf( { "bcm_field_lock: the unit's FP lock is held already" } ) );

@@ -17,7 +17,7 @@ namespace Strata {
 using Vormel::EthAddr;
 using Vormel::IntfId;
 
-/// What an assertion throws in these tests instead of ending the process.
+/// Thrown by an assertion in these tests, in place of the end of the process.
 struct Died
 {
    std::string text;
@@ -34,7 +34,7 @@ class SwitchTest : public testing::Test
    ~SwitchTest() override
    {
       Vormel::assertionHookIs( nullptr );
-      if( agent ) // a lock that a test leaves behind ends it
+      if( agent ) // fails if the test has left an FP lock held
          agent->hardware().critic().ends();
    }
 
@@ -51,7 +51,7 @@ class SwitchTest : public testing::Test
    RoutingStatusHelper& helper() { return *agent->helper(); }
    Sim::Transcript& transcript() { return agent->hardware().transcript(); }
 
-   /// Records of a kind since record number `from`, one text a line.
+   /// The texts of the records of a kind after record number `from`, one on each line.
    std::string texts( Sim::RecordKind kind, U64 from = 0 )
    {
       std::string all;

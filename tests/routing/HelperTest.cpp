@@ -27,10 +27,10 @@ class HelperTest : public SwitchTest
 struct CallByName
 {
    const char* call;
-   const char* first; // in the first record that it leaves, or its result; $ is the name, twice
+   const char* first; // a part of its first record or of its result; $ stands for "NAME: NAME"
 };
 
-// In an order in which each has something to do.
+// In an order in which each operation has something to do.
 constexpr CallByName callsByName[] = {
    { "init true false", "2 $, enable: 1, initHw: 0" },
    { "l3Init false", "2 init: init, enable: 0, initHw: 1" },
@@ -134,7 +134,7 @@ TEST_F( HelperTest, EveryOperationCalledByNameDoesWhatTheNameSays )
    EXPECT_THAT( untried, testing::IsEmpty() );
 }
 
-TEST_F( HelperTest, WhatAnAgentDoesNotHandOverIsTracedAndLeftOut )
+TEST_F( HelperTest, AMissingInputIsTracedAndItsStepIsSkipped )
 {
    make( "register", { 0 } );
    Sim::SimSwitch& hardware = agent->hardware();
@@ -174,11 +174,11 @@ TEST_F( HelperTest, WhatAnAgentDoesNotHandOverIsTracedAndLeftOut )
    for( const U32 size : { 5, 0 } ) {
       hardware.l2McastTableAllocation()->sizeIs( size );
       bare->init( true, true );
-      EXPECT_EQ( bare->allPortsL2Mc(), 4u ) << size; // no group leaves it alone
+      EXPECT_EQ( bare->allPortsL2Mc(), 4u ) << size; // without a group it keeps its value
    }
 }
 
-TEST_F( HelperTest, AHelperWithoutInputsHoldsItsState )
+TEST_F( HelperTest, AHelperWithoutInputsKeepsItsState )
 {
    const auto bare = Vormel::make<RoutingStatusHelper>( "bare", nullptr, nullptr, nullptr, false,
       nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr );
@@ -231,7 +231,7 @@ TEST_F( HelperTest, AFloodEntryThatDoesNotExistIsNotRewritten )
          "1 updateVlanFloodTcamEntryPbmp: updateVlanFloodTcamEntryPbmp: there is no such entry" ) );
 }
 
-TEST_F( HelperTest, WithoutUnitsNothingIsProgrammedAndNothingCrashes )
+TEST_F( HelperTest, WithoutUnitsNothingIsProgrammed )
 {
    make( "register", { 0 } );
    agent->hardware().scsd()->units().unitDel( 0 );
@@ -244,7 +244,7 @@ TEST_F( HelperTest, WithoutUnitsNothingIsProgrammedAndNothingCrashes )
    EXPECT_FALSE( helper().useLb() ); // no chip, no capability
 }
 
-TEST_F( HelperTest, AUnitWithoutTheVlanIsPassedOver )
+TEST_F( HelperTest, AUnitWithoutTheVlanIsSkipped )
 {
    make( "hsdk" );
    agent->hardware().vlanIs( 10 );
@@ -287,8 +287,8 @@ TEST_F( HelperTest, AnUnknownMacDropPairIsReleasedFromTheLowerIdAndOnlyAClassHas
    EXPECT_EQ( helper().tcamEntryVlanFloodDrop( 8 ), 0u );
 }
 
-// An agent whose shim or assertion hook throws may go on: the next call makes good what was left half-way.
-TEST_F( HelperTest, WhatAnExceptionLeftHalfWayIsNotTakenForProgrammed )
+// An agent may continue when its shim or assertion hook has thrown: the next call completes the interrupted operation.
+TEST_F( HelperTest, AnInterruptedOperationIsProgrammedByTheNextCall )
 {
    make( "hsdk", { 0 } );
    agent->hardware().addInterface( IntfId( "Ethernet1" ), 0, 1 );
@@ -323,7 +323,7 @@ TEST_F( HelperTest, UnitsUpTo255HaveTtlCheckEntries )
    make( "fabric-vfi", { 0, 256 } );
    EXPECT_THROW( helper().init( true, true ), Vormel::ValueError );
    EXPECT_EQ( transcript().count( RecordKind::call ), 0u );
-   EXPECT_EQ( texts( RecordKind::entry ), "" ); // nothing of unit 0 either
+   EXPECT_EQ( texts( RecordKind::entry ), "" ); // not even on unit 0
    agent->hardware().chip( 256 ).trapsTtlExceptionsIs( true );
    helper().init( true, true );
    EXPECT_THAT( texts( RecordKind::entry ), testing::HasSubstr( "installEntry unit 0 id 102" ) );
@@ -332,13 +332,14 @@ TEST_F( HelperTest, UnitsUpTo255HaveTtlCheckEntries )
 TEST_F( HelperTest, L3IsInitializingFromTheFirstMulticastEntryToTheLastControl )
 {
    make( "hsdk" );
-   bool initializing = false; // as published, which needs no lock in the listener
+   // The published value, because the listener may not read the attribute without the lock.
+   bool initializing = false;
    const Vormel::ChangeWatcher watcher(
       agent->helper(), {}, [ & ]( const Vormel::ChangeText& change ) {
          if( change.attribute == "l3Initializing" )
             initializing = change.newValue == "true";
       } );
-   std::vector<std::string> calls; // while it is
+   std::vector<std::string> calls; // made while it is true
    transcript().listenerIs( [ & ]( const Sim::Record& record ) {
       if( initializing && record.kind == RecordKind::call )
          calls.push_back( record.text );

@@ -1,4 +1,4 @@
-// What an agent can see of the slice without asking it: changes, calls, traces, snapshots.
+// What an agent can observe of the slice: changes, calls, traces, snapshots.
 #include "tests/routing/Fixture.h"
 
 #include "platform/runtime/ChangeWatcher.h"
@@ -27,7 +27,7 @@ class ObservingTest : public SwitchTest
 {
 };
 
-TEST_F( ObservingTest, ASnapshotHoldsEveryAttributeWithItsValue )
+TEST_F( ObservingTest, ASnapshotHasEveryAttributeWithItsValue )
 {
    make( "hsdk" );
    helper().routerMacAddrIs( *EthAddr::parse( "02:00:a1:00:00:01" ) );
@@ -57,7 +57,7 @@ TEST_F( ObservingTest, JsonTextsAreValidWhateverIsInThem )
          std::string::npos );
 }
 
-TEST_F( ObservingTest, AWatcherHandsOnEachChangeAndCounts )
+TEST_F( ObservingTest, AWatcherReportsAndCountsEachChange )
 {
    make( "hsdk" );
    std::vector<std::string> lines;
@@ -99,7 +99,7 @@ TEST_F( ObservingTest, CallsAreCountedWithTheirFailures )
    EXPECT_TRUE( hardware.observedShim().statistics().empty() );
 }
 
-// Answers with the next of `codes`, after as many milliseconds.
+// Returns the next code of the script, after its number of milliseconds.
 class ScriptedShim : public ForwardingShim
 {
  public:
@@ -143,7 +143,7 @@ TEST_F( ObservingTest, TheFirstCallCountsLikeEveryOtherAndTheLongestIsKept )
    }
 }
 
-TEST_F( ObservingTest, ARefusedClaimIsToldWhenItHappens )
+TEST_F( ObservingTest, ARefusedClaimIsReportedAtOnce )
 {
    make( "hsdk", { 0 } );
    std::vector<std::string> told;

@@ -1,5 +1,5 @@
-// In whatever order inputs change, chips and helper are in the state of the reference model after
-// each single change. A sequence that fails is shortened to the few steps that matter.
+// Whatever the order of changes, chips and helper are in the state of the reference model after each change. A sequence
+// that fails is shortened to the few steps that it needs.
 //
 // STRATA_RANDOM_STEPS: how many steps each test makes; STRATA_RANDOM_SEED: the first seed.
 #include "platform/runtime/Activity.h"
@@ -21,7 +21,7 @@ namespace {
 
 constexpr std::size_t stepsOfASequence = 120;
 
-/// Falsifies what is expected, to see that it is noticed.
+/// Changes the expected state, to see that the difference is noticed.
 using Distortion = std::function<void( SwitchState& )>;
 
 /// What a run depends on, apart from its steps.
@@ -40,7 +40,7 @@ std::string toText( std::span<const Step> steps )
    return text;
 }
 
-/// A switch with its agent and the model beside it, and the steps that it has been through.
+/// A switch with its agent, the model of it, and the steps that were applied to both.
 class Run
 {
  public:
@@ -71,7 +71,7 @@ class Run
    Sim::SimSwitch& inputs() { return agent_.hardware(); }
    const std::vector<Step>& steps() const { return steps_; }
 
-   /// What is wrong after the step; empty for nothing.
+   /// Applies the step. Returns the differences from the model; empty if there is no difference.
    std::string make( const Step& step )
    {
       steps_.push_back( step );
@@ -99,7 +99,7 @@ class Run
       return config;
    }
 
-   // An assertion within a notification ends the process, so nothing can be shortened.
+   // An assertion within a notification ends the process, so the sequence is printed without being shortened.
    static void died( const Vormel::AssertionFailure& )
    {
       if( current_ )
@@ -116,7 +116,7 @@ class Run
    std::vector<Step> steps_;
 };
 
-/// A sequence up to the step after which something is wrong; nothing is wrong when `wrong` is empty.
+/// A sequence up to the step that fails, and the differences then; both empty if no step fails.
 struct Outcome
 {
    std::vector<Step> steps;
@@ -142,7 +142,7 @@ Outcome drawn( const Scene& scene )
    return {};
 }
 
-/// Leaves out pieces, large ones first, for as long as something is wrong without them.
+/// Leaves out pieces, large ones first, without which the sequence still fails.
 Outcome shortened( const Scene& scene, Outcome failing )
 {
    int replays = 500;
@@ -178,7 +178,7 @@ class PathIndependenceTest : public testing::TestWithParam<std::string_view>
    Vormel::LockAnchor lock{ Vormel::activityLock() };
 };
 
-TEST_P( PathIndependenceTest, TheSwitchIsWhatTheModelSaysAfterEachChange )
+TEST_P( PathIndependenceTest, TheSwitchAgreesWithTheModelAfterEachChange )
 {
    const U64 first = fromEnvironment( "STRATA_RANDOM_SEED", 1 );
    const U64 sequences = 1 + fromEnvironment( "STRATA_RANDOM_STEPS", 12000 ) / stepsOfASequence;
@@ -196,8 +196,9 @@ TEST_P( PathIndependenceTest, TheSwitchIsWhatTheModelSaysAfterEachChange )
 
 INSTANTIATE_TEST_SUITE_P( Profiles, PathIndependenceTest, everyProfile(), profileSuffix );
 
-// A model that takes one interface for bridged is found out, and what is left of the sequence is what it takes.
-TEST( PathIndependenceShrinkingTest, AWrongExpectationIsShortenedToWhatItTakes )
+// A model that never expects one interface to be routed is noticed, and the sequence is shortened to the steps that
+// show it.
+TEST( PathIndependenceShrinkingTest, AFailingSequenceIsShortenedToTheStepsThatItNeeds )
 {
    const Vormel::LockAnchor lock( Vormel::activityLock() );
    Scene scene{ "hsdk", 1, []( SwitchState& expected ) {

@@ -7,13 +7,13 @@
 namespace Strata {
 namespace {
 
-// Operators and their tools search logs for these texts, and the binary for the origin of a log line. They come out of
-// the code itself, so a renamed local would change them unnoticed, and an optimising compiler may take a text apart.
+// Operators and their tools search logs for these texts, and the binary for the origin of a log line. The texts are
+// stringified code, so renaming a local variable would change them, and an optimising compiler may split a text.
 TEST( QuotedTextsTest, EveryTextThatLogsShowIsInTheLibrary )
 {
    std::ifstream file( STRATA_LIBRARY_FILE, std::ios::binary );
    std::string library{ std::istreambuf_iterator<char>( file ), {} };
-   // Compilers differ in blanks; signatureText() makes them one.
+   // Compilers write blanks differently; signatureText() makes them equal.
    for( auto at = library.find( " &" ); at != std::string::npos; at = library.find( " &", at + 1 ) )
       if( at + 2 < library.size() && ( library[ at + 2 ] == ',' || library[ at + 2 ] == ')' ) )
          library.erase( at, 1 );

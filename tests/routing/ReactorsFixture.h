@@ -1,4 +1,4 @@
-// What the tests of the reactors share: a switch with two bridged interfaces, and a subscriber that acts on a change.
+// The fixture of the reactors' tests: a switch with two bridged interfaces, and a subscriber that acts on a change.
 #pragma once
 
 #include "routing/reactors/UnknownMacDropLoggingSm.h"
@@ -16,7 +16,7 @@ using Sim::RecordKind;
 using Vormel::Ref;
 using Vormel::Timer;
 
-/// Acts at each change of an attribute.
+/// Calls a function at each change of an attribute.
 class Meddler final : public Vormel::Subscriber
 {
  public:
@@ -65,7 +65,7 @@ class ReactorsFixture : public SwitchTest
    Ref<EthIntfStatus> status( IntfId intf ) { return hw().intfStatus( intf ); }
    U64 calls() { return transcript().count( RecordKind::call ); }
 
-   /// What the flood entry sends to.
+   /// The ports that the flood entry redirects to.
    std::string floodPorts()
    {
       const Sim::FieldEntry* const entry = hw()

@@ -1,4 +1,4 @@
-// The lifetimes of the reactors, the polls of the logging reactor, and what an event costs.
+// The lifetimes of the reactors, the polls of the logging reactor, and the number of calls for an event.
 #include "tests/routing/ReactorsFixture.h"
 
 #include "platform/runtime/Errors.h"
@@ -40,7 +40,7 @@ TEST_F( ReactorsTest, AMarkedReactorHandlesNothing )
    EXPECT_FALSE( helper().ofFxSupported() );
 }
 
-TEST_F( ReactorsTest, AStatusThatReplacesAnotherTakesItsReactorOver )
+TEST_F( ReactorsTest, AStatusThatReplacesAnotherGetsItsNestedReactor )
 {
    agent->bringUp();
    const Ref<EthIntfStatus> old = status( one );
@@ -69,7 +69,8 @@ TEST_F( ReactorsTest, TheLoggingReactorIsKeptForTheSameInputsAndReplacedForOther
    EXPECT_NE( replaced, logging );
    EXPECT_FALSE( logging->hasNotificationActive() );
    EXPECT_EQ( replaced->pollingInterval(), 2.0 );
-   // One poller, though a subscriber makes another during its making; its timer moves to another clock.
+   // Only one reactor polls, although a subscriber makes another one during its construction. Its timer moves to
+   // another clock.
    hw().miscConfig()->syslogTimeoutIs( 1.0 );
    Ref<UnknownMacDropLoggingSm> inner;
    sm->unknownMacDropLoggingSmIs( hw().miscConfig(), agent->helper() );
@@ -124,7 +125,7 @@ TEST_F( ReactorsTest, NullInputs )
    EXPECT_TRUE( helper().ofFxSupported() );
    const Sim::Chip& chip = hw().chip( 0 );
    for( const bool on : { true, false } ) {
-      // Without a report to write to, the reactor itself knows what the chips do.
+      // Without a hardware status to read, the reactor remembers the state of the chips itself.
       hw().miscConfig()->l3DualHashIs( on );
       hw().sourceIpLookup()->l2TrafficRoutingIs( on );
       hw().miscConfig()->l2DualHashIs( on );
@@ -144,7 +145,7 @@ TEST_F( ReactorsTest, WithoutUnitsTheReactorsRunAndProgramNothing )
    hw().miscConfig()->syslogTimeoutIs( 1.0 );
    U64 before = calls();
    agent->bringUp();
-   EXPECT_EQ( calls() - before, 2u * 13 ); // the controls of two ports, whose rows name the unit
+   EXPECT_EQ( calls() - before, 2u * 13 ); // the controls of two ports, on the unit of their rows
    before = calls();
    status( one )->forwardingModelIs( ForwardingModel::routed );
    hw().miscConfig()->l2DualHashIs( true );
@@ -154,8 +155,8 @@ TEST_F( ReactorsTest, WithoutUnitsTheReactorsRunAndProgramNothing )
    EXPECT_EQ( calls(), before );
 }
 
-// The keyed handler is what events run; an agent may ask for all members at once.
-TEST_F( ReactorsTest, AllLagMembersCanBeLookedAtAgain )
+// Events call the handler of one interface; an agent may call the handler of all LAG members.
+TEST_F( ReactorsTest, AllLagMembersCanBeHandledAgain )
 {
    agent->bringUp();
    hw().lagIs( lag, { one, two } );
@@ -182,7 +183,7 @@ TEST_F( ReactorsTest, PollsAreDueOneIntervalFromTheEndOfTheLast )
       if( record.kind != RecordKind::entry ||
           record.text.find( "hitsForEntry" ) == record.text.npos )
          return;
-      if( ++polls % 2 == 0 ) // both entries of the pair
+      if( ++polls % 2 == 0 ) // after the second entry of the pair
          agent->clock().advanceBy( 0.03 );
    } );
    agent->clock().advanceTo( 0.1 );
@@ -191,7 +192,7 @@ TEST_F( ReactorsTest, PollsAreDueOneIntervalFromTheEndOfTheLast )
    EXPECT_EQ( agent->clock().now(), 0.13 );
    EXPECT_EQ( nextPoll(), 0.13 + 0.1 );
 
-   // A thousand polls: each exactly one interval after the one before, none lost, none twice.
+   // A thousand polls, each exactly one interval after the one before.
    double due = nextPoll();
    for( int i = 0; i < 1000; ++i ) {
       agent->clock().advanceTo( due );

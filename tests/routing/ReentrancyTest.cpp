@@ -1,5 +1,5 @@
-// Subscribers that act from within a notification: they drop the reactor that notified them, or change what it is
-// working on. The sanitizer builds look for what is used after its destruction.
+// Subscribers that act from within a notification: they drop the reactor that made the change, or change the objects
+// that it is handling. In the sanitizer builds these tests find uses after destruction.
 #include "tests/routing/ReactorsFixture.h"
 
 #include "platform/runtime/Syslog.h"
@@ -25,7 +25,7 @@ TEST_F( ReentrancyTest, ASubscriberMayDropTheReactorThatMadeTheChange )
       EXPECT_EQ( meddler.told, 1 );
       EXPECT_EQ( agent->reactor(), nullptr );
    }
-   // The running handler completed; the next change has no reactor.
+   // The running handler completed; no reactor handles the next change.
    EXPECT_EQ( helper().reprogramVlanFloodRequired(), 3u );
    const U64 before = calls();
    kept->forwardingModelIs( ForwardingModel::bridged );
@@ -70,7 +70,7 @@ TEST_F( ReentrancyTest, ASubscriberMayDropTheReactorsDuringAPoll )
    EXPECT_EQ( meddler.told, 1 );
 }
 
-TEST_F( ReentrancyTest, APollMayFallIntoTheMakingOfItsReactor )
+TEST_F( ReentrancyTest, APollMayRunDuringTheConstructionOfItsReactor )
 {
    hw().miscConfig()->unknownMacDropTrafficClassIs( 3, true );
    const Meddler meddler(
@@ -82,7 +82,7 @@ TEST_F( ReentrancyTest, APollMayFallIntoTheMakingOfItsReactor )
    EXPECT_EQ( nextPoll(), agent->clock().now() + 1.0 );
 }
 
-// A subscriber to anything that a handler publishes may drop the reactor: the handler still completes.
+// A subscriber of any attribute that a handler publishes may drop the reactor: the handler still completes.
 TEST_F( ReentrancyTest, EveryDispatcherOutlivesItsReactor )
 {
    struct Drop
@@ -125,7 +125,7 @@ TEST_F( ReentrancyTest, EveryDispatcherOutlivesItsReactor )
    }
 }
 
-TEST_F( ReentrancyTest, APortMayGoWhileItIsHandled )
+TEST_F( ReentrancyTest, APortMayBeRemovedWhileItIsHandled )
 {
    agent->bringUp();
    const Meddler meddler( agent->helper(), RoutingStatusHelper::reprogramVlanFloodRequiredNumber,
@@ -135,7 +135,7 @@ TEST_F( ReentrancyTest, APortMayGoWhileItIsHandled )
    EXPECT_FALSE( helper().vlanFloodPbmp().contains( 1 ) );
 }
 
-TEST_F( ReentrancyTest, ALagThatIsSwitchedWhileItIsHandledEndsAsItIs )
+TEST_F( ReentrancyTest, ALagThatIsSwitchedWhileItIsHandledEndsAsSwitched )
 {
    agent->bringUp();
    hw().lagIs( lag, { one, two } );
@@ -147,7 +147,7 @@ TEST_F( ReentrancyTest, ALagThatIsSwitchedWhileItIsHandledEndsAsItIs )
    EXPECT_EQ( floodPorts(), helper().vlanFloodPbmp().toString() );
 }
 
-TEST_F( ReentrancyTest, AMemberThatLeavesItsLagMeanwhileIsJudgedByItsOwnEvent )
+TEST_F( ReentrancyTest, AMemberThatLeavesItsLagMeanwhileIsHandledByItsOwnEvent )
 {
    const IntfId other( "Port-Channel2" );
    agent->bringUp();
@@ -174,7 +174,7 @@ TEST_F( ReentrancyTest, AMemberThatLeavesItsLagMeanwhileIsJudgedByItsOwnEvent )
 }
 
 // Changes during the construction of the reactor, before it has subscribed.
-TEST_F( ReentrancyTest, ASubscriberMayChangeWhatTheReactorWalksWhileItIsMade )
+TEST_F( ReentrancyTest, ASubscriberMayChangeInputsDuringTheConstructionOfTheReactor )
 {
    const IntfId three( "Ethernet3" );
    StrataMiscConfig& config = *hw().miscConfig();
@@ -267,7 +267,7 @@ TEST_F( ReentrancyTest, ASubscriberMayCallTheOppositeOfAnOperation )
    EXPECT_NE( slice.tcamEntryL2Vxlan( MacType::bridgeMac ), 0u );
 }
 
-TEST_F( ReentrancyTest, InterfacesAndLagsMayGoWhileTheyAreHandled )
+TEST_F( ReentrancyTest, InterfacesAndLagsMayBeRemovedWhileTheyAreHandled )
 {
    agent->bringUp();
    hw().lagIs( lag, { one, two } );
@@ -281,7 +281,7 @@ TEST_F( ReentrancyTest, InterfacesAndLagsMayGoWhileTheyAreHandled )
    hw().addInterface( one, 0, 1, ForwardingModel::bridged );
    EXPECT_EQ( agent->reactor()->intfStatus().size(), 3u );
    {
-      // The LAG loses its members one after the other while they are walked.
+      // The LAG loses its members one after the other while they are handled.
       const Meddler meddler( agent->helper(),
          RoutingStatusHelper::routedPortsAndRoutedLagMemberNumber,
          [ this ] { hw().lagDel( lag ); } );
@@ -291,18 +291,18 @@ TEST_F( ReentrancyTest, InterfacesAndLagsMayGoWhileTheyAreHandled )
    EXPECT_EQ( helper().vlanFloodPbmp().toString(), floodPorts() );
 }
 
-TEST_F( ReentrancyTest, AChangeWithinAChangeIsHandledWholeAndTheLastOneHolds )
+TEST_F( ReentrancyTest, AChangeWithinAChangeIsHandledAndTheLastOneApplies )
 {
    agent->bringUp();
    const Meddler flap( agent->helper(), RoutingStatusHelper::routedPortsAndRoutedLagMemberNumber,
       [ this ] { status( one )->forwardingModelIs( ForwardingModel::bridged ); } );
    status( one )->forwardingModelIs( ForwardingModel::routed );
-   EXPECT_EQ( flap.told, 2 ); // in, and out again
+   EXPECT_EQ( flap.told, 2 ); // inserted, and removed again
    EXPECT_TRUE( helper().routedPortsAndRoutedLagMember().empty() );
    EXPECT_EQ( floodPorts(), helper().vlanFloodPbmp().toString() );
    EXPECT_TRUE( helper().vlanFloodPbmp().contains( 1 ) );
 
-   // Who does not like the report changes the configuration back.
+   // A subscriber of the hardware status changes the configuration back.
    const Meddler veto( hw().hwStatus(), HwStatus::l2DualHashNumber,
       [ this ] { hw().miscConfig()->l2DualHashIs( false ); } );
    hw().miscConfig()->l2DualHashIs( true );
@@ -315,8 +315,7 @@ TEST_F( ReentrancyTest, TheLogSinkMayWithdrawTheClass )
    hw().miscConfig()->unknownMacDropTrafficClassIs( 3, true );
    hw().miscConfig()->syslogTimeoutIs( 1.0 );
    agent->bringUp();
-   agent->clock().advanceBy(
-      1000.0 ); // no message of another test is so recent that it holds this one back
+   agent->clock().advanceBy( 1000.0 ); // so that no message of another test suppresses this one
    raiseHits( 3 );
    const auto sink = Vormel::syslogSinkIs( [ & ]( const Vormel::SyslogRecord& ) {
       hw().miscConfig()->unknownMacDropTrafficClassDel( 3 );

@@ -14,7 +14,7 @@ using Vormel::format;
 using Vormel::IntfId;
 using Kind = Step::Kind;
 
-// --- Looking -----------------------------------------------------------------------------
+// --- The observed state ------------------------------------------------------------------
 
 static std::string entryName( U32 unit, U32 id )
 {
@@ -49,7 +49,7 @@ static void observeChip( SwitchState& state, U32 unit, const Sim::Chip& chip )
       for( const auto& [ id, entry ] : group.entries() )
          state[ entryName( unit, id ) ] = describe( entry );
    for( const auto& [ control, value ] : chip.controls() )
-      if( value != 0 ) // as if never written
+      if( value != 0 ) // a value of 0 counts as never written
          state[ controlName( unit, roleName( control ) ) ] = std::to_string( value );
    for( const auto& [ key, value ] : chip.portSwitchControls() )
       state[ portControlName( unit, key.first, roleName( key.second ) ) ] = std::to_string( value );
@@ -102,7 +102,7 @@ std::string differences( const SwitchState& expected, const SwitchState& found )
    return text;
 }
 
-// --- What happens ------------------------------------------------------------------------
+// --- The steps ---------------------------------------------------------------------------
 
 ReferenceModel::ReferenceModel( Tool::Agent& agent )
    : agent_( agent ),
@@ -206,7 +206,7 @@ bool ReferenceModel::routed( IntfId intf ) const
 }
 
 // An Ethernet interface is left out when it or its LAG is routed. An event of a LAG applies to all of its members,
-// whatever they are themselves. However many move, the entries are written once.
+// whatever their own models. The entries are written once, for any number of members.
 void ReferenceModel::settled( IntfId intf )
 {
    std::vector<IntfId> concerned{ intf };
@@ -260,7 +260,7 @@ void ReferenceModel::portProgrammed( const StrataPort& port )
    egressMode_[ port.unit() ] = ofFx_ || routing_;
 }
 
-// Whether some entity uses L3 egress is found out entity by entity, and each time it turns, all ports are told.
+// When the first entity uses L3 egress, or the last one stops using it, all ports are programmed.
 void ReferenceModel::nexthopHeard( const std::string& name )
 {
    nexthops_.erase( name );
@@ -277,7 +277,7 @@ void ReferenceModel::nexthopHeard( const std::string& name )
          portProgrammed( mapped.value );
 }
 
-// Either way its counter starts again.
+// The counter restarts at 0 whether the class is added or removed.
 void ReferenceModel::dropClassChanged( U16 trafficClass, bool there )
 {
    counters_[ trafficClass ] = 0;
@@ -318,7 +318,7 @@ std::optional<ReferenceModel::Redirect> ReferenceModel::wantedRedirect() const
    return wanted;
 }
 
-// --- What is expected --------------------------------------------------------------------
+// --- The expected state ------------------------------------------------------------------
 
 SwitchState ReferenceModel::expectedState() const
 {

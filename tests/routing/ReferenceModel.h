@@ -1,5 +1,5 @@
-// What the switch must look like after any sequence of steps: the rules in one place, told from the input objects,
-// with all of them walked each time. Only state that does not follow from the inputs is stored here.
+// The state that the switch must have after any sequence of steps. The rules compute it from all input objects after
+// each step; only state that does not follow from the inputs is stored here.
 #pragma once
 
 #include "tests/routing/Steps.h"
@@ -12,21 +12,22 @@
 
 namespace Strata {
 
-/// Everything that the slice can change, one line of text for each thing, by its name.
+/// All state that the slice can change: a text for each attribute, entry, control and so on, by its name.
 using SwitchState = std::map<std::string, std::string>;
 
 SwitchState observedState( Tool::Agent& agent );
 
-/// "entry 1001 of unit 1: expected ..., found ...", one line for each difference; empty when there is none.
+/// "entry 1001 of unit 1: expected ..., found ...", one line for each difference; empty if the states are equal.
 std::string differences( const SwitchState& expected, const SwitchState& found );
 
 class ReferenceModel
 {
  public:
-   /// The agent has run init and l3Init and has no reactors yet. What the rules do not name stays as it is now.
+   /// Requires: the agent has run init and l3Init and has no reactors yet. State without a rule keeps its present
+   /// value.
    explicit ReferenceModel( Tool::Agent& agent );
 
-   /// The step was applied; `told` is apply()'s answer.
+   /// Follows a step that was applied; `told` is the result of apply().
    void happened( const Step& step, bool told );
    SwitchState expectedState() const;
 
@@ -66,30 +67,30 @@ class ReferenceModel
 
    bool running_ = false;
 
-   // Interfaces that floods leave out. An interface is evaluated when a change of it is published, and only while it has a
-   // port: one that loses its port keeps its place, whatever becomes of it meanwhile, and one that gets its port
-   // is not judged by that. Nor is anything judged when a status vanishes.
+   // Interfaces that floods leave out. An interface is evaluated when a change of it is published, and only while it
+   // has a port. Losing or getting its port does not evaluate it, nor does the removal of its status.
    std::set<IntfId> leftOut_;
-   // The ports that floods go to. A port that an interface has moved away from stays, and so does the one that
+   // The ports that floods go to. A port remains in it when its interface moves to another port; so does the port that
    // is used for interfaces without a logical port number.
    PortBitmap floodPorts_;
-   // What the first unit's entries hold of them: a start does not push by itself.
+   // The ports in the first unit's entries. A start of the reactors does not write them by itself.
    PortBitmap pushedPorts_;
    U32 pushes_ = 0;
 
-   // Followed by change alone, not at a start. A push applies the policy-routing state again, on the first unit.
+   // Updated by changes, not by a start. Writing the flood ports applies the policy-routing state again, on the first
+   // unit.
    std::map<U32, bool> pbrOn_;
    bool skipEntry_;
 
    // Updated by the code that starts the reactors.
    bool l2TrafficRouting_ = false;
 
-   // As the reactors saw them last.
+   // The values that the reactors have handled last.
    bool l2DualHash_ = false, l3DualHash_ = false;
    std::optional<Redirect> redirect_;
 
-   // An entity counts as it was when it was put into the directory. The two results outlive a stop, and a start
-   // on an empty directory does not look at them.
+   // An entity's values are those that it had when it was put into the directory. The two results remain after a stop,
+   // and a start with an empty directory does not change them.
    struct Nexthop
    {
       bool programmed, usesL3Egress;
@@ -98,11 +99,11 @@ class ReferenceModel
    std::size_t nexthopsProgrammed_ = 0;
    bool ofFx_ = false;
 
-   // Ports that were given their controls keep them; the unit's egress mode is what the last of them wrote.
+   // Programmed ports keep their controls; the unit's egress mode is the one that was written with the last of them.
    std::set<StrataPort> programmedPorts_;
    std::map<U32, bool> egressMode_;
 
-   // Hits of the classes that have entries; a counter is as the last poll or reset left it.
+   // Hits of the classes that have entries, and the counters at the last poll or reset.
    std::map<U16, U64> hits_;
    std::map<U16, U64> counters_;
    double nextPoll_ = Vormel::Timer::never;

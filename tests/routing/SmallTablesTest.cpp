@@ -28,7 +28,7 @@ TEST_F( SmallTablesTest, TheVariableEndsTheAgentThatTurnsRoutingOnEvenIfEmpty )
       "Assertion '0 && \"programming L3 table using the SDK is deprecated\"' failed" );
 }
 
-TEST_F( SmallTablesTest, ItIsNotLookedAtAgain )
+TEST_F( SmallTablesTest, TheVariableIsReadOnce )
 {
    GTEST_FLAG_SET( death_test_style, "threadsafe" );
    EXPECT_EXIT(

@@ -145,7 +145,7 @@ bool apply( const Step& step, Tool::Agent& agent )
    return false;
 }
 
-// --- Drawing them ------------------------------------------------------------------------
+// --- Drawing steps -----------------------------------------------------------------------
 
 static constexpr U32 ethernets = 12, lags = 3, ports = 16;
 
@@ -247,7 +247,7 @@ void StepGenerator::interfaceGoes( Switch now )
    plan( { Kind::noStatus, intf } );
 }
 
-// A port that is given back, or another one; now and then the two maps disagree for a while.
+// An interface gets its port back, or another one. Sometimes the two maps disagree for a while.
 void StepGenerator::portComes( Switch now )
 {
    const std::string intf = someEthernet();
@@ -311,7 +311,7 @@ void StepGenerator::lagGoes( Switch now )
    plan( { Kind::noStatus, lag } );
 }
 
-// What an agent does not do: a member whose LAG does not know it, or the other way round.
+// Makes the two maps of LAGs disagree, which an agent does not do.
 void StepGenerator::partOfALagChanges( Switch )
 {
    const std::string intf = someEthernet();
@@ -359,7 +359,7 @@ void StepGenerator::nexthopChanges( Switch )
       kind == Kind::noNexthop ? "" : values[ below( 4 ) ] } );
 }
 
-// Half of the time all that a redirect takes, so that there is one to be changed by what comes.
+// Half of the steps set everything that a redirect needs, so that later steps change an existing one.
 void StepGenerator::peerChanges( Switch )
 {
    static const char* const macs[] = {

@@ -1,5 +1,5 @@
-// Changes of what an agent hands to the slice, as plain data: one write to one input object each, so that a
-// sequence of them can be drawn at random, written down, shortened and run again.
+// Changes of the slice's inputs as plain data, each one write to one input object, so that a sequence of them can be
+// drawn at random, printed, shortened and run again.
 #pragma once
 
 #include "agent/Agent.h"
@@ -18,13 +18,13 @@ struct Step
    {
       set,         // what: "scsd.vxlanEnabled"; key, for a member; value
       del,         // what, key
-      status,      // what: an interface; value: its forwarding model; made when it is not there
+      status,      // what: an interface; value: its forwarding model; made if it does not exist
       freshStatus, // the same in a new object
       noStatus,    // what
       nexthop,     // what: a name; value: "programmed", "l3-egress", both or neither; a new object
       noNexthop,   // what
       nexthopInPlace, // the same in the existing object, which publishes no change
-      hits, // what: a traffic class; key: a unit; value: so many more hits, even ones on the first entry
+      hits, // what: a traffic class; key: a unit; value: the number of hits, added to the first entry if it is even
       advance,  // value: seconds
       unitPort, // what: a unit; key: a port; value: "up" or "down"
       start,    // the reactors; nothing while they run
@@ -56,7 +56,7 @@ inline U32 numberIn( const std::string& text )
 /// Makes the change. False if the input had this value before, so that no change was published.
 bool apply( const Step& step, Tool::Agent& agent );
 
-/// Draws steps that an agent could take, most of them as the parts of something that makes sense.
+/// Draws steps that an agent could take, most of them in sequences that an agent would run.
 class StepGenerator
 {
  public:
@@ -74,7 +74,7 @@ class StepGenerator
    std::string somePort();
    std::string someClass();
    std::string onOrOff();
-   /// Takes what is drawn within its braces in order, as arguments of a function would not be.
+   /// Takes a braced Step, whose values are drawn in order; arguments of a function would be evaluated in any order.
    void plan( Step step ) { planned_.push_back( std::move( step ) ); }
 
    void interfaceComes( Switch now );

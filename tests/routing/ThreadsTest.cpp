@@ -17,7 +17,7 @@ class ThreadsTest : public SwitchTest
 {
 };
 
-TEST_F( ThreadsTest, OthersMayLookWhileTheSdkWorks )
+TEST_F( ThreadsTest, OtherThreadsMayTakeTheLockDuringAnSdkCall )
 {
    make( "hsdk", { 0 } );
    U64 looks = 0;

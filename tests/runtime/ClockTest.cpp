@@ -23,7 +23,7 @@ class Alarm : public Timer
  private:
    void expired() noexcept override
    {
-      const auto handler = handler_; // outlives an alarm that destroys itself
+      const auto handler = handler_; // a copy, because an alarm may destroy itself
       handler();
    }
    std::function<void()> handler_;
@@ -59,7 +59,7 @@ TEST_F( ClockTest, TimersFireInOrderOfTimeThenOfCreationEvenAfterRemovals )
    EXPECT_EQ( log.str(), "b@2 c@2 a@3 " );
    EXPECT_EQ( clock.now(), 22.5 );
    EXPECT_EQ( clock.nextExpiry(), Timer::never );
-   a.nextTimeIs( 1 ); // has passed: due at once, and time does not go back
+   a.nextTimeIs( 1 ); // in the past, so it is due at once, and time does not go back
    clock.advanceBy( 0 );
    EXPECT_EQ( log.str(), "b@2 c@2 a@3 a@22.5 " );
 }
@@ -88,7 +88,7 @@ TEST_F( ClockTest, AHandlerMayArmDestroyAndMakeTimers )
    EXPECT_EQ( log.str(), "poll@1 self@1 poll@3 made@3 poll@5 " );
 }
 
-TEST_F( ClockTest, RefusesTimesThatAreNone )
+TEST_F( ClockTest, RefusesInvalidTimes )
 {
    Alarm alarm( clock, note( "alarm" ) );
    alarm.nextTimeIs( 1 );
@@ -110,12 +110,12 @@ TEST_F( ClockTest, ATimerThatOutlivesItsClockIsOff )
    EXPECT_EQ( alarm.clock(), nullptr );
 }
 
-TEST_F( ClockTest, TimersThatMoveAreDueAfterAsLongAsBefore )
+TEST_F( ClockTest, TimersKeepTheirRemainingTimeOnAnotherClock )
 {
    std::optional<Alarm> gone( std::in_place, clock, note( "gone" ) );
    Alarm off( clock, note( "off" ) ), late( clock, note( "late" ) ),
       early( clock, note( "early" ) );
-   gone.reset(); // and another timer may have its slot
+   gone.reset(); // its slot may be another timer's now
    late.nextTimeIs( 7 );
    early.nextTimeIs( 3 );
    clock.advanceTo( 2 );
@@ -135,7 +135,7 @@ TEST_F( ClockTest, TimersThatMoveAreDueAfterAsLongAsBefore )
    EXPECT_EQ( log.str(), "late@2 early@2 " ); // the older one first
 }
 
-TEST( RealClockTest, RunsWhatBecomesDueWhileItSleeps )
+TEST( RealClockTest, RunsTimersThatBecomeDueWhileItSleeps )
 {
    RealClock clock;
    int fired = 0;

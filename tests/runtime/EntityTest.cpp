@@ -52,7 +52,7 @@ class EntityTest : public testing::Test
    Log taken() { return std::exchange( log, {} ); }
 };
 
-TEST_F( EntityTest, MutatorsPublishWhatChangedAndNothingElse )
+TEST_F( EntityTest, MutatorsPublishOnlyChanges )
 {
    Recorder recorder( log );
    lamp->subscriberAdd( recorder );
@@ -75,7 +75,7 @@ TEST_F( EntityTest, MutatorsPublishWhatChangedAndNothingElse )
    lamp->subscriberDel( recorder );
 }
 
-TEST_F( EntityTest, DelAllPublishesEachRemovalWhileSomebodyListens )
+TEST_F( EntityTest, DelAllPublishesEachRemovalWhileThereAreSubscribers )
 {
    Recorder recorder( log );
    lamp->subscriberAdd( recorder );
@@ -104,14 +104,14 @@ TEST_F( EntityTest, StepsRunBetweenStoreAndPublication )
    lamp->generationIs( 4 );
    EXPECT_TRUE( lamp->guestDel( "bob" ) == false );
    lamp->guestIs( "bob", false );
-   EXPECT_TRUE( lamp->guestDel( "bob" ) ); // presence, not the stored value
+   EXPECT_TRUE( lamp->guestDel( "bob" ) ); // whether it existed, not its value
    EXPECT_EQ(
       taken(), Log( { "generation changed old 0", "after generation 4", "guest inserted [bob]",
                   "after guest bob", "guest removed [bob] old false", "after guest bob" } ) );
    lamp->subscriberDel( recorder );
 }
 
-TEST_F( EntityTest, IndexesAndChecksAreHeld )
+TEST_F( EntityTest, IndexesAndValuesAreChecked )
 {
    const auto rangeText = [ & ]( auto act ) {
       try {
@@ -184,7 +184,7 @@ TEST_F( EntityTest, EverythingIsReachableByName )
    EXPECT_EQ( toText( type.operation( "dim" ).call( *lamp, arguments ) ), "30" );
 }
 
-TEST( ValueTest, WhatOnlyLooksLikeAValueIsRefused )
+TEST( ValueTest, TextsThatOnlyResembleValuesAreRefused )
 {
    EXPECT_EQ( ValueTraits<S32>::from( std::string( "-5" ) ), -5 );
    EXPECT_EQ( ValueTraits<S32>::from( std::string( "0x-5" ) ), std::nullopt );

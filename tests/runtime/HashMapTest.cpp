@@ -21,8 +21,7 @@ std::string text( const Map& map )
    return result;
 }
 
-/// Random insertions and removals of few keys and of many, so that runs of slots wrap, shift and
-/// grow.
+/// Inserts and removes few keys and many at random, so that runs of slots wrap, shift and grow.
 TEST( HashMapTest, AgreesWithTheStandardMap )
 {
    std::mt19937 random( 1 );

@@ -41,7 +41,7 @@ class Lamp : public Vormel::Entity
 
    U32 dim( U32 percent, bool slowly ) { return slowly ? percent / 2 : percent; }
 
-   std::vector<std::string> steps; // what ran between store and publication
+   std::vector<std::string> steps; // the steps that ran between store and publication
 
  private:
    static void checkWatts( U32 watts )

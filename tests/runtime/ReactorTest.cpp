@@ -59,7 +59,7 @@ TEST_F( ReactorTest, HandlersRunOnlyWhileNotificationIsActive )
    EXPECT_EQ( taken(), Log( { "lit changed old true" } ) );
 }
 
-TEST_F( ReactorTest, MarkedReactorsAndZombiesHearNothing )
+TEST_F( ReactorTest, MarkedReactorsAndZombiesAreNotNotified )
 {
    watcher->hasNotificationActiveIs( true );
    watcher->markForDeletion();
@@ -70,7 +70,7 @@ TEST_F( ReactorTest, MarkedReactorsAndZombiesHearNothing )
    taken();
    watcher->hasNotificationActiveIs( true );
    watcher->zombieIs();
-   watcher->hasNotificationActiveIs( true ); // cannot be undone
+   watcher->hasNotificationActiveIs( true ); // without effect on a zombie
    lamp->litIs( false );
    EXPECT_EQ( taken(), Log() );
    EXPECT_FALSE( lamp->hasSubscribers() );

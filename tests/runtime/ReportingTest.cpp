@@ -102,7 +102,7 @@ TEST_F( TraceTest, SettingsApplyAsAWholeOrNotAtAll )
    EXPECT_EQ( traceHandle( "FruitPlum" ), nullptr );
 }
 
-TEST_F( TraceTest, WhatASinkThrowsIsToldAndTheTracedCodeGoesOn )
+TEST_F( TraceTest, AnExceptionOfASinkIsReportedAndTheTracedCodeContinues )
 {
    apple.levelIs( 1 );
    traceSinkIs( []( const TraceRecord& ) { throw Error( "disk full" ); } );
@@ -182,7 +182,7 @@ TEST( AssertTest, TheHookSeesTheExpressionAndASignatureWithoutBlanksBeforeRefere
    const std::string report = testing::internal::GetCapturedStderr();
    assertionHookIs( nullptr );
    EXPECT_NE( report.find( "ReportingTest.cpp:" ), report.npos );
-   // The macro EOF stays as written.
+   // The macro EOF is not expanded.
    EXPECT_NE( report.find( "string&, int*): Assertion 'EOF == 2' failed.\n" ), report.npos )
       << report;
    EXPECT_EQ( signatureText( "void f(const A &, B *)" ), "void f(const A&, B*)" );
@@ -195,7 +195,7 @@ TEST( AssertTest, TheFatalSinkGetsTheLineBesideStandardErrorAndMayFail )
    assertionHookIs( []( const AssertionFailure& ) { throw Error( "hook" ); } );
    testing::internal::CaptureStderr();
    fatalSinkIs( [ &got ]( std::string_view line ) {
-      fatalSinkIs( {} ); // it may withdraw itself
+      fatalSinkIs( {} ); // a sink may remove itself
       got += line;
    } );
    EXPECT_THROW( Orchard::pick( "", nullptr ), Error );

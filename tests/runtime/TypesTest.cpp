@@ -72,7 +72,7 @@ TEST( IntfIdTest, OrderIsByKindThenByNumber )
       EXPECT_EQ( toText( intfs[ i ] ), ordered[ i ] );
 }
 
-TEST( IntfIdTest, RefusesWhatIsNoInterface )
+TEST( IntfIdTest, RefusesTextsThatAreNotInterfaces )
 {
    for( const char* text :
       { "", "Ethernet", "Ethernet0", "Ethernet01", "Ethernet1/0", "Ethernet1/", "Ethernet1/1/1/1",

@@ -23,7 +23,7 @@ class ChipTest : public SimTest
    Chip& chip = hardware.chip( 4 );
 };
 
-TEST( SdkNumbersTest, DifferWithTheSeedAndNeverMeet )
+TEST( SdkNumbersTest, DifferWithTheSeedAndAreUnique )
 {
    const SdkNumbers a( 1 );
    const SdkNumbers b( 2 );
@@ -73,17 +73,17 @@ TEST_F( ChipTest, ControlsHaveARange )
          value < 2 ? ok : code( SdkCode::Param ) );
 }
 
-TEST_F( ChipTest, WhoTrapsTtlExceptionsIsSettledBeforeRoutingIsOn )
+TEST_F( ChipTest, TrapsTtlExceptionsIsFixedOnceRoutingWasOn )
 {
    chip.trapsTtlExceptionsIs( true );
    setControl( 4, SwitchControl::L3EgressMode, 1 );
-   setControl( 4, SwitchControl::L3EgressMode, 0 ); // entries that were made stay
+   setControl( 4, SwitchControl::L3EgressMode, 0 ); // entries exist already
    chip.trapsTtlExceptionsIs( true );
    EXPECT_THROW( chip.trapsTtlExceptionsIs( false ), Vormel::ValueError );
    EXPECT_TRUE( shim.trapsTtlExceptions( 4 ) );
 }
 
-TEST_F( ChipTest, LacksWhatItsAttributesSay )
+TEST_F( ChipTest, LacksTheFeaturesThatItsAttributesDeny )
 {
    EXPECT_EQ(
       setControl( 0, SwitchControl::IgmpReservedMcastEnable, 1 ), code( SdkCode::Unavail ) );
@@ -94,7 +94,7 @@ TEST_F( ChipTest, LacksWhatItsAttributesSay )
       code( SdkCode::Unavail ) );
 }
 
-TEST_F( ChipTest, ForeignPartsOfAVlanSurvive )
+TEST_F( ChipTest, ForeignSettingsOfAVlanAreKept )
 {
    hardware.vlanIs( 10 );
    const U32 before = chip.vlan( 10 )->otherFlags;
@@ -178,11 +178,11 @@ TEST_F( ChipTest, TheMyStationMemoryHasASecondView )
       call( &SdkShimInterface::memoryWrite, 4, memory, shim.anyMemoryBlock(), 34, &unmasked ), ok );
 }
 
-TEST_F( ChipTest, TheUnitRecordHoldsTheActivePorts )
+TEST_F( ChipTest, TheUnitRecordContainsTheActivePorts )
 {
    chip.portActiveIs( 3, false );
    const UnitRecord record = shim.unitRecord( 4 );
-   EXPECT_EQ( PortBitmap::fromWords( record ).toString(), "5-6,8" ); // by logical numbers
+   EXPECT_EQ( PortBitmap::fromWords( record ).toString(), "5-6,8" ); // logical port numbers
 }
 
 class RegisterChipTest : public ChipTest
@@ -191,7 +191,7 @@ class RegisterChipTest : public ChipTest
    RegisterChipTest() : ChipTest( "register" ) {}
 };
 
-TEST_F( RegisterChipTest, RegistersKeepTheBitsThatNobodyChanges )
+TEST_F( RegisterChipTest, RegistersKeepTheBitsThatAreNotChanged )
 {
    const int reg = shim.registerNumber( Register::IngConfig64 );
    const U64 reset = chip.registerValue( Register::IngConfig64 );

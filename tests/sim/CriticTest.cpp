@@ -1,4 +1,4 @@
-// Each convention of the hardware calls, broken once.
+// Each convention of the hardware calls is broken once.
 #include "tests/sim/SimTest.h"
 
 namespace Strata::Sim {
@@ -70,7 +70,7 @@ TEST_F( CriticTest, ActionsAreRewrittenUnderTheFieldLock )
    unlockField( 0 );
    EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "FP lock is not held" ) ) );
 
-   // What follows remove_all belongs to the same section, until the entry is installed.
+   // Calls after remove_all belong to the same section until the entry is installed.
    addAction( 0, id, FieldAction::CopyToCpu );
    EXPECT_THAT(
       breaches(), ElementsAre( HasSubstr( "behind remove_all with the unit's FP lock" ) ) );
@@ -83,7 +83,7 @@ TEST_F( CriticTest, ActionsAreRewrittenUnderTheFieldLock )
    EXPECT_THAT(
       breaches(), ElementsAre( "bcm_field_lock: the unit's FP lock is still held at the end" ) );
 
-   // A unit whose FP lock is not available does without it, until it is.
+   // While a unit's FP lock is not available, it is not needed.
    hardware.faults().inject( { .call = "bcm_field_lock", .nth = 1, .code = SdkCode::Unavail } );
    EXPECT_EQ( lockField( 0 ), code( SdkCode::Unavail ) );
    call( &SdkShimInterface::fieldActionRemoveAll, 0, id );
@@ -94,7 +94,7 @@ TEST_F( CriticTest, ActionsAreRewrittenUnderTheFieldLock )
    EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "made without the unit's FP lock" ) ) );
 }
 
-TEST_F( CriticTest, WhatIsWrittenBackWasReadRightBefore )
+TEST_F( CriticTest, AWriteNeedsAReadRightBeforeIt )
 {
    hardware.vlanIs( 10 );
    VlanControl control;
@@ -120,7 +120,7 @@ TEST_F( CriticTest, WhatIsWrittenBackWasReadRightBefore )
    write( 0, 1 );
    write( 4, 10 );
    call( &SdkShimInterface::ingMiscConfigWrite, 4, word );
-   // A read that nothing was written after is not for a later write.
+   // A read does not count for a write that does not follow it directly.
    read();
    call( &SdkShimInterface::ingMiscConfigRead, 0, &word );
    write( 0, 10 );
@@ -135,14 +135,14 @@ TEST_F( CriticTest, EntriesAreInstalledWithAnActionAndEveryQualifier )
    EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "the entry has no action" ),
                                HasSubstr( "the entry has no qualifier" ) ) );
 
-   // This chip has no HiGig qualifier, which its attributes say.
+   // This chip has no HiGig qualifier, according to its attributes.
    addAction( 0, id, FieldAction::Drop );
    EXPECT_EQ( call( &SdkShimInterface::fieldQualifyHiGig, 0, id, U8{ 0 }, U8{ 1 } ),
       code( SdkCode::Unavail ) );
    manager->installEntry( 0, id );
    EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "refused a qualifier" ) ) );
 
-   // An injected refusal is not the slice's fault.
+   // An injected refusal is not a breach of the slice.
    manager->getEntry( 0, id, "one", {} );
    hardware.faults().inject( { .call = "bcm_field_qualify_Ttl", .code = SdkCode::Unavail } );
    EXPECT_EQ( call( &SdkShimInterface::fieldQualifyTtl, 0, id, U8{ 0 }, U8{ 0xFF } ),
@@ -159,7 +159,7 @@ TEST_F( CriticTest, NumbersMustBeTheSdks )
 {
    manager->getEntry( 0, id, "one", {} );
    EXPECT_EQ( call( &SdkShimInterface::fieldActionAdd, 0, id, 3, 0, 0 ), code( SdkCode::Param ) );
-   // Right numbers in the wrong place are as bad.
+   // Numbers of the SDK that belong to another parameter are refused too.
    call( &SdkShimInterface::switchControlSet, 0, shim.fieldAction( FieldAction::Drop ), 1 );
    call( &SdkShimInterface::fieldQualifyIntPriority, 0, id, 5, 0xFFFFFFFF );
    call( &SdkShimInterface::fieldQualifyIngressStpState, 0, id,

@@ -32,14 +32,14 @@ TEST_F( EntryManagerTest, HardwareChangesWithInstallationAlone )
    group( 0 ).find( base )->hits = 5;
    EXPECT_EQ( manager->enableEntry( 0, base, false, hardware.shim().fieldEntryEnableMode() ), ok );
 
-   // A re-claim empties the qualifiers and leaves the rest; packets see no gap.
+   // A repeated claim clears the qualifiers and keeps the rest, so packets match without interruption.
    EXPECT_EQ( manager->getEntry( 0, base, "one", {} ), base );
    EXPECT_EQ( entry( 0, base ).claim.text(), "every packet => CopyToCpu" );
    EXPECT_EQ( entry( 0, base ).hardware->text(), "Ttl 1/0xff => CopyToCpu" );
    EXPECT_FALSE( entry( 0, base ).enabled );
    EXPECT_EQ( manager->hitsForEntry( 0, base ), 5u );
 
-   // Given twice, a qualifier is replaced.
+   // A qualifier that is given twice is replaced.
    call( &SdkShimInterface::fieldQualifyTtl, 0, base, U8{ 0 }, U8{ 0xFF } );
    call( &SdkShimInterface::fieldQualifyTtl, 0, base, U8{ 2 }, U8{ 0xFF } );
    EXPECT_EQ( manager->reinstallEntry( 0, base ), ok );
@@ -75,7 +75,7 @@ TEST_F( EntryManagerTest, AClaimThatMayTakeTheNextIdGetsTheSameOneEachTime )
    EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "outside the manager's range" ) ) );
 }
 
-TEST_F( EntryManagerTest, AFullUnitTurnsClaimsAwayWithoutBlame )
+TEST_F( EntryManagerTest, AFullUnitRefusesClaimsWithoutABreach )
 {
    group( 0 ).roomIs( 2 );
    makeEntry( 0, base, "one" );
@@ -95,7 +95,7 @@ TEST_F( EntryManagerTest, AFullUnitTurnsClaimsAwayWithoutBlame )
    EXPECT_THAT( breaches(), IsEmpty() );
 }
 
-TEST_F( EntryManagerTest, WhatIsNotThereIsNotFound )
+TEST_F( EntryManagerTest, EntriesThatDoNotExistAreNotFound )
 {
    const int mode = hardware.shim().fieldEntryEnableMode();
    EXPECT_EQ( manager->installEntry( 0, base ), code( SdkCode::NotFound ) );
@@ -127,7 +127,7 @@ TEST_F( EntryManagerTest, PortSetsBecomeQualifiers )
    EXPECT_EQ( manager->addInPortsForEntry( 0, base, *PortBitmap::parse( "1" ), {} ),
       code( SdkCode::Param ) );
    EXPECT_THAT( breaches(), IsEmpty() );
-   // Ports by their logical numbers, which go on from unit to unit.
+   // Port sets use logical numbers, which continue from unit to unit.
    const PortBitmap& others = hardware.chip( 4 ).ports();
    makeEntry( 4, base, "one" );
    EXPECT_EQ( manager->addOutLoopbackPortForEntry( 4, base, 6, others ), ok );
@@ -136,7 +136,7 @@ TEST_F( EntryManagerTest, PortSetsBecomeQualifiers )
    EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "ports 7-9 are not the unit's" ) ) );
 }
 
-TEST_F( EntryManagerTest, OnlyWhatFloodsNamesThePortsOfOtherUnits )
+TEST_F( EntryManagerTest, OnlyFloodEntriesMayNamePortsOfOtherUnits )
 {
    const int redirect = hardware.shim().fieldAction( FieldAction::RedirectPbmp );
    hardware.faults().inject(
@@ -153,7 +153,7 @@ TEST_F( EntryManagerTest, OnlyWhatFloodsNamesThePortsOfOtherUnits )
    EXPECT_THAT( breaches(), IsEmpty() );
    EXPECT_EQ( manager->installEntry( 0, base ), ok );
    EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "RedirectPbmp: ports 9 are not" ) ) );
-   // Nor those of floods on a loopback port, nor an entry with another qualifier unavailable.
+   // Neither may entries of floods on a loopback port, nor entries of which another qualifier is unavailable.
    call( &SdkShimInterface::fieldQualifyDstPort, 0, base + 2, 0, 0xFF, 0xF0, 0xFF );
    manager->addOutLoopbackPortForEntry( 0, base + 2, 258, hardware.chip( 0 ).ports() );
    call( &SdkShimInterface::fieldQualifyTtl, 0, base + 3, U8{ 1 }, U8{ 0xFF } );
@@ -162,7 +162,7 @@ TEST_F( EntryManagerTest, OnlyWhatFloodsNamesThePortsOfOtherUnits )
    EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "ports 9 are" ), HasSubstr( "ports 9 are" ) ) );
 }
 
-TEST_F( EntryManagerTest, TheSdkRefusesWhatNoPacketCouldMeet )
+TEST_F( EntryManagerTest, TheSdkRefusesQualifiersThatNoPacketCanMatch )
 {
    using Shim = SdkShimInterface;
    const SimShim& shim = hardware.shim();
@@ -264,7 +264,7 @@ TEST_F( EntryManagerTest, TheSdkRefusesActionsThatDoNothingOrContradict )
       { base, RedirectMcast, 0, 0, SdkCode::Param },
       { base, RedirectMcast, 4096, 0, SdkCode::Param },
       { base, RedirectMcast, 4095, 0, SdkCode::None },
-      { base, RedirectMcast, 1, 0, SdkCode::None }, // takes the other's place
+      { base, RedirectMcast, 1, 0, SdkCode::None }, // replaces the other group
       { base, RedirectPort, 1, 5, SdkCode::Port },
       { base, RedirectPort, 2, 1, SdkCode::Port },
       { base, RedirectPort, 1, 4, SdkCode::Config }, // beside RedirectMcast
@@ -300,7 +300,7 @@ TEST_F( EntryManagerTest, TheSdkRefusesActionsThatDoNothingOrContradict )
    EXPECT_EQ( addPorts( lookup, EgressPortsAdd ), code( SdkCode::Param ) );
    EXPECT_EQ( addPorts( base, RedirectPbmp ), code( SdkCode::Config ) );
    EXPECT_EQ( addPorts( base + 2, RedirectPbmp ), code( SdkCode::Config ) );
-   breaches(); // the lock's own
+   breaches(); // discards the breaches about the FP lock
 }
 
 class HiGigTest : public SimTest
@@ -309,7 +309,7 @@ class HiGigTest : public SimTest
    HiGigTest() : SimTest( "register" ) {}
 };
 
-TEST_F( HiGigTest, IsOneBitAndItsTrunksAreLeftBehindTheLookup )
+TEST_F( HiGigTest, IsOneBitAndItsTrunkActionsAreNotOfTheLookupStage )
 {
    const Ref<SimTcamEntryManager> lookup = hardware.tcamManager( "php-lsp-ping" );
    const U32 id = lookup->baseEntryId();

@@ -15,7 +15,7 @@ inline auto everyProfile()
    return testing::ValuesIn( Sim::chipProfileNames() );
 }
 
-/// What the tests of a profile are called by: GoogleTest takes no dash.
+/// The suffix of a profile's tests: GoogleTest does not accept a dash in a name.
 inline std::string profileSuffix( const testing::TestParamInfo<std::string_view>& profile )
 {
    std::string name( profile.param );

@@ -29,7 +29,7 @@ class FaultsTest : public SimTest
    Faults& faults = hardware.faults();
 };
 
-TEST_F( FaultsTest, StrikeTheCallTheyAreMeantFor )
+TEST_F( FaultsTest, ApplyToTheCallThatTheyName )
 {
    const int busy = code( SdkCode::Busy );
    faults.inject( { .call = "bcm_field_lock", .unit = 4, .nth = 2, .code = SdkCode::Busy } );
@@ -54,7 +54,7 @@ TEST_F( FaultsTest, StrikeTheCallTheyAreMeantFor )
    EXPECT_EQ( lockAndUnlock( 0 ), ok );
 }
 
-TEST_F( FaultsTest, StrikeEntryManagersToo )
+TEST_F( FaultsTest, ApplyToEntryManagersToo )
 {
    const Ref<SimTcamEntryManager> manager = hardware.tcamManager();
    const U32 id = manager->baseEntryId();
@@ -72,7 +72,7 @@ TEST_F( FaultsTest, StrikeEntryManagersToo )
    EXPECT_TRUE( breaches().empty() );
 }
 
-TEST_F( FaultsTest, WhatCannotStrikeIsRefused )
+TEST_F( FaultsTest, AreRefusedIfTheyCannotApply )
 {
    EXPECT_THAT( refusal( { .call = "bcm_field_qualify_Tll" } ),
       HasSubstr( "did you mean 'bcm_field_qualify_Ttl'?" ) );

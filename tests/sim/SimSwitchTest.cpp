@@ -1,4 +1,4 @@
-// The switch as a whole: its transcript, its input objects, how it is made and taken down.
+// The switch as a whole: its transcript, its input objects, its construction and destruction.
 #include "platform/runtime/Errors.h"
 #include "platform/runtime/Syslog.h"
 #include "platform/runtime/Trace.h"
@@ -49,7 +49,7 @@ TEST_F( SimSwitchTest, TheTranscriptNamesWhatWasCalled )
    EXPECT_EQ( shim.calls( SdkOperation::fieldQualifyTtl ), 1u );
 }
 
-TEST_F( SimSwitchTest, ChangesAreToldWithOldAndNewValue )
+TEST_F( SimSwitchTest, ChangesAreRecordedWithOldAndNewValue )
 {
    std::vector<std::string> heard;
    hardware.transcript().listenerIs( [ & ]( const Record& r ) { heard.push_back( r.text ); } );
@@ -69,7 +69,7 @@ TEST_F( SimSwitchTest, ChangesAreToldWithOldAndNewValue )
    EXPECT_EQ( json.at( "new" ), "routed" );
 }
 
-TEST_F( SimSwitchTest, TracesAndLogMessagesStandInTheTranscript )
+TEST_F( SimSwitchTest, TracesAndLogMessagesAreInTheTranscript )
 {
    static Vormel::TraceHandle trace( "SimSwitchTest" );
    static Vormel::SyslogHandle message( "SIM_TEST", Vormel::Severity::warning, "port %d", "", "" );
@@ -108,7 +108,7 @@ TEST_F( SimSwitchTest, LagsAndTheirMembersAgree )
    EXPECT_THROW( hardware.lagIs( one, {} ), Vormel::ValueError );
 }
 
-TEST( SimSwitchMaking, RefusesWhatMakesNoSense )
+TEST( SimSwitchMaking, RefusesInvalidConfigurations )
 {
    const Vormel::LockAnchor lock( Vormel::activityLock() );
    const auto refusal = []( const SimSwitchConfig& config ) -> std::string {

@@ -1,5 +1,4 @@
-// A simulated switch with two units whose breaches are collected, and calls as the slice makes
-// them.
+// A simulated switch with two units, whose breaches are collected, and functions that call it as the slice does.
 #pragma once
 
 #include "platform/runtime/Activity.h"
@@ -23,7 +22,7 @@ class SimTest : public testing::Test
       hardware.critic().collect();
    }
 
-   /// With the pre-call hook and without the activity lock.
+   /// Makes the call after the pre-call hook and without the activity lock.
    template<class... Parameters>
    int call( int ( SdkShimInterface::*operation )( Parameters... ),
       std::type_identity_t<Parameters>... arguments )
@@ -45,7 +44,7 @@ class SimTest : public testing::Test
          hardware.shim().fieldAction( action ), 0, 0 );
    }
 
-   /// Takes the breaches that were collected, as "call: what was wrong".
+   /// Returns the collected breaches as "call: what was wrong", and forgets them.
    std::vector<std::string> breaches()
    {
       std::vector<std::string> texts;
@@ -54,7 +53,7 @@ class SimTest : public testing::Test
       hardware.critic().breachesDel();
       return texts;
    }
-   /// The lines of a kind, from the record number on.
+   /// The lines of the records of a kind, from this record number on.
    std::vector<std::string> lines( RecordKind kind, U64 from = 0 )
    {
       std::vector<std::string> found;

@@ -1,4 +1,4 @@
-// The command, called as a person calls it.
+// Runs the command with arguments and standard input, as on a command line.
 #pragma once
 
 #include "tool/cli/Cli.h"

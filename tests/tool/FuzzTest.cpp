@@ -1,5 +1,5 @@
-// Random scenarios: pieces of the shipped ones, shuffled and changed. For each, the command ends with one of its own exit
-// statuses.
+// Random scenarios: pieces of the project's own ones, shuffled and changed. The command ends each of them with one of
+// its exit statuses.
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -1,6 +1,6 @@
-// Every command, refused behind every word: these lines come from what the parsers themselves offer, so a new command
-// is tried without a row here. And the mistakes of refusals.txt, which people make: each is told with place, cause and
-// remedy.
+// Every command is refused behind every word: these lines are made of the words that the parsers offer, so a new
+// command is tested without a row here. The mistakes of refusals.txt, which users make, are reported with place, cause
+// and remedy.
 #include "platform/runtime/Activity.h"
 #include "platform/runtime/Trace.h"
 #include "tests/tool/CommandLine.h"
@@ -31,8 +31,8 @@ class Refusals : public testing::Test
          session_.run( splitLine( "test", 1, line ) );
    }
 
-   /// Behind `before`, down to where nothing more fits: the line stops early, or goes on with a word
-   /// that fits nothing.
+   /// Tries the line `before`, which may be incomplete, and the line with a wrong word; then the same behind each word
+   /// that fits.
    void walk( const std::string& before, std::size_t depth = 0 )
    {
       refuse( before );
@@ -46,7 +46,7 @@ class Refusals : public testing::Test
          }
    }
 
-   /// What the session shows, and what it holds that nothing shows.
+   /// The whole state of the session, also state that no command shows.
    std::string state()
    {
       out_.str( {} );
@@ -84,7 +84,7 @@ class Refusals : public testing::Test
    static constexpr std::array<std::size_t, 4> widths{ 500, 3, 2, 1 }; // words tried, by depth
    static constexpr std::size_t deepest = 12;
 
-   /// What is offered, and words of the kinds that cannot be.
+   /// The words that are offered, and words of the kinds that cannot be offered.
    std::vector<std::string> candidates( const std::string& before ) const
    {
       std::vector<std::string> words = completions( session_, before + " " );
@@ -95,7 +95,7 @@ class Refusals : public testing::Test
       return words;
    }
 
-   /// Parses the line, which may go on. False where a word does not fit.
+   /// Parses the line, which may be incomplete. False if a word does not fit.
    bool takes( const std::string& text ) const
    {
       Offers offers;
@@ -110,7 +110,7 @@ class Refusals : public testing::Test
       }
    }
 
-   /// Runs the line if it is refused; one that is not is parsed alone.
+   /// Runs the line if the parser refuses it. A line that it accepts is not run.
    void refuse( const std::string& text )
    {
       const Line line = splitLine( "test", 1, text );
@@ -185,7 +185,7 @@ void expectTold( const std::string& told, const Row& row )
    EXPECT_THAT( told, testing::HasSubstr( row.remedy ) ) << row.line;
 }
 
-TEST_F( Refusals, TellPlaceCauseAndRemedy )
+TEST_F( Refusals, NamePlaceCauseAndRemedy )
 {
    std::set<std::string_view> untried;
    for( const Command& command : commands() )
@@ -210,7 +210,7 @@ TEST_F( Refusals, TellPlaceCauseAndRemedy )
    EXPECT_THAT( untried, testing::IsEmpty() );
 }
 
-TEST( CommandLine, MistakesAreToldWithCauseAndRemedy )
+TEST( CommandLine, MistakesAreReportedWithCauseAndRemedy )
 {
    for( const Row& row : rows() ) {
       if( !row.isCommandLine() )

@@ -1,4 +1,4 @@
-// Scenarios as a person runs them: what they print, what they are worth to programs, how they end.
+// Scenarios as users run them: their output as text and as JSON, and their exit statuses.
 #include "sim/chip/ChipProfile.h"
 #include "tests/tool/CommandLine.h"
 
@@ -50,7 +50,7 @@ std::string transcriptOfDeath(
    return contents( transcript );
 }
 
-TEST( Scenario, AFailedExpectationIsReportedAndTheRunGoesOn )
+TEST( Scenario, AFailedExpectationIsReportedAndTheRunContinues )
 {
    const Outcome outcome = run( "switch hsdk\n"
                                 "expect attribute useLb true\n"
@@ -83,7 +83,7 @@ TEST( Scenario, TextsAreExpectedWholeAndInOrder )
    EXPECT_THAT( outcome.out, HasSubstr( "2 of 7 expectations failed" ) ) << outcome.out;
 }
 
-TEST( Scenario, QuietLeavesEventsOutOfTheTextAlone )
+TEST( Scenario, QuietLeavesEventsOutOfTheTextButNotOutOfJson )
 {
    const std::string text = "switch hsdk\n"
                             "quiet\n"
@@ -141,7 +141,7 @@ TEST( Scenario, ProblemsInAnIncludedFileNameItsLineAndTheLineThatIncludesIt )
    EXPECT_EQ( json.find( refused ), json.rfind( refused ) ) << "told once";
 }
 
-TEST( Scenario, DeathThatIsExpectedLeavesTheSwitchUntouched )
+TEST( Scenario, AnExpectedDeathLeavesTheSwitchUnchanged )
 {
    const Outcome outcome =
       run( "switch hsdk\n"
@@ -150,7 +150,7 @@ TEST( Scenario, DeathThatIsExpectedLeavesTheSwitchUntouched )
            "expect no calls\n"
            "expect entry nexthopToCpu absent\n"
            "no fault\n"
-           "expect dead \"API ERROR:\" call initializeNextHopToCpuTcam\n" // lives: fails
+           "expect dead \"API ERROR:\" call initializeNextHopToCpuTcam\n" // fails: no death
            "expect dead \"something else\" set reprogramVlanFloodRequired 1\n" );
    EXPECT_EQ( outcome.status, 1 );
    EXPECT_THAT( outcome.out, HasSubstr( "2 of 5 expectations failed" ) );
@@ -158,7 +158,7 @@ TEST( Scenario, DeathThatIsExpectedLeavesTheSwitchUntouched )
    EXPECT_THAT( outcome.out, HasSubstr( "found     it ended with status 0 and said nothing" ) );
 }
 
-TEST( Scenario, ASlipInACommandThatShouldDieIsNoDeath )
+TEST( Scenario, AMistakeInACommandThatShouldDieIsNotADeath )
 {
    const Outcome outcome = run( "switch hsdk\nexpect dead x call ini true\n" );
    EXPECT_EQ( outcome.status, 2 );
@@ -166,7 +166,7 @@ TEST( Scenario, ASlipInACommandThatShouldDieIsNoDeath )
       outcome.err, HasSubstr( ".scenario:2:20: RoutingStatusHelper has no operation 'ini'" ) );
 }
 
-TEST( ScenarioDeathTest, DeathThatNobodyExpectedIsStatusThree )
+TEST( ScenarioDeathTest, AnUnexpectedDeathIsStatusThree )
 {
    const std::string text = transcriptOfDeath( "switch hsdk\n"
                                                "fault bcm_switch_control_set code BCM_E_FAIL\n"
@@ -208,7 +208,7 @@ TEST( ScenarioDeathTest, ADeathNamesTheFirstRefusedClaimAndEndsTheRecordsForProg
    EXPECT_EQ( objects.back().at( "expectations" ), 1 );
 }
 
-TEST( Scenario, ADeathAtTheEndIsToldAtTheLastLine )
+TEST( Scenario, ADeathAtTheEndIsReportedAtTheLastLine )
 {
    EXPECT_THAT( transcriptOfDeath( "switch hsdk units 1\n"
                                    "call init true true\n"
@@ -239,7 +239,7 @@ TEST( Scenario, OnAForeignProfileExpectationsAreNotJudged )
    EXPECT_EQ( run( text, { "--profile", "none" } ).status, 2 );
 }
 
-/// The scenario with a line behind each that makes a switch. Its copy elsewhere includes the same files.
+/// The scenario with this line after each `switch` line. A copy of it elsewhere includes the same files.
 std::string withLine( const std::string& file, const std::string& line )
 {
    const std::string include = "include ";
@@ -253,9 +253,9 @@ std::string withLine( const std::string& file, const std::string& line )
    return text;
 }
 
-// On a scenario's own profile a broken convention aborts, as a death does anywhere: both say on which line. What
-// it expects there does not hold with the fault, and is not what this is about.
-TEST( Scenario, NoneBreaksAConventionOnAnyProfileWithOrWithoutAFieldLock )
+// On a scenario's own profile a broken convention aborts, as a death does on any profile; both name the line. With the
+// fault, expectations may fail there; they are not the subject of this test.
+TEST( Scenario, ScenariosBreakNoConventionOnAnyProfileWithOrWithoutAFieldLock )
 {
    for( const auto& file : std::filesystem::directory_iterator( "scenarios" ) )
       for( const std::string_view profile : Sim::chipProfileNames() )
@@ -311,7 +311,7 @@ TEST( Scenario, EveryLineOfJsonParsesAndNothingElseIsOnStandardOutput )
    EXPECT_GE( children, 4u );
 }
 
-TEST( Scenario, QuietShowsWhatIsAskedForAndTheTranscriptStaysWhole )
+TEST( Scenario, QuietShowsOnlyRequestedOutputAndTheTranscriptIsComplete )
 {
    const std::string transcript = testing::TempDir() + "quiet.txt";
    const Outcome outcome = run( "switch hsdk\n"

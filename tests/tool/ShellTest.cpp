@@ -27,7 +27,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-TEST( Shell, ALineThatCannotBeRunIsReportedAndTheNextOneTaken )
+TEST( Shell, ALineThatCannotBeRunIsReportedAndTheNextOneIsRun )
 {
    const Outcome outcome = runLine( { "shell" },
       "switch hsdk\n\n# nothing\ncall ini true true\nhelp vlan\nhelp route\nhelp nonsense\ncall init true true\n"
@@ -71,7 +71,7 @@ TEST( Shell, ALineThatIsRefusedChangesNothing )
       HasSubstr( "shell:5:26: nothing is expected here; did you mean 'ttl'?" ) );
 }
 
-TEST( Shell, TheCaretStandsUnderTheCulprit )
+TEST( Shell, TheCaretIsUnderTheWrongWord )
 {
    const std::string start = "switch hsdk ports 8\ninterface Ethernet1-8 unit 0 port 1\nvlan 10\n";
    const std::string frames = "tests/packet/frames/frames.pcap";
@@ -103,7 +103,7 @@ TEST( Shell, TheCaretStandsUnderTheCulprit )
          << line;
 }
 
-TEST( Shell, CapturesHoldWhatHasLeftAndPipesKeepNobodyWaiting )
+TEST( Shell, CapturesContainTheFramesThatLeftAndPipesAreRefused )
 {
    const std::string file = testing::TempDir() + "left.pcap";
    const std::string pipe = testing::TempDir() + "pipe.pcap";
@@ -111,7 +111,7 @@ TEST( Shell, CapturesHoldWhatHasLeftAndPipesKeepNobodyWaiting )
    ASSERT_EQ( mkfifo( pipe.c_str(), 0600 ), 0 );
    const std::string start = "switch hsdk ports 8\ninterface Ethernet1-3 unit 0 port 1\n"
                              "vlan 10 members Ethernet1-3\nnative-vlan 10 Ethernet1-3\n";
-   // Read while it is being written.
+   // The capture is read while it is being written.
    const Outcome two = runLine( { "shell", "--quiet" },
       start + "capture Ethernet2 " + file +
          "\npacket in Ethernet1 ipv4 ttl 7\npacket in Ethernet1 ipv4 ttl 8\n"
@@ -121,7 +121,7 @@ TEST( Shell, CapturesHoldWhatHasLeftAndPipesKeepNobodyWaiting )
          file + " in Ethernet3\nno capture\npcap " + file + " in Ethernet3 summary\n" );
    EXPECT_EQ( two.status, 0 ) << two.err;
    EXPECT_THAT( two.out, HasSubstr( "3  1-3     Ethernet1, Ethernet2" ) );
-   // Frames that a capture has cut are told, and where the file ends before the range.
+   // Frames that a capture has cut are reported, and so is a file that ends before the range.
    const std::string cut = "pcap tests/packet/frames/frames.pcap in Ethernet1 frames 29-40";
    EXPECT_THAT( runLine( { "shell", "--quiet" }, start + cut + "\n" + cut + " summary\n" ).out,
       AllOf( HasSubstr( "1 frame of tests/packet/frames/frames.pcap, which ends with frame 29" ),
@@ -134,7 +134,7 @@ TEST( Shell, CapturesHoldWhatHasLeftAndPipesKeepNobodyWaiting )
       EXPECT_THAT( refused.err, HasSubstr( "'" + pipe + "': " ) ) << line;
       EXPECT_THAT( refused.out, HasSubstr( "held    expect no calls" ) ) << line;
    }
-   // What cannot be written is told by the line that sent it.
+   // A frame that cannot be written is reported at the line that sent it.
    rlimit before{};
    getrlimit( RLIMIT_FSIZE, &before );
    const auto withRoomFor = [ & ]( rlim_t bytes ) {
@@ -156,7 +156,7 @@ TEST( Shell, CapturesHoldWhatHasLeftAndPipesKeepNobodyWaiting )
    EXPECT_THAT( full.err, Not( HasSubstr( "shell:7" ) ) );
 }
 
-TEST( Shell, EverythingThatIsShownCanBeHadAsJson )
+TEST( Shell, EveryShowCommandHasJson )
 {
    U32 shown = 0;
    for( const Command& command : commands() ) {
@@ -185,7 +185,7 @@ TEST( Shell, UniqueAbbreviationsAreWholeWordsAndFilesAreExact )
       AllOf( HasSubstr( "> vlan 10 members Ethernet3\n" ), HasSubstr( "> show interfaces\n" ) ) );
    EXPECT_THAT( runLine( { "shell" }, start + "s\n" ).err,
       HasSubstr( "shell:5:1: 's' could be short for set, show, stp, switch\n" ) );
-   // What fits as it is, is no abbreviation, and a text is none.
+   // A complete word is not an abbreviation, and neither is a word of a text.
    EXPECT_THAT( runLine( { "shell" }, start + "note un\n" ).out, HasSubstr( "\nun\n" ) );
    const std::string file = testing::TempDir() + "abbreviated.scenario";
    std::ofstream( file ) << "switch hsdk\nsh int\n";
@@ -249,7 +249,7 @@ TEST( Shell, FiltersSelectRowsOfText )
    EXPECT_THAT( shown( "note x | count" ), HasSubstr( "3:8: nothing is expected here" ) );
 }
 
-TEST( Completion, KnowsCommandsAndWhatTheyAskFor )
+TEST( Completion, OffersCommandsAndTheirArguments )
 {
    const Vormel::LockAnchor lock( Vormel::activityLock() );
    std::ostringstream out;

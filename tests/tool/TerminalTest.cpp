@@ -1,4 +1,4 @@
-// The shell on a pseudo-terminal: what depends on keys, signals and the window.
+// The shell on a pseudo-terminal: behaviour that depends on keys, signals and the window.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -57,7 +57,7 @@ class TerminalTest : public testing::Test
          ::write( terminal_, keys.data(), keys.size() ), static_cast<ssize_t>( keys.size() ) );
    }
 
-   /// What is shown next, up to this text.
+   /// The next output, up to and including this text.
    std::string outputUntil( const std::string& text )
    {
       using Clock = std::chrono::steady_clock;
@@ -79,7 +79,7 @@ class TerminalTest : public testing::Test
       return output;
    }
 
-   /// Types a line and returns what it shows.
+   /// Types a line and returns its output.
    std::string run( const std::string& line )
    {
       type( line + "\n" );
@@ -117,7 +117,7 @@ class TerminalTest : public testing::Test
  private:
    int terminal_ = -1;
    pid_t shell_ = 0;
-   std::string shown_; // and not yet asked for
+   std::string shown_; // output that outputUntil() has not returned yet
 };
 
 TEST_F( TerminalTest, CtrlCEndsTheCommandAndNotTheSession )

@@ -60,7 +60,7 @@ TEST( Words, ErrorsPointAtTheirPlaceAndSayWhatWouldBeRight )
       "s.scenario:7:4: no is followed by one of swit" );
 }
 
-TEST( Commands, TheLongestNameIsTakenAndQuotedWordsAreNone )
+TEST( Commands, TheLongestNameMatchesAndQuotedWordsDoNot )
 {
    const Line line = splitLine( "f", 1, "expect no calls" );
    Words words( line );

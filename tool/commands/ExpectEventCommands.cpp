@@ -88,7 +88,7 @@ Act expectNoCalls( const Session&, Words& )
    return expectRecords( "hardware calls", Times{ 0 }, isCall );
 }
 
-/// A value of the attribute, or "-" for none. InputError for what cannot be one.
+/// A value of the attribute, or "-" for no value. InputError for a text that cannot be a value.
 std::string takePublished( Words& words, const Vormel::Attribute& attribute, std::string_view what )
 {
    const std::string text = words.take( what ).text;

@@ -79,7 +79,8 @@ class HistoryFile
 
  private:
    static constexpr int most = 1000;
-   static constexpr const char* mark = "_HiStOrY_V2_\n"; // how the library knows its files
+   static constexpr const char* mark =
+      "_HiStOrY_V2_\n"; // the first line of the library's history files
 
    /// As the library writes a line: all but plain characters as octal numbers.
    static std::string encoded( const std::string& line )
