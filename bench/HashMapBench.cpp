@@ -1,5 +1,5 @@
-// The runtime's hash map beside a first-class open-addressing map and the standard one: lookups
-// among 8,192 interfaces, for keys that are there and keys that are not, in random order.
+// Compares the runtime's hash map with another open-addressing map and the standard one: lookups among 8,192
+// interfaces, of present and absent keys, in random order.
 #include "bench/SleepingThread.h"
 #include "platform/runtime/HashMap.h"
 #include "platform/types/IntfId.h"
@@ -11,7 +11,7 @@
 #include <unordered_map>
 #include <vector>
 
-#ifdef STRATA_BENCH_ABSL // set where the build has found it
+#ifdef STRATA_BENCH_ABSL // set if the build has found the other map
 #include <absl/container/flat_hash_map.h>
 #endif
 
@@ -20,7 +20,7 @@ namespace {
 using Vormel::IntfId;
 
 constexpr U32 interfaceCount = 8192;
-// Long enough that the branch predictor cannot learn the sequence by heart.
+// Long enough that the branch predictor cannot learn the sequence.
 constexpr U32 queryCount = 1 << 18;
 
 using Ours = Vormel::HashMap<IntfId, void*>;

@@ -1,4 +1,4 @@
-// Runs one path for so many rounds and nothing else, so that callgrind can count its instructions:
+// Runs one path for a number of rounds and nothing else, so that callgrind can count its instructions:
 // `strata-l3-instructions <number of path> <rounds>`. Without arguments lists the paths.
 #include "bench/NullShim.h"
 #include "bench/Paths.h"

@@ -1,4 +1,4 @@
-// Packets through the simulated chip, and what a range costs that has a hundred times as many entries.
+// The time of a packet through the simulated chip, and with a hundred times as many entries in a range.
 #include "platform/runtime/Activity.h"
 #include "sim/packet/PacketEngine.h"
 

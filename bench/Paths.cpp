@@ -148,7 +148,7 @@ void checkedCall( std::size_t rounds )
       CHECKED( bcm_field_qualify_Ttl( 0, 1, 0, 0xFF ) );
 }
 
-// What a checked call cannot do without.
+// The parts that every checked call needs.
 void bareCall( std::size_t rounds )
 {
    for( ; rounds != 0; --rounds ) {
@@ -181,7 +181,7 @@ void rearmTimer( std::size_t rounds )
    }
 }
 
-// The reactor's whole walk, from an interface's event to the rewritten flood entries.
+// The reactor's whole path, from an interface's event to the rewritten flood entries.
 template<void ( Slice::*event )( U32 ), U32 interfaces>
 void interfaceEvents( std::size_t rounds )
 {

@@ -1,4 +1,4 @@
-// The paths whose costs are kept, each as a loop of n rounds. Timed by RuntimeBench, counted in instructions
+// The paths whose costs are measured, each as a loop of n rounds. Timed by RuntimeBench, counted in instructions
 // by InstructionCounts.
 #pragma once
 

@@ -1,4 +1,4 @@
-// Times of the runtime's paths, of a checked call beside a bare one, of bring-up by units, and of an interface event
+// Times of the runtime's paths, of a checked call and a plain one, of bring-up by units, and of an interface event
 // by interfaces.
 #include "bench/NullShim.h"
 #include "bench/Paths.h"
@@ -38,7 +38,7 @@ void bringUp( benchmark::State& state )
 }
 BENCHMARK( bringUp )->Arg( 1 )->Arg( 8 )->Arg( 64 );
 
-// What one event of an interface costs among many interfaces.
+// The cost of one event of an interface among many interfaces.
 template<void ( Slice::*event )( U32 )>
 void interfaceEvent( benchmark::State& state )
 {

@@ -1,5 +1,5 @@
-// In a process of one thread the C library leaves atomic operations out, which flatters every count
-// and lock. So each benchmark first makes sure that a second thread exists. Thread-safe.
+// In a process of one thread the C library uses no atomic operations, so that counts and locks seem cheaper than they
+// are. Therefore each benchmark first makes sure that a second thread exists. Thread-safe.
 #pragma once
 
 #include <chrono>

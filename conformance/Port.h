@@ -63,7 +63,7 @@ struct Port
 
    U16 vlan =
       1; // exists on every unit; preferably with flags or settings that do not belong to the slice
-   std::optional<U16> missingVlan;    // exists on none
+   std::optional<U16> missingVlan;    // exists on no unit
    std::optional<U32> myStationIndex; // an index of the my-station memory that may be written
    std::vector<StrataPort>
       ports; // ports on which IPv4 and IPv6 may be enabled; one on each unit is enough

@@ -25,7 +25,7 @@ constexpr auto enumNames( Promise )
 #include "conformance/Promises.def"
    } );
 }
-/// What it says, in a sentence.
+/// The promise in words.
 std::string_view promiseText( Promise promise );
 
 /// The hooks of Port that promises need: without its hook, a promise is found broken or not tried, never kept.

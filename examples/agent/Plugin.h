@@ -4,5 +4,5 @@
 /// The agent's log.
 using Say = void ( * )( const char* line );
 
-/// What a plugin exports as `pluginRun`; returns 0 when all went well.
+/// The function that a plugin exports as `pluginRun`. Returns 0 for success.
 using PluginRun = int ( * )( Say say );

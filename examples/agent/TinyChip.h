@@ -41,7 +41,7 @@ struct Chip
 {
    using Id = std::pair<U32, U32>; // unit and entry
 
-   std::map<Id, Entry> entries;     // those that are held
+   std::map<Id, Entry> entries;     // the claimed entries
    std::map<U32, VlanControl> vlan; // only VLAN 1 of each unit
    std::map<std::pair<U32, int>, U64> registers;
    std::map<std::pair<U32, U32>, MemoryEntry> myStations;
@@ -59,7 +59,7 @@ struct Chip
       return given( unit, entry, [ & ]( Rule& claim ) { claim.qualifiers.insert( #name ); } ); \
    }
 
-/// What is not here, the chip has not got.
+/// Operations that are not overridden return the feature-not-available code.
 class Shim final : public UnavailableShim
 {
  public:
@@ -84,7 +84,7 @@ class Shim final : public UnavailableShim
    UnitRecord unitRecord( U32 ) const override { return { 0x1E }; }
    bool vlanExists( U32, U16 vlanId ) const override { return vlanId == 1; }
 
-   // What entries can look at. Given twice, a qualifier replaces its former data, and so does an action.
+   // The chip's qualifiers. One that is given twice replaces its former data, and so does an action.
    TINY_QUALIFIER( DstMac, const EthAddr&, const EthAddr& );
    TINY_QUALIFIER( Drop, U8, U8 );
    TINY_QUALIFIER( DstMcastGroup, U32, U32 );
@@ -163,7 +163,7 @@ class Shim final : public UnavailableShim
       return ok;
    }
 
-   // A register has a bit for a field; a memory entry has a word, and addresses have a half of another.
+   // A field has one bit of a register, or one word of a memory entry; an address has a second word.
    void registerFieldSet( Register, U32& value, RegisterField field, U32 data ) const override
    {
       const U32 bit = 1U << static_cast<U32>( field );
@@ -206,7 +206,7 @@ class Shim final : public UnavailableShim
    }
 
    static std::size_t wordOf( MemoryField field ) { return static_cast<std::size_t>( field ); }
-   /// Only the two addresses have one. No field is as high as that.
+   /// The second word of an address, behind the words of all fields.
    static std::size_t upperWordOf( MemoryField field )
    {
       return field == MemoryField::MacAddr ? 14 : 15;

@@ -28,10 +28,10 @@ class Log
 };
 
 /// Logs each operation, then calls it on another shim.
-class TellingShim final : public ForwardingShim
+class LoggingShim final : public ForwardingShim
 {
  public:
-   TellingShim( SdkShimInterface& next, const Log& log ) : ForwardingShim( next ), log_( log ) {}
+   LoggingShim( SdkShimInterface& next, const Log& log ) : ForwardingShim( next ), log_( log ) {}
 
 #define STRATA_SDK_OPERATION( method, name, parameters, arguments ) \
    int method parameters override \
@@ -92,7 +92,7 @@ class EntryManager final : public StrataBoundedTcamEntryManager
             held->claim.qualifiers.clear();
             return id;
          }
-      // Others get the first that is free.
+      // Any other name gets the first free id.
       for( U32 id = entryId; id <= last; ++id )
          if( inRange( id ) && chip_.entries.try_emplace( { unit, id }, Entry{ name } ).second )
             return id;

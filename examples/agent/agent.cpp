@@ -1,5 +1,4 @@
-// A small agent. It is not linked to any library of a plugin: what a plugin brings along is loaded when the
-// plugin is.
+// A small agent. It is not linked to the libraries of its plugins, which are loaded with the plugins.
 #include "Plugin.h"
 
 #include <dlfcn.h>

@@ -78,7 +78,7 @@ int main()
       ->forwardingModelIs( Interface::ForwardingModel::routed );
    std::cout << "routed floods reach ports " << helper->vlanFloodPbmp() << '\n';
 
-   // 7. The agent's loop: events with the lock held, the lock given away while it waits, timers when they are due.
+   // 7. The agent's loop: events with the lock held, the lock released while it waits, timers when they are due.
    clock->runDue();
    return helper->vlanFloodPbmp() == *PortBitmap::parse( "1,3-4" ) ? 0 : 1;
 }

@@ -1,4 +1,4 @@
-// Examines the tiny chip for what the slice relies on. Copy it for a chip of your own.
+// Checks whether the tiny chip keeps the promises that the slice relies on. Copy it for your own chip.
 #include "TinyEntryManager.h"
 
 #include "conformance/Port.h"

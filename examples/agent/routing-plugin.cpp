@@ -1,5 +1,5 @@
-// The agent's routing plugin: brings the slice up on a tiny chip, lets one interface become routed, and reads
-// what came of it by name.
+// The agent's routing plugin: brings the slice up on a tiny chip, makes one interface routed, and reads
+// the effect by the names of attributes.
 #include "TinyEntryManager.h"
 
 #include "platform/runtime/Activity.h"
@@ -75,7 +75,7 @@ class Switch
    Log log_;
    Chip chip_;
    Shim chipShim_{ chip_ };
-   TellingShim shim_{ chipShim_, log_ };
+   LoggingShim shim_{ chipShim_, log_ };
    Ref<StrataCommonSmData> scsd_ = sharedData( shim_ );
    Ref<Interface::EthIntfStatusDir> interfaces_ = make<Interface::EthIntfStatusDir>();
    Ref<RoutingStatusHelper> helper_;
