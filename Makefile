@@ -7,7 +7,7 @@ BENCH_FLAGS ?=
 FILES ?=
 
 .DEFAULT_GOAL := help
-.PHONY: help run test bench mutants library package format lint update-golden update-reference update-symbols clean
+.PHONY: help run test bench mutants library package format lint update update-golden update-reference update-symbols clean
 
 help:
 	@echo 'make run            build, then run a scenario on the simulated chip'
@@ -16,9 +16,8 @@ help:
 	@echo 'make bench          build and run the benchmarks     BENCH_FLAGS="--benchmark_filter=<pattern>"'
 	@echo 'make mutants FILES=routing/entries/UrpfEntries.cpp   break the library token by token and name the test that notices'
 	@echo '                      N=20  SEED=1  LINES=20-40  FUNCTION=<pattern>  KIND=<pattern>  SCENARIOS=1  LIST=1'
-	@echo 'make update-golden  replace the golden transcripts by the present ones'
-	@echo 'make update-reference  regenerate the reference pages from the code'
-	@echo 'make update-symbols    regenerate the list of exported symbols'
+	@echo 'make update         replace what is generated from the code: golden transcripts, reference pages, the list of'
+	@echo '                      exported symbols; also by itself: update-golden, update-reference, update-symbols'
 	@echo 'make library        build the library alone, for an agent: build/library'
 	@echo 'make package        build the Debian packages'
 	@echo 'make format         format all C++ files'
@@ -49,6 +48,8 @@ mutants:
 	@python3 ci/mutants.py $(FILES) $(if $(N),--number $(N)) $(if $(SEED),--seed $(SEED)) \
 	   $(if $(LINES),--lines $(LINES)) $(if $(FUNCTION),--function '$(FUNCTION)') \
 	   $(if $(KIND),--kind '$(KIND)') $(if $(SCENARIOS),--scenarios) $(if $(LIST),--list)
+
+update: update-golden update-reference update-symbols
 
 update-golden:
 	@sh ci/setup.sh build

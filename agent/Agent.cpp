@@ -119,8 +119,8 @@ std::string Agent::valueText( const Vormel::Value& value ) const
 std::vector<std::string> Agent::objectNames() const
 {
    std::vector<std::string> names{ "helper" };
-   for( const std::string_view name : Sim::SimSwitch::objectNames() )
-      names.emplace_back( name );
+   for( const auto& known : Sim::SimSwitch::objects() )
+      names.emplace_back( known.name );
    for( const auto& manager : hardware_.tcamManagers() )
       names.push_back( manager->profile().name );
    return names;

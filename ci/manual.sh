@@ -72,7 +72,7 @@ expect() {
 
 expect 'attributes' strata-l3 at
 expect '--transcript --trace' strata-l3 run some.scenario --tra
-expect 'hsdk register fabric-vfi acl' strata-l3 run some.scenario --profile ''
+expect 'fabric-vfi' strata-l3 run some.scenario --profile fa
 expect 'auto always never' strata-l3 shell --color ''
 expect 'always' strata-l3 shell --color = al
 expect 'ApiStrata=' strata-l3 run --quiet --trace Ap

@@ -1,5 +1,6 @@
 // The agent's units and entry ranges.
 #include "conformance/Checks.h"
+#include "platform/sdk/TcamEntryManager.h"
 
 namespace Strata::Conformance {
 
@@ -107,11 +108,10 @@ std::vector<ManagedRange> rangesOf( const Ref<StrataBoundedTcamEntryManager>& tc
       { "uRPF single-wide", TcamGroup::urpfSingleWide, 2 },
       { "uRPF double-wide", TcamGroup::urpfDoubleWide, 2 },
    };
-   static constexpr U32 mainEntries = 53;
 
    std::vector<ManagedRange> ranges;
    if( tcamManager )
-      ranges.push_back( { "main", tcamManager, std::nullopt, 0, mainEntries } );
+      ranges.push_back( { "main", tcamManager, std::nullopt, 0, mainRangeIds } );
    for( const Served& known : served )
       if( const auto manager =
              tcamGroupManager ? tcamGroupManager->boundedTcamEntryManager( known.group ) : nullptr )

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/runtime/Types.h"
+#include "platform/sdk/TcamEntryManager.h"
 
 #include <algorithm>
 #include <functional>
@@ -35,7 +36,7 @@ static_assert( std::ranges::adjacent_find( Detail::tcamL3EntryOffsets, std::grea
                   std::ranges::end( Detail::tcamL3EntryOffsets ),
    "the rows of EntryIds.def are in the order of their offsets" );
 
-/// How many ids the main range has.
-constexpr U32 tcamL3EntryIds = *std::rbegin( Detail::tcamL3EntryOffsets ) + 1;
+static_assert( *std::rbegin( Detail::tcamL3EntryOffsets ) + 1 == mainRangeIds,
+   "mainRangeIds is the last offset of EntryIds.def plus one" );
 
 } // namespace Strata

@@ -36,8 +36,8 @@ constexpr bool ascending( std::initializer_list<AttributeNumber> numbers )
           numbers.end();
 }
 
-/// AccessError: "<where>: '<given>' is not <expected>".
-[[noreturn]] VORMEL_EXPORT void badValue(
+/// "<where> '<given>' is not <expected>"
+VORMEL_EXPORT std::string badValueText(
    const std::string& where, const Value& given, const std::string& expected );
 
 template<class T>
@@ -45,8 +45,8 @@ T convertedTo( const Value& given, std::string_view attribute, std::string_view 
 {
    auto value = ValueTraits<T>::from( given );
    if( !value )
-      badValue(
-         std::string( attribute ) + ": " + std::string( what ), given, ValueTraits<T>::expected() );
+      throw AccessError( badValueText( std::string( attribute ) + ": " + std::string( what ), given,
+         ValueTraits<T>::expected() ) );
    return *std::move( value );
 }
 
@@ -68,25 +68,36 @@ E& entityOf( Entity& entity, std::string_view member )
    return const_cast<E&>( entityOf<E>( std::as_const( entity ), member ) );
 }
 
-template<class E, class T>
-class ScalarAttribute final : public Attribute
+/// What attributes of one type have in common, whether T is their value or that of their members.
+template<class T>
+class AttributeOf : public Attribute
 {
  public:
+   using Attribute::Attribute;
+
+   std::string expected() const override { return ValueTraits<T>::expected(); }
+   std::vector<std::string> choices() const override { return choicesOf<T>(); }
+   bool holdsObject() const override { return isRef<T>; }
+
+   Value converted( const Value& value ) const override { return valueOf<T>( valueFrom( value ) ); }
+
+ protected:
+   T valueFrom( const Value& value ) const { return convertedTo<T>( value, info().name, "value" ); }
+};
+
+template<class E, class T>
+class ScalarAttribute final : public AttributeOf<T>
+{
+ public:
+   using Attribute::info;
    using Get = T ( * )( const E& );
    using Set = void ( * )( E&, const T& ); // null for fields
 
-   ScalarAttribute( const AttributeInfo& info, Get get, Set set )
-      : Attribute( info ),
+   ScalarAttribute( const AttributeInfo& declaration, Get get, Set set )
+      : AttributeOf<T>( declaration ),
         get_( get ),
         set_( set )
    {}
-
-   std::string expected() const override { return ValueTraits<T>::expected(); }
-
-   Value converted( const Value& value ) const override
-   {
-      return valueOf<T>( convertedTo<T>( value, info().name, "value" ) );
-   }
 
    Value read( const Entity& entity ) const override
    {
@@ -96,8 +107,8 @@ class ScalarAttribute final : public Attribute
    void write( Entity& entity, const Value& value ) const override
    {
       if( !set_ )
-         refuse( "be written: it is set by the constructor" );
-      set_( entityOf<E>( entity, info().name ), convertedTo<T>( value, info().name, "value" ) );
+         this->refuse( "be written: it is set by the constructor" );
+      set_( entityOf<E>( entity, info().name ), this->valueFrom( value ) );
    }
 
  private:
@@ -148,20 +159,14 @@ auto membersOf( const Map& map )
 }
 
 template<class E, class K, class T>
-class CollectionAttribute final : public Attribute
+class CollectionAttribute final : public AttributeOf<T>
 {
  public:
-   CollectionAttribute( const AttributeInfo& info, const CollectionAccess<E, K, T>& access )
-      : Attribute( info ),
+   using Attribute::info;
+   CollectionAttribute( const AttributeInfo& declaration, const CollectionAccess<E, K, T>& access )
+      : AttributeOf<T>( declaration ),
         access_( access )
    {}
-
-   std::string expected() const override { return ValueTraits<T>::expected(); }
-
-   Value converted( const Value& value ) const override
-   {
-      return valueOf<T>( convertedTo<T>( value, info().name, "value" ) );
-   }
 
    Value convertedKey( const Value& key ) const override { return valueOf<K>( keyOf( key ) ); }
 
@@ -171,7 +176,8 @@ class CollectionAttribute final : public Attribute
       const K wanted = keyOf( key );
       if( const auto value = access_.get( entityOf<E>( entity, info().name ), wanted ) )
          return valueOf<T>( *value );
-      refuse( "be read at key " + ValueTraits<K>::text( wanted ) + ": there is no such member" );
+      this->refuse(
+         "be read at key " + ValueTraits<K>::text( wanted ) + ": there is no such member" );
    }
 
    std::vector<Member> members( const Entity& entity ) const override
@@ -185,8 +191,7 @@ class CollectionAttribute final : public Attribute
    using Attribute::write;
    void write( Entity& entity, const Value& key, const Value& value ) const override
    {
-      access_.is( entityOf<E>( entity, info().name ), keyOf( key ),
-         convertedTo<T>( value, info().name, "value" ) );
+      access_.is( entityOf<E>( entity, info().name ), keyOf( key ), this->valueFrom( value ) );
    }
 
    Value del( Entity& entity, const Value& key ) const override
@@ -236,19 +241,19 @@ class BoundOperation final : public Operation
       return run( entityOf<E>( entity, name() ), given, std::make_index_sequence<count>() );
    }
 
-   /// Each parameter's name with the expected kind of value.
-   static std::vector<std::string> described( const std::vector<std::string>& names )
+   static std::vector<Parameter> described( const std::vector<std::string>& names )
    {
       return describe( names, std::make_index_sequence<count>() );
    }
 
  private:
    template<std::size_t... I>
-   static std::vector<std::string> describe(
+   static std::vector<Parameter> describe(
       [[maybe_unused]] const std::vector<std::string>& names, std::index_sequence<I...> )
    {
-      return { (
-         names.at( I ) + ": " + ValueTraits<std::tuple_element_t<I, Arguments>>::expected() )... };
+      return {
+         Parameter{ names.at( I ), ValueTraits<std::tuple_element_t<I, Arguments>>::expected(),
+            choicesOf<std::tuple_element_t<I, Arguments>>() }... };
    }
 
    template<std::size_t I>

@@ -64,15 +64,21 @@ void Attribute::delAll( Entity& ) const
    refuse( "be deleted: it is a single value" );
 }
 
-void Detail::badValue( const std::string& where, const Value& given, const std::string& expected )
+std::string Detail::badValueText(
+   const std::string& where, const Value& given, const std::string& expected )
 {
-   throw AccessError( where + " '" + toText( given ) + "' is not " + expected );
+   return where + " '" + toText( given ) + "' is not " + expected;
 }
 
 void Detail::badEntity( const Entity& entity, std::string_view member )
 {
    throw AccessError( "'" + std::string( member ) + "' is not an attribute or operation of " +
                       std::string( entity.entityType().name() ) );
+}
+
+std::string toText( const Parameter& parameter )
+{
+   return parameter.name + ": " + parameter.expected;
 }
 
 void Operation::checkCount( std::size_t given ) const
@@ -82,18 +88,18 @@ void Operation::checkCount( std::size_t given ) const
    std::string text = std::string( name_ ) + " takes " + std::to_string( parameters_.size() ) +
                       ( parameters_.size() == 1 ? " argument" : " arguments" );
    for( std::size_t i = 0; i < parameters_.size(); ++i )
-      text += ( i == 0 ? " (" : "; " ) + parameters_[ i ];
+      text += ( i == 0 ? " (" : "; " ) + toText( parameters_[ i ] );
    text += std::string( parameters_.empty() ? "" : ")" ) + ", not " + std::to_string( given );
    throw AccessError( text );
 }
 
 void Operation::badArgument( std::size_t index, const Value& given ) const
 {
-   const std::string& parameter = parameters_[ index ];
-   const auto colon = parameter.find( ": " );
-   Detail::badValue( std::string( name_ ) + ": argument " + std::to_string( index + 1 ) + " (" +
-                        parameter.substr( 0, colon ) + ")",
-      given, parameter.substr( colon + 2 ) );
+   const Parameter& parameter = parameters_[ index ];
+   throw ArgumentError(
+      index, Detail::badValueText( std::string( name_ ) + ": argument " +
+                                      std::to_string( index + 1 ) + " (" + parameter.name + ")",
+                given, parameter.expected ) );
 }
 
 EntityType::EntityType( std::string_view name, Attributes attributes, Operations operations )

@@ -57,6 +57,10 @@ class VORMEL_EXPORT Attribute
 
    /// The kind of value that is expected: "true or false", "bridged or routed", "a number from 0 to 255".
    virtual std::string expected() const = 0;
+   /// The texts of all values, where there are few; otherwise empty.
+   virtual std::vector<std::string> choices() const = 0;
+   /// Whether the values, or those of the members, are references to objects, which have no text.
+   virtual bool holdsObject() const = 0;
    /// The value converted to the attribute's type, as by a write.
    virtual Value converted( const Value& value ) const = 0;
    /// The key converted likewise; an error for a field or scalar.
@@ -81,11 +85,21 @@ class VORMEL_EXPORT Attribute
    AttributeInfo info_;
 };
 
+/// A parameter of an operation.
+struct Parameter
+{
+   std::string name;
+   std::string expected;             // the kind of value: "a number from 0 to 255"
+   std::vector<std::string> choices; // the texts of all values, where there are few
+};
+/// "vlanId: a number from 0 to 65535"
+VORMEL_EXPORT std::string toText( const Parameter& parameter );
+
 /// One operation that can be called by name.
 class VORMEL_EXPORT Operation
 {
  public:
-   Operation( std::string_view name, std::vector<std::string> parameters, std::string_view summary )
+   Operation( std::string_view name, std::vector<Parameter> parameters, std::string_view summary )
       : name_( name ),
         parameters_( std::move( parameters ) ),
         summary_( summary )
@@ -93,11 +107,11 @@ class VORMEL_EXPORT Operation
    virtual ~Operation();
 
    std::string_view name() const { return name_; }
-   /// "name: expected kind of value", one for each argument.
-   const std::vector<std::string>& parameters() const { return parameters_; }
+   const std::vector<Parameter>& parameters() const { return parameters_; }
    std::string_view summary() const { return summary_; }
 
-   /// Calls the operation; the result is monostate if it returns nothing.
+   /// Calls the operation; the result is monostate if it returns nothing. AccessError for a wrong number of arguments,
+   /// ArgumentError for one that cannot be converted; nothing has been called then.
    virtual Value call( Entity& entity, std::span<const Value> arguments ) const = 0;
 
  protected:
@@ -106,7 +120,7 @@ class VORMEL_EXPORT Operation
 
  private:
    std::string_view name_;
-   std::vector<std::string> parameters_;
+   std::vector<Parameter> parameters_;
    std::string_view summary_;
 };
 

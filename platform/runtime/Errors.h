@@ -4,6 +4,7 @@
 #include "platform/runtime/Export.h"
 #include "platform/runtime/Types.h"
 
+#include <cstddef>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -45,6 +46,22 @@ class VORMEL_EXPORT AccessError : public Error
 {
  public:
    using Error::Error;
+};
+
+/// An argument that an operation does not accept, in a call by name.
+class VORMEL_EXPORT ArgumentError : public AccessError
+{
+ public:
+   ArgumentError( std::size_t index, const std::string& text )
+      : AccessError( text ),
+        index_( index )
+   {}
+
+   /// The argument's place in the call; the first has 0.
+   std::size_t index() const { return index_; }
+
+ private:
+   std::size_t index_;
 };
 
 } // namespace Vormel

@@ -16,6 +16,7 @@
 #include <type_traits>
 #include <utility>
 #include <variant>
+#include <vector>
 
 namespace Vormel {
 
@@ -61,6 +62,7 @@ struct ValueTraits<bool>
    static Value value( bool v ) { return v; }
    static std::optional<bool> from( const Value& v ) { return Detail::boolFrom( v ); }
    static std::string expected() { return "true or false"; }
+   static std::vector<std::string> choices() { return { "true", "false" }; }
 };
 
 template<std::unsigned_integral T>
@@ -138,6 +140,13 @@ struct ValueTraits<E>
          names += ( names.empty() ? "" : " or " ) + std::string( entry.name );
       return names;
    }
+   static std::vector<std::string> choices()
+   {
+      std::vector<std::string> names;
+      for( const auto& entry : enumTable<E> )
+         names.emplace_back( entry.name );
+      return names;
+   }
 };
 
 template<class T>
@@ -160,5 +169,20 @@ struct ValueTraits<Ref<T>>
    }
    static std::string expected() { return "an object of the attribute's class, or none"; }
 };
+
+/// The texts of all values of a type that has few; otherwise empty.
+template<class T>
+std::vector<std::string> choicesOf()
+{
+   if constexpr( requires { ValueTraits<T>::choices(); } )
+      return ValueTraits<T>::choices();
+   else
+      return {};
+}
+
+template<class T>
+inline constexpr bool isRef = false;
+template<class T>
+inline constexpr bool isRef<Ref<T>> = true;
 
 } // namespace Vormel

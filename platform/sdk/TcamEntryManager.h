@@ -39,6 +39,9 @@ class VORMEL_EXPORT StrataBoundedTcamEntryManager : public StrataTcamEntryManage
    virtual U32 baseEntryId() const = 0;
 };
 
+/// How many ids of the main range the slice uses, from baseEntryId() on.
+constexpr U32 mainRangeIds = 53;
+
 /// The assignments of the group manager that the slice uses.
 enum class TcamGroup : U32
 {

@@ -16,7 +16,7 @@ static std::vector<FieldGroupProfile> standardGroups()
       { "peer-mac-arp", TcamGroup::peerMacArp, 151, 1, 4 },
       { "urpf-single-wide", TcamGroup::urpfSingleWide, 201, 2, 4, FieldStage::urpf },
       { "urpf-double-wide", TcamGroup::urpfDoubleWide, 251, 2, 2, FieldStage::urpf },
-      { "main", std::nullopt, 1001, 53, 64 },
+      { "main", std::nullopt, 1001, mainRangeIds, 64 },
    };
 }
 
@@ -122,7 +122,7 @@ static ChipProfile acl()
 
 std::span<const ChipProfile> chipProfiles()
 {
-   static const std::array<ChipProfile, 4> profiles{ hsdk(), registerChip(), fabricVfi(), acl() };
+   static const std::array profiles{ hsdk(), registerChip(), fabricVfi(), acl() };
    return profiles;
 }
 

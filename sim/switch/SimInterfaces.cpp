@@ -133,7 +133,7 @@ void SimSwitch::nexthopIs( const std::string& name, bool programmed, bool usesL3
    const auto entity = Vormel::make<NexthopStatus>( name );
    entity->programmedIs( programmed );
    entity->usesL3EgressIs( usesL3Egress );
-   nexthops_->entityIs( name, entity );
+   nexthopStatusDir_->entityIs( name, entity );
 }
 
 void SimSwitch::vlanIs( U16 vlanId )

@@ -141,10 +141,10 @@ SimSwitch::SimSwitch( const SimSwitchConfig& config )
       chips_.try_emplace(
          units_[ i ], units_[ i ], static_cast<U32>( i ), profile_, ports_, firstPorts[ i ] );
    makeManagers();
-   makeObjects();
+   setUpObjects();
    if( config.record ) {
-      for( const std::string_view name : objectNames() )
-         recorder_.record( object( name ), std::string( name ) );
+      for( const NamedObject& known : objects() )
+         recorder_.record( known.in( *this ), std::string( known.name ) );
       sinks_ = std::make_unique<Sinks>( transcript_ );
    }
    sdkShimIs( &observed_ );
@@ -166,11 +166,10 @@ void SimSwitch::makeManagers()
    }
 }
 
-void SimSwitch::makeObjects()
+void SimSwitch::setUpObjects()
 {
    const ChipInfo chipInfo{ "simulated " + profile_.name };
    strataAttributes().chipAttributesIs( chipInfo, profile_.attributes );
-   scsd_ = make<StrataCommonSmData>( &observed_ );
    for( const auto& [ unit, chip ] : chips_ )
       scsd_->units().unitIs(
          static_cast<U16>( unit ), { .chipInfo = chipInfo,
@@ -184,26 +183,10 @@ void SimSwitch::makeObjects()
       scsd_->vxlanFloodL2McIs( profile_.l2McastGroups - 2 );
 
    // The last group contains every port; the slice finds it by the table's size.
-   l2Mcast_ = make<L2McastTableAllocationEnt>();
-   l2Mcast_->sizeIs( profile_.l2McastGroups );
-   l2Mcast_->cpuGroupIs( 1 );
-   l2Mcast_->cpuAndFloodGroupIs( 2 );
-   l2Mcast_->floodGroupIs( 3 );
-
-   features_ = make<Features>();
-   miscConfig_ = make<StrataMiscConfig>();
-   pbrInfo_ = make<StrataPbrInfo>();
-   sourceIpLookup_ = make<BastleSourceIpLookupConfig>();
-   urpf_ = make<StrataUrpfCommonData>();
-   ethIntfStatusDir_ = make<Interface::EthIntfStatusDir>();
-   intfVlanId_ = make<IntfVlanId::Table>();
-   virtualPorts_ = make<VirtualPortStatus>();
-   hwStatus_ = make<HwStatus>();
-   nexthops_ = make<NexthopStatusDir>();
-   mlagStatus_ = make<Mlag::Status>();
-   mlagHwStatus_ = make<Mlag::Hardware::Status>();
-   recircStatus_ = make<::Lag::Recirc::RecircFeatureStatus>();
-   portSwTable_ = make<SimPortSwTable>();
+   l2McastTableAllocation_->sizeIs( profile_.l2McastGroups );
+   l2McastTableAllocation_->cpuGroupIs( 1 );
+   l2McastTableAllocation_->cpuAndFloodGroupIs( 2 );
+   l2McastTableAllocation_->floodGroupIs( 3 );
 }
 
 Chip& SimSwitch::chip( U32 unit )
@@ -226,43 +209,14 @@ Ref<SimTcamEntryManager> SimSwitch::tcamManager( std::string_view group ) const
    return at == tcamManagers_.end() ? nullptr : *at;
 }
 
-struct ObjectName
+std::span<const SimSwitch::NamedObject> SimSwitch::objects()
 {
-   std::string_view name;
-   Ref<Entity> ( *object )( const SimSwitch& );
-};
-
-#define OBJECT( name, accessor ) \
-   ObjectName \
-   { \
-      name, []( const SimSwitch& owner ) { return Ref<Entity>( owner.accessor() ); } \
-   }
-static constexpr std::array objects{
-   OBJECT( "scsd", scsd ),
-   OBJECT( "features", features ),
-   OBJECT( "miscConfig", miscConfig ),
-   OBJECT( "pbr", pbrInfo ),
-   OBJECT( "sourceIpLookup", sourceIpLookup ),
-   OBJECT( "l2Mcast", l2McastTableAllocation ),
-   OBJECT( "urpf", urpfCommonData ),
-   OBJECT( "ethIntfStatusDir", ethIntfStatusDir ),
-   OBJECT( "intfVlanId", intfVlanIdTable ),
-   OBJECT( "virtualPorts", virtualPortStatus ),
-   OBJECT( "hwStatus", hwStatus ),
-   OBJECT( "nexthops", nexthopStatusDir ),
-   OBJECT( "mlagStatus", mlagStatus ),
-   OBJECT( "mlagHwStatus", mlagHwStatus ),
-   OBJECT( "recircStatus", recircStatus ),
-};
-#undef OBJECT
-
-std::vector<std::string_view> SimSwitch::objectNames()
-{
-   std::vector<std::string_view> names;
-   names.reserve( std::size( objects ) );
-   for( const ObjectName& known : objects )
-      names.push_back( known.name );
-   return names;
+#define NAMED_OBJECT( name, accessor, Type, ... ) \
+   NamedObject{ \
+      name, &Type::type, []( const SimSwitch& of ) { return Ref<Entity>( of.accessor() ); } },
+   static constexpr std::array all{ STRATA_SIM_OBJECTS( NAMED_OBJECT ) };
+#undef NAMED_OBJECT
+   return all;
 }
 
 bool SimSwitch::isInput( std::string_view objectName )
@@ -272,9 +226,9 @@ bool SimSwitch::isInput( std::string_view objectName )
 
 Ref<Entity> SimSwitch::object( std::string_view name ) const
 {
-   for( const ObjectName& known : objects )
+   for( const NamedObject& known : objects() )
       if( known.name == name )
-         return known.object( *this );
+         return known.in( *this );
    if( const auto intf = Vormel::IntfId::parse( name ); intf && !intf->empty() )
       return ethIntfStatusDir_->intfStatus( *intf );
    return nullptr;

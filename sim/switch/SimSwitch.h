@@ -21,6 +21,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -43,6 +44,27 @@ struct SimSwitchConfig
 
 /// Units 0 to count - 1.
 std::vector<U32> unitNumbers( U32 count );
+
+// The input objects of the slice and the objects that it writes: name in scenarios, accessor, type, and what its
+// constructor is given.
+// clang-format off
+#define STRATA_SIM_OBJECTS( OBJECT ) \
+   OBJECT( "scsd", scsd, StrataCommonSmData, &observed_ ) \
+   OBJECT( "features", features, Features ) \
+   OBJECT( "miscConfig", miscConfig, StrataMiscConfig ) \
+   OBJECT( "pbr", pbrInfo, StrataPbrInfo ) \
+   OBJECT( "sourceIpLookup", sourceIpLookup, BastleSourceIpLookupConfig ) \
+   OBJECT( "l2Mcast", l2McastTableAllocation, L2McastTableAllocationEnt ) \
+   OBJECT( "urpf", urpfCommonData, StrataUrpfCommonData ) \
+   OBJECT( "ethIntfStatusDir", ethIntfStatusDir, Interface::EthIntfStatusDir ) \
+   OBJECT( "intfVlanId", intfVlanIdTable, IntfVlanId::Table ) \
+   OBJECT( "virtualPorts", virtualPortStatus, VirtualPortStatus ) \
+   OBJECT( "hwStatus", hwStatus, HwStatus ) \
+   OBJECT( "nexthops", nexthopStatusDir, NexthopStatusDir ) \
+   OBJECT( "mlagStatus", mlagStatus, Mlag::Status ) \
+   OBJECT( "mlagHwStatus", mlagHwStatus, Mlag::Hardware::Status ) \
+   OBJECT( "recircStatus", recircStatus, ::Lag::Recirc::RecircFeatureStatus )
+// clang-format on
 
 class SimSwitch
 {
@@ -87,28 +109,29 @@ class SimSwitch
    const std::vector<Ref<SimTcamEntryManager>>& tcamManagers() const { return tcamManagers_; }
    const Ref<SimTcamGroupManager>& tcamGroupManager() const { return tcamGroupManager_; }
 
-   // The input objects.
-   const Ref<StrataCommonSmData>& scsd() const { return scsd_; }
-   const Ref<Features>& features() const { return features_; }
-   const Ref<StrataMiscConfig>& miscConfig() const { return miscConfig_; }
-   const Ref<StrataPbrInfo>& pbrInfo() const { return pbrInfo_; }
-   const Ref<BastleSourceIpLookupConfig>& sourceIpLookup() const { return sourceIpLookup_; }
-   const Ref<L2McastTableAllocationEnt>& l2McastTableAllocation() const { return l2Mcast_; }
-   const Ref<StrataUrpfCommonData>& urpfCommonData() const { return urpf_; }
-   const Ref<Interface::EthIntfStatusDir>& ethIntfStatusDir() const { return ethIntfStatusDir_; }
-   const Ref<IntfVlanId::Table>& intfVlanIdTable() const { return intfVlanId_; }
-   const Ref<VirtualPortStatus>& virtualPortStatus() const { return virtualPorts_; }
-   const Ref<HwStatus>& hwStatus() const { return hwStatus_; }
-   const Ref<NexthopStatusDir>& nexthopStatusDir() const { return nexthops_; }
-   const Ref<Mlag::Status>& mlagStatus() const { return mlagStatus_; }
-   const Ref<Mlag::Hardware::Status>& mlagHwStatus() const { return mlagHwStatus_; }
-   const Ref<::Lag::Recirc::RecircFeatureStatus>& recircStatus() const { return recircStatus_; }
-   const Ref<SimPortSwTable>& portSwTable() const { return portSwTable_; }
+   // The objects of the table above.
+#define STRATA_SIM_OBJECT_ACCESSOR( name, accessor, Type, ... ) \
+   const Ref<Type>& accessor() const \
+   { \
+      return accessor##_; \
+   }
+   STRATA_SIM_OBJECTS( STRATA_SIM_OBJECT_ACCESSOR )
+#undef STRATA_SIM_OBJECT_ACCESSOR
+   const Ref<SimPortSwTable>& portSwTable() const
+   {
+      return portSwTable_;
+   }
 
-   /// An input object by its short name (objectNames()), or an interface's status by the
-   /// interface's name; null when there is none.
+   struct NamedObject
+   {
+      std::string_view name;
+      const Vormel::EntityType& ( *type )();
+      Ref<Entity> ( *in )( const SimSwitch& );
+   };
+   static std::span<const NamedObject> objects();
+   /// An object by its name in scenarios, or an interface's status by the interface's name; null when nothing has
+   /// that name.
    Ref<Entity> object( std::string_view name ) const;
-   static std::vector<std::string_view> objectNames();
    /// ValueError when the configuration is invalid.
    static void check( const SimSwitchConfig& config );
 
@@ -117,7 +140,10 @@ class SimSwitch
    {
       recorder_.record( entity, name );
    }
-   void forget( const Entity& entity ) { recorder_.forget( entity ); }
+   void forget( const Entity& entity )
+   {
+      recorder_.forget( entity );
+   }
 
    /// ValueError unless the port exists and no other interface is on it.
    void checkInterface( Vormel::IntfId intf, U32 unit, int port ) const;
@@ -139,7 +165,10 @@ class SimSwitch
    Ref<Interface::EthIntfStatus> intfStatus( Vormel::IntfId intf );
    /// Puts a next-hop entity into its directory and replaces one of the same name.
    void nexthopIs( const std::string& name, bool programmed, bool usesL3Egress );
-   void nexthopDel( const std::string& name ) { nexthops_->entityDel( name ); }
+   void nexthopDel( const std::string& name )
+   {
+      nexthopStatusDir_->entityDel( name );
+   }
    /// Makes the VLAN on every unit, or removes it.
    void vlanIs( U16 vlanId );
    void vlanDel( U16 vlanId );
@@ -148,7 +177,7 @@ class SimSwitch
 
  private:
    void makeManagers();
-   void makeObjects();
+   void setUpObjects();
    void takeOutOfLag( Vormel::IntfId lag, Vormel::IntfId member );
    void removeStatus( Vormel::IntfId intf );
 
@@ -171,22 +200,11 @@ class SimSwitch
    class Sinks;
    std::unique_ptr<Sinks> sinks_;
 
-   Ref<StrataCommonSmData> scsd_;
-   Ref<Features> features_;
-   Ref<StrataMiscConfig> miscConfig_;
-   Ref<StrataPbrInfo> pbrInfo_;
-   Ref<BastleSourceIpLookupConfig> sourceIpLookup_;
-   Ref<L2McastTableAllocationEnt> l2Mcast_;
-   Ref<StrataUrpfCommonData> urpf_;
-   Ref<Interface::EthIntfStatusDir> ethIntfStatusDir_;
-   Ref<IntfVlanId::Table> intfVlanId_;
-   Ref<VirtualPortStatus> virtualPorts_;
-   Ref<HwStatus> hwStatus_;
-   Ref<NexthopStatusDir> nexthops_;
-   Ref<Mlag::Status> mlagStatus_;
-   Ref<Mlag::Hardware::Status> mlagHwStatus_;
-   Ref<::Lag::Recirc::RecircFeatureStatus> recircStatus_;
-   Ref<SimPortSwTable> portSwTable_;
+#define STRATA_SIM_OBJECT_MEMBER( name, accessor, Type, ... ) \
+   Ref<Type> accessor##_{ Vormel::make<Type>( __VA_ARGS__ ) };
+   STRATA_SIM_OBJECTS( STRATA_SIM_OBJECT_MEMBER )
+#undef STRATA_SIM_OBJECT_MEMBER
+   Ref<SimPortSwTable> portSwTable_{ Vormel::make<SimPortSwTable>() };
 };
 
 } // namespace Strata::Sim

@@ -31,7 +31,7 @@ class EmbeddingSlipsTest : public SwitchTest
       testing::internal::CaptureStderr();
       for( const auto& operation : of.entityType().operations() ) {
          std::vector<Vormel::Value> arguments;
-         for( const std::string& parameter : operation->parameters() )
+         for( const Vormel::Parameter& parameter : operation->parameters() )
             arguments.push_back( argumentFor( parameter ) );
          std::string ending;
          try {
@@ -46,12 +46,13 @@ class EmbeddingSlipsTest : public SwitchTest
    }
 
  private:
-   static std::string argumentFor( const std::string& parameter )
+   static std::string argumentFor( const Vormel::Parameter& parameter )
    {
-      for( const auto& [ expected, value ] :
-         { std::pair{ "true or false", "true" }, { "an interface", "Ethernet1" },
-            { "a MAC", "02:00:00:00:00:01" }, { "bridgeMac", "bridgeMac" }, { "a list", "ip4" } } )
-         if( parameter.find( expected ) != std::string::npos )
+      if( !parameter.choices.empty() )
+         return parameter.choices.front();
+      for( const auto& [ expected, value ] : { std::pair{ "an interface", "Ethernet1" },
+              { "a MAC", "02:00:00:00:00:01" }, { "a list", "ip4" } } )
+         if( parameter.expected.find( expected ) != std::string::npos )
             return value;
       return "1";
    }

@@ -71,7 +71,7 @@ TEST_F( EntryManagerTest, AClaimThatMayTakeTheNextIdGetsTheSameOneEachTime )
    EXPECT_EQ( manager->getEntry( 0, base + 4, "third", key ), 0u );
    EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "claimed under another name" ) ) );
    EXPECT_EQ( manager->getEntry( 4, base + 5, "third", {} ), base + 5 ) << "a unit of its own";
-   EXPECT_EQ( manager->getEntry( 0, base + tcamL3EntryIds, "beyond", {} ), 0u );
+   EXPECT_EQ( manager->getEntry( 0, base + mainRangeIds, "beyond", {} ), 0u );
    EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "outside the manager's range" ) ) );
 }
 
@@ -103,8 +103,9 @@ TEST_F( EntryManagerTest, EntriesThatDoNotExistAreNotFound )
    manager->removeEntry( 0, base );
    manager->releaseEntry( 0, base );
    EXPECT_THAT( breaches(), IsEmpty() );
-   manager->releaseEntry( 0, base + tcamL3EntryIds );
-   EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "1054 is outside the manager's range" ) ) );
+   manager->releaseEntry( 0, base + mainRangeIds );
+   EXPECT_THAT( breaches(), ElementsAre( HasSubstr( std::to_string( base + mainRangeIds ) +
+                                                    " is outside the manager's range" ) ) );
 
    EXPECT_EQ( manager->addInPortsForEntry( 0, base, {}, {} ), code( SdkCode::NotFound ) );
    EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "is not claimed" ) ) );

@@ -1,5 +1,7 @@
 // Random scenarios: pieces of the project's own ones, shuffled and changed. The command ends each of them with one of
 // its exit statuses.
+#include "sim/chip/ChipProfile.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -9,6 +11,7 @@
 #include <fstream>
 #include <random>
 #include <string>
+#include <string_view>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
@@ -33,8 +36,9 @@ class Mutator
 
    std::string scenario()
    {
-      static const char* const profiles[] = { "hsdk", "register", "fabric-vfi", "acl" };
-      std::string text = "switch " + std::string( profiles[ below( 4 ) ] ) + " units 2\n";
+      const std::vector<std::string_view> profiles = Sim::chipProfileNames();
+      std::string text =
+         "switch " + std::string( profiles[ below( profiles.size() ) ] ) + " units 2\n";
       for( unsigned i = 5 + below( 30 ); i > 0; --i )
          text += mutated( lines_[ below( lines_.size() ) ] ) + "\n";
       return text;

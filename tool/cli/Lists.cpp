@@ -141,9 +141,13 @@ List operations( const std::string& )
 {
    const Vormel::EntityType& type = *namedTypes().front().type;
    List list{ operationTable( type ), ordered_json::array() };
-   for( const auto& operation : type.operations() )
-      list.json.push_back( { { "name", operation->name() },
-         { "parameters", operation->parameters() }, { "summary", operation->summary() } } );
+   for( const auto& operation : type.operations() ) {
+      auto parameters = ordered_json::array();
+      for( const Vormel::Parameter& parameter : operation->parameters() )
+         parameters.push_back( toText( parameter ) );
+      list.json.push_back( { { "name", operation->name() }, { "parameters", parameters },
+         { "summary", operation->summary() } } );
+   }
    return list;
 }
 

@@ -40,7 +40,7 @@ std::string membersText( const Agent& agent, const AttributePath& path )
 std::string takeExpected( const Agent& agent, Words& words, const AttributePath& path )
 {
    const bool collection = !path.attribute->info().keyType.empty();
-   words.offerAlternatives( path.attribute->expected() );
+   words.offerAll( path.attribute->choices() );
    if( collection )
       words.offer( absent );
    std::string text = words.take( "a value" ).text;
@@ -48,7 +48,7 @@ std::string takeExpected( const Agent& agent, Words& words, const AttributePath&
       return text;
    if( collection && !path.key )
       words.fail( "'" + path.text + "' is a collection: give a key, or expect it to be absent" );
-   if( path.attribute->info().type.starts_with( "Ref<" ) )
+   if( path.attribute->holdsObject() )
       return text;
    return agent.valueText( path.attribute->converted( text ) );
 }

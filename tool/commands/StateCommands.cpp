@@ -20,8 +20,8 @@ Value takeValue( const Session& session, Words& words, const AttributePath& path
 {
    if( !path.attribute->info().keyType.empty() && !path.key )
       words.fail( "'" + path.text + "' is a collection; give a key, as in " + path.text + "[KEY]" );
-   words.offerAlternatives( path.attribute->expected() );
-   if( !path.attribute->info().type.starts_with( "Ref<" ) )
+   words.offerAll( path.attribute->choices() );
+   if( !path.attribute->holdsObject() )
       return words.take( "a value" ).text;
    if( words.accept( "none" ) )
       return {};
@@ -60,15 +60,6 @@ Act del( const Session& session, Words& words )
    };
 }
 
-/// The argument that an error is about, or the operation's name.
-Word blamed( const std::string& error, const Word& name, const std::vector<Word>& arguments )
-{
-   for( const Word& argument : arguments )
-      if( error.find( "'" + argument.text + "' is not" ) != error.npos )
-         return argument;
-   return name;
-}
-
 /// A call of an operation of the helper, and its arguments.
 struct Call
 {
@@ -105,13 +96,11 @@ Call takeCall( const Session& session, Words& words )
    Call call{ operationNamed( words, helper, name.text ), name, {} };
    const auto& parameters = call.operation->parameters();
    while( !words.done() ) {
-      const std::string_view parameter =
-         call.arguments.size() < parameters.size()
-            ? parameters[ call.arguments.size() ] // "name: expected"
-            : std::string_view();
-      if( !parameter.empty() )
-         words.offerAlternatives( parameter.substr( parameter.find( ": " ) + 2 ) );
-      call.arguments.push_back( parameter.starts_with( "unit: " )
+      const Vormel::Parameter* const parameter =
+         call.arguments.size() < parameters.size() ? &parameters[ call.arguments.size() ] : nullptr;
+      if( parameter )
+         words.offerAll( parameter->choices );
+      call.arguments.push_back( parameter && parameter->name == "unit"
                                    ? takeUnitArgument( session, words )
                                    : words.take( "an argument" ) );
    }
@@ -129,8 +118,10 @@ std::optional<std::string> resultOf( const Call& call, Session& session, const W
       if( std::holds_alternative<std::monostate>( result ) )
          return std::nullopt;
       return session.agent().valueText( result );
+   } catch( const Vormel::ArgumentError& error ) {
+      words.failAt( call.arguments[ error.index() ], error.what() );
    } catch( const Vormel::AccessError& error ) {
-      words.failAt( blamed( error.what(), call.name, call.arguments ), error.what() );
+      words.failAt( call.name, error.what() );
    }
 }
 

@@ -1,12 +1,9 @@
 #include "tool/view/Catalogue.h"
 
 #include "platform/runtime/Value.h"
-#include "platform/state/AgentConfig.h"
 #include "platform/state/Interfaces.h"
-#include "platform/state/L3State.h"
-#include "platform/state/Mlag.h"
-#include "platform/state/StrataCommonSmData.h"
 #include "routing/RoutingStatusHelper.h"
+#include "sim/switch/SimSwitch.h"
 #include "tool/words/Command.h"
 
 namespace Strata::Tool {
@@ -60,8 +57,8 @@ Table operationTable( const Vormel::EntityType& type )
    for( const auto& operation : type.operations() ) {
       std::string text( operation->name() );
       text += "\n   " + std::string( operation->summary() );
-      for( const std::string& parameter : operation->parameters() )
-         text += "\n   " + parameter;
+      for( const Vormel::Parameter& parameter : operation->parameters() )
+         text += "\n   " + toText( parameter );
       table.row( { text } );
    }
    return table;
@@ -155,17 +152,13 @@ Table helpTable( std::string_view start )
 
 const std::vector<NamedType>& namedTypes()
 {
-   static const std::vector<NamedType> types{ { "helper", &RoutingStatusHelper::type() },
-      { "scsd", &StrataCommonSmData::type() }, { "features", &Features::type() },
-      { "miscConfig", &StrataMiscConfig::type() }, { "pbr", &StrataPbrInfo::type() },
-      { "sourceIpLookup", &BastleSourceIpLookupConfig::type() },
-      { "l2Mcast", &L2McastTableAllocationEnt::type() }, { "urpf", &StrataUrpfCommonData::type() },
-      { "ethIntfStatusDir", &Interface::EthIntfStatusDir::type() },
-      { "interface", &Interface::EthIntfStatus::type() },
-      { "intfVlanId", &IntfVlanId::Table::type() }, { "virtualPorts", &VirtualPortStatus::type() },
-      { "hwStatus", &HwStatus::type() }, { "nexthops", &NexthopStatusDir::type() },
-      { "mlagStatus", &Mlag::Status::type() }, { "mlagHwStatus", &Mlag::Hardware::Status::type() },
-      { "recircStatus", &Lag::Recirc::RecircFeatureStatus::type() } };
+   static const std::vector<NamedType> types = [] {
+      std::vector<NamedType> all{ { "helper", &RoutingStatusHelper::type() } };
+      for( const auto& known : Sim::SimSwitch::objects() )
+         all.push_back( { known.name, &known.type() } );
+      all.push_back( { "interface", &Interface::EthIntfStatus::type() } );
+      return all;
+   }();
    return types;
 }
 

@@ -196,20 +196,10 @@ void Words::offer( std::string_view word, std::string_view what )
       known = what;
 }
 
-void Words::offerAlternatives( std::string_view expected )
+void Words::offerAll( std::span<const std::string> words )
 {
-   constexpr std::string_view between = " or ";
-   std::vector<std::string_view> names;
-   for( std::size_t end = 0; end != expected.npos; ) {
-      end = expected.find( between );
-      names.push_back( expected.substr( 0, end ) );
-      if( names.back().find( ' ' ) != expected.npos )
-         return;
-      expected.remove_prefix( end == expected.npos ? expected.size() : end + between.size() );
-   }
-   if( names.size() > 1 )
-      for( const std::string_view name : names )
-         offer( name );
+   for( const std::string& word : words )
+      offer( word );
 }
 
 const Word& Words::take( std::string_view what, std::string_view kind )

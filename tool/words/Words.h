@@ -112,8 +112,7 @@ class Words
    void offersTo( Offers& offers ) { offers_ = &offers; }
    /// Offers a word that could be at the cursor.
    void offer( std::string_view word, std::string_view what = {} );
-   /// Offers the words of a text such as "bridged or routed"; none for a text such as "a number".
-   void offerAlternatives( std::string_view expected );
+   void offerAll( std::span<const std::string> words );
 
    /// Takes the next word if it is `keyword`.
    bool accept( std::string_view keyword );
@@ -141,7 +140,8 @@ class Words
    template<class T>
    T value( std::string_view what, std::string_view kind = {} )
    {
-      offerAlternatives( Vormel::ValueTraits<T>::expected() );
+      if( offers_ )
+         offerAll( Vormel::choicesOf<T>() );
       const Word& word = take( what, kind );
       const auto parsed = Vormel::ValueTraits<T>::from( Vormel::Value( word.text ) );
       if( !parsed )
