@@ -45,6 +45,7 @@ mutants:
 	@[ -n '$(FILES)' ] || { echo 'make mutants FILES="routing/entries/UrpfEntries.cpp ..."' >&2; exit 2; }
 	@sh ci/setup.sh mutants
 	@$(if $(LIST),,sh ci/build.sh debug $(if $(SCENARIOS),strata-l3-tool,strata-l3-tests))
+	@$(if $(LIST),,sh ci/build.sh mutants-library strata-l3)
 	@python3 ci/mutants.py $(FILES) $(if $(N),--number $(N)) $(if $(SEED),--seed $(SEED)) \
 	   $(if $(LINES),--lines $(LINES)) $(if $(FUNCTION),--function '$(FUNCTION)') \
 	   $(if $(KIND),--kind '$(KIND)') $(if $(SCENARIOS),--scenarios) $(if $(LIST),--list)

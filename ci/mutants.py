@@ -1,10 +1,10 @@
 """Proves tests: makes one-token faults in sources of the library, one at a time, and names the test that fails.
 
-For each fault the library is linked below build/mutants from the debug build's objects, one of them compiled from a
-faulty copy of its source; the sources and the build are not changed. Tests load the faulty library in place of their
-own. Fast tests run first: the scenarios with their expectations, then the unit tests; the first failure ends a mutant.
-A difference from a golden transcript alone is not a proof, because `make update-golden` accepts it with all others: it
-is reported if no test fails.
+For each fault the library is linked below build/mutants from the objects of build/mutants-library, one of them
+compiled from a faulty copy of its source; the sources and the builds are not changed. Tests load the faulty library in
+place of their own. Fast tests run first: the scenarios with their expectations, then the unit tests; the first failure
+ends a mutant. A difference from a golden transcript alone is not a proof, because `make update-golden` accepts it with
+all others: it is reported if no test fails.
 """
 import argparse
 import glob
@@ -28,6 +28,7 @@ from faults import Finder, Neighbours  # noqa: E402
 
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 BUILD = os.path.join(ROOT, "build/debug")
+LIBRARY = os.path.join(ROOT, "build/mutants-library")
 WORK = os.path.join(ROOT, "build/mutants")
 TESTS = os.path.join(WORK, "bin/strata-l3-tests")
 TOOL = os.path.join(WORK, "bin/strata-l3")
@@ -102,33 +103,29 @@ def fail(text):
 
 
 class Library:
-    """The debug build's library: how its sources are compiled and how it is linked. The files for it are copied, so
-    that the tree can be changed and built meanwhile."""
+    """The library: how its sources are compiled and how it is linked. All that this takes is copied,
+    so that the tree can change and be built meanwhile."""
 
     def __init__(self):
         self.compile = {}
-        for entry in json.loads(read(os.path.join(BUILD, "compile_commands.json"))):
+        for entry in json.loads(read(os.path.join(LIBRARY, "compile_commands.json"))):
             file = os.path.relpath(entry["file"], ROOT)
             if file.split("/")[0] in ROOMS and "strata-l3.dir" in entry["command"]:
                 self.compile[file] = shlex.split(entry["command"])
-        _, commands = runner.run(["ninja", "-C", BUILD, "-t", "commands", "lib/libstrata-l3.so"], 60)
+        _, commands = runner.run(["ninja", "-C", LIBRARY, "-t", "commands", "lib/libstrata-l3.so"], 60)
         link = [line for line in commands.splitlines() if " -shared " in line][-1]
         self.link = shlex.split(link.strip().removeprefix(": && ").split(" && ")[0])
         self.copies = {}
         for word in self.link:
             if word.endswith(".o"):
                 self.copies[word] = self._copy(word)
-        precompiled = "CMakeFiles/strata-l3.dir/cmake_pch.hxx"
         self.moved = {f"-I{ROOT}": f"-I{WORK}/src"}
-        if os.path.isfile(os.path.join(BUILD, precompiled + ".gch")):
-            self._copy(precompiled + ".gch")
-            self.moved[os.path.join(BUILD, precompiled)] = self._copy(precompiled)
 
     @staticmethod
     def _copy(file):
         copy = os.path.join(WORK, "build", file)
         os.makedirs(os.path.dirname(copy), exist_ok=True)
-        shutil.copy2(os.path.join(BUILD, file), copy)
+        shutil.copy2(os.path.join(LIBRARY, file), copy)
         return copy
 
     def object_of(self, file):
@@ -197,13 +194,14 @@ class Tests:
     def _baseline(self, scenarios_only):
         """Milliseconds of each unit test without a fault, unless only scenarios run; all of them must pass."""
         worker = Worker(0)
-        shutil.copy(os.path.join(BUILD, "lib/libstrata-l3.so"), worker.library)
+        shutil.copy(os.path.join(LIBRARY, "lib/libstrata-l3.so"), worker.library)
         noticed, differing = worker.scenarios(self)
         if noticed or differing:
             fail(f"a scenario fails without a fault: {noticed or differing}")
         if scenarios_only:
             return {}
-        key = [os.path.getmtime(os.path.join(BUILD, name)) for name in ("bin/strata-l3-tests", "bin/strata-l3", "lib/libstrata-l3.so")]
+        programs = [os.path.join(BUILD, "bin", name) for name in ("strata-l3-tests", "strata-l3")]
+        key = [os.path.getmtime(file) for file in programs + [os.path.join(LIBRARY, "lib/libstrata-l3.so")]]
         kept = os.path.join(WORK, "baseline.json")
         if os.path.isfile(kept):
             known = json.loads(read(kept))
@@ -257,7 +255,7 @@ class Worker:
         os.makedirs(os.path.dirname(source), exist_ok=True)
         with open(source, "w", encoding="utf-8") as copy:
             copy.write(text)
-        status, said = runner.run(library.compile_command(file, source, output), 300, cwd=BUILD)
+        status, said = runner.run(library.compile_command(file, source, output), 300, cwd=LIBRARY)
         self.said = said
         return output if status == 0 else None
 
@@ -279,7 +277,7 @@ class Worker:
             if code.read() == original:
                 return Result(fault, SAME)
         command = library.link_command({library.object_of(fault.file): output}, self.library)
-        status, said = runner.run(command, 300, cwd=BUILD)
+        status, said = runner.run(command, 300, cwd=LIBRARY)
         if status != 0:
             return Result(fault, UNPARSABLE, said)
         noticed, differing = self.scenarios(tests)

@@ -16,14 +16,3 @@ function( room_target target )
       add_dependencies( ${target} check-layering )
    endif()
 endfunction()
-
-# precompile_headers( <target> [header]... ): with STRATA_PRECOMPILE, these headers and those that nearly all
-# sources include are compiled once for the target. A release build does not precompile, so a missing include is an
-# error there.
-function( precompile_headers target )
-   if( STRATA_PRECOMPILE )
-      target_precompile_headers( ${target} PRIVATE ${ARGN} platform/runtime/Attributes.h
-         <algorithm> <array> <charconv> <functional> <map> <memory> <optional> <set> <span>
-         <sstream> <string> <string_view> <unordered_map> <utility> <vector> )
-   endif()
-endfunction()

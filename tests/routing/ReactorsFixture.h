@@ -46,13 +46,13 @@ class Meddler final : public Vormel::Subscriber
    std::function<void()> act_;
 };
 
-inline const IntfId one( "Ethernet1" );
-inline const IntfId two( "Ethernet2" );
-inline const IntfId lag( "Port-Channel1" );
-
 class ReactorsFixture : public SwitchTest
 {
  protected:
+   const IntfId one{ "Ethernet1" };
+   const IntfId two{ "Ethernet2" };
+   const IntfId lag{ "Port-Channel1" };
+
    ReactorsFixture()
    {
       make( "hsdk", { 0 } );

@@ -178,8 +178,8 @@ TEST( Shell, UniqueAbbreviationsAreWholeWordsAndFilesAreExact )
 {
    const std::string start =
       "switch hsdk ports 8\nint Ethernet1-4 un 0 po 1\nla po1 et1-2\nvl 10 mem e3\n";
-   const Outcome outcome = runLine(
-      { "shell" }, start + "sh in\nno la po1\nexpe err \"there is no LAG\" no lag Port-Channel1\n" );
+   const Outcome outcome = runLine( { "shell" },
+      start + "sh in\nno la po1\nexpe err \"there is no LAG\" no lag Port-Channel1\n" );
    EXPECT_EQ( outcome.status, 0 ) << outcome.err;
    EXPECT_THAT( outcome.out,
       AllOf( HasSubstr( "> vlan 10 members Ethernet3\n" ), HasSubstr( "> show interfaces\n" ) ) );

@@ -29,9 +29,7 @@ std::optional<std::string> StreamReader::next()
    return line;
 }
 
-namespace {
-
-std::string historyPath()
+static std::string historyPath()
 {
    namespace fs = std::filesystem;
    const char* const state = std::getenv( "XDG_STATE_HOME" );
@@ -101,6 +99,8 @@ class HistoryFile
    std::string path_; // empty if there is no directory for it
    HistEvent event_{};
 };
+
+namespace {
 
 /// Whether characters wait to be read: the present one was pasted, not typed.
 bool isPasted()
