@@ -14,7 +14,8 @@ Agent::Agent( const AgentConfig& config )
      hardware_( config.hardware ),
      helper_( newHelper() )
 {
-   hardware_.transcript().listenerIs( config.listener );
+   hardware_.transcript().listenerIs( config.listener, config.hears );
+   hardware_.transcript().keepIs( config.keepsRecords );
    Vormel::activityManager().clockIs( clock_ );
    Vormel::syslogClockIs( clock_.get() );
    for( const std::string& name : objectNames() )

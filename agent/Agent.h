@@ -28,8 +28,10 @@ struct AgentConfig
 {
    Sim::SimSwitchConfig hardware;
    std::string helperName = "routing";
-   std::optional<bool> fabricMode;     // by default as in the chip's profile
-   Sim::Transcript::Listener listener; // gets the transcript from the start
+   std::optional<bool> fabricMode;       // by default as in the chip's profile
+   Sim::Transcript::Listener listener{}; // gets the transcript from the start
+   Sim::Transcript::Filter hears{};      // the kinds of records that it gets; all without a filter
+   bool keepsRecords = true;
 };
 
 class Agent

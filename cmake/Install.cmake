@@ -42,6 +42,7 @@ function( install_headers component )
       PATTERN "platform/runtime/Registries.h" EXCLUDE
       PATTERN "routing/reactors/NestedReactors.h" EXCLUDE
       PATTERN "routing/tcam" EXCLUDE
+      PATTERN "sim/switch/Values.h" EXCLUDE
       PATTERN "conformance/sim" EXCLUDE )
 endfunction()
 

@@ -2,7 +2,7 @@
 // that cannot be run ends it; the death of the agent ends the process.
 #pragma once
 
-#include "tool/view/Console.h"
+#include "tool/Session.h"
 #include "tool/words/Words.h"
 
 #include <memory>
@@ -19,17 +19,16 @@ enum class ExitStatus : int
    died = 3,   // the agent, unexpectedly
 };
 
-class Session;
-
-/// Runs the lines of a scenario on a session; reads the whole file before the first. InputError for a line that
-/// cannot be run, except on a foreign profile: there it is skipped. std::runtime_error for a file that cannot
-/// be read.
+/// Runs the lines of a scenario on a session, each before the next is read. InputError for a line that cannot be run,
+/// except on a foreign profile: there it is skipped. ScenarioFileError for a file that cannot be read.
 void runLines( const std::string& file, Session& session,
    const std::shared_ptr<const Inclusion>& inclusion = {} );
 
-/// Runs a scenario on a new session. Holds the activity lock meanwhile. When the agent dies
-/// the process ends at once, with ExitStatus::died. With a profile, the scenario's switches are of that one.
-ExitStatus runScenario(
-   const std::string& file, Console& console, const std::string& profile = {} );
+/// Runs a scenario on a new session. When the agent dies the process ends at once, with ExitStatus::died.
+ExitStatus runScenario( const std::string& file, Console& console, SessionConfig config = {} );
+
+/// Reports every line that cannot be run: runs a scenario on a new session and goes on behind such lines, without
+/// judging expectations or writing captures. Requires: the console is one for checking.
+ExitStatus checkScenario( const std::string& file, Console& console );
 
 } // namespace Strata::Tool

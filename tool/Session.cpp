@@ -7,7 +7,6 @@
 #include "tool/Interrupt.h"
 #include "tool/words/Command.h"
 
-#include <ranges>
 #include <utility>
 
 namespace Strata::Tool {
@@ -33,9 +32,9 @@ class Running
 
 } // namespace
 
-Session::Session( Console& console, std::string profile )
+Session::Session( Console& console, SessionConfig config )
    : console_( console ),
-     profile_( std::move( profile ) )
+     config_( std::move( config ) )
 {}
 
 Session::~Session() = default;
@@ -53,7 +52,7 @@ void Session::run( const Line& line )
    const bool json = last.text == "--json" && !last.quoted;
    if( json )
       asked.words.pop_back();
-   if( json && !command.shows() )
+   if( json && !command.takesJson() )
       words.failAt( last, "only commands that show something take --json" );
    if( json && filterLine )
       words.failAt( filterLine->words.front(), "JSON has all rows; filters are for text" );
@@ -78,20 +77,51 @@ void Session::run( const Line& line )
    act( *this );
 }
 
+/// Whether the last lines of an agent that dies name such a record.
+static bool neededAtDeath( Sim::RecordKind kind )
+{
+   switch( kind ) {
+   case Sim::RecordKind::call:
+   case Sim::RecordKind::entry:
+   case Sim::RecordKind::claim:
+   case Sim::RecordKind::breach:
+      return true;
+   default:
+      return false;
+   }
+}
+
+void Session::heard( const Sim::Record& record )
+{
+   if( record.kind == Sim::RecordKind::call || record.kind == Sim::RecordKind::entry )
+      lastCall_ = record.text;
+   // The slice checks the result of a uRPF claim and continues without the entry.
+   if( record.kind == Sim::RecordKind::claim && firstRefusedClaim_.empty() &&
+       !record.text.starts_with( "urpf" ) )
+      firstRefusedClaim_ = record.text;
+   lastBreach_ = record.kind == Sim::RecordKind::breach ? record.text : std::string();
+   console_.record( record );
+}
+
 void Session::agentIs( AgentConfig config )
 {
-   config.listener = [ this ]( const Sim::Record& record ) { console_.record( record ); };
+   config.listener = [ this ]( const Sim::Record& record ) { heard( record ); };
+   config.hears = [ this ]( Sim::RecordKind kind ) {
+      return neededAtDeath( kind ) || console_.hears( kind );
+   };
+   config.keepsRecords = config_.keepsRecords;
    check( config ); // first, so that the old switch is kept if the new one is refused
    const std::string asked = config.hardware.profile;
    config.hardware = played( std::move( config.hardware ) );
    agentDel(); // first, because there is one shim per process
+   lastCall_ = lastBreach_ = firstRefusedClaim_ = {};
    agent_ = std::make_unique<Agent>( config );
    packets_ = std::make_unique<PacketDesk>( agent_->hardware(), agent_->clock() );
    foreign_ = config.hardware.profile != asked;
    if( foreign_ ) {
       agent_->hardware().critic().handlerIs(
          [ this ]( const Sim::Breach& breach ) { broken( breach.text() ); } );
-      console_.notice( "This is " + profile_ + " in place of " + asked +
+      console_.notice( "This is " + config_.profile + " in place of " + asked +
                        ": expectations are not judged; deaths and broken conventions are." );
    }
    mark();
@@ -112,8 +142,8 @@ void Session::check( const AgentConfig& config ) const
 
 Sim::SimSwitchConfig Session::played( Sim::SimSwitchConfig config ) const
 {
-   if( !profile_.empty() )
-      config.profile = profile_;
+   if( !config_.profile.empty() )
+      config.profile = config_.profile;
    return config;
 }
 
@@ -218,55 +248,21 @@ std::vector<U32> Session::takeUnits( Words& words ) const
    return agent().hardware().units();
 }
 
-std::vector<const Sim::Record*> Session::window() const
+const std::deque<Sim::Record>& Session::window() const
 {
-   std::vector<const Sim::Record*> records;
-   if( agent_ )
-      for( const Sim::Record& record : agent_->hardware().transcript().records() )
-         if( record.number > windowStart_ )
-            records.push_back( &record );
-   return records;
-}
-
-std::string Session::lastCall() const
-{
-   if( agent_ )
-      for( const Sim::Record& record :
-         std::views::reverse( agent_->hardware().transcript().records() ) )
-         if( record.kind == Sim::RecordKind::call || record.kind == Sim::RecordKind::entry )
-            return record.text;
-   return {};
-}
-
-std::string Session::lastBreach() const
-{
-   if( !agent_ || agent_->hardware().transcript().records().empty() )
-      return {};
-   const Sim::Record& last = agent_->hardware().transcript().records().back();
-   return last.kind == Sim::RecordKind::breach ? last.text : std::string();
-}
-
-std::string Session::firstRefusedClaim() const
-{
-   if( agent_ )
-      for( const Sim::Record& record : agent_->hardware().transcript().records() )
-         // The slice checks the result of a uRPF claim and continues without the entry.
-         if( record.kind == Sim::RecordKind::claim && !record.text.starts_with( "urpf" ) )
-            return record.text;
-   return {};
+   static const std::deque<Sim::Record> none;
+   return agent_ ? agent_->hardware().transcript().records() : none;
 }
 
 void Session::mark()
 {
-   if( !agent_ )
-      return;
-   const auto& records = agent_->hardware().transcript().records();
-   windowStart_ = records.empty() ? 0 : records.back().number;
+   if( agent_ )
+      agent_->hardware().transcript().clear();
 }
 
 void Session::expect( bool held, const std::string& expected, const std::string& found )
 {
-   if( foreign_ ) {
+   if( foreign_ || checking() ) {
       ++counts_.notJudged;
       return;
    }

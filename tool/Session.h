@@ -8,6 +8,7 @@
 #include "tool/view/Console.h"
 #include "tool/words/Words.h"
 
+#include <deque>
 #include <memory>
 #include <optional>
 #include <string>
@@ -25,11 +26,17 @@ struct AttributePath
    std::optional<std::string> key;
 };
 
+struct SessionConfig
+{
+   std::string profile{}; // of all switches, instead of the one in their line; empty for that
+   bool keepsRecords = true;
+   bool checking = false; // judges no expectation and writes no capture
+};
+
 class Session
 {
  public:
-   /// With a profile, all switches have this profile instead of the one in their line.
-   explicit Session( Console& console, std::string profile = {} );
+   explicit Session( Console& console, SessionConfig config = {} );
    Session( const Session& ) = delete;
    Session& operator=( const Session& ) = delete;
    ~Session();
@@ -55,6 +62,9 @@ class Session
    /// Whether the switch has another profile than that in its line: expectations are not judged, and broken
    /// conventions are reported instead of ending the process.
    bool foreign() const { return foreign_; }
+   bool checking() const { return config_.checking; }
+   /// Whether the records since the last mark are kept.
+   bool keepsRecords() const { return config_.keepsRecords; }
    /// The switch's packets, while hasAgent().
    PacketDesk& packets() { return *packets_; }
    const PacketDesk& packets() const { return *packets_; }
@@ -75,13 +85,14 @@ class Session
    std::vector<U32> takeUnits( Words& words ) const;
 
    /// The last hardware call; empty if there was none.
-   std::string lastCall() const;
-   /// The broken convention at the end of the transcript; empty if it ends with another record.
-   std::string lastBreach() const;
+   const std::string& lastCall() const { return lastCall_; }
+   /// The broken convention that was reported last; empty if another record came behind it.
+   const std::string& lastBreach() const { return lastBreach_; }
    /// The first claim that an entry manager refused; empty if there was none.
-   std::string firstRefusedClaim() const;
+   const std::string& firstRefusedClaim() const { return firstRefusedClaim_; }
    /// The records since the last mark.
-   std::vector<const Sim::Record*> window() const;
+   const std::deque<Sim::Record>& window() const;
+   /// Starts a new window and forgets the records of the present one.
    void mark();
 
    /// Reports an expectation of the running command with its result.
@@ -102,6 +113,7 @@ class Session
    void childOf( ChildChannel& channel );
 
  private:
+   void heard( const Sim::Record& record );
    /// As this session makes it, which may have a profile of its own.
    Sim::SimSwitchConfig played( Sim::SimSwitchConfig config ) const;
    Ref<Entity> objectNamed( const Words& words, std::string_view name ) const;
@@ -111,8 +123,10 @@ class Session
    std::unique_ptr<PacketDesk> packets_; // of the agent's switch
    const Line* running_ = nullptr;       // the innermost of an included file
    std::optional<Line> last_;            // the line that ran last
-   U64 windowStart_ = 0;                 // number of the last record before it
-   std::string profile_;                 // empty: the profile in the switch line
+   SessionConfig config_;
+   std::string lastCall_;
+   std::string lastBreach_;
+   std::string firstRefusedClaim_;
    bool foreign_ = false;
    bool over_ = false;
    ChildChannel* channel_ = nullptr; // of a child

@@ -4,6 +4,7 @@
 #include "platform/runtime/Errors.h"
 #include "platform/runtime/Format.h"
 #include "sim/packet/Pass.h"
+#include "sim/switch/Values.h"
 
 #include <nlohmann/json.hpp>
 
@@ -80,7 +81,8 @@ Verdict PacketEngine::send( const Arrival& arrival )
    VORMEL_ASSERT( verdict == explain( arrival, &explanation ) && "explained as forwarded" );
 #endif
    apply( arrival, verdict );
-   record( arrival, verdict );
+   hardware_.transcript().add(
+      RecordKind::packet, [ & ] { return contentOf( arrival, verdict ); } );
    if( listener_ )
       listener_( arrival, verdict );
    if( verdict.loops )
@@ -147,36 +149,37 @@ std::string PacketEngine::summary( const Verdict& verdict ) const
    return text;
 }
 
-/// The fields of a packet's record, except where it came in.
-static nlohmann::ordered_json cpuJson( const Verdict& verdict )
+static Json jsonOf( const PacketEngine& engine, const Verdict& verdict )
 {
-   auto copies = nlohmann::ordered_json::array();
+   Json json{ { "departures", Json::array() }, { "passes", verdict.passes.size() },
+      { "cpu", Json::array() } };
+   for( const Departure* const departure : verdict.departures() )
+      json[ "departures" ].push_back( engine.portName( departure->port ) );
    for( const CpuCopy* const copy : verdict.cpuCopies() )
-      copies.push_back(
+      json[ "cpu" ].push_back(
          { { "unit", copy->unit }, { "queue", copy->queue }, { "reasons", copy->reasons } } );
-   return copies;
+   if( !verdict.drop().empty() )
+      json[ "drop" ] = verdict.drop();
+   return json;
 }
 
-void PacketEngine::record( const Arrival& arrival, const Verdict& verdict )
+std::string PacketEngine::verdictJson( const Verdict& verdict ) const
 {
-   auto ports = nlohmann::ordered_json::array();
-   for( const Departure* const departure : verdict.departures() )
-      ports.push_back( portName( departure->port ) );
-   // Names from users may contain any bytes.
-   const auto text = []( const nlohmann::ordered_json& json ) {
-      return JsonText{
-         json.dump( -1, ' ', false, nlohmann::ordered_json::error_handler_t::replace ) };
-   };
+   return jsonText( jsonOf( *this, verdict ) );
+}
+
+RecordContent PacketEngine::contentOf( const Arrival& arrival, const Verdict& verdict ) const
+{
    const std::string from = arrival.higig ? format( "the stack link of unit %d", arrival.port.unit )
                                           : portName( arrival.port );
-   std::vector<RecordField> fields{ { "in", from }, { "frame", arrival.frame.text() },
-      { "departures", text( ports ) }, { "passes", U64{ verdict.passes.size() } },
-      { "cpu", text( cpuJson( verdict ) ) } };
-   if( !verdict.drop().empty() )
+   const Json json = jsonOf( *this, verdict );
+   std::vector<RecordField> fields{ { "in", from }, { "frame", arrival.frame.text() } };
+   for( const char* const name : { "departures", "passes", "cpu" } )
+      fields.emplace_back( name, JsonText{ jsonText( json[ name ] ) } );
+   if( json.contains( "drop" ) )
       fields.emplace_back( "drop", verdict.drop() );
-   hardware_.transcript().add( RecordKind::packet,
-      "in " + from + ": " + arrival.frame.payloadText() + " => " + summary( verdict ),
-      std::move( fields ) );
+   return { "in " + from + ": " + arrival.frame.payloadText() + " => " + summary( verdict ),
+      std::move( fields ) };
 }
 
 } // namespace Strata::Sim

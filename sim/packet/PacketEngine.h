@@ -44,7 +44,6 @@ class PacketEngine
 
    ForwardingTables& tables() { return tables_; }
    const ForwardingTables& tables() const { return tables_; }
-   const Transcript& transcript() const { return hardware_.transcript(); }
    const PacketCounters& counters() const { return counters_; }
 
    /// Sends a packet in: entries count hits, stations are learned, counters rise, and the transcript gets a
@@ -64,13 +63,15 @@ class PacketEngine
    std::string nextHopName( const NextHop& nextHop ) const;
    /// "Ethernet3, Ethernet4; CPU queue 0 (TTL 1); dropped: ..." in one line.
    std::string summary( const Verdict& verdict ) const;
+   /// A JSON object with "departures", "passes", "cpu", and "drop" if it leaves on no port.
+   std::string verdictJson( const Verdict& verdict ) const;
 
  private:
    std::map<U32, U32> recircPorts() const;
    template<class Work>
    auto withView( Work work ) const;
    void apply( const Arrival& arrival, const Verdict& verdict );
-   void record( const Arrival& arrival, const Verdict& verdict );
+   RecordContent contentOf( const Arrival& arrival, const Verdict& verdict ) const;
 
    SimSwitch& hardware_;
    ForwardingTables tables_;

@@ -51,13 +51,13 @@ void Pass::drop( const std::string& reason, const std::string& kind )
    dropKind_ = kind.empty() ? reason : kind;
 }
 
-void Pass::looked( const ChipPlace& place, const std::string& what ) const
+void Pass::looked( const ChipPlace& place, U64 value, const std::string& what ) const
 {
    auto& state = explanation_->state;
    if( std::ranges::find( state, what, &StateNote::what ) != state.end() )
       return;
    const Cause* const cause = chip_.cause( place );
-   state.push_back( { what, cause ? *cause : Cause{} } );
+   state.push_back( { what, place, value, cause ? *cause : Cause{} } );
 }
 
 int Pass::control( SwitchControl which ) const
@@ -67,7 +67,7 @@ int Pass::control( SwitchControl which ) const
    if( explanation_ ) {
       const bool ofPort = chip_.portSwitchControls().contains( { port, which } );
       const auto kind = ofPort ? ChipPlace::Kind::portSwitchControl : ChipPlace::Kind::control;
-      looked( { kind, static_cast<U32>( which ), ofPort ? port : 0 },
+      looked( { kind, static_cast<U32>( which ), ofPort ? port : 0 }, static_cast<U64>( value ),
          format( "%s%s is %d", roleName( which ),
             ofPort ? " of port " + std::to_string( port ) : std::string(), value ) );
    }
@@ -81,6 +81,7 @@ int Pass::portControl( PortControl which ) const
    const int value = at == chip_.portControls().end() ? 0 : at->second;
    if( explanation_ )
       looked( { ChipPlace::Kind::portControl, static_cast<U32>( which ), port },
+         static_cast<U64>( value ),
          format( "%s of port %d is %d", roleName( which ), port, value ) );
    return value;
 }
@@ -89,7 +90,7 @@ U64 Pass::registerValue( Register which ) const
 {
    const U64 value = chip_.registerValue( which );
    if( explanation_ )
-      looked( { ChipPlace::Kind::registers, static_cast<U32>( which ) },
+      looked( { ChipPlace::Kind::registers, static_cast<U32>( which ) }, value,
          format( "%s is %s", roleName( which ), registerText( which, value ) ) );
    return value;
 }
@@ -98,9 +99,12 @@ bool Pass::hasFlag( const ChipVlan& vlan, U16 vlanId, VlanFlag flag ) const
 {
    if( explanation_ ) {
       std::string flags;
-      for( const VlanFlag set : vlan.flags )
+      U64 bits = 0;
+      for( const VlanFlag set : vlan.flags ) {
          flags += ( flags.empty() ? "" : ", " ) + std::string( roleName( set ) );
-      looked( { ChipPlace::Kind::vlanFlags, vlanId },
+         bits |= U64{ 1 } << static_cast<U32>( set );
+      }
+      looked( { ChipPlace::Kind::vlanFlags, vlanId }, bits,
          format( "VLAN %d has %s", U32{ vlanId },
             flags.empty() ? std::string( "no routing flag" ) : flags ) );
    }

@@ -148,7 +148,7 @@ class Pass
    int portControl( PortControl which ) const;
    U64 registerValue( Register which ) const;
    bool hasFlag( const ChipVlan& vlan, U16 vlanId, VlanFlag flag ) const;
-   void looked( const ChipPlace& place, const std::string& what ) const;
+   void looked( const ChipPlace& place, U64 value, const std::string& what ) const;
 
    const ChipAttributes& attributes() const { return chip_.profile().attributes; }
    const ForwardingTables& tables() const { return view_.tables(); }

@@ -179,7 +179,7 @@ EntryNote Pass::noteEntry( U32 id, const FieldEntry& entry, const FieldKey& pres
    EntryNote about;
    about.id = id;
    about.name = entry.name;
-   about.rule = entry.hardware->text();
+   about.rule = *entry.hardware;
    about.cause = entry.cause;
    if( const Cause* const cause = entry.enableCause() )
       about.enableCause = *cause;

@@ -109,7 +109,7 @@ void Pass::lookUpStation()
                    : headers().dstMac.toString() + " is not a router MAC here";
    } );
    if( index && explanation_ )
-      looked( { ChipPlace::Kind::myStation, *index }, format( "my-station %d", *index ) );
+      looked( { ChipPlace::Kind::myStation, *index }, 1, format( "my-station %d", *index ) );
    // An entry that terminates nothing hides later entries: for its packets the MAC is not the router's.
    if( index && terminatesAnything( stationEntry_ ) )
       station_ = index;

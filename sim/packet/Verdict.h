@@ -106,10 +106,10 @@ struct EntryNote
    std::string name;
    bool won = false;
    bool enabled = true;
-   std::string rule; // qualifiers and actions
-   U32 fitted = 0;   // of its qualifiers
-   U32 failed = 0;   // of its qualifiers
-   U32 bits = 0;     // that those that fitted compare
+   FieldRule rule;
+   U32 fitted = 0; // of its qualifiers
+   U32 failed = 0; // of its qualifiers
+   U32 bits = 0;   // that those that fitted compare
    // The first qualifier that failed; none if the entry is only disabled.
    std::optional<FieldQualifier> wanted;
    std::string had; // the packet's value: "64"
@@ -128,6 +128,8 @@ struct RangeNote
 struct StateNote
 {
    std::string what; // "IP4 of port 1 is 1"
+   ChipPlace place;
+   U64 value; // of a control or register, or the routing flags of a VLAN, a bit for each
    Cause cause;
 };
 

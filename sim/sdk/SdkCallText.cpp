@@ -3,6 +3,9 @@
 #include "platform/runtime/Format.h"
 #include "sim/chip/MyStationTable.h"
 #include "sim/chip/RegisterLayout.h"
+#include "sim/switch/Values.h"
+
+#include <nlohmann/json.hpp>
 
 namespace Strata::Sim {
 
@@ -131,7 +134,8 @@ void SdkCallText::add( std::string_view name, const EthAddr& value )
 
 void SdkCallText::add( std::string_view name, const PortBitmap& value )
 {
-   addText( name, value.toString() );
+   const std::string text = value.toString();
+   addNumber( name, RecordField( name, JsonText{ jsonText( portsJson( value ) ), text } ), text );
 }
 
 void SdkCallText::add( std::string_view name, const VlanControl& value )
@@ -142,13 +146,17 @@ void SdkCallText::add( std::string_view name, const VlanControl& value )
       text += ( text.empty() ? "" : "|" ) + std::string( roleName( flag ) );
    if( flags.otherFlags != 0 )
       text += ( text.empty() ? "other " : "|other " ) + Vormel::format( "0x%x", flags.otherFlags );
-   addText( name, text.empty() ? "none" : text );
+   if( text.empty() )
+      text = "none";
+   const Json json{ { "flags", flagsJson( flags.flags ) }, { "otherFlags", flags.otherFlags } };
+   addNumber( name, RecordField( name, JsonText{ jsonText( json ), text } ), text );
 }
 
 void SdkCallText::add( std::string_view name, const MemoryEntry& value )
 {
    const std::string text = myStationText( value );
-   addNumber( name, RecordField( name, text ), "\"" + text + "\"" );
+   addNumber( name, RecordField( name, JsonText{ jsonText( memoryJson( value ) ), text } ),
+      "\"" + text + "\"" );
 }
 
 std::string outcomeText( SdkCode code, bool injected )

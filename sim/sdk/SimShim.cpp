@@ -38,12 +38,15 @@ int SimShim::perform( SdkOperation operation, std::string_view names, Work work,
    hardware_.critic.operationEnds( operation, unit, code );
    if( code == SdkCode::Unavail )
       operations_.answeredUnavailable( operation, unit, target );
-   const SdkCallText call( operation, hardware_.numbers, names, unit, arguments... );
-   std::vector<RecordField> fields{ { "call", roleName( operation ) }, { "callNumber", calls_ } };
-   for( const auto& more : { call.fields(), outcomeFields( code, fault.has_value() ) } )
-      fields.insert( fields.end(), more.begin(), more.end() );
-   hardware_.transcript.add(
-      RecordKind::call, call.text() + outcomeText( code, fault.has_value() ), std::move( fields ) );
+   hardware_.transcript.add( RecordKind::call, [ & ] {
+      const SdkCallText call( operation, hardware_.numbers, names, unit, arguments... );
+      std::vector<RecordField> fields{
+         { "call", roleName( operation ) }, { "callNumber", calls_ } };
+      for( const auto& more : { call.fields(), outcomeFields( code, fault.has_value() ) } )
+         fields.insert( fields.end(), more.begin(), more.end() );
+      return RecordContent{
+         call.text() + outcomeText( code, fault.has_value() ), std::move( fields ) };
+   } );
    return static_cast<int>( code );
 }
 

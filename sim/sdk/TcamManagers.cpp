@@ -3,8 +3,11 @@
 #include "platform/sdk/ObservedTcamEntryManager.h"
 #include "sim/chip/FieldRefusals.h"
 #include "sim/sdk/SdkCallText.h"
+#include "sim/switch/Values.h"
 
 #include <algorithm>
+#include <iterator>
+#include <nlohmann/json.hpp>
 #include <utility>
 
 namespace Strata::Sim {
@@ -29,7 +32,7 @@ FieldGroup* SimTcamEntryManager::group( U32 unit ) const
 
 template<class Work>
 SdkCode SimTcamEntryManager::perform(
-   std::string_view call, U32 unit, U32 entryId, const std::string& details, Work work )
+   std::string_view call, U32 unit, U32 entryId, const Details& details, Work work )
 {
    hardware_.critic.managerCallBegins( call, unit );
    const auto fault = hardware_.faults.strike( call, unit, 0 );
@@ -37,25 +40,28 @@ SdkCode SimTcamEntryManager::perform(
    if( !at )
       hardware_.critic.breach( "there is no such unit", call, unit );
    const SdkCode code = fault ? *fault : at ? work( *at ) : SdkCode::Unit;
-   write( call, unit, entryId, details, outcomeText( code, fault.has_value() ),
-      outcomeFields( code, fault.has_value() ) );
+   write( call, unit, entryId, details, [ & ] {
+      return RecordContent{
+         outcomeText( code, fault.has_value() ), outcomeFields( code, fault.has_value() ) };
+   } );
    return code;
 }
 
 void SimTcamEntryManager::write( std::string_view call, U32 unit, U32 entryId,
-   const std::string& details, const std::string& outcome, std::vector<RecordField> fields ) const
+   const Details& details, const Details& outcome ) const
 {
-   std::vector<RecordField> all{
-      { "manager", name_ }, { "call", call }, { "unit", unit }, { "id", entryId } };
-   if( !details.empty() )
-      all.emplace_back( "details", details );
-   for( RecordField& field : fields )
-      all.push_back( std::move( field ) );
-   std::string text = name_ + " " + std::string( call ) + " unit " + std::to_string( unit ) +
-                      " id " + std::to_string( entryId );
-   if( !details.empty() )
-      text += " " + details;
-   hardware_.transcript.add( RecordKind::entry, text + outcome, std::move( all ) );
+   hardware_.transcript.add( RecordKind::entry, [ & ] {
+      RecordContent content{ name_ + " " + std::string( call ) + " unit " + std::to_string( unit ) +
+                                " id " + std::to_string( entryId ),
+         { { "manager", name_ }, { "call", call }, { "unit", unit }, { "id", entryId } } };
+      for( const Details* const part : { &details, &outcome } )
+         if( *part ) {
+            RecordContent more = ( *part )();
+            content.text += more.text;
+            std::ranges::move( more.fields, std::back_inserter( content.fields ) );
+         }
+      return content;
+   } );
 }
 
 static const char* mistake( FieldGroup::ClaimFailure failure )
@@ -85,15 +91,30 @@ U32 SimTcamEntryManager::getEntry(
    else if( at )
       result = at->claim( entryId, name, key );
 
-   std::string details = "\"" + name + "\"";
-   if( key.orNext )
-      details += " or next";
-   for( const std::string& label : { key.feature, key.detail } )
-      if( !label.empty() )
-         details += " (" + label + ")";
-   write( call, unit, entryId, details,
-      " -> " + std::to_string( result.id ) + ( struck ? " (injected)" : "" ),
-      { { "result", result.id }, { "injected", struck } } );
+   const auto details = [ & ] {
+      RecordContent content{ " \"" + name + "\"", { { "name", name } } };
+      if( key.orNext ) {
+         content.text += " or next";
+         content.fields.emplace_back( "orNext", true );
+      }
+      const auto add = [ & ]( const char* field, const std::string& label ) {
+         if( label.empty() )
+            return;
+         content.text += " (" + label + ")";
+         content.fields.emplace_back( field, label );
+      };
+      add( "feature", key.feature );
+      add( "detail", key.detail );
+      return content;
+   };
+   write( call, unit, entryId, details, [ & ] {
+      RecordContent content{ " -> " + std::to_string( result.id ), { { "result", result.id } } };
+      if( struck ) {
+         content.text += " (injected)";
+         content.fields.emplace_back( "injected", true );
+      }
+      return content;
+   } );
    if( result.id == 0 ) // reported here, because the slice does not check the result
       hardware_.transcript.add( RecordKind::claim,
          name_ + ": " + RefusedClaim{ name, entryId, unit }.text(),
@@ -144,7 +165,7 @@ static std::vector<std::string> faultsOf( const FieldEntry& entry, const Chip& c
 
 int SimTcamEntryManager::installed( std::string_view call, U32 unit, U32 entryId, bool again )
 {
-   return static_cast<int>( perform( call, unit, entryId, "", [ & ]( FieldGroup& at ) {
+   return static_cast<int>( perform( call, unit, entryId, {}, [ & ]( FieldGroup& at ) {
       FieldEntry* const entry = at.find( entryId );
       if( entry )
          for( const std::string& wrong : faultsOf( *entry, hardware_.chips.at( unit ) ) )
@@ -168,7 +189,7 @@ int SimTcamEntryManager::reinstallEntry( U32 unit, U32 entryId )
 
 void SimTcamEntryManager::removeEntry( U32 unit, U32 entryId )
 {
-   perform( "removeEntry", unit, entryId, "", [ & ]( FieldGroup& at ) {
+   perform( "removeEntry", unit, entryId, {}, [ & ]( FieldGroup& at ) {
       at.remove( entryId );
       return SdkCode::None;
    } );
@@ -177,7 +198,7 @@ void SimTcamEntryManager::removeEntry( U32 unit, U32 entryId )
 void SimTcamEntryManager::releaseEntry( U32 unit, U32 entryId )
 {
    const char* const call = "releaseEntry";
-   perform( call, unit, entryId, "", [ & ]( FieldGroup& at ) {
+   perform( call, unit, entryId, {}, [ & ]( FieldGroup& at ) {
       if( !at.contains( entryId ) )
          hardware_.critic.breach(
             "entry " + std::to_string( entryId ) + " is outside the manager's range", call, unit );
@@ -203,7 +224,10 @@ int SimTcamEntryManager::enableEntry( U32 unit, U32 entryId, bool enable, int mo
       }
       return code;
    };
-   return static_cast<int>( perform( call, unit, entryId, enable ? "enable" : "disable", work ) );
+   const auto details = [ enable ] {
+      return RecordContent{ enable ? " enable" : " disable", { { "enable", enable } } };
+   };
+   return static_cast<int>( perform( call, unit, entryId, details, work ) );
 }
 
 U64 SimTcamEntryManager::hitsForEntry( U32 unit, U32 entryId ) const
@@ -212,8 +236,9 @@ U64 SimTcamEntryManager::hitsForEntry( U32 unit, U32 entryId ) const
    FieldGroup* const at = group( unit );
    const FieldEntry* const entry = at ? at->find( entryId ) : nullptr;
    const U64 hits = entry ? entry->hits : 0;
-   write(
-      "hitsForEntry", unit, entryId, "", " -> " + std::to_string( hits ), { { "result", hits } } );
+   write( "hitsForEntry", unit, entryId, {}, [ & ] {
+      return RecordContent{ " -> " + std::to_string( hits ), { { "result", hits } } };
+   } );
    return hits;
 }
 
@@ -239,7 +264,12 @@ int SimTcamEntryManager::qualified(
       entry->claim.qualifierIs( qualifier );
       return SdkCode::None;
    };
-   return static_cast<int>( perform( call, unit, entryId, qualifier.text(), work ) );
+   const auto details = [ & ] {
+      return RecordContent{ " " + qualifier.text(),
+         { { "qualifier",
+            JsonText{ jsonText( qualifierJson( qualifier ) ), qualifier.text() } } } };
+   };
+   return static_cast<int>( perform( call, unit, entryId, details, work ) );
 }
 
 int SimTcamEntryManager::addInPortsForEntry(
@@ -263,7 +293,11 @@ int SimTcamEntryManager::addOutLoopbackPortForEntry(
    const auto chip = hardware_.chips.find( unit );
    if( chip == hardware_.chips.end() || port < 0 || static_cast<U32>( port ) >= PortBitmap::size ||
        !chip->second.ports().contains( static_cast<U32>( port ) ) )
-      return static_cast<int>( perform( call, unit, entryId, "port " + std::to_string( port ),
+      return static_cast<int>( perform(
+         call, unit, entryId,
+         [ port ] {
+            return RecordContent{ " port " + std::to_string( port ), { { "port", port } } };
+         },
          []( FieldGroup& ) { return SdkCode::Port; } ) );
    PortBitmap others = ports;
    others.remove( static_cast<U32>( port ) );

@@ -5,6 +5,7 @@
 #include "platform/sdk/TcamEntryManager.h"
 #include "sim/switch/Hardware.h"
 
+#include <functional>
 #include <map>
 #include <string>
 #include <string_view>
@@ -39,13 +40,17 @@ class SimTcamEntryManager : public StrataBoundedTcamEntryManager
    }
 
  private:
+   /// A part of a call's record, made only if the record is kept or heard; its text starts with a blank. May be empty.
+   using Details = std::function<RecordContent()>;
+
    FieldGroup* group( U32 unit ) const;
    /// Runs `work` on the unit's range unless a fault applies to the call, and records the call.
    template<class Work>
    SdkCode perform(
-      std::string_view call, U32 unit, U32 entryId, const std::string& details, Work work );
-   void write( std::string_view call, U32 unit, U32 entryId, const std::string& details,
-      const std::string& outcome, std::vector<RecordField> fields ) const;
+      std::string_view call, U32 unit, U32 entryId, const Details& details, Work work );
+   /// Records the call.
+   void write( std::string_view call, U32 unit, U32 entryId, const Details& details,
+      const Details& outcome ) const;
    int installed( std::string_view call, U32 unit, U32 entryId, bool again );
    int qualified( std::string_view call, U32 unit, U32 entryId, const FieldQualifier& qualifier );
 

@@ -10,9 +10,9 @@ namespace Strata::Sim {
 
 struct Cause
 {
-   std::string text; // "call init true true"; empty without a command
-   U64 since = 0;    // the transcript's last record before the command
-   U64 record = 0;   // the record of the call
+   std::string text;  // "call init true true"; empty without a command
+   std::string event; // the last change of an input that the command had made by then; may be empty
+   U64 record = 0;    // the record of the call
 
    bool operator==( const Cause& ) const = default;
 };

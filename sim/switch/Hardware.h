@@ -19,7 +19,7 @@ struct Hardware
    const Cause& cause; // of the present changes
 
    /// The same for the call that is about to be recorded.
-   Cause causeOfCall() const { return { cause.text, cause.since, transcript.lastNumber() + 1 }; }
+   Cause causeOfCall() const { return { cause.text, cause.event, transcript.lastNumber() + 1 }; }
 };
 
 } // namespace Strata::Sim

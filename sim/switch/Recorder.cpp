@@ -1,5 +1,8 @@
 #include "sim/switch/Recorder.h"
 
+#include "platform/runtime/EntityType.h"
+#include "sim/switch/Values.h"
+
 namespace Strata::Sim {
 
 using Vormel::ChangeKind;
@@ -10,20 +13,36 @@ void Recorder::record( const Ref<const Entity>& entity, const std::string& name 
    auto& watcher = watchers_[ entity.get() ];
    if( !watcher )
       watcher = std::make_unique<Vormel::ChangeWatcher>(
-         entity, name, [ this ]( const ChangeText& change ) { write( change ); } );
+         entity, name, [ this, &type = entity->entityType() ]( const ChangeText& change ) {
+            write( change, type );
+         } );
 }
 
-void Recorder::write( const ChangeText& change )
+/// Whether the object is an input of the slice; the slice writes the other objects.
+static bool isInput( std::string_view object )
 {
+   return object != "helper" && object != "hwStatus" && object != "urpf";
+}
+
+static RecordContent contentOf( const ChangeText& change, const Vormel::EntityType& type )
+{
+   const Vormel::AttributeInfo& info = type.attribute( change.number ).info();
    std::vector<RecordField> fields{ { "object", change.object }, { "attribute", change.attribute },
       { "attributeNumber", change.number }, { "change", change.kindName() } };
    if( !change.key.empty() )
-      fields.emplace_back( "key", change.key );
+      fields.push_back( attributeField( "key", info.keyType, change.key ) );
    if( change.kind != ChangeKind::Inserted )
-      fields.emplace_back( "old", change.oldValue );
+      fields.push_back( attributeField( "old", info.type, change.oldValue ) );
    if( change.kind != ChangeKind::Removed )
-      fields.emplace_back( "new", change.newValue );
-   transcript_.add( RecordKind::notify, change.line(), std::move( fields ) );
+      fields.push_back( attributeField( "new", info.type, change.newValue ) );
+   return { change.line(), std::move( fields ) };
+}
+
+void Recorder::write( const ChangeText& change, const Vormel::EntityType& type )
+{
+   if( isInput( change.object ) )
+      cause_.event = change.line();
+   transcript_.add( RecordKind::notify, [ & ] { return contentOf( change, type ); } );
 }
 
 } // namespace Strata::Sim

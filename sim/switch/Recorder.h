@@ -1,7 +1,9 @@
-// Writes the changes that entities publish to the transcript. Requires: the activity lock is held.
+// Writes the changes that entities publish to the transcript, and those of inputs to the present cause. Requires: the
+// activity lock is held.
 #pragma once
 
 #include "platform/runtime/ChangeWatcher.h"
+#include "sim/switch/Cause.h"
 #include "sim/switch/Transcript.h"
 
 #include <memory>
@@ -16,7 +18,7 @@ using Vormel::Ref;
 class Recorder
 {
  public:
-   explicit Recorder( Transcript& transcript ) : transcript_( transcript ) {}
+   Recorder( Transcript& transcript, Cause& cause ) : transcript_( transcript ), cause_( cause ) {}
    Recorder( const Recorder& ) = delete;
    Recorder& operator=( const Recorder& ) = delete;
 
@@ -26,9 +28,10 @@ class Recorder
    void forget( const Entity& entity ) { watchers_.erase( &entity ); }
 
  private:
-   void write( const Vormel::ChangeText& change );
+   void write( const Vormel::ChangeText& change, const Vormel::EntityType& type );
 
    Transcript& transcript_;
+   Cause& cause_;
    std::unordered_map<const Entity*, std::unique_ptr<Vormel::ChangeWatcher>> watchers_;
 };
 

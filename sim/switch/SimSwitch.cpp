@@ -22,11 +22,13 @@ class SimSwitch::Sinks
  public:
    explicit Sinks( Transcript& transcript )
       : traceSink_( Vormel::traceSinkIs( [ &transcript ]( const Vormel::TraceRecord& record ) {
-           transcript.add( RecordKind::trace,
-              std::string( record.handle ) + " " + std::to_string( record.level ) + " " +
-                 std::string( record.function ) + ": " + std::string( record.text ),
-              { { "handle", record.handle }, { "level", record.level },
-                 { "function", record.function }, { "text", record.text } } );
+           transcript.add( RecordKind::trace, [ & ] {
+              return RecordContent{
+                 std::string( record.handle ) + " " + std::to_string( record.level ) + " " +
+                    std::string( record.function ) + ": " + std::string( record.text ),
+                 { { "handle", record.handle }, { "level", record.level },
+                    { "function", record.function }, { "text", record.text } } };
+           } );
         } ) ),
         syslogSink_( Vormel::syslogSinkIs( [ &transcript ]( const Vormel::SyslogRecord& record ) {
            transcript.add( RecordKind::log, Vormel::syslogLine( record ),
@@ -217,11 +219,6 @@ std::span<const SimSwitch::NamedObject> SimSwitch::objects()
    static constexpr std::array all{ STRATA_SIM_OBJECTS( NAMED_OBJECT ) };
 #undef NAMED_OBJECT
    return all;
-}
-
-bool SimSwitch::isInput( std::string_view objectName )
-{
-   return objectName != "helper" && objectName != "hwStatus" && objectName != "urpf";
 }
 
 Ref<Entity> SimSwitch::object( std::string_view name ) const

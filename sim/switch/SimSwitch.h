@@ -84,14 +84,9 @@ class SimSwitch
 
    Transcript& transcript() { return transcript_; }
    /// Sets the cause of later changes; the changed state records it.
-   void causeIs( std::string cause )
-   {
-      cause_ = { std::move( cause ), transcript_.lastNumber(), 0 };
-   }
+   void causeIs( std::string cause ) { cause_ = { std::move( cause ), {}, 0 }; }
    /// Records the current command as the cause of state that it changes without the slice.
    void pokes( U32 unit, const ChipPlace& place ) { chip( unit ).causeIs( place, cause_ ); }
-   /// Whether the object is an input of the slice; the slice writes the other objects.
-   static bool isInput( std::string_view objectName );
    Critic& critic() { return critic_; }
    Faults& faults() { return faults_; }
    SimShim& shim() { return shim_; }
@@ -196,7 +191,7 @@ class SimSwitch
    ObservedShim observed_{ shim_ };
    std::vector<Ref<SimTcamEntryManager>> tcamManagers_;
    Ref<SimTcamGroupManager> tcamGroupManager_;
-   Recorder recorder_{ transcript_ };
+   Recorder recorder_{ transcript_, cause_ };
    class Sinks;
    std::unique_ptr<Sinks> sinks_;
 

@@ -7,6 +7,8 @@
 
 namespace Strata::Sim {
 
+using SharedJson = std::shared_ptr<const JsonText>;
+
 std::string Record::line() const
 {
    std::string line( Vormel::enumName( kind ) );
@@ -22,10 +24,10 @@ std::string Record::json() const
    for( const RecordField& f : fields )
       std::visit(
          [ & ]( const auto& value ) {
-            if constexpr( std::is_same_v<std::decay_t<decltype( value )>, JsonText> )
-               object[ f.name ] = nlohmann::ordered_json::parse( value.text );
+            if constexpr( std::is_same_v<std::decay_t<decltype( value )>, SharedJson> )
+               object[ std::string( f.name ) ] = nlohmann::ordered_json::parse( value->json );
             else
-               object[ f.name ] = value;
+               object[ std::string( f.name ) ] = value;
          },
          f.value );
    if( fields.empty() )
@@ -42,8 +44,8 @@ std::string Record::field( std::string_view name ) const
          return value;
       else if constexpr( std::is_same_v<T, bool> )
          return value ? "true" : "false";
-      else if constexpr( std::is_same_v<T, JsonText> )
-         return value.text;
+      else if constexpr( std::is_same_v<T, SharedJson> )
+         return value->text;
       else
          return std::to_string( value );
    };
@@ -53,15 +55,46 @@ std::string Record::field( std::string_view name ) const
    return {};
 }
 
-void Transcript::add( RecordKind kind, std::string text, std::vector<RecordField> fields )
+void Transcript::add( RecordKind kind, RecordContent content )
 {
    const std::lock_guard guard( mutex_ );
    ++counts_[ static_cast<std::size_t>( kind ) ];
-   Record record{ ++added_, kind, std::move( text ), std::move( fields ) };
-   if( listener_ )
+   Record record{ ++added_, kind, std::move( content.text ), std::move( content.fields ) };
+   if( hears( kind ) )
       listener_( record );
    if( keep_ )
       records_.push_back( std::move( record ) );
+}
+
+void Transcript::pass( RecordKind kind )
+{
+   const std::lock_guard guard( mutex_ );
+   ++counts_[ static_cast<std::size_t>( kind ) ];
+   ++added_;
+}
+
+bool Transcript::wants( RecordKind kind ) const
+{
+   const std::lock_guard guard( mutex_ );
+   return keep_ || hears( kind );
+}
+
+void Transcript::keepIs( bool keep )
+{
+   const std::lock_guard guard( mutex_ );
+   keep_ = keep;
+}
+
+bool Transcript::keeps() const
+{
+   const std::lock_guard guard( mutex_ );
+   return keep_;
+}
+
+void Transcript::clear()
+{
+   const std::lock_guard guard( mutex_ );
+   records_.clear();
 }
 
 U64 Transcript::lastNumber() const
@@ -76,10 +109,11 @@ U64 Transcript::count( RecordKind kind ) const
    return counts_[ static_cast<std::size_t>( kind ) ];
 }
 
-void Transcript::listenerIs( Listener listener )
+void Transcript::listenerIs( Listener listener, Filter hears )
 {
    const std::lock_guard guard( mutex_ );
    listener_ = std::move( listener );
+   hears_ = std::move( hears );
 }
 
 } // namespace Strata::Sim

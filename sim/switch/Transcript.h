@@ -9,11 +9,14 @@
 #include "platform/runtime/Types.h"
 
 #include <array>
+#include <concepts>
 #include <deque>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -32,16 +35,17 @@ VORMEL_ENUM( RecordKind, U8,
    command, // a command of the tool
    note )
 
-/// An array or object, as JSON.
+/// An array, an object or null, as JSON.
 struct JsonText
 {
-   std::string text;
+   std::string json;
+   std::string text{}; // the same for people; expectations are compared with it
 };
 
 /// A named value of a record, for programs.
 struct RecordField
 {
-   using Value = std::variant<bool, S64, U64, std::string, JsonText>;
+   using Value = std::variant<bool, S64, U64, std::string, std::shared_ptr<const JsonText>>;
 
    RecordField( std::string_view fieldName, bool v ) : name( fieldName ), value( v ) {}
    RecordField( std::string_view fieldName, S64 v ) : name( fieldName ), value( v ) {}
@@ -57,14 +61,21 @@ struct RecordField
    {}
    RecordField( std::string_view fieldName, JsonText v )
       : name( fieldName ),
-        value( std::move( v ) )
+        value( std::make_shared<const JsonText>( std::move( v ) ) )
    {}
    RecordField( std::string_view fieldName, const char* v )
       : RecordField( fieldName, std::string( v ) )
    {}
 
-   std::string name;
+   std::string_view name; // of static duration
    Value value;
+};
+
+/// What a record says, in words and in values.
+struct RecordContent
+{
+   std::string text; // without the kind
+   std::vector<RecordField> fields{};
 };
 
 struct Record
@@ -86,10 +97,25 @@ class Transcript
 {
  public:
    using Listener = std::function<void( const Record& )>;
+   using Filter = std::function<bool( RecordKind )>;
 
-   void add( RecordKind kind, std::string text, std::vector<RecordField> fields = {} );
+   void add( RecordKind kind, std::string text, std::vector<RecordField> fields = {} )
+   {
+      add( kind, RecordContent{ std::move( text ), std::move( fields ) } );
+   }
+   void add( RecordKind kind, RecordContent content );
+   /// `make` returns the record's content. It runs only if the record is kept or heard; otherwise the record has its
+   /// number and is counted.
+   template<std::invocable Make>
+   void add( RecordKind kind, Make make )
+   {
+      if( wants( kind ) )
+         add( kind, make() );
+      else
+         pass( kind );
+   }
 
-   /// It and its elements remain valid while records are added.
+   /// The kept records. It and its elements remain valid while records are added.
    const std::deque<Record>& records() const { return records_; }
    U64 size() const { return records_.size(); }
    /// The number of the record that was added last; 0 for none.
@@ -97,21 +123,28 @@ class Transcript
    /// The number of records of a kind that were added, including those that were not kept.
    U64 count( RecordKind kind ) const;
 
-   /// Gets each record when it is added and must not add any. A listener that writes a file flushes it,
-   /// so that a crash loses no line. Empty for none.
-   void listenerIs( Listener listener );
+   /// Gets each record of a kind that it hears, all of them without a filter, when it is added, and must not add any. A
+   /// listener that writes a file flushes it, so that a crash loses no line. Empty for none.
+   void listenerIs( Listener listener, Filter hears = {} );
 
    /// Whether records are kept; initially true. Otherwise only numbers, counts and the listener
    /// continue.
-   void keepIs( bool keep ) { keep_ = keep; }
+   void keepIs( bool keep );
+   bool keeps() const;
    /// Removes the kept records; numbers continue.
-   void clear() { records_.clear(); }
+   void clear();
 
  private:
+   /// Whether a record of the kind is kept or heard.
+   bool wants( RecordKind kind ) const;
+   bool hears( RecordKind kind ) const { return listener_ && ( !hears_ || hears_( kind ) ); }
+   void pass( RecordKind kind );
+
    mutable std::mutex mutex_;
    std::deque<Record> records_;
    std::array<U64, Vormel::enumTable<RecordKind>.size()> counts_{};
    Listener listener_;
+   Filter hears_;
    U64 added_ = 0;
    bool keep_ = true;
 };

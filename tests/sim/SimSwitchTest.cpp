@@ -67,6 +67,31 @@ TEST_F( SimSwitchTest, ChangesAreRecordedWithOldAndNewValue )
                           "miscConfig.unknownMacDropTrafficClass[5] (275): removed true" ) );
    const auto json = nlohmann::json::parse( hardware.transcript().records().at( 5 ).json() );
    EXPECT_EQ( json.at( "new" ), "routed" );
+   const auto port = nlohmann::json::parse( hardware.transcript().records().at( 4 ).json() );
+   EXPECT_EQ( port.at( "new" ).dump(), R"({"logicalPort":6,"port":2,"unit":4})" );
+   EXPECT_EQ( hardware.transcript().records().at( 4 ).field( "new" ), "4/2/6" );
+}
+
+TEST( Transcript, MakesARecordOnlyIfItIsKeptOrHeard )
+{
+   Transcript transcript;
+   U32 made = 0;
+   const auto make = [ & ] { return RecordContent{ std::to_string( ++made ) }; };
+   transcript.add( RecordKind::call, make );
+   transcript.keepIs( false );
+   transcript.add( RecordKind::call, make );
+   std::vector<U64> heard;
+   transcript.listenerIs( [ & ]( const Record& record ) { heard.push_back( record.number ); },
+      []( RecordKind kind ) { return kind == RecordKind::packet; } );
+   transcript.add( RecordKind::call, make );
+   transcript.add( RecordKind::packet, make );
+   EXPECT_EQ( made, 2u );
+   EXPECT_THAT( heard, ElementsAre( 4 ) );
+   EXPECT_EQ( transcript.lastNumber(), 4u );
+   EXPECT_EQ( transcript.count( RecordKind::call ), 3u );
+   EXPECT_EQ( transcript.size(), 1u );
+   transcript.clear();
+   EXPECT_EQ( transcript.size(), 0u );
 }
 
 TEST_F( SimSwitchTest, TracesAndLogMessagesAreInTheTranscript )

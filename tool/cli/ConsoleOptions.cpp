@@ -25,6 +25,8 @@ void ConsoleOptions::declare( CLI::App& subcommand )
    subcommand.add_flag( "--json", config_.json, "Write everything as JSON lines" );
    subcommand.add_option( "--transcript", config_.transcriptFile,
       "Also write everything to this file, as text, or as JSON lines with --json" );
+   subcommand.add_flag( "--no-transcript", forgets_,
+      "Keep no records in memory; what looks at records since the last mark is refused" );
    subcommand.add_option( "--trace", traces_, "Set trace levels, as in ApiStrata=4" )
       ->type_name( "HANDLE=LEVEL" )
       ->allow_extra_args( false );

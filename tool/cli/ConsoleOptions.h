@@ -35,6 +35,8 @@ class ConsoleOptions
 
    /// Requires: the command line has been parsed.
    ConsoleConfig config( const Terminal& terminal, const std::string& scenario ) const;
+   /// Whether the session keeps records for expectations and show commands.
+   bool keepsRecords() const { return !forgets_; }
    /// ValueError for a handle or level that does not exist.
    void setTraceLevels() const;
 
@@ -42,6 +44,7 @@ class ConsoleOptions
    ConsoleConfig config_;
    std::vector<std::string> traces_;
    std::string colour_ = "auto";
+   bool forgets_ = false;
 };
 
 } // namespace Strata::Tool

@@ -13,11 +13,17 @@ class Run : public Subcommand
    CLI::App* declare( CLI::App& app ) override
    {
       CLI::App* const run = app.add_subcommand( "run", "Run a scenario" );
-      run->add_option( "scenario", file_, "The scenario file" )->required();
+      run->add_option( "scenario", file_, "The scenario file; - is standard input" )->required();
       const auto profiles = Sim::chipProfileNames();
-      run->add_option( "--profile", profile_, "Run on this chip instead of the scenario's" )
-         ->check( CLI::IsMember( std::vector<std::string>( profiles.begin(), profiles.end() ) ) );
+      CLI::Option* const profile =
+         run->add_option( "--profile", profile_, "Run on this chip instead of the scenario's" );
+      profile->check(
+         CLI::IsMember( std::vector<std::string>( profiles.begin(), profiles.end() ) ) );
       options_.declare( *run );
+      run->add_flag(
+            "--check", check_, "Report every line that cannot be run; show and judge nothing" )
+         ->excludes( profile )
+         ->excludes( run->get_option( "--transcript" ) );
       return run;
    }
 
@@ -26,8 +32,12 @@ class Run : public Subcommand
       const TraceLevels levels;
       try {
          options_.setTraceLevels();
-         Console console( terminal.out, terminal.err, options_.config( terminal, file_ ) );
-         return runScenario( file_, console, profile_ );
+         ConsoleConfig config = options_.config( terminal, file_ );
+         config.checking = check_;
+         Console console( terminal.out, terminal.err, config );
+         return check_ ? checkScenario( file_, console )
+                       : runScenario( file_, console,
+                            { .profile = profile_, .keepsRecords = options_.keepsRecords() } );
       } catch( const std::exception& error ) {
          terminal.err << "strata-l3 run: " << error.what() << std::endl;
          return ExitStatus::error;
@@ -37,6 +47,7 @@ class Run : public Subcommand
  private:
    std::string file_;
    std::string profile_;
+   bool check_ = false;
    ConsoleOptions options_;
 };
 

@@ -74,7 +74,7 @@ class Shell : public Subcommand
       const std::optional<InterruptWatch> interrupts =
          terminal.typed ? std::optional<InterruptWatch>( std::in_place ) : std::nullopt;
       const Vormel::LockAnchor lock( Vormel::activityLock() );
-      Session session( console );
+      Session session( console, { .keepsRecords = options_.keepsRecords() } );
       const DeathWatch watch( session );
       if( !file.empty() )
          stoppable( console, [ & ] { runLines( file, session ); } );
@@ -133,7 +133,7 @@ class Shell : public Subcommand
             stoppable( session.console(), [ & ] { session.run( expanded( session, line ) ); } );
          } catch( const InputError& error ) {
             refused_ = true;
-            session.console().refused( error.what() );
+            session.console().refused( error );
             session.console().error( error.what() );
          }
       }

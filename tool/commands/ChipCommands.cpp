@@ -2,6 +2,7 @@
 // table. A poke changes a VLAN without the slice.
 #include "platform/types/IntfId.h"
 #include "platform/types/PortBitmap.h"
+#include "sim/switch/Values.h"
 #include "tool/Session.h"
 #include "tool/packet/PacketWords.h"
 #include "tool/view/EntryView.h"
@@ -103,11 +104,15 @@ Act raiseHits( const Session& session, Words& words )
 
 void showVlans( Session& session )
 {
-   ByUnit<Cells> rows;
+   ByUnit<UnitRow> rows;
    for( const auto& [ unit, chip ] : session.agent().hardware().chips() )
       for( const auto& [ vlanId, vlan ] : chip.vlans() )
-         rows.add( unit, { std::to_string( vlanId ), vlan.members.toString(),
-                            vlan.untagged.toString(), flagsText( vlan ) } );
+         rows.add( unit, { { std::to_string( vlanId ), vlan.members.toString(),
+                              vlan.untagged.toString(), flagsText( vlan ) },
+                            { { "vlan", vlanId }, { "members", Sim::portsJson( vlan.members ) },
+                               { "untagged", Sim::portsJson( vlan.untagged ) },
+                               { "flags", Sim::flagsJson( vlan.flags ) },
+                               { "otherFlags", vlan.otherFlags } } } );
    session.console().table( "VLANs",
       unitTable(
          { { "VLAN", Align::right }, { "Members" }, { "Untagged" }, { "Routing flags" } }, rows ) );
@@ -155,10 +160,11 @@ Act expectVlan( const Session& session, Words& words )
 
 void showOptionsProfiles( Session& session )
 {
-   ByUnit<Cells> rows;
+   ByUnit<UnitRow> rows;
    for( const auto& [ unit, chip ] : session.agent().hardware().chips() )
       for( const auto& [ profile, action ] : chip.ipOptionsProfiles() )
-         rows.add( unit, { std::to_string( profile ), std::string( roleName( action ) ) } );
+         rows.add( unit, { { std::to_string( profile ), std::string( roleName( action ) ) },
+                            { { "profile", profile }, { "action", roleName( action ) } } } );
    session.console().table(
       "IPv4 options profiles", unitTable( { { "Profile", Align::right }, { "Action" } }, rows ) );
 }
@@ -201,7 +207,9 @@ void showPortTable( Session& session )
 {
    Table table( { { "Port" }, { "Settings" } } );
    for( const auto& [ port, entry ] : session.agent().hardware().portSwTable()->entries() )
-      table.row( { toText( port ), softwareText( entry ) } );
+      table.row( { toText( port ), softwareText( entry ) },
+         { { "port", Sim::portJson( port ) }, { "l3", entry.l3Enabled },
+            { "routing", entry.routingEnabled } } );
    session.console().table( "The software port table, by unit/port/logical port", table );
 }
 

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <deque>
 #include <functional>
 #include <optional>
 #include <sstream>
@@ -47,8 +48,8 @@ Act expectRecords( const std::string& what, const Times& times, const Matches& m
 {
    return [ = ]( Session& session ) {
       U64 found = 0;
-      for( const Record* const record : session.window() )
-         found += matches( *record ) ? 1 : 0;
+      for( const Record& record : session.window() )
+         found += matches( record ) ? 1 : 0;
       session.expect( times.hold( found ), what + " " + times.text(),
          std::to_string( found ) + " since the last mark" );
    };
@@ -151,11 +152,11 @@ Act expectLog( const Session&, Words& words )
 /// Compares first occurrences: what happens again later must not make up for what came too early.
 void checkOrder( Session& session, const std::vector<std::string>& texts )
 {
-   const auto window = session.window();
+   const std::deque<Record>& window = session.window();
    auto before = window.begin();
    for( const std::string& text : texts ) {
       const auto at = std::ranges::find_if( window,
-         [ & ]( const Record* record ) { return record->text.find( text ) != std::string::npos; } );
+         [ & ]( const Record& record ) { return record.text.find( text ) != std::string::npos; } );
       const std::string expected = "'" + text + "' in this order";
       if( at == window.end() )
          return session.expect( false, expected, "no such record since the last mark" );
@@ -293,21 +294,21 @@ std::vector<Command> expectEventCommands()
 {
    return {
       { "expect call", "CALL [unit N] [with TEXT] [times N|none]",
-         "a hardware call was made since the last mark", expectCall, false },
+         "a hardware call was made since the last mark", expectCall, false, true, true },
       { "expect no calls", "", "no hardware call was made since the last mark", expectNoCalls,
-         false, false },
+         false, false, true },
       { "expect notification", "[OBJECT.]ATTRIBUTE[KEY] [OLD -> NEW] [times N|none]",
          "a change was published since the last mark; - means that there is no value",
-         expectNotification, false },
+         expectNotification, false, true, true },
       { "expect trace", "[with] TEXT|is TEXT [times N|none]",
          "a trace that contains or is the text was written since the last mark", expectTrace, false,
-         false },
+         false, true },
       { "expect log", "[with] TEXT|is TEXT [times N|none]",
          "a log message that contains or is the text was raised since the last mark", expectLog,
-         false, false },
+         false, false, true },
       { "expect order", "TEXT...",
          "since the last mark, records with these texts first came in this order", expectOrder,
-         false },
+         false, true, true },
       { "expect dead", "TEXT COMMAND...",
          "the command, run in a copy of the process, aborts with this text", expectDead },
       { "expect error", "TEXT COMMAND...", "the command is refused with this error", expectError,

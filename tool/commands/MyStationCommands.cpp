@@ -1,6 +1,7 @@
 // The chips' my-station memory. Pokes change it without the slice.
 #include "platform/types/EthAddr.h"
 #include "sim/chip/MyStationTable.h"
+#include "sim/switch/Values.h"
 #include "tool/Session.h"
 #include "tool/view/Expectation.h"
 #include "tool/words/ByUnit.h"
@@ -87,10 +88,11 @@ Act pokeMyStationView( const Session& session, Words& words )
 
 void showMyStation( Session& session )
 {
-   ByUnit<Cells> rows;
+   ByUnit<UnitRow> rows;
    for( const auto& [ unit, chip ] : session.agent().hardware().chips() )
       for( const auto& [ index, entry ] : chip.myStation().entries() )
-         rows.add( unit, { std::to_string( index ), Sim::myStationText( entry ) } );
+         rows.add( unit, { { std::to_string( index ), Sim::myStationText( entry ) },
+                            { { "index", index }, { "fields", Sim::memoryJson( entry ) } } } );
    session.console().table(
       "My-station entries", unitTable( { { "Index", Align::right }, { "Entry" } }, rows ) );
 }

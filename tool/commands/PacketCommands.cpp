@@ -11,13 +11,17 @@
 #include <algorithm>
 #include <filesystem>
 #include <map>
+#include <nlohmann/json.hpp>
 #include <set>
 #include <system_error>
 #include <unordered_map>
+#include <utility>
 
 namespace Strata::Tool {
 
 namespace {
+
+using nlohmann::ordered_json;
 
 std::string arrivalText( Sim::PacketEngine& engine, const Sim::Arrival& arrival )
 {
@@ -30,9 +34,10 @@ std::string arrivalText( Sim::PacketEngine& engine, const Sim::Arrival& arrival 
 void showExplanation( Session& session, Sim::PacketEngine& engine, const Sim::Arrival& arrival,
    const Sim::Verdict& verdict, const Sim::Explanation& explanation, bool all )
 {
-   session.console().table( arrivalText( engine, arrival ),
-      explanationTable( engine, verdict, explanation, all ),
-      explanationJson( engine, verdict, explanation ) );
+   session.console().table(
+      arrivalText( engine, arrival ),
+      [ & ] { return explanationTable( engine, verdict, explanation, all ); },
+      [ & ] { return explanationJson( engine, verdict, explanation ); } );
 }
 
 /// Takes an entrance and a frame, behind an optional -v.
@@ -106,11 +111,12 @@ std::pair<U32, U32> takeFrameNumbers( Words& words )
 class CaptureTable
 {
  public:
-   void add( U32 frame, const std::string& outcome )
+   /// `json` is the outcome for programs, without the number of the frame.
+   void add( U32 frame, const std::string& outcome, ordered_json json )
    {
       const auto [ at, isNew ] = known_.try_emplace( outcome, outcomes_.size() );
       if( isNew )
-         outcomes_.push_back( { outcome, {} } );
+         outcomes_.push_back( { outcome, std::move( json ), {} } );
       outcomes_[ at->second ].frames.push_back( frame );
       ++count_;
    }
@@ -118,21 +124,28 @@ class CaptureTable
 
    Table each() const
    {
-      std::map<U32, const std::string*> rows;
+      std::map<U32, const Outcome*> rows;
       for( const Outcome& outcome : outcomes_ )
          for( const U32 frame : outcome.frames )
-            rows.emplace( frame, &outcome.text );
+            rows.emplace( frame, &outcome );
       Table table( { { "Frame", Align::right }, { "Outcome" } } );
-      for( const auto& [ frame, text ] : rows )
-         table.row( { std::to_string( frame ), *text } );
+      for( const auto& [ frame, outcome ] : rows ) {
+         ordered_json row{ { "frame", frame } };
+         row.update( outcome->json );
+         table.row( { std::to_string( frame ), outcome->text }, std::move( row ) );
+      }
       return table;
    }
    Table summary() const
    {
       Table table( { { "Times", Align::right }, { "Frames" }, { "What became of them" } } );
-      for( const Outcome& outcome : outcomes_ )
-         table.row( { std::to_string( outcome.frames.size() ), framesText( outcome.frames ),
-            outcome.text } );
+      for( const Outcome& outcome : outcomes_ ) {
+         ordered_json row{ { "times", outcome.frames.size() }, { "frames", outcome.frames } };
+         row.update( outcome.json );
+         table.row(
+            { std::to_string( outcome.frames.size() ), framesText( outcome.frames ), outcome.text },
+            std::move( row ) );
+      }
       return table;
    }
 
@@ -140,6 +153,7 @@ class CaptureTable
    struct Outcome
    {
       std::string text;
+      ordered_json json;
       std::vector<U32> frames; // ascending
    };
 
@@ -158,28 +172,42 @@ class CaptureTable
    U32 count_ = 0;
 };
 
-/// Says that the capture has cut the frame, in a summary without the lengths.
-std::string cutText( const CapturedFrame& captured, bool summary )
+/// The outcome of a frame, as text and as JSON.
+struct FrameOutcome
+{
+   std::string text;
+   ordered_json json;
+};
+
+/// Adds that the capture has cut the frame; a summary leaves the lengths out.
+void addCut( FrameOutcome& outcome, const CapturedFrame& captured, bool summary )
 {
    const std::size_t held = captured.bytes.size();
+   outcome.json[ "cut" ] = held < captured.length;
    if( held >= captured.length )
-      return {};
-   return summary ? "; the capture holds a part of it"
-                  : "; the capture holds " + std::to_string( held ) + " of " +
-                       std::to_string( captured.length ) + " bytes";
+      return;
+   if( summary ) {
+      outcome.text += "; the capture holds a part of it";
+      return;
+   }
+   outcome.text += "; the capture holds " + std::to_string( held ) + " of " +
+                   std::to_string( captured.length ) + " bytes";
+   outcome.json[ "held" ] = held;
+   outcome.json[ "length" ] = captured.length;
 }
 
-/// Sends a frame of a file and notes its outcome. A frame that cannot be sent does not stop the others.
-std::string sendCaptured(
+/// Sends a frame of a file. A frame that cannot be sent does not stop the others.
+FrameOutcome sendCaptured(
    PacketDesk& desk, const Entrance& entrance, const CapturedFrame& captured )
 {
    try {
       const Sim::Arrival arrival{ entrance.port, checkedFrame( captured.frame() ), entrance.higig };
       const Sim::Verdict verdict = desk.engine().send( arrival );
       desk.lastIs( { arrival, verdict } );
-      return desk.engine().summary( verdict );
+      return { desk.engine().summary( verdict ),
+         ordered_json::parse( desk.engine().verdictJson( verdict ) ) };
    } catch( const Vormel::Error& error ) {
-      return std::string( "not sent: " ) + error.what();
+      return { std::string( "not sent: " ) + error.what(), { { "notSent", error.what() } } };
    }
 }
 
@@ -214,9 +242,11 @@ void replay( Session& session, const Words& words, const CaptureWords& asked )
             interruptDel(); // the table is wanted
             break;
          }
-         if( reader.number() >= asked.first )
-            table.add( reader.number(), sendCaptured( desk, asked.entrance, *captured ) +
-                                           cutText( *captured, asked.summary ) );
+         if( reader.number() < asked.first )
+            continue;
+         FrameOutcome outcome = sendCaptured( desk, asked.entrance, *captured );
+         addCut( outcome, *captured, asked.summary );
+         table.add( reader.number(), outcome.text, std::move( outcome.json ) );
       }
       if( title.empty() && asked.range && reader.number() < asked.last )
          title = ", which ends with frame " + std::to_string( reader.number() );
@@ -276,6 +306,8 @@ Act capture( const Session& session, Words& words )
    if( std::error_code none; file == running || std::filesystem::equivalent( file, running, none ) )
       words.fail( "'" + file + "' is the scenario that runs; give the capture another name" );
    return [ = ]( Session& live ) {
+      if( live.checking() )
+         return; // a check leaves files alone
       if( cpu )
          live.packets().captureCpu( port.unit, file );
       else

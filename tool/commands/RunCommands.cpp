@@ -144,7 +144,7 @@ Act include( const Session&, Words& words )
    return [ file, &words ]( Session& live ) { runIncluded( live, words, file ); };
 }
 
-std::string entriesText( const Sim::Chip& chip )
+UnitRow entriesRow( const Sim::Chip& chip )
 {
    std::size_t installed = 0;
    std::size_t disabled = 0;
@@ -153,7 +153,17 @@ std::string entriesText( const Sim::Chip& chip )
          installed += entry.installed() ? 1 : 0;
          disabled += entry.installed() && !entry.enabled ? 1 : 0;
       }
-   return Vormel::format( "%d installed, %d of them disabled: show entries", installed, disabled );
+   return { { "entries", Vormel::format( "%d installed, %d of them disabled: show entries",
+                            installed, disabled ) },
+      { { "what", "entries" }, { "installed", installed }, { "disabled", disabled } } };
+}
+
+UnitRow controlsRow( const Sim::Chip& chip )
+{
+   const std::size_t written =
+      chip.controls().size() + chip.portSwitchControls().size() + chip.portControls().size();
+   return { { "controls", Vormel::format( "%d written: show controls", written ) },
+      { { "what", "controls" }, { "written", written } } };
 }
 
 std::size_t changedAttributes( const Agent& agent )
@@ -170,17 +180,16 @@ std::size_t changedAttributes( const Agent& agent )
 /// What the switch and the helper have now, and the commands that show it.
 Table outcomeTable( const Agent& agent )
 {
-   ByUnit<Cells> rows;
+   ByUnit<UnitRow> rows;
    for( const auto& [ unit, chip ] : agent.hardware().chips() ) {
-      rows.add( unit, { "entries", entriesText( chip ) } );
-      rows.add( unit, { "controls", Vormel::format( "%d written: show controls",
-                                       chip.controls().size() + chip.portSwitchControls().size() +
-                                          chip.portControls().size() ) } );
+      rows.add( unit, entriesRow( chip ) );
+      rows.add( unit, controlsRow( chip ) );
    }
    Table table = unitTable( { { "What" }, { "How many" } }, rows );
+   const std::size_t changed = changedAttributes( agent );
    table.row( { "attributes", "-",
-      Vormel::format(
-         "%d differ from the start: show attributes changed", changedAttributes( agent ) ) } );
+                 Vormel::format( "%d differ from the start: show attributes changed", changed ) },
+      { { "what", "attributes" }, { "changed", changed } } );
    return table;
 }
 

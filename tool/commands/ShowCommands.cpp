@@ -4,6 +4,7 @@
 #include "platform/runtime/Snapshot.h"
 #include "platform/sdk/ObservedShim.h"
 #include "sim/chip/RegisterLayout.h"
+#include "sim/switch/Values.h"
 #include "tool/Session.h"
 #include "tool/view/Catalogue.h"
 #include "tool/view/EntryView.h"
@@ -15,11 +16,13 @@
 #include <array>
 #include <cmath>
 #include <map>
+#include <optional>
 
 namespace Strata::Tool {
 
 namespace {
 
+using nlohmann::ordered_json;
 using Names = std::vector<std::string>;
 
 /// Takes a text that one of the names contains; any text if there are no names.
@@ -118,8 +121,9 @@ void showEntries( Session& session, const std::string& filter )
 {
    Sim::SimSwitch& hardware = session.agent().hardware();
    const Table table = entryTable( hardware, filter );
-   session.console().table( titleWith( "Field Processor entries", filter, table.empty() ), table,
-      entryJson( hardware, filter ) );
+   session.console().table(
+      titleWith( "Field Processor entries", filter, table.empty() ), [ & ] { return table; },
+      [ & ] { return entryJson( hardware, filter ); } );
 }
 
 void showAttributesOf(
@@ -132,14 +136,18 @@ void showAttributesOf(
                    { "Now" } }
               : std::vector<Column>{ { "Number", Align::right }, { "Attribute" }, { "Value" } } );
    for( const AttributeValue& value : attributeValues( *object ) ) {
-      const Vormel::AttributeNumber number = value.attribute->info().number;
+      const Vormel::AttributeInfo& info = value.attribute->info();
+      const Vormel::AttributeNumber number = info.number;
+      ordered_json row{ { "number", number == 0 ? ordered_json() : ordered_json( number ) },
+         { "attribute", value.name } };
       const std::string numberText = number == 0 ? "-" : std::to_string( number );
       const std::string& before = initial[ value.name ];
       const std::string now = agent.valueText( value.value );
+      row[ changed ? "now" : "value" ] = Sim::attributeJson( info.type, now );
       if( !changed )
-         table.row( { numberText, value.name, now } );
+         table.row( { numberText, value.name, now }, row );
       else if( number != 0 && before != now )
-         table.row( { numberText, value.name, before.empty() ? "-" : before, now } );
+         table.row( { numberText, value.name, before.empty() ? "-" : before, now }, row );
    }
    session.console().table(
       ( changed ? "Changed attributes of " : "Attributes of " ) + title, table );
@@ -162,18 +170,22 @@ Act showAttributes( const Session& session, Words& words )
 void showControls( Session& session, const std::string& filter )
 {
    Sim::SimSwitch& hardware = session.agent().hardware();
-   ByUnit<Cells> rows;
-   const auto add = [ & ]( U32 unit, std::string_view name, const std::string& where, int value ) {
+   ByUnit<UnitRow> rows;
+   const auto add = [ & ]( U32 unit, std::string_view name, std::optional<int> port, int value ) {
       if( name.find( filter ) != name.npos )
-         rows.add( unit, { std::string( name ), where, std::to_string( value ) } );
+         rows.add( unit,
+            { { std::string( name ), port ? "port " + std::to_string( *port ) : "chip",
+                 std::to_string( value ) },
+               { { "control", name }, { "port", port ? ordered_json( *port ) : ordered_json() },
+                  { "value", value } } } );
    };
    for( const auto& [ unit, chip ] : hardware.chips() ) {
       for( const auto& [ control, value ] : chip.controls() )
-         add( unit, roleName( control ), "chip", value );
+         add( unit, roleName( control ), std::nullopt, value );
       for( const auto& [ place, value ] : chip.portSwitchControls() )
-         add( unit, roleName( place.second ), "port " + std::to_string( place.first ), value );
+         add( unit, roleName( place.second ), place.first, value );
       for( const auto& [ place, value ] : chip.portControls() )
-         add( unit, roleName( place.second ), "port " + std::to_string( place.first ), value );
+         add( unit, roleName( place.second ), place.first, value );
    }
    session.console().table( titleWith( "Controls that were written", filter, rows.rows().empty() ),
       unitTable( { { "Control" }, { "Where" }, { "Value" } }, rows ) );
@@ -182,13 +194,17 @@ void showControls( Session& session, const std::string& filter )
 void showRegisters( Session& session, const std::string& filter )
 {
    Sim::SimSwitch& hardware = session.agent().hardware();
-   ByUnit<Cells> rows;
+   ByUnit<UnitRow> rows;
    for( const auto& [ unit, chip ] : hardware.chips() )
       for( std::size_t i = 0; i < roleNames<Register>.size(); ++i ) {
          const auto reg = static_cast<Register>( i );
          const std::string name( roleName( reg ) );
-         if( chip.profile().supports( reg ) && name.find( filter ) != name.npos )
-            rows.add( unit, { name, Sim::registerText( reg, chip.registerValue( reg ) ) } );
+         if( !chip.profile().supports( reg ) || name.find( filter ) == name.npos )
+            continue;
+         const U64 value = chip.registerValue( reg );
+         ordered_json object{ { "register", name } };
+         object.update( Sim::registerJson( reg, value ) );
+         rows.add( unit, { { name, Sim::registerText( reg, value ) }, std::move( object ) } );
       }
    session.console().table( titleWith( "Registers", filter, rows.rows().empty() ),
       unitTable( { { "Register" }, { "Value" } }, rows ) );
@@ -197,20 +213,23 @@ void showRegisters( Session& session, const std::string& filter )
 void showCalls( Session& session, const std::string& filter )
 {
    std::map<std::string, std::map<std::string, U32>> counts; // by call, by unit
-   for( const Sim::Record* const record : session.window() )
-      if( record->kind == Sim::RecordKind::call || record->kind == Sim::RecordKind::entry )
-         if( const std::string call = record->field( "call" ); call.find( filter ) != call.npos )
-            ++counts[ call ][ record->field( "unit" ) ];
+   for( const Sim::Record& record : session.window() )
+      if( record.kind == Sim::RecordKind::call || record.kind == Sim::RecordKind::entry )
+         if( const std::string call = record.field( "call" ); call.find( filter ) != call.npos )
+            ++counts[ call ][ record.field( "unit" ) ];
    Table table( { { "Call" }, { "Times", Align::right }, { "By unit" } } );
    for( const auto& [ call, units ] : counts ) {
       U32 total = 0;
       std::string each;
+      auto byUnit = ordered_json::object();
       for( const auto& [ unit, times ] : units ) {
          total += times;
-         each += ( each.empty() ? "" : ", " ) + ( unit.empty() ? "-" : unit ) + ": " +
-                 std::to_string( times );
+         const std::string name = unit.empty() ? "-" : unit;
+         each += ( each.empty() ? "" : ", " ) + name + ": " + std::to_string( times );
+         byUnit[ name ] = times;
       }
-      table.row( { call, std::to_string( total ), each } );
+      table.row( { call, std::to_string( total ), each },
+         { { "call", call }, { "times", total }, { "byUnit", byUnit } } );
    }
    session.console().table(
       titleWith( "Calls since the last mark", filter, table.empty() ), table );
@@ -219,10 +238,9 @@ void showCalls( Session& session, const std::string& filter )
 void showNotifications( Session& session, const std::string& filter )
 {
    std::map<std::string, U32> counts;
-   for( const Sim::Record* const record : session.window() )
-      if( record->kind == Sim::RecordKind::notify )
-         if( const std::string path =
-                record->field( "object" ) + "." + record->field( "attribute" );
+   for( const Sim::Record& record : session.window() )
+      if( record.kind == Sim::RecordKind::notify )
+         if( const std::string path = record.field( "object" ) + "." + record.field( "attribute" );
              path.find( filter ) != path.npos )
             ++counts[ path ];
    Table table( { { "Attribute" }, { "Times", Align::right } } );
@@ -253,148 +271,16 @@ Act showSnapshot( const Session& session, Words& words )
    const Agent& agent = session.agent();
    const Ref<Entity> object = words.done() ? agent.helper() : session.takeObject( words );
    return [ object ]( Session& live ) {
-      live.console().document(
-         "Snapshot", nlohmann::ordered_json::parse( Vormel::snapshotJson( *object ) ) );
+      live.console().document( "Snapshot", ordered_json::parse( Vormel::snapshotJson( *object ) ) );
    };
-}
-
-void showInterfaces( Session& session )
-{
-   Sim::SimSwitch& hardware = session.agent().hardware();
-   const StrataCommonSmData& scsd = *hardware.scsd();
-   std::vector<Vormel::IntfId> intfs = keysOf( hardware.ethIntfStatusDir()->intfStatus() );
-   std::ranges::sort( intfs );
-   Table table( { { "Interface" }, { "Model" }, { "Port" }, { "LAG" } } );
-   for( const Vormel::IntfId intf : intfs ) {
-      const auto status = hardware.ethIntfStatusDir()->intfStatus( intf );
-      const std::string lag = intf.isPortChannel() ? "of " + toText( scsd.lagMembers( intf ) )
-                                                   : scsd.lagOfMember( intf ).toString();
-      table.row( { intf.toString(), Vormel::enumText( status->forwardingModel() ),
-         toText( scsd.strataIntfToPort( intf ) ), lag } );
-   }
-   session.console().table( "Interfaces, and their ports as unit/port/logical port", table );
-}
-
-void showLags( Session& session )
-{
-   Sim::SimSwitch& hardware = session.agent().hardware();
-   const StrataCommonSmData& scsd = *hardware.scsd();
-   std::vector<Vormel::IntfId> lags = keysOf( scsd.lagMembers() );
-   std::ranges::sort( lags );
-   Table table( { { "LAG" }, { "Model" }, { "Members" } } );
-   for( const Vormel::IntfId lag : lags ) {
-      const auto status = hardware.ethIntfStatusDir()->intfStatus( lag );
-      std::string members;
-      for( const Vormel::IntfId member : scsd.lagMembers( lag ) )
-         members += ( members.empty() ? "" : ", " ) + member.toString() + " (" +
-                    toText( scsd.strataIntfToPort( member ) ) + ")";
-      table.row(
-         { lag.toString(), status ? Vormel::enumText( status->forwardingModel() ) : "no status",
-            members.empty() ? "none" : members } );
-   }
-   session.console().table( "LAGs, and the ports of members as unit/port/logical port", table );
-}
-
-/// The bitmap of floods of routed packets, and its copies in the entries.
-void showFlood( Session& session )
-{
-   Agent& agent = session.agent();
-   const RoutingStatusHelper& helper = *agent.helper();
-   ByUnit<Cells> rows;
-   for( const auto& [ unit, chip ] : agent.hardware().chips() )
-      for( const U32 id : { helper.tcamEntryVlanFlood(), helper.tcamEntryVlanFloodPbr() } )
-         for( const Sim::FieldGroup& group : chip.groups() )
-            if( const Sim::FieldEntry* const entry = group.find( id ); entry && entry->hardware )
-               rows.add( unit, { entry->name + ", " + std::string( entryState( *entry ) ),
-                                  entry->hardware->actions.front().text() } );
-   Table table = unitTable( { { "Where" }, { "Ports" } }, rows );
-   if( agent.hardware().units().size() > 1 )
-      table.row( { "followed by", std::to_string( agent.hardware().units().front() ),
-         "the entries of the first unit alone; those of other units stay as they were made" } );
-   table.row( { "the helper's bitmap", "-", helper.vlanFloodPbmp().toString() } );
-   std::string kept;
-   for( const auto& routed : helper.routedPortsAndRoutedLagMember() )
-      kept += ( kept.empty() ? "" : ", " ) + routed.key.toString();
-   table.row( { "kept out, because they are routed", "-", kept.empty() ? "none" : kept } );
-   session.console().table( "Floods of routed packets", table );
-}
-
-void showDrops( Session& session )
-{
-   Agent& agent = session.agent();
-   const RoutingStatusHelper& helper = *agent.helper();
-   Table table( { { "Class" }, { "Entries" }, { "Counter", Align::right }, { "Hits by unit" } } );
-   for( const auto& counter : helper.unknownMacCountersPerTc() ) {
-      const U32 id = helper.tcamEntryVlanFloodDrop( counter.key );
-      std::string hits;
-      for( auto& [ unit, chip ] : agent.hardware().chips() ) {
-         U64 sum = 0;
-         for( const Sim::FieldGroup& group : chip.groups() )
-            for( const U32 entryId : { id, id + 1 } )
-               if( const Sim::FieldEntry* const entry = group.find( entryId ) )
-                  sum += entry->hits;
-         hits +=
-            ( hits.empty() ? "" : ", " ) + std::to_string( unit ) + ": " + std::to_string( sum );
-      }
-      table.row( { std::to_string( counter.key ),
-         id == 0 ? "none" : std::to_string( id ) + ", " + std::to_string( id + 1 ),
-         std::to_string( counter.value ), id == 0 ? "-" : hits } );
-   }
-   session.console().table( "Unknown-MAC drops, at the last poll and now", table );
-}
-
-void showUnits( Session& session )
-{
-   Sim::SimSwitch& hardware = session.agent().hardware();
-   ByUnit<Cells> rows;
-   for( const auto& [ unit, chip ] : hardware.chips() ) {
-      const Sim::SpecialPorts& special = chip.profile().specialPorts;
-      std::string ports = "front 1-" + std::to_string( chip.frontPanelPorts().count() ) +
-                          ", logical " + chip.frontPanelPorts().toString() + "; cpu " +
-                          std::to_string( special.cpu );
-      if( special.loopback )
-         ports += ", loopback " + std::to_string( *special.loopback );
-      if( special.recirculation )
-         ports += ", recirculation " + std::to_string( *special.recirculation );
-      std::string entries;
-      for( const Sim::FieldGroup& group : chip.groups() )
-         entries += ( entries.empty() ? "" : ", " ) + group.profile().name + " " +
-                    std::to_string( group.room() - group.roomLeft() ) + "/" +
-                    std::to_string( group.room() );
-      const StrataUnit* const known = hardware.scsd()->units().find( unit );
-      std::string text = "ports: " + ports + "\nentries: " + entries;
-      text += chip.trapsTtlExceptions() ? "\ntraps TTL exceptions itself" : "";
-      text += known && known->hasIpOptionsProfile ? "\nhas an IPv4 options profile" : "";
-      rows.add( unit, { chip.profile().name, text } );
-   }
-   session.console().table( "Units", unitTable( { { "Chip" }, { "Has" } }, rows ) );
-}
-
-void showObjects( Session& session )
-{
-   Agent& agent = session.agent();
-   Table table( { { "Object" }, { "Attributes", Align::right }, { "Type" } } );
-   for( const std::string& name : agent.objectNames() ) {
-      const Vormel::EntityType& type = agent.object( name )->entityType();
-      table.row( { name, std::to_string( type.attributes().size() ), std::string( type.name() ) } );
-   }
-   session.console().table( "Objects", table );
-}
-
-void showFaults( Session& session )
-{
-   Table table( { { "Fault" } } );
-   for( const Sim::Fault& fault : session.agent().hardware().faults().armed() )
-      table.row( { fault.text() } );
-   session.console().table( "Faults that are armed", table );
 }
 
 void showTranscript( Session& session, const std::string& filter )
 {
-   std::vector<const Sim::Record*> records = session.window();
-   std::erase_if( records, [ & ]( const Sim::Record* record ) {
-      return record->line().find( filter ) == std::string::npos;
-   } );
+   std::vector<const Sim::Record*> records;
+   for( const Sim::Record& record : session.window() )
+      if( record.line().find( filter ) != std::string::npos )
+         records.push_back( &record );
    session.console().records(
       titleWith( "Transcript since the last mark", filter, records.empty() ), records );
 }
@@ -414,22 +300,15 @@ std::vector<Command> showCommands()
       { "show registers", "[TEXT]", "registers, with their fields",
          parseFilter<showRegisters, registerNames> },
       { "show calls", "[TEXT]", "number of calls of each hardware call since the last mark",
-         parseFilter<showCalls, recordedCalls> },
+         parseFilter<showCalls, recordedCalls>, true, true, true },
       { "show notifications", "[TEXT]",
          "number of published changes of each attribute since the last mark",
-         parseFilter<showNotifications, attributeNames> },
+         parseFilter<showNotifications, attributeNames>, true, true, true },
       { "show times", "", "number and duration of SDK calls by name", parseNone<showTimes> },
       { "show snapshot", "[OBJECT]", "all attributes of the helper or another object, as JSON",
          showSnapshot },
-      { "show interfaces", "", "interfaces, their ports and LAGs", parseNone<showInterfaces> },
-      { "show lags", "", "LAGs and their members", parseNone<showLags> },
-      { "show flood", "", "ports that floods of routed packets reach", parseNone<showFlood> },
-      { "show drops", "", "unknown-MAC drops by traffic class", parseNone<showDrops> },
-      { "show units", "", "units, their ports and the room for entries", parseNone<showUnits> },
-      { "show objects", "", "objects that can be named", parseNone<showObjects> },
-      { "show faults", "", "faults that are armed", parseNone<showFaults> },
       { "show transcript", "[TEXT]", "records since the last mark",
-         parseFilter<showTranscript, noNames> },
+         parseFilter<showTranscript, noNames>, true, true, true },
    };
 }
 

@@ -3,11 +3,42 @@
 #include "tool/Session.h"
 #include "tool/words/Command.h"
 
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <set>
+#include <utility>
+
 namespace Strata::Tool {
 
 namespace {
 
+using nlohmann::ordered_json;
 using Vormel::format;
+
+ordered_json portNames( const Sim::PacketEngine& engine, const std::set<Sim::PortRef>& ports )
+{
+   auto names = ordered_json::array();
+   for( const Sim::PortRef port : ports )
+      names.push_back( engine.portName( port ) );
+   return names;
+}
+
+ordered_json nextHopJson( const Sim::PacketEngine& engine, const Sim::NextHop& nextHop )
+{
+   switch( nextHop.kind ) {
+   case Sim::NextHop::Kind::cpu:
+      return { { "kind", "cpu" } };
+   case Sim::NextHop::Kind::port:
+      return { { "kind", "port" }, { "port", engine.portName( nextHop.port ) },
+         { "mac", nextHop.mac.toString() }, { "vlan", nextHop.vlanId } };
+   case Sim::NextHop::Kind::flood:
+      return { { "kind", "flood" }, { "mac", nextHop.mac.toString() }, { "vlan", nextHop.vlanId } };
+   case Sim::NextHop::Kind::tunnel:
+      return { { "kind", "tunnel" }, { "tunnel", nextHop.tunnel },
+         { "mac", nextHop.mac.toString() }, { "vlan", nextHop.vlanId } };
+   }
+   return nullptr;
+}
 
 std::string placeText( Sim::PacketEngine& engine, const Sim::Station::Place& place )
 {
@@ -18,13 +49,29 @@ std::string placeText( Sim::PacketEngine& engine, const Sim::Station::Place& pla
    return "group " + std::to_string( std::get<Sim::Station::Group>( place ).number );
 }
 
+/// The member that says where a station is.
+void addPlace( ordered_json& row, Sim::PacketEngine& engine, const Sim::Station::Place& place )
+{
+   if( const auto* const port = std::get_if<Sim::PortRef>( &place ) )
+      row[ "port" ] = engine.portName( *port );
+   else if( const auto* const tunnel = std::get_if<Sim::Station::Tunnel>( &place ) )
+      row[ "tunnel" ] = tunnel->name;
+   else
+      row[ "group" ] = std::get<Sim::Station::Group>( place ).number;
+}
+
 void showMacs( Session& session )
 {
    PacketDesk& desk = session.packets();
    Table table( { { "VLAN", Align::right }, { "MAC address" }, { "Kind" }, { "Where" } } );
-   for( const auto& [ key, station ] : desk.tables().stations )
-      table.row( { std::to_string( key.vlanId ), key.mac.toString(),
-         station.fixed ? "configured" : "learned", placeText( desk.engine(), station.place ) } );
+   for( const auto& [ key, station ] : desk.tables().stations ) {
+      const char* const kind = station.fixed ? "configured" : "learned";
+      ordered_json row{ { "vlan", key.vlanId }, { "mac", key.mac.toString() }, { "kind", kind } };
+      addPlace( row, desk.engine(), station.place );
+      table.row( { std::to_string( key.vlanId ), key.mac.toString(), kind,
+                    placeText( desk.engine(), station.place ) },
+         std::move( row ) );
+   }
    session.console().table( "MAC addresses", table );
 }
 
@@ -35,8 +82,10 @@ void showRoutes( Session& session )
    for( const auto& [ prefix, route ] : desk.tables().routes.all() )
       for( const Sim::NextHop& nextHop : route->nextHops )
          table.row( { prefix.toString(),
-            route->sourceClass == 0 ? "" : format( "0x%x", route->sourceClass ),
-            desk.engine().nextHopName( nextHop ) } );
+                       route->sourceClass == 0 ? "" : format( "0x%x", route->sourceClass ),
+                       desk.engine().nextHopName( nextHop ) },
+            { { "prefix", prefix.toString() }, { "class", route->sourceClass },
+               { "nextHop", nextHopJson( desk.engine(), nextHop ) } } );
    session.console().table( "Routes", table );
 }
 
@@ -83,6 +132,57 @@ std::string groupText( Sim::PacketEngine& engine, const Sim::McastGroup& group )
    return list.text();
 }
 
+ordered_json vlanJson( U16 vlanId, const Sim::VlanProperties& vlan )
+{
+   return { { "vlan", vlanId }, { "svi", vlan.svi },
+      { "routerMac",
+         vlan.routerMac.isZero() ? ordered_json() : ordered_json( vlan.routerMac.toString() ) },
+      { "dropRouted", vlan.dropRouted },
+      { "vni", vlan.vni ? ordered_json( *vlan.vni ) : ordered_json() }, { "tunnels", vlan.tunnels },
+      { "l3Class", vlan.l3Class }, { "urpf", Vormel::enumName( vlan.urpf ) }, { "mtu", vlan.mtu } };
+}
+
+ordered_json groupJson( Sim::PacketEngine& engine, U32 number, const Sim::McastGroup& group )
+{
+   return { { "l2mcast", number }, { "everyPort", group.everyPort },
+      { "everyTunnel", group.everyTunnel }, { "cpu", group.cpu },
+      { "ports", portNames( engine, group.ports ) }, { "tunnels", group.tunnels } };
+}
+
+void addRules( Table& table, Sim::PacketEngine& engine, const Sim::ForwardingTables& tables )
+{
+   for( const auto& [ name, tunnel ] : tables.tunnels )
+      table.row(
+         { "tunnel " + name, format( "%s to %s by %s", tunnel.local.toString(),
+                                tunnel.remote.toString(), engine.nextHopName( tunnel.underlay ) ) },
+         { { "tunnel", name }, { "local", tunnel.local.toString() },
+            { "remote", tunnel.remote.toString() },
+            { "nextHop", nextHopJson( engine, tunnel.underlay ) } } );
+   for( const auto& [ name, rule ] : tables.steering ) {
+      const auto prefix = []( const std::optional<Sim::IpPrefix>& of ) {
+         return of ? ordered_json( of->toString() ) : ordered_json();
+      };
+      table.row( { "pbr " + name, "to " + engine.nextHopName( rule.nextHop ) },
+         { { "pbr", name },
+            { "port", rule.port ? ordered_json( engine.portName( *rule.port ) ) : ordered_json() },
+            { "from", prefix( rule.source ) }, { "to", prefix( rule.destination ) },
+            { "nextHop", nextHopJson( engine, rule.nextHop ) } } );
+   }
+   for( const auto& [ label, rule ] : tables.labels )
+      table.row( { "label " + std::to_string( label ),
+                    ( rule.swap ? "swap " + std::to_string( *rule.swap ) : "pop" ) +
+                       ( rule.nextHop ? ", to " + engine.nextHopName( *rule.nextHop ) : "" ) },
+         { { "label", label }, { "swap", rule.swap ? ordered_json( *rule.swap ) : ordered_json() },
+            { "nextHop", rule.nextHop ? nextHopJson( engine, *rule.nextHop ) : ordered_json() } } );
+   for( const auto& [ address, into ] : tables.mcastRoutes ) {
+      CommaList vlans;
+      for( const U16 vlanId : into )
+         vlans.add( true, "into VLAN " + std::to_string( vlanId ) );
+      table.row( { "mroute " + address.toString(), vlans.text() },
+         { { "mroute", address.toString() }, { "vlans", into } } );
+   }
+}
+
 void showForwarding( Session& session )
 {
    PacketDesk& desk = session.packets();
@@ -90,31 +190,21 @@ void showForwarding( Session& session )
    const Sim::ForwardingTables& tables = desk.tables();
    Table table( { { "What" }, { "How" } } );
    for( const auto& [ vlanId, vlan ] : tables.vlans )
-      table.row( { "VLAN " + std::to_string( vlanId ), vlanText( vlan ) } );
-   for( const auto& [ name, tunnel ] : tables.tunnels )
-      table.row( { "tunnel " + name,
-         format( "%s to %s by %s", tunnel.local.toString(), tunnel.remote.toString(),
-            engine.nextHopName( tunnel.underlay ) ) } );
-   for( const auto& [ name, rule ] : tables.steering )
-      table.row( { "pbr " + name, "to " + engine.nextHopName( rule.nextHop ) } );
-   for( const auto& [ label, rule ] : tables.labels )
-      table.row( { "label " + std::to_string( label ),
-         ( rule.swap ? "swap " + std::to_string( *rule.swap ) : "pop" ) +
-            ( rule.nextHop ? ", to " + engine.nextHopName( *rule.nextHop ) : "" ) } );
-   for( const auto& [ address, into ] : tables.mcastRoutes ) {
-      CommaList vlans;
-      for( const U16 vlanId : into )
-         vlans.add( true, "into VLAN " + std::to_string( vlanId ) );
-      table.row( { "mroute " + address.toString(), vlans.text() } );
-   }
+      table.row(
+         { "VLAN " + std::to_string( vlanId ), vlanText( vlan ) }, vlanJson( vlanId, vlan ) );
+   addRules( table, engine, tables );
    for( const auto& [ number, group ] : tables.l2Groups )
-      table.row( { "l2mcast " + std::to_string( number ), groupText( engine, group ) } );
+      table.row( { "l2mcast " + std::to_string( number ), groupText( engine, group ) },
+         groupJson( engine, number, group ) );
    for( const Sim::PortRef port : tables.openFlowPorts )
-      table.row( { "openflow", engine.portName( port ) } );
+      table.row(
+         { "openflow", engine.portName( port ) }, { { "openflow", engine.portName( port ) } } );
    for( const auto& [ place, state ] : tables.stp )
       table.row( { "stp " + engine.portName( place.first ),
-         Vormel::enumText( state ) +
-            ( place.second == 0 ? "" : " in VLAN " + std::to_string( place.second ) ) } );
+                    Vormel::enumText( state ) +
+                       ( place.second == 0 ? "" : " in VLAN " + std::to_string( place.second ) ) },
+         { { "stp", engine.portName( place.first ) }, { "state", Vormel::enumName( state ) },
+            { "vlan", place.second == 0 ? ordered_json() : ordered_json( place.second ) } } );
    session.console().table( "Forwarding tables", table );
 }
 
@@ -123,15 +213,19 @@ void showCounters( Session& session )
    PacketDesk& desk = session.packets();
    const Sim::PacketCounters& counters = desk.engine().counters();
    Table table( { { "Where" }, { "In", Align::right }, { "Out", Align::right }, { "What" } } );
-   for( const auto& [ port, count ] : counters.ports )
-      table.row( { desk.engine().portName( port ), std::to_string( count.in ),
-         std::to_string( count.out ) } );
+   for( const auto& [ port, count ] : counters.ports ) {
+      const std::string name = desk.engine().portName( port );
+      table.row( { name, std::to_string( count.in ), std::to_string( count.out ) },
+         { { "port", name }, { "in", count.in }, { "out", count.out } } );
+   }
    for( const auto& [ queue, count ] : counters.cpuQueues )
       table.row( { format( "CPU queue %d of unit %d", queue.second, queue.first ), "",
-         std::to_string( count ) } );
+                    std::to_string( count ) },
+         { { "unit", queue.first }, { "cpuQueue", queue.second }, { "out", count } } );
    for( const auto& [ reason, drops ] : counters.drops )
       table.row( { "dropped", "", std::to_string( drops.packets ),
-         reason + ( drops.last == reason ? "" : "\nlast: " + drops.last ) } );
+                    reason + ( drops.last == reason ? "" : "\nlast: " + drops.last ) },
+         { { "dropped", reason }, { "packets", drops.packets }, { "last", drops.last } } );
    session.console().table( "Packets", table );
 }
 

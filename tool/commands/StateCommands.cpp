@@ -108,16 +108,16 @@ Call takeCall( const Session& session, Words& words )
 }
 
 /// What the operation returns, if it returns anything.
-std::optional<std::string> resultOf( const Call& call, Session& session, const Words& words )
+std::optional<Value> resultOf( const Call& call, Session& session, const Words& words )
 {
    std::vector<Value> values;
    for( const Word& argument : call.arguments )
       values.emplace_back( argument.text );
    try {
-      const Value result = call.operation->call( *session.agent().helper(), values );
-      if( std::holds_alternative<std::monostate>( result ) )
-         return std::nullopt;
-      return session.agent().valueText( result );
+      Value result = call.operation->call( *session.agent().helper(), values );
+      return std::holds_alternative<std::monostate>( result )
+                ? std::nullopt
+                : std::optional( std::move( result ) );
    } catch( const Vormel::ArgumentError& error ) {
       words.failAt( call.arguments[ error.index() ], error.what() );
    } catch( const Vormel::AccessError& error ) {
@@ -125,11 +125,23 @@ std::optional<std::string> resultOf( const Call& call, Session& session, const W
    }
 }
 
+nlohmann::ordered_json valueJson( const Agent& agent, const Value& value )
+{
+   if( const auto* const truth = std::get_if<bool>( &value ) )
+      return *truth;
+   if( const auto* const number = std::get_if<S64>( &value ) )
+      return *number;
+   if( const auto* const number = std::get_if<U64>( &value ) )
+      return *number;
+   return agent.valueText( value );
+}
+
 Act call( const Session& session, Words& words )
 {
    return [ asked = takeCall( session, words ), &words ]( Session& live ) {
       if( const auto result = resultOf( asked, live, words ) )
-         live.console().result( asked.name.text, *result );
+         live.console().result( asked.name.text, live.agent().valueText( *result ),
+            valueJson( live.agent(), *result ) );
    };
 }
 
@@ -137,9 +149,10 @@ Act expectResult( const Session& session, Words& words )
 {
    const std::string value = words.take( "a value" ).text;
    return [ value, asked = takeCall( session, words ), &words ]( Session& live ) {
-      const std::optional<std::string> result = resultOf( asked, live, words );
-      live.expect( result && sameValue( value, *result ), asked.name.text + " to return " + value,
-         result.value_or( "nothing" ) );
+      const std::optional<Value> result = resultOf( asked, live, words );
+      const std::string text = result ? live.agent().valueText( *result ) : "nothing";
+      live.expect(
+         result && sameValue( value, text ), asked.name.text + " to return " + value, text );
    };
 }
 

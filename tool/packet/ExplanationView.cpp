@@ -2,9 +2,12 @@
 
 #include "platform/runtime/Format.h"
 #include "platform/types/IntfId.h"
+#include "sim/switch/Values.h"
 
 #include <algorithm>
 #include <functional>
+#include <nlohmann/json.hpp>
+#include <set>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -20,60 +23,47 @@ namespace {
 // The number of misses of a range that are shown, unless all are wanted.
 constexpr std::size_t mostNearMisses = 2;
 
-/// The change of an input that led to the call, if its command made one.
-const Sim::Record* eventOf( const Sim::Transcript& transcript, const Sim::Cause& cause )
-{
-   const auto& records = transcript.records();
-   const auto first = std::ranges::upper_bound( records, cause.since, {}, &Sim::Record::number );
-   const Sim::Record* event = nullptr;
-   for( auto at = first; at != records.end() && at->number < cause.record; ++at )
-      if( at->kind == Sim::RecordKind::notify && Sim::SimSwitch::isInput( at->field( "object" ) ) )
-         event = &*at;
-   return event;
-}
-
 std::string recordText( const Sim::Cause& cause )
 {
    return cause.record == 0 ? "" : format( " (record %d)", cause.record );
 }
 
-std::string eventText( const Sim::Transcript& transcript, const Sim::Cause& cause )
+/// The change of an input that led to the call, if its command made one.
+std::string eventText( const Sim::Cause& cause )
 {
-   const Sim::Record* const event = eventOf( transcript, cause );
-   return event ? ", after " + event->text : "";
+   return cause.event.empty() ? "" : ", after " + cause.event;
 }
 
 /// "installed by 'bring-up' (record 40), after Ethernet1.forwardingModel ..."
-std::string causeText( const Sim::Transcript& transcript, const char* how, const Sim::Cause& cause )
+std::string causeText( const char* how, const Sim::Cause& cause )
 {
-   return format( "%s by '%s'%s", how, cause.text, recordText( cause ) ) +
-          eventText( transcript, cause );
+   return format( "%s by '%s'%s", how, cause.text, recordText( cause ) ) + eventText( cause );
 }
 
-std::string enableText( const Sim::Transcript& transcript, const EntryNote& entry )
+std::string enableText( const EntryNote& entry )
 {
    if( entry.enableCause.text.empty() )
       return {};
-   return causeText( transcript, entry.enabled ? "enabled" : "disabled", entry.enableCause );
+   return causeText( entry.enabled ? "enabled" : "disabled", entry.enableCause );
 }
 
 /// The causes of a winner, one line each.
-std::string causesText( const Sim::Transcript& transcript, const EntryNote& entry )
+std::string causesText( const EntryNote& entry )
 {
    std::string text;
    if( !entry.cause.text.empty() )
-      text += "\n" + causeText( transcript, "installed", entry.cause );
-   if( const std::string enabled = enableText( transcript, entry );
+      text += "\n" + causeText( "installed", entry.cause );
+   if( const std::string enabled = enableText( entry );
        !enabled.empty() && entry.enableCause.text != entry.cause.text )
       text += "\n" + enabled;
    return text;
 }
 
-std::string missText( const Sim::Transcript& transcript, const EntryNote& entry )
+std::string missText( const EntryNote& entry )
 {
    std::string text = format( "%d \"%s\" misses: ", entry.id, entry.name );
    if( !entry.wanted ) {
-      const std::string disabled = enableText( transcript, entry );
+      const std::string disabled = enableText( entry );
       return text + "it is disabled" + ( disabled.empty() ? "" : "\n" + disabled );
    }
    if( !entry.why.empty() )
@@ -102,8 +92,7 @@ std::vector<const EntryNote*> nearMisses( const Sim::RangeNote& range )
    return near;
 }
 
-void addRange(
-   Table& table, const Sim::Transcript& transcript, const Sim::RangeNote& range, bool all )
+void addRange( Table& table, const Sim::RangeNote& range, bool all )
 {
    std::string title = range.group;
    const auto add = [ & ]( const std::string& text ) {
@@ -114,23 +103,22 @@ void addRange(
    for( const EntryNote& entry : range.entries ) {
       won = won || entry.won;
       if( entry.won )
-         add( format( "%d \"%s\" wins: %s", entry.id, entry.name, entry.rule ) +
-              causesText( transcript, entry ) );
+         add( format( "%d \"%s\" wins: %s", entry.id, entry.name, entry.rule.text() ) +
+              causesText( entry ) );
       else if( all && entry.failed == 0 && entry.enabled )
          add( format( "%d \"%s\" also matches, but has a higher id", entry.id, entry.name ) );
       else if( all )
-         add( missText( transcript, entry ) );
+         add( missText( entry ) );
    }
    if( !won )
       add( "no entry matches" );
    if( !all )
       for( const EntryNote* const entry : nearMisses( range ) )
-         add( missText( transcript, *entry ) );
+         add( missText( *entry ) );
 }
 
 /// State of the chip by the command that wrote it; state that was never written has its reset value.
-void addState(
-   Table& table, const Sim::Transcript& transcript, const Sim::PassExplanation& about, bool all )
+void addState( Table& table, const Sim::PassExplanation& about, bool all )
 {
    std::vector<std::pair<std::string, std::string>> groups; // cause, and state
    for( const Sim::StateNote& note : about.state ) {
@@ -138,7 +126,7 @@ void addState(
          continue;
       const std::string by = note.cause.text.empty() ? std::string( "as the chip came" )
                                                      : format( "written by '%s'%s", note.cause.text,
-                                                          eventText( transcript, note.cause ) );
+                                                          eventText( note.cause ) );
       const std::string what = note.what + recordText( note.cause );
       const auto same =
          std::ranges::find( groups, by, &std::pair<std::string, std::string>::first );
@@ -212,57 +200,85 @@ void addOutcome( Table& table, Sim::PacketEngine& engine, const Sim::PassVerdict
       table.row( { "leaves", "on no port: " + pass.drop } );
 }
 
-/// The value that the qualifier matches, in JSON fields of its kind.
-void addWanted( ordered_json& row, const Sim::FieldQualifier& wanted )
+ordered_json causeJson( const Sim::Cause& cause )
 {
-   row[ "field" ] = Vormel::enumName( wanted.role );
-   if( wanted.role == Sim::Qualifier::DstPort ) {
-      row[ "modId" ] = wanted.data;
-      row[ "modMask" ] = wanted.mask;
-      row[ "port" ] = wanted.port;
-      row[ "portMask" ] = wanted.portMask;
-   } else if( Sim::comparesValue( wanted.role ) ) {
-      const Sim::ValueMask compared = Sim::valueMask( wanted );
-      row[ "value" ] = compared.value;
-      row[ "mask" ] = compared.mask;
-   } else {
-      row[ "ports" ] = ordered_json::array();
-      for( const U32 port : wanted.ports )
-         row[ "ports" ].push_back( port );
+   ordered_json object{ { "command", cause.text }, { "record", cause.record } };
+   if( !cause.event.empty() )
+      object[ "event" ] = cause.event;
+   return object;
+}
+
+void addCause( ordered_json& row, const char* name, const Sim::Cause& cause )
+{
+   if( !cause.text.empty() )
+      row[ name ] = causeJson( cause );
+}
+
+ordered_json entryNoteJson( const EntryNote& entry )
+{
+   ordered_json row{ { "id", entry.id }, { "name", entry.name }, { "enabled", entry.enabled },
+      { "fitted", entry.fitted }, { "failed", entry.failed } };
+   row.update( Sim::ruleJson( entry.rule ) );
+   if( entry.wanted ) {
+      row[ "missed" ] = Sim::qualifierJson( *entry.wanted );
+      row[ "had" ] = entry.had;
+      if( !entry.why.empty() )
+         row[ "why" ] = entry.why;
    }
-   row[ "wanted" ] = wanted.text();
+   addCause( row, "cause", entry.cause );
+   addCause( row, "enabling", entry.enableCause );
+   return row;
 }
 
-void addCause( ordered_json& row, const Sim::Transcript& transcript, const Sim::Cause& cause )
+ordered_json rangeJson( const Sim::RangeNote& range )
 {
-   row[ "cause" ] = cause.text;
-   row[ "record" ] = cause.record;
-   if( const Sim::Record* const event = eventOf( transcript, cause ) )
-      row[ "event" ] = event->text;
-}
-
-ordered_json rangeJson( const Sim::Transcript& transcript, const Sim::RangeNote& range )
-{
-   ordered_json object{ { "range", range.group }, { "winner", nullptr } };
-   object[ "entries" ] = ordered_json::array();
+   ordered_json object{
+      { "range", range.group }, { "winner", nullptr }, { "entries", ordered_json::array() } };
    for( const EntryNote& entry : range.entries ) {
       if( entry.won )
          object[ "winner" ] = entry.id;
-      ordered_json row{ { "id", entry.id }, { "name", entry.name }, { "rule", entry.rule },
-         { "fitted", entry.fitted }, { "failed", entry.failed } };
-      if( entry.wanted ) {
-         addWanted( row, *entry.wanted );
-         row[ "had" ] = entry.had;
-         if( !entry.why.empty() )
-            row[ "why" ] = entry.why;
-      }
-      row[ "enabled" ] = entry.enabled;
-      addCause( row, transcript, entry.cause );
-      if( !entry.enableCause.text.empty() )
-         addCause( row[ "enabling" ], transcript, entry.enableCause );
-      object[ "entries" ].push_back( std::move( row ) );
+      object[ "entries" ].push_back( entryNoteJson( entry ) );
    }
    return object;
+}
+
+ordered_json stateJson( const Sim::StateNote& note )
+{
+   const auto& [ kind, number, port ] = note.place;
+   ordered_json row;
+   switch( kind ) {
+   case Sim::ChipPlace::Kind::control:
+      row[ "control" ] = roleName( static_cast<SwitchControl>( number ) );
+      break;
+   case Sim::ChipPlace::Kind::portSwitchControl:
+      row[ "control" ] = roleName( static_cast<SwitchControl>( number ) );
+      row[ "port" ] = port;
+      break;
+   case Sim::ChipPlace::Kind::portControl:
+      row[ "control" ] = roleName( static_cast<PortControl>( number ) );
+      row[ "port" ] = port;
+      break;
+   case Sim::ChipPlace::Kind::registers:
+      row[ "register" ] = roleName( static_cast<Register>( number ) );
+      row.update( Sim::registerJson( static_cast<Register>( number ), note.value ) );
+      break;
+   case Sim::ChipPlace::Kind::vlanFlags: {
+      std::set<VlanFlag> flags;
+      for( std::size_t i = 0; i < roleNames<VlanFlag>.size(); ++i )
+         if( ( note.value >> i & 1 ) != 0 )
+            flags.insert( static_cast<VlanFlag>( i ) );
+      row[ "vlan" ] = number;
+      row[ "flags" ] = Sim::flagsJson( flags );
+      break;
+   }
+   case Sim::ChipPlace::Kind::myStation:
+      row[ "myStation" ] = number;
+      break;
+   }
+   if( row.contains( "control" ) )
+      row[ "value" ] = static_cast<S64>( note.value );
+   addCause( row, "cause", note.cause );
+   return row;
 }
 
 ordered_json outcomeJson( Sim::PacketEngine& engine, const Sim::PassVerdict& pass )
@@ -271,9 +287,11 @@ ordered_json outcomeJson( Sim::PacketEngine& engine, const Sim::PassVerdict& pas
    for( const Sim::Departure& departure : pass.departures )
       object[ "departures" ].push_back( { { "unit", departure.port.unit },
          { "port", departure.port.port }, { "name", engine.portName( departure.port ) },
-         { "tunnel", departure.tunnel }, { "frame", departure.frame.text() } } );
+         { "tunnel", departure.tunnel.empty() ? ordered_json() : ordered_json( departure.tunnel ) },
+         { "frame", departure.frame.text() }, { "length", departure.frame.length() } } );
    if( pass.cpu )
-      object[ "cpu" ] = { { "queue", pass.cpu->queue }, { "reasons", pass.cpu->reasons } };
+      object[ "cpu" ] = { { "unit", pass.cpu->unit }, { "queue", pass.cpu->queue },
+         { "reasons", pass.cpu->reasons } };
    if( !pass.drop.empty() )
       object[ "drop" ] = pass.drop;
    return object;
@@ -292,9 +310,9 @@ Table explanationTable( Sim::PacketEngine& engine, const Sim::Verdict& verdict,
             format( "Pass %d, in by %s", i + 1, engine.portName( verdict.passes[ i ].arrival ) ) );
       for( const Sim::StageNote& note : about.stages )
          addStage( table, engine, note, verdict.passes[ i ].arrival );
-      addState( table, engine.transcript(), about, all );
+      addState( table, about, all );
       for( const Sim::RangeNote& range : about.ranges )
-         addRange( table, engine.transcript(), range, all );
+         addRange( table, range, all );
       for( const Sim::StageNote& note : about.after )
          if( all || note.stage != "entry" )
             table.row( { note.stage, note.text } );
@@ -319,14 +337,11 @@ ordered_json explanationJson(
             pass[ "stages" ].push_back( std::move( row ) );
          }
       pass[ "state" ] = ordered_json::array();
-      for( const Sim::StateNote& note : explanation.passes[ i ].state ) {
-         ordered_json row{ { "found", note.what } };
-         addCause( row, engine.transcript(), note.cause );
-         pass[ "state" ].push_back( std::move( row ) );
-      }
+      for( const Sim::StateNote& note : explanation.passes[ i ].state )
+         pass[ "state" ].push_back( stateJson( note ) );
       pass[ "ranges" ] = ordered_json::array();
       for( const Sim::RangeNote& range : explanation.passes[ i ].ranges )
-         pass[ "ranges" ].push_back( rangeJson( engine.transcript(), range ) );
+         pass[ "ranges" ].push_back( rangeJson( range ) );
       pass.update( outcomeJson( engine, verdict.passes[ i ] ) );
       passes.push_back( std::move( pass ) );
    }

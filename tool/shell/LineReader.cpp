@@ -2,6 +2,7 @@
 
 #include "platform/runtime/Types.h"
 #include "tool/Interrupt.h"
+#include "tool/words/Words.h"
 
 #include <algorithm>
 #include <array>
@@ -23,10 +24,12 @@ LineReader::~LineReader() = default;
 
 std::optional<std::string> StreamReader::next()
 {
-   std::string line;
-   if( !std::getline( in_, line ) )
+   buffer_.resize( maxLineLength + 2 );
+   in_.getline( buffer_.data(), static_cast<std::streamsize>( buffer_.size() ) );
+   const auto got = static_cast<std::size_t>( in_.gcount() ); // with the newline, if there is one
+   if( got == 0 )
       return std::nullopt;
-   return line;
+   return buffer_.substr( 0, in_.good() ? got - 1 : got );
 }
 
 static std::string historyPath()

@@ -24,10 +24,12 @@ class StreamReader : public LineReader
 {
  public:
    explicit StreamReader( std::istream& in ) : in_( in ) {}
+   /// Of a line that is too long only the first bytes; it is the last one.
    std::optional<std::string> next() override;
 
  private:
    std::istream& in_;
+   std::string buffer_;
 };
 
 /// The words that can replace the last word of a line: they start with it.

@@ -1,13 +1,6 @@
 #include "tool/view/Console.h"
 
-#include "tool/Interrupt.h"
-#include "tool/view/Screen.h"
-
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <ostream>
-#include <regex>
 #include <sstream>
 
 namespace Strata::Tool {
@@ -15,27 +8,6 @@ namespace Strata::Tool {
 using nlohmann::ordered_json;
 
 namespace {
-
-std::string_view colourOf( Tone tone )
-{
-   switch( tone ) {
-   case Tone::heading:
-      return "\033[1;36m";
-   case Tone::title:
-      return "\033[1m";
-   case Tone::note:
-      return "\033[33m";
-   case Tone::good:
-      return "\033[32m";
-   case Tone::bad:
-      return "\033[1;31m";
-   case Tone::faint:
-      return "\033[2m";
-   case Tone::plain:
-      break;
-   }
-   return {};
-}
 
 Tone toneOf( const Sim::Record& record )
 {
@@ -61,22 +33,18 @@ bool isEvent( Sim::RecordKind kind )
           kind == Sim::RecordKind::notify || kind == Sim::RecordKind::trace;
 }
 
-/// Replaces line numbers, so that a transcript stays the same when code moves.
-std::string withoutSourceLines( const std::string& text )
-{
-   static const std::regex sourceLine( "\\.(cpp|h):[0-9]+" );
-   const bool mayName = text.find( ".cpp:" ) != text.npos || text.find( ".h:" ) != text.npos;
-   return mayName ? std::regex_replace( text, sourceLine, ".$1:*" ) : text;
-}
-
-/// The fields of a line in JSON; the file if another one includes it.
+/// The fields of a line in JSON.
 ordered_json lineJson( const char* kind, const Line& line )
 {
-   ordered_json object{ { "kind", kind } };
-   if( line.inclusion )
-      object[ "file" ] = line.file;
-   object.update( { { "line", line.number }, { "text", commandText( line ) } } );
-   return object;
+   return { { "kind", kind }, { "file", line.file }, { "line", line.number },
+      { "text", commandText( line ) } };
+}
+
+/// One line of text, made when it is written.
+template<class MakeText>
+auto oneLine( Tone tone, MakeText makeText )
+{
+   return [ tone, makeText ]( std::size_t ) { return std::vector<Toned>{ { tone, makeText() } }; };
 }
 
 std::string dump( const ordered_json& object, int indent = -1 )
@@ -87,113 +55,26 @@ std::string dump( const ordered_json& object, int indent = -1 )
 
 } // namespace
 
-ChildChannel::~ChildChannel() = default;
-
-Console::Console( std::ostream& out, std::ostream& err, const ConsoleConfig& config )
-   : out_( out ),
-     err_( err ),
-     config_( config )
+bool Console::hears( Sim::RecordKind kind ) const
 {
-   if( config_.transcriptFile.empty() )
-      return;
-   transcript_.open( config_.transcriptFile, std::ios::trunc );
-   if( !transcript_ )
-      throw std::runtime_error( "cannot write the transcript '" + config_.transcriptFile +
-                                "': " + std::strerror( errno ) );
-}
-
-void Console::write( std::ostream& stream, bool colour, const std::vector<Toned>& lines )
-{
-   for( const Toned& line : lines ) {
-      if( interrupted() )
-         break; // the rest is not wanted
-      const std::string_view code = colour ? colourOf( line.tone ) : std::string_view();
-      stream << code << line.text << ( code.empty() ? "" : "\033[0m" ) << '\n';
-   }
-   stream.flush();
-}
-
-void Console::writeTranscript( const std::vector<Toned>& lines )
-{
-   for( const Toned& line : lines )
-      transcript_ << withoutSourceLines( line.text ) << '\n';
-   transcript_.flush();
-}
-
-bool Console::shows( Weight weight ) const
-{
-   if( config_.quiet )
-      return weight == Weight::asked;
-   return weight == Weight::echo    ? config_.echo
-          : weight == Weight::fatal ? !config_.errorsBeside
-                                    : true;
-}
-
-std::size_t Console::width() const
-{
-   return config_.screen ? screenSize().columns : Table::usualWidth;
-}
-
-void Console::writeScreen( const std::vector<Toned>& lines )
-{
-   if( folds_ ) {
-      for( const Toned& line : lines )
-         folding_.add( line );
-      return;
-   }
-   folding_.flush();
-   if( page_ )
-      page_->insert( page_->end(), lines.begin(), lines.end() );
-   else
-      write( out_, config_.colour, lines );
-}
-
-void Console::emit( Weight weight, const std::vector<Toned>& lines, const Json& json )
-{
-   emit( weight, lines, lines, json );
-}
-
-void Console::emit( Weight weight, const std::vector<Toned>& lines,
-   const std::vector<Toned>& screenLines, const Json& json )
-{
-   reported_ = true;
-   happened_ = false;
-   blank_ = !lines.empty() && lines.back().text.empty();
-   if( channel_ ) {
-      if( config_.json )
-         channel_->send( 'J', json() );
-      else
-         for( const Toned& line : lines )
-            channel_->send( 'T', line.text );
-      return;
-   }
-   const std::string object = config_.json ? json() + "\n" : std::string();
-   if( config_.json ) {
-      if( !config_.quiet || weight == Weight::asked )
-         out_ << object << std::flush;
-   } else if( shows( weight ) )
-      writeScreen( screenLines );
-   if( !transcript_.is_open() )
-      return;
-   if( config_.json )
-      transcript_ << object << std::flush;
-   else
-      writeTranscript( lines );
+   return hears( weightOf( kind ) ) && ( eventsShown_ || config_.json || !isEvent( kind ) );
 }
 
 void Console::command( const Line& line )
 {
-   const std::string text = commandText( line );
-   std::vector<Toned> lines{ { Tone::heading, "> " + text } };
-   if( reported_ && !blank_ )
-      lines.insert( lines.begin(), { Tone::plain, "" } );
+   const auto lines = [ & ]( std::size_t ) {
+      std::vector<Toned> text{ { Tone::heading, "> " + commandText( line ) } };
+      if( reported_ && !blank_ )
+         text.insert( text.begin(), { Tone::plain, "" } );
+      return text;
+   };
    emit( Weight::echo, lines, [ & ] { return dump( lineJson( "command", line ) ); } );
    reported_ = false;
 }
 
 void Console::note( std::string_view text, Weight weight )
 {
-   const auto linesOf = [ & ]( std::size_t width ) {
+   const auto textLines = [ & ]( std::size_t width ) {
       std::vector<Toned> lines;
       if( !blank_ )
          lines.push_back( { Tone::plain, "" } );
@@ -201,25 +82,19 @@ void Console::note( std::string_view text, Weight weight )
          lines.push_back( { Tone::note, part } );
       return lines;
    };
-   emit( weight, linesOf( Table::usualWidth ), linesOf( width() ), [ & ] {
-      return dump( { { "kind", "note" }, { "text", text } } );
-   } );
+   emit( weight, textLines, [ & ] { return dump( { { "kind", "note" }, { "text", text } } ); } );
 }
 
 void Console::record( const Sim::Record& record )
 {
-   if( !eventsShown_ && !config_.json && isEvent( record.kind ) )
+   if( !hears( record.kind ) )
       return;
-   const Weight weight = record.kind == Sim::RecordKind::fatal ? Weight::fatal : Weight::ordinary;
    folds_ = config_.brief && isEvent( record.kind );
-   emit( weight, { { toneOf( record ), "  " + record.line() } }, [ & ] { return record.json(); } );
+   emit( weightOf( record.kind ),
+      oneLine( toneOf( record ), [ & ] { return "  " + record.line(); } ),
+      [ & ] { return record.json(); } );
    folds_ = false;
    happened_ = true;
-}
-
-void Console::table( const std::string& title, const Table& table )
-{
-   Console::table( title, table, table.json() );
 }
 
 std::vector<Toned> Console::tableLines(
@@ -242,23 +117,30 @@ std::vector<Toned> Console::tableLines(
    return lines;
 }
 
-void Console::table( const std::string& title, const Table& table, const ordered_json& json )
+void Console::table( const std::string& title, const Table& table )
 {
-   show( title, tableLines( title, table, Table::usualWidth ), tableLines( title, table, width() ),
-      json );
+   show(
+      title, [ & ]( std::size_t width ) { return tableLines( title, table, width ); },
+      [ & ] { return table.json(); } );
+}
+
+void Console::table( const std::string& title, const MakeTable& table, const MakeRows& rows )
+{
+   show(
+      title, [ & ]( std::size_t width ) { return tableLines( title, table(), width ); }, rows );
 }
 
 void Console::report( const std::string& title, const Table& table )
 {
    if( !eventsShown_ && !config_.json )
       return;
-   std::vector<Toned> lines = tableLines( title, table, Table::usualWidth );
-   std::vector<Toned> screenLines = tableLines( title, table, width() );
-   for( std::vector<Toned>* const each : { &lines, &screenLines } ) {
-      each->insert( each->begin(), { Tone::plain, "" } );
-      each->pop_back(); // the blank line below
-   }
-   emit( Weight::ordinary, lines, screenLines, [ & ] {
+   const auto lines = [ & ]( std::size_t width ) {
+      std::vector<Toned> text = tableLines( title, table, width );
+      text.insert( text.begin(), { Tone::plain, "" } );
+      text.pop_back(); // the blank line below
+      return text;
+   };
+   emit( Weight::ordinary, lines, [ & ] {
       return dump( { { "kind", "show" }, { "title", title }, { "rows", table.json() } } );
    } );
 }
@@ -273,58 +155,71 @@ void Console::hint( const std::string& title, const Table& table )
 void Console::document( const std::string& title, const ordered_json& json )
 {
    rowsAsJson_ = true;
-   show( title, {}, {}, json );
+   show( title, {}, [ & ] { return json; } );
 }
 
 constexpr std::size_t numberWidth = 6;
 
 void Console::records( const std::string& title, const std::vector<const Sim::Record*>& records )
 {
-   std::vector<Toned> lines{ { Tone::title, title, Part::head } };
-   auto rows = ordered_json::array();
-   for( const Sim::Record* const record : records ) {
-      const std::string number = std::to_string( record->number );
-      lines.push_back( { toneOf( *record ),
-         std::string( numberWidth - std::min( numberWidth, number.size() ), ' ' ) + number + "  " +
-            record->line() } );
-      rows.push_back( ordered_json::parse( record->json() ) );
-   }
-   show( title, lines, lines, rows );
+   const auto lines = [ & ]( std::size_t ) {
+      std::vector<Toned> text{ { Tone::title, title, Part::head } };
+      for( const Sim::Record* const record : records ) {
+         const std::string number = std::to_string( record->number );
+         text.push_back( { toneOf( *record ),
+            std::string( numberWidth - std::min( numberWidth, number.size() ), ' ' ) + number +
+               "  " + record->line() } );
+      }
+      return text;
+   };
+   show( title, lines, [ & ] {
+      auto rows = ordered_json::array();
+      for( const Sim::Record* const record : records )
+         rows.push_back( ordered_json::parse( record->json() ) );
+      return rows;
+   } );
 }
 
-void Console::show( const std::string& title, std::vector<Toned> lines,
-   std::vector<Toned> screenLines, const ordered_json& rows )
+void Console::show( const std::string& title, const Lines& lines, const MakeRows& rows )
 {
-   if( rowsAsJson_ ) {
-      lines.clear();
-      std::istringstream text( dump( rows, 3 ) );
-      for( std::string line; std::getline( text, line ); )
-         lines.push_back( { Tone::plain, line } );
-      screenLines = lines;
-   }
-   emit(
-      Weight::asked, filtered( std::move( lines ) ), filtered( std::move( screenLines ) ), [ & ] {
-         return dump( { { "kind", "show" }, { "title", title }, { "rows", rows } } );
-      } );
+   const auto rowLines = [ & ] {
+      std::vector<Toned> text;
+      std::istringstream parts( dump( rows(), 3 ) );
+      for( std::string line; std::getline( parts, line ); )
+         text.push_back( { Tone::plain, line } );
+      return text;
+   };
+   const auto shown = [ & ]( std::size_t width ) {
+      return filtered( rowsAsJson_ ? rowLines() : lines( width ) );
+   };
+   emit( Weight::asked, shown, [ & ] {
+      return dump( { { "kind", "show" }, { "title", title }, { "rows", rows() } } );
+   } );
 }
 
-void Console::result( std::string_view operation, const std::string& value )
+void Console::result(
+   std::string_view operation, const std::string& text, const ordered_json& value )
 {
-   emit( Weight::ordinary, { { Tone::plain, "  = " + value } }, [ & ] {
+   emit( Weight::ordinary, oneLine( Tone::plain, [ & ] { return "  = " + text; } ), [ & ] {
       return dump( { { "kind", "result" }, { "operation", operation }, { "value", value } } );
    } );
 }
 
-void Console::outcome( Weight weight, std::vector<Toned> lines, const Json& json )
+void Console::outcome( Weight weight, const Lines& lines, const Json& json )
 {
-   if( happened_ )
-      lines.insert( lines.begin(), { Tone::plain, "" } );
-   emit( weight, lines, json );
+   const auto apart = [ & ]( std::size_t width ) {
+      std::vector<Toned> text = lines( width );
+      if( happened_ )
+         text.insert( text.begin(), { Tone::plain, "" } );
+      return text;
+   };
+   emit( weight, apart, json );
 }
 
 void Console::held( const Line& line )
 {
-   outcome( Weight::ordinary, { { Tone::good, "  held    " + commandText( line ) } }, [ & ] {
+   const auto lines = oneLine( Tone::good, [ & ] { return "  held    " + commandText( line ); } );
+   outcome( Weight::ordinary, lines, [ & ] {
       ordered_json object = lineJson( "expect", line );
       object[ "held" ] = true;
       return dump( object );
@@ -334,14 +229,16 @@ void Console::held( const Line& line )
 void Console::failed( const Line& line, const std::string& expected, const std::string& found )
 {
    const std::string text = commandText( line );
-   outcome( Weight::asked,
-      { { Tone::bad, "  FAILED  " + text + "  (" + placeText( line ) + ")" },
-         { Tone::plain, "    expected  " + expected }, { Tone::plain, "    found     " + found } },
-      [ & ] {
-         ordered_json object = lineJson( "expect", line );
-         object.update( { { "held", false }, { "expected", expected }, { "found", found } } );
-         return dump( object );
-      } );
+   const auto lines = [ & ]( std::size_t ) {
+      return std::vector<Toned>{
+         { Tone::bad, "  FAILED  " + text + "  (" + placeText( line ) + ")" },
+         { Tone::plain, "    expected  " + expected }, { Tone::plain, "    found     " + found } };
+   };
+   outcome( Weight::asked, lines, [ & ] {
+      ordered_json object = lineJson( "expect", line );
+      object.update( { { "held", false }, { "expected", expected }, { "found", found } } );
+      return dump( object );
+   } );
    if( config_.json && !channel_ )
       error( placeText( line ) + ": expected " + expected + ", found " + found );
 }
@@ -349,7 +246,8 @@ void Console::failed( const Line& line, const std::string& expected, const std::
 void Console::broken( const Line* line, const std::string& what )
 {
    const std::string at = line ? placeText( *line ) : "at the end";
-   emit( Weight::asked, { { Tone::bad, "  BROKEN  " + at + ": " + what } }, [ & ] {
+   const auto lines = oneLine( Tone::bad, [ & ] { return "  BROKEN  " + at + ": " + what; } );
+   emit( Weight::asked, lines, [ & ] {
       return dump(
          { { "kind", "broken" }, { "line", line ? line->number : 0 }, { "text", what } } );
    } );
@@ -357,13 +255,13 @@ void Console::broken( const Line* line, const std::string& what )
 
 void Console::died( const Line& line, const std::string& failure, const std::string& context )
 {
-   emit( Weight::asked,
-      { { Tone::bad,
-         "  DIED    " + placeText( line ) + ": " + ( context.empty() ? failure : context ) } },
-      [ & ] {
-         return dump( { { "kind", "died" }, { "file", line.file }, { "line", line.number },
-            { "reason", context.empty() ? failure : failure + "; " + context } } );
-      } );
+   const auto lines = oneLine( Tone::bad, [ & ] {
+      return "  DIED    " + placeText( line ) + ": " + ( context.empty() ? failure : context );
+   } );
+   emit( Weight::report, lines, [ & ] {
+      return dump( { { "kind", "died" }, { "file", line.file }, { "line", line.number },
+         { "reason", context.empty() ? failure : failure + "; " + context } } );
+   } );
 }
 
 void Console::diedError( const Line& line )
@@ -374,14 +272,16 @@ void Console::diedError( const Line& line )
 
 void Console::childError( const std::string& text )
 {
-   emit( Weight::ordinary, { { Tone::faint, "  | stderr " + text } }, [ & ] {
+   const auto lines = oneLine( Tone::faint, [ & ] { return "  | stderr " + text; } );
+   emit( Weight::ordinary, lines, [ & ] {
       return dump( { { "kind", "stderr" }, { "child", true }, { "text", text } } );
    } );
 }
 
 void Console::childLine( char form, std::string_view text )
 {
-   emit( Weight::ordinary, { { Tone::faint, "  |" + std::string( text ) } }, [ & ] {
+   const auto lines = oneLine( Tone::faint, [ & ] { return "  |" + std::string( text ); } );
+   emit( Weight::ordinary, lines, [ & ] {
       if( form != 'J' )
          return dump( { { "kind", "text" }, { "child", true }, { "text", text } } );
       auto object = ordered_json::parse( text );
@@ -395,6 +295,8 @@ static std::string summaryText( const RunCounts& counts )
    const auto number = []( U32 count, const std::string& what ) {
       return std::to_string( count ) + " " + what + ( count == 1 ? "" : "s" );
    };
+   if( counts.refused > 0 )
+      return number( counts.refused, "line" ) + " cannot be run";
    const std::string all = number( counts.expectations, "expectation" );
    std::string text = counts.failures == 0
                          ? all + " held"
@@ -406,52 +308,61 @@ static std::string summaryText( const RunCounts& counts )
    return text;
 }
 
-void Console::summary( const std::string& file, const RunCounts& counts, RunEnd end )
+/// What stands behind the name of the file in the last line.
+static std::string endText( const RunCounts& counts, RunEnd end )
 {
-   const bool good = counts.failures == 0 && counts.broken == 0;
-   std::vector<Toned> lines{ { good ? Tone::good : Tone::bad,
-      file + ": " + summaryText( counts ) + ( end == RunEnd::complete ? "" : " before that" ) } };
-   if( !blank_ )
-      lines.insert( lines.begin(), { Tone::plain, "" } );
-   emit( good && counts.notJudged == 0 ? Weight::ordinary : Weight::asked, lines, [ & ] {
-      ordered_json object{ { "kind", "end" }, { "file", file },
-         { "expectations", counts.expectations }, { "failed", counts.failures },
-         { "ended", Vormel::enumName( end ) } };
-      if( counts.notJudged > 0 )
-         object[ "notJudged" ] = counts.notJudged;
-      if( counts.broken > 0 )
-         object[ "broken" ] = counts.broken;
-      return dump( object );
-   } );
+   if( end == RunEnd::checked && counts.refused == 0 )
+      return "every line can be run";
+   const bool early = end == RunEnd::refused || end == RunEnd::died;
+   return summaryText( counts ) + ( early ? " before that" : "" );
 }
 
-void Console::refused( const std::string& text )
+void Console::summary( const std::string& file, const RunCounts& counts, RunEnd end )
+{
+   const bool good = counts.failures == 0 && counts.broken == 0 && counts.refused == 0;
+   const auto lines = [ & ]( std::size_t ) {
+      std::vector<Toned> text{
+         { good ? Tone::good : Tone::bad, file + ": " + endText( counts, end ) } };
+      if( !blank_ && !config_.checking )
+         text.insert( text.begin(), { Tone::plain, "" } );
+      return text;
+   };
+   emit( good && counts.notJudged == 0 && !config_.checking ? Weight::ordinary : Weight::report,
+      lines, [ & ] {
+         ordered_json object{ { "kind", "end" }, { "file", file },
+            { "expectations", counts.expectations }, { "failed", counts.failures },
+            { "ended", Vormel::enumName( end ) } };
+         if( counts.notJudged > 0 )
+            object[ "notJudged" ] = counts.notJudged;
+         if( counts.broken > 0 )
+            object[ "broken" ] = counts.broken;
+         if( end == RunEnd::checked )
+            object[ "refused" ] = counts.refused;
+         return dump( object );
+      } );
+}
+
+void Console::refuse( const ordered_json& record, const std::string& text )
 {
    if( config_.json )
-      emit( Weight::asked, {}, [ & ] {
-         return dump( { { "kind", "refused" }, { "text", text } } );
-      } );
+      emit( Weight::report, {}, [ & ] { return dump( record ); } );
    else if( transcript_.is_open() ) // on the terminal it is an error's affair
       writeTranscript( { { Tone::plain, text } } );
 }
 
-void Console::checkWritten()
+void Console::refused( const InputError& error )
 {
-   if( !out_.flush() )
-      throw std::runtime_error( "cannot write the output: it is not whole" );
-   if( transcript_.is_open() && !transcript_.flush() )
-      throw std::runtime_error(
-         "cannot write the transcript '" + config_.transcriptFile + "': it is not whole" );
+   refuse(
+      { { "kind", "refused" }, { "file", error.file() }, { "line", error.line() },
+         { "column", error.column() }, { "width", error.width() }, { "message", error.problem() } },
+      error.what() );
 }
 
-void Console::error( const std::string& text )
+void Console::refused( const std::string& file, const std::string& message )
 {
-   err_ << text << std::endl;
-}
-
-void Console::childOf( ChildChannel& channel )
-{
-   channel_ = &channel;
+   refuse( { { "kind", "refused" }, { "file", file }, { "message", message } }, message );
+   if( config_.json )
+      summary( file, {}, RunEnd::refused );
 }
 
 } // namespace Strata::Tool

@@ -32,6 +32,7 @@ struct ConsoleConfig
    bool paged = false;         // what is shown and longer than the screen goes through a pager
    bool errorsBeside = false;  // standard error is the same terminal or file
    bool brief = false;         // on the terminal, repeated sequences of events are folded
+   bool checking = false;      // only lines that cannot be run, and the end
 };
 
 class Console;
@@ -51,8 +52,9 @@ class Showing
 
 /// How a run of commands ended.
 VORMEL_ENUM( RunEnd, U8, complete,
-   refused, // by a line that could not be run
-   died     // with the agent
+   refused, // by a line that could not be run, or a file that could not be read
+   died,    // with the agent
+   checked  // every line, also behind those that could not be run
 )
 
 /// The counts of a run.
@@ -61,7 +63,8 @@ struct RunCounts
    U32 expectations = 0; // that were judged
    U32 failures = 0;     // among them
    U32 notJudged = 0;
-   U32 broken = 0; // conventions
+   U32 broken = 0;  // conventions
+   U32 refused = 0; // lines of a check
 };
 
 /// Sends the output of a child process line by line to the parent's console.
@@ -85,11 +88,16 @@ class Console
    /// A note that is shown even when quiet.
    void notice( std::string_view text ) { note( text, Weight::asked ); }
    void record( const Sim::Record& record );
+   /// Whether a record of the kind would be written anywhere.
+   bool hears( Sim::RecordKind kind ) const;
    /// Whether the text has calls, notifications and traces; at first it has. JSON always has them.
    void eventsShownIs( bool shown ) { eventsShown_ = shown; }
    /// Output that the scenario requested. JSON output has `json` instead of the table.
    void table( const std::string& title, const Table& table );
-   void table( const std::string& title, const Table& table, const nlohmann::ordered_json& json );
+   /// The same for what is expensive: of the two functions only those run whose result is written.
+   using MakeTable = std::function<Table()>;
+   using MakeRows = std::function<nlohmann::ordered_json()>;
+   void table( const std::string& title, const MakeTable& table, const MakeRows& rows );
    /// The outcome of a command: left out where events are.
    void report( const std::string& title, const Table& table );
    /// Output that is JSON in both forms.
@@ -104,7 +112,8 @@ class Console
    void hint( const std::string& title, const Table& table );
    /// Shows what is held back of the events of a command.
    void commandEnds() { folding_.flush(); }
-   void result( std::string_view operation, const std::string& value );
+   void result(
+      std::string_view operation, const std::string& text, const nlohmann::ordered_json& value );
    void held( const Line& line );
    void failed( const Line& line, const std::string& expected, const std::string& found );
    /// A convention of the hardware calls was broken, and the run continues; null at the end of the run.
@@ -116,8 +125,10 @@ class Console
    /// The lines that a child process sent through its channel.
    void childLine( char form, std::string_view text );
    void summary( const std::string& file, const RunCounts& counts, RunEnd end = RunEnd::complete );
-   /// A line could not be run. Writes the JSON line only; the error is reported elsewhere.
-   void refused( const std::string& text );
+   /// A line could not be run. Writes to JSON and the transcript only; the error is reported elsewhere.
+   void refused( const InputError& error );
+   /// The same for a whole scenario, for which it also writes the end of the run.
+   void refused( const std::string& file, const std::string& message );
    /// std::runtime_error if some output could not be written.
    void checkWritten();
    /// Says on standard error where the agent died, unless died() can be read there.
@@ -135,24 +146,34 @@ class Console
       echo,  // of what was typed
       fatal, // what standard error has, too
       ordinary,
-      asked, // shown even when quiet
+      asked,  // shown even when quiet
+      report, // shown even by a check
    };
+   /// Makes lines of at most `width`. The terminal may be wider than what else has them.
+   using Lines = std::function<std::vector<Toned>( std::size_t width )>;
    using Json = std::function<std::string()>;
 
+   static Weight weightOf( Sim::RecordKind kind )
+   {
+      return kind == Sim::RecordKind::fatal ? Weight::fatal : Weight::ordinary;
+   }
    void note( std::string_view text, Weight weight );
+   /// Whether standard output has it.
    bool shows( Weight weight ) const;
+   /// Whether anything has it.
+   bool hears( Weight weight ) const;
    std::size_t width() const;
    static std::vector<Toned> tableLines(
       const std::string& title, const Table& table, std::size_t width );
    std::vector<Toned> filtered( std::vector<Toned> lines ) const;
-   void show( const std::string& title, std::vector<Toned> lines, std::vector<Toned> screenLines,
-      const nlohmann::ordered_json& rows );
-   void outcome( Weight weight, std::vector<Toned> lines, const Json& json );
+   void show( const std::string& title, const Lines& lines, const MakeRows& rows );
+   void outcome( Weight weight, const Lines& lines, const Json& json );
+   void refuse( const nlohmann::ordered_json& record, const std::string& text );
 
-   void emit( Weight weight, const std::vector<Toned>& lines, const Json& json );
-   /// With other lines for the terminal, which may be wider.
-   void emit( Weight weight, const std::vector<Toned>& lines, const std::vector<Toned>& screenLines,
-      const Json& json );
+   /// Of the functions only that runs whose result is written.
+   void emit( Weight weight, const Lines& lines, const Json& json );
+   void emitJson( Weight weight, const std::string& object );
+   void emitText( Weight weight, const Lines& lines );
    void writeScreen( const std::vector<Toned>& lines );
    static void write( std::ostream& stream, bool colour, const std::vector<Toned>& lines );
    void writeTranscript( const std::vector<Toned>& lines );

@@ -2,6 +2,7 @@
 
 #include "routing/TcamL3EntryId.h"
 #include "sim/switch/SimSwitch.h"
+#include "sim/switch/Values.h"
 #include "tool/words/ByUnit.h"
 
 #include <algorithm>
@@ -108,11 +109,7 @@ nlohmann::ordered_json entryJson( Sim::SimSwitch& hardware, std::string_view fil
          nlohmann::ordered_json row{ { "unit", unit }, { "group", group.profile().name },
             { "id", id }, { "name", entry.name }, { "state", entryState( entry ) },
             { "hits", entry.hits } };
-         const Sim::FieldRule& rule = ruleOf( entry );
-         for( const auto& qualifier : rule.qualifiers )
-            row[ "qualifiers" ].push_back( qualifier.text() );
-         for( const auto& action : rule.actions )
-            row[ "actions" ].push_back( action.text() );
+         row.update( Sim::ruleJson( ruleOf( entry ) ) );
          rows.push_back( std::move( row ) );
       } );
    return rows;

@@ -1,6 +1,7 @@
 #include "tool/view/Table.h"
 
 #include <algorithm>
+#include <cctype>
 #include <charconv>
 
 namespace Strata::Tool {
@@ -26,12 +27,18 @@ std::string cutShort( std::string text, std::size_t width )
    return text + std::string( mark );
 }
 
-std::string jsonName( std::string title )
+/// "Total us" is "totalUs".
+std::string jsonName( std::string_view title )
 {
-   std::erase( title, ',' );
-   std::ranges::transform( title, title.begin(),
-      []( char c ) { return c == ' ' ? '_' : static_cast<char>( std::tolower( c ) ); } );
-   return title;
+   std::string name;
+   bool starts = false;
+   for( const char c : title ) {
+      if( c != ' ' && c != ',' )
+         name +=
+            static_cast<char>( starts && !name.empty() ? std::toupper( c ) : std::tolower( c ) );
+      starts = c == ' ';
+   }
+   return name;
 }
 
 } // namespace
@@ -68,10 +75,10 @@ std::vector<std::string> wrapped( std::string_view text, std::size_t width )
    }
 }
 
-void Table::row( std::vector<std::string> cells )
+void Table::row( std::vector<std::string> cells, nlohmann::ordered_json object )
 {
    cells.resize( columns_.size() );
-   rows_.push_back( { sections_.size(), std::move( cells ) } );
+   rows_.push_back( { sections_.size(), std::move( cells ), std::move( object ) } );
 }
 
 void Table::section( const std::string& title )
@@ -151,6 +158,10 @@ nlohmann::ordered_json Table::json() const
 {
    auto all = nlohmann::ordered_json::array();
    for( const Row& row : rows_ ) {
+      if( !row.object.is_null() ) {
+         all.push_back( row.object );
+         continue;
+      }
       nlohmann::ordered_json object;
       if( row.section != 0 )
          object[ "section" ] = sections_[ row.section - 1 ];

@@ -1,5 +1,5 @@
-// Tables that fit the terminal: the last column has the remaining width and continues on further lines. The same rows
-// are available as JSON objects by column.
+// Tables that fit the terminal: the last column has the remaining width and continues on further lines. For programs
+// each row is a JSON object, of values given with the row or else of its cells.
 #pragma once
 
 #include "platform/runtime/Types.h"
@@ -32,8 +32,8 @@ class Table
 
    explicit Table( std::vector<Column> columns ) : columns_( std::move( columns ) ) {}
 
-   /// Missing cells at the end are empty.
-   void row( std::vector<std::string> cells );
+   /// Missing cells at the end are empty. The object is the row for programs; null for its cells by column.
+   void row( std::vector<std::string> cells, nlohmann::ordered_json object = {} );
    /// Starts a section with this title for the following rows.
    void section( const std::string& title );
 
@@ -63,6 +63,7 @@ class Table
    {
       std::size_t section; // 0 for none, else index in sections_ plus 1
       std::vector<std::string> cells;
+      nlohmann::ordered_json object;
    };
 
    std::vector<std::size_t> widths( std::size_t lineWidth ) const;

@@ -1,5 +1,7 @@
 #include "tool/words/ByUnit.h"
 
+#include <utility>
+
 namespace Strata::Tool {
 
 std::string numberRanges( const std::vector<U32>& numbers )
@@ -17,14 +19,16 @@ std::string numberRanges( const std::vector<U32>& numbers )
    return text;
 }
 
-Table unitTable( std::vector<Column> columns, const ByUnit<Cells>& byUnit )
+Table unitTable( std::vector<Column> columns, const ByUnit<UnitRow>& byUnit )
 {
    columns.insert( columns.end() - 1, Column{ "Units" } );
    Table table( columns );
    for( const auto& [ row, units ] : byUnit.rows() ) {
-      Cells cells = row;
+      std::vector<std::string> cells = row.cells;
       cells.insert( cells.end() - 1, numberRanges( units ) );
-      table.row( cells );
+      nlohmann::ordered_json object = row.object;
+      object[ "units" ] = units;
+      table.row( std::move( cells ), std::move( object ) );
    }
    return table;
 }

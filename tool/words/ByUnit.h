@@ -35,9 +35,15 @@ class ByUnit
    Rows rows_;
 };
 
-using Cells = std::vector<std::string>;
+struct UnitRow
+{
+   std::vector<std::string> cells;
+   nlohmann::ordered_json object; // of these values
 
-/// Merges rows with equal cells; their units are in a separate column before the last.
-Table unitTable( std::vector<Column> columns, const ByUnit<Cells>& byUnit );
+   bool operator==( const UnitRow& other ) const { return cells == other.cells; }
+};
+
+/// Merges rows with equal cells; their units are in a separate column before the last, and in the member "units".
+Table unitTable( std::vector<Column> columns, const ByUnit<UnitRow>& byUnit );
 
 } // namespace Strata::Tool

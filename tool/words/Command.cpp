@@ -3,8 +3,13 @@
 #include "tool/Session.h"
 
 #include <algorithm>
+#include <functional>
 #include <iterator>
+#include <map>
 #include <span>
+#include <string>
+#include <string_view>
+#include <vector>
 
 namespace Strata::Tool {
 
@@ -22,6 +27,7 @@ std::vector<Theme> allThemes()
       { "The run", runCommands() },
       { "Faults", faultCommands() },
       { "Show", showCommands() },
+      { "Show the switch", showPartsCommands() },
       { "Show tables of packets", showTableCommands() },
       { "Expect", expectCommands() },
       { "Expect events", expectEventCommands() },
@@ -31,29 +37,46 @@ std::vector<Theme> allThemes()
    };
 }
 
-/// The words that can follow the start of a name.
-std::vector<std::string_view> continuations( const std::string& start, bool typed )
+/// The names of commands as a tree: by the start of a name, with a blank behind each of its words, the command of
+/// that name and the words that can follow.
+struct Branch
 {
+   const Command* command = nullptr;
    std::vector<std::string_view> next;
-   const auto addFrom = [ & ]( const std::vector<Command>& all ) {
-      for( const Command& command : all )
-         if( command.name.starts_with( start ) ) {
-            const std::string_view rest = command.name.substr( start.size() );
-            const std::string_view word = rest.substr( 0, rest.find( ' ' ) );
-            if( !word.empty() && std::ranges::find( next, word ) == next.end() )
-               next.push_back( word );
-         }
-   };
-   addFrom( commands() );
+};
+using Branches = std::map<std::string, Branch, std::less<>>;
+
+void addNames( Branches& branches, const std::vector<Command>& all )
+{
+   for( const Command& command : all ) {
+      std::string start;
+      std::string_view rest = command.name;
+      while( !rest.empty() ) {
+         const std::string_view word = rest.substr( 0, rest.find( ' ' ) );
+         std::vector<std::string_view>& next = branches[ start ].next;
+         if( std::ranges::find( next, word ) == next.end() )
+            next.push_back( word );
+         start += std::string( word ) + ' ';
+         rest.remove_prefix( std::min( word.size() + 1, rest.size() ) );
+      }
+      branches[ start ].command = &command;
+   }
+}
+
+/// Of scenarios, and of lines that are typed.
+Branches branchesOf( bool typed )
+{
+   Branches all;
+   addNames( all, commands() );
    if( typed )
-      addFrom( themes().back().commands );
-   return next;
+      addNames( all, themes().back().commands );
+   return all;
 }
 
 /// `start` is empty or ends with a blank.
-[[noreturn]] void failUnknown( Words& words, const std::string& start )
+[[noreturn]] void failUnknown(
+   Words& words, const std::string& start, std::span<const std::string_view> choices )
 {
-   const std::vector<std::string_view> choices = continuations( start, words.line().typed );
    if( !words.peek() )
       words.failAtEnd( start + "is followed by one of " + joined( choices ) );
    const Word& wrong = words.take( {} );
@@ -65,17 +88,26 @@ std::vector<std::string_view> continuations( const std::string& start, bool type
                                        : "; 'strata-l3 commands' lists all" ) );
 }
 
-/// Takes the words of a name as far as they fit, and returns them with a blank behind each.
-std::string takeNameWords( Words& words )
+/// The words of a name as far as they fit, with a blank behind each.
+struct NameWords
 {
    std::string name;
+   const Branch* branch;
+};
+
+NameWords takeNameWords( Words& words )
+{
+   static const Branches ofScenarios = branchesOf( false );
+   static const Branches ofShell = branchesOf( true );
+   const Branches& branches = words.line().typed ? ofShell : ofScenarios;
+   std::string name;
+   const Branch* branch = &branches.find( name )->second;
    for( ;; ) {
-      const std::vector<std::string_view> choices = continuations( name, words.line().typed );
-      const auto next = std::ranges::find_if(
-         choices, [ & ]( std::string_view choice ) { return words.accept( choice ); } );
-      if( next == choices.end() )
-         return name;
-      name += std::string( *next ) + ' ';
+      const std::string_view word = words.acceptOneOf( branch->next );
+      if( word.empty() )
+         return { name, branch };
+      name += std::string( word ) + ' ';
+      branch = &branches.find( name )->second;
    }
 }
 
@@ -100,19 +132,17 @@ const std::vector<Command>& commands()
 
 const Command& takeCommand( Words& words )
 {
-   const std::string name = takeNameWords( words );
-   for( const Theme& theme : themes() )
-      for( const Command& command : theme.commands )
-         if( std::string( command.name ) + ' ' == name )
-            return command;
-   failUnknown( words, name );
+   const auto [ name, branch ] = takeNameWords( words );
+   if( !branch->command )
+      failUnknown( words, name, branch->next );
+   return *branch->command;
 }
 
 std::string takeNameStart( Words& words )
 {
-   std::string name = takeNameWords( words );
+   auto [ name, branch ] = takeNameWords( words );
    if( words.peek() )
-      failUnknown( words, name );
+      failUnknown( words, name, branch->next );
    if( !name.empty() )
       name.pop_back();
    return name;
@@ -123,12 +153,15 @@ Act Command::act( const Session& session, Words& words ) const
    if( needsSwitch && !session.hasAgent() )
       words.failAt( words.line().words.front(),
          "there is no switch yet; describe one first, as in 'switch hsdk'" );
+   if( needsRecords && !session.keepsRecords() )
+      words.failAt( words.line().words.front(),
+         "it looks at records, which are not kept with --no-transcript" );
    words.syntaxIs( std::string( name ) + ( syntax.empty() ? "" : " " ) + std::string( syntax ) );
    const auto offerForms = [ & ] {
-      if( !shows() )
-         return;
-      words.accept( "--json" ); // Session takes these two where they end the line
-      words.offer( "|" );
+      if( takesJson() )
+         words.accept( "--json" ); // Session takes these two where they end the line
+      if( shows() )
+         words.offer( "|" );
    };
    offerForms();
    const Act parsed = words.blaming( [ & ] { return parse( session, words ); } );

@@ -24,11 +24,14 @@ struct Command
    std::string_view syntax;  // the words behind the name
    std::string_view summary; // one line
    Act ( *parse )( const Session& session, Words& words ); // leaves the end of the line to act()
-   bool announced = true;   // its line is shown before it runs; otherwise its outcome shows it
-   bool needsSwitch = true; // parse() is called only if there is a switch
+   bool announced = true;     // its line is shown before it runs; otherwise its outcome shows it
+   bool needsSwitch = true;   // parse() is called only if there is a switch
+   bool needsRecords = false; // it looks at the records since the last mark
 
    /// Whether it only shows something: as rows, which can be JSON and be filtered.
    bool shows() const { return name.starts_with( "show " ) || name == "explain" || name == "help"; }
+   /// Whether the line may end with --json.
+   bool takesJson() const { return shows() || name == "pcap"; }
 
    /// Parses the line to its end. InputError, also from the act, with the place of the error.
    Act act( const Session& session, Words& words ) const;
@@ -72,6 +75,7 @@ std::vector<Command> myStationCommands();
 std::vector<Command> chipCommands();
 std::vector<Command> tableCommands();
 std::vector<Command> routeCommands();
+std::vector<Command> showPartsCommands();
 std::vector<Command> showTableCommands();
 std::vector<Command> packetCommands();
 std::vector<Command> shellCommands();

@@ -75,6 +75,8 @@ Word takeWord( const Line& line, std::size_t& at )
 
 InputError::InputError( const Line& line, U32 column, U32 width, const std::string& problem )
    : std::runtime_error( describe( line, column, width, problem ) ),
+     file_( line.file ),
+     line_( line.number ),
      problem_( problem ),
      column_( column ),
      width_( width )
@@ -92,6 +94,9 @@ Line splitLine(
       throw InputError(
          line, column, 1, "a line is text, and this is the control character " + code );
    }
+   if( line.text.size() > maxLineLength )
+      throw InputError( line, static_cast<U32>( maxLineLength + 1 ), 1,
+         "a line has at most " + std::to_string( maxLineLength ) + " bytes" );
    while( at < line.text.size() && line.text[ at ] != '#' ) {
       if( isBlank( line.text[ at ] ) )
          ++at;
@@ -241,6 +246,23 @@ std::string Words::remedy( const Word& word, std::span<const std::string_view> n
    if( word.quoted && std::ranges::find( names, word.text ) != names.end() )
       return "; write '" + word.text + "' without quotes";
    return didYouMean( word.text, names );
+}
+
+std::string_view Words::acceptOneOf( std::span<const std::string_view> keywords )
+{
+   for( const std::string_view keyword : keywords )
+      offer( keyword );
+   const Word* const word = peek();
+   const auto found =
+      !word || word->quoted ? keywords.end() : std::ranges::find( keywords, word->text );
+   if( found == keywords.end() ) {
+      tried_.insert( tried_.end(), keywords.begin(), keywords.end() );
+      return {};
+   }
+   tried_.clear();
+   textTaken_ = false;
+   ++next_;
+   return *found;
 }
 
 bool Words::acceptOnce( std::string_view keyword, Taken& taken )

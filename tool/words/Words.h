@@ -23,6 +23,9 @@
 
 namespace Strata::Tool {
 
+/// The most bytes of a line. A frame in hexadecimal of the longest size needs less than a third.
+constexpr std::size_t maxLineLength = 65536;
+
 struct Word
 {
    std::string text; // without quotes
@@ -56,17 +59,21 @@ class InputError : public std::runtime_error
    /// file, the innermost first.
    InputError( const Line& line, U32 column, U32 width, const std::string& problem );
 
+   const std::string& file() const { return file_; }
+   U32 line() const { return line_; }
    const std::string& problem() const { return problem_; }
    U32 column() const { return column_; }
    U32 width() const { return width_; }
 
  private:
+   std::string file_;
+   U32 line_;
    std::string problem_;
    U32 column_;
    U32 width_;
 };
 
-/// InputError if a quote is not closed.
+/// InputError if it is too long or not text, or a quote is not closed.
 Line splitLine( std::string file, U32 number, std::string text,
    std::shared_ptr<const Inclusion> inclusion = {} );
 
@@ -116,8 +123,10 @@ class Words
 
    /// Takes the next word if it is `keyword`.
    bool accept( std::string_view keyword );
+   /// Takes the next word if it is one of `keywords`, and returns it; returns an empty text if it is another.
+   std::string_view acceptOneOf( std::span<const std::string_view> keywords );
    using Taken = std::set<std::string, std::less<>>;
-   /// The same for a word that may be given once; `taken` records it.
+   /// Takes the next word if it is `keyword`, which may be given once; `taken` records it.
    bool acceptOnce( std::string_view keyword, Taken& taken );
    /// Takes a word that must be `keyword`.
    void expect( std::string_view keyword );
