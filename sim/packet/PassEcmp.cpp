@@ -2,7 +2,6 @@
 #include "platform/runtime/Format.h"
 #include "sim/packet/Pass.h"
 
-#include <algorithm>
 #include <span>
 #include <string>
 #include <vector>

@@ -5,7 +5,7 @@
 #include "sim/chip/RegisterLayout.h"
 #include "sim/switch/Values.h"
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json.hpp> // IWYU pragma: keep, completes Json
 
 namespace Strata::Sim {
 

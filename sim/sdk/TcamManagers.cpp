@@ -7,7 +7,7 @@
 
 #include <algorithm>
 #include <iterator>
-#include <nlohmann/json.hpp>
+#include <nlohmann/json.hpp> // IWYU pragma: keep, completes Json
 #include <utility>
 
 namespace Strata::Sim {

@@ -1,6 +1,5 @@
 #include "sim/switch/Values.h"
 
-#include "platform/runtime/EntityType.h"
 #include "platform/runtime/Value.h"
 #include "platform/types/EthAddr.h"
 #include "sim/chip/MyStationTable.h"

@@ -2,7 +2,6 @@
 
 #include "tool/words/Words.h"
 
-#include <algorithm>
 #include <sstream>
 #include <string_view>
 

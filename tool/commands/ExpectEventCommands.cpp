@@ -7,7 +7,6 @@
 #include "tool/words/Command.h"
 
 #include <algorithm>
-#include <array>
 #include <deque>
 #include <functional>
 #include <optional>

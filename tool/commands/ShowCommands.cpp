@@ -120,7 +120,7 @@ Names noNames( const Session& )
 void showEntries( Session& session, const std::string& filter )
 {
    Sim::SimSwitch& hardware = session.agent().hardware();
-   const Table table = entryTable( hardware, filter );
+   Table table = entryTable( hardware, filter );
    session.console().table(
       titleWith( "Field Processor entries", filter, table.empty() ), [ & ] { return table; },
       [ & ] { return entryJson( hardware, filter ); } );

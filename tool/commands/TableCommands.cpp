@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <array>
 #include <functional>
-#include <iterator>
 #include <optional>
 #include <utility>
 

@@ -1,8 +1,5 @@
 #include "tool/shell/Guide.h"
 
-#include <algorithm>
-#include <array>
-
 namespace Strata::Tool {
 
 namespace {

@@ -1,6 +1,5 @@
 #include "tool/view/Catalogue.h"
 
-#include "platform/runtime/Value.h"
 #include "platform/state/Interfaces.h"
 #include "routing/RoutingStatusHelper.h"
 #include "sim/switch/SimSwitch.h"

@@ -1,5 +1,4 @@
 // The part of Console that selects rows and shows long output a screenful at a time.
-#include "tool/Interrupt.h"
 #include "tool/view/Console.h"
 #include "tool/view/Screen.h"
 

@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <string_view>
 #include <sys/ioctl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace Strata::Tool {
