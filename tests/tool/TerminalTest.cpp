@@ -12,6 +12,7 @@
 #include <string>
 #include <sys/ioctl.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 namespace Strata::Tool {
@@ -48,7 +49,7 @@ class TerminalTest : public testing::Test
          ::execl( STRATA_TOOL_FILE, "strata-l3", "shell", nullptr );
          ::_exit( 127 );
       }
-      EXPECT_THAT( outputUntil( prompt ), HasSubstr( "'help'" ) );
+      EXPECT_THAT( outputUntilPrompt(), HasSubstr( "'help'" ) );
    }
 
    void type( const std::string& keys )
@@ -57,11 +58,11 @@ class TerminalTest : public testing::Test
          ::write( terminal_, keys.data(), keys.size() ), static_cast<ssize_t>( keys.size() ) );
    }
 
-   /// Whether the text appears in the output in time.
-   bool appears( const std::string& text, int seconds )
+   /// The next output, up to and including this text.
+   std::string outputUntil( const std::string& text )
    {
       using Clock = std::chrono::steady_clock;
-      for( const auto end = Clock::now() + std::chrono::seconds( seconds );
+      for( const auto end = Clock::now() + std::chrono::seconds( 30 );
            shown_.find( text ) == shown_.npos && Clock::now() < end; ) {
          pollfd waiting{ terminal_, POLLIN, 0 };
          if( ::poll( &waiting, 1, 1000 ) <= 0 )
@@ -72,17 +73,25 @@ class TerminalTest : public testing::Test
             break;
          shown_.append( buffer, static_cast<std::size_t>( got ) );
       }
-      return shown_.find( text ) != shown_.npos;
-   }
-
-   /// The next output, up to and including this text.
-   std::string outputUntil( const std::string& text )
-   {
-      appears( text, 30 );
       EXPECT_THAT( shown_, HasSubstr( text ) );
       const std::size_t end = std::min( shown_.find( text ), shown_.size() );
       const std::string output = shown_.substr( 0, end + text.size() );
       shown_.erase( 0, output.size() );
+      return output;
+   }
+
+   /// The output up to the prompt. The editor shows the prompt before it reads single keys: a key that is pressed
+   /// earlier goes to the line editing of the terminal.
+   std::string outputUntilPrompt()
+   {
+      std::string output = outputUntil( prompt );
+      termios mode{};
+      for( int tries = 0; tries < 3000; ++tries ) {
+         ::tcgetattr( terminal_, &mode );
+         if( ( mode.c_lflag & ICANON ) == 0 )
+            break;
+         ::usleep( 10000 );
+      }
       return output;
    }
 
@@ -91,14 +100,20 @@ class TerminalTest : public testing::Test
    {
       type( line + "\n" );
       outputUntil( "\n" ); // the echo
-      return outputUntil( prompt );
+      return outputUntilPrompt();
    }
 
    int status()
    {
       type( endOfInput );
       int status = 0;
-      ::waitpid( shell_, &status, 0 );
+      for( int tries = 0; ::waitpid( shell_, &status, WNOHANG ) == 0; ++tries ) {
+         if( tries == 3000 ) {
+            ADD_FAILURE() << "the session does not end";
+            return -1;
+         }
+         ::usleep( 10000 );
+      }
       shell_ = 0;
       return WIFEXITED( status ) ? WEXITSTATUS( status ) : -1;
    }
@@ -136,17 +151,13 @@ TEST_F( TerminalTest, CtrlCEndsTheCommandAndNotTheSession )
    run( "set miscConfig.syslogTimeout 0.001" );
    type( "advance 500000m\n" );
    outputUntil( "\n" );
-   // Pressed again if the first one came before the command had begun.
-   int presses = 0;
-   do {
-      ::usleep( 200000 );
-      type( interrupt );
-   } while( !appears( prompt, 5 ) && ++presses < 10 );
-   EXPECT_THAT( outputUntil( prompt ), HasSubstr( "interrupted at " ) );
+   ::usleep( 200000 );
+   type( interrupt );
+   EXPECT_THAT( outputUntilPrompt(), HasSubstr( "interrupted at " ) );
    EXPECT_THAT( run( "show units" ), HasSubstr( "hsdk" ) );
    type( "show unts" );
    type( interrupt ); // discards the line
-   outputUntil( prompt );
+   outputUntilPrompt();
    EXPECT_EQ( status(), 0 );
 }
 
@@ -160,7 +171,7 @@ TEST_F( TerminalTest, ADeathLeavesAFreshSessionWithTheHistory )
    type( std::string( up ) + up );
    EXPECT_THAT( outputUntil( "true true" ), HasSubstr( "call init" ) );
    type( interrupt );
-   outputUntil( prompt );
+   outputUntilPrompt();
    EXPECT_EQ( status(), 3 );
 }
 
@@ -177,7 +188,7 @@ TEST_F( TerminalTest, KeysCompleteAndAskAndPastedTabsAreBlanks )
    type( "?" );
    EXPECT_THAT( outputUntil( "show u" ), HasSubstr( "units, their ports" ) );
    type( "nits\n" );
-   EXPECT_THAT( outputUntil( prompt ), HasSubstr( "hsdk" ) );
+   EXPECT_THAT( outputUntilPrompt(), HasSubstr( "hsdk" ) );
    EXPECT_THAT( run( "show\tunits" ), HasSubstr( "hsdk" ) );
    EXPECT_EQ( status(), 0 );
 }

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <clocale>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
@@ -151,10 +152,14 @@ class TerminalReader::Editor
       ::el_set( edit_, EL_CLIENTDATA, this );
       ::el_set( edit_, EL_PROMPT, promptOf );
       ::el_set( edit_, EL_EDITOR, "emacs" );
-      ::el_set( edit_, EL_SIGNAL, 1 ); // Ctrl-Z, and changes of the window's size
+      ::el_set( edit_, EL_SIGNAL, 1 ); // stop and continue, and changes of the window's size
       ::el_set( edit_, EL_HIST, ::history, history_.lines() );
       ::el_set( edit_, EL_ADDFN, "strata-complete", "complete the word", completeWord );
       ::el_set( edit_, EL_ADDFN, "strata-explain", "show what can come next", explainNext );
+      ::el_set( edit_, EL_ADDFN, "strata-discard", "discard the line", discardLine );
+      ::el_set( edit_, EL_ADDFN, "strata-suspend", "stop the session", suspend );
+      // Ctrl-C is a key while a line is edited: a signal between two reads would go unseen.
+      ::el_set( edit_, EL_SETTY, "-d", "-isig", nullptr );
       for( const auto& [ key, function ] : keys )
          ::el_set( edit_, EL_BIND, key, function, nullptr );
       ::el_source( edit_, nullptr ); // what the user's .editrc binds
@@ -167,6 +172,7 @@ class TerminalReader::Editor
    {
       for( ;; ) {
          interruptDel();
+         discarded_ = false;
          int length = 0;
          const char* const text = ::el_gets( edit_, &length );
          if( text && length > 0 ) {
@@ -177,17 +183,19 @@ class TerminalReader::Editor
                history_.append( line );
             return line;
          }
-         std::cout << ( interrupted() ? "^C\n" : "\n" ) << std::flush;
-         if( !interrupted() )
+         std::cout << ( discarded_ ? "^C\n" : "\n" ) << std::flush;
+         if( !discarded_ )
             return std::nullopt;
       }
    }
 
  private:
    /// The library binds neither these keys of common terminals nor the search.
-   static constexpr std::array<std::array<const char*, 2>, 10> keys{ {
+   static constexpr std::array<std::array<const char*, 2>, 12> keys{ {
       { "^I", "strata-complete" },
       { "?", "strata-explain" },
+      { "^C", "strata-discard" },
+      { "^Z", "strata-suspend" },
       { "^R", "em-inc-search-prev" },
       { "\\e[1~", "ed-move-to-beg" },
       { "\\e[4~", "ed-move-to-end" },
@@ -217,6 +225,18 @@ class TerminalReader::Editor
    static unsigned char completeWord( EditLine* edit, int ) { return of( edit ).complete(); }
 
    static unsigned char explainNext( EditLine* edit, int /*key*/ ) { return of( edit ).explain(); }
+
+   static unsigned char discardLine( EditLine* edit, int /*key*/ )
+   {
+      of( edit ).discarded_ = true;
+      return CC_EOF; // ends the line without one
+   }
+
+   static unsigned char suspend( EditLine*, int /*key*/ )
+   {
+      ::kill( 0, SIGTSTP ); // all processes of the command, as the terminal would
+      return CC_REDISPLAY;
+   }
 
    unsigned char complete()
    {
@@ -261,6 +281,7 @@ class TerminalReader::Editor
    std::string prompt_;
    LineGuide guide_;
    HistoryFile history_;
+   bool discarded_ = false; // the present line, by Ctrl-C
    EditLine* edit_ = nullptr;
 };
 
