@@ -18,8 +18,7 @@ page() { # file, title, introduction; the rest from standard input
 }
 
 attributes() {
-   for object in helper scsd features miscConfig pbr sourceIpLookup l2Mcast urpf ethIntfStatusDir interface \
-      intfVlanId virtualPorts hwStatus nexthops mlagStatus mlagHwStatus recircStatus; do
+   for object in $("$command" complete -- attributes ""); do
       printf '## `%s`\n\n' "$object"
       "$command" attributes "$object" --markdown
       echo

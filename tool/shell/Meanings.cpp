@@ -46,10 +46,8 @@ constexpr Meaning meanings[] = {
    { "l3-egress", "it uses L3 egress objects" },
    // Forwarding tables.
    { "svi", "the VLAN has a routed interface" },
-   { "no-svi", "it has none" },
    { "drop-routed", "packets that would be routed are dropped" },
    { "vlan vxlan", "the VNI, then the tunnels that extend the VLAN" },
-   { "no-vxlan", "the VLAN is not extended" },
    { "l3-class", "the class of its L3 interface" },
    { "urpf", "reverse-path check: off, loose or strict" },
    { "mtu", "longest IP packet in bytes, 0 for any" },

@@ -56,7 +56,7 @@ std::vector<Toned> Console::filtered( std::vector<Toned> lines ) const
          const bool inRow = line.part == Part::row || line.part == Part::continuation;
          rowOfLine.push_back( inRow ? std::optional( rows.size() - 1 ) : std::nullopt );
       }
-      if( filter.kind == Filter::Kind::count ) {
+      if( filter.kind == FilterKind::count ) {
          lines = { { Tone::plain,
             "  " + std::to_string( rows.size() ) + ( rows.size() == 1 ? " row" : " rows" ) } };
          continue;

@@ -31,6 +31,7 @@ std::vector<Theme> allThemes()
       { "Show tables of packets", showTableCommands() },
       { "Expect", expectCommands() },
       { "Expect events", expectEventCommands() },
+      { "Expect of packets", expectPacketCommands() },
       { "The my-station table", myStationCommands() },
       { "Chips", chipCommands() },
       { "The shell", shellCommands() },

@@ -71,6 +71,7 @@ std::vector<Command> runCommands();
 std::vector<Command> showCommands();
 std::vector<Command> expectCommands();
 std::vector<Command> expectEventCommands();
+std::vector<Command> expectPacketCommands();
 std::vector<Command> myStationCommands();
 std::vector<Command> chipCommands();
 std::vector<Command> tableCommands();

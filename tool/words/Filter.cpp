@@ -1,14 +1,12 @@
 #include "tool/words/Filter.h"
 
 #include <algorithm>
-#include <array>
 
 namespace Strata::Tool {
 
 namespace {
 
 constexpr std::string_view bar = "|";
-constexpr std::array<std::string_view, 4> names{ "include", "exclude", "begin", "count" };
 
 } // namespace
 
@@ -39,12 +37,10 @@ std::vector<Filter> takeFilters( Words& words )
    std::vector<Filter> filters;
    do {
       words.expect( bar );
-      const std::string_view name = words.choose( "a filter", names );
-      const auto kind =
-         static_cast<Filter::Kind>( std::ranges::find( names, name ) - names.begin() );
-      filters.push_back(
-         { kind, kind == Filter::Kind::count ? std::string()
-                                             : words.take( "the text to look for" ).text } );
+      const std::string_view name = words.choose( "a filter", Vormel::enumNameList<FilterKind> );
+      const FilterKind kind = *Vormel::enumParse<FilterKind>( name );
+      filters.push_back( { kind,
+         kind == FilterKind::count ? std::string() : words.take( "the text to look for" ).text } );
    } while( !words.done() );
    return filters;
 }
@@ -56,8 +52,8 @@ std::vector<std::size_t> selectedRows( const Filter& filter, const std::vector<s
    for( std::size_t i = 0; i < rows.size(); ++i ) {
       const bool fits = rows[ i ].find( filter.text ) != std::string::npos;
       begun = begun || fits;
-      if( filter.kind == Filter::Kind::begin ? begun
-                                             : fits == ( filter.kind == Filter::Kind::include ) )
+      if( filter.kind == FilterKind::begin ? begun
+                                           : fits == ( filter.kind == FilterKind::include ) )
          selected.push_back( i );
    }
    return selected;

@@ -2,6 +2,8 @@
 // The lines of one row stay together, and titles and headings stay above them.
 #pragma once
 
+#include "platform/runtime/Enum.h"
+#include "platform/runtime/Types.h"
 #include "tool/words/Words.h"
 
 #include <optional>
@@ -11,16 +13,16 @@
 
 namespace Strata::Tool {
 
+VORMEL_ENUM( FilterKind, U8,
+   include, // rows with the text
+   exclude, // rows without it
+   begin,   // rows from the first with the text
+   count    // the number of rows
+)
+
 struct Filter
 {
-   enum class Kind : U8
-   {
-      include, // rows with the text
-      exclude, // rows without it
-      begin,   // rows from the first with the text
-      count,   // the number of rows
-   };
-   Kind kind;
+   FilterKind kind;
    std::string text;
 };
 

@@ -217,6 +217,11 @@ const Word& Words::next( std::string_view what )
 {
    if( atEnd() )
       failAtEnd( "expected " + std::string( what ) + syntaxText() );
+   return advance();
+}
+
+const Word& Words::advance()
+{
    tried_.clear();
    textTaken_ = false;
    return line_.words[ next_++ ];
@@ -224,16 +229,7 @@ const Word& Words::next( std::string_view what )
 
 bool Words::accept( std::string_view keyword )
 {
-   offer( keyword );
-   const Word* const word = peek();
-   if( !word || word->quoted || word->text != keyword ) {
-      tried_.emplace_back( keyword );
-      return false;
-   }
-   tried_.clear();
-   textTaken_ = false;
-   ++next_;
-   return true;
+   return !acceptOneOf( { &keyword, 1 } ).empty();
 }
 
 std::string Words::syntaxText() const
@@ -259,9 +255,7 @@ std::string_view Words::acceptOneOf( std::span<const std::string_view> keywords 
       tried_.insert( tried_.end(), keywords.begin(), keywords.end() );
       return {};
    }
-   tried_.clear();
-   textTaken_ = false;
-   ++next_;
+   advance();
    return *found;
 }
 

@@ -198,6 +198,8 @@ class Words
    /// "; the syntax is '...'"
    std::string syntaxText() const;
    const Word& next( std::string_view what );
+   /// Takes the next word, whatever it is. Requires: there is one.
+   const Word& advance();
 
    const Line& line_;
    std::size_t next_ = 0;
