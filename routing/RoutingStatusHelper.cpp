@@ -33,6 +33,8 @@ RoutingStatusHelper::RoutingStatusHelper( const std::string& name,
 
 RoutingStatusHelper::~RoutingStatusHelper() = default;
 
+VORMEL_ALLOCATION( RoutingStatusHelper )
+
 const StrataCommonSmData& RoutingStatusHelper::shared() const
 {
    VORMEL_ASSERT( scsd() );

@@ -46,6 +46,7 @@ enum class UrpfStatus : U8
 class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
 {
    VORMEL_ENTITY( RoutingStatusHelper, STRATA_ROUTING_STATUS_HELPER_ATTRIBUTES )
+   VORMEL_SIZE_OF_LIBRARY
 
    /// Keeps a reference to each input; null inputs are stored as null. Does not touch hardware; init() does.
    RoutingStatusHelper( const std::string& name, const Ref<StrataCommonSmData>& scsd,

@@ -112,6 +112,23 @@ class Ref
    T* object_ = nullptr;
 };
 
+/// In a class that agents make: it is allocated with the size of the library's version, which may have more private
+/// members than the headers that the agent was built with. Its source has VORMEL_ALLOCATION( Class ).
+#define VORMEL_SIZE_OF_LIBRARY \
+ public: \
+   static void* operator new( std::size_t sizeForCaller ); \
+   static void operator delete( void* object );
+
+#define VORMEL_ALLOCATION( Class ) \
+   void* Class::operator new( std::size_t /*sizeForCaller*/ ) \
+   { \
+      return ::operator new( sizeof( Class ) ); \
+   } \
+   void Class::operator delete( void* object ) \
+   { \
+      ::operator delete( object ); \
+   }
+
 template<class T, class... Args>
 Ref<T> make( Args&&... args )
 {

@@ -13,6 +13,8 @@ std::string RefusedClaim::text() const
           std::to_string( entryId ) + " \"" + name + "\"";
 }
 
+VORMEL_ALLOCATION( ObservedTcamEntryManager )
+
 ObservedTcamEntryManager::ObservedTcamEntryManager(
    Ref<StrataBoundedTcamEntryManager> next, Listener listener )
    : ForwardingTcamEntryManager( std::move( next ) ),

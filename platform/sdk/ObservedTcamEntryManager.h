@@ -26,6 +26,7 @@ struct RefusedClaim
 class VORMEL_EXPORT ObservedTcamEntryManager final : public ForwardingTcamEntryManager
 {
    VORMEL_ENTITY( ObservedTcamEntryManager, STRATA_OBSERVED_TCAM_ENTRY_MANAGER_ATTRIBUTES )
+   VORMEL_SIZE_OF_LIBRARY
 
    using Listener = std::function<void( const RefusedClaim& )>;
 

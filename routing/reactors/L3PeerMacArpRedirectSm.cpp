@@ -35,6 +35,8 @@ void L3PeerMacArpRedirectSm::handleInitialized()
 
 L3PeerMacArpRedirectSm::~L3PeerMacArpRedirectSm() = default;
 
+VORMEL_ALLOCATION( L3PeerMacArpRedirectSm )
+
 void L3PeerMacArpRedirectSm::subscriptionsAre( bool active )
 {
    mlagStatusInput_.activeIs( active );

@@ -13,6 +13,8 @@ namespace Strata {
 
 class VORMEL_EXPORT L3PeerMacArpRedirectSm : public Vormel::Reactor
 {
+   VORMEL_SIZE_OF_LIBRARY
+
  public:
    L3PeerMacArpRedirectSm( const Ref<const StrataCommonSmData>& scsd,
       const Ref<const Mlag::Status>& mlagStatus,

@@ -39,6 +39,8 @@ UnknownMacDropLoggingSm::UnknownMacDropLoggingSm(
    handleInitialized();
 }
 
+VORMEL_ALLOCATION( UnknownMacDropLoggingSm )
+
 UnknownMacDropLoggingSm::~UnknownMacDropLoggingSm()
 {
    pollingTimerDel();

@@ -15,6 +15,8 @@ class KibPollingTimer;
 
 class VORMEL_EXPORT UnknownMacDropLoggingSm : public Vormel::Reactor
 {
+   VORMEL_SIZE_OF_LIBRARY
+
  public:
    /// Subscribes to the configuration, resets the counters of its classes and arms the timer. With a null helper its
    /// calls are skipped. Requires: the configuration is not null.

@@ -3,10 +3,15 @@
 
 #include "platform/runtime/EntityType.h"
 #include "platform/runtime/Trace.h"
+#include "platform/sdk/ObservedTcamEntryManager.h"
+#include "routing/reactors/L3PeerMacArpRedirectSm.h"
+#include "routing/reactors/UnknownMacDropLoggingSm.h"
 
 #include <functional>
 #include <gmock/gmock.h>
+#include <malloc.h>
 #include <map>
+#include <type_traits>
 
 namespace Strata {
 namespace {
@@ -79,6 +84,19 @@ TEST_F( EmbeddingSlipsTest, WithoutSharedDataOrShimAnOperationEndsWithAClearAsse
    for( const auto& [ text, count ] : withoutShim )
       named += text.starts_with( "sdkShim() && " ) ? count : 0;
    EXPECT_GT( named, 25u );
+}
+
+TEST_F( EmbeddingSlipsTest, ObjectsHaveTheSizeOfTheLibraryNotOfTheCallersHeaders )
+{
+   const auto check = []<class T>( std::type_identity<T> ) {
+      void* const object = T::operator new( 1 );
+      EXPECT_GE( ::malloc_usable_size( object ), sizeof( T ) );
+      T::operator delete( object );
+   };
+   check( std::type_identity<RoutingStatusHelper>() );
+   check( std::type_identity<UnknownMacDropLoggingSm>() );
+   check( std::type_identity<L3PeerMacArpRedirectSm>() );
+   check( std::type_identity<ObservedTcamEntryManager>() );
 }
 
 TEST_F( EmbeddingSlipsTest, AnUnknownChipModelIsTracedOnceAtTheFirstLook )
