@@ -7,7 +7,7 @@ BENCH_FLAGS ?=
 FILES ?=
 
 .DEFAULT_GOAL := help
-.PHONY: help run test bench mutants library package format lint update update-golden update-reference update-symbols clean
+.PHONY: help run test bench mutants library package api format lint update update-golden update-reference update-symbols update-abi clean
 
 help:
 	@echo 'make run            build, then run a scenario on the simulated chip'
@@ -18,8 +18,10 @@ help:
 	@echo '                      N=20  SEED=1  LINES=20-40  FUNCTION=<pattern>  KIND=<pattern>  SCENARIOS=1  LIST=1'
 	@echo 'make update         replace what is generated from the code: golden transcripts, reference pages, the list of'
 	@echo '                      exported symbols; also by itself: update-golden, update-reference, update-symbols'
+	@echo 'make update-abi     write down the binary interface of a version (see Releases in CONTRIBUTING.md)'
 	@echo 'make library        build the library alone, for an agent: build/library'
 	@echo 'make package        build the Debian packages'
+	@echo 'make api            make the API pages: build/library/api/html/index.html'
 	@echo 'make format         format all C++ files'
 	@echo 'make lint           format, layering and clang-tidy checks'
 	@echo 'make clean          remove the build directories'
@@ -67,6 +69,10 @@ update-symbols:
 	@sh ci/build.sh debug strata-l3
 	@sh ci/symbols.sh build/debug/lib/libstrata-l3.so --update
 
+update-abi:
+	@sh ci/setup.sh ci
+	@sh ci/abi.sh --update
+
 package:
 	@sh ci/setup.sh package
 	@sh ci/build.sh package
@@ -75,6 +81,10 @@ package:
 library:
 	@sh ci/setup.sh library
 	@sh ci/build.sh library
+
+api: library
+	@sh ci/setup.sh package
+	@sh ci/api.sh library
 
 format:
 	@sh ci/setup.sh ci

@@ -11,6 +11,7 @@ out=$root/$build/packages
 # Packages that depend on others come first: this is the order of removal.
 packages='strata-l3-kit libstrata-l3-dev strata-l3 libstrata-l3-0.1'
 
+sh ci/api.sh "$1"
 rm -rf "$out"
 cpack --config "$build/CPackConfig.cmake" -B "$out" >"$build/cpack.log" 2>&1 || {
    cat "$build/cpack.log"

@@ -31,6 +31,7 @@ python3 python3
 '
 package='
 dpkg-dev dpkg-shlibdeps
+doxygen doxygen
 '
 ci='
 git git
@@ -42,6 +43,8 @@ util-linux setarch
 g++-aarch64-linux-gnu aarch64-linux-gnu-g++
 pkg-config pkg-config
 man-db man
+abigail-tools abidw
+xz-utils xz
 python3-scapy /usr/lib/python3/dist-packages/scapy
 '
 

@@ -72,6 +72,11 @@ install(
       ${PROJECT_BINARY_DIR}/strata-l3ConfigVersion.cmake
    DESTINATION ${packageDir}
    COMPONENT dev )
+# If ci/api.sh has made them.
+install( DIRECTORY ${PROJECT_BINARY_DIR}/api/html/
+   DESTINATION ${CMAKE_INSTALL_DOCDIR}/api
+   COMPONENT dev
+   OPTIONAL )
 install( DIRECTORY examples
    DESTINATION ${CMAKE_INSTALL_DOCDIR}
    COMPONENT dev

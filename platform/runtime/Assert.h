@@ -34,7 +34,7 @@ VORMEL_EXPORT FatalSink fatalSinkIs( FatalSink sink );
 /// Writes a line, given without a newline, to standard error and passes it to the sink.
 VORMEL_EXPORT void fatalLine( std::string_view line ) noexcept;
 
-/// Reports `<file>:<line>: <signature>: Assertion '<text>' failed.` by fatalLine() and ends the process.
+/// Reports "FILE:LINE: SIGNATURE: Assertion 'TEXT' failed." by fatalLine() and ends the process.
 [[noreturn]] VORMEL_EXPORT void assertionFailed(
    const char* file, int line, const char* signature, const char* text );
 

@@ -3,7 +3,7 @@
 //
 // Other code uses the lists as well: STRATA_FIELD_ACTIONS( ROLE ) is ROLE( CopyToCpu ), ROLE( CopyToCpuCancel ) and so on. Those
 // of registers, memories and their fields have the SDK's name behind the role: ROLE( IngConfig64, ING_CONFIG_64r ). It may
-// be a macro, so a row takes it as #name.
+// be a macro, so a row takes it as `#name`.
 #pragma once
 
 #include "platform/runtime/Enum.h"
