@@ -22,14 +22,14 @@ InterruptWatch::~InterruptWatch()
    pressed = 0;
 }
 
-SignalIgnored::SignalIgnored( int signal ) : signal_( signal )
+SignalAction::SignalAction( int signal, void ( *handler )( int ) ) : signal_( signal )
 {
    struct sigaction action = {};
-   action.sa_handler = SIG_IGN;
+   action.sa_handler = handler;
    ::sigaction( signal, &action, &before_ );
 }
 
-void SignalIgnored::restore() const
+void SignalAction::restore() const
 {
    ::sigaction( signal_, &before_, nullptr );
 }

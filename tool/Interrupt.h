@@ -29,16 +29,16 @@ class InterruptWatch
    struct sigaction before_;
 };
 
-/// Ignores a signal during its lifetime.
-class SignalIgnored
+/// Handles a signal by `handler`, SIG_IGN or SIG_DFL, during its lifetime.
+class SignalAction
 {
  public:
-   explicit SignalIgnored( int signal );
-   ~SignalIgnored() { restore(); }
-   SignalIgnored( const SignalIgnored& ) = delete;
-   SignalIgnored& operator=( const SignalIgnored& ) = delete;
+   SignalAction( int signal, void ( *handler )( int ) );
+   ~SignalAction() { restore(); }
+   SignalAction( const SignalAction& ) = delete;
+   SignalAction& operator=( const SignalAction& ) = delete;
 
-   /// For a copy of the process, which does not ignore it.
+   /// For a copy of the process, which handles it as before.
    void restore() const;
 
  private:

@@ -103,6 +103,20 @@ TEST( Shell, TheCaretIsUnderTheWrongWord )
          << line;
 }
 
+TEST( Shell, ExpectedAndFoundPortsAreInTheWordsOfScenarios )
+{
+   const Outcome outcome = runLine( { "shell", "--quiet" },
+      "switch hsdk ports 8\ninterface Ethernet1-7 unit 0 port 1\npacket in Ethernet7 ipv4\n"
+      "expect departs Ethernet12-13\nexpect departs port 8 Ethernet1-6\n"
+      "expect departs Ethernet3-5 Ethernet1-2 Ethernet1 with ttl\n" );
+   EXPECT_THAT( outcome.err, HasSubstr( "Ethernet12 has no port" ) );
+   EXPECT_THAT( outcome.out,
+      AllOf( HasSubstr( "to leave on Ethernet3-5, Ethernet1, Ethernet2, Ethernet1 with" ),
+         HasSubstr( "found     Ethernet1-6, port 8 of unit 0; 02:00:00:00:00:01 ->" ),
+         Not( HasSubstr( "UDP 40000 -> 53; " ) ) ) );
+   EXPECT_THAT( outcome.out, Not( HasSubstr( "leave on port 8" ) ) ); // it held, in another order
+}
+
 TEST( Shell, CapturesContainTheFramesThatLeftAndPipesAreRefused )
 {
    const std::string file = testing::TempDir() + "left.pcap";
@@ -289,6 +303,8 @@ TEST( Completion, OffersCommandsAndTheirArguments )
    EXPECT_THAT( can( "packet in cpu ipv4 ttl 1 t" ), ElementsAre( "tcp" ) );
    EXPECT_THAT( can( "note \"un" ), IsEmpty() );
    EXPECT_THAT( can( "sh ent" ), ElementsAre( "entries" ) );
+   EXPECT_THAT( can( "vlan 1 members et" ), ElementsAre( "Ethernet1" ) );
+   EXPECT_THAT( can( "expect entry nexthopto" ), ElementsAre( "nexthopToCpu" ) );
    EXPECT_THAT( can( "show entries | e" ), ElementsAre( "exclude" ) );
    EXPECT_THAT( can( "no vlan " ), ElementsAre( "1" ) );
    EXPECT_THAT( can( "pcap tests/packet/fr" ), ElementsAre( "tests/packet/frames/" ) );
@@ -323,6 +339,11 @@ TEST( Completion, EveryWordThatCanComeNextHasAMeaning )
    EXPECT_EQ( meaningOfFirst( "vlan 10 mt" ), "longest IP packet in bytes, 0 for any" );
    EXPECT_EQ( meaningOfFirst( "vlan 10 mtu " ), "an MTU in bytes" );
    EXPECT_EQ( meaningOfFirst( "mark " ), "runs the line" );
+   EXPECT_EQ(
+      meaningOfFirst( "set mlagStatus.peerL" ), "the link to the peer, an interface or a LAG" );
+   EXPECT_EQ( meaningOfFirst( "call l3I" ), "init( enable, true )" );
+   EXPECT_EQ( nextWords( session, "expect entry nextH" ).words.front().word, "nexthopToCpu" );
+   EXPECT_EQ( nextWords( session, "kk" ).syntax, "no word here starts with 'kk'" );
    EXPECT_EQ( nextWords( session, "int et1 un" ).syntax,
       "interface INTERFACE[-LAST] unit N port N [logical N] [routed|bridged]" );
 }

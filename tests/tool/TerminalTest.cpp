@@ -37,7 +37,9 @@ class TerminalTest : public testing::Test
       ::close( terminal_ );
    }
 
-   void start( const std::string& pager = "cat", const std::string& type = "xterm" )
+   /// `caller` is a script of sh that runs "$0" shell; without one the shell is its own session.
+   void start( const std::string& pager = "cat", const std::string& type = "xterm",
+      const char* caller = nullptr )
    {
       winsize size{ 24, 80, 0, 0 };
       shell_ = ::forkpty( &terminal_, nullptr, nullptr, &size );
@@ -46,6 +48,8 @@ class TerminalTest : public testing::Test
          ::setenv( "XDG_STATE_HOME", testing::TempDir().c_str(), 1 );
          ::setenv( "TERM", type.c_str(), 1 );
          ::setenv( "PAGER", pager.c_str(), 1 );
+         if( caller )
+            ::execl( "/bin/sh", "sh", "-c", caller, STRATA_TOOL_FILE, nullptr );
          ::execl( STRATA_TOOL_FILE, "strata-l3", "shell", nullptr );
          ::_exit( 127 );
       }
@@ -159,6 +163,23 @@ TEST_F( TerminalTest, CtrlCEndsTheCommandAndNotTheSession )
    type( interrupt ); // discards the line
    outputUntilPrompt();
    EXPECT_EQ( status(), 0 );
+}
+
+// The caller takes the terminal as soon as one of the shell's processes has stopped.
+TEST_F( TerminalTest, CtrlZStopsTheSessionOnceAndTheLineIsKept )
+{
+   start(
+      "cat", "xterm", "set -m; \"$0\" shell; for i in 1 2 3 4 5 6 7 8; do echo stopped; fg; done" );
+   run( "switch hsdk ports 4" );
+   for( int stop = 0; stop < 4; ++stop ) {
+      type( "show un" );
+      outputUntil( "un" );
+      type( "\032" );
+      outputUntil( "stopped\r\n" );
+      EXPECT_THAT( outputUntilPrompt(), Not( HasSubstr( "stopped" ) ) );
+      type( "its\n" );
+      EXPECT_THAT( outputUntilPrompt(), HasSubstr( "hsdk" ) );
+   }
 }
 
 TEST_F( TerminalTest, ADeathLeavesAFreshSessionWithTheHistory )

@@ -1,6 +1,7 @@
 #include "tool/shell/Completion.h"
 
 #include "platform/runtime/EntityType.h"
+#include "platform/runtime/Format.h"
 #include "platform/runtime/Trace.h"
 #include "sim/chip/ChipProfile.h"
 #include "sim/sdk/Faults.h"
@@ -13,16 +14,20 @@
 #include "tool/words/Filter.h"
 
 #include <algorithm>
+#include <cctype>
 #include <filesystem>
 #include <functional>
-#include <set>
+#include <iterator>
+#include <map>
+#include <ranges>
 #include <system_error>
 
 namespace Strata::Tool {
 
 namespace {
 
-using Candidates = std::set<std::string>;
+/// Words, with their meanings where they have one.
+using Candidates = std::map<std::string, std::string>;
 
 constexpr char quote = '"';
 
@@ -30,19 +35,23 @@ template<class Range>
 void addAll( Candidates& candidates, const Range& names )
 {
    for( const auto& name : names )
-      candidates.emplace( name );
+      candidates.emplace( name, std::string() );
 }
 
 void addInterfaces( const Session& session, Candidates& candidates )
 {
-   for( const auto& status : session.agent().hardware().ethIntfStatusDir()->intfStatus() )
-      candidates.insert( status.key.toString() );
+   const Sim::SimSwitch& hardware = session.agent().hardware();
+   for( const auto& status : hardware.ethIntfStatusDir()->intfStatus() ) {
+      const StrataPort at = hardware.scsd()->strataIntfToPort( status.key );
+      candidates.emplace( status.key.toString(),
+         at ? Vormel::format( "port %d of unit %d", at.sdkPort(), at.unit() ) : "no port" );
+   }
 }
 
 void addLags( const Session& session, Candidates& candidates )
 {
    for( const auto& lag : session.agent().hardware().scsd()->lagMembers() )
-      candidates.insert( lag.key.toString() );
+      candidates.emplace( lag.key.toString(), "a LAG" );
 }
 
 void addObjects( const Session& session, Candidates& candidates )
@@ -59,20 +68,21 @@ void addAttributes( const Session& session, std::string_view word, Candidates& c
    const Ref<Entity> entity = session.agent().object( object );
    if( entity )
       for( const auto& attribute : entity->entityType().attributes() )
-         candidates.insert(
-            ( dot == word.npos ? "" : object + "." ) + std::string( attribute->info().name ) );
+         candidates.emplace(
+            ( dot == word.npos ? "" : object + "." ) + std::string( attribute->info().name ),
+            attribute->info().meaning );
    if( dot != word.npos )
       return;
    Candidates objects;
    addObjects( session, objects );
-   for( const std::string& name : objects )
-      candidates.insert( name + "." );
+   for( const auto& [ name, meaning ] : objects )
+      candidates.emplace( name + ".", meaning );
 }
 
 void addOperations( const Session& session, Candidates& candidates )
 {
    for( const auto& operation : session.agent().helper()->entityType().operations() )
-      candidates.emplace( operation->name() );
+      candidates.emplace( operation->name(), operation->summary() );
 }
 
 /// Offsets' names and ranges; within quotes the names that entries are claimed under.
@@ -83,25 +93,25 @@ void addEntries( const Session& session, std::string_view word, Candidates& cand
       for( const auto& [ unit, chip ] : hardware.chips() )
          for( const Sim::FieldGroup& group : chip.groups() )
             for( const auto& [ id, entry ] : group.entries() )
-               candidates.insert( quote + entry.name + quote );
+               candidates.emplace( quote + entry.name + quote, std::string() );
       return;
    }
    addAll( candidates, entryOffsetNames() );
    for( const auto& manager : hardware.tcamManagers() )
-      candidates.insert( manager->profile().name );
+      candidates.emplace( manager->profile().name, "a range of entries" );
 }
 
 void addVlans( const Session& session, Candidates& candidates )
 {
    for( const auto& [ unit, chip ] : session.agent().hardware().chips() )
       for( const auto& [ id, vlan ] : chip.vlans() )
-         candidates.insert( std::to_string( id ) );
+         candidates.emplace( std::to_string( id ), std::string() );
 }
 
 void addTunnels( const Session& session, Candidates& candidates )
 {
    for( const auto& [ name, tunnel ] : session.packets().tables().tunnels )
-      candidates.insert( name );
+      candidates.emplace( name, std::string() );
 }
 
 /// Files and folders; names that a line must quote are quoted.
@@ -122,7 +132,7 @@ void addFiles( std::string_view word, Candidates& candidates )
       std::string whole = folder + name + ( isFolder ? "/" : "" );
       if( quoted || whole.find_first_of( " \t#" ) != whole.npos )
          whole = quote + whole + ( isFolder ? "" : std::string( 1, quote ) );
-      candidates.insert( whole );
+      candidates.emplace( whole, std::string() );
    }
 }
 
@@ -156,7 +166,7 @@ const std::vector<Placeholder>& placeholders()
       { "CODE",
          []( S&, W, C& c ) {
             for( const Sim::SdkCodeInfo& code : Sim::sdkCodes() )
-               c.emplace( code.name );
+               c.emplace( code.name, std::string() );
          } },
       { "REGISTER", []( S&, W, C& c ) { addAll( c, roleNames<Register> ); } },
       { "FIELD",
@@ -167,7 +177,7 @@ const std::vector<Placeholder>& placeholders()
       { "HANDLE",
          []( S&, W, C& c ) {
             for( const Vormel::TraceHandle* const handle : Vormel::traceHandles() )
-               c.insert( std::string( handle->name() ) + "=" );
+               c.emplace( std::string( handle->name() ) + "=", std::string() );
          } },
    };
    return all;
@@ -178,6 +188,24 @@ const Placeholder* placeholder( std::string_view offer )
 {
    const auto found = std::ranges::find( placeholders(), offer, &Placeholder::name );
    return found == placeholders().end() ? nullptr : &*found;
+}
+
+bool startsWith( std::string_view text, std::string_view start, bool anyCase )
+{
+   const auto folded = [ anyCase ]( char c ) {
+      return anyCase ? std::tolower( static_cast<unsigned char>( c ) ) : c;
+   };
+   return text.size() >= start.size() &&
+          std::ranges::equal( text.substr( 0, start.size() ), start, {}, folded, folded );
+}
+
+/// Leaves the words that start with `word`, or else those that start with it in other letters, as "Ethernet1" with "et".
+void keepFitting( Candidates& candidates, std::string_view word )
+{
+   const bool anyCase = std::ranges::none_of(
+      candidates, [ & ]( const auto& item ) { return startsWith( item.first, word, false ); } );
+   std::erase_if(
+      candidates, [ & ]( const auto& item ) { return !startsWith( item.first, word, anyCase ); } );
 }
 
 /// Where the last word starts, which may have blanks within quotes.
@@ -241,14 +269,24 @@ std::vector<std::string> completions( const Session& session, std::string_view l
          if( const Placeholder* const kind = placeholder( offer ) )
             kind->add( session, word, candidates );
          else if( isKeyword( offer ) )
-            candidates.insert( offer );
+            candidates.emplace( offer, std::string() );
    } catch( const InputError& ) {
       return {}; // it has an error already
    }
+   keepFitting( candidates, word );
    std::vector<std::string> fitting;
-   std::ranges::copy_if( candidates, std::back_inserter( fitting ),
-      [ & ]( const std::string& candidate ) { return candidate.starts_with( word ); } );
+   std::ranges::copy( std::views::keys( candidates ), std::back_inserter( fitting ) );
    return fitting;
+}
+
+std::map<std::string, std::string> namesFor(
+   const Session& session, std::string_view kind, std::string_view word )
+{
+   Candidates candidates;
+   if( const Placeholder* const known = placeholder( kind ) )
+      known->add( session, word, candidates );
+   keepFitting( candidates, word );
+   return candidates;
 }
 
 } // namespace Strata::Tool

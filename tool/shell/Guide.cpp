@@ -168,6 +168,13 @@ NextWords nextWords( const Session& session, std::string_view line )
    for( const auto& [ offer, what ] : offers ) {
       if( offer == Words::anyWord || ( isKeyword( offer ) && !offer.starts_with( word ) ) )
          continue;
+      if( !isKeyword( offer ) && !word.empty() ) {
+         const auto names = namesFor( session, offer, word );
+         for( const auto& [ name, meaning ] : names )
+            next.words.push_back( { name, meaning } );
+         if( !names.empty() )
+            continue;
+      }
       const bool isValue = value != offers.end() && what.empty() && isKeyword( offer );
       named = named || isValue;
       next.words.push_back(
@@ -178,8 +185,9 @@ NextWords nextWords( const Session& session, std::string_view line )
    const auto problem = known.words.empty() ? std::nullopt : problemOf( session, known );
    if( word.empty() && !known.words.empty() && !problem )
       next.words.push_back( { "<Enter>", "runs the line" } );
-   if( next.words.empty() && problem )
-      next.syntax = problem->problem();
+   if( next.words.empty() )
+      next.syntax =
+         problem ? problem->problem() : "no word here starts with '" + std::string( word ) + "'";
    return next;
 }
 

@@ -232,9 +232,15 @@ class TerminalReader::Editor
       return CC_EOF; // ends the line without one
    }
 
-   static unsigned char suspend( EditLine*, int /*key*/ )
+   /// Stops all processes of the command, as the terminal would. The editor's own handler of the signal would set the
+   /// terminal after the first of them has stopped: too late, because by then the terminal may be the caller's.
+   static unsigned char suspend( EditLine* edit, int /*key*/ )
    {
-      ::kill( 0, SIGTSTP ); // all processes of the command, as the terminal would
+      ::el_set( edit, EL_PREP_TERM, 0 );
+      const SignalAction stop( SIGTSTP, SIG_DFL );
+      const SignalAction proceed( SIGCONT, SIG_DFL );
+      ::kill( 0, SIGTSTP );
+      ::el_set( edit, EL_PREP_TERM, 1 );
       return CC_REDISPLAY;
    }
 
@@ -245,14 +251,16 @@ class TerminalReader::Editor
       const auto [ word, candidates ] = guide_.complete( typed() );
       if( candidates.empty() )
          return CC_ERROR;
-      std::string more = commonStart( candidates ).substr( word.size() );
+      std::string whole = commonStart( candidates );
       // Without a blank behind a part that goes on: an object's dot, a handle's sign, a folder.
       const std::string& first = candidates.front();
       if( candidates.size() == 1 && !first.ends_with( '.' ) && !first.ends_with( '=' ) &&
           !first.ends_with( '/' ) )
-         more += ' ';
-      if( !more.empty() )
-         return insert( more.c_str() );
+         whole += ' ';
+      if( whole.size() > word.size() ) {
+         ::el_deletestr( edit_, static_cast<int>( word.size() ) ); // its letters may differ in case
+         return insert( whole.c_str() );
+      }
       int width = 80;
       ::el_get( edit_, EL_GETTC, "co", &width, nullptr );
       std::cout << '\n';

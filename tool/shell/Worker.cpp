@@ -35,8 +35,8 @@ WorkerEnd runWorker( const std::function<int()>& work )
 {
    std::cout.flush();
    std::fflush( nullptr );
-   const SignalIgnored interrupt( SIGINT );
-   const SignalIgnored quit( SIGQUIT );
+   const SignalAction interrupt( SIGINT, SIG_IGN );
+   const SignalAction quit( SIGQUIT, SIG_IGN );
    const pid_t worker = ::fork();
    if( worker < 0 )
       throw std::system_error( errno, std::generic_category(), "fork" );

@@ -1,6 +1,8 @@
 #include "tool/view/Console.h"
 
 #include <algorithm>
+#include <iterator>
+#include <ranges>
 #include <sstream>
 
 namespace Strata::Tool {
@@ -147,8 +149,14 @@ void Console::report( const std::string& title, const Table& table )
 
 void Console::hint( const std::string& title, const Table& table )
 {
+   std::vector<Toned> lines;
+   for( const std::string& part : wrapped( title, width() ) )
+      lines.push_back( { Tone::title, part, Part::head } );
+   if( !table.empty() )
+      std::ranges::copy(
+         tableLines( {}, table, width() ) | std::views::drop( 1 ), std::back_inserter( lines ) );
    showBegins( {} );
-   writeScreen( tableLines( title, table, width() ) );
+   writeScreen( lines );
    showEnds();
 }
 

@@ -38,11 +38,11 @@ bool showInPager( const std::string& text )
    constexpr int noSuchCommand = 127; // of a POSIX shell
    const char* const chosen = std::getenv( "PAGER" );
    const char* const command = chosen && *chosen ? chosen : "less -FRX";
-   const SignalIgnored brokenPipe( SIGPIPE ); // the user may leave before the end
+   const SignalAction brokenPipe( SIGPIPE, SIG_IGN ); // the user may leave before the end
    std::FILE* const pager = ::popen( command, "w" );
    if( !pager )
       return false;
-   const SignalIgnored interrupt( SIGINT );
+   const SignalAction interrupt( SIGINT, SIG_IGN );
    std::fwrite( text.data(), 1, text.size(), pager );
    const int status = ::pclose( pager );
    return !WIFEXITED( status ) || WEXITSTATUS( status ) != noSuchCommand;
