@@ -123,6 +123,11 @@ std::string PacketEngine::portName( PortRef port ) const
    return withView( [ & ]( const PacketView& view ) { return view.portName( port ); } );
 }
 
+std::string PacketEngine::portNames( const std::vector<PortRef>& ports ) const
+{
+   return withView( [ & ]( const PacketView& view ) { return portsText( view, ports ); } );
+}
+
 std::string PacketEngine::nextHopName( const NextHop& nextHop ) const
 {
    return withView( [ & ]( const PacketView& view ) { return nextHopText( view, nextHop ); } );
@@ -134,10 +139,21 @@ std::string PacketEngine::summary( const Verdict& verdict ) const
    const auto add = [ &text ]( const std::string& part, const char* between ) {
       text += ( text.empty() ? "" : between ) + part;
    };
-   for( const Departure* const departure : verdict.departures() )
-      add( portName( departure->port ) +
-              ( departure->tunnel.empty() ? "" : " (tunnel " + departure->tunnel + ")" ),
-         ", " );
+   std::vector<PortRef> plain; // of departures outside tunnels
+   const auto addPlain = [ & ] {
+      if( !plain.empty() )
+         add( portNames( plain ), ", " );
+      plain.clear();
+   };
+   for( const Departure* const departure : verdict.departures() ) {
+      if( departure->tunnel.empty() ) {
+         plain.push_back( departure->port );
+         continue;
+      }
+      addPlain();
+      add( portName( departure->port ) + " (tunnel " + departure->tunnel + ")", ", " );
+   }
+   addPlain();
    for( const CpuCopy* const copy : verdict.cpuCopies() ) {
       std::string reasons;
       for( const std::string& reason : copy->reasons )

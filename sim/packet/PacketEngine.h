@@ -60,6 +60,7 @@ class PacketEngine
    static std::string loopText();
 
    std::string portName( PortRef port ) const;
+   std::string portNames( const std::vector<PortRef>& ports ) const;
    std::string nextHopName( const NextHop& nextHop ) const;
    /// "Ethernet3, Ethernet4; CPU queue 0 (TTL 1); dropped: ..." in one line.
    std::string summary( const Verdict& verdict ) const;

@@ -106,6 +106,71 @@ std::string PacketView::portName( PortRef port ) const
    return format( "port %d of unit %d", chip( port.unit ).sdkPort( port.port ), port.unit ) + what;
 }
 
+namespace {
+
+/// A port's name around its number.
+struct NumberedName
+{
+   explicit NumberedName( const std::string& name )
+   {
+      const std::size_t at = std::min( name.find_first_of( digits ), name.size() );
+      const std::size_t end = std::min( name.find_first_not_of( digits, at ), name.size() );
+      before = name.substr( 0, at );
+      number = at < end ? std::stoul( name.substr( at, end - at ) ) : 0;
+      behind = name.substr( end );
+   }
+
+   bool follows( const NumberedName& other, std::size_t distance ) const
+   {
+      return before == other.before && behind == other.behind &&
+             number == other.number + distance && !behind.starts_with( '/' );
+   }
+
+   /// Of the ports from this one to number `last`.
+   std::string range( unsigned long last ) const
+   {
+      return ( behind.empty() ? before : "ports " ) + std::to_string( number ) + "-" +
+             std::to_string( last ) + behind;
+   }
+
+   static constexpr const char* digits = "0123456789";
+   std::string before;
+   unsigned long number = 0;
+   std::string behind;
+};
+
+/// The LAG or port by which packets for the next hop leave.
+std::string placeName( const PacketView& view, PortRef port )
+{
+   for( const Lag& lag : view.lags() )
+      if( lag.has( port ) )
+         return lag.name;
+   return view.portName( port );
+}
+
+} // namespace
+
+std::string portsText( const PacketView& view, const std::vector<PortRef>& ports )
+{
+   constexpr std::size_t fewest = 3; // ports in a row that are shown as a range
+   std::vector<std::string> names;
+   for( const PortRef port : ports )
+      names.push_back( view.portName( port ) );
+   std::string text;
+   for( std::size_t at = 0; at < names.size(); ) {
+      const NumberedName first( names[ at ] );
+      std::size_t count = 1;
+      while(
+         at + count < names.size() && NumberedName( names[ at + count ] ).follows( first, count ) )
+         ++count;
+      const bool range = count >= fewest;
+      text += ( text.empty() ? "" : ", " ) +
+              ( range ? first.range( first.number + count - 1 ) : names[ at ] );
+      at += range ? count : 1;
+   }
+   return text;
+}
+
 std::string nextHopText( const PacketView& view, const NextHop& nextHop )
 {
    switch( nextHop.kind ) {
@@ -120,7 +185,7 @@ std::string nextHopText( const PacketView& view, const NextHop& nextHop )
       break;
    }
    return format( "%s in VLAN %d on %s", nextHop.mac.toString(), U32{ nextHop.vlanId },
-      view.portName( nextHop.port ) );
+      placeName( view, nextHop.port ) );
 }
 
 std::string nextHopText( const PacketView& view, const std::vector<NextHop>& nextHops )

@@ -84,7 +84,10 @@ class PacketView
    mutable std::optional<std::vector<Lag>> lags_; // computed at the first use
 };
 
-/// "Ethernet3 in VLAN 20, 00:..:09"
+/// "Ethernet1, Ethernet3-5", as the words of scenarios: ranges of three ports or more in a row.
+std::string portsText( const PacketView& view, const std::vector<PortRef>& ports );
+
+/// "00:..:09 in VLAN 20 on Ethernet3", or on the LAG that the port belongs to.
 std::string nextHopText( const PacketView& view, const NextHop& nextHop );
 /// The same for each, with "or" between them.
 std::string nextHopText( const PacketView& view, const std::vector<NextHop>& nextHops );

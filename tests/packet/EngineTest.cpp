@@ -135,8 +135,9 @@ TEST_F( EngineTest, WhatPreventsRoutingIsNamedWithItsWriterAndItsCure )
    const std::string packet = "in Ethernet1 dmac 02:00:a1:00:00:01 ipv4";
    EXPECT_THAT( told( packet ), AllOf( HasSubstr( "IP4 of port 1 is 0 the slice writes it" ),
                                    HasSubstr( "'call programSwitchCtrlPortSet Ethernet1'" ) ) );
-   EXPECT_THAT(
-      told( "in port 2 dmac router ipv4" ), HasSubstr( "'interface NAME unit 0 port 2'" ) );
+   EXPECT_THAT( told( "in port 2 dmac router ipv4" ),
+      AllOf( HasSubstr( "'interface NAME unit 0 port 2'" ),
+         HasSubstr( "leaves Ethernet1, ports 3-8 of unit 0: " ) ) );
    run( "bring-up\ncall handleVlanRoutingState 1 ip6" );
    EXPECT_THAT(
       told( packet ), HasSubstr( "'call handleVlanRoutingState 1 ip4,ip6' lets it route" ) );
@@ -161,6 +162,8 @@ TEST_F( EngineTest, ExplanationsShowAllNextHopsAndWhyOneWasChosen )
       told( flow + "1" ), AllOf( HasSubstr( "on Ethernet5; lost: down" ),
                              HasSubstr( "next hop 2, which is lost; divided by 3, modulo "
                                         "the 2 that are left, it selects next hop 0" ) ) );
+   run( "lag Port-Channel1 Ethernet5-6\nunit 0 port 6 down" );
+   EXPECT_THAT( told( flow + "1" ), HasSubstr( "in VLAN 20 on Port-Channel1; lost: " ) );
 }
 
 TEST_F( EngineTest, CausesAreInputsAndNotWhatTheSliceReports )

@@ -5,8 +5,8 @@
 #include "tool/words/EntryChoice.h"
 
 #include <algorithm>
+#include <iterator>
 #include <optional>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -28,32 +28,33 @@ std::string found( const Session& session )
 Act expectDeparts( const Session& session, Words& words )
 {
    needPacket( session, words );
-   const Sim::PacketEngine& engine = session.packets().engine();
-   std::multiset<std::string> wanted;
+   std::vector<Sim::PortRef> wanted;
    std::string part;
    const bool none = words.accept( "none" );
    if( !none )
       do {
-         for( const Sim::PortRef port : takePorts( session, words ) )
-            wanted.insert( engine.portName( port ) );
+         std::ranges::copy( takePorts( session, words ), std::back_inserter( wanted ) );
       } while( !words.done() && !( words.peek() && words.peek()->text == "with" ) );
    if( !none && words.accept( "with" ) )
       part = words.text( "a part of what leaves" );
-   std::string expected = "the packet to leave on";
-   for( const std::string& name : wanted )
-      expected += " " + name;
-   expected += wanted.empty() ? " no port" : part.empty() ? "" : " with " + part;
+   std::string expected = "the packet to leave on ";
+   expected += wanted.empty() ? "no port" : session.packets().engine().portNames( wanted );
+   expected += part.empty() ? "" : " with " + part;
    return [ = ]( Session& live ) {
-      std::multiset<std::string> leaves;
-      bool fits = true;
-      std::string frames;
+      std::vector<Sim::PortRef> leaves;
+      std::vector<std::string> frames;
       for( const Sim::Departure* const departure : live.packets().last()->verdict.departures() ) {
-         leaves.insert( live.packets().engine().portName( departure->port ) );
-         fits = fits && departure->frame.text().find( part ) != std::string::npos;
-         frames += "; " + departure->frame.text();
+         leaves.push_back( departure->port );
+         frames.push_back( departure->frame.text() );
       }
-      live.expect(
-         leaves == wanted && fits, expected, found( live ) + ( part.empty() ? "" : frames ) );
+      const bool fits = std::ranges::all_of(
+         frames, [ & ]( const std::string& frame ) { return frame.find( part ) != frame.npos; } );
+      frames.erase( std::ranges::unique( frames ).begin(), frames.end() );
+      std::string shown;
+      for( const std::string& frame : frames )
+         shown += "; " + frame;
+      live.expect( std::ranges::is_permutation( leaves, wanted ) && fits, expected,
+         found( live ) + ( part.empty() ? "" : shown ) );
    };
 }
 

@@ -180,19 +180,18 @@ void addStage( Table& table, Sim::PacketEngine& engine, const Sim::StageNote& no
 void addOutcome( Table& table, Sim::PacketEngine& engine, const Sim::PassVerdict& pass )
 {
    // Ports on which the same frame leaves are listed together.
-   std::vector<std::pair<std::string, std::string>> leaving; // frame, and ports
+   std::vector<std::pair<std::string, std::vector<Sim::PortRef>>> leaving; // frame, and ports
    for( const Sim::Departure& departure : pass.departures ) {
       const std::string what = ( departure.tunnel.empty() ? "" : ", tunnel " + departure.tunnel ) +
                                ": " + departure.frame.text();
-      const auto same =
-         std::ranges::find( leaving, what, &std::pair<std::string, std::string>::first );
+      auto same = std::ranges::find_if(
+         leaving, [ & ]( const auto& known ) { return known.first == what; } );
       if( same == leaving.end() )
-         leaving.emplace_back( what, engine.portName( departure.port ) );
-      else
-         same->second += ", " + engine.portName( departure.port );
+         same = leaving.insert( same, { what, {} } );
+      same->second.push_back( departure.port );
    }
    for( const auto& [ what, ports ] : leaving )
-      table.row( { "leaves", ports + what } );
+      table.row( { "leaves", engine.portNames( ports ) + what } );
    if( pass.cpu )
       for( const std::string& reason : pass.cpu->reasons )
          table.row( { "CPU", format( "queue %d: %s", pass.cpu->queue, reason ) } );
