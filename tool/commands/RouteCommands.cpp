@@ -62,6 +62,10 @@ Act addTunnel( const Session& session, Words& words )
    const std::string name = words.name( "a tunnel's name", behind );
    if( std::ranges::find( vlanProperties, name ) != vlanProperties.end() )
       words.fail( "'" + name + "' is a property of VLANs; give the tunnel another name" );
+   const Sim::ChipProfile& chip = session.agent().hardware().profile();
+   if( !chip.attributes.vxlanSupported )
+      words.fail( "chips of the profile '" + chip.name +
+                  "' have no VXLAN; 'with vxlanSupported' in the line of 'switch' adds it" );
    words.expect( "local" );
    const Sim::IpAddress local = takeTunnelEnd( words, "the address of this end" );
    words.expect( "remote" );

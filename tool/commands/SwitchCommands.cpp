@@ -279,7 +279,7 @@ std::vector<Command> switchCommands()
       { "no switch", "", "remove the switch and its agent", parseNone<removeSwitch> },
       { "unit",
          "N traps-ttl-exceptions|ip-options-profile|higig-trunks-as-lag true|false, "
-         "N room GROUP COUNT, N port PORT up|down",
+         "N room GROUP COUNT, N port N up|down",
          "change a property of one unit", unitProperty },
       { "interface", "INTERFACE[-LAST] unit N port N [logical N] [routed|bridged]",
          "put interfaces on consecutive ports", addInterfaces },

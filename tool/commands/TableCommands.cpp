@@ -199,8 +199,11 @@ Act makeVlan( const Session& session, Words& words )
       const PortBitmap members = asked.members                ? portsOn( unit, *asked.members )
                                  : vlan != chip.vlans().end() ? vlan->second.members
                                                               : chip.frontPanelPorts();
-      if( asked.tagged && !( portsOn( unit, *asked.tagged ) - members ).empty() )
-         words.failAt( *asked.taggedWord, "a tagged port must be a member of the VLAN" );
+      for( const Sim::PortRef port : asked.tagged.value_or( std::vector<Sim::PortRef>() ) )
+         if( port.unit == unit && !members.contains( port.port ) )
+            words.failAt( *asked.taggedWord, "a tagged port must be a member of the VLAN; " +
+                                                session.packets().engine().portName( port ) +
+                                                " is not" );
    }
    return [ = ]( Session& live ) { setVlan( live, vlanId, asked ); };
 }
@@ -434,7 +437,7 @@ std::vector<Command> tableCommands()
 {
    return {
       { "vlan",
-         "ID [svi [mac MAC]] [drop-routed] [vxlan VNI TUNNEL...] [l3-class N] "
+         "ID [svi [mac MAC]] [drop-routed] [vxlan VNI [TUNNEL]...] [l3-class N] "
          "[urpf off|loose|strict] [mtu N] [members PORTS] [tagged PORTS]",
          "make a VLAN of all ports on every unit; set its properties", makeVlan },
       { "no vlan",

@@ -89,7 +89,8 @@ class FrameBuilder
    {
       const auto& helper = session_.agent().helper();
       if( words_.accept( "router" ) )
-         return known( helper->routerMacAddr(), "router MAC; set routerMacAddr" );
+         return known(
+            helper->routerMacAddr(), "router MAC; give it one, as in 'router 02:00:a1:00:00:01'" );
       if( words_.accept( "virtual-router" ) )
          return known(
             helper->virtualRouterMacAddr(), "virtual router MAC; set virtualRouterMacAddr" );

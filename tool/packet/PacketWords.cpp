@@ -4,6 +4,7 @@
 #include "platform/types/EthAddr.h"
 #include "platform/types/IntfId.h"
 #include "tool/Session.h"
+#include "tool/words/Command.h"
 #include "tool/words/InterfaceRange.h"
 
 #include <algorithm>
@@ -61,6 +62,15 @@ static PortRef portOf( const Session& session, const Words& words, IntfId intf )
    return Sim::portRef( hardware.chips(), at );
 }
 
+/// ": Ethernet7, Ethernet8"
+static std::string membersText( const Session& session, IntfId lag )
+{
+   std::string text;
+   for( const IntfId member : session.agent().hardware().scsd()->lagMembers( lag ) )
+      text += ( text.empty() ? ": " : ", " ) + member.toString();
+   return text;
+}
+
 PortRef takePort( const Session& session, Words& words )
 {
    const Sim::SimSwitch& hardware = session.agent().hardware();
@@ -86,7 +96,7 @@ PortRef takePort( const Session& session, Words& words )
                   joined( portWords() ) +
                   didYouMean( text, portWords(), didYouMeanInterface( text ) ) );
    if( intf->isPortChannel() )
-      words.fail( text + " is a LAG; write one of its ports" );
+      words.fail( text + " is a LAG; write one of its ports" + membersText( session, *intf ) );
    return portOf( session, words, *intf );
 }
 
@@ -161,7 +171,10 @@ std::string takeTunnel( const Session& session, Words& words )
    for( const auto& [ known, tunnel ] : tunnels )
       names.push_back( known );
    if( !tunnels.contains( name ) )
-      words.fail( "there is no tunnel '" + name + "'; make it first" + didYouMean( name, names ) );
+      words.fail( "there is no tunnel '" + name + "'" +
+                  didYouMean( name, names,
+                     "; make it first, as in 'tunnel " + name +
+                        " local 192.0.2.1 remote 192.0.2.2 via ...'" ) );
    return name;
 }
 
@@ -202,7 +215,10 @@ Sim::IpPrefix takePrefix( Words& words )
    const Word& word = words.take( "a prefix, as in 10.1.0.0/16" );
    const auto prefix = Sim::IpPrefix::parse( word.text );
    if( !prefix )
-      words.fail( "'" + word.text + "' is not a prefix such as 10.1.0.0/16 or 2001:db8::/32" );
+      words.fail(
+         "'" + word.text +
+         ( word.text == "default" ? "' is not a prefix; the default route is 0.0.0.0/0 or ::/0"
+                                  : "' is not a prefix such as 10.1.0.0/16 or 2001:db8::/32" ) );
    const std::size_t slash = word.text.find( '/' );
    if( slash == word.text.npos )
       words.fail(
@@ -215,6 +231,17 @@ Sim::IpPrefix takePrefix( Words& words )
       words.fail( "routers do not forward to " + prefix->toString() +
                   "; write a prefix of unicast addresses such as 10.1.0.0/16" );
    return *prefix;
+}
+
+/// InputError if the next word cannot start a next hop.
+static void checkIsHop( const Words& words )
+{
+   const Word* const word = words.peek();
+   if( !word || Vormel::IntfId::parse( word->text ) ||
+       std::ranges::find( portWords(), word->text ) != portWords().end() )
+      return;
+   words.failAt( *word, "'" + word->text + "' is not a next hop, which is one of " +
+                           std::string( nextHopSyntax ) + didYouMeanInterface( word->text ) );
 }
 
 /// Takes a next hop behind "via".
@@ -232,6 +259,7 @@ static Sim::NextHop takeHop( const Session& session, Words& words )
       nextHop.kind = Sim::NextHop::Kind::tunnel;
       nextHop.tunnel = takeTunnel( session, words );
    } else {
+      checkIsHop( words );
       nextHop.kind = Sim::NextHop::Kind::port;
       nextHop.port = takePortOrLag( session, words );
    }

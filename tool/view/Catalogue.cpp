@@ -98,8 +98,7 @@ struct SyntaxWord
 // In this order, because an explanation may use words that are explained after it.
 static const SyntaxWord syntaxWords[] = {
    { "PORTS", "one or more of: PORT, Ethernet1-4, a LAG for all of its ports" },
-   { "NEXTHOP",
-      "PORT|LAG mac MAC vlan ID; cpu; flood mac MAC vlan ID; tunnel NAME mac MAC vlan ID" },
+   { "NEXTHOP", nextHopSyntax },
    { "FRAME", "the layers from the outside in, or 'hex BYTES', or 'pcap FILE [frame N]'\n"
               "   [dmac MAC] [smac MAC] [vlan ID] [priority N] [dei], then one of the following;\n"
               "   a second 'vlan ID' is the inner tag; MAC may be 'router' or 'virtual-router'\n"

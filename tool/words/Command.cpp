@@ -81,7 +81,9 @@ Branches branchesOf( bool typed )
    if( !words.peek() )
       words.failAtEnd( start + "is followed by one of " + joined( choices ) );
    const Word& wrong = words.take( {} );
-   const std::string hint = Words::remedy( wrong, choices );
+   const bool isComment = wrong.text.starts_with( '!' ) || wrong.text.starts_with( "//" );
+   const std::string hint =
+      isComment ? "; a comment starts with '#'" : Words::remedy( wrong, choices );
    words.fail( "there is no command '" + start + wrong.text + "'" +
                ( !hint.empty()         ? hint
                   : !start.empty()     ? "; choose one of " + joined( choices )
@@ -167,7 +169,7 @@ Act Command::act( const Session& session, Words& words ) const
    offerForms();
    const Act parsed = words.blaming( [ & ] { return parse( session, words ); } );
    offerForms();
-   words.end();
+   words.end( shows() );
    return [ parsed, &words ]( Session& live ) { words.blaming( [ & ] { parsed( live ); } ); };
 }
 

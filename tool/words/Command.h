@@ -15,6 +15,10 @@ namespace Strata::Tool {
 
 class Session;
 
+/// The forms of NEXTHOP in the syntax of commands.
+inline constexpr std::string_view nextHopSyntax =
+   "PORT|LAG mac MAC vlan ID; cpu; flood mac MAC vlan ID; tunnel NAME mac MAC vlan ID";
+
 /// The act of a line. It contains values, or references to the words of its line, which outlive it.
 using Act = std::function<void( Session& session )>;
 

@@ -1,5 +1,6 @@
 #include "tool/words/InterfaceRange.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 
@@ -9,13 +10,16 @@ using Vormel::IntfId;
 
 std::string didYouMeanInterface( std::string_view text )
 {
+   if( text.find( ',' ) != text.npos )
+      return "; write blanks between interfaces";
    const std::size_t digits = text.find_first_of( "0123456789" );
    if( digits == 0 || digits == text.npos )
       return {};
    constexpr std::array<std::string_view, 2> kinds{ "Ethernet", "Port-Channel" };
-   const std::string hint = didYouMean( text.substr( 0, digits ), kinds );
-   return hint.empty()
-             ? hint
+   const std::string_view kind = text.substr( 0, digits );
+   const std::string hint = didYouMean( kind, kinds );
+   return hint.empty() || std::ranges::find( kinds, kind ) != kinds.end()
+             ? std::string()
              : hint.substr( 0, hint.size() - 2 ) + std::string( text.substr( digits ) ) + "'?";
 }
 

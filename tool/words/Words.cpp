@@ -344,21 +344,24 @@ const std::string& Words::name( std::string_view what, std::span<const std::stri
    return word.text;
 }
 
-void Words::end() const
+void Words::end( bool showsRows ) const
 {
    const Word* const word = peek();
    if( !word )
       return;
+   const std::string problem = "nothing is expected here";
+   if( !word->quoted && word->text == "|" )
+      failAt( *word, problem + "; only 'show', 'explain' and 'help' take filters" );
    const std::vector<std::string_view> all = alternatives( tried_, {} );
-   const std::string hint = remedy( *word, all );
    const std::string unless = all.size() == 1 ? ", unless it is '" + joined( all ) + "'"
                               : all.empty()   ? std::string()
                                               : ", unless it is one of " + joined( all );
-   failAt(
-      *word, "nothing is expected here" + ( !hint.empty()     ? hint
-                                             : textTaken_     ? "; put a text with blanks in quotes"
-                                             : all.size() < 2 ? unless + syntaxText()
-                                                              : unless ) );
+   const std::string rows = showsRows ? "; '| include " + word->text + "' selects rows" : "";
+   const std::string hint = remedy( *word, all );
+   failAt( *word, problem + ( !hint.empty()     ? hint
+                               : textTaken_     ? "; put a text with blanks in quotes"
+                               : all.size() < 2 ? unless + syntaxText() + rows
+                                                : unless ) );
 }
 
 void Words::fail( const std::string& problem ) const

@@ -163,7 +163,7 @@ class Words
    /// The command and the words behind its name, for errors about words that are missing or too many.
    void syntaxIs( std::string syntax ) { syntax_ = std::move( syntax ); }
    /// InputError unless all words have been taken.
-   void end() const;
+   void end( bool showsRows = false ) const;
    /// Passes over what is left.
    void skipRest() { next_ = line_.words.size(); }
 
