@@ -17,33 +17,23 @@ void sayWhenItWaits( ScenarioFile& lines, const std::string& file, Console& cons
    lines.whenItWaits( [ & ] { console.error( "waiting for the scenario from '" + file + "'" ); } );
 }
 
-/// Runs the lines of a check. Behind a switch that is refused there is nothing to run lines on: only the names of their
-/// commands are checked.
-class Check
+/// Behind a switch that is refused in a check, only the names of commands are checked, until the next switch.
+void runOne( Session& session, const Line& line )
 {
- public:
-   explicit Check( Session& session ) : session_( session ) {}
-
-   /// InputError if the line cannot be run.
-   void run( const Line& line )
-   {
-      if( line.words.empty() )
-         return;
-      const bool makesSwitch = line.words.front().text == "switch";
-      if( blind_ && !makesSwitch ) {
-         Words words( line );
-         takeCommand( words );
-         return;
-      }
-      blind_ = makesSwitch; // if it throws
-      session_.run( line );
-      blind_ = false;
+   if( line.words.empty() || !session.passesRefused() )
+      return session.run( line );
+   const bool makesSwitch = line.words.front().text == "switch";
+   if( session.hasLostSwitch() && !makesSwitch ) {
+      Words words( line );
+      takeCommand( words );
+      return;
    }
-
- private:
-   Session& session_;
-   bool blind_ = false;
-};
+   if( makesSwitch )
+      session.hasLostSwitchIs( true ); // if it throws
+   session.run( line );
+   if( makesSwitch )
+      session.hasLostSwitchIs( false );
+}
 
 } // namespace
 
@@ -58,8 +48,12 @@ void runLines(
          line = lines.next();
          if( !line )
             return;
-         session.run( *line );
+         runOne( session, *line );
       } catch( const InputError& error ) {
+         if( session.passesRefused() ) {
+            session.refused( error );
+            continue;
+         }
          // Without a switch, the remaining lines cannot be run.
          if( line && session.foreign() && line->words.front().text != "switch" ) {
             session.passedOver( *line, error.problem() );
@@ -70,26 +64,6 @@ void runLines(
          throw;
       }
    }
-}
-
-/// Returns how many lines cannot be run.
-static U32 checkLines( const std::string& file, Session& session )
-{
-   ScenarioFile lines( file );
-   sayWhenItWaits( lines, file, session.console() );
-   Check check( session );
-   U32 refused = 0;
-   for( ;; )
-      try {
-         const std::optional<Line> line = lines.next();
-         if( !line )
-            return refused;
-         check.run( *line );
-      } catch( const InputError& error ) {
-         ++refused;
-         session.console().refused( error );
-         session.console().error( error.what() );
-      }
 }
 
 /// The work of a run. Holds the activity lock meanwhile.
@@ -134,13 +108,11 @@ ExitStatus runScenario( const std::string& file, Console& console, SessionConfig
 ExitStatus checkScenario( const std::string& file, Console& console )
 {
    return withSession( file, console, { .checking = true }, [ & ]( Session& session ) {
-      const U32 refused = checkLines( file, session );
+      runLines( file, session );
       session.end();
-      RunCounts counts = session.counts();
-      counts.refused = refused;
-      console.summary( file, counts, RunEnd::checked );
+      console.summary( file, session.counts(), RunEnd::checked );
       console.checkWritten();
-      return refused == 0 ? ExitStatus::held : ExitStatus::error;
+      return session.counts().refused == 0 ? ExitStatus::held : ExitStatus::error;
    } );
 }
 

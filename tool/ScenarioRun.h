@@ -20,7 +20,7 @@ enum class ExitStatus : int
 };
 
 /// Runs the lines of a scenario on a session, each before the next is read. InputError for a line that cannot be run,
-/// except on a foreign profile: there it is skipped. ScenarioFileError for a file that cannot be read.
+/// except on a foreign profile, where it is skipped, and in a check. ScenarioFileError for a file that cannot be read.
 void runLines( const std::string& file, Session& session,
    const std::shared_ptr<const Inclusion>& inclusion = {} );
 

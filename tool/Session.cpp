@@ -196,9 +196,22 @@ AttributePath Session::takeAttribute( Words& words ) const
    path.object = objectNamed( words, dot == std::string::npos ? "helper" : name.substr( 0, dot ) );
    path.attribute = attributeNamed(
       words, *path.object, dot == std::string::npos ? name : name.substr( dot + 1 ) );
-   if( path.key )
+   if( path.attribute->info().kind == Vormel::AttributeKind::Array && path.key )
+      path.attribute->read( *path.object, *path.key );
+   else if( path.key )
       path.attribute->convertedKey( *path.key ); // AccessError for a text that is not a key
    return path;
+}
+
+std::string Session::takeObjectName( Words& words, const AttributePath& path ) const
+{
+   words.offer( "none" );
+   const std::string name = words.take( "an object, such as helper, or none", "OBJECT" ).text;
+   const bool isMember =
+      !path.attribute->info().keyType.empty() && name == path.key.value_or( name );
+   if( name != "none" && !isMember )
+      objectNamed( words, name );
+   return name;
 }
 
 U32 Session::takeUnit( Words& words ) const
@@ -279,6 +292,13 @@ void Session::broken( const std::string& what )
       return channel_->send( brokenForm, what );
    ++counts_.broken;
    console_.broken( running_, what );
+}
+
+void Session::refused( const InputError& error )
+{
+   ++counts_.refused;
+   console_.refused( error );
+   console_.error( error.what() );
 }
 
 void Session::passedOver( const Line& line, const std::string& why )

@@ -63,6 +63,8 @@ class Session
    /// conventions are reported instead of ending the process.
    bool foreign() const { return foreign_; }
    bool checking() const { return config_.checking; }
+   /// Whether lines that cannot be run are only reported: in a check, but not in a copy of the process.
+   bool passesRefused() const { return checking() && !channel_; }
    /// Whether the records since the last mark are kept.
    bool keepsRecords() const { return config_.keepsRecords; }
    /// The switch's packets, while hasAgent().
@@ -73,8 +75,11 @@ class Session
 
    /// Takes the name of an object.
    Ref<Entity> takeObject( Words& words ) const;
-   /// Takes an attribute's path; without an object it is the helper's.
+   /// Takes an attribute's path; without an object it is the helper's. RangeError for a slot that an array lacks.
    AttributePath takeAttribute( Words& words ) const;
+   /// Takes an expected value of an attribute that holds objects: the name of one, or "none". A member that has been
+   /// removed keeps its name, which is its key.
+   std::string takeObjectName( Words& words, const AttributePath& path ) const;
    /// Takes a unit number of the switch.
    U32 takeUnit( Words& words ) const;
    /// Takes the SDK's number of a port, on a unit that is not known yet.
@@ -101,6 +106,11 @@ class Session
    U32 failures() const { return counts_.failures; }
    /// A convention of the hardware calls was broken on a foreign profile.
    void broken( const std::string& what );
+   /// Reports and counts a line that cannot be run, of a check.
+   void refused( const InputError& error );
+   /// Whether the last `switch` line of a check was refused, so that there is nothing to run lines on.
+   bool hasLostSwitch() const { return hasLostSwitch_; }
+   void hasLostSwitchIs( bool lost ) { hasLostSwitch_ = lost; }
    /// Reports a line that cannot be run on the foreign profile.
    void passedOver( const Line& line, const std::string& why );
    /// Ends the switch: the critic reports calls that are missing at the end.
@@ -129,6 +139,7 @@ class Session
    std::string firstRefusedClaim_;
    bool foreign_ = false;
    bool over_ = false;
+   bool hasLostSwitch_ = false;
    ChildChannel* channel_ = nullptr; // of a child
    RunCounts counts_;
 };

@@ -78,6 +78,13 @@ void Faults::inject( const Fault& fault )
    armed_.push_back( { fault } );
 }
 
+bool Faults::clear( std::string_view call, std::optional<U64> callNumber )
+{
+   return std::erase_if( armed_, [ & ]( const Armed& a ) {
+      return a.fault.call == call && a.fault.callNumber == callNumber;
+   } ) > 0;
+}
+
 std::vector<Fault> Faults::armed() const
 {
    std::vector<Fault> faults;

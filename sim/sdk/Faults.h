@@ -35,6 +35,8 @@ class Faults
    /// when the numbers are invalid.
    void inject( const Fault& fault );
    void clear() { armed_.clear(); }
+   /// Removes the faults of a call, or of one SDK operation by its number. False if there are none.
+   bool clear( std::string_view call, std::optional<U64> callNumber = {} );
    /// The faults that have not applied yet, and those that apply always.
    std::vector<Fault> armed() const;
 

@@ -195,6 +195,9 @@ TEST( Json, EveryMemberIsOfTheKindThatThePageStates )
    std::istringstream lines( outcome.out );
    for( std::string line; std::getline( lines, line ); )
       checker.line( Json::parse( line ) );
+   std::istringstream help( runLine( { "shell", "--json" }, "help\nhelp route\n" ).out );
+   for( std::string line; std::getline( help, line ); )
+      checker.line( Json::parse( line ) );
    std::set<std::string> unseen;
    for( const auto& [ name, members ] : checker.page() )
       if( !checker.seen().contains( name ) )

@@ -188,8 +188,10 @@ void expectTold( const std::string& told, const Row& row )
 TEST_F( Refusals, NamePlaceCauseAndRemedy )
 {
    std::set<std::string_view> untried;
-   for( const Command& command : commands() )
-      untried.insert( command.name );
+   for( const Theme& theme : themes() )
+      for( const Command& command : theme.commands )
+         untried.insert( command.name );
+   const std::vector<Command>& ofShell = themes().back().commands;
    for( const Row& row : rows() ) {
       if( row.isCommandLine() )
          continue;
@@ -200,7 +202,10 @@ TEST_F( Refusals, NamePlaceCauseAndRemedy )
       std::erase_if(
          untried, [ & ]( std::string_view name ) { return row.line.starts_with( name ); } );
       try {
-         session_.run( splitLine( "test", 1, row.line ) );
+         Line line = splitLine( "test", 1, row.line );
+         line.typed = std::ranges::any_of( ofShell,
+            [ & ]( const Command& command ) { return row.line.starts_with( command.name ); } );
+         session_.run( line );
          ADD_FAILURE() << row.line << ": accepted silently";
       } catch( const InputError& error ) {
          EXPECT_EQ( error.column(), row.column ) << row.line;

@@ -147,6 +147,25 @@ TEST( Scenario, ProblemsInAnIncludedFileNameItsLineAndTheLineThatIncludesIt )
    EXPECT_EQ( json.find( refused ), json.rfind( refused ) ) << "told once";
 }
 
+TEST( Scenario, ACaptureReplacesACaptureAndNoOtherFile )
+{
+   const std::string folder = testing::TempDir();
+   const std::string part = "interface Ethernet1 unit 0 port 1\n";
+   const std::string transcript = folder + "captured.txt";
+   const std::string capture = folder + "captured.pcap";
+   const auto captureTo = [ & ]( const std::string& file ) {
+      return run( "switch hsdk\ninclude captured-part.scenario\ncapture Ethernet1 " + file + "\n",
+         { "--transcript", transcript.c_str() } );
+   };
+   std::ofstream( folder + "captured-part.scenario" ) << part;
+   for( const std::string& file : { transcript, folder + "captured-part.scenario" } )
+      EXPECT_THAT( captureTo( file ).err, HasSubstr( "' exists and is not a capture; give" ) );
+   EXPECT_EQ( contents( folder + "captured-part.scenario" ), part );
+   EXPECT_THAT( contents( transcript ), testing::StartsWith( "> switch hsdk\n" ) );
+   EXPECT_EQ( captureTo( capture ).status, 0 );
+   EXPECT_EQ( captureTo( capture ).status, 0 );
+}
+
 TEST( Scenario, AnExpectedDeathLeavesTheSwitchUnchanged )
 {
    const Outcome outcome =
@@ -435,7 +454,11 @@ TEST( Scenario, ACheckReportsEveryLineThatCannotBeRun )
                             "set Ethernet1.forwardingModel routed\n" // not tried
                             "seet useLb true\n"
                             "switch register\n"
-                            "foo\n";
+                            "foo\n"
+                            "expect error \"no command 'bar'\" include checked-part.scenario\n"
+                            "include checked-part.scenario\n";
+   std::ofstream( testing::TempDir() + "checked-part.scenario" )
+      << "bar\nnote fine\nswitch hskd\nset useLb yes\n";
    const Outcome outcome = run( text, { "--check", "--json" } );
    EXPECT_EQ( outcome.status, 2 );
    std::vector<U32> refused;
@@ -446,10 +469,11 @@ TEST( Scenario, ACheckReportsEveryLineThatCannotBeRun )
       if( last.at( "kind" ) == "refused" )
          refused.push_back( last.at( "line" ) );
    }
-   EXPECT_THAT( refused, testing::ElementsAre( 2, 4, 7, 8, 10, 12 ) ) << outcome.err;
+   EXPECT_THAT( refused, testing::ElementsAre( 2, 4, 7, 8, 10, 12, 1, 3 ) ) << outcome.err;
    EXPECT_EQ( last.at( "ended" ), "checked" );
-   EXPECT_EQ( last.at( "refused" ), 6 );
-   EXPECT_EQ( last.at( "notJudged" ), 1 );
+   EXPECT_EQ( last.at( "refused" ), 8 );
+   EXPECT_EQ( last.at( "notJudged" ), 2 );
+   EXPECT_THAT( outcome.err, HasSubstr( "checked-part.scenario:1:1: there is no command 'bar'" ) );
    EXPECT_FALSE( std::filesystem::exists( captured ) );
    const Outcome good =
       run( "switch hsdk\nshow units\nexpect attribute useLb true\n", { "--check" } );

@@ -308,7 +308,12 @@ TEST( Completion, OffersCommandsAndTheirArguments )
    EXPECT_THAT( can( "show entries | e" ), ElementsAre( "exclude" ) );
    EXPECT_THAT( can( "no vlan " ), ElementsAre( "1" ) );
    EXPECT_THAT( can( "pcap tests/packet/fr" ), ElementsAre( "tests/packet/frames/" ) );
-   session.run( splitLine( "test", 3, "call initializeNextHopToCpuTcam" ) );
+   session.run( splitLine( "test", 3, "nexthop flows programmed" ) );
+   session.run( splitLine( "test", 4, "pbr \"two words\" via cpu" ) );
+   EXPECT_THAT( can( "no nexthop " ), ElementsAre( "flows" ) );
+   EXPECT_THAT( can( "no pbr " ), ElementsAre( "\"two words\"" ) );
+   EXPECT_THAT( can( "expect attribute tcamManager mai" ), ElementsAre( "main" ) );
+   session.run( splitLine( "test", 5, "call initializeNextHopToCpuTcam" ) );
    EXPECT_THAT( can( "expect entry \"NextHop t" ), ElementsAre( "\"NextHop to Cpu\"" ) );
 }
 
@@ -344,6 +349,8 @@ TEST( Completion, EveryWordThatCanComeNextHasAMeaning )
    EXPECT_EQ( meaningOfFirst( "call l3I" ), "init( enable, true )" );
    EXPECT_EQ( nextWords( session, "expect entry nextH" ).words.front().word, "nexthopToCpu" );
    EXPECT_EQ( nextWords( session, "kk" ).syntax, "no word here starts with 'kk'" );
+   EXPECT_EQ( meaningOfFirst( "help fault" ), "make a hardware call fail" );
+   EXPECT_EQ( meaningOfFirst( "help show fa" ), "faults that are armed" );
    EXPECT_EQ( nextWords( session, "int et1 un" ).syntax,
       "interface INTERFACE[-LAST] unit N port N [logical N] [routed|bridged]" );
 }

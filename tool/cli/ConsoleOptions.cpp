@@ -2,7 +2,10 @@
 
 #include "platform/runtime/Trace.h"
 
+#include <algorithm>
 #include <filesystem>
+#include <set>
+#include <sstream>
 #include <stdexcept>
 #include <system_error>
 
@@ -53,8 +56,16 @@ ConsoleConfig ConsoleOptions::config( const Terminal& terminal, const std::strin
 
 void ConsoleOptions::setTraceLevels() const
 {
-   for( const std::string& trace : traces_ )
+   std::set<std::string> handles;
+   for( const std::string& trace : traces_ ) {
+      std::istringstream settings( trace );
+      for( std::string setting; std::getline( settings, setting, ',' ); )
+         if( setting.resize( std::min( setting.find( '=' ), setting.size() ) );
+             !handles.insert( setting ).second )
+            throw std::runtime_error(
+               "the level of '" + setting + "' is given twice; leave one out" );
       Vormel::traceLevelsIs( trace );
+   }
 }
 
 } // namespace Strata::Tool

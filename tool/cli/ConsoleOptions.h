@@ -37,7 +37,7 @@ class ConsoleOptions
    ConsoleConfig config( const Terminal& terminal, const std::string& scenario ) const;
    /// Whether the session keeps records for expectations and show commands.
    bool keepsRecords() const { return !forgets_; }
-   /// ValueError for a handle or level that does not exist.
+   /// ValueError for a handle or level that does not exist; std::runtime_error for a handle that is given twice.
    void setTraceLevels() const;
 
  private:

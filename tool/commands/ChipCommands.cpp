@@ -126,15 +126,27 @@ struct VlanProperty
    std::function<std::string( const Sim::ChipVlan& )> look;
 };
 
-VlanProperty takeVlanProperty( Words& words )
+/// The text of logical port numbers, which some unit has.
+std::string takeLogicalPorts( const Session& session, Words& words )
+{
+   const auto ports = words.value<PortBitmap>( "ports such as 0-4, or - for none" );
+   PortBitmap known;
+   for( const auto& [ unit, chip ] : session.agent().hardware().chips() )
+      known = known | chip.ports();
+   if( const PortBitmap unknown = ports - known; !unknown.empty() )
+      words.fail( "no unit has logical ports " + unknown.toString() + "; the switch has " +
+                  known.toString() );
+   return ports.toString();
+}
+
+VlanProperty takeVlanProperty( const Session& session, Words& words )
 {
    using Vlan = Sim::ChipVlan;
-   constexpr const char* portsWanted = "ports such as 0-4, or - for none";
    if( words.accept( "members" ) )
-      return { "members", words.value<PortBitmap>( portsWanted ).toString(),
+      return { "members", takeLogicalPorts( session, words ),
          []( const Vlan& vlan ) { return vlan.members.toString(); } };
    if( words.accept( "untagged" ) )
-      return { "untagged", words.value<PortBitmap>( portsWanted ).toString(),
+      return { "untagged", takeLogicalPorts( session, words ),
          []( const Vlan& vlan ) { return vlan.untagged.toString(); } };
    if( words.accept( "other-flags" ) )
       return { "other-flags", std::to_string( takeOtherFlags( words ) ),
@@ -146,9 +158,9 @@ VlanProperty takeVlanProperty( Words& words )
 
 Act expectVlan( const Session& session, Words& words )
 {
-   const U16 vlanId = takeVlanId( words );
+   const U16 vlanId = takeVlan( session, words );
    const std::vector<U32> units = session.takeUnits( words );
-   const VlanProperty property = takeVlanProperty( words );
+   const VlanProperty property = takeVlanProperty( session, words );
    const std::string expected =
       "VLAN " + std::to_string( vlanId ) + " " + property.name + " to be " + property.value;
    return expectOnUnits(

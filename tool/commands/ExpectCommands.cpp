@@ -37,26 +37,26 @@ std::string membersText( const Agent& agent, const AttributePath& path )
 }
 
 /// Takes a value that the attribute could have, in the attribute's own spelling; objects are written by their names.
-std::string takeExpected( const Agent& agent, Words& words, const AttributePath& path )
+std::string takeExpected( const Session& session, Words& words, const AttributePath& path )
 {
-   const bool collection = !path.attribute->info().keyType.empty();
+   const Vormel::AttributeInfo& info = path.attribute->info();
+   const bool canBeAbsent = info.kind == Vormel::AttributeKind::Map;
    words.offerAll( path.attribute->choices() );
-   if( collection )
-      words.offer( absent );
-   std::string text = words.take( "a value" ).text;
-   if( collection && text == absent )
-      return text;
-   if( collection && !path.key )
-      words.fail( "'" + path.text + "' is a collection: give a key, or expect it to be absent" );
-   if( path.attribute->holdsObject() )
-      return text;
-   return agent.valueText( path.attribute->converted( text ) );
+   if( canBeAbsent && words.accept( absent ) )
+      return std::string( absent );
+   if( path.attribute->holdsObject() && ( info.keyType.empty() || path.key ) )
+      return session.takeObjectName( words, path );
+   const std::string text = words.take( "a value" ).text;
+   if( !info.keyType.empty() && !path.key )
+      words.fail( "'" + path.text + "' is a collection: give a key" +
+                  ( canBeAbsent ? ", or expect it to be absent" : "" ) );
+   return session.agent().valueText( path.attribute->converted( text ) );
 }
 
 Act expectAttribute( const Session& session, Words& words )
 {
    const AttributePath path = session.takeAttribute( words );
-   const std::string expected = takeExpected( session.agent(), words, path );
+   const std::string expected = takeExpected( session, words, path );
    return [ path, expected ]( Session& live ) {
       const Agent& agent = live.agent();
       const std::string found = path.key ? memberText( agent, path )
@@ -109,7 +109,10 @@ Act expectRegister( const Session& session, Words& words )
          regName + " has no field '" + fieldName + "'" +
          didYouMean( fieldName, fieldsOf( *reg ), "; it has " + joined( fieldsOf( *reg ) ) ) );
    const std::vector<U32> units = session.takeUnits( words );
-   const std::string value = std::to_string( words.value<U32>( "a value" ) );
+   const U32 data = words.value<U32>( "a value" );
+   const std::string value = std::to_string( data );
+   if( Sim::registerField( Sim::registerFieldSet( 0, *field, data ), *field ) != data )
+      words.fail( value + " has more bits than " + fieldName + "; write a smaller number" );
    return expectOnUnits( units, regName + " " + fieldName + " to be " + value, value,
       [ reg, field ]( const Sim::Chip& chip ) {
          return std::to_string( Sim::registerField( chip.registerValue( *reg ), *field ) );

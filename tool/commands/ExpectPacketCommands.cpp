@@ -67,7 +67,7 @@ Act expectCpu( const Session& session, Words& words )
    if( words.accept( "none" ) )
       times = 0;
    else if( words.accept( "times" ) )
-      times = words.value<U32>( "how often" );
+      times = words.number( "a number of copies", 0, Sim::maxPasses );
    if( times > 0 && words.accept( "queue" ) )
       queue = words.number( "a CPU queue", 0, session.agent().hardware().profile().cpuQueues - 1 );
    if( times > 0 && words.accept( "because" ) )

@@ -23,23 +23,31 @@ Sim::SdkCode takeCode( Words& words )
                ( hint.empty() ? "; there are " + joined( names ) : hint ) );
 }
 
+/// A fault of the call, or of the calls, that the words name.
+Sim::Fault takeFaultyCall( Words& words, Words::Taken& taken )
+{
+   Sim::Fault fault;
+   if( words.acceptOnce( "call-number", taken ) ) {
+      fault.callNumber = words.value<U64>( "the number of a call" );
+      return fault;
+   }
+   if( words.accept( "any" ) )
+      return fault;
+   std::vector<std::string_view> names{ "any" };
+   for( const std::string_view name : Sim::Faults::callNames() )
+      names.push_back( name );
+   fault.call = words.take( "a call, as in bcm_field_action_add", "CALL" ).text;
+   if( std::ranges::find( names, fault.call ) == names.end() )
+      words.fail( "there is no call '" + fault.call + "'" +
+                  didYouMean( fault.call, names, "; calls are named as in bcm_field_action_add" ) );
+   return fault;
+}
+
 Act inject( const Session& session, Words& words )
 {
    static constexpr std::array<std::string_view, 4> options{ "nth", "unit", "code", "always" };
-   Sim::Fault fault;
    Words::Taken taken;
-   if( words.acceptOnce( "call-number", taken ) ) {
-      fault.callNumber = words.value<U64>( "the number of a call" );
-   } else {
-      std::vector<std::string_view> names{ "any" };
-      for( const std::string_view name : Sim::Faults::callNames() )
-         names.push_back( name );
-      const std::string name = words.take( "a call, as in bcm_field_action_add", "CALL" ).text;
-      if( std::ranges::find( names, name ) == names.end() )
-         words.fail( "there is no call '" + name + "'" +
-                     didYouMean( name, names, "; calls are named as in bcm_field_action_add" ) );
-      fault.call = name == "any" ? "" : name;
-   }
+   Sim::Fault fault = takeFaultyCall( words, taken );
    while( !words.done() ) {
       const std::string_view option = words.chooseOnce( "an option", options, taken );
       if( option != "code" )
@@ -56,9 +64,16 @@ Act inject( const Session& session, Words& words )
    return [ fault ]( Session& live ) { live.agent().hardware().faults().inject( fault ); };
 }
 
-void clear( Session& session )
+Act clear( const Session&, Words& words )
 {
-   session.agent().hardware().faults().clear();
+   if( words.done() )
+      return []( Session& live ) { live.agent().hardware().faults().clear(); };
+   Words::Taken taken;
+   const Sim::Fault asked = takeFaultyCall( words, taken );
+   return [ asked, &words ]( Session& live ) {
+      if( !live.agent().hardware().faults().clear( asked.call, asked.callNumber ) )
+         words.fail( "no fault is armed for this; 'show faults' lists those that are" );
+   };
 }
 
 } // namespace
@@ -68,7 +83,7 @@ std::vector<Command> faultCommands()
    return {
       { "fault", "CALL|any [nth N] [unit N] [code CODE] [always], call-number N [code CODE]",
          "make a hardware call fail", inject },
-      { "no fault", "", "remove all faults", parseNone<clear> },
+      { "no fault", "[CALL|any|call-number N]", "remove all faults, or those of a call", clear },
    };
 }
 

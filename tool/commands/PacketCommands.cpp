@@ -9,11 +9,9 @@
 #include "tool/words/EntryChoice.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <set>
-#include <system_error>
 #include <unordered_map>
 #include <utility>
 
@@ -302,9 +300,8 @@ Act capture( const Session& session, Words& words )
    if( file.empty() || file == "-" )
       words.fail( "'" + file + "' is not a file here; write ./" + ( file.empty() ? "NAME" : file ) +
                   " for a file of that name" );
-   const std::string& running = words.line().file;
-   if( std::error_code none; file == running || std::filesystem::equivalent( file, running, none ) )
-      words.fail( "'" + file + "' is the scenario that runs; give the capture another name" );
+   if( hasOtherContents( file ) )
+      words.fail( "'" + file + "' exists and is not a capture; give the capture another name" );
    return [ = ]( Session& live ) {
       if( live.checking() )
          return; // a check leaves files alone

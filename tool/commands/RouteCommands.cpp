@@ -116,7 +116,7 @@ std::vector<std::string> usersOf( const Sim::ForwardingTables& tables, const std
 /// What was learned behind the tunnel goes with it.
 Act removeTunnel( const Session& session, Words& words )
 {
-   const std::string name = words.take( "a tunnel's name" ).text;
+   const std::string name = words.take( "a tunnel's name", "TUNNEL" ).text;
    if( !session.packets().tables().tunnels.contains( name ) )
       words.fail( "there is no tunnel '" + name + "'; 'show forwarding' lists them" );
    const std::vector<std::string> users = usersOf( session.packets().tables(), name );
@@ -154,7 +154,7 @@ Act addSteering( const Session& session, Words& words )
 
 Act removeSteering( const Session& session, Words& words )
 {
-   const std::string name = words.take( "the rule's name" ).text;
+   const std::string name = words.take( "the rule's name", "RULE" ).text;
    if( !session.packets().tables().steering.contains( name ) )
       words.fail( "there is no rule '" + name + "'; 'show forwarding' lists them" );
    return [ name ]( Session& live ) { live.packets().tables().steering.erase( name ); };

@@ -31,7 +31,7 @@ void quit( Session& session )
 std::vector<Command> shellCommands()
 {
    return {
-      { "help", "[COMMAND]", "list the commands, or explain one", help, false, false },
+      { "help", "[COMMAND]", "list the commands, or explain one", help, true, false },
       { "terminal length", "N", "page output that is longer than N lines; 0 for no pager",
          setLength, false, false },
       { "quit", "", "end the shell", parseNone<quit>, false, false },

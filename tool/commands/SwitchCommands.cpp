@@ -260,7 +260,7 @@ Act putNexthop( const Session&, Words& words )
 
 Act removeNexthop( const Session& session, Words& words )
 {
-   const std::string name = words.take( "the entity's name" ).text;
+   const std::string name = words.take( "the entity's name", "ENTITY" ).text;
    if( !session.agent().hardware().nexthopStatusDir()->entity().contains( name ) )
       words.fail(
          "there is no next-hop entity '" + name + "'; 'show attributes nexthops' lists them" );

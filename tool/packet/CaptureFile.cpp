@@ -5,11 +5,15 @@
 
 #include <pcap.h>
 
+#include <algorithm>
+#include <array>
+#include <bit>
 #include <cerrno>
 #include <cmath>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
+#include <fstream>
 #include <sys/stat.h>
 #include <system_error>
 #include <tuple>
@@ -91,6 +95,21 @@ bool CaptureWriter::writes( const std::string& file ) const
 {
    std::error_code none;
    return file == name_ || std::filesystem::equivalent( file, name_, none );
+}
+
+bool hasOtherContents( const std::string& file )
+{
+   // Of pcap files with microseconds and with nanoseconds, in either byte order, and of pcapng files.
+   constexpr std::array<U32, 5> magics{
+      0xA1B2C3D4, 0xD4C3B2A1, 0xA1B23C4D, 0x4D3CB2A1, 0x0A0D0D0A };
+   std::error_code none;
+   if( !std::filesystem::is_regular_file( file, none ) )
+      return false;
+   std::array<char, sizeof( U32 )> start{};
+   std::ifstream in( file, std::ios::binary );
+   if( !in.read( start.data(), start.size() ) )
+      return in.gcount() > 0;
+   return std::ranges::find( magics, std::bit_cast<U32>( start ) ) == magics.end();
 }
 
 NoSuchFrame::NoSuchFrame( const std::string& file, U32 number, U32 count )

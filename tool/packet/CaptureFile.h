@@ -32,6 +32,10 @@ class CaptureWriter
    std::unique_ptr<std::FILE, int ( * )( std::FILE* )> file_;
 };
 
+/// Whether the file has contents that are not those of a capture, and that a capture would overwrite: a scenario, the
+/// transcript of the run.
+bool hasOtherContents( const std::string& file );
+
 /// A frame of a file.
 struct CapturedFrame
 {

@@ -253,6 +253,7 @@ static Sim::NextHop takeHop( const Session& session, Words& words )
       words.take( {} );
       return nextHop;
    }
+   const std::string whole = words.syntaxIs( "via " + std::string( nextHopSyntax ) );
    if( words.accept( "flood" ) ) {
       nextHop.kind = Sim::NextHop::Kind::flood;
    } else if( words.accept( "tunnel" ) ) {
@@ -267,6 +268,7 @@ static Sim::NextHop takeHop( const Session& session, Words& words )
    nextHop.mac = takeStationMac( words, "the next hop's MAC address" );
    words.expect( "vlan" );
    nextHop.vlanId = takeVlan( session, words );
+   words.syntaxIs( whole );
    return nextHop;
 }
 

@@ -28,7 +28,7 @@ Sim::PortRef takePort( const Session& session, Words& words );
 /// Takes a word of a list of ports: a port, or `Ethernet1-4`, or a LAG, which means all of its ports.
 std::vector<Sim::PortRef> takePorts( const Session& session, Words& words );
 
-/// Takes `via`, then `PORT|LAG mac MAC vlan ID`, `cpu`, `flood mac MAC vlan ID` or `tunnel NAME mac MAC vlan ID`.
+/// Takes `via` and a next hop.
 Sim::NextHop takeNextHop( const Session& session, Words& words );
 /// Takes one or more, each once.
 std::vector<Sim::NextHop> takeNextHops( const Session& session, Words& words );

@@ -108,10 +108,14 @@ void addVlans( const Session& session, Candidates& candidates )
          candidates.emplace( std::to_string( id ), std::string() );
 }
 
-void addTunnels( const Session& session, Candidates& candidates )
+/// The names that the user gave to things; those that a line must quote are quoted.
+template<class Map>
+void addNames( const Map& things, std::string_view word, Candidates& candidates )
 {
-   for( const auto& [ name, tunnel ] : session.packets().tables().tunnels )
-      candidates.emplace( name, std::string() );
+   for( const auto& [ name, thing ] : things ) {
+      const bool quoted = word.starts_with( quote ) || name.find_first_of( " \t#" ) != name.npos;
+      candidates.emplace( quoted ? quote + name + quote : name, std::string() );
+   }
 }
 
 /// Files and folders; names that a line must quote are quoted.
@@ -160,7 +164,12 @@ const std::vector<Placeholder>& placeholders()
       { "OPERATION", []( S& s, W, C& c ) { addOperations( s, c ); } },
       { "NAME", addEntries },
       { "VLAN", []( S& s, W, C& c ) { addVlans( s, c ); } },
-      { "TUNNEL", []( S& s, W, C& c ) { addTunnels( s, c ); } },
+      { "TUNNEL", []( S& s, W w, C& c ) { addNames( s.packets().tables().tunnels, w, c ); } },
+      { "RULE", []( S& s, W w, C& c ) { addNames( s.packets().tables().steering, w, c ); } },
+      { "ENTITY",
+         []( S& s, W w, C& c ) {
+            addNames( s.agent().hardware().nexthopStatusDir()->entity(), w, c );
+         } },
       { "FILE", []( S&, W w, C& c ) { addFiles( w, c ); } },
       { "CALL", []( S&, W, C& c ) { addAll( c, Sim::Faults::callNames() ); } },
       { "CODE",

@@ -73,11 +73,12 @@ std::optional<std::string> wholeWord( const Session& session, const Line& line, 
              : std::nullopt;
 }
 
-std::string firstWords( const Line& line )
+/// From that word on.
+std::string wordsFrom( const Line& line, std::size_t first )
 {
    std::string text;
-   for( const Word& word : line.words )
-      text += word.text + ' ';
+   for( std::size_t i = first; i < line.words.size(); ++i )
+      text += line.words[ i ].text + ' ';
    return text;
 }
 
@@ -140,14 +141,18 @@ Line expanded( const Session& session, const Line& line )
 static std::string meaningAt( const Session& session, const Line& line, const Command* command,
    const std::string& offer, const std::string& what )
 {
-   const std::string name = ( command ? "" : firstWords( line ) ) + offer;
-   std::string meaning = command ? std::string() : summaryOf( name );
+   const bool isHelp = command && command->name == "help"; // whose words are those of names
+   const bool ofName = !command || isHelp;
+   const std::string name = ( ofName ? wordsFrom( line, isHelp ? 1 : 0 ) : "" ) + offer;
+   std::string meaning = ofName ? summaryOf( name ) : std::string();
    if( meaning.empty() && isKeyword( offer ) )
-      meaning = meaningOf( command ? command->name : "", command ? offer : name );
+      meaning = meaningOf( ofName ? "" : command->name, name );
    if( meaning.empty() )
       meaning = what.empty() ? summaryOf( name ) : what;
    if( meaning.empty() )
       meaning = continuationsOf( name );
+   if( meaning.empty() && isHelp )
+      meaning = meaningOf( "", offer ); // the end of a line
    return meaning.empty() ? meaningOfNext( session, line, offer ) : meaning;
 }
 

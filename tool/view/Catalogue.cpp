@@ -78,13 +78,21 @@ Table commandTable( std::string_view start )
    return table;
 }
 
+/// For programs.
+static nlohmann::ordered_json commandJson( const Theme& theme, const Command& command )
+{
+   return { { "theme", theme.title }, { "command", command.name }, { "syntax", command.syntax },
+      { "summary", command.summary } };
+}
+
 Table overviewTable()
 {
    Table table( { { "Command" }, { "Summary", Align::left, true } } );
    for( const Theme& theme : themes() ) {
       table.section( std::string( theme.title ) );
       for( const Command& command : theme.commands )
-         table.row( { std::string( command.name ), std::string( command.summary ) } );
+         table.row( { std::string( command.name ), std::string( command.summary ) },
+            commandJson( theme, command ) );
    }
    return table;
 }
@@ -136,14 +144,16 @@ Table helpTable( std::string_view start )
    for( const Theme& theme : themes() )
       for( const Command& command : theme.commands )
          if( command.name.starts_with( start ) ) {
-            table.row( { withSyntax( command ) + "\n   " + std::string( command.summary ) } );
+            table.row( { withSyntax( command ) + "\n   " + std::string( command.summary ) },
+               commandJson( theme, command ) );
             syntax += std::string( command.syntax ) + ' ';
          }
    table.section( "Words of their syntax" );
    for( const auto& [ name, meaning ] : syntaxWords )
       if( hasWord( syntax, name ) ) {
          syntax += meaning;
-         table.row( { std::string( name ) + "\n   " + std::string( meaning ) } );
+         table.row( { std::string( name ) + "\n   " + std::string( meaning ) },
+            { { "word", name }, { "meaning", meaning } } );
       }
    return table;
 }

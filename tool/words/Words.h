@@ -19,6 +19,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Strata::Tool {
@@ -160,8 +161,12 @@ class Words
 
    /// "; did you mean 'x'?", or empty, for a word in the place of one of `names`.
    static std::string remedy( const Word& word, std::span<const std::string_view> names );
-   /// The command and the words behind its name, for errors about words that are missing or too many.
-   void syntaxIs( std::string syntax ) { syntax_ = std::move( syntax ); }
+   /// The command and the words behind its name, or a part of them, for errors about words that are missing or too many.
+   /// Returns the previous one.
+   std::string syntaxIs( std::string syntax )
+   {
+      return std::exchange( syntax_, std::move( syntax ) );
+   }
    /// InputError unless all words have been taken.
    void end( bool showsRows = false ) const;
    /// Passes over what is left.
