@@ -1,8 +1,19 @@
 #!/bin/sh
 # compare-scenario.sh check|update TOOL NAME OUTPUT
+# compare-scenario.sh update-all TOOL DIRECTORY
 # Runs scenarios/NAME.scenario. `check` compares its transcript with the golden one, `update` makes it the golden one.
+# `update-all` updates all scenarios with outputs in the directory; one that fails does not keep the others from it.
 set -u
-mode=$1 tool=$2 name=$3 output=$4
+mode=$1 tool=$2
+if [ "$mode" = update-all ]; then
+   failed=0
+   for scenario in scenarios/*.scenario; do
+      name=$(basename "$scenario" .scenario)
+      sh "$0" update "$tool" "$name" "$3/$name.txt" || failed=1
+   done
+   exit $failed
+fi
+name=$3 output=$4
 scenario=scenarios/$name.scenario
 golden=scenarios/golden/$name.txt
 
