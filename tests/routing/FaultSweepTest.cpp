@@ -111,7 +111,8 @@ class FaultSweep : public SwitchTest
       made.hardware().vlanIs( 10 );
       for( const U32 unit : made.hardware().units() )
          made.hardware().hasIpOptionsProfileIs( unit, true );
-      made.hardware().chip( 1 ).trapsTtlExceptionsIs( true ); // which has the ARP-reply entries instead
+      // A unit that traps TTL exceptions has the ARP-reply entries.
+      made.hardware().chip( 1 ).trapsTtlExceptionsIs( true );
       made.hardware().scsd()->vxlanEnabledIs( true );
       if( up )
          bringUp( made );
