@@ -9,15 +9,25 @@ build=build/$1
 try=${2:-}
 out=$root/$build/packages
 # Packages that depend on others come first: this is the order of removal.
-packages='strata-l3-kit libstrata-l3-dev strata-l3 libstrata-l3-0.1'
+packages='strata-l3-kit-dbgsym strata-l3-dbgsym libstrata-l3-0.1-dbgsym strata-l3-kit libstrata-l3-dev strata-l3 libstrata-l3-0.1'
 
 sh ci/api.sh "$1"
+python3 ci/sbom.py "$build"
 rm -rf "$out"
+SOURCE_DATE_EPOCH=$(cat "$build/package-time")
+export SOURCE_DATE_EPOCH
 cpack --config "$build/CPackConfig.cmake" -B "$out" >"$build/cpack.log" 2>&1 || {
    cat "$build/cpack.log"
    exit 1
 }
 rm -rf "$out/_CPack_Packages"
+# CPack writes the path of the build directory into the checksums of debug information, and a suffix of its own.
+for package in "$out"/*.ddeb; do
+   dpkg-deb --raw-extract "$package" "$out/debug"
+   sed -i 's|  /.*/usr/|  usr/|' "$out/debug/DEBIAN/md5sums"
+   dpkg-deb --root-owner-group --build "$out/debug" "${package%.ddeb}.deb" >/dev/null
+   rm -r "$out/debug" "$package"
+done
 for package in "$out"/*.deb; do
    echo "${package#"$root/"}"
    dpkg-deb --field "$package" Depends | sed 's/^/   needs: /'
@@ -26,6 +36,9 @@ for package in "$out"/*.deb; do
       exit 1
    fi
 done
+# Packages of debug information have no documents, as those of Debian.
+find "$out" -name '*.deb' ! -name '*-dbgsym_*' -exec \
+   lintian --allow-root --fail-on error,warning --suppress-tags-from-file ci/lintian.tags {} +
 [ "$try" = --try ] || exit 0
 
 for package in $packages; do

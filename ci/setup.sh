@@ -32,6 +32,8 @@ python3 python3
 package='
 dpkg-dev dpkg-shlibdeps
 doxygen doxygen
+python3 python3
+lintian lintian
 '
 ci='
 git git

@@ -46,6 +46,18 @@ function( install_headers component )
       PATTERN "conformance/sim" EXCLUDE )
 endfunction()
 
+# install_manual( <component> <page> )
+function( install_manual component page )
+   get_filename_component( name ${page} NAME )
+   set( compressed ${PROJECT_BINARY_DIR}/${name}.gz )
+   set_property( DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${page} )
+   execute_process( COMMAND gzip -9nc ${PROJECT_SOURCE_DIR}/${page}
+      OUTPUT_FILE ${compressed} COMMAND_ERROR_IS_FATAL ANY )
+   install( FILES ${compressed}
+      DESTINATION ${CMAKE_INSTALL_MANDIR}/man1
+      COMPONENT ${component} )
+endfunction()
+
 # --- The library -----------------------------------------------------------------------------------
 
 set( archiveComponent library )
@@ -102,21 +114,19 @@ endforeach()
 if( TARGET strata-l3-conformance-program )
    install( TARGETS strata-l3-conformance-program
       RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT kit )
-   install( FILES docs/strata-l3-conformance.1
-      DESTINATION ${CMAKE_INSTALL_MANDIR}/man1
-      COMPONENT kit )
+   install_manual( kit docs/strata-l3-conformance.1 )
 endif()
 
 # --- The command -----------------------------------------------------------------------------------
 
 if( STRATA_COMMAND )
    install( TARGETS strata-l3-tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT command )
-   install( FILES docs/strata-l3.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT command )
+   install_manual( command docs/strata-l3.1 )
    install( FILES tool/cli/completion.bash
       DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
       RENAME strata-l3
       COMPONENT command )
-   install( FILES README.md CHANGELOG.md cmake/copyright
+   install( FILES README.md ARCHITECTURE.md CONTRIBUTING.md SECURITY.md CHANGELOG.md
       DESTINATION ${CMAKE_INSTALL_DOCDIR}
       COMPONENT command )
    install( DIRECTORY docs
