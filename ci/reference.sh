@@ -12,7 +12,9 @@ trap 'rm -rf "$new"' EXIT
 
 page() { # file, title, introduction; the rest from standard input
    {
-      printf '# %s\n\n%s\n\n' "$2" "$3"
+      printf '# %s\n\n' "$2"
+      echo "$3" | fold --spaces --width 100 | sed 's/ $//'
+      echo
       cat
    } >"$new/$1"
 }
