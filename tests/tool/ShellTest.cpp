@@ -338,6 +338,11 @@ TEST( Completion, EveryWordThatCanComeNextHasAMeaning )
            "packet in Ethernet1 arp ", "vlan 10 ", "switch hsdk ", "unit 0 ", "expect cpu " } )
       for( const auto& [ word, meaning ] : nextWords( session, line ).words )
          EXPECT_NE( meaning, "" ) << line << "? says nothing of " << word;
+   // The syntax repeats the enumerators that the parser takes from the list.
+   for( const std::string line : { "stp Ethernet1 ", "vlan 10 urpf " } )
+      for( const NextWords next = nextWords( session, line );
+           const auto& [ word, meaning ] : next.words )
+         EXPECT_THAT( next.syntax, HasSubstr( word ) );
    const auto meaningOfFirst = [ & ]( std::string_view line ) {
       return nextWords( session, line ).words.front().meaning;
    };
