@@ -317,7 +317,7 @@ std::vector<Command> expectEventCommands()
       { "expect dead", "TEXT COMMAND...",
          "the command, run in a copy of the process, aborts with this text", expectDead },
       { "expect error", "TEXT COMMAND...", "the command is refused with this error", expectError,
-         true, false },
+         false, false },
    };
 }
 
