@@ -119,12 +119,13 @@ class Ref
    static void* operator new( std::size_t sizeForCaller ); \
    static void operator delete( void* object );
 
+// Not inlined: the compiler warns when it inlines one of the two.
 #define VORMEL_ALLOCATION( Class ) \
-   void* Class::operator new( std::size_t /*sizeForCaller*/ ) \
+   [[gnu::noinline]] void* Class::operator new( std::size_t /*sizeForCaller*/ ) \
    { \
       return ::operator new( sizeof( Class ) ); \
    } \
-   void Class::operator delete( void* object ) \
+   [[gnu::noinline]] void Class::operator delete( void* object ) \
    { \
       ::operator delete( object ); \
    }
