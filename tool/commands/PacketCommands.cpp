@@ -8,10 +8,8 @@
 #include "tool/words/Command.h"
 #include "tool/words/EntryChoice.h"
 
-#include <algorithm>
 #include <map>
 #include <nlohmann/json.hpp>
-#include <set>
 #include <unordered_map>
 #include <utility>
 
