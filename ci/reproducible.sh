@@ -1,5 +1,5 @@
 #!/bin/sh
-# Builds the packages of the library a second time, from a copy of the last commit in another directory, and fails unless
+# Builds the packages of the library a second time, from a copy of the sources in another directory, and fails unless
 # they are those of the preset "package", bit by bit. These must be built. With --all, all packages.
 set -eu
 cd "$(dirname "$0")/.."
@@ -11,7 +11,7 @@ export SOURCE_DATE_EPOCH
 
 copy=$(mktemp -d)
 trap 'rm -rf "$copy"' EXIT
-git archive HEAD | tar -x -C "$copy"
+tar -c --exclude=./build --exclude=./.git . | tar -x -C "$copy"
 cd "$copy"
 # shellcheck disable=SC2086 # a list of words
 cmake --preset package $parts >/dev/null

@@ -43,8 +43,8 @@ if( NOT packageTime )
       WORKING_DIRECTORY ${PROJECT_SOURCE_DIR}
       OUTPUT_VARIABLE packageTime OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET )
 endif()
-if( NOT packageTime )
-   set( packageTime 0 )
+if( NOT packageTime ) # not a clone
+   file( TIMESTAMP ${PROJECT_SOURCE_DIR}/CHANGELOG.md packageTime "%s" UTC )
 endif()
 set( ENV{SOURCE_DATE_EPOCH} ${packageTime} )
 string( TIMESTAMP packageDate "%a, %d %b %Y %H:%M:%S +0000" UTC )
