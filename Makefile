@@ -76,7 +76,7 @@ update-abi:
 package:
 	@sh ci/setup.sh package
 	@sh ci/build.sh package
-	@sh ci/package.sh package
+	@sh ci/package.sh
 
 library:
 	@sh ci/setup.sh library

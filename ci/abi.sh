@@ -6,11 +6,11 @@
 set -eu
 cd "$(dirname "$0")/.."
 update=${1:-}
-version=$(sed -n 's/^ *VERSION \([0-9]*\.[0-9]*\)\..*/\1/p' CMakeLists.txt)
-baseline=ci/abi/$version.xml.xz
 build=build/abi
 
 sh ci/build.sh abi
+version=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=\(.*\)\..*/\1/p' $build/CMakeCache.txt)
+baseline=ci/abi/$version.xml.xz
 cmake --install $build --prefix $build/installed >/dev/null
 abidw --headers-dir $build/installed/include --drop-private-types --drop-undefined-syms --no-corpus-path \
    --no-comp-dir-path --no-show-locs --no-parameter-names --out-file $build/now.xml $build/lib/libstrata-l3.so

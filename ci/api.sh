@@ -10,4 +10,4 @@ out=$PWD/$build/api
 rm -rf "$out"
 cmake --install "$build" --component dev --prefix "$out/installed" >/dev/null
 API_SOURCE=$PWD API_HEADERS=$out/installed/include/strata-l3 API_OUTPUT=$out \
-   API_VERSION=$(sed -n 's/^ *VERSION \([0-9.]*\)$/\1/p' CMakeLists.txt) doxygen ci/Doxyfile
+   API_VERSION=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$build/CMakeCache.txt") doxygen ci/Doxyfile

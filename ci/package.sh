@@ -1,17 +1,17 @@
 #!/bin/sh
-# package.sh PRESET [--try]
-# Makes the Debian packages of a preset that is built. With --try, also installs them on this machine, uses them,
+# package.sh [--try]
+# Makes the Debian packages of the preset "package", which is built. With --try, also installs them on this machine, uses them,
 # removes them, and checks that no file is left.
 set -eu
 cd "$(dirname "$0")/.."
 root=$PWD
-build=build/$1
-try=${2:-}
+build=build/package
+try=${1:-}
 out=$root/$build/packages
 # Packages that depend on others come first: this is the order of removal.
 packages='strata-l3-kit-dbgsym strata-l3-dbgsym libstrata-l3-0.1-dbgsym strata-l3-kit libstrata-l3-dev strata-l3 libstrata-l3-0.1'
 
-sh ci/api.sh "$1"
+sh ci/api.sh package
 python3 ci/sbom.py "$build"
 rm -rf "$out"
 SOURCE_DATE_EPOCH=$(cat "$build/package-time")

@@ -16,7 +16,7 @@ cd "$copy"
 # shellcheck disable=SC2086 # a list of words
 cmake --preset package $parts >/dev/null
 sh ci/build.sh package
-sh ci/package.sh package
+sh ci/package.sh
 differ=0
 for package in build/package/packages/*.deb; do
    cmp "$package" "$packages/${package##*/}" || differ=1

@@ -32,7 +32,6 @@ python3 python3
 package='
 dpkg-dev dpkg-shlibdeps
 doxygen doxygen
-python3 python3
 lintian lintian
 '
 ci='
@@ -55,7 +54,7 @@ library) wanted=$library ;;
 build) wanted=$library$build ;;
 bench) wanted=$library$build$bench ;;
 mutants) wanted=$library$build$mutants ;;
-package) wanted=$library$build$package ;;
+package) wanted=$library$build$mutants$package ;;
 ci) wanted=$library$build$bench$mutants$package$ci ;;
 *)
    echo "setup.sh: unknown group '$group'; one of library, build, bench, mutants, package, ci" >&2

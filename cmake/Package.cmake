@@ -25,13 +25,14 @@ macro( debian_package component package section )
    set( CPACK_DEBIAN_${deb_component}_PACKAGE_SECTION ${section} )
    set( CPACK_DEBIAN_${deb_component}_PACKAGE_DEPENDS "${deb_DEPENDS}" )
    set( CPACK_DEBIAN_${deb_component}_DESCRIPTION "${deb_TEXT}" )
-   install( FILES ${PROJECT_SOURCE_DIR}/cmake/copyright ${PROJECT_BINARY_DIR}/changelog.gz
-      DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/${package}
-      COMPONENT ${component} )
-   install( FILES ${PROJECT_BINARY_DIR}/sbom/${component}.spdx.json
+   # Optional is the bill of materials, which ci/sbom.py makes. An installation without packages has none of these.
+   install( FILES
+         ${PROJECT_SOURCE_DIR}/cmake/copyright
+         ${PROJECT_BINARY_DIR}/changelog.gz
+         ${PROJECT_BINARY_DIR}/sbom/${component}.spdx.json
       DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/${package}
       COMPONENT ${component}
-      OPTIONAL ) # if ci/sbom.py has made it
+      OPTIONAL EXCLUDE_FROM_ALL )
 endmacro()
 
 # --- What every package holds ----------------------------------------------------------------------

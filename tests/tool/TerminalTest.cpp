@@ -84,18 +84,28 @@ class TerminalTest : public testing::Test
       return output;
    }
 
+   /// Whether a condition becomes true in time.
+   template<class Condition>
+   static bool comes( Condition condition )
+   {
+      for( int tries = 0; tries < 3000; ++tries ) {
+         if( condition() )
+            return true;
+         ::usleep( 10000 );
+      }
+      return false;
+   }
+
    /// The output up to the prompt. The editor shows the prompt before it reads single keys: a key that is pressed
    /// earlier goes to the line editing of the terminal.
    std::string outputUntilPrompt()
    {
       std::string output = outputUntil( prompt );
-      termios mode{};
-      for( int tries = 0; tries < 3000; ++tries ) {
+      EXPECT_TRUE( comes( [ & ] {
+         termios mode{};
          ::tcgetattr( terminal_, &mode );
-         if( ( mode.c_lflag & ICANON ) == 0 )
-            break;
-         ::usleep( 10000 );
-      }
+         return ( mode.c_lflag & ICANON ) == 0;
+      } ) );
       return output;
    }
 
@@ -111,12 +121,9 @@ class TerminalTest : public testing::Test
    {
       type( endOfInput );
       int status = 0;
-      for( int tries = 0; ::waitpid( shell_, &status, WNOHANG ) == 0; ++tries ) {
-         if( tries == 3000 ) {
-            ADD_FAILURE() << "the session does not end";
-            return -1;
-         }
-         ::usleep( 10000 );
+      if( !comes( [ & ] { return ::waitpid( shell_, &status, WNOHANG ) != 0; } ) ) {
+         ADD_FAILURE() << "the session does not end";
+         return -1;
       }
       shell_ = 0;
       return WIFEXITED( status ) ? WEXITSTATUS( status ) : -1;

@@ -2,7 +2,6 @@
 
 #include "platform/runtime/Trace.h"
 
-#include <algorithm>
 #include <filesystem>
 #include <set>
 #include <sstream>
@@ -59,11 +58,12 @@ void ConsoleOptions::setTraceLevels() const
    std::set<std::string> handles;
    for( const std::string& trace : traces_ ) {
       std::istringstream settings( trace );
-      for( std::string setting; std::getline( settings, setting, ',' ); )
-         if( setting.resize( std::min( setting.find( '=' ), setting.size() ) );
-             !handles.insert( setting ).second )
+      for( std::string setting; std::getline( settings, setting, ',' ); ) {
+         const std::string handle = setting.substr( 0, setting.find( '=' ) );
+         if( !handles.insert( handle ).second )
             throw std::runtime_error(
-               "the level of '" + setting + "' is given twice; leave one out" );
+               "the level of '" + handle + "' is given twice; leave one out" );
+      }
       Vormel::traceLevelsIs( trace );
    }
 }
