@@ -128,6 +128,11 @@ std::string PacketEngine::portNames( const std::vector<PortRef>& ports ) const
    return withView( [ & ]( const PacketView& view ) { return portsText( view, ports ); } );
 }
 
+std::string PacketEngine::lagOf( PortRef port ) const
+{
+   return withView( [ & ]( const PacketView& view ) { return lagName( view, port ); } );
+}
+
 std::string PacketEngine::nextHopName( const NextHop& nextHop ) const
 {
    return withView( [ & ]( const PacketView& view ) { return nextHopText( view, nextHop ); } );

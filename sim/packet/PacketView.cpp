@@ -139,16 +139,14 @@ struct NumberedName
    std::string behind;
 };
 
-/// The LAG or port by which packets for the next hop leave.
-std::string placeName( const PacketView& view, PortRef port )
-{
-   for( const Lag& lag : view.lags() )
-      if( lag.has( port ) )
-         return lag.name;
-   return view.portName( port );
-}
-
 } // namespace
+
+std::string lagName( const PacketView& view, PortRef port )
+{
+   const auto lag =
+      std::ranges::find_if( view.lags(), [ & ]( const Lag& known ) { return known.has( port ); } );
+   return lag == view.lags().end() ? std::string() : lag->name;
+}
 
 std::string portsText( const PacketView& view, const std::vector<PortRef>& ports )
 {
@@ -184,8 +182,9 @@ std::string nextHopText( const PacketView& view, const NextHop& nextHop )
    case NextHop::Kind::port:
       break;
    }
+   const std::string lag = lagName( view, nextHop.port );
    return format( "%s in VLAN %d on %s", nextHop.mac.toString(), U32{ nextHop.vlanId },
-      placeName( view, nextHop.port ) );
+      lag.empty() ? view.portName( nextHop.port ) : lag );
 }
 
 std::string nextHopText( const PacketView& view, const std::vector<NextHop>& nextHops )

@@ -87,6 +87,9 @@ class PacketView
 /// "Ethernet1, Ethernet3-5", as the words of scenarios: ranges of three ports or more in a row.
 std::string portsText( const PacketView& view, const std::vector<PortRef>& ports );
 
+/// The LAG that the port belongs to; empty if there is none.
+std::string lagName( const PacketView& view, PortRef port );
+
 /// "00:..:09 in VLAN 20 on Ethernet3", or on the LAG that the port belongs to.
 std::string nextHopText( const PacketView& view, const NextHop& nextHop );
 /// The same for each, with "or" between them.

@@ -119,7 +119,7 @@ class Pass
    // PassEgress.cpp
    using Refusals = std::map<std::string, std::string>; // names by reason
    void egress();
-   void leave( PortRef port, Refusals& refusals );
+   void leave( PortRef port );
    void enterTunnel( const std::string& name, U16 vlanId, const Frame& frame, bool routed,
       const std::string& what, Refusals& refusals );
    void replicate( Refusals& refusals );

@@ -24,11 +24,10 @@ void Pass::egress()
       std::ranges::sort( destination_.ports );
       const auto twice = std::ranges::unique( destination_.ports );
       destination_.ports.erase( twice.begin(), twice.end() );
-      for( const auto& [ reason, ports ] : destination_.leftOut )
-         for( const PortRef port : ports )
-            add( refusals[ reason ], view_.portName( port ) );
       for( const PortRef port : destination_.ports )
-         leave( port, refusals );
+         leave( port );
+      for( const auto& [ reason, ports ] : destination_.leftOut )
+         add( refusals[ reason ], portsText( view_, ports ) );
       for( const std::string& name : destination_.tunnels )
          enterTunnel(
             name, egressVlan(), rewritten(), nextHop_.has_value(), "tunnel " + name, refusals );
@@ -70,15 +69,16 @@ void Pass::noteUnreached()
    if( !explanation_ || !nextHop_ || nextHop_->kind != NextHop::Kind::flood ||
        !result_.again.empty() )
       return;
-   std::string names;
-   for( const PortRef port : floodIn( egressVlan(), false ).ports )
-      if( refusal( port, egressVlan() ).empty() &&
-          std::ranges::find( result_.verdict.departures, port, &Departure::port ) ==
-             result_.verdict.departures.end() )
-         add( names, view_.portName( port ) );
-   if( !names.empty() )
+   std::vector<PortRef> ports = floodIn( egressVlan(), false ).ports;
+   std::erase_if( ports, [ & ]( PortRef port ) {
+      return !refusal( port, egressVlan() ).empty() ||
+             std::ranges::find( result_.verdict.departures, port, &Departure::port ) !=
+                result_.verdict.departures.end();
+   } );
+   if( !ports.empty() )
       note( "flood", [ & ] {
-         return format( "of VLAN %d it does not reach %s", U32{ egressVlan() }, names );
+         return format(
+            "of VLAN %d it does not reach %s", U32{ egressVlan() }, portsText( view_, ports ) );
       } );
 }
 
@@ -105,7 +105,7 @@ void Pass::depart( PortRef port, U16 vlanId, const Frame& frame, const std::stri
    result_.verdict.departures.push_back( { port, padded( retagged( frame, tag ) ), tunnel } );
 }
 
-void Pass::leave( PortRef port, Refusals& refusals )
+void Pass::leave( PortRef port )
 {
    const U16 vlanId = egressVlan();
    const bool back = cameInBy( port );
@@ -120,7 +120,7 @@ void Pass::leave( PortRef port, Refusals& refusals )
    if( reason.empty() )
       depart( port, vlanId, rewritten() );
    else
-      add( refusals[ reason ], view_.portName( port ) );
+      destination_.leftOut[ reason ].push_back( port );
 }
 
 /// Sends a frame of the VLAN, routed into it or bridged in it, into a tunnel. A refusal is noted under the name `what`.
@@ -165,15 +165,14 @@ void Pass::replicate( Refusals& refusals )
       const auto named = [ vlanId ]( const std::string& name ) {
          return format( "%s in VLAN %d", name, U32{ vlanId } );
       };
-      const Destination flood = floodIn( vlanId, false );
-      for( const auto& [ reason, ports ] : flood.leftOut )
-         for( const PortRef port : ports )
-            add( refusals[ reason ], named( view_.portName( port ) ) );
+      Destination flood = floodIn( vlanId, false );
       for( const PortRef port : flood.ports )
          if( const std::string reason = refusal( port, vlanId ); reason.empty() )
             depart( port, vlanId, copy );
          else
-            add( refusals[ reason ], named( view_.portName( port ) ) );
+            flood.leftOut[ reason ].push_back( port );
+      for( const auto& [ reason, ports ] : flood.leftOut )
+         add( refusals[ reason ], named( portsText( view_, ports ) ) );
       for( const std::string& name : flood.tunnels )
          enterTunnel( name, vlanId, copy, true, named( "tunnel " + name ), refusals );
    }

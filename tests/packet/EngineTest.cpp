@@ -311,10 +311,12 @@ TEST_F( EngineTest, TheFirstOfTwoRedirectsAppliesAndPolicyRoutingPrecedesBoth )
    EXPECT_THAT( told( "in Ethernet1 dmac router ipv4 dst 10.2.0.1" ),
       AllOf( HasSubstr( "\"vlan flood pbr\" misses: it is disabled" ),
          HasSubstr( "redirect that of main" ),
-         HasSubstr( "of VLAN 20 it does not reach Ethernet4, Ethernet5, Ethernet6" ) ) );
+         HasSubstr( "of VLAN 20 it does not reach Ethernet4-6" ) ) );
    run( "set pbr.pbrEnabled true" );
    EXPECT_EQ( outcome( send( "in Ethernet1 dmac router ipv4 dst 10.2.0.1" ) ), "E4 E5 E6" );
    EXPECT_EQ( hits( chip(), "vlan flood pbr" ), 1u );
+   EXPECT_THAT( told( "in Ethernet1 dmac router ipv4 dst 10.2.0.1" ),
+      HasSubstr( "egress Ethernet1-3, Ethernet7, Ethernet8: no member of VLAN 20" ) );
 }
 
 /// A packet on a chip that is brought up, and its destination.

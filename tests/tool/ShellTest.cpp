@@ -205,6 +205,21 @@ TEST( Shell, UniqueAbbreviationsAreWholeWordsAndFilesAreExact )
    std::ofstream( file ) << "switch hsdk\nsh int\n";
    EXPECT_EQ( runLine( { "run", file.c_str() } ).status, 2 );
    EXPECT_EQ( runLine( { "shell", file.c_str() } ).status, 2 );
+   EXPECT_THAT( runText( "quit\n" ).err, HasSubstr( "'quit'; only the shell has it" ) );
+}
+
+TEST( Shell, TablesNameTheLagOfAPort )
+{
+   const std::string shown = runLine( { "shell", "--quiet" },
+      "switch hsdk ports 8\ninterface Ethernet1-4 unit 0 port 1\nvlan 10\n"
+      "lag Port-Channel1 Ethernet3-4\nmac 00:00:00:00:00:09 vlan 10 Port-Channel1\n"
+      "route 10.1.0.0/16 via Port-Channel1 mac 00:00:00:00:00:08 vlan 10\n"
+      "show macs\nshow macs --json\nshow routes --json\n" )
+                                .out;
+   EXPECT_THAT( shown, HasSubstr( "configured  Port-Channel1\n" ) );
+   for( const std::string margin : { "\n      ", "\n         " } ) // of a row, of a next hop in it
+      EXPECT_THAT( shown,
+         HasSubstr( margin + R"("port": "Ethernet3",)" + margin + R"("lag": "Port-Channel1")" ) );
 }
 
 TEST( Shell, BringUpEndsWithASummaryAndBriefFoldsWhatRepeats )

@@ -23,14 +23,25 @@ ordered_json portNames( const Sim::PacketEngine& engine, const std::set<Sim::Por
    return names;
 }
 
+/// The port, and the LAG that it belongs to.
+void addPort( ordered_json& row, const Sim::PacketEngine& engine, Sim::PortRef port )
+{
+   row[ "port" ] = engine.portName( port );
+   if( const std::string lag = engine.lagOf( port ); !lag.empty() )
+      row[ "lag" ] = lag;
+}
+
 ordered_json nextHopJson( const Sim::PacketEngine& engine, const Sim::NextHop& nextHop )
 {
    switch( nextHop.kind ) {
    case Sim::NextHop::Kind::cpu:
       return { { "kind", "cpu" } };
-   case Sim::NextHop::Kind::port:
-      return { { "kind", "port" }, { "port", engine.portName( nextHop.port ) },
-         { "mac", nextHop.mac.toString() }, { "vlan", nextHop.vlanId } };
+   case Sim::NextHop::Kind::port: {
+      ordered_json json{ { "kind", "port" } };
+      addPort( json, engine, nextHop.port );
+      json.update( { { "mac", nextHop.mac.toString() }, { "vlan", nextHop.vlanId } } );
+      return json;
+   }
    case Sim::NextHop::Kind::flood:
       return { { "kind", "flood" }, { "mac", nextHop.mac.toString() }, { "vlan", nextHop.vlanId } };
    case Sim::NextHop::Kind::tunnel:
@@ -42,8 +53,10 @@ ordered_json nextHopJson( const Sim::PacketEngine& engine, const Sim::NextHop& n
 
 std::string placeText( Sim::PacketEngine& engine, const Sim::Station::Place& place )
 {
-   if( const auto* const port = std::get_if<Sim::PortRef>( &place ) )
-      return engine.portName( *port );
+   if( const auto* const port = std::get_if<Sim::PortRef>( &place ) ) {
+      const std::string lag = engine.lagOf( *port );
+      return lag.empty() ? engine.portName( *port ) : lag;
+   }
    if( const auto* const tunnel = std::get_if<Sim::Station::Tunnel>( &place ) )
       return "tunnel " + tunnel->name;
    return "group " + std::to_string( std::get<Sim::Station::Group>( place ).number );
@@ -53,7 +66,7 @@ std::string placeText( Sim::PacketEngine& engine, const Sim::Station::Place& pla
 void addPlace( ordered_json& row, Sim::PacketEngine& engine, const Sim::Station::Place& place )
 {
    if( const auto* const port = std::get_if<Sim::PortRef>( &place ) )
-      row[ "port" ] = engine.portName( *port );
+      addPort( row, engine, *port );
    else if( const auto* const tunnel = std::get_if<Sim::Station::Tunnel>( &place ) )
       row[ "tunnel" ] = tunnel->name;
    else

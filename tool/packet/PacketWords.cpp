@@ -107,7 +107,8 @@ static std::vector<PortRef> portsOfLag( const Session& session, const Words& wor
    const auto& scsd = hardware.scsd();
    std::vector<PortRef> ports = Sim::portsOf( hardware.chips(), *scsd, scsd->lagMembers( lag ) );
    if( ports.empty() )
-      words.fail( lag.toString() + " has no member with a port" );
+      words.fail( lag.toString() + " has no member with a port; give it some, as in 'lag " +
+                  lag.toString() + " Ethernet1-2'" );
    return ports;
 }
 
