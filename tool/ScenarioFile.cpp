@@ -7,8 +7,11 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <filesystem>
 #include <poll.h>
+#include <set>
 #include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
 #include <utility>
 
@@ -123,6 +126,57 @@ std::optional<Line> ScenarioFile::next()
    if( ++number_ == 1 && text->starts_with( byteOrderMark ) )
       text->erase( 0, byteOrderMark.size() );
    return splitLine( name_, number_, std::move( *text ), inclusion_ );
+}
+
+std::string includedFile( const Line& line, const std::string& name )
+{
+   return ( std::filesystem::path( line.file ).parent_path() / name ).lexically_normal();
+}
+
+namespace {
+
+/// The files that the line includes; also one that is included where an error is expected.
+std::vector<std::string> includedFiles( const Line& line )
+{
+   std::vector<std::string> files;
+   for( std::size_t i = 0; i + 1 < line.words.size(); ++i )
+      if( line.words[ i ].text == "include" && ( i == 0 || line.words[ i - 1 ].text != "|" ) )
+         files.push_back( includedFile( line, line.words[ i + 1 ].text ) );
+   return files;
+}
+
+/// `seen` has the scenarios that were looked through.
+bool reads( const std::string& scenario, const std::string& file, std::set<std::string>& seen )
+{
+   std::error_code none; // a file that does not exist is not the same
+   if( std::filesystem::equivalent( scenario, file, none ) )
+      return true;
+   if( scenario == "-" || !std::filesystem::is_regular_file( scenario, none ) ||
+       !seen.insert( scenario ).second )
+      return false;
+   ScenarioFile lines( scenario );
+   for( ;; ) {
+      try {
+         const std::optional<Line> line = lines.next();
+         if( !line )
+            return false;
+         const auto included = includedFiles( *line );
+         if( std::ranges::any_of(
+                included, [ & ]( const auto& name ) { return reads( name, file, seen ); } ) )
+            return true;
+      } catch( const InputError& ) {
+         continue; // the run reports it
+      }
+   }
+}
+
+} // namespace
+
+bool readsFile( const std::string& scenario, const std::string& file )
+{
+   std::set<std::string> seen;
+   std::error_code none;
+   return std::filesystem::exists( file, none ) && reads( scenario, file, seen );
 }
 
 } // namespace Strata::Tool

@@ -60,4 +60,12 @@ class ScenarioFile
    U32 number_ = 0;     // of the last line
 };
 
+/// The file that an `include` line names: relative to the directory of its own file, and absolute names as they are. What
+/// is typed in the shell is in no directory.
+std::string includedFile( const Line& line, const std::string& name );
+
+/// Whether a run of the scenario reads the file, itself or by `include`, as far as it can be told before the run: a pipe
+/// can be read only once.
+bool readsFile( const std::string& scenario, const std::string& file );
+
 } // namespace Strata::Tool

@@ -50,6 +50,7 @@ class Session
    void quit() { over_ = true; }
 
    Console& console() { return console_; }
+   const Console& console() const { return console_; }
 
    bool hasAgent() const { return agent_ != nullptr; }
    /// While hasAgent().

@@ -54,6 +54,25 @@ TEST( ScenarioFile, ACaptureReplacesACaptureAndNoOtherFile )
    EXPECT_EQ( captureTo( capture ).status, 0 );
 }
 
+TEST( ScenarioFile, ATranscriptReplacesNoFileThatTheRunReads )
+{
+   const std::string part = testing::TempDir() + "kept.scenario";
+   const std::string text = "note kept\n";
+   std::ofstream( part ) << text;
+   for( const std::string line :
+      { "include kept.scenario", "expect error x include kept.scenario" } ) {
+      const Outcome outcome = runText( line + "\n", { "--transcript", part.c_str() } );
+      EXPECT_EQ( outcome.status, 2 );
+      EXPECT_THAT( outcome.err,
+         HasSubstr( "the transcript would overwrite the scenario '" + part + "'; give it" ) );
+   }
+   EXPECT_EQ( runLine( { "run", part.c_str(), "--transcript", part.c_str() } ).status, 2 );
+   EXPECT_EQ( contentsOf( part ), text );
+   // The transcript begins before the line is typed.
+   EXPECT_THAT( runLine( { "shell", "--transcript", part.c_str() }, "include " + part + "\n" ).err,
+      HasSubstr( "shell:1:9: '" + part + "' is the transcript of this run; include another" ) );
+}
+
 /// The growth of the heap by 2,000 events of a session, in bytes.
 std::size_t growth( const std::string& everyHundred, SessionConfig config )
 {

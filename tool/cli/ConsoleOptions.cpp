@@ -1,12 +1,11 @@
 #include "tool/cli/ConsoleOptions.h"
 
 #include "platform/runtime/Trace.h"
+#include "tool/ScenarioFile.h"
 
-#include <filesystem>
 #include <set>
 #include <sstream>
 #include <stdexcept>
-#include <system_error>
 
 namespace Strata::Tool {
 
@@ -42,10 +41,9 @@ void ConsoleOptions::declare( CLI::App& subcommand )
 
 ConsoleConfig ConsoleOptions::config( const Terminal& terminal, const std::string& scenario ) const
 {
-   std::error_code none;
-   if( std::filesystem::equivalent( scenario, config_.transcriptFile, none ) )
-      throw std::runtime_error(
-         "the transcript would overwrite the scenario '" + scenario + "'; give it another name" );
+   if( readsFile( scenario, config_.transcriptFile ) )
+      throw std::runtime_error( "the transcript would overwrite the scenario '" +
+                                config_.transcriptFile + "'; give it another name" );
    ConsoleConfig config = config_;
    config.colour = colour_ == "always" || ( colour_ == "auto" && terminal.showsColours );
    config.screen = terminal.screen;

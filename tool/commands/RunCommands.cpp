@@ -4,6 +4,7 @@
 #include "platform/runtime/Format.h"
 #include "platform/runtime/Trace.h"
 #include "tool/Interrupt.h"
+#include "tool/ScenarioFile.h"
 #include "tool/ScenarioRun.h"
 #include "tool/Session.h"
 #include "tool/words/ByUnit.h"
@@ -133,14 +134,15 @@ void runIncluded( Session& session, const Words& words, const std::string& file 
    session.console().note( "End of " + file + ", included at " + placeText( line ) );
 }
 
-Act include( const Session&, Words& words )
+Act include( const Session& session, Words& words )
 {
    const Line& line = words.line();
    const std::string name = words.take( "a scenario file", "FILE" ).text;
-   // An absolute name replaces the directory. What is typed in the shell is in no directory.
-   const std::string file = ( fs::path( line.file ).parent_path() / name ).lexically_normal();
+   const std::string file = includedFile( line, name );
    if( isLoop( line, file ) )
       words.fail( "a file cannot include itself: " + chainText( line, file ) );
+   if( session.console().writesTo( file ) )
+      words.fail( "'" + file + "' is the transcript of this run; include another file" );
    return [ file, &words ]( Session& live ) { runIncluded( live, words, file ); };
 }
 

@@ -81,6 +81,9 @@ class Console
    /// std::runtime_error when the transcript file cannot be written.
    Console( std::ostream& out, std::ostream& err, const ConsoleConfig& config );
 
+   /// Whether the transcript is written to this file.
+   bool writesTo( const std::string& file ) const;
+
    void command( const Line& line );
    /// Whether the next output is JSON rows instead of a table.
    void rowsAsJsonIs( bool json ) { rowsAsJson_ = json; }

@@ -5,8 +5,10 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <ostream>
 #include <regex>
+#include <system_error>
 
 namespace Strata::Tool {
 
@@ -56,6 +58,12 @@ Console::Console( std::ostream& out, std::ostream& err, const ConsoleConfig& con
    if( !transcript_ )
       throw std::runtime_error( "cannot write the transcript '" + config_.transcriptFile +
                                 "': " + std::strerror( errno ) );
+}
+
+bool Console::writesTo( const std::string& file ) const
+{
+   std::error_code none; // a file that does not exist is not the same
+   return std::filesystem::equivalent( file, config_.transcriptFile, none );
 }
 
 void Console::write( std::ostream& stream, bool colour, const std::vector<Toned>& lines )
