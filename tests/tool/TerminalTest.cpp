@@ -178,12 +178,14 @@ TEST_F( TerminalTest, CtrlZStopsTheSessionOnceAndTheLineIsKept )
    start(
       "cat", "xterm", "set -m; \"$0\" shell; for i in 1 2 3 4 5 6 7 8; do echo stopped; fg; done" );
    run( "switch hsdk ports 4" );
-   for( int stop = 0; stop < 4; ++stop ) {
+   for( int line = 0; line < 2; ++line ) {
       type( "show un" );
       outputUntil( "un" );
-      type( "\032" );
-      outputUntil( "stopped\r\n" );
-      EXPECT_THAT( outputUntilPrompt(), Not( HasSubstr( "stopped" ) ) );
+      for( int stop = 0; stop < 2; ++stop ) {
+         type( "\032" );
+         outputUntil( "stopped\r\n" );
+         EXPECT_THAT( outputUntilPrompt(), Not( HasSubstr( "stopped" ) ) );
+      }
       type( "its\n" );
       EXPECT_THAT( outputUntilPrompt(), HasSubstr( "hsdk" ) );
    }
@@ -231,6 +233,11 @@ TEST_F( TerminalTest, OutputFollowsTheWindowAndLongOutputIsPaged )
    const std::string usual = run( "help" );
    EXPECT_THAT( usual, Not( HasSubstr( "paged:" ) ) );
    EXPECT_LE( longestLine( usual ), 80u );
+   type( "switch ?" );
+   const std::size_t codes = std::string( "\033[1m\033[0m" ).size(); // of bold text
+   EXPECT_LE( longestLine( outputUntilPrompt() ), 80u + codes );     // the syntax is longer
+   type( interrupt );
+   outputUntilPrompt();
    resize( 120 );
    const std::size_t wider = longestLine( run( "help" ) );
    EXPECT_GT( wider, 80u );

@@ -240,8 +240,7 @@ class TerminalReader::Editor
       const SignalAction stop( SIGTSTP, SIG_DFL );
       const SignalAction proceed( SIGCONT, SIG_DFL );
       ::kill( 0, SIGTSTP );
-      ::el_set( edit, EL_PREP_TERM, 1 );
-      return CC_REDISPLAY;
+      return CC_REDISPLAY; // the editor sets the terminal before it reads
    }
 
    unsigned char complete()
@@ -277,8 +276,7 @@ class TerminalReader::Editor
       std::cout << "?\n" << std::flush;
       ::el_set( edit_, EL_PREP_TERM, 0 ); // a pager needs the terminal as it was
       guide_.explain( line );
-      ::el_set( edit_, EL_PREP_TERM, 1 );
-      return CC_REDISPLAY;
+      return CC_REDISPLAY; // the editor sets the terminal before it reads
    }
 
    unsigned char insert( const char* text )
