@@ -52,10 +52,13 @@ void Session::run( const Line& line )
    const bool json = last.text == "--json" && !last.quoted;
    if( json )
       asked.words.pop_back();
+   if( const Word& before = asked.words.back(); json && before.text == last.text && !before.quoted )
+      words.failAt( last, "'--json' is given twice" );
    if( json && !command.takesJson() )
       words.failAt( last, "only commands that show something take --json" );
    if( json && filterLine )
-      words.failAt( filterLine->words.front(), "JSON has all rows; filters are for text" );
+      Words( *filterLine )
+         .failAt( filterLine->words.front(), "JSON has all rows; filters are for text" );
    if( command.announced )
       console_.command( line );
    const Running running( running_, line );

@@ -275,7 +275,7 @@ TEST( Shell, FiltersSelectRowsOfText )
       AllOf( HasSubstr( "Forwarding tables\n  stp " ), Not( HasSubstr( "Faults" ) ) ) );
    EXPECT_THAT( shown( "show interfaces --json | count" ), HasSubstr( "3:24: JSON has all rows" ) );
    EXPECT_THAT( shown( "show interfaces | grep x" ), HasSubstr( "3:19: 'grep' is not a filter" ) );
-   EXPECT_THAT( shown( "note x | count" ), HasSubstr( "3:8: nothing is expected here" ) );
+   EXPECT_THAT( shown( "note x | count" ), HasSubstr( "3:8: there is no output to filter" ) );
 }
 
 TEST( Completion, OffersCommandsAndTheirArguments )

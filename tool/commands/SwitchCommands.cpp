@@ -141,12 +141,29 @@ U32 takeLogicalPorts( Words& words, U32 count )
    return first;
 }
 
+/// Takes interfaces that can be put on ports.
+InterfaceRange takeEthernets( const Session& session, Words& words )
+{
+   const InterfaceRange range = takeInterfaces( words );
+   const std::string name = range.first.toString();
+   const std::string problem = name + " cannot have a port: only Ethernet interfaces can";
+   if( range.first.isPortChannel() )
+      words.fail( problem + "; a LAG has members, as in 'lag " + name + " Ethernet1-2 routed'" );
+   if( !range.first.isEthernet() )
+      words.fail( problem + "; 'vlan ID svi' gives a VLAN a routed interface" );
+   const auto& known = session.agent().hardware().ethIntfStatusDir()->intfStatus();
+   const Word* const next = words.peek();
+   if( next && ( next->text == "routed" || next->text == "bridged" ) &&
+       known.contains( range.first ) )
+      words.failAt( *next, name + " has a port already; 'set " + name + ".forwardingModel " +
+                              next->text + "' changes its model" );
+   return range;
+}
+
 Act addInterfaces( const Session& session, Words& words )
 {
    const Sim::SimSwitch& hardware = session.agent().hardware();
-   const InterfaceRange range = takeInterfaces( words );
-   if( !range.first.isEthernet() )
-      words.fail( range.first.toString() + " cannot have a port: only Ethernet interfaces can" );
+   const InterfaceRange range = takeEthernets( session, words );
    words.expect( "unit" );
    const U32 unit = session.takeUnit( words );
    words.expect( "port" );

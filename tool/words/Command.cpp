@@ -74,6 +74,14 @@ Branches branchesOf( bool typed )
    return all;
 }
 
+/// Whether a command of the shell begins with the word.
+bool isOfShell( std::string_view word )
+{
+   return std::ranges::any_of( themes().back().commands, [ & ]( const Command& command ) {
+      return command.name.substr( 0, command.name.find( ' ' ) ) == word;
+   } );
+}
+
 /// `start` is empty or ends with a blank.
 [[noreturn]] void failUnknown(
    Words& words, const std::string& start, std::span<const std::string_view> choices )
@@ -82,8 +90,10 @@ Branches branchesOf( bool typed )
       words.failAtEnd( start + "is followed by one of " + joined( choices ) );
    const Word& wrong = words.take( {} );
    const bool isComment = wrong.text.starts_with( '!' ) || wrong.text.starts_with( "//" );
-   const std::string hint =
-      isComment ? "; a comment starts with '#'" : Words::remedy( wrong, choices );
+   const bool ofShell = start.empty() && !words.line().typed && isOfShell( wrong.text );
+   const std::string hint = isComment ? "; a comment starts with '#'"
+                            : ofShell ? "; only the shell has it"
+                                      : words.remedy( wrong, choices );
    words.fail( "there is no command '" + start + wrong.text + "'" +
                ( !hint.empty()         ? hint
                   : !start.empty()     ? "; choose one of " + joined( choices )

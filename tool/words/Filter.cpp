@@ -35,13 +35,14 @@ std::optional<Line> cutFilters( Line& line )
 std::vector<Filter> takeFilters( Words& words )
 {
    std::vector<Filter> filters;
+   words.expect( bar );
    do {
-      words.expect( bar );
       const std::string_view name = words.choose( "a filter", Vormel::enumNameList<FilterKind> );
       const FilterKind kind = *Vormel::enumParse<FilterKind>( name );
       filters.push_back( { kind,
-         kind == FilterKind::count ? std::string() : words.take( "the text to look for" ).text } );
-   } while( !words.done() );
+         kind == FilterKind::count ? std::string() : words.text( "the text to look for" ) } );
+   } while( words.accept( bar ) );
+   words.end();
    return filters;
 }
 

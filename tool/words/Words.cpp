@@ -2,6 +2,7 @@
 
 #include "platform/runtime/EntityType.h"
 #include "platform/runtime/Format.h"
+#include "tool/words/Habits.h"
 
 #include <algorithm>
 #include <iterator>
@@ -237,11 +238,15 @@ std::string Words::syntaxText() const
    return syntax_.empty() ? std::string() : "; the syntax is '" + syntax_ + "'";
 }
 
-std::string Words::remedy( const Word& word, std::span<const std::string_view> names )
+std::string Words::remedy( const Word& word, std::span<const std::string_view> names ) const
 {
    if( word.quoted && std::ranges::find( names, word.text ) != names.end() )
       return "; write '" + word.text + "' without quotes";
-   return didYouMean( word.text, names );
+   const Word& first = line_.words.front();
+   const bool alone = word.column == first.column || first.text == "help";
+   const std::string habit =
+      habitText( ( alone ? "" : first.text + ' ' ) + line_.text.substr( word.column - 1 ) );
+   return habit.empty() ? didYouMean( word.text, names ) : habit;
 }
 
 std::string_view Words::acceptOneOf( std::span<const std::string_view> keywords )
@@ -349,19 +354,17 @@ void Words::end( bool showsRows ) const
    const Word* const word = peek();
    if( !word )
       return;
-   const std::string problem = "nothing is expected here";
-   if( !word->quoted && word->text == "|" )
-      failAt( *word, problem + "; only 'show', 'explain' and 'help' take filters" );
    const std::vector<std::string_view> all = alternatives( tried_, {} );
    const std::string unless = all.size() == 1 ? ", unless it is '" + joined( all ) + "'"
                               : all.empty()   ? std::string()
                                               : ", unless it is one of " + joined( all );
    const std::string rows = showsRows ? "; '| include " + word->text + "' selects rows" : "";
    const std::string hint = remedy( *word, all );
-   failAt( *word, problem + ( !hint.empty()     ? hint
-                               : textTaken_     ? "; put a text with blanks in quotes"
-                               : all.size() < 2 ? unless + syntaxText() + rows
-                                                : unless ) );
+   failAt(
+      *word, "nothing is expected here" + ( !hint.empty()     ? hint
+                                             : textTaken_     ? "; put a text with blanks in quotes"
+                                             : all.size() < 2 ? unless + syntaxText() + rows
+                                                              : unless ) );
 }
 
 void Words::fail( const std::string& problem ) const
@@ -371,7 +374,12 @@ void Words::fail( const std::string& problem ) const
 
 void Words::failAt( const Word& word, const std::string& problem ) const
 {
-   throw InputError( line_, word.column, word.width, problem );
+   const bool isFilter = !word.quoted && word.text.starts_with( '|' );
+   const bool behindFilter = line_.words.front().text == "|"; // the line is the filters alone
+   throw InputError( line_, word.column, word.width,
+      isFilter && !behindFilter ? "there is no output to filter; "
+                                  "only 'show', 'explain' and 'help' take filters"
+                                : problem );
 }
 
 void Words::failAtEnd( const std::string& problem ) const

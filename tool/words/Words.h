@@ -159,8 +159,9 @@ class Words
       return *parsed;
    }
 
-   /// "; did you mean 'x'?", or empty, for a word in the place of one of `names`.
-   static std::string remedy( const Word& word, std::span<const std::string_view> names );
+   /// "; did you mean 'x'?", or what is typed here instead of a word from another switch, for a word in the place of one
+   /// of `names`. Empty if there is no such help.
+   std::string remedy( const Word& word, std::span<const std::string_view> names ) const;
    /// The command and the words behind its name, or a part of them, for errors about words that are missing or too many.
    /// Returns the previous one.
    std::string syntaxIs( std::string syntax )
@@ -174,6 +175,8 @@ class Words
 
    /// InputError about the word taken last.
    [[noreturn]] void fail( const std::string& problem ) const;
+   /// The same about any word of the line. At a filter, which the line of another command than `show` has, the problem is
+   /// always the filter.
    [[noreturn]] void failAt( const Word& word, const std::string& problem ) const;
    /// An error in `work` is reported at the word taken last.
    template<class Work>
