@@ -5,9 +5,11 @@ RUN_FLAGS ?=
 TEST_FLAGS ?=
 BENCH_FLAGS ?=
 FILES ?=
+SECONDS ?= 60
+TARGETS ?=
 
 .DEFAULT_GOAL := help
-.PHONY: help run test bench mutants library package api format lint update update-golden update-reference update-symbols update-abi clean
+.PHONY: help run test bench mutants fuzz library package api format lint update update-golden update-reference update-symbols update-abi clean
 
 help:
 	@echo 'make run            build, then run a scenario on the simulated chip'
@@ -16,6 +18,7 @@ help:
 	@echo 'make bench          build and run the benchmarks     BENCH_FLAGS="--benchmark_filter=<pattern>"'
 	@echo 'make mutants FILES=routing/entries/UrpfEntries.cpp   break the library token by token and name the test that notices'
 	@echo '                      N=20  SEED=1  LINES=20-40  FUNCTION=<pattern>  KIND=<pattern>  SCENARIOS=1  LIST=1'
+	@echo 'make fuzz           change scenarios, frames, captures and generic access at random    SECONDS=$(SECONDS)  TARGETS="Frame ..."'
 	@echo 'make update         replace what is generated from the code: golden transcripts, reference pages, the list of'
 	@echo '                      exported symbols; also by itself: update-golden, update-reference, update-symbols'
 	@echo 'make update-abi     write down the binary interface of a version (see Releases in CONTRIBUTING.md)'
@@ -51,6 +54,10 @@ mutants:
 	@python3 ci/mutants.py $(FILES) $(if $(N),--number $(N)) $(if $(SEED),--seed $(SEED)) \
 	   $(if $(LINES),--lines $(LINES)) $(if $(FUNCTION),--function '$(FUNCTION)') \
 	   $(if $(KIND),--kind '$(KIND)') $(if $(SCENARIOS),--scenarios) $(if $(LIST),--list)
+
+fuzz:
+	@sh ci/setup.sh fuzz
+	@sh ci/fuzz.sh $(SECONDS) $(TARGETS)
 
 update: update-golden update-reference update-symbols
 

@@ -7,7 +7,7 @@ set -u
 cd "$(dirname "$0")/.." || exit
 
 rooms=
-for room in platform messages routing sim conformance agent tool tests bench examples; do
+for room in platform messages routing sim conformance agent tool tests fuzz bench examples; do
    [ -d $room ] && rooms="$rooms $room"
 done
 
@@ -27,8 +27,8 @@ BEGIN {
    may["conformance/sim"] = "platform/ sim/ conformance/"
    may["agent"] = "platform/ messages/ routing/ sim/ agent/"
    may["tool"] = "platform/ messages/ routing/ sim/ agent/ tool/"
-   everything = "platform/ messages/ routing/ sim/ conformance/ agent/ tool/ tests/ bench/ examples/"
-   may["tests"] = may["bench"] = may["examples"] = everything
+   everything = "platform/ messages/ routing/ sim/ conformance/ agent/ tool/ tests/ fuzz/ bench/ examples/"
+   may["tests"] = may["fuzz"] = may["bench"] = may["examples"] = everything
 }
 
 function complain( text ) {

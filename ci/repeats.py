@@ -14,7 +14,7 @@ from collections import defaultdict
 from pathlib import Path
 
 LENGTH = 6
-ROOMS = ("platform", "messages", "routing", "sim", "conformance", "agent", "tool", "bench", "examples")
+ROOMS = ("platform", "messages", "routing", "sim", "conformance", "agent", "tool", "fuzz", "bench", "examples")
 # The functions of entries are flat lists of calls: an entry's qualifiers and actions in their order.
 ENTRIES = re.compile(r"routing/entries/.*\.cpp$")
 LEFT_OUT = re.compile(

@@ -1,5 +1,5 @@
 #!/bin/sh
-# setup.sh library|build|bench|mutants|package|ci
+# setup.sh library|build|bench|mutants|fuzz|package|ci
 # Installs those Debian packages of a group that are missing, if it has the permission, or else prints the command.
 # Prints nothing if no package is missing.
 set -u
@@ -29,6 +29,11 @@ valgrind valgrind
 mutants='
 python3 python3
 '
+fuzz='
+clang-16 clang++-16
+libclang-rt-16-dev /usr/lib/llvm-16/lib/clang/16/lib/linux
+python3 python3
+'
 package='
 dpkg-dev dpkg-shlibdeps
 doxygen doxygen
@@ -36,7 +41,6 @@ lintian lintian
 '
 ci='
 git git
-clang clang++
 clang-format clang-format
 clang-tidy-19 clang-tidy-19
 binutils strings
@@ -54,10 +58,11 @@ library) wanted=$library ;;
 build) wanted=$library$build ;;
 bench) wanted=$library$build$bench ;;
 mutants) wanted=$library$build$mutants ;;
+fuzz) wanted=$library$build$fuzz ;;
 package) wanted=$library$build$mutants$package ;;
-ci) wanted=$library$build$bench$mutants$package$ci ;;
+ci) wanted=$library$build$bench$mutants$fuzz$package$ci ;;
 *)
-   echo "setup.sh: unknown group '$group'; one of library, build, bench, mutants, package, ci" >&2
+   echo "setup.sh: unknown group '$group'; one of library, build, bench, mutants, fuzz, package, ci" >&2
    exit 2
    ;;
 esac

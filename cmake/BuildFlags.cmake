@@ -42,6 +42,10 @@ if( STRATA_SANITIZE )
    add_compile_options( -fsanitize=${STRATA_SANITIZE} -fno-sanitize-recover=all
       -fno-omit-frame-pointer )
    add_link_options( -fsanitize=${STRATA_SANITIZE} )
+   if( STRATA_FUZZ )
+      # Checks of every access to a member double the compile time, and asan-ubsan has them.
+      add_compile_options( -fsanitize=fuzzer-no-link -fno-sanitize=alignment,null,object-size,vptr )
+   endif()
    if( CMAKE_CXX_COMPILER_ID STREQUAL "GNU" )
       # With the sanitizers' extra branches GCC gives false warnings here; the other builds keep the warning.
       add_compile_options( -Wno-maybe-uninitialized )

@@ -10,7 +10,7 @@ file( GLOB_RECURSE layeredFiles CONFIGURE_DEPENDS
    agent/*.h agent/*.cpp
    tool/*.h tool/*.cpp tool/*.def
    conformance/*.h conformance/*.cpp conformance/*.def
-   tests/*.h tests/*.cpp bench/*.h bench/*.cpp examples/*.h examples/*.cpp )
+   tests/*.h tests/*.cpp fuzz/*.h fuzz/*.cpp bench/*.h bench/*.cpp examples/*.h examples/*.cpp )
 set( layeringStamp ${PROJECT_BINARY_DIR}/layering.stamp )
 add_custom_command(
    OUTPUT ${layeringStamp}

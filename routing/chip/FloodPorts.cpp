@@ -114,7 +114,7 @@ void RoutingStatusHelper::unitRecordIs( const UnitRecord& record )
    vlanFloodPbmpIs( ports );
 }
 
-void RoutingStatusHelper::updateVlanFloodPbmp( IntfId intf )
+void RoutingStatusHelper::updateVlanFloodPbmp( Vormel::IntfId intf )
 {
    const StrataPort sp = scsd() ? scsd()->strataIntfToPort( intf ) : StrataPort();
    VORMEL_ASSERT( !!sp );

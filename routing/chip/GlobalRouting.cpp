@@ -95,7 +95,7 @@ void RoutingStatusHelper::noteIpOptionsProfile( U32 unit, S32 profile )
    ipOptionsProfileIs( profile );
 }
 
-void RoutingStatusHelper::programSwitchCtrlPortSet( IntfId intf )
+void RoutingStatusHelper::programSwitchCtrlPortSet( Vormel::IntfId intf )
 {
    VORMEL_TRACE( routingTrace, 9, "programSwitchCtrlPortSetintf" << intf );
    const StrataPort sp = shared().strataIntfToPort( intf );

@@ -20,7 +20,7 @@ static const char* routingText( bool routing )
    return routing ? "Routing (IPv4, IPv6, MPLS)" : "Disabled";
 }
 
-void RoutingStatusHelper::addMyStationTcamEntry( U32 unit, U32 index, const EthAddr& mac,
+void RoutingStatusHelper::addMyStationTcamEntry( U32 unit, U32 index, const Vormel::EthAddr& mac,
    bool vlanIdValid, U32 vlanId, bool ingressPortCpu, bool arpTermination, bool routing )
 {
    Vormel::checkActivityLock( "addMyStationTcamEntry" );
@@ -69,8 +69,8 @@ void RoutingStatusHelper::removeMyStationTcamEntry( U32 unit, U32 index )
 }
 
 void RoutingStatusHelper::verifyMyStationTcamEntry( U32 unit, U32 index, bool valid,
-   const EthAddr& mac, bool vlanIdValid, U32 vlanId, bool ingressPortCpu, bool expectArpTermination,
-   bool routing )
+   const Vormel::EthAddr& mac, bool vlanIdValid, U32 vlanId, bool ingressPortCpu,
+   bool expectArpTermination, bool routing )
 {
    Vormel::checkActivityLock( "verifyMyStationTcamEntry" );
    VORMEL_TRACE( routingTrace, 9,

@@ -85,7 +85,7 @@ void RoutingStatusHelper::installVxlanEntries( MacType macType )
    programL2VxlanTcam( macType );
 }
 
-EthAddr RoutingStatusHelper::macOf( MacType macType ) const
+Vormel::EthAddr RoutingStatusHelper::macOf( MacType macType ) const
 {
    VORMEL_ASSERT( macType == MacType::bridgeMac || macType == MacType::fennicMac );
    return macType == MacType::bridgeMac ? routerMacAddr() : virtualRouterMacAddr();

@@ -93,7 +93,7 @@ bool RoutingStatusHelper::doUrpfHwInitStage1( bool enable )
           handleTcamEntryUrpf( strataUrpfCommonData()->tcamEntryUrpf4() != 0, false );
 }
 
-void RoutingStatusHelper::handleUrpf( IntfId, U32, UrpfStatus, UrpfStatus )
+void RoutingStatusHelper::handleUrpf( Vormel::IntfId, U32, UrpfStatus, UrpfStatus )
 {
    VORMEL_ASSERT( false );
 }

@@ -77,7 +77,7 @@ void RoutingStatusSm::handleStrataIntfToPort()
          routingStatusHelper_->programSwitchCtrlPortSet( intf );
 }
 
-void RoutingStatusSm::handleStrataIntfToPort( IntfId intf )
+void RoutingStatusSm::handleStrataIntfToPort( Vormel::IntfId intf )
 {
    VORMEL_ASSERT( scsd() );
    VORMEL_TRACE( routingTrace, 8, "handleStrataIntfToPort" << intf );

@@ -118,7 +118,7 @@ TEST( L3StatusTest, ATableIsFullOnceAllOfItsKnownSizeIsInUse )
       EXPECT_FALSE( ( status.get()->*full )() );
       set( "Max", 4 );
       EXPECT_FALSE( ( status.get()->*full )() );
-      for( const U64 max : { 3, 2 } ) {
+      for( const U64 max : { 3u, 2u } ) {
          set( "Max", max );
          for( const auto& [ other, otherFull ] : tables )
             EXPECT_EQ( ( status.get()->*otherFull )(), other == name ) << other;

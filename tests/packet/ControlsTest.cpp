@@ -148,7 +148,7 @@ TEST_F( ControlsTest, EveryRegisterFieldHasItsEffect )
       bringUp( "register" );
       run( row.setup );
       const Register reg = Sim::registerOf( row.field );
-      for( const U32 value : { 1, 0 } ) {
+      for( const U32 value : { 1u, 0u } ) {
          chip().registerIs(
             reg, Sim::registerFieldSet( chip().registerValue( reg ), row.field, value ) );
          EXPECT_EQ( outcome( send( row.packet ) ), value == 1 ? row.on : row.off );

@@ -75,7 +75,7 @@ TEST_F( FrameTest, ACutCaptureIsParsedByItsLengthOnTheWire )
       bytes.resize( size );
       return Frame( bytes, whole.length() );
    };
-   for( const std::size_t size : { 96, 38 } ) // to the end of the ports
+   for( const std::size_t size : { 96u, 38u } ) // to the end of the ports
       EXPECT_EQ( cut( size ).text(),
          whole.text() + " (the capture holds " + std::to_string( size ) + " of 124 bytes)" );
    EXPECT_FALSE( cut( 37 ).headers().l4 );

@@ -171,7 +171,7 @@ TEST_F( HelperTest, AMissingInputIsTracedAndItsStepIsSkipped )
       "verifyPeerMacRoutingStatus: no MLAG status\n"
       "handleTcamEntryVlanFloodDrop: no entry manager\n" );
    bare->l2McastTableAllocationIs( hardware.l2McastTableAllocation() );
-   for( const U32 size : { 5, 0 } ) {
+   for( const U32 size : { 5u, 0u } ) {
       hardware.l2McastTableAllocation()->sizeIs( size );
       bare->init( true, true );
       EXPECT_EQ( bare->allPortsL2Mc(), 4u ) << size; // without a group it keeps its value

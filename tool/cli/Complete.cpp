@@ -11,8 +11,6 @@ namespace Strata::Tool {
 
 namespace {
 
-using Strings = std::vector<std::string>;
-
 Strings valuesOf( CLI::Option& option )
 {
    if( option.get_type_name() != "HANDLE=LEVEL" )

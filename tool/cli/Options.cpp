@@ -7,7 +7,6 @@
 
 namespace Strata::Tool {
 
-using Strings = std::vector<std::string>;
 using Views = std::vector<std::string_view>;
 
 Strings choicesOf( CLI::Option& option )

@@ -7,11 +7,13 @@
 
 namespace Strata::Tool {
 
+using Strings = std::vector<std::string>;
+
 /// The members of an option's set, from the description of its check: "{auto,always,never}".
-std::vector<std::string> choicesOf( CLI::Option& option );
+Strings choicesOf( CLI::Option& option );
 
 /// "--json", "--quiet", ...
-std::vector<std::string> namesOfOptions( CLI::App& app );
+Strings namesOfOptions( CLI::App& app );
 
 /// Refuses flags that are given twice or with a value, for the application and its subcommands.
 void checkFlags( CLI::App& app );

@@ -1,0 +1,90 @@
+#!/usr/bin/env python3
+"""seeds.py DIRECTORY: writes the seeds of each target to DIRECTORY/TARGET, and words to try to DIRECTORY/words.dict.
+
+They are made of the scenarios, of the refused lines of the tests, and of their captures.
+"""
+import re
+import shutil
+import struct
+import sys
+from pathlib import Path
+
+ROOT = Path(__file__).parent.parent
+CAPTURES = sorted((ROOT / "tests/packet/frames").glob("*.pcap*"))
+LINES_OF_A_SEED = 3
+# As in Frame.cpp: Ethernet1, Ethernet3 with its explanation shown, and Ethernet8, behind which the tunnel is.
+ENTRANCES = (1, 0x83, 8)
+
+
+def lines():
+    """Of all scenarios, and the refused ones, each once."""
+    texts = [path.read_text() for path in sorted((ROOT / "scenarios").rglob("*.scenario"))]
+    found = [line.strip() for text in texts for line in text.splitlines()]
+    refused = (ROOT / "tests/tool/refusals.txt").read_text().splitlines()
+    found += [line.split(" => ")[0] for line in refused]
+    return sorted({line for line in found if line and not line.startswith("#")})
+
+
+def write(directory, seeds):
+    directory.mkdir(parents=True)
+    for number, seed in enumerate(seeds):
+        (directory / f"{number:04}").write_bytes(seed)
+
+
+def texts(some):
+    for at in range(0, len(some), LINES_OF_A_SEED):
+        yield ("\n".join(some[at : at + LINES_OF_A_SEED]) + "\n").encode()
+
+
+def frames_of(path):
+    """The bytes of each frame, and its length on the wire; the files are little-endian."""
+    data = path.read_bytes()
+    if path.suffix == ".pcap":
+        at = 24  # behind the header of the file
+        while at < len(data):
+            held, length = struct.unpack_from("<8xII", data, at)
+            yield data[at + 16 : at + 16 + held], length
+            at += 16 + held
+        return
+    at = 0
+    while at < len(data):
+        kind, size = struct.unpack_from("<II", data, at)
+        if kind == 6:  # an enhanced packet block
+            held, length = struct.unpack_from("<20xII", data, at)
+            yield data[at + 28 : at + 28 + held], length
+        at += size
+
+
+def frames():
+    """As Frame.cpp reads them, in by each entrance."""
+    for path in CAPTURES:
+        for data, length in frames_of(path):
+            for port in ENTRANCES:
+                yield bytes([port, min(255, length - len(data))]) + data
+
+
+def access(line):
+    """As Access.cpp reads it: only attributes of the helper, and each of these."""
+    return re.match(r"(call|trace) |(set|del) (helper\.)?\w+(\[|\s|$)", line)
+
+
+def messages():
+    text = (ROOT / "docs/reference/messages.md").read_text()
+    return [f"log {key} 5 word =7" for key in sorted(set(re.findall(r"\b[A-Z]+(?:_[A-Z]+)+\b", text)))]
+
+
+def main():
+    directory = Path(sys.argv[1])
+    shutil.rmtree(directory, ignore_errors=True)
+    scenario_lines = lines()
+    write(directory / "ScenarioLine", texts(scenario_lines))
+    write(directory / "Access", texts([line for line in scenario_lines if access(line)] + messages()))
+    write(directory / "CaptureFile", (path.read_bytes() for path in CAPTURES))
+    write(directory / "Frame", frames())
+    words = set(re.findall(r"[\w.:/-]{2,40}", "\n".join(scenario_lines)))
+    for page in (ROOT / "docs/reference").glob("*.md"):
+        words.update(re.findall(r"\b[a-z]+[A-Z]\w+\b|\b[A-Z]+(?:_[A-Z]+)+\b", page.read_text()))
+    (directory / "words.dict").write_text("".join(f'"{word}"\n' for word in sorted(words)))
+
+
+main()
