@@ -172,11 +172,12 @@ TEST_F( TerminalTest, CtrlCEndsTheCommandAndNotTheSession )
    EXPECT_EQ( status(), 0 );
 }
 
-// The caller takes the terminal as soon as one of the shell's processes has stopped.
+// The caller takes the terminal as soon as one of the shell's processes has stopped, and expects it to edit lines.
 TEST_F( TerminalTest, CtrlZStopsTheSessionOnceAndTheLineIsKept )
 {
-   start(
-      "cat", "xterm", "set -m; \"$0\" shell; for i in 1 2 3 4 5 6 7 8; do echo stopped; fg; done" );
+   start( "cat", "xterm",
+      "set -m; \"$0\" shell; for i in 1 2 3 4 5 6 7 8; do echo stopped; "
+      "stty -a | grep -q -e -icanon && echo stopped raw; fg; done" );
    run( "switch hsdk ports 4" );
    for( int line = 0; line < 2; ++line ) {
       type( "show un" );
