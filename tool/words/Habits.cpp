@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <sstream>
 
 namespace Strata::Tool {
 
@@ -13,11 +14,10 @@ struct Habit
    std::string_view instead;
 };
 
-// The first that fits is taken, so longer ones precede their beginnings.
+// The first that fits is taken, so a word that begins another one precedes it, and a line its beginning.
 constexpr Habit habits[] = {
    // Modes and files.
    { "configure", "there are no modes: type the command itself" },
-   { "conf", "there are no modes: type the command itself" },
    { "enable", "there are no modes: type the command itself" },
    { "end", "there are no modes: type the command itself" },
    { "write", "nothing is saved: put the lines into a file for 'strata-l3 run FILE'" },
@@ -56,6 +56,7 @@ constexpr Habit habits[] = {
    { "ecmp", "a route with several next hops: 'route PREFIX via NEXTHOP via NEXTHOP'" },
    { "bgp", "there are no routing protocols: 'route PREFIX via NEXTHOP' makes a route" },
    { "ospf", "there are no routing protocols: 'route PREFIX via NEXTHOP' makes a route" },
+   { "acl", "ACLs are another part's of an agent; 'show entries' lists the entries of this one" },
    { "urpf", "'vlan ID urpf strict' checks the sources of a routed interface's packets" },
    { "vxlan", "'tunnel' makes a tunnel, 'vlan ID vxlan VNI TUNNELS' extends a VLAN; "
               "docs/recipes.md has a gateway" },
@@ -75,15 +76,25 @@ constexpr Habit habits[] = {
    { "show version", "'strata-l3 --version' prints it" },
 };
 
+/// Whether the line begins with the words, each of which may be cut behind its second letter.
+bool fits( std::string_view words, std::string_view line )
+{
+   std::istringstream wanted{ std::string( words ) };
+   std::istringstream typed{ std::string( line ) };
+   for( std::string whole, word; wanted >> whole; )
+      if( !( typed >> word ) || word.size() < 2 || !whole.starts_with( word ) )
+         return false;
+   return true;
+}
+
 } // namespace
 
-std::string habitText( std::string_view words )
+std::string habitText( std::string_view command, std::string_view words )
 {
-   const auto fits = [ words ]( const Habit& habit ) {
-      return words.starts_with( habit.words ) &&
-             ( words.size() == habit.words.size() || words[ habit.words.size() ] == ' ' );
-   };
-   const auto found = std::ranges::find_if( habits, fits );
+   const auto found = std::ranges::find_if( habits, [ & ]( const Habit& habit ) {
+      return habit.words.starts_with( command ) &&
+             fits( habit.words.substr( command.size() ), words );
+   } );
    return found == std::end( habits ) ? std::string() : "; " + std::string( found->instead );
 }
 

@@ -6,8 +6,8 @@
 
 namespace Strata::Tool {
 
-/// "; 'stp PORT STATE' ..." for words that no command has: those of a line, or a command and what is wrong behind it.
-/// Empty for other words.
-std::string habitText( std::string_view words );
+/// "; 'stp PORT STATE' ..." for words that no command takes: those of a line, or those behind `command`, which ends with a
+/// blank. They may be abbreviated. Empty for other words.
+std::string habitText( std::string_view command, std::string_view words );
 
 } // namespace Strata::Tool

@@ -245,7 +245,7 @@ std::string Words::remedy( const Word& word, std::span<const std::string_view> n
    const Word& first = line_.words.front();
    const bool alone = word.column == first.column || first.text == "help";
    const std::string habit =
-      habitText( ( alone ? "" : first.text + ' ' ) + line_.text.substr( word.column - 1 ) );
+      habitText( alone ? "" : first.text + ' ', line_.text.substr( word.column - 1 ) );
    return habit.empty() ? didYouMean( word.text, names ) : habit;
 }
 
