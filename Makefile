@@ -4,12 +4,13 @@ SCENARIO ?= scenarios/two-units.scenario
 RUN_FLAGS ?=
 TEST_FLAGS ?=
 BENCH_FLAGS ?=
+COVERAGE_FLAGS ?=
 FILES ?=
 SECONDS ?= 60
 TARGETS ?=
 
 .DEFAULT_GOAL := help
-.PHONY: help run test bench mutants fuzz library package api format lint update update-golden update-reference update-symbols update-abi clean
+.PHONY: help run test bench mutants fuzz coverage library package api format lint update update-golden update-reference update-symbols update-abi clean
 
 help:
 	@echo 'make run            build, then run a scenario on the simulated chip'
@@ -19,6 +20,7 @@ help:
 	@echo 'make mutants FILES=routing/entries/UrpfEntries.cpp   break the library token by token and name the test that notices'
 	@echo '                      N=20  SEED=1  LINES=20-40  FUNCTION=<pattern>  KIND=<pattern>  SCENARIOS=1  LIST=1'
 	@echo 'make fuzz           change scenarios, frames, captures and generic access at random    SECONDS=$(SECONDS)  TARGETS="Frame ..."'
+	@echo 'make coverage       say how much of each room the tests run      COVERAGE_FLAGS="--list"'
 	@echo 'make update         replace what is generated from the code: golden transcripts, reference pages, the list of'
 	@echo '                      exported symbols; also by itself: update-golden, update-reference, update-symbols'
 	@echo 'make update-abi     write down the binary interface of a version (see Releases in CONTRIBUTING.md)'
@@ -58,6 +60,11 @@ mutants:
 fuzz:
 	@sh ci/setup.sh fuzz
 	@sh ci/fuzz.sh $(SECONDS) $(TARGETS)
+
+coverage:
+	@sh ci/setup.sh coverage
+	@sh ci/build.sh coverage
+	@python3 ci/coverage.py $(COVERAGE_FLAGS)
 
 update: update-golden update-reference update-symbols
 

@@ -341,17 +341,21 @@ def chosen(faults, options):
         faults = [fault for fault in faults if re.search(options.function, fault.function)]
     faults = [fault for fault in faults if (re.search(options.kind, fault.kind) if options.kind else fault.kind != "trace")]
     if options.number and options.number < len(faults):
-        # Kinds take turns, so that constants, of which there are many, do not displace the others.
+        # One of each function comes first; then kinds take turns, so that constants, of which there are many, do not
+        # displace the others.
         dice = random.Random(options.seed)
-        kinds = {}
+        functions, kinds = {}, {}
         for fault in dice.sample(faults, len(faults)):
-            kinds.setdefault(fault.kind, []).append(fault)
-        drawn = []
+            if (fault.file, fault.function) not in functions:
+                functions[fault.file, fault.function] = fault
+            else:
+                kinds.setdefault(fault.kind, []).append(fault)
+        drawn = list(functions.values())[: options.number]
         while len(drawn) < options.number:
             for kind in sorted(kinds):
                 if kinds[kind] and len(drawn) < options.number:
                     drawn.append(kinds[kind].pop())
-        faults = [fault for fault in faults if any(fault is one for one in drawn)]
+        faults = drawn
     return faults
 
 
@@ -419,7 +423,7 @@ def summary(done, wanted, seconds):
 def main():
     parser = argparse.ArgumentParser(prog="mutants.py", description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("files", nargs="+", metavar="FILE", help="sources of the library, from the project's root; patterns are expanded")
-    parser.add_argument("--number", type=int, metavar="N", help="draw so many, from all kinds alike")
+    parser.add_argument("--number", type=int, metavar="N", help="draw so many: one of each function first, then of all kinds alike")
     parser.add_argument("--seed", type=int, default=1, help="of the drawing (1)")
     parser.add_argument("--lines", metavar="A-B", help="faults in these lines alone")
     parser.add_argument("--function", metavar="REGEX", help="faults in these functions alone")

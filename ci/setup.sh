@@ -1,5 +1,5 @@
 #!/bin/sh
-# setup.sh library|build|bench|mutants|fuzz|package|ci
+# setup.sh library|build|bench|mutants|fuzz|coverage|package|ci
 # Installs those Debian packages of a group that are missing, if it has the permission, or else prints the command.
 # Prints nothing if no package is missing.
 set -u
@@ -34,6 +34,9 @@ clang-16 clang++-16
 libclang-rt-16-dev /usr/lib/llvm-16/lib/clang/16/lib/linux
 python3 python3
 '
+coverage='
+gcovr gcovr
+'
 package='
 dpkg-dev dpkg-shlibdeps
 doxygen doxygen
@@ -59,10 +62,11 @@ build) wanted=$library$build ;;
 bench) wanted=$library$build$bench ;;
 mutants) wanted=$library$build$mutants ;;
 fuzz) wanted=$library$build$fuzz ;;
+coverage) wanted=$library$build$mutants$coverage ;;
 package) wanted=$library$build$mutants$package ;;
 ci) wanted=$library$build$bench$mutants$fuzz$package$ci ;;
 *)
-   echo "setup.sh: unknown group '$group'; one of library, build, bench, mutants, fuzz, package, ci" >&2
+   echo "setup.sh: unknown group '$group'; one of library, build, bench, mutants, fuzz, coverage, package, ci" >&2
    exit 2
    ;;
 esac
