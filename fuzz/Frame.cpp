@@ -1,6 +1,6 @@
 // A frame comes in by a port of a switch: it is parsed, explained and forwarded. The first byte of the input selects
-// the port, whether the IPv4 checksum is mended, and whether the explanation is shown; the second says how many bytes
-// the capture has cut off.
+// the port, whether the IPv4 checksum is mended, and whether the explanation is shown; the second says how many of the
+// frame's last bytes the capture has not got.
 #include "fuzz/Fuzz.h"
 
 #include "platform/runtime/Errors.h"
@@ -10,6 +10,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <optional>
 
 namespace Strata::Fuzz {
@@ -44,10 +45,11 @@ Sim::Bytes withChecksum( Sim::Bytes bytes )
 std::optional<Frame> frameOf( Input input )
 {
    Sim::Bytes bytes( input.begin() + choices, input.end() );
+   const std::size_t length = bytes.size();
    try {
       if( input[ 0 ] & mendsChecksum )
          bytes = withChecksum( std::move( bytes ) );
-      const std::size_t length = bytes.size() + input[ 1 ];
+      bytes.resize( length - std::min<std::size_t>( input[ 1 ], length ) );
       return Tool::checkedFrame( Frame( std::move( bytes ), length ) );
    } catch( const Vormel::ValueError& ) {
       return std::nullopt;

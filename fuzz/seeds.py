@@ -60,7 +60,7 @@ def frames():
     for path in CAPTURES:
         for data, length in frames_of(path):
             for port in ENTRANCES:
-                yield bytes([port, min(255, length - len(data))]) + data
+                yield bytes([port, length - len(data)]) + data.ljust(length, b"\0")
 
 
 def access(line):
