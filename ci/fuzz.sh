@@ -7,8 +7,8 @@ set -u
 cd "$(dirname "$0")/.." || exit
 seconds=${1:-60}
 [ $# -eq 0 ] || shift
+# shellcheck disable=SC2046 # a list of words
 [ $# -gt 0 ] ||
-   # shellcheck disable=SC2046 # a list of words
    set -- $(find fuzz -name '*.cpp' ! -name Fuzz.cpp | LC_ALL=C sort | sed 's|^fuzz/||; s|\.cpp$||')
 
 sh ci/build.sh fuzz fuzz-targets || exit
@@ -17,9 +17,9 @@ python3 fuzz/seeds.py $dir/seeds || exit
 rm -rf $dir/findings
 mkdir -p $dir/findings
 
-# Reports with symbols, by binutils where llvm-symbolizer is not installed. Uses after a return, which are slow to find,
-# are left to the build asan-ubsan.
-export ASAN_OPTIONS=allow_addr2line=1:detect_stack_use_after_return=0:malloc_context_size=8:quarantine_size_mb=32
+# Reports have symbols from binutils. Uses after a return, which are slow to find, are left to the build asan-ubsan.
+export ASAN_OPTIONS="external_symbolizer_path=$(command -v addr2line):detect_stack_use_after_return=0:\
+malloc_context_size=8:quarantine_size_mb=32"
 export UBSAN_OPTIONS=print_stacktrace=1
 
 printf '%s\n' "$@" | xargs -n 1 -P "$(nproc)" sh -c '
