@@ -151,6 +151,8 @@ TEST_F( HelperTest, AMissingInputIsTracedAndItsStepIsSkipped )
    bare->handlePeerMacRouting( EthAddr(), true );
    bare->verifyPeerMacRoutingStatus();
    bare->handleTcamEntryVlanFloodDrop( 3, true );
+   bare->handleTcamEntryArpReplyToCpu( MacType::bridgeMac );
+   bare->handleTcamEntryArpReqUnicastDrop();
    levelsAre( "off" );
    EXPECT_EQ(
       std::regex_replace( texts( RecordKind::trace ), std::regex( "Strata.* 1 .*: (.*: )" ), "$1" ),
@@ -169,13 +171,83 @@ TEST_F( HelperTest, AMissingInputIsTracedAndItsStepIsSkipped )
       "programSkipL2McastPktFromCoreToCpu: no entry manager\n"
       "handlePeerMacRouting: no MLAG hardware status\n"
       "verifyPeerMacRoutingStatus: no MLAG status\n"
-      "handleTcamEntryVlanFloodDrop: no entry manager\n" );
+      "handleTcamEntryVlanFloodDrop: no entry manager\n"
+      "handleTcamEntryArpReplyToCpu: no entry manager\n"
+      "handleTcamEntryArpReqUnicastDrop: no entry manager\n" );
+   testing::internal::CaptureStderr();
+   EXPECT_THAT( [ & ] { bare->handleTcamEntryUrpf( true, true ); },
+      testing::Throws<Died>( testing::Field( &Died::text, "!!sucd" ) ) );
+   EXPECT_THAT( [ & ] { bare->handleUrpf( IntfId(), 0, {}, {} ); },
+      testing::Throws<Died>( testing::Field( &Died::text, "false" ) ) );
+   testing::internal::GetCapturedStderr();
    bare->l2McastTableAllocationIs( hardware.l2McastTableAllocation() );
    for( const U32 size : { 5u, 0u } ) {
       hardware.l2McastTableAllocation()->sizeIs( size );
       bare->init( true, true );
       EXPECT_EQ( bare->allPortsL2Mc(), 4u ) << size; // without a group it keeps its value
    }
+   bare->tcamManagerIs( hardware.tcamManager() );
+   const U64 before = transcript().records().back().number;
+   bare->handleTcamEntryVlanFloodPbr( true ); // policy routing counts as off
+   EXPECT_THAT( texts( RecordKind::entry, before ),
+      testing::EndsWith( "enableEntry unit 0 id 1021 disable\n" ) );
+}
+
+TEST_F( HelperTest, AUnitThatHasLostItsLoopbackPortReleasesTheEntriesThatUseIt )
+{
+   make( "register" );
+   helper().init( true, true );
+   UnitTable& units = agent->hardware().scsd()->units();
+   StrataUnit unit = *units.find( 1 );
+   unit.loopbackPort.reset();
+   units.unitIs( 1, unit );
+   const U64 before = transcript().records().back().number;
+   helper().handleTcamEntryLb();
+   helper().handleTcamEntryVlanFlood( true );
+   helper().handleTcamEntryVlanFloodVxlan( true );
+   helper().handleTcamEntryL3Recirc( true );
+   std::string expected;
+   for( const U32 id : { helper().tcamEntryLbRecircL2Uc(), helper().tcamEntryLbRecirc(),
+           helper().tcamEntryVlanFlood(), helper().tcamEntryVlanFloodVxlan(),
+           helper().tcamEntryL3RecircAfterDecap(), helper().tcamEntryL3RecircForEncap() } )
+      expected += "main installEntry unit 0 id " + std::to_string( id ) +
+                  "\nmain releaseEntry unit 1 id " + std::to_string( id ) + "\n";
+   EXPECT_EQ( std::regex_replace(
+                 texts( RecordKind::entry, before ), std::regex( "main (getEntry|add).*\n" ), "" ),
+      expected );
+}
+
+TEST_F( HelperTest, AnUnlockThatFailsAfterAnotherFailureIsIgnored )
+{
+   make( "hsdk", { 0 } );
+   for( const char* call : { "bcm_field_action_ports_add", "bcm_field_unlock" } )
+      agent->hardware().faults().inject( { .call = call, .code = Sim::SdkCode::Fail } );
+   testing::internal::CaptureStderr();
+   EXPECT_THROW( helper().handleTcamEntryVlanFlood( true ), Died );
+   const std::string report = testing::internal::GetCapturedStderr();
+   EXPECT_LT( report.find( "bcm_field_action_ports_add" ), report.find( "bcm_field_unlock" ) );
+   agent->hardware().critic().restart();
+}
+
+// Another thread may delete a VLAN during an SDK call.
+TEST_F( HelperTest, AVlanThatIsDeletedMeanwhileIsNotWritten )
+{
+   make( "hsdk", { 0 } );
+   agent->hardware().vlanIs( 10 );
+   helper().handlePerVlanRouting( true );
+   transcript().listenerIs( [ this ]( const Sim::Record& record ) {
+      if( record.text.find( "bcm_vlan_port_remove" ) == std::string::npos )
+         return;
+      agent->hardware().chip( 0 ).vlanDel( 10 );
+      const Vormel::LockAnchor anchor( Vormel::activityLock() );
+      helper().enableVlanRouting( 10, true );
+   } );
+   const U64 before = transcript().records().back().number;
+   helper().handleIpAddressState( 10, false, false );
+   transcript().listenerIs( {} );
+   const std::string calls = texts( RecordKind::call, before );
+   EXPECT_THAT( calls, testing::StartsWith( "bcm_vlan_port_remove" ) );
+   EXPECT_EQ( calls.find( "bcm_vlan_control" ), std::string::npos ) << calls;
 }
 
 TEST_F( HelperTest, AHelperWithoutInputsKeepsItsState )

@@ -74,6 +74,19 @@ TEST_F( ObservingTest, AWatcherReportsAndCountsEachChange )
    EXPECT_THAT( lines, ElementsAre( "helper.useLb (157): false -> true",
                           "helper.unknownMacCountersPerTc[3] (154): inserted 4",
                           "helper.unknownMacCountersPerTc[3] (154): removed 4" ) );
+
+   // A subscriber that is told earlier removes the member.
+   lines.clear();
+   const Vormel::ChangeWatcher eraser(
+      agent->helper(), "helper", [ & ]( const Vormel::ChangeText& change ) {
+         if( change.kind == Vormel::ChangeKind::Inserted )
+            helper().unknownMacCountersPerTcDel( 3 );
+      } );
+   const Vormel::ChangeWatcher late( agent->helper(), "helper",
+      [ & ]( const Vormel::ChangeText& change ) { lines.push_back( change.line() ); } );
+   helper().unknownMacCountersPerTcIs( 3, 4 );
+   EXPECT_THAT( lines, ElementsAre( "helper.unknownMacCountersPerTc[3] (154): removed 4",
+                          "helper.unknownMacCountersPerTc[3] (154): inserted gone" ) );
 }
 
 TEST_F( ObservingTest, CallsAreCountedWithTheirFailures )

@@ -136,6 +136,10 @@ TEST_F( ReactorsTest, NullInputs )
    const auto redirect =
       l3PeerMacArpRedirectSmFactory( nullptr, nullptr, nullptr, agent->helper() );
    EXPECT_EQ( helper().peerMacArpRedirect(), 0u );
+   const auto deaf =
+      l3PeerMacArpRedirectSmFactory( hw().scsd(), hw().mlagStatus(), hw().mlagHwStatus(), nullptr );
+   hw().mlagStatus()->peerLinkIntfIs( two );
+   EXPECT_EQ( helper().peerMacArpRedirect(), 0u );
 }
 
 TEST_F( ReactorsTest, WithoutUnitsTheReactorsRunAndProgramNothing )
@@ -165,6 +169,26 @@ TEST_F( ReactorsTest, AllLagMembersCanBeHandledAgain )
    EXPECT_TRUE( helper().vlanFloodPbmp().contains( 1 ) );
    agent->reactor()->doAddOrRemoveLagPortFlood();
    EXPECT_FALSE( helper().vlanFloodPbmp().contains( 1 ) || helper().vlanFloodPbmp().contains( 2 ) );
+}
+
+TEST_F( ReactorsTest, ALoggingReactorPollsWhileItsNotificationsAreOn )
+{
+   auto& config = *hw().miscConfig();
+   config.syslogTimeoutIs( 1.0 );
+   const auto logging = UnknownMacDropLoggingSmIs( hw().miscConfig(), agent->helper() );
+   EXPECT_EQ( logging->nextPoll(), 1.0 );
+   logging->hasNotificationActiveIs( false );
+   EXPECT_EQ( logging->nextPoll(), Timer::never );
+   config.syslogTimeoutIs( 3.0 );
+   agent->clock().advanceBy( 10.0 );
+   logging->hasNotificationActiveIs( true );
+   EXPECT_EQ( logging->nextPoll(), 13.0 );
+   {
+      Vormel::ManualClock gone;
+      logging->pollingTimerIs( gone );
+   }
+   logging->setTimer(); // the timer's clock was destroyed, so the agent's is used
+   EXPECT_EQ( agent->clock().nextExpiry(), 13.0 );
 }
 
 TEST_F( ReactorsTest, PollsAreDueOneIntervalFromTheEndOfTheLast )

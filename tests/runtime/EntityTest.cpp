@@ -73,6 +73,8 @@ TEST_F( EntityTest, MutatorsPublishOnlyChanges )
    EXPECT_EQ( lamp->bulbDel( Side::right ), 0u );
    EXPECT_EQ( taken(), Log( { "lumens removed [3] old 9", "bulb changed [right] old 5" } ) );
    lamp->subscriberDel( recorder );
+   lamp->subscriberDel( recorder ); // has no effect
+   EXPECT_FALSE( lamp->hasSubscribers() );
 }
 
 TEST_F( EntityTest, DelAllPublishesEachRemovalWhileThereAreSubscribers )
@@ -190,6 +192,30 @@ TEST( ValueTest, TextsThatOnlyResembleValuesAreRefused )
    EXPECT_EQ( ValueTraits<S32>::from( std::string( "0x-5" ) ), std::nullopt );
    EXPECT_EQ( ValueTraits<bool>::from( U64( 1 ) ), true );
    EXPECT_EQ( ValueTraits<bool>::from( 1.0 ), std::nullopt );
+   EXPECT_EQ( ValueTraits<bool>::from( std::string( "yes" ) ), std::nullopt );
+   for( const char* text : { "", "2x", " 2" } )
+      EXPECT_EQ( ValueTraits<double>::from( std::string( text ) ), std::nullopt ) << text;
+}
+
+TEST( ValueTest, NumbersAreTakenFromEveryTypeThatHoldsThemExactly )
+{
+   EXPECT_EQ( ValueTraits<S32>::from( U64( 0x7FFFFFFF ) ), 0x7FFFFFFF );
+   EXPECT_EQ( ValueTraits<S32>::from( U64( 0x80000000 ) ), std::nullopt );
+   EXPECT_EQ( ValueTraits<S32>::from( S64( -0x80000001L ) ), std::nullopt );
+   EXPECT_EQ( ValueTraits<U8>::from( S64( 255 ) ), 255 );
+   EXPECT_EQ( ValueTraits<U8>::from( S64( -1 ) ), std::nullopt );
+   EXPECT_EQ( ValueTraits<U8>::from( U64( 256 ) ), std::nullopt );
+   EXPECT_EQ( ValueTraits<U8>::from( 1.0 ), std::nullopt );
+   EXPECT_EQ( ValueTraits<double>::from( std::string( "2.5" ) ), 2.5 );
+   EXPECT_EQ( ValueTraits<double>::from( S64( -2 ) ), -2.0 );
+   EXPECT_EQ( ValueTraits<std::string>::from( S64( -2 ) ), "-2" );
+   EXPECT_EQ( ValueTraits<Side>::from( U64( 1 ) ), Side::right );
+   EXPECT_EQ( toText( ValueTraits<double>::value( 0.25 ) ), "0.25" );
+   EXPECT_EQ( toText( Value() ), "" );
+   const auto stranger = Value( Ref<const Vormel::Counted>( make<Mlag::Status>() ) );
+   EXPECT_EQ( ValueTraits<Ref<Lamp>>::from( stranger ), std::nullopt );
+   EXPECT_EQ( ValueTraits<Ref<Lamp>>::from( std::string( "hall" ) ), std::nullopt );
+   EXPECT_EQ( ValueTraits<Ref<Lamp>>::from( Value() ), Ref<Lamp>() );
 }
 
 TEST_F( EntityTest, WrongNamesAndArgumentsSayWhatWouldBeRight )
@@ -212,6 +238,36 @@ TEST_F( EntityTest, WrongNamesAndArgumentsSayWhatWouldBeRight )
       "bulb: key 'top' is not left or right" );
    EXPECT_EQ( errorOf( [ & ] { type.attribute( "lit" ).members( *lamp ); } ),
       "attribute 'lit' cannot be iterated: it is a single value" );
+   EXPECT_EQ(
+      errorOf( [ & ] { type.attribute( 999 ); } ), "Lamp has no attribute with number 999" );
+   EXPECT_EQ( errorOf( [ & ] { type.operation( "dimm" ); } ),
+      "Lamp has no operation 'dimm'; did you mean 'dim'?" );
+   EXPECT_EQ( errorOf( [ & ] { type.attribute( "lumens" ).read( *lamp, U64( 9 ) ); } ),
+      "attribute 'lumens' cannot be read at key 9: there is no such member" );
+   const auto refused = [ & ]( const char* name, auto access ) {
+      const auto& attribute = type.attribute( name );
+      const std::string text = errorOf( [ & ] { access( attribute ); } );
+      const std::string start = "attribute '" + std::string( name ) + "' cannot ";
+      return text.starts_with( start ) ? text.substr( start.size() ) : text;
+   };
+   using A = Vormel::Attribute;
+   const Value five = U64( 5 );
+   EXPECT_EQ( refused( "name", [ & ]( const A& a ) { a.write( *lamp, five ); } ),
+      "be written: it is set by the constructor" );
+   EXPECT_EQ( refused( "lumens", [ & ]( const A& a ) { a.read( *lamp ); } ),
+      "be read as a whole: it is a collection, give a key" );
+   EXPECT_EQ( refused( "lumens", [ & ]( const A& a ) { a.write( *lamp, five ); } ),
+      "be written as a whole: it is a collection, give a key" );
+   EXPECT_EQ( refused( "lit", [ & ]( const A& a ) { a.convertedKey( five ); } ),
+      "have a key: it is a single value" );
+   EXPECT_EQ( refused( "lit", [ & ]( const A& a ) { a.read( *lamp, five ); } ),
+      "be read by key: it is a single value" );
+   EXPECT_EQ( refused( "lit", [ & ]( const A& a ) { a.write( *lamp, five, true ); } ),
+      "be written by key: it is a single value" );
+   EXPECT_EQ( refused( "lit", [ & ]( const A& a ) { a.del( *lamp, five ); } ),
+      "be deleted by key: it is a single value" );
+   EXPECT_EQ( refused( "lit", [ & ]( const A& a ) { a.delAll( *lamp ); } ),
+      "be deleted: it is a single value" );
    const Value one[] = { U64( 5 ) };
    EXPECT_EQ( errorOf( [ & ] { type.operation( "dim" ).call( *lamp, one ); } ),
       "dim takes 2 arguments (percent: a number from 0 to 4294967295; slowly: true or false), not 1" );

@@ -108,8 +108,13 @@ TEST_F( TraceTest, AnExceptionOfASinkIsReportedAndTheTracedCodeContinues )
    traceSinkIs( []( const TraceRecord& ) { throw Error( "disk full" ); } );
    testing::internal::CaptureStderr();
    VORMEL_TRACE( apple, 1, "red" );
-   EXPECT_EQ(
-      testing::internal::GetCapturedStderr(), "a trace of FruitApple was lost: disk full\n" );
+   traceSinkIs( []( const TraceRecord& ) { throw 1; } );
+   VORMEL_TRACE( apple, 1, "red" );
+   traceSinkIs( nullptr );
+   VORMEL_TRACE( apple, 1, "red" );
+   EXPECT_EQ( testing::internal::GetCapturedStderr(),
+      "a trace of FruitApple was lost: disk full\na trace of FruitApple was lost\n"
+      "FruitApple 1 TestBody red\n" );
 }
 
 class SyslogTest : public testing::Test
@@ -153,7 +158,12 @@ TEST_F( SyslogTest, RaisingAMessageNeverFails )
    syslogSinkIs( []( const SyslogRecord& ) { throw Error( "disk full" ); } );
    testing::internal::CaptureStderr();
    logMessage( fruit, 1 );
-   EXPECT_EQ( testing::internal::GetCapturedStderr(), "message FRUIT was lost: disk full\n" );
+   syslogSinkIs( []( const SyslogRecord& ) { throw 1; } );
+   logMessage( fruit, 1 );
+   syslogSinkIs( nullptr );
+   logMessage( fruit, 1 );
+   EXPECT_EQ( testing::internal::GetCapturedStderr(),
+      "message FRUIT was lost: disk full\nmessage FRUIT was lost\n%FRUIT-3: 1\n" );
 }
 
 TEST_F( SyslogTest, TheSystemGetsKeySeverityAndText )

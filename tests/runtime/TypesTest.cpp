@@ -81,7 +81,12 @@ TEST( IntfIdTest, RefusesTextsThatAreNotInterfaces )
       EXPECT_FALSE( IntfId::parse( text ) ) << text;
    EXPECT_THROW( IntfId( "Vlan4095" ), ValueError );
    EXPECT_THROW( IntfId::ethernet( 1, 0, 2 ), ValueError );
+   EXPECT_THROW( IntfId::portChannel( 0 ), ValueError );
    EXPECT_TRUE( IntfId::vlan( 4094 ).isVlan() && IntfId().empty() );
+   EXPECT_EQ( IntfId::ethernet( 3, 1, 2 ), IntfId( "Ethernet3/1/2" ) );
+   EXPECT_EQ( IntfId::portChannel( 5 ), IntfId( "Port-Channel5" ) );
+   EXPECT_EQ( IntfId::loopback( 0 ), IntfId( "Loopback0" ) );
+   EXPECT_EQ( IntfId::management( 1, 2 ), IntfId( "Management1/2" ) );
 }
 
 TEST( PortBitmapTest, AgreesWithASetOfPorts )
@@ -146,6 +151,8 @@ TEST( ListsTest, AWordThatIsMissingOrDoesNotFitTheOthersIsRefused )
    using Strata::RoutingState;
    EXPECT_EQ( RoutingState::parse( "off" ), RoutingState() );
    EXPECT_EQ( RoutingState::parse( "ip4,mcast" ), ( RoutingState{ true, false, true } ) );
+   for( const char* text : { "off", "ip4", "ip4,ip6", "ip4,mcast", "ip4,ip6,mcast" } )
+      EXPECT_EQ( toText( *RoutingState::parse( text ) ), text );
    for( const char* text : { "ip4,", "ip4,off", "off,ip4", ",ip4", "ip4,,ip6" } )
       EXPECT_EQ( RoutingState::parse( text ), std::nullopt ) << text;
    EXPECT_TRUE( Strata::IntfIdList::parse( "Ethernet1,Ethernet2" ) );
