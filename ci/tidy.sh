@@ -1,5 +1,5 @@
 #!/bin/sh
-# Runs clang-tidy over everything but the tests and examples; any finding is an error.
+# Runs clang-tidy over everything but tests, fuzz targets and examples; any finding is an error.
 #
 # Most of its time goes into the standard headers, so all sources of a room are read as one, in a sixth of the time.
 # Whether an include or a using-declaration is superfluous is asked of each source by itself. An include that is missing

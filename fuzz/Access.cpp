@@ -78,7 +78,7 @@ struct Place
    const Attribute& attribute;
    std::optional<Value> key;
 
-   /// Its value as text; none if there is none.
+   /// The value of the attribute, or of the slot or member, as text; nullopt while it cannot be read.
    std::optional<std::string> text() const
    {
       std::optional<std::string> found;

@@ -68,8 +68,8 @@ struct Stage
 
 Tool::Session& session()
 {
-   static Stage& stage =
-      *new Stage; // never destroyed: the libraries' own objects are gone when the process ends
+   // Never destroyed, because the libraries' own objects are gone when the process ends.
+   static Stage& stage = *new Stage;
    return stage.session;
 }
 

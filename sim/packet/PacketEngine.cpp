@@ -133,6 +133,11 @@ std::string PacketEngine::lagOf( PortRef port ) const
    return withView( [ & ]( const PacketView& view ) { return lagName( view, port ); } );
 }
 
+std::string PacketEngine::placeName( PortRef port ) const
+{
+   return withView( [ & ]( const PacketView& view ) { return Sim::placeName( view, port ); } );
+}
+
 std::string PacketEngine::nextHopName( const NextHop& nextHop ) const
 {
    return withView( [ & ]( const PacketView& view ) { return nextHopText( view, nextHop ); } );

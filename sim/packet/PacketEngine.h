@@ -61,8 +61,10 @@ class PacketEngine
 
    std::string portName( PortRef port ) const;
    std::string portNames( const std::vector<PortRef>& ports ) const;
-   /// The LAG that the port belongs to; empty if there is none.
+   /// The name of the port's LAG; an empty text for a port that is in no LAG.
    std::string lagOf( PortRef port ) const;
+   /// The name of the port's LAG, or that of a port that is in no LAG.
+   std::string placeName( PortRef port ) const;
    std::string nextHopName( const NextHop& nextHop ) const;
    /// "Ethernet3, Ethernet4; CPU queue 0 (TTL 1); dropped: ..." in one line.
    std::string summary( const Verdict& verdict ) const;

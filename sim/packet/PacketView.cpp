@@ -148,6 +148,12 @@ std::string lagName( const PacketView& view, PortRef port )
    return lag == view.lags().end() ? std::string() : lag->name;
 }
 
+std::string placeName( const PacketView& view, PortRef port )
+{
+   const std::string lag = lagName( view, port );
+   return lag.empty() ? view.portName( port ) : lag;
+}
+
 std::string portsText( const PacketView& view, const std::vector<PortRef>& ports )
 {
    constexpr std::size_t fewest = 3; // ports in a row that are shown as a range
@@ -182,9 +188,8 @@ std::string nextHopText( const PacketView& view, const NextHop& nextHop )
    case NextHop::Kind::port:
       break;
    }
-   const std::string lag = lagName( view, nextHop.port );
    return format( "%s in VLAN %d on %s", nextHop.mac.toString(), U32{ nextHop.vlanId },
-      lag.empty() ? view.portName( nextHop.port ) : lag );
+      placeName( view, nextHop.port ) );
 }
 
 std::string nextHopText( const PacketView& view, const std::vector<NextHop>& nextHops )

@@ -87,8 +87,10 @@ class PacketView
 /// "Ethernet1, Ethernet3-5", as the words of scenarios: ranges of three ports or more in a row.
 std::string portsText( const PacketView& view, const std::vector<PortRef>& ports );
 
-/// The LAG that the port belongs to; empty if there is none.
+/// The name of the port's LAG; an empty text for a port that is in no LAG.
 std::string lagName( const PacketView& view, PortRef port );
+/// The name of the port's LAG, or that of a port that is in no LAG.
+std::string placeName( const PacketView& view, PortRef port );
 
 /// "00:..:09 in VLAN 20 on Ethernet3", or on the LAG that the port belongs to.
 std::string nextHopText( const PacketView& view, const NextHop& nextHop );

@@ -53,10 +53,8 @@ ordered_json nextHopJson( const Sim::PacketEngine& engine, const Sim::NextHop& n
 
 std::string placeText( Sim::PacketEngine& engine, const Sim::Station::Place& place )
 {
-   if( const auto* const port = std::get_if<Sim::PortRef>( &place ) ) {
-      const std::string lag = engine.lagOf( *port );
-      return lag.empty() ? engine.portName( *port ) : lag;
-   }
+   if( const auto* const port = std::get_if<Sim::PortRef>( &place ) )
+      return engine.placeName( *port );
    if( const auto* const tunnel = std::get_if<Sim::Station::Tunnel>( &place ) )
       return "tunnel " + tunnel->name;
    return "group " + std::to_string( std::get<Sim::Station::Group>( place ).number );
