@@ -78,6 +78,27 @@ TEST( Scenario, QuietLeavesEventsOutOfTheTextButNotOutOfJson )
    EXPECT_THAT( runText( text, { "--json" } ).out, HasSubstr( "\"id\":1034" ) );
 }
 
+TEST( Scenario, ABringUpEndsWithASummaryAndHasItsCallsOnRequest )
+{
+   const std::string ports = "switch hsdk\ninterface Ethernet1-4 unit 0 port 1\n";
+   const std::string summary =
+      "entries     0      11 installed, 1 of them disabled: show entries\n";
+   const char* const call = "call   bcm_field_qualify_DstPort( unit 0, entry 1024";
+   const std::string transcript = scenarioFile( "" ) + ".txt";
+   const std::string out =
+      runText( ports + "bring-up\n", { "--transcript", transcript.c_str() } ).out;
+   EXPECT_THAT( out, AllOf( HasSubstr( summary ), HasSubstr( "calls       -      243 made" ) ) );
+   EXPECT_THAT( out, Not( HasSubstr( call ) ) );
+   EXPECT_THAT( contentsOf( transcript ), AllOf( HasSubstr( summary ), HasSubstr( call ) ) );
+   EXPECT_THAT( runText( ports + "bring-up\nset Ethernet1.forwardingModel routed\n" ).out,
+      HasSubstr( "call   bcm_field_lock" ) );
+   EXPECT_THAT( runText( ports + "quiet\nbring-up\n" ).out, HasSubstr( summary ) );
+   EXPECT_THAT( runText( ports + "loud\nbring-up\n" ).out, HasSubstr( call ) );
+   EXPECT_THAT( runText( ports + "bring-up\nshow transcript\n" ).out, HasSubstr( call ) );
+   EXPECT_THAT( runText( ports + "bring-up\n", { "--json" } ).out,
+      AllOf( HasSubstr( "\"id\":1034" ), HasSubstr( R"({"what":"calls","made":243})" ) ) );
+}
+
 TEST( Scenario, ALineThatCannotBeRunEndsIt )
 {
    const Outcome outcome = runText( "switch hsdk\ncall init maybe true\nnote never\n" );

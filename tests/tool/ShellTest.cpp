@@ -222,20 +222,12 @@ TEST( Shell, TablesNameTheLagOfAPort )
          HasSubstr( margin + R"("port": "Ethernet3",)" + margin + R"("lag": "Port-Channel1")" ) );
 }
 
-TEST( Shell, BringUpEndsWithASummaryAndBriefFoldsWhatRepeats )
+TEST( Shell, BriefFoldsWhatRepeats )
 {
    const auto shown = []( std::vector<const char*> arguments ) {
-      return runLine( arguments, "switch hsdk ports 8 units 4\nbring-up\n" ).out;
+      return runLine( arguments, "switch hsdk ports 8 units 4\nloud\nbring-up\n" ).out;
    };
-   const std::string whole = shown( { "shell" } );
-   const std::string brief = shown( { "shell", "--brief" } );
-   const std::string summary = brief.substr( brief.find( "\nBrought up\n" ) );
-   EXPECT_THAT( summary, HasSubstr( "installed, " ) );
-   EXPECT_THAT( summary, HasSubstr( "written: show controls\n" ) );
-   EXPECT_THAT( summary, HasSubstr( "differ from the start: show attributes changed\n" ) );
-   EXPECT_LT( brief.size(), whole.size() / 2 );
-   EXPECT_THAT( runLine( { "shell" }, "switch hsdk\nquiet\nbring-up\n" ).out,
-      Not( HasSubstr( "Brought up" ) ) );
+   EXPECT_LT( shown( { "shell", "--brief" } ).size(), shown( { "shell" } ).size() / 2 );
 }
 
 TEST( Folding, ShowsTheFirstRoundAndTheLastLine )

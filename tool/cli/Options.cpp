@@ -105,6 +105,10 @@ class Refusal
          return "'" + word + "' is one word too many" + seeHelp( "what it takes" );
       if( used_.get_option_no_throw( word ) )
          return "'" + word + "' is an option of '" + used_.get_name() + "' and comes behind it";
+      for( const CLI::App* const other : app_.get_subcommands( []( CLI::App* ) { return true; } ) )
+         if( !other->get_group().empty() && other->get_option_no_throw( word ) )
+            return "there is no option '" + word + "' here; '" + app_.get_name() + " " +
+                   other->get_name() + "' has it";
       const Strings names = namesOfOptions( used_ );
       return "there is no option '" + word + "'" +
              didYouMean( word, Views( names.begin(), names.end() ), seeHelp( "the options" ) );

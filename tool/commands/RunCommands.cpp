@@ -179,8 +179,15 @@ std::size_t changedAttributes( const Agent& agent )
       } ) );
 }
 
+/// The number of hardware calls and entry-manager calls so far.
+U64 callCount( Agent& agent )
+{
+   const Sim::Transcript& transcript = agent.hardware().transcript();
+   return transcript.count( Sim::RecordKind::call ) + transcript.count( Sim::RecordKind::entry );
+}
+
 /// What the switch and the helper have now, and the commands that show it.
-Table outcomeTable( const Agent& agent )
+Table outcomeTable( const Agent& agent, U64 calls )
 {
    ByUnit<UnitRow> rows;
    for( const auto& [ unit, chip ] : agent.hardware().chips() ) {
@@ -192,13 +199,21 @@ Table outcomeTable( const Agent& agent )
    table.row( { "attributes", "-",
                  Vormel::format( "%d differ from the start: show attributes changed", changed ) },
       { { "what", "attributes" }, { "changed", changed } } );
+   table.row(
+      { "calls", "-", Vormel::format( "%d made: show transcript, or 'loud' before", calls ) },
+      { { "what", "calls" }, { "made", calls } } );
    return table;
 }
 
 void bringUp( Session& session )
 {
-   session.agent().bringUp();
-   session.console().report( "Brought up", outcomeTable( session.agent() ) );
+   Agent& agent = session.agent();
+   const U64 before = callCount( agent );
+   {
+      const Summing summary( session.console() );
+      agent.bringUp();
+   }
+   session.console().report( "Brought up", outcomeTable( agent, callCount( agent ) - before ) );
 }
 
 Act start( const Session&, Words& words )
@@ -236,7 +251,8 @@ void loud( Session& session )
 std::vector<Command> runCommands()
 {
    return {
-      { "bring-up", "", "init, l3Init, then the reactors: the hardware follows from then on",
+      { "bring-up", "",
+         "init, l3Init, then the reactors: the hardware follows from then on; then a summary",
          parseNone<bringUp> },
       { "reactors start", "[without INPUT]...",
          "make the reactors; those from before are dropped first", start },
@@ -249,7 +265,8 @@ std::vector<Command> runCommands()
       { "mark", "", "start a new window for expectations and show", parseNone<mark>, true, false },
       { "quiet", "", "leave calls, notifications and traces out of the text until 'loud'",
          parseNone<quiet>, true, false },
-      { "loud", "", "show calls, notifications and traces again", parseNone<loud>, true, false },
+      { "loud", "", "show calls, notifications and traces again, also those of bring-up",
+         parseNone<loud>, true, false },
    };
 }
 

@@ -57,6 +57,25 @@ std::string dump( const ordered_json& object, int indent = -1 )
 
 } // namespace
 
+Summing::Summing( Console& console ) : console_( console )
+{
+   console.summing_ = true;
+}
+
+Summing::~Summing()
+{
+   console_.summing_ = false;
+}
+
+Console::Weight Console::weightOf( Sim::RecordKind kind ) const
+{
+   if( kind == Sim::RecordKind::fatal )
+      return Weight::fatal;
+   // Traces are off until somebody asks for them.
+   const bool summed = summing_ && isEvent( kind ) && kind != Sim::RecordKind::trace;
+   return summed && !loud_ ? Weight::detail : Weight::ordinary;
+}
+
 bool Console::hears( Sim::RecordKind kind ) const
 {
    return hears( weightOf( kind ) ) && ( eventsShown_ || config_.json || !isEvent( kind ) );
@@ -134,11 +153,10 @@ void Console::table( const std::string& title, const MakeTable& table, const Mak
 
 void Console::report( const std::string& title, const Table& table )
 {
-   if( !eventsShown_ && !config_.json )
-      return;
    const auto lines = [ & ]( std::size_t width ) {
       std::vector<Toned> text = tableLines( title, table, width );
-      text.insert( text.begin(), { Tone::plain, "" } );
+      if( happened_ )
+         text.insert( text.begin(), { Tone::plain, "" } );
       text.pop_back(); // the blank line below
       return text;
    };

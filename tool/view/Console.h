@@ -50,6 +50,19 @@ class Showing
    Console& console_;
 };
 
+/// Leaves calls and notifications of its lifetime off the screen, unless `loud` has asked for them: a summary follows.
+class Summing
+{
+ public:
+   explicit Summing( Console& console );
+   ~Summing();
+   Summing( const Summing& ) = delete;
+   Summing& operator=( const Summing& ) = delete;
+
+ private:
+   Console& console_;
+};
+
 /// How a run of commands ended.
 VORMEL_ENUM( RunEnd, U8, complete,
    refused, // by a line that could not be run, or a file that could not be read
@@ -94,14 +107,18 @@ class Console
    /// Whether a record of the kind would be written anywhere.
    bool hears( Sim::RecordKind kind ) const;
    /// Whether the text has calls, notifications and traces; at first it has. JSON always has them.
-   void eventsShownIs( bool shown ) { eventsShown_ = shown; }
+   void eventsShownIs( bool shown )
+   {
+      eventsShown_ = shown;
+      loud_ = shown;
+   }
    /// Output that the scenario requested. JSON output has `json` instead of the table.
    void table( const std::string& title, const Table& table );
    /// The same for what is expensive: of the two functions only those run whose result is written.
    using MakeTable = std::function<Table()>;
    using MakeRows = std::function<nlohmann::ordered_json()>;
    void table( const std::string& title, const MakeTable& table, const MakeRows& rows );
-   /// The outcome of a command: left out where events are.
+   /// The outcome of a command.
    void report( const std::string& title, const Table& table );
    /// Output that is JSON in both forms.
    void document( const std::string& title, const nlohmann::ordered_json& json );
@@ -144,10 +161,13 @@ class Console
    void childOf( ChildChannel& channel );
 
  private:
+   friend class Summing;
+
    enum class Weight : U8
    {
-      echo,  // of what was typed
-      fatal, // what standard error has, too
+      detail, // not on the screen
+      echo,   // of what was typed
+      fatal,  // what standard error has, too
       ordinary,
       asked,  // shown even when quiet
       report, // shown even by a check
@@ -156,10 +176,7 @@ class Console
    using Lines = std::function<std::vector<Toned>( std::size_t width )>;
    using Json = std::function<std::string()>;
 
-   static Weight weightOf( Sim::RecordKind kind )
-   {
-      return kind == Sim::RecordKind::fatal ? Weight::fatal : Weight::ordinary;
-   }
+   Weight weightOf( Sim::RecordKind kind ) const;
    void note( std::string_view text, Weight weight );
    /// Whether standard output has it.
    bool shows( Weight weight ) const;
@@ -193,6 +210,8 @@ class Console
    bool folds_ = false; // the present lines
    bool rowsAsJson_ = false;
    bool eventsShown_ = true;
+   bool loud_ = false;     // `loud` was the last to say so
+   bool summing_ = false;  // the present command
    bool reported_ = false; // something since the last heading
    bool blank_ = true;     // the last line was
    bool happened_ = false; // the last thing was an event, not an outcome

@@ -8,7 +8,10 @@
 #include <filesystem>
 #include <ostream>
 #include <regex>
+#include <sstream>
+#include <string>
 #include <system_error>
+#include <vector>
 
 namespace Strata::Tool {
 
@@ -92,7 +95,8 @@ bool Console::shows( Weight weight ) const
       return weight == Weight::asked || weight == Weight::report;
    if( config_.json )
       return true;
-   return weight == Weight::echo    ? config_.echo
+   return weight == Weight::detail  ? false
+          : weight == Weight::echo  ? config_.echo
           : weight == Weight::fatal ? !config_.errorsBeside
                                     : true;
 }
@@ -171,7 +175,17 @@ void Console::checkWritten()
 
 void Console::error( const std::string& text )
 {
-   err_ << text << std::endl;
+   if( !config_.screen || !config_.errorsBeside ) {
+      err_ << text << std::endl;
+      return;
+   }
+   std::istringstream lines( text );
+   for( std::string line; std::getline( lines, line ); ) {
+      const bool quoted = line.starts_with( ' ' ); // with a caret below it
+      for( const std::string& part : quoted ? std::vector{ line } : wrapped( line, width() ) )
+         err_ << part << '\n';
+   }
+   err_.flush();
 }
 
 void Console::childOf( ChildChannel& channel )

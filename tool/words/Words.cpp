@@ -358,7 +358,10 @@ void Words::end( bool showsRows ) const
    const std::string unless = all.size() == 1 ? ", unless it is '" + joined( all ) + "'"
                               : all.empty()   ? std::string()
                                               : ", unless it is one of " + joined( all );
-   const std::string rows = showsRows ? "; '| include " + word->text + "' selects rows" : "";
+   const std::string rows = word->text.starts_with( '>' )
+                               ? "; '--transcript FILE', an option of strata-l3, writes to a file"
+                            : showsRows ? "; '| include " + word->text + "' selects rows"
+                                        : "";
    const std::string hint = remedy( *word, all );
    failAt(
       *word, "nothing is expected here" + ( !hint.empty()     ? hint
