@@ -2,8 +2,9 @@
 # Runs clang-tidy over everything but tests, fuzz targets and examples; any finding is an error.
 #
 # Most of its time goes into the standard headers, so all sources of a room are read as one, in a sixth of the time.
-# Whether an include or a using-declaration is superfluous is asked of each source by itself. An include that is missing
-# is left to the release build, which compiles each source by itself and without precompiled headers.
+# Whether an include or a using-declaration is superfluous is asked of each source by itself, and so an include that is
+# missing is an error, too, if the source does not compile without it; that a name comes from the header of another name
+# is none.
 set -u
 cd "$(dirname "$0")/.." || exit
 command -v clang-tidy-19 >/dev/null || {
