@@ -18,7 +18,7 @@ help:
 	@echo 'make test           build and run all tests          TEST_FLAGS="-R <pattern>"'
 	@echo 'make bench          build and run the benchmarks     BENCH_FLAGS="--benchmark_filter=<pattern>"'
 	@echo 'make mutants FILES=routing/entries/UrpfEntries.cpp   break the library token by token and name the test that notices'
-	@echo '                      N=20  SEED=1  LINES=20-40  FUNCTION=<pattern>  KIND=<pattern>  SCENARIOS=1  LIST=1'
+	@echo '                      N=20  SEED=1  SKIP=10  LINES=20-40  FUNCTION=<pattern>  KIND=<pattern>  SCENARIOS=1  LIST=1'
 	@echo 'make fuzz           change scenarios, frames, captures and generic access at random    SECONDS=$(SECONDS)  TARGETS="Frame ..."'
 	@echo 'make coverage       say how much of each room the tests run      COVERAGE_FLAGS="--list"'
 	@echo 'make update         replace what is generated from the code: golden transcripts, reference pages, the list of'
@@ -53,7 +53,7 @@ mutants:
 	@sh ci/setup.sh mutants
 	@$(if $(LIST),,sh ci/build.sh debug $(if $(SCENARIOS),strata-l3-tool,strata-l3-tests))
 	@$(if $(LIST),,sh ci/build.sh mutants-library strata-l3)
-	@python3 ci/mutants.py $(FILES) $(if $(N),--number $(N)) $(if $(SEED),--seed $(SEED)) \
+	@python3 ci/mutants.py $(FILES) $(if $(N),--number $(N)) $(if $(SEED),--seed $(SEED)) $(if $(SKIP),--skip $(SKIP)) \
 	   $(if $(LINES),--lines $(LINES)) $(if $(FUNCTION),--function '$(FUNCTION)') \
 	   $(if $(KIND),--kind '$(KIND)') $(if $(SCENARIOS),--scenarios) $(if $(LIST),--list)
 

@@ -94,7 +94,8 @@ runner = Runner()
 
 
 def read(path):
-    with open(path, encoding="utf-8") as file:
+    # A faulty library may write any bytes.
+    with open(path, encoding="utf-8", errors="replace") as file:
         return file.read()
 
 
@@ -356,7 +357,7 @@ def chosen(faults, options):
                 if kinds[kind] and len(drawn) < options.number:
                     drawn.append(kinds[kind].pop())
         faults = drawn
-    return faults
+    return faults[options.skip :]
 
 
 def sources(patterns):
@@ -425,6 +426,7 @@ def main():
     parser.add_argument("files", nargs="+", metavar="FILE", help="sources of the library, from the project's root; patterns are expanded")
     parser.add_argument("--number", type=int, metavar="N", help="draw so many: one of each function first, then of all kinds alike")
     parser.add_argument("--seed", type=int, default=1, help="of the drawing (1)")
+    parser.add_argument("--skip", type=int, default=0, metavar="N", help="leave out the first N of them: a run that was stopped goes on")
     parser.add_argument("--lines", metavar="A-B", help="faults in these lines alone")
     parser.add_argument("--function", metavar="REGEX", help="faults in these functions alone")
     parser.add_argument("--kind", metavar="REGEX", help="of these kinds alone: and/or, argument, comparison, constant, dropped, mask, negation, neighbour, swapped; and trace, which is left out otherwise")

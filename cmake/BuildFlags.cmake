@@ -43,8 +43,7 @@ if( STRATA_SANITIZE )
       -fno-omit-frame-pointer )
    add_link_options( -fsanitize=${STRATA_SANITIZE} )
    if( STRATA_FUZZ )
-      # Checks of every access to a member double the compile time, and asan-ubsan has them.
-      add_compile_options( -fsanitize=fuzzer-no-link -fno-sanitize=alignment,null,object-size,vptr )
+      add_compile_options( -fsanitize=fuzzer-no-link )
    endif()
    if( CMAKE_CXX_COMPILER_ID STREQUAL "GNU" )
       # With the sanitizers' extra branches GCC gives false warnings here; the other builds keep the warning.
