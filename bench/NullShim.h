@@ -40,7 +40,11 @@ class NullManager final : public StrataBoundedTcamEntryManager
 {
    VORMEL_ENTITY( NullManager, NULL_MANAGER_ATTRIBUTES )
 
-   U32 getEntry( U32, U32 id, const std::string&, const RequestKey& ) override { return id; }
+   /// The second claim of a pair gets the next id.
+   U32 getEntry( U32, U32 id, const std::string& name, const RequestKey& key ) override
+   {
+      return key.orNext && name.starts_with( "L2 " ) ? id + 1 : id;
+   }
    int installEntry( U32, U32 ) override { return 0; }
    int reinstallEntry( U32, U32 ) override { return 0; }
    void removeEntry( U32, U32 ) override {}

@@ -29,7 +29,6 @@ class Dial final : public Vormel::Entity
 };
 
 VORMEL_ENTITY_TYPE( Dial, DIAL_ATTRIBUTES )
-VORMEL_ENTITY_TYPE( NullManager, NULL_MANAGER_ATTRIBUTES )
 
 namespace {
 

@@ -7,9 +7,13 @@ using Vormel::make;
 
 constexpr U32 portsPerUnit = 512;
 
-Slice::Slice( U32 units, U32 interfaces )
+VORMEL_ENTITY_TYPE( NullManager, NULL_MANAGER_ATTRIBUTES )
+VORMEL_ENTITY_TYPE( RecordingManager, RECORDING_MANAGER_ATTRIBUTES )
+
+Slice::Slice( U32 units, U32 interfaces, Calls calls )
 {
-   sdkShimIs( &shim_ );
+   const bool recorded = calls == Calls::recorded;
+   sdkShimIs( recorded ? static_cast<SdkShimInterface*>( &recordingShim_ ) : &shim_ );
    ChipAttributes chip;
    chip.l3CpuFpEntries = chip.floodingPortSupported = chip.vxlanSupported = true;
    strataAttributes().chipAttributesIs( { "bench" }, chip );
@@ -29,12 +33,14 @@ Slice::Slice( U32 units, U32 interfaces )
    }
    helper_ = make<RoutingStatusHelper>( "bench", scsd_, nullptr, nullptr, false, nullptr, nullptr,
       nullptr, dir_, nullptr, nullptr, nullptr, nullptr );
-   helper_->tcamManagerIs( make<NullManager>() );
+   helper_->tcamManagerIs(
+      recorded ? Ref<StrataBoundedTcamEntryManager>( recordingManager_ ) : manager_ );
    helper_->l2McastTableAllocationIs( make<L2McastTableAllocationEnt>() );
 }
 
 Slice::~Slice()
 {
+   logging_ = nullptr;
    reactor_ = nullptr;
    sdkShimIs( nullptr );
 }
@@ -49,6 +55,31 @@ void Slice::startReactor()
 {
    reactor_ = RoutingStatusSmIs(
       scsd_, nullptr, miscConfig_, helper_, nullptr, dir_, nullptr, nullptr, nullptr );
+}
+
+void Slice::bringUp()
+{
+   init();
+   startReactor();
+   reactor_->handleStrataIntfToPort();
+}
+
+Floor Slice::floorOf( const std::function<void( Slice& )>& job )
+{
+   Floor floor;
+   recordingShim_.floorIs( &floor );
+   recordingManager_->floorIs( &floor );
+   job( *this );
+   recordingShim_.floorIs( nullptr );
+   recordingManager_->floorIs( nullptr );
+   return floor;
+}
+
+void Slice::startDropping()
+{
+   for( U16 tc = 0; tc < 8; ++tc )
+      miscConfig_->unknownMacDropTrafficClassIs( tc, true );
+   logging_ = UnknownMacDropLoggingSmIs( miscConfig_, helper_ );
 }
 
 void Slice::turn( U32 index )
