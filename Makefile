@@ -44,9 +44,10 @@ test:
 
 bench:
 	@sh ci/setup.sh bench
-	@sh ci/build.sh release strata-l3-bench strata-l3-instructions
+	@sh ci/build.sh release strata-l3-bench strata-l3-instructions strata-l3-jobs
 	@build/release/bin/strata-l3-bench $(BENCH_FLAGS)
 	@sh bench/instructions.sh build/release/bin/strata-l3-instructions
+	@build/release/bin/strata-l3-jobs
 
 mutants:
 	@[ -n '$(FILES)' ] || { echo 'make mutants FILES="routing/entries/UrpfEntries.cpp ..."' >&2; exit 2; }

@@ -373,7 +373,9 @@ class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
       bool ip6 = false;
       std::optional<bool> cpuBlocked;
    };
-   std::map<U32, VlanRouting> vlanRouting_;
+   /// What is known of the VLAN, which it makes known. Valid until it is called for another VLAN.
+   VORMEL_HIDDEN VlanRouting& vlanRouting( U32 vlanId );
+   std::vector<std::optional<VlanRouting>> vlanRouting_; // by VLAN id
 };
 
 } // namespace Strata

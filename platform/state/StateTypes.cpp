@@ -6,6 +6,7 @@
 #include "platform/state/StrataCommonSmData.h"
 #include "platform/state/StrataPort.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <sstream>
@@ -73,7 +74,20 @@ void UnitTable::unitIs( U16 number, const StrataUnit& unit )
    if( unit.loopbackPort )
       checkLogicalPort(
          "the loopback port of unit " + std::to_string( number ), *unit.loopbackPort );
-   units_.insert_or_assign( number, unit );
+   if( units_.insert_or_assign( number, unit ).second )
+      numbers_.insert( std::ranges::upper_bound( numbers_, number ), number );
+}
+
+void UnitTable::unitDel( U16 number )
+{
+   units_.erase( number );
+   std::erase( numbers_, number );
+}
+
+std::size_t UnitTable::Iterator::firstAfter( U16 key ) const
+{
+   return static_cast<std::size_t>(
+      std::ranges::upper_bound( *numbers_, key ) - numbers_->begin() );
 }
 
 void StrataCommonSmData::checkFloodingModId( U32 modId )

@@ -31,30 +31,35 @@ class UnitTable
    class Iterator
    {
     public:
-      Iterator( const std::map<U16, StrataUnit>& units, std::optional<U16> key )
-         : units_( &units ),
-           key_( key )
+      Iterator( const std::vector<U16>& numbers, std::size_t at )
+         : numbers_( &numbers ),
+           at_( at ),
+           key_( at < numbers.size() ? numbers[ at ] : U16( 0 ) ),
+           end_( at >= numbers.size() )
       {}
-      U16 key() const { return *key_; }
+      U16 key() const { return key_; }
       const Iterator& operator*() const { return *this; }
       Iterator& operator++()
       {
-         const auto next = units_->upper_bound( *key_ );
-         key_ = next == units_->end() ? std::nullopt : std::optional<U16>( next->first );
-         return *this;
+         const bool there = at_ < numbers_->size() && ( *numbers_ )[ at_ ] == key_;
+         return *this = Iterator( *numbers_, there ? at_ + 1 : firstAfter( key_ ) );
       }
-      bool operator==( const Iterator& other ) const { return key_ == other.key_; }
+      bool operator==( const Iterator& other ) const
+      {
+         return end_ == other.end_ && ( end_ || key_ == other.key_ );
+      }
 
     private:
-      const std::map<U16, StrataUnit>* units_;
-      std::optional<U16> key_;
+      VORMEL_EXPORT std::size_t firstAfter( U16 key ) const;
+
+      const std::vector<U16>* numbers_;
+      std::size_t at_;
+      U16 key_;
+      bool end_;
    };
 
-   Iterator begin() const
-   {
-      return { units_, empty() ? std::nullopt : std::optional<U16>( units_.begin()->first ) };
-   }
-   Iterator end() const { return { units_, std::nullopt }; }
+   Iterator begin() const { return { numbers_, 0 }; }
+   Iterator end() const { return { numbers_, numbers_.size() }; }
    bool empty() const { return units_.empty(); }
    std::size_t size() const { return units_.size(); }
 
@@ -68,10 +73,11 @@ class UnitTable
    /// Adds or replaces a unit. ValueError if the loopback port is outside 0 to 1023. Publishes nothing, because the
    /// table is filled before the helper is brought up. Requires: the activity lock is held.
    VORMEL_EXPORT void unitIs( U16 number, const StrataUnit& unit );
-   void unitDel( U16 number ) { units_.erase( number ); }
+   VORMEL_EXPORT void unitDel( U16 number );
 
  private:
    std::map<U16, StrataUnit> units_;
+   std::vector<U16> numbers_; // of the units, sorted: loops over them are frequent
 };
 
 // clang-format off

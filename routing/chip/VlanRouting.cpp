@@ -61,8 +61,17 @@ bool RoutingStatusHelper::vlanIsThere( U32 vlanId )
       if( existsOn( i, vlanId ) )
          return true;
    VORMEL_TRACE( routingTrace, 2, "VLAN " << vlanId << " exists on no unit" );
-   vlanRouting_.erase( vlanId );
+   if( vlanId < vlanRouting_.size() )
+      vlanRouting_[ vlanId ].reset();
    return false;
+}
+
+RoutingStatusHelper::VlanRouting& RoutingStatusHelper::vlanRouting( U32 vlanId )
+{
+   if( vlanId >= vlanRouting_.size() )
+      vlanRouting_.resize( vlanId + 1 );
+   std::optional<VlanRouting>& vlan = vlanRouting_[ vlanId ];
+   return vlan ? *vlan : vlan.emplace();
 }
 
 void RoutingStatusHelper::handleVlanRoutingState( U32 vlanId, RoutingState state )
@@ -97,12 +106,9 @@ void RoutingStatusHelper::handlePerVlanRouting( bool enable )
    if( enable == perVlanRoutingEnabled() )
       return;
    perVlanRoutingEnabledIs( enable );
-   for( auto at = vlanRouting_.begin(); at != vlanRouting_.end(); ) {
-      const U32 vlanId = at->first;
-      if( vlanIsThere( vlanId ) )
+   for( U32 vlanId = 0; vlanId < vlanRouting_.size(); ++vlanId )
+      if( vlanRouting_[ vlanId ] && vlanIsThere( vlanId ) )
          applyVlanRouting( vlanId );
-      at = vlanRouting_.upper_bound( vlanId );
-   }
 }
 
 void RoutingStatusHelper::enableVlanRouting( U32 vlanId, bool enable )
@@ -111,7 +117,7 @@ void RoutingStatusHelper::enableVlanRouting( U32 vlanId, bool enable )
    VORMEL_TRACE( routingTrace, 2, "enableVlanRouting, Vlan: " << vlanId << ", enable: " << enable );
    if( !vlanIsThere( vlanId ) )
       return;
-   vlanRouting_[ vlanId ].enabled = enable;
+   vlanRouting( vlanId ).enabled = enable;
    applyVlanRouting( vlanId );
 }
 
@@ -122,7 +128,7 @@ void RoutingStatusHelper::handleIpAddressState( U32 vlanId, bool ip4, bool ip6 )
       "handleIpAddressState, Vlan: " << vlanId << ", ip4: " << ip4 << ", ip6: " << ip6 );
    if( !vlanIsThere( vlanId ) )
       return;
-   VlanRouting& vlan = vlanRouting_[ vlanId ];
+   VlanRouting& vlan = vlanRouting( vlanId );
    if( vlan.addressesKnown && vlan.ip4 == ip4 && vlan.ip6 == ip6 )
       return;
    vlan.addressesKnown = true;
@@ -139,7 +145,7 @@ void RoutingStatusHelper::handleVlanCpuPort( U32 vlanId, bool block )
    VORMEL_TRACE( routingTrace, 2, "handleVlanCpuPort, Vlan: " << vlanId << ", block: " << block );
    if( !vlanIsThere( vlanId ) )
       return;
-   VlanRouting& vlan = vlanRouting_[ vlanId ];
+   VlanRouting& vlan = vlanRouting( vlanId );
    if( vlan.cpuBlocked == block )
       return;
    vlan.cpuBlocked = block;
@@ -158,10 +164,9 @@ void RoutingStatusHelper::handleVlanCpuPort( U32 vlanId, bool block )
 
 void RoutingStatusHelper::applyVlanRouting( U32 vlanId )
 {
-   const auto known = vlanRouting_.find( vlanId );
-   if( known == vlanRouting_.end() ) // a nested call has found the VLAN deleted
+   if( !vlanRouting_[ vlanId ] ) // a nested call has found the VLAN deleted
       return;
-   const VlanRouting vlan = known->second;
+   const VlanRouting vlan = *vlanRouting_[ vlanId ];
    const bool all = !perVlanRoutingEnabled();
    const U32 set = ( all || ( vlan.enabled && vlan.ip4 ) ? 0 : U32( vlanIp4RoutingOff ) ) |
                    ( all || ( vlan.enabled && vlan.ip6 ) ? 0 : U32( vlanIp6RoutingOff ) );

@@ -56,9 +56,9 @@ int FP_LOCK_INTERNAL_CHK( U32 unit, const Deferred& deferred )
 
 /// A call with copies of its arguments.
 template<class Function, class... Arguments>
-auto deferred( Function function, Arguments... arguments )
+auto deferred( Function function, const Arguments&... arguments )
 {
-   return [ = ] { function( arguments... ); };
+   return [ function, ... kept = arguments ] { function( kept... ); };
 }
 
 void runSetPortsAddAction( U32 unit, U32 entry, int action, const bcm_pbmp_t& pbmp );

@@ -15,17 +15,22 @@ bool hasManager( const Ref<StrataBoundedTcamEntryManager>& manager, const char* 
    return static_cast<bool>( manager );
 }
 
+/// One for all claims, because its labels are strings.
+static const RequestKey& defaultKey()
+{
+   static const RequestKey key;
+   return key;
+}
+
 U32 claimEntry( StrataTcamEntryManager& manager, U32 unit, U32 entryId, const char* name )
 {
-   return manager.getEntry( unit, entryId, name, {} );
+   return manager.getEntry( unit, entryId, name, defaultKey() );
 }
 
 /// Traces id, unit and code, because the assertion that follows does not contain them.
-static void traceFailure(
+[[gnu::cold]] static void traceFailure(
    const char* call, U32 unit, U32 entryId, int rc, const char* name = nullptr )
 {
-   if( rc == BCM_E_NONE )
-      return;
    if( name )
       VORMEL_TRACE_AS( routingTrace, 1, call,
          call << " failed, entry: " << entryId << ", name: " << name << ", unit: " << unit
@@ -38,6 +43,8 @@ static void traceFailure(
 void installEntry( StrataTcamEntryManager& manager, U32 unit, U32 entryId, const char* name )
 {
    const int rc = manager.installEntry( unit, entryId );
+   if( rc == BCM_E_NONE )
+      return;
    traceFailure( "installEntry", unit, entryId, rc, name );
    VORMEL_ASSERT( rc == BCM_E_NONE && "installEntry failed" );
 }
@@ -45,6 +52,8 @@ void installEntry( StrataTcamEntryManager& manager, U32 unit, U32 entryId, const
 void reinstallEntry( StrataTcamEntryManager& manager, U32 unit, U32 entryId )
 {
    const int rc = manager.reinstallEntry( unit, entryId );
+   if( rc == BCM_E_NONE )
+      return;
    traceFailure( "reinstallEntry", unit, entryId, rc );
    VORMEL_ASSERT( rc == BCM_E_NONE && "reinstallEntry failed" );
 }
@@ -52,6 +61,8 @@ void reinstallEntry( StrataTcamEntryManager& manager, U32 unit, U32 entryId )
 void enableEntry( StrataTcamEntryManager& manager, U32 unit, U32 entryId, bool enable )
 {
    const int rc = manager.enableEntry( unit, entryId, enable, SdkShim->fieldEntryEnableMode() );
+   if( rc == BCM_E_NONE )
+      return;
    traceFailure( "enableEntry", unit, entryId, rc );
    VORMEL_ASSERT( rc == BCM_E_NONE && "enableEntry failed" );
 }
@@ -61,10 +72,14 @@ void qualifyInPorts( StrataTcamEntryManager& manager, U32 unit, U32 entryId,
 {
    if( manager.supportsAclGroup() ) {
       const int rc = manager.qualifyPortsClassId( unit, entryId, ports, true );
+      if( rc == BCM_E_NONE )
+         return;
       traceFailure( "qualifyPortsClassId", unit, entryId, rc );
       VORMEL_ASSERT( rc == BCM_E_NONE && "qualifyPortsClassId failed" );
    } else {
       const int rc = manager.addInPortsForEntry( unit, entryId, ports, allPorts );
+      if( rc == BCM_E_NONE )
+         return;
       traceFailure( "addInPortsForEntry", unit, entryId, rc );
       VORMEL_ASSERT( rc == BCM_E_NONE && "addInPortsForEntry failed" );
    }
@@ -74,6 +89,8 @@ void qualifyOutLoopback( StrataTcamEntryManager& manager, U32 unit, U32 entryId,
    const PortBitmap& allPorts )
 {
    const int rc = manager.addOutLoopbackPortForEntry( unit, entryId, recircPort, allPorts );
+   if( rc == BCM_E_NONE )
+      return;
    traceFailure( "addOutLoopbackPortForEntry", unit, entryId, rc );
    VORMEL_ASSERT( rc == BCM_E_NONE && "addOutLoopbackPortForEntry failed" );
 }
@@ -91,16 +108,23 @@ U32 deleteEntry(
    return 0;
 }
 
+TcamEntry::TcamEntry(
+   const Ref<StrataBoundedTcamEntryManager>& manager, U32 offset, const char* name )
+   : manager_( manager ),
+     id_( manager->baseEntryId() + offset ),
+     name_( name )
+{}
+
 U32 TcamEntry::claim( U32 unit )
 {
-   claimEntry( *manager_, unit, id_,
-      name_ ); // result not checked: the next call on the entry fails if it was refused
+   // The result is not checked: the next call on the entry fails if the claim was refused.
+   manager_->getEntry( unit, id_, name_, defaultKey() );
    return id_;
 }
 
 void TcamEntry::install( U32 unit )
 {
-   installEntry( *manager_, unit, id_, name_ );
+   installEntry( *manager_, unit, id_, name_.c_str() );
    carried_ = true;
 }
 

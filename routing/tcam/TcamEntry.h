@@ -17,6 +17,8 @@
 #include "platform/state/StrataCommonSmData.h"
 #include "routing/TcamL3EntryId.h"
 
+#include <string>
+
 namespace Strata {
 
 using Vormel::Ref;
@@ -50,11 +52,7 @@ class TcamEntry
 {
  public:
    /// Requires: the manager is not null.
-   TcamEntry( const Ref<StrataBoundedTcamEntryManager>& manager, U32 offset, const char* name )
-      : manager_( manager ),
-        id_( manager->baseEntryId() + offset ),
-        name_( name )
-   {}
+   TcamEntry( const Ref<StrataBoundedTcamEntryManager>& manager, U32 offset, const char* name );
    TcamEntry(
       const Ref<StrataBoundedTcamEntryManager>& manager, TcamL3EntryId offset, const char* name )
       : TcamEntry( manager, static_cast<U32>( offset ), name )
@@ -75,7 +73,7 @@ class TcamEntry
  private:
    Ref<StrataBoundedTcamEntryManager> manager_;
    U32 id_;
-   const char* name_;
+   std::string name_; // each claim takes it as a string
    bool carried_ = false;
 };
 
