@@ -175,5 +175,12 @@ TEST_F( EmbeddingSlipsTest, TakingTheLockTwiceFailsAClearAssertion )
    EXPECT_TRUE( Vormel::activityLock().heldByThisThread() );
 }
 
+TEST_F( EmbeddingSlipsTest, AnActivityWithoutAClockFailsAClearAssertion )
+{
+   testing::internal::CaptureStderr();
+   EXPECT_THROW( Vormel::activityManager().clockIs( nullptr ), Died );
+   EXPECT_THAT( testing::internal::GetCapturedStderr(), testing::HasSubstr( "a clock is needed" ) );
+}
+
 } // namespace
 } // namespace Strata

@@ -51,8 +51,9 @@ TEST_F( ObservingTest, JsonTextsAreValidWhateverIsInThem )
 {
    const std::string odd = "\"\\\n\t\x01 é € 𝄞";
    EXPECT_EQ( json::parse( Vormel::jsonString( odd ) ), odd );
-   for( const std::string_view broken :
-      { "\xFF", "a\xC3", "\xE2\x82", "\xC0\x80", "\xED\xA0\x80", "\xF4\x90\x80\x80", "\x80z" } )
+   EXPECT_EQ( Vormel::jsonString( " ~" ), "\" ~\"" ); // nothing is escaped without need
+   for( const std::string_view broken : { "\xFF", "a\xC3", "\xE2\x82", "\xC0\x80", "\xED\xA0\x80",
+           "\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80", "\x80z" } )
       EXPECT_NE( json::parse( Vormel::jsonString( broken ) ).get<std::string>().find( "\uFFFD" ),
          std::string::npos );
 }
@@ -69,6 +70,13 @@ TEST_F( ObservingTest, AWatcherReportsAndCountsEachChange )
       helper().unknownMacCountersPerTcIs( 3, 4 );
       helper().unknownMacCountersPerTcDel( 3 );
       EXPECT_EQ( watcher.changes(), 3u );
+      EXPECT_THAT( watcher.changesByNumber(),
+         ElementsAre( testing::Pair( RoutingStatusHelper::unknownMacCountersPerTcNumber, 2u ),
+            testing::Pair( RoutingStatusHelper::useLbNumber, 1u ) ) );
+      const Vormel::ChangeWatcher unnamed( agent->hardware().mlagHwStatus(), "",
+         [ & ]( const Vormel::ChangeText& change ) { EXPECT_EQ( change.object, "Status" ); } );
+      agent->hardware().mlagHwStatus()->peerMacRoutingSupportedIs( true );
+      EXPECT_EQ( unnamed.changes(), 1u );
    }
    helper().useLbIs( false );
    EXPECT_THAT( lines, ElementsAre( "helper.useLb (157): false -> true",
@@ -135,6 +143,7 @@ TEST_F( ObservingTest, TheFirstCallCountsLikeEveryOtherAndTheLongestIsKept )
    const int unavailable = scripted.featureNotAvailableCode();
    for( const int first : { -1, unavailable, 0 } ) {
       ObservedShim observed( scripted );
+      const auto start = std::chrono::steady_clock::now();
       scripted.script = { { first, 2 }, { 0, 6 }, { -1, 0 }, { unavailable, 0 } };
       EXPECT_EQ( observed.fieldLock( 0 ), first );
       const SdkCallStatistics one = observed.statistics().at( 0 );
@@ -143,6 +152,8 @@ TEST_F( ObservingTest, TheFirstCallCountsLikeEveryOtherAndTheLongestIsKept )
       EXPECT_EQ( one.failures, first == -1 ? 1u : 0u );
       EXPECT_EQ( one.unavailable, first == unavailable ? 1u : 0u );
       EXPECT_GE( one.seconds, 0.002 );
+      EXPECT_LE(
+         std::chrono::duration<double>( one.seconds ), std::chrono::steady_clock::now() - start );
       EXPECT_EQ( one.longest, one.seconds );
       while( !scripted.script.empty() )
          observed.fieldLock( 0 );
@@ -172,6 +183,8 @@ TEST_F( ObservingTest, ARefusedClaimIsReportedAtOnce )
    const std::string refused = "unit 0 has refused the claim of entry 1024 \"vlan flood\"";
    EXPECT_THAT( told, ElementsAre( refused ) );
    EXPECT_EQ( texts( Sim::RecordKind::claim ), "main: " + refused + "\n" );
+   agent->hardware().critic().restart();
+   EXPECT_EQ( observed->getEntry( 0, 1024, "vlan flood", {} ), 0u );
 }
 
 TEST_F( ObservingTest, AnInstallationThatFailsIsTracedWithAllThatIsKnown )
@@ -196,9 +209,9 @@ TEST_F( ObservingTest, TracesCanGoToAFile )
    std::ofstream( file ).close();
    const Vormel::TraceSink before = Vormel::traceSinkIs( Vormel::traceToFile( file ) );
    Vormel::traceRecord( *Vormel::traceHandle( "ApiStrata" ), 4, "init", "some text" );
-   Vormel::traceSinkIs( before );
    std::string line;
-   std::getline( std::ifstream( file ) >> std::ws, line );
+   std::getline( std::ifstream( file ) >> std::ws, line ); // each trace is written at once
+   Vormel::traceSinkIs( before );
    EXPECT_EQ( line, "ApiStrata 4 init some text" );
    EXPECT_THROW( Vormel::traceToFile( "/no/such/directory/file" ), Vormel::Error );
 }

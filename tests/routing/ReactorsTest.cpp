@@ -2,6 +2,7 @@
 #include "tests/routing/ReactorsFixture.h"
 
 #include "platform/runtime/Errors.h"
+#include "platform/runtime/Trace.h"
 
 #include <gmock/gmock.h>
 #include <memory>
@@ -138,6 +139,15 @@ TEST_F( ReactorsTest, NullInputs )
    EXPECT_EQ( helper().peerMacArpRedirect(), 0u );
    const auto deaf =
       l3PeerMacArpRedirectSmFactory( hw().scsd(), hw().mlagStatus(), hw().mlagHwStatus(), nullptr );
+   // Without a peer link, no port concerns it.
+   const auto without =
+      l3PeerMacArpRedirectSmFactory( hw().scsd(), nullptr, hw().mlagHwStatus(), agent->helper() );
+   Vormel::traceLevelsIs( "StrataRoutingStatus=8" );
+   hw().lagIs( lag, { one } );
+   Vormel::traceLevelsIs( "StrataRoutingStatus=off" );
+   EXPECT_THAT( texts( RecordKind::trace ),
+      testing::AllOf( testing::HasSubstr( "LagPortFlood" ),
+         testing::Not( testing::HasSubstr( "handlePeerMacArpRedirect" ) ) ) );
    hw().mlagStatus()->peerLinkIntfIs( two );
    EXPECT_EQ( helper().peerMacArpRedirect(), 0u );
 }
@@ -189,6 +199,8 @@ TEST_F( ReactorsTest, ALoggingReactorPollsWhileItsNotificationsAreOn )
    }
    logging->setTimer(); // the timer's clock was destroyed, so the agent's is used
    EXPECT_EQ( agent->clock().nextExpiry(), 13.0 );
+   logging->pollingTimerDel();
+   EXPECT_EQ( agent->clock().nextExpiry(), Timer::never );
 }
 
 TEST_F( ReactorsTest, PollsAreDueOneIntervalFromTheEndOfTheLast )

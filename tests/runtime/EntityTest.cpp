@@ -203,6 +203,7 @@ TEST( ValueTest, NumbersAreTakenFromEveryTypeThatHoldsThemExactly )
    EXPECT_EQ( ValueTraits<S32>::from( U64( 0x80000000 ) ), std::nullopt );
    EXPECT_EQ( ValueTraits<S32>::from( S64( -0x80000001L ) ), std::nullopt );
    EXPECT_EQ( ValueTraits<U8>::from( S64( 255 ) ), 255 );
+   EXPECT_EQ( ValueTraits<U8>::from( S64( 0 ) ), 0 );
    EXPECT_EQ( ValueTraits<U8>::from( S64( -1 ) ), std::nullopt );
    EXPECT_EQ( ValueTraits<U8>::from( U64( 256 ) ), std::nullopt );
    EXPECT_EQ( ValueTraits<U8>::from( 1.0 ), std::nullopt );

@@ -19,9 +19,16 @@ class Watcher : public Vormel::Reactor
    {}
 
    std::function<void()> also;
+   std::function<void()> last; // runs while the watcher is destroyed
 
  private:
-   ~Watcher() override { log_.push_back( "destroyed" ); }
+   ~Watcher() override
+   {
+      log_.push_back( "destroyed" );
+      if( last )
+         last();
+   }
+   void ownerGone() override { log_.push_back( "owner gone" ); }
 
    void onLamp( const Change& change )
    {
@@ -57,6 +64,10 @@ TEST_F( ReactorTest, HandlersRunOnlyWhileNotificationIsActive )
    watcher->hasNotificationActiveIs( false );
    lamp->litIs( true );
    EXPECT_EQ( taken(), Log( { "lit changed old true" } ) );
+   watcher->hasNotificationActiveIs( true );
+   watcher->last = [ this ] { lamp->litIs( false ); };
+   watcher = nullptr;
+   EXPECT_EQ( taken(), Log( { "destroyed" } ) );
 }
 
 TEST_F( ReactorTest, MarkedReactorsAndZombiesAreNotNotified )
@@ -72,7 +83,7 @@ TEST_F( ReactorTest, MarkedReactorsAndZombiesAreNotNotified )
    watcher->zombieIs();
    watcher->hasNotificationActiveIs( true ); // without effect on a zombie
    lamp->litIs( false );
-   EXPECT_EQ( taken(), Log() );
+   EXPECT_EQ( taken(), Log( { "owner gone" } ) );
    EXPECT_FALSE( lamp->hasSubscribers() );
 }
 

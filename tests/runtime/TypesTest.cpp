@@ -85,8 +85,10 @@ TEST( IntfIdTest, RefusesTextsThatAreNotInterfaces )
    EXPECT_TRUE( IntfId::vlan( 4094 ).isVlan() && IntfId().empty() );
    EXPECT_EQ( IntfId::ethernet( 3, 1, 2 ), IntfId( "Ethernet3/1/2" ) );
    EXPECT_EQ( IntfId::portChannel( 5 ), IntfId( "Port-Channel5" ) );
-   EXPECT_EQ( IntfId::loopback( 0 ), IntfId( "Loopback0" ) );
+   EXPECT_EQ( IntfId::loopback( 7 ), IntfId( "Loopback7" ) );
    EXPECT_EQ( IntfId::management( 1, 2 ), IntfId( "Management1/2" ) );
+   EXPECT_EQ(
+      IntfId::parse( std::string_view( "Ethernet12" ).substr( 0, 9 ) ), IntfId::ethernet( 1 ) );
 }
 
 TEST( PortBitmapTest, AgreesWithASetOfPorts )
