@@ -217,6 +217,28 @@ TEST_F( HelperTest, AUnitThatHasLostItsLoopbackPortReleasesTheEntriesThatUseIt )
       expected );
 }
 
+TEST_F( HelperTest, AWalkOverTheUnitsGoesOnWhenUnitsComeAndGo )
+{
+   UnitTable units;
+   for( const U16 number : std::vector<U16>{ 3, 1, 5, 7 } )
+      units.unitIs( number, {} );
+   std::vector<U16> walked;
+   for( const auto& i : units ) {
+      walked.push_back( i.key() );
+      if( i.key() == 1 ) {
+         units.unitDel( 1 );
+         units.unitIs( 2, {} );
+      } else if( i.key() == 3 ) {
+         units.unitIs( 0, {} );
+         units.unitIs( 0, {} );
+      } else if( i.key() == 5 ) {
+         units.unitDel( 7 );
+      }
+   }
+   EXPECT_EQ( walked, ( std::vector<U16>{ 1, 2, 3, 5 } ) );
+   EXPECT_EQ( units.size(), 4u );
+}
+
 TEST_F( HelperTest, AnUnlockThatFailsAfterAnotherFailureIsIgnored )
 {
    make( "hsdk", { 0 } );
