@@ -49,7 +49,7 @@ TEST_F( ObservingTest, ASnapshotHasEveryAttributeWithItsValue )
 
 TEST_F( ObservingTest, JsonTextsAreValidWhateverIsInThem )
 {
-   const std::string odd = "\"\\\n\t\x01 é € 𝄞";
+   const std::string odd = "\"\\\n\t\x01 é € 𝄞 \u0800 \uD7FF \U00010000";
    EXPECT_EQ( json::parse( Vormel::jsonString( odd ) ), odd );
    EXPECT_EQ( Vormel::jsonString( " ~" ), "\" ~\"" ); // nothing is escaped without need
    for( const std::string_view broken : { "\xFF", "a\xC3", "\xE2\x82", "\xC0\x80", "\xED\xA0\x80",

@@ -81,6 +81,7 @@ TEST_F( ReactorTest, MarkedReactorsAndZombiesAreNotNotified )
    taken();
    watcher->hasNotificationActiveIs( true );
    watcher->zombieIs();
+   EXPECT_TRUE( watcher->markedForDeletion() );
    watcher->hasNotificationActiveIs( true ); // without effect on a zombie
    lamp->litIs( false );
    EXPECT_EQ( taken(), Log( { "owner gone" } ) );
