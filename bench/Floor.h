@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <tuple>
 #include <type_traits>
 #include <utility>
@@ -59,58 +60,59 @@ class Floor
       virtual void run() const = 0;
    };
 
-   /// How a call treats the activity lock.
-   struct Locking
+   /// What belongs to a call: the hook before it, and what it does with the activity lock.
+   struct Around
    {
-      bool releases = true;
-      bool takes = true;
+      bool hook = false;
+      bool releases = false;
+      bool takes = false;
    };
 
    template<class Target, class Method, class... Parameters>
    class Call final : public Step
    {
     public:
-      Call( Target& target, Method method, Locking locking, Parameters... arguments )
+      Call( Target& target, Method method, Around around, Parameters... arguments )
          : target_( target ),
            method_( method ),
-           locking_( locking ),
+           around_( around ),
            arguments_( Kept<Parameters>{ arguments }... )
       {}
       void run() const override
       {
-         if( locking_.releases ) {
-            if constexpr( std::is_same_v<Target, SdkShimInterface> )
+         if constexpr( std::is_same_v<Target, SdkShimInterface> )
+            if( around_.hook )
                target_.preCall();
+         if( around_.releases )
             Vormel::activityLock().unlock();
-         }
          std::apply( [ & ]( const auto&... kept ) { ( target_.*method_ )( kept.argument()... ); },
             arguments_ );
-         if( locking_.takes )
+         if( around_.takes )
             Vormel::activityLock().lock();
       }
 
     private:
       Target& target_;
       Method method_;
-      Locking locking_;
+      Around around_;
       std::tuple<Kept<Parameters>...> arguments_;
    };
 
    template<class Target, class Result, class... Parameters>
-   void add( Locking locking, Target& target, Result ( Target::*method )( Parameters... ),
+   void add( Around around, Target& target, Result ( Target::*method )( Parameters... ),
       std::type_identity_t<Parameters>... arguments )
    {
       steps_.push_back(
          std::make_unique<Call<Target, Result ( Target::* )( Parameters... ), Parameters...>>(
-            target, method, locking, arguments... ) );
+            target, method, around, arguments... ) );
    }
    template<class Target, class Result, class... Parameters>
-   void add( Locking locking, Target& target, Result ( Target::*method )( Parameters... ) const,
+   void add( Around around, Target& target, Result ( Target::*method )( Parameters... ) const,
       std::type_identity_t<Parameters>... arguments )
    {
       steps_.push_back(
          std::make_unique<Call<Target, Result ( Target::* )( Parameters... ) const, Parameters...>>(
-            target, method, locking, arguments... ) );
+            target, method, around, arguments... ) );
    }
 
    std::vector<std::unique_ptr<Step>> steps_;
@@ -141,8 +143,9 @@ class RecordingShim final : public ForwardingShim
       const bool locks = name == "fieldLock";
       const bool unlocks = name == "fieldUnlock";
       if( floor_ )
-         floor_->add( { .releases = !inside_, .takes = unlocks || !( inside_ || locks ) }, next(),
-            method, arguments... );
+         floor_->add(
+            { .hook = !unlocks, .releases = !inside_, .takes = unlocks || !( inside_ || locks ) },
+            next(), method, arguments... );
       inside_ = ( inside_ || locks ) && !unlocks;
       return ( next().*method )( arguments... );
    }
@@ -167,7 +170,7 @@ class RecordingManager final : public ForwardingTcamEntryManager
    result method parameters override \
    { \
       if( floor_ ) \
-         floor_->add( none, static_cast<StrataTcamEntryManager&>( next() ), \
+         floor_->add( {}, static_cast<StrataTcamEntryManager&>( next() ), \
             &StrataTcamEntryManager::method STRATA_UNPACKED arguments ); \
       return next().method arguments; \
    }
@@ -175,7 +178,7 @@ class RecordingManager final : public ForwardingTcamEntryManager
    result method parameters const override \
    { \
       if( floor_ ) \
-         floor_->add( none, static_cast<StrataTcamEntryManager&>( next() ), \
+         floor_->add( {}, static_cast<StrataTcamEntryManager&>( next() ), \
             &StrataTcamEntryManager::method STRATA_UNPACKED arguments ); \
       return next().method arguments; \
    }
@@ -183,7 +186,6 @@ class RecordingManager final : public ForwardingTcamEntryManager
 #undef STRATA_UNPACKED
 
  private:
-   static constexpr Floor::Locking none{ .releases = false, .takes = false };
    Floor* floor_ = nullptr;
 };
 

@@ -75,7 +75,7 @@ void UnitTable::unitIs( U16 number, const StrataUnit& unit )
       checkLogicalPort(
          "the loopback port of unit " + std::to_string( number ), *unit.loopbackPort );
    if( units_.insert_or_assign( number, unit ).second )
-      numbers_.insert( std::ranges::upper_bound( numbers_, number ), number );
+      numbers_.insert( std::upper_bound( numbers_.begin(), numbers_.end(), number ), number );
 }
 
 void UnitTable::unitDel( U16 number )
@@ -87,7 +87,7 @@ void UnitTable::unitDel( U16 number )
 std::size_t UnitTable::Iterator::firstAfter( U16 key ) const
 {
    return static_cast<std::size_t>(
-      std::ranges::upper_bound( *numbers_, key ) - numbers_->begin() );
+      std::upper_bound( numbers_->begin(), numbers_->end(), key ) - numbers_->begin() );
 }
 
 void StrataCommonSmData::checkFloodingModId( U32 modId )

@@ -94,6 +94,8 @@ TEST( Scenario, ABringUpEndsWithASummaryAndHasItsCallsOnRequest )
       HasSubstr( "call   bcm_field_lock" ) );
    EXPECT_THAT( runText( ports + "quiet\nbring-up\n" ).out, HasSubstr( summary ) );
    EXPECT_THAT( runText( ports + "loud\nbring-up\n" ).out, HasSubstr( call ) );
+   EXPECT_THAT( runText( ports + "bring-up\n", { "--no-transcript" } ).out,
+      HasSubstr( "243 made: 'loud' before shows them" ) );
    EXPECT_THAT( runText( ports + "bring-up\nshow transcript\n" ).out, HasSubstr( call ) );
    EXPECT_THAT( runText( ports + "bring-up\n", { "--json" } ).out,
       AllOf( HasSubstr( "\"id\":1034" ), HasSubstr( R"({"what":"calls","made":243})" ) ) );

@@ -187,7 +187,7 @@ U64 callCount( Agent& agent )
 }
 
 /// What the switch and the helper have now, and the commands that show it.
-Table outcomeTable( const Agent& agent, U64 calls )
+Table outcomeTable( const Agent& agent, U64 calls, bool kept )
 {
    ByUnit<UnitRow> rows;
    for( const auto& [ unit, chip ] : agent.hardware().chips() ) {
@@ -199,8 +199,9 @@ Table outcomeTable( const Agent& agent, U64 calls )
    table.row( { "attributes", "-",
                  Vormel::format( "%d differ from the start: show attributes changed", changed ) },
       { { "what", "attributes" }, { "changed", changed } } );
-   table.row(
-      { "calls", "-", Vormel::format( "%d made: show transcript, or 'loud' before", calls ) },
+   table.row( { "calls", "-",
+                 Vormel::format( "%d made: %s", calls,
+                    kept ? "show transcript, or 'loud' before" : "'loud' before shows them" ) },
       { { "what", "calls" }, { "made", calls } } );
    return table;
 }
@@ -213,7 +214,8 @@ void bringUp( Session& session )
       const Summing summary( session.console() );
       agent.bringUp();
    }
-   session.console().report( "Brought up", outcomeTable( agent, callCount( agent ) - before ) );
+   session.console().report(
+      "Brought up", outcomeTable( agent, callCount( agent ) - before, session.keepsRecords() ) );
 }
 
 Act start( const Session&, Words& words )
