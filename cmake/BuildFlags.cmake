@@ -45,6 +45,11 @@ if( STRATA_SANITIZE )
    if( STRATA_FUZZ )
       add_compile_options( -fsanitize=fuzzer-no-link )
    endif()
+   if( STRATA_SANITIZE MATCHES undefined )
+      # Checks of every access to a member double the compile time: only the library has them (CMakeLists.txt).
+      set( accessChecks alignment,null,object-size,vptr )
+      add_compile_options( -fno-sanitize=${accessChecks} )
+   endif()
    if( CMAKE_CXX_COMPILER_ID STREQUAL "GNU" )
       # With the sanitizers' extra branches GCC gives false warnings here; the other builds keep the warning.
       add_compile_options( -Wno-maybe-uninitialized )
