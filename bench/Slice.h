@@ -12,14 +12,6 @@
 
 namespace Bench {
 
-/// Also counts the SDK calls.
-class CountingShim final : public NullShim
-{
- public:
-   void preCall() override { ++calls; }
-   U64 calls = 0;
-};
-
 /// One per process at a time. The activity lock is held while it is made, used and destroyed.
 class Slice
 {
@@ -44,7 +36,6 @@ class Slice
    /// Runs the job and returns its calls. Requires: calls are recorded, and the slice outlives the floor.
    Floor floorOf( const std::function<void( Slice& )>& job );
 
-   U64 sdkCalls() const { return shim_.calls; }
    StrataCommonSmData& scsd() { return *scsd_; }
    RoutingStatusHelper& helper() { return *helper_; }
    U32 interfaces() const { return static_cast<U32>( interfaces_.size() ); }
@@ -61,7 +52,7 @@ class Slice
    void poll() { logging_->updateCounters(); }
 
  private:
-   CountingShim shim_;
+   NullShim shim_;
    RecordingShim recordingShim_{ shim_ };
    Ref<NullManager> manager_ = Vormel::make<NullManager>();
    Ref<RecordingManager> recordingManager_ = Vormel::make<RecordingManager>( manager_ );

@@ -34,28 +34,23 @@ class UnitTable
       Iterator( const std::vector<U16>& numbers, std::size_t at )
          : numbers_( &numbers ),
            at_( at ),
-           key_( at < numbers.size() ? numbers[ at ] : U16( 0 ) ),
-           end_( at >= numbers.size() )
+           key_( at < numbers.size() ? std::optional( numbers[ at ] ) : std::nullopt )
       {}
-      U16 key() const { return key_; }
+      U16 key() const { return *key_; }
       const Iterator& operator*() const { return *this; }
       Iterator& operator++()
       {
          const bool there = at_ < numbers_->size() && ( *numbers_ )[ at_ ] == key_;
-         return *this = Iterator( *numbers_, there ? at_ + 1 : firstAfter( key_ ) );
+         return *this = Iterator( *numbers_, there ? at_ + 1 : firstAfter( *key_ ) );
       }
-      bool operator==( const Iterator& other ) const
-      {
-         return end_ == other.end_ && ( end_ || key_ == other.key_ );
-      }
+      bool operator==( const Iterator& other ) const { return key_ == other.key_; }
 
     private:
       VORMEL_EXPORT std::size_t firstAfter( U16 key ) const;
 
       const std::vector<U16>* numbers_;
       std::size_t at_;
-      U16 key_;
-      bool end_;
+      std::optional<U16> key_; // none at the end
    };
 
    Iterator begin() const { return { numbers_, 0 }; }

@@ -96,6 +96,13 @@ class Refusal
       return "; '" + name_ + " --help' lists " + what;
    }
 
+   /// Those that the help shows.
+   std::vector<CLI::App*> subcommands() const
+   {
+      return app_.get_subcommands(
+         []( const CLI::App* each ) { return !each->get_group().empty(); } );
+   }
+
    /// A word that was not expected.
    std::string extra() const
    {
@@ -105,8 +112,8 @@ class Refusal
          return "'" + word + "' is one word too many" + seeHelp( "what it takes" );
       if( used_.get_option_no_throw( word ) )
          return "'" + word + "' is an option of '" + used_.get_name() + "' and comes behind it";
-      for( const CLI::App* const other : app_.get_subcommands( []( CLI::App* ) { return true; } ) )
-         if( !other->get_group().empty() && other->get_option_no_throw( word ) )
+      for( const CLI::App* const other : subcommands() )
+         if( other->get_option_no_throw( word ) )
             return "there is no option '" + word + "' here; '" + app_.get_name() + " " +
                    other->get_name() + "' has it";
       const Strings names = namesOfOptions( used_ );
@@ -119,9 +126,8 @@ class Refusal
       if( &used_ != &app_ )
          return "the " + firstWord() + " is missing" + seeHelp( "what it takes" );
       Views names;
-      for( const CLI::App* const each : app_.get_subcommands( []( CLI::App* ) { return true; } ) )
-         if( !each->get_group().empty() )
-            names.push_back( each->get_name() );
+      for( const CLI::App* const each : subcommands() )
+         names.push_back( each->get_name() );
       return "a subcommand is missing; there are " + joined( names );
    }
 

@@ -71,14 +71,15 @@ Console::Weight Console::weightOf( Sim::RecordKind kind ) const
 {
    if( kind == Sim::RecordKind::fatal )
       return Weight::fatal;
-   // Traces are off until somebody asks for them.
+   // A trace is shown: there are none unless the user has set a trace level.
    const bool summed = summing_ && isEvent( kind ) && kind != Sim::RecordKind::trace;
-   return summed && !loud_ ? Weight::detail : Weight::ordinary;
+   return summed && !eventsAsked_.value_or( false ) ? Weight::detail : Weight::ordinary;
 }
 
 bool Console::hears( Sim::RecordKind kind ) const
 {
-   return hears( weightOf( kind ) ) && ( eventsShown_ || config_.json || !isEvent( kind ) );
+   return hears( weightOf( kind ) ) &&
+          ( eventsAsked_.value_or( true ) || config_.json || !isEvent( kind ) );
 }
 
 void Console::command( const Line& line )

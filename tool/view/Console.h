@@ -107,11 +107,7 @@ class Console
    /// Whether a record of the kind would be written anywhere.
    bool hears( Sim::RecordKind kind ) const;
    /// Whether the text has calls, notifications and traces; at first it has. JSON always has them.
-   void eventsShownIs( bool shown )
-   {
-      eventsShown_ = shown;
-      loud_ = shown;
-   }
+   void eventsShownIs( bool shown ) { eventsAsked_ = shown; }
    /// Output that the scenario requested. JSON output has `json` instead of the table.
    void table( const std::string& title, const Table& table );
    /// The same for what is expensive: of the two functions only those run whose result is written.
@@ -209,12 +205,11 @@ class Console
    std::optional<std::size_t> length_;
    bool folds_ = false; // the present lines
    bool rowsAsJson_ = false;
-   bool eventsShown_ = true;
-   bool loud_ = false;     // `loud` was the last to say so
-   bool summing_ = false;  // the present command
-   bool reported_ = false; // something since the last heading
-   bool blank_ = true;     // the last line was
-   bool happened_ = false; // the last thing was an event, not an outcome
+   std::optional<bool> eventsAsked_; // by `loud` or `quiet`
+   bool summing_ = false;            // the present command
+   bool reported_ = false;           // something since the last heading
+   bool blank_ = true;               // the last line was
+   bool happened_ = false;           // the last thing was an event, not an outcome
 };
 
 } // namespace Strata::Tool
