@@ -1,13 +1,13 @@
 #!/bin/sh
 # Checks which room (top-level directory) includes which. Arrows run downwards only:
-#    tool -> agent -> routing, sim -> platform; routing -> messages -> platform; conformance -> platform
+#    tool -> agent, desk -> routing, sim -> platform; routing -> messages -> platform; conformance -> platform
 # Prints one line for each include that runs another way, and for each macro that an installed header should not
 # define, and fails.
 set -u
 cd "$(dirname "$0")/.." || exit
 
 rooms=
-for room in platform messages routing sim conformance agent tool tests fuzz bench examples; do
+for room in platform messages routing sim conformance agent desk tool tests fuzz bench examples; do
    [ -d $room ] && rooms="$rooms $room"
 done
 
@@ -26,8 +26,9 @@ BEGIN {
    may["conformance"] = "platform/ conformance/"
    may["conformance/sim"] = "platform/ sim/ conformance/"
    may["agent"] = "platform/ messages/ routing/ sim/ agent/"
-   may["tool"] = "platform/ messages/ routing/ sim/ agent/ tool/"
-   everything = "platform/ messages/ routing/ sim/ conformance/ agent/ tool/ tests/ fuzz/ bench/ examples/"
+   may["desk"] = "platform/ sim/ desk/"
+   may["tool"] = "platform/ messages/ routing/ sim/ agent/ desk/ tool/"
+   everything = "platform/ messages/ routing/ sim/ conformance/ agent/ desk/ tool/ tests/ fuzz/ bench/ examples/"
    may["tests"] = may["fuzz"] = may["bench"] = may["examples"] = everything
 }
 

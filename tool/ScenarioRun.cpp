@@ -85,13 +85,16 @@ static ExitStatus withSession(
    return ExitStatus::error;
 }
 
-ExitStatus runScenario( const std::string& file, Console& console, SessionConfig config )
+ExitStatus runScenario( const std::string& file, Console& console, SessionConfig config,
+   const std::function<void( const Session& )>& atEnd )
 {
    return withSession( file, console, std::move( config ), [ & ]( Session& session ) {
       RunEnd end = RunEnd::complete;
       try {
          runLines( file, session );
          session.end();
+         if( atEnd )
+            atEnd( session );
       } catch( const InputError& error ) {
          console.error( error.what() );
          end = RunEnd::refused;

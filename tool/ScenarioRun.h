@@ -5,6 +5,7 @@
 #include "tool/Session.h"
 #include "tool/words/Words.h"
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -24,8 +25,10 @@ enum class ExitStatus : int
 void runLines( const std::string& file, Session& session,
    const std::shared_ptr<const Inclusion>& inclusion = {} );
 
-/// Runs a scenario on a new session. When the agent dies the process ends at once, with ExitStatus::died.
-ExitStatus runScenario( const std::string& file, Console& console, SessionConfig config = {} );
+/// Runs a scenario on a new session. When the agent dies the process ends at once, with ExitStatus::died. `atEnd` sees
+/// the session behind the last line, unless a line could not be run.
+ExitStatus runScenario( const std::string& file, Console& console, SessionConfig config = {},
+   const std::function<void( const Session& )>& atEnd = {} );
 
 /// Reports every line that cannot be run: runs a scenario on a new session and goes on behind such lines, without
 /// judging expectations or writing captures. Requires: the console is one for checking.

@@ -96,8 +96,11 @@ static bool neededAtDeath( Sim::RecordKind kind )
 
 void Session::heard( const Sim::Record& record )
 {
-   if( record.kind == Sim::RecordKind::call || record.kind == Sim::RecordKind::entry )
+   if( record.kind == Sim::RecordKind::call || record.kind == Sim::RecordKind::entry ) {
       lastCall_ = record.text;
+      if( config_.callListener )
+         config_.callListener( *this, record );
+   }
    // The slice checks the result of a uRPF claim and continues without the entry.
    if( record.kind == Sim::RecordKind::claim && firstRefusedClaim_.empty() &&
        !record.text.starts_with( "urpf" ) )
@@ -272,8 +275,10 @@ const std::deque<Sim::Record>& Session::window() const
 
 void Session::mark()
 {
-   if( agent_ )
-      agent_->hardware().transcript().clear();
+   if( !agent_ )
+      return;
+   agent_->hardware().transcript().clear();
+   stateAtMark_ = Desk::SwitchState( agent_->hardware() );
 }
 
 void Session::expect( bool held, const std::string& expected, const std::string& found )

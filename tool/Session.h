@@ -4,11 +4,13 @@
 #pragma once
 
 #include "agent/Agent.h"
+#include "desk/SwitchState.h"
 #include "tool/packet/PacketDesk.h"
 #include "tool/view/Console.h"
 #include "tool/words/Words.h"
 
 #include <deque>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -26,11 +28,15 @@ struct AttributePath
    std::optional<std::string> key;
 };
 
+class Session;
+
 struct SessionConfig
 {
    std::string profile{}; // of all switches, instead of the one in their line; empty for that
    bool keepsRecords = true;
    bool checking = false; // judges no expectation and writes no capture
+   /// Gets the hardware calls, while the line that makes them runs.
+   std::function<void( const Session&, const Sim::Record& )> callListener{};
 };
 
 class Session
@@ -100,6 +106,8 @@ class Session
    const std::deque<Sim::Record>& window() const;
    /// Starts a new window and forgets the records of the present one.
    void mark();
+   /// What the chips held at the last mark; at first, when the switch was made.
+   const Desk::SwitchState& stateAtMark() const { return stateAtMark_; }
 
    /// Reports an expectation of the running command with its result.
    void expect( bool held, const std::string& expected, const std::string& found );
@@ -135,6 +143,7 @@ class Session
    const Line* running_ = nullptr;       // the innermost of an included file
    std::optional<Line> last_;            // the line that ran last
    SessionConfig config_;
+   Desk::SwitchState stateAtMark_;
    std::string lastCall_;
    std::string lastBreach_;
    std::string firstRefusedClaim_;

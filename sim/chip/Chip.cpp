@@ -8,6 +8,14 @@
 
 namespace Strata::Sim {
 
+std::string ChipVlan::flagsText() const
+{
+   std::string text;
+   for( const VlanFlag flag : flags )
+      text += ( text.empty() ? "" : ", " ) + std::string( roleName( flag ) );
+   return text.empty() ? "none" : text;
+}
+
 Chip::Chip(
    U32 unit, U32 modId, const ChipProfile& profile, U32 frontPanelPorts, U32 firstLogicalPort )
    : resolvesHigigTrunksAsLag( profile.resolvesHigigTrunksAsLag ),

@@ -29,6 +29,9 @@ struct ChipVlan
    std::array<std::byte, 252> rest{};
    PortBitmap members;
    PortBitmap untagged;
+
+   /// "vlanIp4RoutingOff, vlanIp6RoutingOff"; "none" without a flag.
+   std::string flagsText() const;
 };
 
 class Chip

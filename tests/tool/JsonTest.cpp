@@ -198,6 +198,9 @@ TEST( Json, EveryMemberIsOfTheKindThatThePageStates )
    std::istringstream help( runLine( { "shell", "--json" }, "help\nhelp route\n" ).out );
    for( std::string line; std::getline( help, line ); )
       checker.line( Json::parse( line ) );
+   const std::string other = scenarioFile( "switch hsdk\nbring-up\n" );
+   checker.line( Json::parse(
+      runLine( { "diff", other.c_str(), "scenarios/routing.scenario", "--json" } ).out ) );
    std::set<std::string> unseen;
    for( const auto& [ name, members ] : checker.page() )
       if( !checker.seen().contains( name ) )

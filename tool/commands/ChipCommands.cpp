@@ -35,14 +35,6 @@ bool takeSet( Words& words )
    return words.choose( "a flag's state", states ) == "set";
 }
 
-std::string flagsText( const Sim::ChipVlan& vlan )
-{
-   std::string text;
-   for( const VlanFlag flag : vlan.flags )
-      text += ( text.empty() ? "" : ", " ) + std::string( roleName( flag ) );
-   return text.empty() ? "none" : text;
-}
-
 U32 takeOtherFlags( Words& words )
 {
    constexpr U32 most = ~U32{ 0 } >> ( 32 - otherVlanFlags );
@@ -108,7 +100,7 @@ void showVlans( Session& session )
    for( const auto& [ unit, chip ] : session.agent().hardware().chips() )
       for( const auto& [ vlanId, vlan ] : chip.vlans() )
          rows.add( unit, { { std::to_string( vlanId ), vlan.members.toString(),
-                              vlan.untagged.toString(), flagsText( vlan ) },
+                              vlan.untagged.toString(), vlan.flagsText() },
                             { { "vlan", vlanId }, { "members", Sim::portsJson( vlan.members ) },
                                { "untagged", Sim::portsJson( vlan.untagged ) },
                                { "flags", Sim::flagsJson( vlan.flags ) },

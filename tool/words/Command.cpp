@@ -29,6 +29,7 @@ std::vector<Theme> allThemes()
       { "Show", showCommands() },
       { "Show the switch", showPartsCommands() },
       { "Show tables of packets", showTableCommands() },
+      { "Changes", changeCommands() },
       { "Expect", expectCommands() },
       { "Expect events", expectEventCommands() },
       { "Expect of packets", expectPacketCommands() },

@@ -82,6 +82,7 @@ std::vector<Command> tableCommands();
 std::vector<Command> routeCommands();
 std::vector<Command> showPartsCommands();
 std::vector<Command> showTableCommands();
+std::vector<Command> changeCommands();
 std::vector<Command> packetCommands();
 std::vector<Command> shellCommands();
 

@@ -1,0 +1,168 @@
+// strata-l3 diff: what two scenarios do differently.
+#include "desk/SwitchState.h"
+#include "tool/cli/Subcommand.h"
+#include "tool/view/ChangesView.h"
+
+#include <algorithm>
+#include <fstream>
+#include <optional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace Strata::Tool {
+
+namespace {
+
+using nlohmann::ordered_json;
+
+/// A hardware call, with the names of roles instead of the SDK's numbers.
+struct Call
+{
+   std::string text;
+   std::string line; // that made it, with its place
+};
+
+/// What a scenario did.
+struct Outcome
+{
+   std::vector<Call> calls;
+   Desk::SwitchState state;
+};
+
+/// The calls around the first that is not the same in both.
+struct Divergence
+{
+   std::size_t number; // of the call; the first is 1
+   const Call* a;      // null behind the last call
+   const Call* b;
+   std::vector<const Call*> before; // in both, at most five
+};
+
+std::optional<Divergence> firstDivergence( const std::vector<Call>& a, const std::vector<Call>& b )
+{
+   const auto [ inA, inB ] = std::ranges::mismatch( a, b, {}, &Call::text, &Call::text );
+   if( inA == a.end() && inB == b.end() )
+      return std::nullopt;
+   const auto index = static_cast<std::size_t>( inA - a.begin() );
+   Divergence found{
+      index + 1, inA == a.end() ? nullptr : &*inA, inB == b.end() ? nullptr : &*inB, {} };
+   for( std::size_t i = index - std::min<std::size_t>( index, 5 ); i < index; ++i )
+      found.before.push_back( &a[ i ] );
+   return found;
+}
+
+class Diff : public Subcommand
+{
+ public:
+   CLI::App* declare( CLI::App& app ) override
+   {
+      CLI::App* const diff = app.add_subcommand(
+         "diff", "Run two scenarios, and show what they do to the chips differently" );
+      diff->add_option( "first", a_, "A scenario file" )->required();
+      diff->add_option( "second", b_, "The scenario file to compare with" )->required();
+      diff->add_flag( "--json", json_, "The result as one JSON object" );
+      return diff;
+   }
+
+   ExitStatus run( Terminal& terminal ) override
+   {
+      Outcome a;
+      Outcome b;
+      for( const auto& [ file, outcome ] : { std::pair( &a_, &a ), std::pair( &b_, &b ) } )
+         if( const ExitStatus status = runInto( *outcome, *file, terminal );
+             status == ExitStatus::error )
+            return status;
+      const auto divergence = firstDivergence( a.calls, b.calls );
+      const auto differences = Desk::differences( a.state, b.state );
+      const Table table = changesTable( differences );
+      if( json_ )
+         terminal.out << resultJson( a, b, divergence, table ).dump() << '\n';
+      else
+         writeText( terminal, a, divergence, table );
+      terminal.out.flush();
+      return divergence || !differences.empty() ? ExitStatus::failed : ExitStatus::held;
+   }
+
+ private:
+   /// The scenario's own output is left away; its errors are not.
+   static ExitStatus runInto( Outcome& outcome, const std::string& file, Terminal& terminal )
+   {
+      std::ofstream nothing( "/dev/null" );
+      ConsoleConfig config;
+      config.quiet = true;
+      Console console( nothing, terminal.err, config );
+      const auto note = [ & ]( const Session& session, const Sim::Record& record ) {
+         const Line* const line = session.running();
+         outcome.calls.push_back(
+            { record.text, line ? placeText( *line ) + ": " + commandText( *line ) : "" } );
+      };
+      return runScenario( file, console, { .callListener = note }, [ & ]( const Session& session ) {
+         if( session.hasAgent() )
+            outcome.state = Desk::SwitchState( session.agent().hardware() );
+      } );
+   }
+
+   void writeText( Terminal& terminal, const Outcome& a,
+      const std::optional<Divergence>& divergence, const Table& table ) const
+   {
+      std::ostream& out = terminal.out;
+      if( !divergence )
+         out << "Hardware calls: the same, " << a.calls.size() << '\n';
+      else {
+         out << "Hardware calls: number " << divergence->number << " is the first that differs\n";
+         for( const Call* const call : divergence->before )
+            out << "   in both  " << call->text << '\n';
+         for( const auto& [ file, call ] :
+            { std::pair( &a_, divergence->a ), std::pair( &b_, divergence->b ) } )
+            if( call )
+               out << "   in " << *file << "  " << call->text << "\n      by " << call->line
+                   << '\n';
+            else
+               out << "   in " << *file << "  no more calls\n";
+      }
+      if( table.empty() )
+         out << "What the chips hold at the end: the same\n";
+      else {
+         out << "What the chips hold at the end: " << a_ << " -> " << b_ << '\n';
+         for( const Table::TextLine& line : table.lines() )
+            out << line.text << '\n';
+      }
+   }
+
+   static ordered_json callJson( const Call* call )
+   {
+      if( !call )
+         return nullptr;
+      return { { "call", call->text }, { "line", call->line } };
+   }
+
+   static ordered_json resultJson( const Outcome& a, const Outcome& b,
+      const std::optional<Divergence>& divergence, const Table& table )
+   {
+      ordered_json first;
+      if( divergence ) {
+         auto before = ordered_json::array();
+         for( const Call* const call : divergence->before )
+            before.push_back( call->text );
+         first = { { "number", divergence->number }, { "before", before },
+            { "first", callJson( divergence->a ) }, { "second", callJson( divergence->b ) } };
+      }
+      return { { "kind", "diff" },
+         { "calls", { { "first", a.calls.size() }, { "second", b.calls.size() } } },
+         { "divergence", first }, { "changes", table.json() } };
+   }
+
+   std::string a_;
+   std::string b_;
+   bool json_ = false;
+};
+
+} // namespace
+
+std::unique_ptr<Subcommand> diffSubcommand()
+{
+   return std::make_unique<Diff>();
+}
+
+} // namespace Strata::Tool
