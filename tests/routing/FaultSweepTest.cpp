@@ -1,6 +1,7 @@
 // Every hardware call of the slice fails once: the agent ends with one line about it, and makes no call after it.
 #include "tests/routing/Fixture.h"
 
+#include "platform/runtime/Trace.h"
 #include "platform/sdk/ForwardingShim.h"
 #include "sim/sdk/SdkCodes.h"
 #include "tests/sim/EveryProfile.h"
@@ -292,10 +293,15 @@ TEST_P( FaultSweepTest, AFeatureThatTheChipLacksIsTolerated )
 TEST_P( FaultSweepTest, AFailingManagerEndsTheAgentByItsAssertionAlone )
 {
    const bool acl = fresh( false ).hardware().tcamManager()->supportsAclGroup();
-   for( const std::string call : { "installEntry", "enableEntry", "addOutLoopbackPortForEntry",
-           acl ? "qualifyPortsClassId" : "addInPortsForEntry" } ) {
+   const Run everything = []( Tool::Agent& of ) {
+      bringUp( of );
+      everythingElse( of );
+   };
+   Vormel::traceLevelsIs( "StrataRoutingStatus=1" );
+   for( const std::string call : { "installEntry", "reinstallEntry", "enableEntry",
+           "addOutLoopbackPortForEntry", acl ? "qualifyPortsClassId" : "addInPortsForEntry" } ) {
       fresh( false );
-      bringUp( *agent );
+      everything( *agent );
       const std::string made = texts( RecordKind::entry );
       const std::regex name( " " + call + " " );
       const auto calls = std::distance(
@@ -305,11 +311,20 @@ TEST_P( FaultSweepTest, AFailingManagerEndsTheAgentByItsAssertionAlone )
          fresh( false );
          agent->hardware().faults().inject(
             { .call = call, .nth = static_cast<U64>( n ), .code = SdkCode::Full } );
-         const Ending ending = endingOf( bringUp );
+         const Ending ending = endingOf( everything );
          ASSERT_EQ( ending.assertion, "rc == BCM_E_NONE && \"" + call + " failed\"" ) << n;
          EXPECT_EQ( ending.errors.find( "API ERROR" ), std::string::npos );
+         // The trace before the assertion has what the assertion lacks.
+         std::smatch last;
+         const std::string entries = texts( RecordKind::entry );
+         const std::regex lastOne( " unit ([0-9]+) id ([0-9]+)[^\n]*\n$" );
+         ASSERT_TRUE( std::regex_search( entries, last, lastOne ) ) << entries;
+         EXPECT_THAT( texts( RecordKind::trace ),
+            testing::ContainsRegex( " " + call + " failed, entry: " + last.str( 2 ) +
+                                    "(, name: [^\n]*)?, unit: " + last.str( 1 ) + ", rc: -" ) );
       }
    }
+   Vormel::traceLevelsIs( "StrataRoutingStatus=off" );
 }
 
 INSTANTIATE_TEST_SUITE_P( Profiles, FaultSweepTest, everyProfile(), profileSuffix );

@@ -5,9 +5,11 @@
 #include "platform/runtime/Trace.h"
 #include "sim/sdk/SdkCodes.h"
 
+#include <fstream>
 #include <gmock/gmock.h>
 #include <regex>
 #include <set>
+#include <sstream>
 
 namespace Strata {
 namespace {
@@ -132,6 +134,22 @@ TEST_F( HelperTest, EveryOperationCalledByNameDoesWhatTheNameSays )
    }
    levelsAre( "off" );
    EXPECT_THAT( untried, testing::IsEmpty() );
+}
+
+TEST_F( HelperTest, TheParametersOfOperationsAreNamedAsInTheHeader )
+{
+   make( "hsdk", { 0 } );
+   std::ostringstream text;
+   text << std::ifstream( "routing/RoutingStatusHelper.h" ).rdbuf();
+   const std::string header = std::regex_replace( text.str(), std::regex( "\\s+" ), " " );
+   for( const auto& operation : helper().entityType().operations() ) {
+      std::string pattern;
+      for( const Vormel::Parameter& parameter : operation->parameters() )
+         pattern += ( pattern.empty() ? " [^,;]*" : ", [^,;]*" ) + parameter.name;
+      pattern = " " + std::string( operation->name() ) + "\\(" + pattern + " ?\\);";
+      EXPECT_TRUE( std::regex_search( header, std::regex( pattern, std::regex::icase ) ) )
+         << pattern;
+   }
 }
 
 TEST_F( HelperTest, AMissingInputIsTracedAndItsStepIsSkipped )
@@ -354,6 +372,20 @@ TEST_F( HelperTest, AUnitWithoutTheVlanIsSkipped )
    EXPECT_NE( calls.find( "bcm_vlan_control_vlan_set( unit 1" ), std::string::npos ) << calls;
 }
 
+TEST_F( HelperTest, EachVlanHasItsOwnState )
+{
+   make( "hsdk", { 0 } );
+   helper().handlePerVlanRouting( true );
+   for( const U16 vlan : std::vector<U16>{ 10, 11, 12 } ) {
+      agent->hardware().vlanIs( vlan );
+      helper().handleIpAddressState( vlan, true, true );
+      helper().enableVlanRouting( vlan, vlan == 11 );
+   }
+   const auto flags = [ & ]( U16 vlan ) { return agent->hardware().chip( 0 ).vlan( vlan )->flags; };
+   EXPECT_EQ( flags( 10 ), flags( 12 ) );
+   EXPECT_NE( flags( 10 ), flags( 11 ) );
+}
+
 TEST_F( HelperTest, AnUnknownMacDropClaimIsTracedBeforeItIsQualified )
 {
    make( "hsdk", { 0 } );
@@ -377,6 +409,8 @@ TEST_F( HelperTest, AnUnknownMacDropPairIsReleasedFromTheLowerIdAndOnlyAClassHas
    helper().handleTcamEntryVlanFloodDrop( 3, false );
    EXPECT_EQ( texts( RecordKind::entry, before ),
       "main releaseEntry unit 0 id 1011\nmain releaseEntry unit 0 id 1012\n" );
+   EXPECT_EQ( transcript().records().back().text,
+      "helper.tcamEntryVlanFloodDrop[3] (164): removed 1011" ); // when the entries are gone
    EXPECT_THROW( helper().handleTcamEntryVlanFloodDrop( 8, true ), Died );
    EXPECT_EQ( helper().tcamEntryVlanFloodDrop( 8 ), 0u );
 }
@@ -407,6 +441,47 @@ TEST_F( HelperTest, AnInterruptedOperationIsProgrammedByTheNextCall )
    };
    redirectTo( "02:00:a1:00:00:03" );
    EXPECT_GT( interrupted( 1, [ & ] { redirectTo( "02:00:a1:00:00:04" ); } ), 0u );
+}
+
+TEST_F( HelperTest, AMacIsNotedOnlyWhileAllItsEntriesAreThere )
+{
+   make( "hsdk", { 0 } );
+   agent->hardware().chip( 0 ).trapsTtlExceptionsIs( true ); // has the ARP replies
+   const EthAddr mac = *EthAddr::parse( "02:00:a1:00:00:01" );
+   const auto withdrawPart = [ & ]( MacType macType ) { // leaves the entries of tunnels
+      helper().routerMacAddrIs( EthAddr() );
+      helper().virtualRouterMacAddrIs( EthAddr() );
+      helper().installTcamEntryForNonRoutableToCpu( macType );
+      helper().routerMacAddrIs( mac );
+      helper().virtualRouterMacAddrIs( mac );
+   };
+   const auto handle = [ & ]( MacType macType ) {
+      macType == MacType::bridgeMac ? helper().handleTcamEntryL2ToCpu()
+                                    : helper().handleTcamEntryL2FennicToCpu();
+   };
+   // Each fails at the installation of an ARP entry, which follows those of the two trap entries.
+   for( const auto& [ macType, install ] : { std::pair( MacType::bridgeMac, 3u ),
+           { MacType::bridgeMac, 4u }, { MacType::fennicMac, 3u } } ) {
+      SCOPED_TRACE( Vormel::toText( macType ) + " " + std::to_string( install ) );
+      withdrawPart( macType );
+      handle( macType );
+      withdrawPart( macType );
+      if( macType == MacType::bridgeMac && install == 3 )
+         helper().handleTcamEntryArpReplyToCpu( macType );
+      agent->hardware().faults().inject(
+         { .call = "installEntry", .nth = install, .code = Sim::SdkCode::Fail } );
+      testing::internal::CaptureStderr();
+      EXPECT_THROW( helper().installTcamEntryForNonRoutableToCpu( macType ), Died );
+      testing::internal::GetCapturedStderr();
+      agent->hardware().critic().restart();
+      handle( macType );
+      EXPECT_NE( helper().tcamEntryArpReply( macType ), 0u );
+      EXPECT_NE( helper().tcamEntryArpReqUnicast(), 0u );
+   }
+   withdrawPart( MacType::bridgeMac );
+   helper().handleTcamEntryArpReqUnicastDrop();
+   helper().handleTcamEntryArpReplyToCpu( MacType::bridgeMac );
+   EXPECT_TRUE( helper().tcamEntryRouterMac().isZero() ); // there is no trap
 }
 
 TEST_F( HelperTest, UnitsUpTo255HaveTtlCheckEntries )

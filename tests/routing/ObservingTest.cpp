@@ -185,6 +185,11 @@ TEST_F( ObservingTest, ARefusedClaimIsReportedAtOnce )
    EXPECT_EQ( texts( Sim::RecordKind::claim ), "main: " + refused + "\n" );
    agent->hardware().critic().restart();
    EXPECT_EQ( observed->getEntry( 0, 1024, "vlan flood", {} ), 0u );
+   const auto unheard =
+      Vormel::make<ObservedTcamEntryManager>( agent->hardware().tcamManager(), nullptr );
+   testing::internal::CaptureStderr();
+   EXPECT_EQ( unheard->getEntry( 0, 1024, "vlan flood", {} ), 0u );
+   EXPECT_EQ( testing::internal::GetCapturedStderr(), refused + "\n" );
 }
 
 TEST_F( ObservingTest, AnInstallationThatFailsIsTracedWithAllThatIsKnown )

@@ -1,8 +1,12 @@
 #include "platform/state/Mlag.h"
 #include "tests/runtime/Lamp.h"
 
+#include <algorithm>
+#include <array>
+#include <cstddef>
 #include <functional>
 #include <gtest/gtest.h>
+#include <new>
 
 namespace Lamps {
 
@@ -170,6 +174,45 @@ TEST_F( EntityTest, ANotificationMayChangeThePublisherAgainOrDestroyIt )
    EXPECT_EQ( taken(), Log( { "1 lit changed old true", "1 gone", "2 gone" } ) );
 }
 
+struct Bell : Vormel::Publisher
+{
+   using Publisher::publish;
+};
+
+/// Removes another subscriber when its own publisher goes.
+struct Leaver : Recorder
+{
+   using Recorder::Recorder;
+   void onPublisherGone() noexcept override
+   {
+      Recorder::onPublisherGone();
+      leave();
+   }
+   std::function<void()> leave = [] {};
+};
+
+TEST_F( EntityTest, APublisherThatASubscriberDestroysIsNotTouchedAgain )
+{
+   constexpr std::byte foreign{ 0x5A };
+   for( const bool alone : { true, false } ) {
+      alignas( Bell ) std::array<std::byte, sizeof( Bell )> memory{};
+      Bell* const bell = new( memory.data() ) Bell;
+      Leaver first( log, "1 " );
+      Recorder second( log, "2 " );
+      bell->subscriberAdd( first );
+      if( !alone )
+         bell->subscriberAdd( second );
+      first.leave = [ & ] { bell->subscriberDel( second ); };
+      first.also = [ & ] {
+         bell->~Bell();
+         memory.fill( foreign );
+      };
+      bell->publish( { *lamp, Lamp::litNumber, Vormel::ChangeKind::Changed, {}, {} } );
+      EXPECT_TRUE( std::ranges::all_of( memory, [ & ]( std::byte b ) { return b == foreign; } ) );
+      EXPECT_EQ( taken(), Log( { "1 lit changed", "1 gone" } ) );
+   }
+}
+
 TEST_F( EntityTest, EverythingIsReachableByName )
 {
    const Vormel::EntityType& type = lamp->entityType();
@@ -201,6 +244,7 @@ TEST( ValueTest, NumbersAreTakenFromEveryTypeThatHoldsThemExactly )
 {
    EXPECT_EQ( ValueTraits<S32>::from( U64( 0x7FFFFFFF ) ), 0x7FFFFFFF );
    EXPECT_EQ( ValueTraits<S32>::from( U64( 0x80000000 ) ), std::nullopt );
+   EXPECT_EQ( ValueTraits<S32>::from( S64( -0x80000000L ) ), -0x7FFFFFFF - 1 );
    EXPECT_EQ( ValueTraits<S32>::from( S64( -0x80000001L ) ), std::nullopt );
    EXPECT_EQ( ValueTraits<U8>::from( S64( 255 ) ), 255 );
    EXPECT_EQ( ValueTraits<U8>::from( S64( 0 ) ), 0 );
@@ -208,6 +252,7 @@ TEST( ValueTest, NumbersAreTakenFromEveryTypeThatHoldsThemExactly )
    EXPECT_EQ( ValueTraits<U8>::from( U64( 256 ) ), std::nullopt );
    EXPECT_EQ( ValueTraits<U8>::from( 1.0 ), std::nullopt );
    EXPECT_EQ( ValueTraits<double>::from( std::string( "2.5" ) ), 2.5 );
+   EXPECT_EQ( ValueTraits<double>::from( 2.5 ), 2.5 );
    EXPECT_EQ( ValueTraits<double>::from( S64( -2 ) ), -2.0 );
    EXPECT_EQ( ValueTraits<std::string>::from( S64( -2 ) ), "-2" );
    EXPECT_EQ( ValueTraits<Side>::from( U64( 1 ) ), Side::right );

@@ -85,6 +85,20 @@ TEST_F( TraceTest, APieceOfATraceMayTraceItself )
                    "FruitApple 9 TestBody 255\n" );
 }
 
+TEST_F( TraceTest, AStreamIsUsedAgainOnceItsTraceHasEnded )
+{
+   TraceStream& outer = traceBegin();
+   TraceStream& inner = traceBegin();
+   EXPECT_NE( &inner, &outer );
+   traceEnd( apple, 0, "f", inner << 1 );
+   EXPECT_EQ( &traceBegin(), &inner );
+   traceEnd( apple, 0, "f", inner << 2 );
+   traceEnd( apple, 0, "f", outer << 3 );
+   EXPECT_EQ( &traceBegin(), &outer );
+   traceEnd( apple, 0, "f", outer );
+   EXPECT_EQ( log, "FruitApple 0 f 1\nFruitApple 0 f 2\nFruitApple 0 f 3\nFruitApple 0 f \n" );
+}
+
 TEST_F( TraceTest, SettingsApplyAsAWholeOrNotAtAll )
 {
    traceLevelsIs( "Fruit*=7,*P?ar=off" );

@@ -8,6 +8,7 @@
 #include "routing/RoutingState.h"
 
 #include <algorithm>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <iterator>
 #include <random>
@@ -79,6 +80,9 @@ TEST( IntfIdTest, RefusesTextsThatAreNotInterfaces )
          "Ethernet-1", "Ethernet1 ", "ethernet1", "Ethernet16777216", "Ethernet1/65536",
          "Port-Channel0", "Port-Channel1/1", "Vlan0", "Vlan4095", "Loopback", "Loopback0/1" } )
       EXPECT_FALSE( IntfId::parse( text ) ) << text;
+   for( const std::string text : { "Ethernet16777215/65535/65535", "Port-Channel16777215",
+           "Loopback16777215", "Management16777215/65535/65535" } )
+      EXPECT_EQ( toText( IntfId( text ) ), text );
    EXPECT_THROW( IntfId( "Vlan4095" ), ValueError );
    EXPECT_THROW( IntfId::ethernet( 1, 0, 2 ), ValueError );
    EXPECT_THROW( IntfId::portChannel( 0 ), ValueError );
@@ -145,7 +149,19 @@ TEST( PortBitmapTest, TextWordsAndBounds )
    words[ 31 ] = 0x80000000;
    EXPECT_EQ( PortBitmap::fromWords( words ).toString(), "0,31-32,1023" );
    words.push_back( 0 );
-   EXPECT_THROW( PortBitmap::fromWords( words ), RangeError );
+   EXPECT_THAT( [ & ] { PortBitmap::fromWords( words ); },
+      testing::ThrowsMessage<RangeError>( "cannot access index 1055 of an array with size 1024" ) );
+}
+
+TEST( StrataPortTest, ATextHasUnitPortAndPerhapsALogicalNumber )
+{
+   using Strata::StrataPort;
+   EXPECT_EQ( StrataPort::parse( "1/2/3" ), StrataPort( 1, 2, 3 ) );
+   EXPECT_EQ( StrataPort::parse( "1/2" ), StrataPort( 1, 2, 2 ) );
+   EXPECT_EQ( StrataPort::parse( "0/2147483647/5" ), StrataPort( 0, 2147483647, 5 ) );
+   for( const char* text :
+      { "", "1", "1/", "/2", "1/2/", "1/2/3/", "1/2/3/4", "1,2", "1/2 ", "0/2147483648/5" } )
+      EXPECT_FALSE( StrataPort::parse( text ) ) << text;
 }
 
 TEST( ListsTest, AWordThatIsMissingOrDoesNotFitTheOthersIsRefused )
