@@ -85,12 +85,6 @@ void Transcript::keepIs( bool keep )
    keep_ = keep;
 }
 
-bool Transcript::keeps() const
-{
-   const std::lock_guard guard( mutex_ );
-   return keep_;
-}
-
 void Transcript::clear()
 {
    const std::lock_guard guard( mutex_ );

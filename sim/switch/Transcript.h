@@ -130,7 +130,6 @@ class Transcript
    /// Whether records are kept; initially true. Otherwise only numbers, counts and the listener
    /// continue.
    void keepIs( bool keep );
-   bool keeps() const;
    /// Removes the kept records; numbers continue.
    void clear();
 

@@ -3,7 +3,9 @@
 #include "sim/packet/Controls.h"
 #include "sim/chip/RegisterLayout.h"
 #include "tests/packet/PacketTest.h"
+#include "tool/packet/ExplanationView.h"
 
+#include <gmock/gmock.h>
 #include <set>
 
 namespace Strata {
@@ -99,6 +101,7 @@ const ControlRow controlRows[] = {
 TEST_F( ControlsTest, EveryControlHasItsEffect )
 {
    std::set<SwitchControl> seen;
+   std::set<std::string_view> effects;
    for( const ControlRow& row : controlRows ) {
       SCOPED_TRACE( std::string( row.profile ) + " " + std::string( roleName( row.control ) ) );
       bringUp( row.profile );
@@ -109,8 +112,11 @@ TEST_F( ControlsTest, EveryControlHasItsEffect )
       EXPECT_EQ( outcome( send( row.packet ) ), row.off );
       EXPECT_EQ( std::string( row.on ) == row.off, Sim::concernsTablesOnly( row.control ) );
       seen.insert( row.control );
+      effects.insert( Sim::controlEffect( row.control ) );
    }
    EXPECT_EQ( seen.size(), roleNames<SwitchControl>.size() ) << "a control has no row";
+   EXPECT_EQ( effects.size(), seen.size() ) << "two controls are described alike";
+   EXPECT_FALSE( effects.contains( "" ) );
 }
 
 struct FieldRow
@@ -247,6 +253,30 @@ TEST_F( ControlsTest, FlagsMembersStationsAndPortsHaveTheirEffect )
       run( row.change );
       EXPECT_EQ( outcome( send( row.packet ) ), row.after );
    }
+}
+
+TEST_F( ControlsTest, AnExplanationHasTheStateThatDecided )
+{
+   bringUp( "register" );
+   run( "vlan 10 urpf loose\npoke vlan 10 vlanIp6RoutingOff set" );
+   chip().controlIs( 1, SwitchControl::V4L3DstMissToCpu, 0 );
+   explain( "in Ethernet1 dmac router ipv4 src 10.1.0.5 dst 10.99.0.1" );
+   Sim::Explanation explanation;
+   const Sim::Verdict verdict = engine().explain( session.packets().last()->arrival, &explanation );
+   const auto passes = Tool::explanationJson( engine(), verdict, explanation );
+   std::set<std::string> state;
+   for( auto row : passes[ 0 ][ "state" ] ) {
+      row.erase( "cause" );
+      state.insert( row.dump() );
+   }
+   EXPECT_THAT(
+      state, testing::IsSupersetOf( { R"({"control":"L3EgressMode","value":1})",
+                R"({"myStation":1})", R"({"control":"V4L3DstMissToCpu","port":1,"value":0})",
+                R"({"control":"IP4","port":1,"value":1})",
+                R"({"vlan":10,"flags":["vlanIp6RoutingOff"]})" } ) );
+   EXPECT_THAT( state, testing::Contains( testing::AllOf(
+                          testing::StartsWith( R"({"register":"ING_CONFIG_64r","value":)" ),
+                          testing::HasSubstr( R"("IP4_URPF_ON_L3_IIFf":1)" ) ) ) );
 }
 
 TEST_F( ControlsTest, APortRoutesOnlyTheFamiliesThatAreEnabledOnIt )

@@ -171,6 +171,82 @@ TEST_F( CriticTest, NumbersMustBeTheSdks )
    shim.registerFieldSet( Register::CpuControlM, value, RegisterField::Ip4UrpfOnL3Iif, 1 );
    EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "is not a field of the register" ) ) );
    EXPECT_EQ( value, 0u );
+   MemoryEntry entry;
+   shim.memoryFieldSet( entry, MemoryField::Valid, 2u );
+   shim.memoryFieldSet( entry, MemoryField::VlanId, EthAddr::broadcast );
+   EXPECT_THAT( breaches(), ElementsAre( HasSubstr( "the field has no room for 2" ),
+                               HasSubstr( "the field is not a MAC address" ) ) );
+   EXPECT_EQ( entry.words, MemoryEntry().words );
+}
+
+TEST_F( CriticTest, EachNumberOfACallMustBeTheSdks )
+{
+   using Shim = SdkShimInterface;
+   const int narrow = shim.registerNumber( Register::IngMiscConfig );
+   const int wide = shim.registerNumber( Register::IngConfig64 );
+   const int port = shim.anyRegisterPort();
+   const int memory = shim.memory( Memory::MyStationTcam );
+   const int block = shim.anyMemoryBlock();
+   U32 value = 0;
+   U64 wideValue = 0;
+   int profile = 0;
+   MemoryEntry entry;
+   const auto breach = [ & ]( int rc ) {
+      EXPECT_EQ( rc, code( SdkCode::Param ) );
+      const std::vector<std::string> texts = breaches();
+      return texts.empty() ? std::string() : texts.front();
+   };
+   const auto names = []( const char* what ) {
+      return testing::EndsWith( std::string( "no such number for the " ) + what );
+   };
+   EXPECT_THAT(
+      breach( call( &Shim::register32Get, 0, wide, port, 0, &value ) ), names( "register" ) );
+   EXPECT_THAT(
+      breach( call( &Shim::register64Get, 0, narrow, port, 0, &wideValue ) ), names( "register" ) );
+   EXPECT_THAT(
+      breach( call( &Shim::register32Get, 0, narrow, port + 1, 0, &value ) ), names( "port" ) );
+   EXPECT_EQ( breach( call( &Shim::register32Get, 0, narrow, port, 1, &value ) ), "" );
+   EXPECT_THAT(
+      breach( call( &Shim::memoryRead, 0, memory + 1, block, 1, &entry ) ), names( "memory" ) );
+   EXPECT_THAT(
+      breach( call( &Shim::memoryRead, 0, memory, block + 1, 1, &entry ) ), names( "block" ) );
+   EXPECT_THAT(
+      breach( call( &Shim::memoryWrite, 0, memory + 1, block, 1, &entry ) ), names( "memory" ) );
+   EXPECT_THAT( breach( call( &Shim::portControlSet, 0, 1, -1, 1 ) ), names( "control" ) );
+   EXPECT_THAT( breach( call( &Shim::switchControlPortSet, 0, 1, -1, 1 ) ), names( "control" ) );
+   EXPECT_THAT(
+      breach( call( &Shim::l3Ip4OptionsProfileCreate, 0, 0, -1, &profile ) ), names( "action" ) );
+   EXPECT_THAT( breach( call( &Shim::fieldQualifyIpType, 0, id, -1 ) ), names( "IP type" ) );
+   EXPECT_THAT( breach( call( &Shim::fieldQualifyPacketRes, 0, id, ~0u, shim.exactMatchMask() ) ),
+      names( "packet result" ) );
+   EXPECT_EQ( lockField( 0 ), ok );
+   EXPECT_THAT(
+      breach( call( &Shim::fieldActionPortsAdd, 0, id, -1, PortBitmap() ) ), names( "action" ) );
+   EXPECT_EQ( unlockField( 0 ), ok );
+   EXPECT_EQ( breach( call( &Shim::l3Ip4OptionsProfileCreate, 0, 1,
+                 shim.ipOptionAction( IpOptionAction::CopyCPUAndDrop ), &profile ) ),
+      "" );
+}
+
+TEST_F( CriticTest, VlansAndTheirPortsMustExist )
+{
+   using Shim = SdkShimInterface;
+   const PortBitmap one = *PortBitmap::parse( "1" );
+   const auto add = [ & ]( U16 vlan, const char* ports, const char* untagged ) {
+      return call(
+         &Shim::vlanPortAdd, 0, vlan, *PortBitmap::parse( ports ), *PortBitmap::parse( untagged ) );
+   };
+   hardware.vlanIs( 10 );
+   EXPECT_EQ( add( 10, "1-2", "2" ), ok );
+   EXPECT_EQ( add( 10, "1,99", "1" ), code( SdkCode::Port ) );
+   EXPECT_EQ( add( 10, "1", "1-2" ), code( SdkCode::Port ) );
+   EXPECT_EQ( add( 11, "1", "1" ), code( SdkCode::NotFound ) );
+   EXPECT_EQ( call( &Shim::vlanPortRemove, 0, U16{ 11 }, one ), code( SdkCode::NotFound ) );
+   VlanControl control;
+   EXPECT_EQ( call( &Shim::vlanControlGet, 0, U16{ 11 }, &control ), code( SdkCode::NotFound ) );
+   EXPECT_EQ( call( &Shim::vlanControlSet, 0, U16{ 11 }, control ), code( SdkCode::NotFound ) );
+   EXPECT_EQ( hardware.chip( 0 ).vlan( 10 )->untagged.contains( 1 ), false );
+   EXPECT_EQ( hardware.chip( 0 ).vlan( 10 )->untagged.contains( 2 ), true );
 }
 
 TEST_F( CriticTest, NothingFollowsTheErrorHook )

@@ -33,6 +33,7 @@ TEST_F( FaultsTest, ApplyToTheCallThatTheyName )
 {
    const int busy = code( SdkCode::Busy );
    faults.inject( { .call = "bcm_field_lock", .unit = 4, .nth = 2, .code = SdkCode::Busy } );
+   EXPECT_EQ( faults.armed().front().text(), "bcm_field_lock nth 2 unit 4 code BCM_E_BUSY" );
    std::vector<int> codes;
    for( const U32 unit : { 4u, 0u, 4u, 4u } )
       codes.push_back( lockAndUnlock( unit ) );
@@ -42,6 +43,9 @@ TEST_F( FaultsTest, ApplyToTheCallThatTheyName )
 
    faults.inject(
       { .call = "", .callNumber = hardware.shim().calls() + 3, .code = SdkCode::Busy } );
+   EXPECT_EQ( faults.armed().front().text(), "any call call-number " +
+                                                std::to_string( hardware.shim().calls() + 3 ) +
+                                                " code BCM_E_BUSY" );
    EXPECT_EQ( lockAndUnlock( 0 ), ok );
    EXPECT_EQ( lockAndUnlock( 0 ), busy );
 

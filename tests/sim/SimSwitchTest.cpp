@@ -131,6 +131,10 @@ TEST_F( SimSwitchTest, LagsAndTheirMembersAgree )
    EXPECT_THROW( hardware.addInterface( one, 0, 5 ), Vormel::ValueError );
    EXPECT_THROW( hardware.addInterface( one, 1, 1 ), Vormel::ValueError );
    EXPECT_THROW( hardware.lagIs( one, {} ), Vormel::ValueError );
+   EXPECT_THROW( hardware.lagIs( lag, { IntfId( "Vlan10" ) } ), Vormel::ValueError );
+   EXPECT_THROW( hardware.addInterface( IntfId( "Vlan10" ), 0, 4 ), Vormel::ValueError );
+   EXPECT_THROW( hardware.removeInterface( three ), Vormel::ValueError );
+   EXPECT_THROW( hardware.vlanIs( 4095 ), Vormel::ValueError );
 }
 
 TEST( SimSwitchMaking, RefusesInvalidConfigurations )
@@ -148,8 +152,17 @@ TEST( SimSwitchMaking, RefusesInvalidConfigurations )
    EXPECT_THAT( refusal( { .units = unitNumbers( 65 ) } ), HasSubstr( "1 to 64 units, not 65" ) );
    EXPECT_THAT( refusal( { .units = { 3, 3 } } ), HasSubstr( "unit numbers must be unique" ) );
    EXPECT_THAT( refusal( { .ports = 0 } ), HasSubstr( "1 to 256 ports, not 0" ) );
+   EXPECT_THAT( refusal( { .profile = "unlike" } ), HasSubstr( "; there are: " ) );
+   EXPECT_THAT( refusal( { .units = { 65536 } } ), HasSubstr( "up to 65535, not 65536" ) );
    EXPECT_THAT(
       refusal( { .capabilities = { { "usesHsdc", true } } } ), HasSubstr( "'usesHsdk'" ) );
+   {
+      const SimSwitch only(
+         { .capabilities = { { "usesHsdk", false }, { "supportsSocCalls", true } } } );
+      EXPECT_FALSE( only.profile().attributes.usesHsdk() );
+      EXPECT_TRUE( only.profile().attributes.supportsSocCalls() );
+      EXPECT_THROW( SimSwitch( SimSwitchConfig{} ), Vormel::Error ); // one at a time
+   }
    EXPECT_EQ( sdkShim(), nullptr );
 
    for( const ChipProfile& profile : chipProfiles() ) {

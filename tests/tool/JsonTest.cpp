@@ -209,5 +209,44 @@ TEST( Json, EveryMemberIsOfTheKindThatThePageStates )
       << outcome.err;
 }
 
+TEST( Json, QualifiersAndActionsAreInTheWordsOfTheSdk )
+{
+   const std::string shown = runLine( { "shell", "--json", "--quiet" },
+      "switch register ports 4 seed 1\nunit 0 traps-ttl-exceptions true\n"
+      "set helper.routerMacAddr 02:00:00:00:00:0a\nbring-up\ncall doUrpfHwInitStage1 true\n"
+      "interface Ethernet3 unit 0 port 3\ncall handleTcamEntryL2ToCpu\n"
+      "call handlePeerMacArpRedirect 02:00:00:00:00:0b Ethernet3 true\nshow entries\n" )
+                                .out;
+   for( const char* const part : { R"({"field":"IpType","value":"ArpReply"})",
+           R"({"field":"IngressStpState","value":"forward","mask":255})",
+           R"({"field":"PacketRes","value":"L2UC"})", R"({"field":"InPorts","ports":[258]})",
+           R"({"action":"RedirectPort","modId":0,"port":3})",
+           R"({"action":"RedirectMcast","group":4095})",
+           R"({"action":"DoNotCheckUrpf","value":1})" } )
+      EXPECT_THAT( shown, HasSubstr( part ) );
+}
+
+TEST( Json, AListHasTheSameRowsInEachForm )
+{
+   for( const char* const name :
+      { "profiles", "attributes", "operations", "commands", "messages" } ) {
+      SCOPED_TRACE( name );
+      const Json rows = Json::parse( runLine( { name, "--json" } ).out );
+      const std::vector<std::string> page = split( runLine( { name, "--markdown" } ).out, "\n" );
+      const std::string table = runLine( { name } ).out;
+      ASSERT_EQ( page.size(), rows.size() + 3 ) << "two lines of the head, and the end";
+      std::string head;
+      for( const auto& [ key, value ] : rows.at( 0 ).items() )
+         head += ( head.empty() ? "| " : " | " ) + key;
+      EXPECT_EQ( page[ 0 ], head + " |" );
+      for( std::size_t i = 0; i < rows.size(); ++i ) {
+         const Json& first = rows[ i ].front();
+         const std::string text = first.is_string() ? first.get<std::string>() : first.dump();
+         EXPECT_THAT( page[ i + 2 ], testing::StartsWith( "| " + text + " |" ) );
+         EXPECT_THAT( table, HasSubstr( text ) );
+      }
+   }
+}
+
 } // namespace
 } // namespace Strata::Tool

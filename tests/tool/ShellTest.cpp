@@ -71,6 +71,17 @@ TEST( Shell, ALineThatIsRefusedChangesNothing )
       HasSubstr( "shell:5:26: nothing is expected here; did you mean 'ttl'?" ) );
 }
 
+TEST( Shell, ALineThatOnlyItsCopyOfTheProcessRefusesIsReportedInPlace )
+{
+   const Outcome outcome = runLine( { "shell" },
+      "switch hsdk ports 4\ninterface Ethernet1 unit 0 port 1\n"
+      "expect dead never capture Ethernet1 no/such/directory/file.pcap\nexpect no calls\n" );
+   EXPECT_EQ( outcome.status, 2 );
+   EXPECT_THAT(
+      outcome.err, HasSubstr( "shell:3:37: cannot write 'no/such/directory/file.pcap'" ) );
+   EXPECT_THAT( outcome.out, HasSubstr( "held    expect no calls" ) );
+}
+
 TEST( Shell, TheCaretIsUnderTheWrongWord )
 {
    const std::string start = "switch hsdk ports 8\ninterface Ethernet1-8 unit 0 port 1\nvlan 10\n";
@@ -245,6 +256,19 @@ TEST( Folding, ShowsTheFirstRoundAndTheLastLine )
    EXPECT_EQ( text,
       "a 0xb\nb 1\n  ...    the last 2 lines 3 times more, with other numbers, up to\n"
       "b 4\na 0x9\nc\nc\n" );
+}
+
+TEST( Shell, LinesAreColouredByTheirKind )
+{
+   const std::string text = "switch hsdk ports 4\nnote \"a note\"\nshow lags\n"
+                            "expect attribute useLb false\nexpect attribute useLb true\n";
+   const std::string shown = runText( text, { "--color", "always" } ).out;
+   for( const std::string line : { "\033[1;36m> switch hsdk ports 4\033[0m\n",
+           "\033[33ma note\033[0m\n", "\033[2m  none\033[0m\n",
+           "\033[32m  held    expect attribute useLb false\033[0m\n", "\033[1;31m  FAILED  " } )
+      EXPECT_THAT( shown, HasSubstr( line ) );
+   EXPECT_THAT( shown, testing::ContainsRegex( "\033.1mLAGs[^\033]*\033.0m\n" ) );
+   EXPECT_THAT( runText( text ).out, Not( HasSubstr( "\033" ) ) );
 }
 
 TEST( Shell, FiltersSelectRowsOfText )
