@@ -3,6 +3,7 @@
 
 #include "platform/runtime/Errors.h"
 #include "platform/runtime/Trace.h"
+#include "routing/reactors/NestedReactors.h"
 
 #include <gmock/gmock.h>
 #include <memory>
@@ -56,6 +57,9 @@ TEST_F( ReactorsTest, AStatusThatReplacesAnotherGetsItsNestedReactor )
    fresh->forwardingModelIs( ForwardingModel::bridged );
    EXPECT_FALSE( helper().routedPortsAndRoutedLagMember( one ) );
    EXPECT_THROW( agent->reactor()->intfStatusIs( nullptr ), Vormel::NullArgumentError );
+   const Ref<NestedSm_IntfStatus> removed = *agent->reactor()->intfStatus().find( one );
+   hw().ethIntfStatusDir()->intfStatusDel( one );
+   EXPECT_TRUE( removed->zombie() ); // although there is a reference to it
 }
 
 TEST_F( ReactorsTest, TheLoggingReactorIsKeptForTheSameInputsAndReplacedForOthers )

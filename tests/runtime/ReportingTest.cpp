@@ -213,7 +213,7 @@ TEST( AssertTest, TheHookSeesTheExpressionAndASignatureWithoutBlanksBeforeRefere
    EXPECT_EQ( signatureText( "void f(const A &, B *)" ), "void f(const A&, B*)" );
    EXPECT_EQ( signatureText( "void Strata::f(Strata::A, Strata::B)" ), "void Strata::f(A, B)" );
    EXPECT_EXIT( VORMEL_ASSERT( !report.size() ), testing::KilledBySignal( SIGABRT ),
-      "Assertion '!report.size\\(\\)' failed." );
+      "Assertion '!report.size\\(\\)' failed\\.\n$" );
 }
 
 TEST( AssertTest, TheFatalSinkGetsTheLineBesideStandardErrorAndMayFail )
