@@ -5,6 +5,7 @@
 #include "platform/runtime/Activity.h"
 #include "platform/runtime/EntityType.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <map>
@@ -127,6 +128,12 @@ TEST( L3TypesTest, ATunnelsLabelsHaveRanges )
    EXPECT_EQ( widest.label( 7 ), 0u );
    EXPECT_THROW( widest.label( 8 ), Vormel::RangeError );
    EXPECT_THROW( MplsTunnelKey( { 1, 2 }, 0, 0 ).label( 2 ), Vormel::RangeError );
+   EXPECT_THAT(
+      [] {
+         MplsTunnelKey( { 1, 2 }, 0, 0 ).label( 5 );
+      },
+      testing::ThrowsMessage<Vormel::RangeError>(
+         "cannot access index 5 of an array with size 2" ) );
    EXPECT_EQ( MplsTunnelKey( { 1 }, 0, 0 ).labelCount(), 1u );
    const auto refusal = []( std::vector<U32> labels, U8 exp ) {
       try {
@@ -141,6 +148,7 @@ TEST( L3TypesTest, ATunnelsLabelsHaveRanges )
    EXPECT_EQ( refusal( { 1, 2, 3, 4, 5, 6, 7, 8, 9 }, 0 ), labels + "9 is not 1 to 8" );
    EXPECT_EQ( refusal( { 1, 0x100000 }, 0 ), "MplsTunnelKey: label 1048576 is not 0 to 1048575" );
    EXPECT_EQ( refusal( { 1 }, 8 ), "MplsTunnelKey: exp 8 is not 0 to 7" );
+   EXPECT_EQ( refusal( {}, 8 ), labels + "0 is not 1 to 8" ); // the first of two mistakes
 }
 
 TEST( L3StatusTest, ATableIsFullOnceAllOfItsKnownSizeIsInUse )

@@ -482,6 +482,19 @@ TEST_F( HelperTest, AMacIsNotedOnlyWhileAllItsEntriesAreThere )
    helper().handleTcamEntryArpReqUnicastDrop();
    helper().handleTcamEntryArpReplyToCpu( MacType::bridgeMac );
    EXPECT_TRUE( helper().tcamEntryRouterMac().isZero() ); // there is no trap
+   for( const bool l3 : { true, false } ) {
+      const auto tunnelEntry = [ & ]( bool ofL3 ) {
+         ofL3 ? helper().installTcamEntryForL3Vxlan( MacType::bridgeMac )
+              : helper().programL2VxlanTcam( MacType::bridgeMac );
+      };
+      handle( MacType::bridgeMac );
+      EXPECT_EQ( helper().tcamEntryRouterMac(), mac );
+      helper().routerMacAddrIs( EthAddr() );
+      tunnelEntry( l3 );
+      helper().routerMacAddrIs( mac );
+      tunnelEntry( !l3 );
+      EXPECT_TRUE( helper().tcamEntryRouterMac().isZero() ) << l3;
+   }
 }
 
 TEST_F( HelperTest, UnitsUpTo255HaveTtlCheckEntries )
