@@ -1,7 +1,7 @@
 // The open-addressing table under HashMap: from a hash to a position in a dense array. A slot is
 // one word that holds part of the hash beside the position, so that nearly every miss is decided in
-// the table alone. The table is kept at most a quarter full, so that the first slot is usually empty,
-// which a processor predicts; the words are small enough to afford it. Not thread-safe.
+// the table alone. The table is kept at most a quarter full, so that nearly every position is in the
+// first slot that its hash names, its home; the words are small enough to afford it. Not thread-safe.
 #pragma once
 
 #include "platform/runtime/Types.h"
@@ -44,11 +44,16 @@ class HashIndex
    {
       const U32 tag = tagOf( hash );
       const U32 mask = mask_;
-      for( U64 slot = homeOf( hash ); const U32 word = slots_[ slot ]; slot = ( slot + 1 ) & mask )
+      U64 slot = homeOf( hash );
+      while( true ) {
+         const U32 word = slots_[ slot ];
          if( ( word ^ tag ) <= mask )
-            if( const auto found = accept( U64{ word & mask } - 1 ) ) [[likely]]
+            if( const auto found = accept( U64{ ( word & mask ) / 2 } - 1 ) ) [[likely]]
                return found;
-      return nullptr;
+         if( !( word & passed_ ) ) [[likely]]
+            return nullptr;
+         slot = ( slot + 1 ) & mask;
+      }
    }
 
    /// Whether `count` positions fit without growing.
@@ -75,16 +80,16 @@ class HashIndex
    void insert( U64 hash, U32 position ) noexcept
    {
       U32 slot = homeOf( hash );
-      while( slots_[ slot ] )
-         slot = ( slot + 1 ) & mask_;
-      owned_[ slot ] = ( tagOf( hash ) & ~mask_ ) | ( position + 1 );
+      for( ; slots_[ slot ]; slot = next( slot ) )
+         owned_[ slot ] |= passed_;
+      owned_[ slot ] = ( tagOf( hash ) & ~mask_ ) | ( position + 1 ) * 2;
    }
 
    /// Replaces `position` by `moved`, under the same hash. Requires: `position` is in the table.
    void reposition( U64 hash, U32 position, U32 moved ) noexcept
    {
-      const U32 slot = slotOf( hash, position );
-      owned_[ slot ] = ( slots_[ slot ] & ~mask_ ) | ( moved + 1 );
+      U32& word = owned_[ slotOf( hash, position ) ];
+      word = ( word & ( ~mask_ | passed_ ) ) | ( moved + 1 ) * 2;
    }
 
    /// Removes `position`. Later slots of its run move up, so no tombstones remain. Requires: `position`
@@ -92,15 +97,24 @@ class HashIndex
    template<class HashOf>
    void erase( U64 hash, U32 position, HashOf hashOf ) noexcept
    {
+      const auto homeAt = [ & ]( U32 slot ) { return homeOf( hashOf( positionAt( slot ) ) ); };
       U32 hole = slotOf( hash, position );
-      for( U32 slot = ( hole + 1 ) & mask_; slots_[ slot ]; slot = ( slot + 1 ) & mask_ ) {
-         const U32 home = homeOf( hashOf( ( slots_[ slot ] & mask_ ) - 1 ) );
-         if( ( ( slot - home ) & mask_ ) >= ( ( slot - hole ) & mask_ ) ) {
+      U32 start = hole;
+      for( U32 slot = next( hole ); slots_[ slot ]; slot = next( slot ) ) {
+         if( ( ( slot - homeAt( slot ) ) & mask_ ) >= ( ( slot - hole ) & mask_ ) ) {
             owned_[ hole ] = slots_[ slot ];
             hole = slot;
          }
       }
       owned_[ hole ] = 0;
+      // Which slots are passed has changed between the start of the run and the hole.
+      while( slots_[ ( start - 1 ) & mask_ ] )
+         start = ( start - 1 ) & mask_;
+      for( U32 slot = start; slot != hole; slot = next( slot ) ) {
+         owned_[ slot ] &= ~passed_;
+         for( U32 before = homeAt( slot ); before != slot; before = next( before ) )
+            owned_[ before ] |= passed_;
+      }
    }
 
    void clear() noexcept
@@ -114,15 +128,23 @@ class HashIndex
    static constexpr U64 maxCapacity_ = U64{ 1 } << 29;
    static constexpr U32 noSlot_ = 0; // searched while there is no table
 
+   // A word is, from the lowest bit: passed_, the position plus 1, and as much of the tag as there is room for; 0 for an
+   // empty slot. A word is passed if a position lies behind it whose home is this slot or one before it. A search ends at
+   // a word that is not, which nearly every word is, so that a processor predicts the end.
+   static constexpr U32 passed_ = 1;
+
+   U32 next( U32 slot ) const { return ( slot + 1 ) & mask_; }
+   U32 positionAt( U32 slot ) const { return ( slots_[ slot ] & mask_ ) / 2 - 1; }
    U32 homeOf( U64 hash ) const { return static_cast<U32>( hash ) & mask_; }
-   static U32 tagOf( U64 hash ) { return static_cast<U32>( hash >> 32 ); }
+   /// The highest bit is set, so that no tag is that of an empty slot.
+   static U32 tagOf( U64 hash ) { return static_cast<U32>( hash >> 32 ) | 0x80000000; }
 
    /// The slot of a position under `hash`.
    U32 slotOf( U64 hash, U32 position ) const
    {
       U32 slot = homeOf( hash );
-      while( ( slots_[ slot ] & mask_ ) != position + 1 )
-         slot = ( slot + 1 ) & mask_;
+      while( positionAt( slot ) != position )
+         slot = next( slot );
       return slot;
    }
 
