@@ -107,30 +107,35 @@ EntityType::EntityType( std::string_view name, Attributes attributes, Operations
      attributes_( std::move( attributes ) ),
      operations_( std::move( operations ) )
 {
-   for( const auto& attribute : attributes_ )
-      attributeByName_.emplace( attribute->info().name, attribute.get() );
+   for( const auto& attribute : attributes_ ) {
+      attributeByName_.insertOrAssign( { attribute->info().name }, attribute.get() );
+      if( attribute->info().number != 0 )
+         attributeByNumber_.insertOrAssign( attribute->info().number, attribute.get() );
+   }
    for( const auto& operation : operations_ )
-      operationByName_.emplace( operation->name(), operation.get() );
+      operationByName_.insertOrAssign( { operation->name() }, operation.get() );
+}
+
+template<class Index, class Key>
+static auto lookUp( const Index& index, const Key& key )
+{
+   const auto* const found = index.find( key );
+   return found ? *found : nullptr;
 }
 
 const Attribute* EntityType::findAttribute( std::string_view name ) const
 {
-   const auto at = attributeByName_.find( name );
-   return at == attributeByName_.end() ? nullptr : at->second;
+   return lookUp( attributeByName_, Detail::MemberName{ name } );
 }
 
 const Attribute* EntityType::findAttribute( AttributeNumber number ) const
 {
-   for( const auto& attribute : attributes_ )
-      if( number != 0 && attribute->info().number == number )
-         return attribute.get();
-   return nullptr;
+   return lookUp( attributeByNumber_, number );
 }
 
 const Operation* EntityType::findOperation( std::string_view name ) const
 {
-   const auto at = operationByName_.find( name );
-   return at == operationByName_.end() ? nullptr : at->second;
+   return lookUp( operationByName_, Detail::MemberName{ name } );
 }
 
 namespace {

@@ -2,15 +2,18 @@
 #pragma once
 
 #include "platform/runtime/Export.h"
+#include "platform/runtime/Hash.h"
+#include "platform/runtime/HashMap.h"
 #include "platform/runtime/Publisher.h"
 #include "platform/runtime/Value.h"
 
+#include <bit>
+#include <cstring>
 #include <initializer_list>
 #include <memory>
 #include <span>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 namespace Vormel {
@@ -124,6 +127,28 @@ class VORMEL_EXPORT Operation
    std::string_view summary_;
 };
 
+namespace Detail {
+
+/// A member's name as the key of a map. Only its ends are hashed, because there the names of a type differ.
+struct MemberName
+{
+   std::string_view text;
+
+   friend bool operator==( const MemberName&, const MemberName& ) = default;
+   friend U64 hashValue( const MemberName& name, U32 seed )
+   {
+      const std::string_view text = name.text;
+      U64 first = 0, last = 0;
+      if( text.size() < sizeof first )
+         return Vormel::hashValue( text, seed );
+      std::memcpy( &first, text.data(), sizeof first );
+      std::memcpy( &last, text.data() + text.size() - sizeof last, sizeof last );
+      return hashMix( ( first + text.size() ) ^ std::rotl( last, 32 ), seed );
+   }
+};
+
+} // namespace Detail
+
 /// The attributes and operations of a type of entity, by name. Made once per type and never changed.
 class VORMEL_EXPORT EntityType
 {
@@ -151,8 +176,9 @@ class VORMEL_EXPORT EntityType
    std::string_view name_;
    Attributes attributes_;
    Operations operations_;
-   std::unordered_map<std::string_view, const Attribute*> attributeByName_;
-   std::unordered_map<std::string_view, const Operation*> operationByName_;
+   HashMap<Detail::MemberName, const Attribute*> attributeByName_;
+   HashMap<AttributeNumber, const Attribute*> attributeByNumber_; // without fields
+   HashMap<Detail::MemberName, const Operation*> operationByName_;
 };
 
 /// The name in `names` that is most similar to `wrong`; empty if none is near.
