@@ -5,6 +5,7 @@
 #include "platform/runtime/Syslog.h"
 #include "platform/runtime/Trace.h"
 
+#include <memory>
 #include <mutex>
 #include <vector>
 
@@ -13,8 +14,8 @@ namespace Vormel::Detail {
 struct TraceRegistry
 {
    std::vector<TraceHandle*> handles;
-   std::mutex sinkMutex; // records are also made under only a chip's lock
-   TraceSink sink;
+   std::mutex sinkMutex;                  // records are also made under only a chip's lock
+   std::shared_ptr<const TraceSink> sink; // null for the default one
 };
 
 struct SyslogRegistry

@@ -65,6 +65,8 @@ std::string toText( const T& value )
 {
    if constexpr( std::is_convertible_v<const T&, std::string_view> && !std::is_pointer_v<T> ) {
       return std::string( static_cast<std::string_view>( value ) );
+   } else if constexpr( std::is_integral_v<T> && !std::is_same_v<T, char> ) {
+      return std::to_string( value );
    } else {
       std::ostringstream stream;
       writeText( stream, value );

@@ -5,12 +5,15 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <deque>
 #include <exception>
 #include <memory>
 #include <optional>
+#include <streambuf>
 
 namespace Vormel {
 
@@ -116,8 +119,12 @@ void traceLevelsIs( std::string_view settings )
 
 TraceSink traceSinkIs( TraceSink sink )
 {
-   const std::lock_guard guard( Detail::traceRegistry().sinkMutex );
-   return std::exchange( Detail::traceRegistry().sink, std::move( sink ) );
+   auto next = sink ? std::make_shared<const TraceSink>( std::move( sink ) ) : nullptr;
+   {
+      const std::lock_guard guard( Detail::traceRegistry().sinkMutex );
+      Detail::traceRegistry().sink.swap( next );
+   }
+   return next ? *next : TraceSink();
 }
 
 static void writeLine( std::FILE* file, const TraceRecord& record )
@@ -141,8 +148,8 @@ TraceSink traceToFile( const std::string& file )
    return [ stream ]( const TraceRecord& record ) { writeLine( stream.get(), record ); };
 }
 
-// A copy, since a sink may replace itself while it runs.
-static TraceSink currentSink()
+// A reference, since a sink may replace itself while it runs.
+static std::shared_ptr<const TraceSink> currentSink()
 {
    const std::lock_guard guard( Detail::traceRegistry().sinkMutex );
    return Detail::traceRegistry().sink;
@@ -153,8 +160,8 @@ void traceRecord(
 {
    try {
       const TraceRecord record{ handle.name(), level, function, text };
-      if( const TraceSink sink = currentSink() )
-         sink( record );
+      if( const auto sink = currentSink() )
+         ( *sink )( record );
       else
          writeLine( stderr, record );
    } catch( const std::exception& error ) {
@@ -162,6 +169,92 @@ void traceRecord(
    } catch( ... ) {
       std::fprintf( stderr, "a trace of %s was lost\n", handle.name() );
    }
+}
+
+static constexpr std::ios_base::fmtflags decimal = std::ios_base::skipws | std::ios_base::dec;
+static constexpr std::ios_base::fmtflags hexadecimal = std::ios_base::skipws | std::ios_base::hex;
+
+/// The text, and a stream that appends to it.
+struct TraceStream::Parts final : std::streambuf
+{
+   std::string text;
+   std::ostream stream{ this };
+   U64 depth = 0; // number of unfinished traces of this thread when this one began
+
+   void clear()
+   {
+      text.clear();
+      stream.clear();
+      stream.flags( decimal );
+      stream.width( 0 );
+      stream.precision( 6 );
+      stream.fill( ' ' );
+   }
+
+   bool appends( std::ios_base::fmtflags flags ) const
+   {
+      return stream.flags() == flags && stream.width() == 0;
+   }
+
+   void appendDigits( auto value, int base )
+   {
+      char digits[ 24 ];
+      const auto end = std::to_chars( digits, digits + sizeof digits, value, base ).ptr;
+      text.append( digits, end );
+   }
+
+ protected:
+   int_type overflow( int_type character ) override
+   {
+      text += traits_type::to_char_type( character );
+      return character;
+   }
+   std::streamsize xsputn( const char* characters, std::streamsize count ) override
+   {
+      text.append( characters, static_cast<std::size_t>( count ) );
+      return count;
+   }
+};
+
+TraceStream::TraceStream() : parts_( std::make_unique<Parts>() ) {}
+TraceStream::~TraceStream() = default;
+
+std::ostream& TraceStream::stream()
+{
+   return parts_->stream;
+}
+
+void TraceStream::append( const char* text )
+{
+   append( std::string_view( text ? text : "(null)" ) );
+}
+
+void TraceStream::append( std::string_view text )
+{
+   if( parts_->stream.width() == 0 )
+      parts_->text += text;
+   else
+      parts_->stream << text;
+}
+
+void TraceStream::appendNumber( U64 value )
+{
+   if( parts_->appends( decimal ) )
+      parts_->appendDigits( value, 10 );
+   else if( parts_->appends( hexadecimal ) )
+      parts_->appendDigits( value, 16 );
+   else
+      parts_->stream << value;
+}
+
+void TraceStream::appendNumber( S64 value, U64 bits )
+{
+   if( parts_->appends( decimal ) )
+      parts_->appendDigits( value, 10 );
+   else if( parts_->appends( hexadecimal ) )
+      parts_->appendDigits( bits, 16 );
+   else
+      parts_->stream << value;
 }
 
 struct StreamPool
@@ -179,21 +272,20 @@ static StreamPool& streamPool()
 TraceStream& traceBegin()
 {
    StreamPool& pool = streamPool();
-   // Evaluating a piece of a trace may make another trace.
+   // Evaluating a piece of a trace, or its sink, may make another trace.
    if( pool.depth == pool.streams.size() )
       pool.streams.emplace_back();
    TraceStream& stream = pool.streams[ pool.depth ];
-   stream.depth_ = pool.depth++;
-   std::ostringstream().swap( stream.stream_ );
+   stream.parts_->clear();
+   stream.parts_->depth = pool.depth++;
    return stream;
 }
 
 void traceEnd(
    const TraceHandle& handle, U32 level, std::string_view function, TraceStream& stream )
 {
-   const std::string text = std::move( stream.stream_ ).str();
-   streamPool().depth = stream.depth_;
-   traceRecord( handle, level, function, text );
+   traceRecord( handle, level, function, stream.parts_->text );
+   streamPool().depth = stream.parts_->depth;
 }
 
 } // namespace Vormel

@@ -11,9 +11,12 @@
 
 #include <atomic>
 #include <functional>
-#include <sstream>
+#include <ios>
+#include <memory>
+#include <ostream>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -82,33 +85,62 @@ VORMEL_EXPORT TraceSink traceToFile( const std::string& file );
 VORMEL_EXPORT void traceRecord( const TraceHandle& handle, U32 level, std::string_view function,
    std::string_view text ) noexcept;
 
-/// Collects the pieces of one trace; see Text.h for the text of values. The streams are kept for reuse
-/// and used by reference, so that a function that traces needs no room for one on its stack.
-class TraceStream
+/// Collects the pieces of one trace; see Text.h for the text of values. Integers and text are appended to it, other
+/// types written by their stream operator. The streams are kept for reuse and used by reference, so that a function that
+/// traces needs no room for one on its stack.
+class VORMEL_EXPORT TraceStream
 {
  public:
+   TraceStream();
+   TraceStream( const TraceStream& ) = delete;
+   TraceStream& operator=( const TraceStream& ) = delete;
+   ~TraceStream();
+
    template<class T>
    TraceStream& operator<<( const T& value )
    {
-      writeText( stream_, value );
+      if constexpr( std::is_same_v<T, bool> )
+         append( value ? "1" : "0" );
+      else if constexpr( std::is_convertible_v<const T&, const char*> )
+         append( static_cast<const char*>( value ) );
+      else if constexpr( std::is_convertible_v<const T&, std::string_view> )
+         append( static_cast<std::string_view>( value ) );
+      else if constexpr( Detail::ByteInteger<T> )
+         *this << int{ value };
+      else if constexpr( isNumber<T> && std::is_signed_v<T> )
+         appendNumber( value, static_cast<std::make_unsigned_t<T>>( value ) );
+      else if constexpr( isNumber<T> )
+         appendNumber( value );
+      else
+         writeText( stream(), value );
       return *this;
    }
    TraceStream& operator<<( std::ios_base& ( *manipulator )( std::ios_base& ))
    {
-      stream_ << manipulator;
+      stream() << manipulator;
       return *this;
    }
    TraceStream& operator<<( std::ostream& ( *manipulator )( std::ostream& ))
    {
-      stream_ << manipulator;
+      stream() << manipulator;
       return *this;
    }
 
  private:
    friend TraceStream& traceBegin();
    friend void traceEnd( const TraceHandle&, U32, std::string_view, TraceStream& );
-   std::ostringstream stream_;
-   U64 depth_ = 0; // number of unfinished traces of this thread when this one began
+
+   template<class T>
+   static constexpr bool isNumber = std::is_integral_v<T> && !std::is_same_v<T, char>;
+
+   std::ostream& stream();
+   void append( const char* text ); // null is written as (null)
+   void append( std::string_view text );
+   void appendNumber( U64 value );
+   void appendNumber( S64 value, U64 bits ); // bits: of the value in its own width
+
+   struct Parts;
+   std::unique_ptr<Parts> parts_;
 };
 
 /// A stream for one trace, empty.

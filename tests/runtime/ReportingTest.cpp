@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstdio>
 #include <gtest/gtest.h>
+#include <iomanip>
 #include <string>
 #include <syslog.h>
 
@@ -98,6 +99,33 @@ TEST_F( TraceTest, AStreamIsUsedAgainOnceItsTraceHasEnded )
    EXPECT_EQ( &traceBegin(), &outer );
    traceEnd( apple, 0, "f", outer );
    EXPECT_EQ( log, "FruitApple 0 f 1\nFruitApple 0 f 2\nFruitApple 0 f 3\nFruitApple 0 f \n" );
+}
+
+TEST_F( TraceTest, ValuesAreWrittenAsAStreamWritesThem )
+{
+   apple.levelIs( 1 );
+   const char* const none = nullptr;
+   VORMEL_TRACE_AS( apple, 1, "f",
+      S64{ -9 } << U64{ 18446744073709551615u } << ' ' << none << std::string( "s" ) << 'c'
+                << static_cast<signed char>( -1 ) );
+   VORMEL_TRACE_AS( apple, 1, "f",
+      std::hex << short{ -1 } << ' ' << -1 << ' ' << std::showbase << 16 << std::dec
+               << std::setw( 4 ) << "a" << std::setw( 3 ) << 7 << 1.5 );
+   EXPECT_EQ( log, "FruitApple 1 f -918446744073709551615 (null)sc-1\n"
+                   "FruitApple 1 f ffff ffffffff 0x10   a  71.5\n" );
+}
+
+TEST_F( TraceTest, ASinkMayTraceWhileItHasARecord )
+{
+   apple.levelIs( 1 );
+   pear.levelIs( 1 );
+   traceSinkIs( [ this ]( const TraceRecord& record ) {
+      if( record.handle == "FruitApple" )
+         traced( 1 );
+      log += std::string( record.text ) + "\n";
+   } );
+   VORMEL_TRACE( apple, 1, "outer" );
+   EXPECT_EQ( log, "inner 1\nouter\n" );
 }
 
 TEST_F( TraceTest, SettingsApplyAsAWholeOrNotAtAll )
