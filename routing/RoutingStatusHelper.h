@@ -325,6 +325,7 @@ class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
    VORMEL_HIDDEN void installNoted( MacType macType );
    VORMEL_HIDDEN void noteIpOptionsProfile( U32 unit, S32 profile );
    VORMEL_HIDDEN bool vlanIsThere( U32 vlanId );
+   VORMEL_HIDDEN void forgetVlan( U32 vlanId );
    VORMEL_HIDDEN void applyVlanRouting( U32 vlanId );
 
    bool chipLookedUp_ = false;
@@ -334,6 +335,7 @@ class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
       PortBitmap vlanFloodPbmp;
    };
    FloodPorts floodPorts_;
+   VORMEL_HIDDEN void floodPortIs( U32 port, bool flooded );
 
    struct WrittenMacs
    {
@@ -376,6 +378,14 @@ class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
    /// What is known of the VLAN, which it makes known. Valid until it is called for another VLAN.
    VORMEL_HIDDEN VlanRouting& vlanRouting( U32 vlanId );
    std::vector<std::optional<VlanRouting>> vlanRouting_; // by VLAN id
+
+   struct LagMember
+   {
+      IntfId intf;
+      bool belongs; // according to the member's own row
+   };
+   std::vector<LagMember>
+      lagMembersRoom_; // used again by the next LAG event, which allocates nothing then
 };
 
 } // namespace Strata

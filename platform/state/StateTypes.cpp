@@ -50,30 +50,35 @@ void StrataMiscConfig::checkSyslogTimeout( double seconds )
    throw Vormel::ValueError( text.str() );
 }
 
-/// ValueError unless a port bitmap can contain the port.
-static void checkLogicalPort( const std::string& what, S64 port )
+/// Whether a port bitmap can contain the port.
+static bool isLogicalPort( S64 port )
 {
-   if( port < 0 || port >= PortBitmap::size )
-      throw Vormel::ValueError( what + ": port " + std::to_string( port ) +
-                                " is out of the range 0 to " +
-                                std::to_string( PortBitmap::size - 1 ) );
+   return port >= 0 && port < PortBitmap::size;
+}
+
+[[noreturn]] static void badLogicalPort( const std::string& what, S64 port )
+{
+   throw Vormel::ValueError( what + ": port " + std::to_string( port ) +
+                             " is out of the range 0 to " +
+                             std::to_string( PortBitmap::size - 1 ) );
 }
 
 void StrataCommonSmData::checkPort( IntfId intf, const StrataPort& port )
 {
-   Strata::checkLogicalPort( "strataIntfToPort[" + intf.toString() + "]", port.logicalPort() );
+   if( !isLogicalPort( port.logicalPort() ) )
+      badLogicalPort( "strataIntfToPort[" + intf.toString() + "]", port.logicalPort() );
 }
 
 void StrataCommonSmData::checkLogicalPort( IntfId intf, U32 port )
 {
-   Strata::checkLogicalPort( "intfToLogicalPort[" + intf.toString() + "]", port );
+   if( !isLogicalPort( port ) )
+      badLogicalPort( "intfToLogicalPort[" + intf.toString() + "]", port );
 }
 
 void UnitTable::unitIs( U16 number, const StrataUnit& unit )
 {
-   if( unit.loopbackPort )
-      checkLogicalPort(
-         "the loopback port of unit " + std::to_string( number ), *unit.loopbackPort );
+   if( unit.loopbackPort && !isLogicalPort( *unit.loopbackPort ) )
+      badLogicalPort( "the loopback port of unit " + std::to_string( number ), *unit.loopbackPort );
    if( units_.insert_or_assign( number, unit ).second )
       numbers_.insert( std::upper_bound( numbers_.begin(), numbers_.end(), number ), number );
 }
@@ -181,7 +186,8 @@ std::string toText( const IntfIdList& list )
 
 void Lag::Recirc::RecircFeatureStatus::checkRecircPort( U16 unit, S32 port )
 {
-   Strata::checkLogicalPort( "recircPort[" + std::to_string( unit ) + "]", port );
+   if( !Strata::isLogicalPort( port ) )
+      Strata::badLogicalPort( "recircPort[" + std::to_string( unit ) + "]", port );
 }
 
 std::string Interface::EthIntfStatus::entityName() const

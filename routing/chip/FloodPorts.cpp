@@ -46,10 +46,12 @@ void RoutingStatusHelper::updateVlanFloodIgnoreIntf( IntfId intf )
       const bool routed = routedIntf( intf );
       bool handled = false;
       // A copy, with the LAG of each member's own row: subscribers may change LAGs, and a member that leaves is
-      // handled by its own event.
-      std::vector<std::pair<IntfId, bool>> members;
-      for( const IntfId member : shared().lagMembers( intf ) )
-         members.emplace_back( member, shared().lagOfMember( member ) == intf );
+      // handled by its own event. It is made in the room of the one before.
+      std::vector<LagMember> members = std::exchange( lagMembersRoom_, {} );
+      members.clear();
+      if( const IntfIdList* const listed = shared().lagMembers().find( intf ) )
+         for( const IntfId member : *listed )
+            members.push_back( { member, shared().lagOfMember( member ) == intf } );
       for( const auto& [ member, belonged ] : members ) {
          if( belonged && shared().lagOfMember( member ) != intf )
             continue;
@@ -64,6 +66,7 @@ void RoutingStatusHelper::updateVlanFloodIgnoreIntf( IntfId intf )
          if( isRouted( ethIntfStatusDir().get(), intf ) != routed )
             break;
       }
+      lagMembersRoom_ = std::move( members );
       if( !handled )
          return;
    } else if( intf.isEthernet() ) {
@@ -90,12 +93,7 @@ void RoutingStatusHelper::updateVlanFloodTcamEntriesOnSpeedChange( IntfId intf, 
    if( !known )
       VORMEL_TRACE( routingTrace, 1,
          "no logical port number for intf: " << intf << ", port " << port << " is used" );
-   bcm_pbmp_t ports = vlanFloodPbmp();
-   if( active )
-      ports.add( port );
-   else
-      ports.remove( port );
-   vlanFloodPbmpIs( ports );
+   floodPortIs( port, active );
    reprogramVlanFloodRequiredInc( 1 );
 }
 
@@ -120,12 +118,15 @@ void RoutingStatusHelper::updateVlanFloodPbmp( Vormel::IntfId intf )
    VORMEL_ASSERT( !!sp );
    const bool remove = routedPortsAndRoutedLagMember( intf );
    VORMEL_TRACE( routingTrace, 2, "updateVlanFloodPbmp intf: " << intf << " remove: " << remove );
-   bcm_pbmp_t ports = vlanFloodPbmp();
-   if( remove )
-      ports.remove( sp.logicalPort() );
+   floodPortIs( sp.logicalPort(), !remove );
+}
+
+void RoutingStatusHelper::floodPortIs( U32 port, bool flooded )
+{
+   if( flooded )
+      floodPorts_.vlanFloodPbmp.add( port );
    else
-      ports.add( sp.logicalPort() );
-   vlanFloodPbmpIs( ports );
+      floodPorts_.vlanFloodPbmp.remove( port );
 }
 
 void RoutingStatusHelper::reprogramVlanFloodEntries()

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace Strata {
 
@@ -136,9 +137,15 @@ void UnknownMacDropLoggingSm::updateCounters()
    const Ref<UnknownMacDropLoggingSm> keep( references() != 0 ? this : nullptr );
    VORMEL_TRACE( routingTrace, 5, "updateCounters" );
    VORMEL_ASSERT( miscConfig() );
-   for( const U16 tc : Vormel::keysOf( miscConfig_->unknownMacDropTrafficClass() ) )
+   // A copy, because a subscriber may change the classes.
+   std::vector<U16> classes = std::exchange( classesRoom_, {} );
+   classes.clear();
+   for( const auto& dropped : miscConfig_->unknownMacDropTrafficClass() )
+      classes.push_back( dropped.key );
+   for( const U16 tc : classes )
       if( routingStatusHelper_ )
          routingStatusHelper_->updateUnknownMacDropCounters( tc );
+   classesRoom_ = std::move( classes );
    setTimer();
 }
 

@@ -9,6 +9,8 @@
 #include "platform/state/AgentConfig.h"
 #include "routing/RoutingStatusHelper.h"
 
+#include <vector>
+
 namespace Strata {
 
 class KibPollingTimer;
@@ -56,6 +58,7 @@ class VORMEL_EXPORT UnknownMacDropLoggingSm : public Vormel::Reactor
    Ref<KibPollingTimer> pollingTimer_;
    Vormel::Subscription<UnknownMacDropLoggingSm, &UnknownMacDropLoggingSm::onMiscConfig>
       miscConfigInput_;
+   std::vector<U16> classesRoom_; // used again by the next poll, which allocates nothing then
 };
 
 /// Makes the reactor and switches its notifications on.
