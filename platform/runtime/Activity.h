@@ -68,30 +68,29 @@ class LockAnchor
    ActivityLock& lock_;
 };
 
-/// Releases the lock for a scope, if this thread holds it, and takes it again at the end.
+/// Releases the lock for a scope, if this thread holds it, and takes it again at the end. Always inlined, so that it is
+/// kept in registers.
 class UnlockAnchor
 {
  public:
-   explicit UnlockAnchor( ActivityLock& lock )
-      : lock_( lock ),
-        thread_( std::this_thread::get_id() ),
-        held_( lock.owner_.load( std::memory_order_relaxed ) == thread_ )
+   [[gnu::always_inline]] explicit UnlockAnchor( ActivityLock& lock )
+      : thread_( std::this_thread::get_id() ),
+        released_( lock.owner_.load( std::memory_order_relaxed ) == thread_ ? &lock : nullptr )
    {
-      if( held_ )
-         lock_.unlock();
+      if( released_ )
+         released_->unlock();
    }
-   ~UnlockAnchor()
+   [[gnu::always_inline]] ~UnlockAnchor()
    {
-      if( held_ )
-         lock_.lockAs( thread_ );
+      if( released_ )
+         released_->lockAs( thread_ );
    }
    UnlockAnchor( const UnlockAnchor& ) = delete;
    UnlockAnchor& operator=( const UnlockAnchor& ) = delete;
 
  private:
-   ActivityLock& lock_;
    std::thread::id thread_;
-   bool held_;
+   ActivityLock* released_; // null if this thread did not hold it
 };
 
 /// The place to release the lock of an embedded interpreter. This agent embeds none, so it does nothing.

@@ -117,18 +117,16 @@ class VORMEL_EXPORT Entity : public Counted, public Publisher
    template<class Map, class Key, class T, class Step = NoStep>
    void memberIs( AttributeNumber number, Map& map, const Key& key, const T& value, Step step = {} )
    {
-      if( T* const member = map.find( key ) ) {
+      const Key kept = key; // the caller's key may be a reference into a member
+      if( T* const member = map.findOrInsert( key, value ) ) {
          if( *member == value )
             return;
-         const Key kept = key;
          const T old = std::exchange( *member, T( value ) );
          step( kept );
          if( hasSubscribers() )
             publish( { *this, number, ChangeKind::Changed, view( kept ), view( old ) } );
          return;
       }
-      const Key kept = key; // the caller's key may be a reference into a member
-      map.insertOrAssign( kept, value );
       step( kept );
       if( hasSubscribers() )
          publish( { *this, number, ChangeKind::Inserted, view( kept ), {} } );

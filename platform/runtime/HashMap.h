@@ -72,11 +72,18 @@ class HashMap
          const_cast<Entry*>( old )->value = std::move( value );
          return false;
       }
-      if( !index_.fits( entries_.size() + 1 ) )
-         rebuild( entries_.size() * 2 );
-      entries_.push_back( Entry{ std::move( key ), std::move( value ) } );
-      index_.insert( hash, size() - 1 );
+      append( hash, Entry{ std::move( key ), std::move( value ) } );
       return true;
+   }
+
+   /// The value of an existing key, which keeps it; null when the key is new, and the entry is added.
+   V* findOrInsert( const K& key, const V& value )
+   {
+      const U64 hash = hashValue( Lookup( key ), Seed );
+      if( const Entry* old = lookup( hash, key ) )
+         return &const_cast<Entry*>( old )->value;
+      append( hash, Entry{ key, value } );
+      return nullptr;
    }
 
    /// Returns the removed value, or nothing when the key is absent.
@@ -143,6 +150,14 @@ class HashMap
       } );
    }
    const Entry* lookup( Lookup key ) const { return lookup( hashValue( key, Seed ), key ); }
+
+   void append( U64 hash, Entry&& entry )
+   {
+      if( !index_.fits( entries_.size() + 1 ) )
+         rebuild( entries_.size() * 2 );
+      entries_.push_back( std::move( entry ) );
+      index_.insert( hash, size() - 1 );
+   }
 
    void rebuild( U64 capacity )
    {

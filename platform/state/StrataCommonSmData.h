@@ -31,26 +31,30 @@ class UnitTable
    class Iterator
    {
     public:
-      Iterator( const std::vector<U16>& numbers, std::size_t at )
-         : numbers_( &numbers ),
-           at_( at ),
-           key_( at < numbers.size() ? std::optional( numbers[ at ] ) : std::nullopt )
-      {}
-      U16 key() const { return *key_; }
+      Iterator( const std::vector<U16>& numbers, std::size_t at ) : numbers_( &numbers ), at_( at )
+      {
+         readKey();
+      }
+      U16 key() const { return static_cast<U16>( key_ ); }
       const Iterator& operator*() const { return *this; }
       Iterator& operator++()
       {
          const bool there = at_ < numbers_->size() && ( *numbers_ )[ at_ ] == key_;
-         return *this = Iterator( *numbers_, there ? at_ + 1 : firstAfter( *key_ ) );
+         at_ = there ? at_ + 1 : firstAfter( key() );
+         readKey();
+         return *this;
       }
       bool operator==( const Iterator& other ) const { return key_ == other.key_; }
 
     private:
+      static constexpr U32 none_ = 0x10000; // the key at the end
+
+      void readKey() { key_ = at_ < numbers_->size() ? ( *numbers_ )[ at_ ] : none_; }
       VORMEL_EXPORT std::size_t firstAfter( U16 key ) const;
 
       const std::vector<U16>* numbers_;
       std::size_t at_;
-      std::optional<U16> key_; // none at the end
+      U32 key_;
    };
 
    Iterator begin() const { return { numbers_, 0 }; }

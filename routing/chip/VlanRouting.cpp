@@ -60,10 +60,15 @@ bool RoutingStatusHelper::vlanIsThere( U32 vlanId )
    for( const auto& i : shared().units() )
       if( existsOn( i, vlanId ) )
          return true;
+   forgetVlan( vlanId );
+   return false;
+}
+
+void RoutingStatusHelper::forgetVlan( U32 vlanId )
+{
    VORMEL_TRACE( routingTrace, 2, "VLAN " << vlanId << " exists on no unit" );
    if( vlanId < vlanRouting_.size() )
       vlanRouting_[ vlanId ].reset();
-   return false;
 }
 
 RoutingStatusHelper::VlanRouting& RoutingStatusHelper::vlanRouting( U32 vlanId )
@@ -86,12 +91,12 @@ void RoutingStatusHelper::handleVlanRoutingState( U32 vlanId, RoutingState state
       VORMEL_TRACE( routingTrace, 5,
          "handleVlanRoutingStateUnit: " << i.key() << ", current flags: 0x" << std::hex
                                         << vlanControl.flags() );
-      const U32 clearMask = vlanIp4RoutingOff | vlanIp6RoutingOff | vlanMcastRoutingOff |
-                            vlanRoutingFlagA | vlanRoutingFlagB | vlanMcastRoutingOn;
-      const U32 set =
-         ( state.routing ? 0 : U32( vlanIp4RoutingOff ) ) |
-         ( state.routing6 ? 0 : U32( vlanIp6RoutingOff ) ) |
-         ( state.mcastRouting ? U32( vlanMcastRoutingOn ) : U32( vlanMcastRoutingOff ) );
+      const U32 ip4Off = vlanIp4RoutingOff, ip6Off = vlanIp6RoutingOff;
+      const U32 mcastOn = vlanMcastRoutingOn, mcastOff = vlanMcastRoutingOff;
+      const U32 clearMask =
+         ip4Off | ip6Off | mcastOff | vlanRoutingFlagA | vlanRoutingFlagB | mcastOn;
+      const U32 set = ( state.routing ? 0 : ip4Off ) | ( state.routing6 ? 0 : ip6Off ) |
+                      ( state.mcastRouting ? mcastOn : mcastOff );
       vlanControl.flagsIs( ( vlanControl.flags() & ~clearMask ) | set );
       CHECKED( bcm_vlan_control_vlan_set( i.key(), vlanId, vlanControl ) );
       VORMEL_TRACE( routingTrace, 5,
@@ -107,7 +112,7 @@ void RoutingStatusHelper::handlePerVlanRouting( bool enable )
       return;
    perVlanRoutingEnabledIs( enable );
    for( U32 vlanId = 0; vlanId < vlanRouting_.size(); ++vlanId )
-      if( vlanRouting_[ vlanId ] && vlanIsThere( vlanId ) )
+      if( vlanRouting_[ vlanId ] )
          applyVlanRouting( vlanId );
 }
 
@@ -168,12 +173,15 @@ void RoutingStatusHelper::applyVlanRouting( U32 vlanId )
       return;
    const VlanRouting vlan = *vlanRouting_[ vlanId ];
    const bool all = !perVlanRoutingEnabled();
-   const U32 set = ( all || ( vlan.enabled && vlan.ip4 ) ? 0 : U32( vlanIp4RoutingOff ) ) |
-                   ( all || ( vlan.enabled && vlan.ip6 ) ? 0 : U32( vlanIp6RoutingOff ) );
-   const U32 clearMask = vlanIp4RoutingOff | vlanIp6RoutingOff;
+   const U32 ip4Off = vlanIp4RoutingOff, ip6Off = vlanIp6RoutingOff;
+   const U32 set = ( all || ( vlan.enabled && vlan.ip4 ) ? 0 : ip4Off ) |
+                   ( all || ( vlan.enabled && vlan.ip6 ) ? 0 : ip6Off );
+   const U32 clearMask = ip4Off | ip6Off;
+   bool isThere = false;
    for( const auto& i : shared().units() ) {
       if( !existsOn( i, vlanId ) )
          continue;
+      isThere = true;
       bcm_vlan_control_vlan_s vlanControl;
       if( !CHECKED_AVAILABLE( bcm_vlan_control_vlan_get( i.key(), vlanId, &vlanControl ) ) ) {
          VORMEL_TRACE( routingTrace, 1,
@@ -184,6 +192,8 @@ void RoutingStatusHelper::applyVlanRouting( U32 vlanId )
       vlanControl.flagsIs( ( vlanControl.flags() & ~clearMask ) | set );
       CHECKED( bcm_vlan_control_vlan_set( i.key(), vlanId, vlanControl ) );
    }
+   if( !isThere )
+      forgetVlan( vlanId );
 }
 
 } // namespace Strata

@@ -38,8 +38,11 @@ inline bool isAvailable( int rc, const CallSite& site )
 #define STRATA_CHECKED( call, signature, text ) \
    do { \
       const int callCode = ( call ); \
-      if( callCode < 0 || ::Strata::apiTrace.enabled( 4 ) ) [[unlikely]] \
-         ::Strata::callOutcome( callCode, { __FILE__, __LINE__, __func__, signature, text } ); \
+      if( callCode < 0 || ::Strata::apiTrace.enabled( 4 ) ) [[unlikely]] { \
+         static constexpr ::Strata::CallSite site{ \
+            __FILE__, __LINE__, __func__, signature, text }; \
+         ::Strata::callOutcome( callCode, site ); \
+      } \
    } while( false )
 
 // For entries, VLANs and the controls of single features: the text of the call identifies it.

@@ -5,10 +5,8 @@
 
 namespace Strata {
 
-FieldUnlockGuard::~FieldUnlockGuard()
+void FieldUnlockGuard::dropAfterException() noexcept
 {
-   if( !shim_ )
-      return;
    try {
       drop();
    } catch( ... ) {

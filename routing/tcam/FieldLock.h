@@ -20,12 +20,18 @@ class FieldUnlockGuard
    FieldUnlockGuard( SdkShimInterface& shim, U32 unit ) : shim_( &shim ), unit_( unit ) {}
    FieldUnlockGuard( const FieldUnlockGuard& ) = delete;
    FieldUnlockGuard& operator=( const FieldUnlockGuard& ) = delete;
-   ~FieldUnlockGuard();
+   ~FieldUnlockGuard()
+   {
+      if( shim_ ) [[unlikely]]
+         dropAfterException();
+   }
 
    /// Drops the lock now; returns the SDK's code. The destructor does not drop it again.
    int drop() { return std::exchange( shim_, nullptr )->fieldUnlock( unit_ ); }
 
  private:
+   void dropAfterException() noexcept;
+
    SdkShimInterface* shim_;
    U32 unit_;
 };
