@@ -10,13 +10,14 @@ SECONDS ?= 60
 TARGETS ?=
 
 .DEFAULT_GOAL := help
-.PHONY: help run test bench mutants fuzz coverage library package api format lint update update-golden update-reference update-symbols update-abi clean
+.PHONY: help run test bench instructions mutants fuzz coverage library package api format lint update update-golden update-reference update-symbols update-abi update-bounds clean
 
 help:
 	@echo 'make run            build, then run a scenario on the simulated chip'
 	@echo '                      SCENARIO=$(SCENARIO)  RUN_FLAGS=...'
 	@echo 'make test           build and run all tests          TEST_FLAGS="-R <pattern>"'
 	@echo 'make bench          build and run the benchmarks     BENCH_FLAGS="--benchmark_filter=<pattern>"'
+	@echo 'make instructions   count the instructions of paths and jobs, and fail above the bounds in bench/instructions.txt'
 	@echo 'make mutants FILES=routing/entries/UrpfEntries.cpp   break the library token by token and name the test that notices'
 	@echo '                      N=20  SEED=1  SKIP=10  LINES=20-40  FUNCTION=<pattern>  KIND=<pattern>  SCENARIOS=1  LIST=1'
 	@echo 'make fuzz           change scenarios, frames, captures and generic access at random    SECONDS=$(SECONDS)  TARGETS="Frame ..."'
@@ -24,6 +25,7 @@ help:
 	@echo 'make update         replace what is generated from the code: golden transcripts, reference pages, the list of'
 	@echo '                      exported symbols; also by itself: update-golden, update-reference, update-symbols'
 	@echo 'make update-abi     write down the binary interface of a version (see Releases in CONTRIBUTING.md)'
+	@echo 'make update-bounds  write down 5 % above the present instruction counts'
 	@echo 'make library        build the library alone, for an agent: build/library'
 	@echo 'make package        build the Debian packages'
 	@echo 'make api            make the API pages: build/library/api/html/index.html'
@@ -44,10 +46,14 @@ test:
 
 bench:
 	@sh ci/setup.sh bench
-	@sh ci/build.sh release strata-l3-bench strata-l3-instructions strata-l3-jobs
+	@sh ci/build.sh release strata-l3-bench strata-l3-jobs
 	@build/release/bin/strata-l3-bench $(BENCH_FLAGS)
-	@sh bench/instructions.sh build/release/bin/strata-l3-instructions
 	@build/release/bin/strata-l3-jobs
+
+instructions update-bounds:
+	@sh ci/setup.sh instructions
+	@sh ci/build.sh candidate strata-l3-instructions
+	@python3 bench/instructions.py build/package/bin/strata-l3-instructions $(if $(filter update-bounds,$@),--update)
 
 mutants:
 	@[ -n '$(FILES)' ] || { echo 'make mutants FILES="routing/entries/UrpfEntries.cpp ..."' >&2; exit 2; }

@@ -8,12 +8,15 @@
 #include "platform/runtime/Trace.h"
 #include "routing/tcam/CheckedCall.h"
 
+#include <cstdio>
 #include <memory>
+#include <string_view>
 #include <vector>
 
 namespace Bench {
 
 using Vormel::Change;
+using Vormel::IntfId;
 using Vormel::make;
 using Vormel::Ref;
 
@@ -180,15 +183,91 @@ void rearmTimer( std::size_t rounds )
    }
 }
 
-// The reactor's whole path, from an interface's event to the rewritten flood entries.
-template<void ( Slice::*event )( U32 ), U32 interfaces>
-void interfaceEvents( std::size_t rounds )
+U32 number = 12;
+IntfId intf = IntfId::ethernet( 3, 7 );
+
+/// Nothing of a record is known to the compiler.
+void recordChanges()
 {
-   Slice slice( 1, interfaces );
-   slice.init();
-   slice.startReactor();
-   for( U32 i = 0; rounds != 0; --rounds, ++i )
-      ( slice.*event )( ( i / 2 ) % 8 );
+   keep( number );
+   keep( intf );
+}
+
+void traceOn( std::size_t rounds )
+{
+   const Vormel::TraceSink before = Vormel::traceSinkIs( []( const Vormel::TraceRecord& ) {} );
+   apiTrace.levelIs( 4 );
+   for( ; rounds != 0; --rounds ) {
+      recordChanges();
+      VORMEL_TRACE( apiTrace, 4,
+         "processing entry " << number << " of unit " << number << ", intf: " << intf
+                             << ", active: " << true << ", rc: " << -1 );
+   }
+   apiTrace.levelsOff();
+   Vormel::traceSinkIs( before );
+}
+
+void printedText( std::size_t rounds )
+{
+   char text[ 100 ];
+   for( ; rounds != 0; --rounds ) {
+      recordChanges();
+      std::snprintf( text, sizeof text,
+         "processing entry %u of unit %u, intf: Ethernet%u/%u, active: %d, rc: %d", number, number,
+         intf.number(), intf.second(), true, -1 );
+      keep( text );
+   }
+}
+
+// From an interface's change through its nested reactor to the main one, which has no helper and does nothing.
+void twoReactors( std::size_t rounds )
+{
+   const auto status = make<Interface::EthIntfStatus>( intf );
+   const auto dir = make<Interface::EthIntfStatusDir>();
+   dir->intfStatusIs( intf, status );
+   NullShim shim;
+   const auto reactor = RoutingStatusSmIs( make<StrataCommonSmData>( &shim ), nullptr,
+      make<StrataMiscConfig>(), nullptr, nullptr, dir, nullptr, nullptr, nullptr );
+   for( ; rounds != 0; --rounds )
+      status->forwardingModelIs( rounds % 2 == 0 ? Interface::ForwardingModel::routed
+                                                 : Interface::ForwardingModel::bridged );
+}
+
+template<class Find>
+void lookUp( std::size_t rounds, Find find )
+{
+   const Vormel::EntityType& type = RoutingStatusHelper::type();
+   for( ; rounds != 0; --rounds ) {
+      const void* found = find( type );
+      keep( found );
+   }
+}
+
+void attributeByNumber( std::size_t rounds )
+{
+   Vormel::AttributeNumber wanted = RoutingStatusHelper::reprogramVlanFloodRequiredNumber;
+   lookUp( rounds, [ & ]( const Vormel::EntityType& type ) {
+      keep( wanted );
+      return type.findAttribute( wanted );
+   } );
+}
+
+void attributeByName( std::size_t rounds )
+{
+   std::string_view wanted = "reprogramVlanFloodRequired";
+   lookUp( rounds, [ & ]( const Vormel::EntityType& type ) {
+      keep( wanted );
+      return type.findAttribute( wanted );
+   } );
+}
+
+void operationByName( std::size_t rounds )
+{
+   std::string_view wanted = "updateVlanFloodIgnoreIntf";
+   lookUp( rounds, [ & ]( const Vormel::EntityType& type ) {
+      keep( wanted );
+      return type.findOperation( wanted );
+   } );
 }
 
 constexpr Path all[] = {
@@ -202,12 +281,11 @@ constexpr Path all[] = {
    { "bare call: unlock, call, lock", "", bareCall },
    { "checked call", "100", checkedCall },
    { "timer, re-armed", "", rearmTimer },
-   { "forwarding model, 8 interfaces", "", interfaceEvents<&Slice::turn, 8> },
-   { "forwarding model, 8,192", "", interfaceEvents<&Slice::turn, 8192> },
-   { "port, 8 interfaces", "", interfaceEvents<&Slice::replug, 8> },
-   { "port, 8,192", "", interfaceEvents<&Slice::replug, 8192> },
-   { "LAG member, 8 interfaces", "", interfaceEvents<&Slice::regroup, 8> },
-   { "LAG member, 8,192", "", interfaceEvents<&Slice::regroup, 8192> },
+   { "notification through two reactors", "", twoReactors },
+   { "trace that is on", "", traceOn },
+   { "attribute by number", "60", attributeByNumber },
+   { "attribute by name", "100", attributeByName },
+   { "operation by name", "100", operationByName },
 };
 
 } // namespace
@@ -215,6 +293,12 @@ constexpr Path all[] = {
 std::span<const Path> paths()
 {
    return all;
+}
+
+std::vector<Pair> pathPairs()
+{
+   return { { "trace that is on, beside snprintf", 1.5, traceOn, printedText },
+      { "checked call, beside unlock, call, lock", 1.1, checkedCall, bareCall } };
 }
 
 } // namespace Bench

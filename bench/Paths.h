@@ -1,10 +1,13 @@
-// The paths whose costs are measured, each as a loop of n rounds. Timed by RuntimeBench, counted in instructions
-// by InstructionCounts.
+// The paths whose costs are measured, each as a loop of n rounds. Timed by RuntimeBench and Comparison, counted in
+// instructions by InstructionCounts.
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <span>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace Bench {
 
@@ -17,5 +20,16 @@ struct Path
 };
 
 std::span<const Path> paths();
+
+/// A path and another way to the same result.
+struct Pair
+{
+   std::string name;
+   double wanted; // times the other way
+   std::function<void( std::size_t rounds )> run;
+   std::function<void( std::size_t rounds )> floor;
+};
+
+std::vector<Pair> pathPairs();
 
 } // namespace Bench

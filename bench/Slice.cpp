@@ -2,6 +2,7 @@
 
 namespace Bench {
 
+using Interface::ForwardingModel;
 using Vormel::IntfId;
 using Vormel::make;
 
@@ -26,7 +27,7 @@ Slice::Slice( U32 units, U32 interfaces, Calls calls )
       const IntfId intf = IntfId::ethernet( i + 1 );
       const U32 port = 1 + i % portsPerUnit;
       interfaces_.push_back( make<Interface::EthIntfStatus>( intf ) );
-      interfaces_.back()->forwardingModelIs( Interface::ForwardingModel::bridged );
+      interfaces_.back()->forwardingModelIs( ForwardingModel::bridged );
       dir_->intfStatusIs( intf, interfaces_.back() );
       scsd_->intfToLogicalPortIs( intf, port );
       scsd_->strataIntfToPortIs( intf, StrataPort( 0, static_cast<int>( port ), port ) );
@@ -82,12 +83,34 @@ void Slice::startDropping()
    logging_ = UnknownMacDropLoggingSmIs( miscConfig_, helper_ );
 }
 
-void Slice::turn( U32 index )
+void Slice::startLag()
 {
-   using Interface::ForwardingModel;
-   Interface::EthIntfStatus& intf = *interfaces_[ index ];
+   const IntfId lag = IntfId::portChannel( 1 );
+   std::vector<IntfId> members;
+   for( const auto& intf : interfaces_ )
+      members.push_back( intf->intfId() );
+   lag_ = make<Interface::EthIntfStatus>( lag );
+   lag_->forwardingModelIs( ForwardingModel::bridged );
+   dir_->intfStatusIs( lag, lag_ );
+   scsd_->lagMembersIs( lag, IntfIdList( members ) );
+   for( const IntfId member : members )
+      scsd_->lagOfMemberIs( member, lag );
+}
+
+static void turnOver( Interface::EthIntfStatus& intf )
+{
    const bool routed = intf.forwardingModel() == ForwardingModel::routed;
    intf.forwardingModelIs( routed ? ForwardingModel::bridged : ForwardingModel::routed );
+}
+
+void Slice::turn( U32 index )
+{
+   turnOver( *interfaces_[ index ] );
+}
+
+void Slice::turnLag()
+{
+   turnOver( *lag_ );
 }
 
 void Slice::replug( U32 index )

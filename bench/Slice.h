@@ -46,6 +46,10 @@ class Slice
    void replug( U32 index );
    /// Adds it to a LAG, or removes it.
    void regroup( U32 index );
+   /// Makes all interfaces the members of a LAG.
+   void startLag();
+   /// Makes the LAG routed when it is bridged, and bridged when it is routed. After startLag().
+   void turnLag();
    /// Drops packets to unknown MACs in all traffic classes.
    void startDropping();
    /// Reads the counters of all classes. After startDropping().
@@ -60,6 +64,7 @@ class Slice
    Ref<Interface::EthIntfStatusDir> dir_ = Vormel::make<Interface::EthIntfStatusDir>();
    Ref<StrataMiscConfig> miscConfig_ = Vormel::make<StrataMiscConfig>();
    std::vector<Ref<Interface::EthIntfStatus>> interfaces_;
+   Ref<Interface::EthIntfStatus> lag_;
    Ref<RoutingStatusHelper> helper_;
    Ref<RoutingStatusSm> reactor_;
    Ref<UnknownMacDropLoggingSm> logging_;

@@ -1,5 +1,5 @@
 #!/bin/sh
-# setup.sh library|build|bench|mutants|fuzz|coverage|package|ci
+# setup.sh library|build|bench|instructions|mutants|fuzz|coverage|package|ci
 # Installs those Debian packages of a group that are missing, if it has the permission, or else prints the command.
 # Prints nothing if no package is missing.
 set -u
@@ -60,13 +60,14 @@ case $group in
 library) wanted=$library ;;
 build) wanted=$library$build ;;
 bench) wanted=$library$build$bench ;;
+instructions) wanted=$library$build$bench$mutants ;;
 mutants) wanted=$library$build$mutants ;;
 fuzz) wanted=$library$build$fuzz ;;
 coverage) wanted=$library$build$mutants$coverage ;;
 package) wanted=$library$build$mutants$package ;;
 ci) wanted=$library$build$bench$mutants$fuzz$package$ci ;;
 *)
-   echo "setup.sh: unknown group '$group'; one of library, build, bench, mutants, fuzz, coverage, package, ci" >&2
+   echo "setup.sh: unknown group '$group'; one of library, build, bench, instructions, mutants, fuzz, coverage, package, ci" >&2
    exit 2
    ;;
 esac
