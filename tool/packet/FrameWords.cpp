@@ -1,22 +1,10 @@
-// Frames from words: layers from the outside in, built by libtins.
+// Frames from words: layers from the outside in.
 #include "platform/runtime/Errors.h"
 #include "platform/types/EthAddr.h"
 #include "tool/Session.h"
 #include "tool/packet/CaptureFile.h"
+#include "tool/packet/FrameLayers.h"
 #include "tool/packet/PacketWords.h"
-
-#include <tins/arp.h>
-#include <tins/endianness.h>
-#include <tins/ethernetII.h>
-#include <tins/exceptions.h>
-#include <tins/icmp.h>
-#include <tins/icmpv6.h>
-#include <tins/ip.h>
-#include <tins/ipv6.h>
-#include <tins/mpls.h>
-#include <tins/rawpdu.h>
-#include <tins/tcp.h>
-#include <tins/udp.h>
 
 #include <algorithm>
 #include <array>
@@ -30,6 +18,7 @@ namespace Strata::Tool {
 namespace {
 
 using Sim::Bytes;
+using Sim::IpAddress;
 using Sim::longestFrame;
 using Vormel::EthAddr;
 
@@ -73,7 +62,7 @@ class FrameBuilder
       checkNoLink();
       if( words_.accept( "length" ) )
          pad( words_.value<U32>( "the frame's length in bytes, without a tag" ) );
-      Sim::Frame frame( frame_.serialize() );
+      Sim::Frame frame( frame_.bytes() );
       if( badChecksum_ ) {
          Bytes bytes = frame.bytes();
          bytes[ frame.headers().l3Offset + 4 * frame.headers().mpls.size() + 10 ] ^= 0xFF;
@@ -104,22 +93,18 @@ class FrameBuilder
       return mac;
    }
 
-   static Tins::HWAddress<6> tinsMac( const EthAddr& mac ) { return { mac.bytes().data() }; }
-
    void takeLink( std::vector<Sim::VlanTag>& tags )
    {
       // The priority of the last tag; before there is one, that of a priority tag.
       const auto tag = [ & ]() -> Sim::VlanTag& {
          return tags.empty() ? tags.emplace_back() : tags.back();
       };
-      frame_.src_addr( tinsMac( EthAddr( 2, 0, 0, 0, 0, 1 ) ) );
-      frame_.dst_addr( tinsMac( EthAddr( 2, 0, 0, 0, 0, 2 ) ) );
       Words::Taken taken;
       for( ;; ) {
          if( words_.acceptOnce( "dmac", taken ) )
-            frame_.dst_addr( tinsMac( takeMac( "the destination's MAC address" ) ) );
+            frame_.dstMac = takeMac( "the destination's MAC address" );
          else if( words_.acceptOnce( "smac", taken ) )
-            frame_.src_addr( tinsMac( takeMac( "the source's MAC address" ) ) );
+            frame_.srcMac = takeMac( "the source's MAC address" );
          else if( words_.accept( "vlan" ) ) {
             if( tag().vlanId != 0 ) {
                tags.emplace_back();
@@ -185,153 +170,147 @@ class FrameBuilder
    void other()
    {
       // Smaller numbers are lengths.
-      frame_.payload_type(
-         static_cast<U16>( words_.number( "an EtherType, as in 0x88b5,", 0x600, 0xFFFF ) ) );
-      frame_ /= Tins::RawPDU( Bytes( 46, 0 ) );
+      frame_.addOther(
+         static_cast<U16>( words_.number( "an EtherType, as in 0x88b5,", 0x600, 0xFFFF ) ),
+         Bytes( 46, 0 ) );
    }
 
    void arp()
    {
       static constexpr std::array<std::string_view, 2> operations{ "request", "reply" };
       const bool reply = words_.choose( "an ARP operation", operations ) == "reply";
-      Tins::ARP arp;
-      arp.opcode( reply ? Tins::ARP::REPLY : Tins::ARP::REQUEST );
-      arp.sender_hw_addr( frame_.src_addr() );
-      if( reply )
-         arp.target_hw_addr( frame_.dst_addr() );
+      IpAddress sender;
+      IpAddress wanted;
       Words::Taken taken;
       for( ;; ) {
          if( words_.acceptOnce( "from", taken ) )
-            arp.sender_ip_addr( takeV4() );
+            sender = takeV4();
          else if( words_.acceptOnce( "for", taken ) )
-            arp.target_ip_addr( takeV4() );
+            wanted = takeV4();
          else
             break;
       }
-      frame_ /= arp;
+      frame_.addArp( reply ? 2 : 1, reply ? frame_.dstMac : EthAddr(), sender, wanted );
    }
 
-   Tins::IPv4Address takeV4()
+   IpAddress takeV4()
    {
-      const Sim::IpAddress address = takeAddress( words_, "an IPv4 address" );
+      const IpAddress address = takeAddress( words_, "an IPv4 address" );
       if( address.isV6() )
          words_.fail( address.toString() + " is not an IPv4 address such as 10.1.0.1" );
-      return Tins::IPv4Address( address.toString() );
+      return address;
    }
 
-   Tins::IPv6Address takeV6()
+   IpAddress takeV6()
    {
-      const Sim::IpAddress address = takeAddress( words_, "an IPv6 address" );
+      const IpAddress address = takeAddress( words_, "an IPv6 address" );
       if( !address.isV6() )
          words_.fail( address.toString() + " is not an IPv6 address such as 2001:db8::1" );
-      return Tins::IPv6Address( address.toString() );
+      return address;
    }
 
    void ipv4()
    {
-      Tins::IP ip( "10.0.0.2", "10.0.0.1" );
-      ip.ttl( 64 );
+      IpAddress source = IpAddress::v4( 0x0A000001 );
+      IpAddress destination = IpAddress::v4( 0x0A000002 );
+      U8 ttl = 64;
+      bool options = false;
       Words::Taken taken;
       for( ;; ) {
          if( words_.acceptOnce( "src", taken ) )
-            ip.src_addr( takeV4() );
+            source = takeV4();
          else if( words_.acceptOnce( "dst", taken ) )
-            ip.dst_addr( takeV4() );
+            destination = takeV4();
          else if( words_.acceptOnce( "ttl", taken ) )
-            ip.ttl( words_.value<U8>( "a TTL" ) );
+            ttl = words_.value<U8>( "a TTL" );
          else if( words_.acceptOnce( "options", taken ) )
-            for( int i = 0; i < 4; ++i )
-               ip.noop();
+            options = true;
          else if( words_.acceptOnce( "bad-checksum", taken ) )
             badChecksum_ = true;
          else
             break;
       }
+      frame_.addIpv4( source, destination, ttl, options );
       if( words_.accept( "icmp" ) )
-         frame_ /= ip / Tins::ICMP();
+         frame_.addIcmp();
       else if( words_.accept( "igmp" ) )
-         igmp( ip );
+         igmp( destination );
       else if( words_.accept( "protocol" ) )
-         protocolIs( ip, words_.value<U8>( "a protocol number" ) );
+         frame_.addProtocol( words_.value<U8>( "a protocol number" ), Bytes( 8, 0 ) );
       else
-         transport( ip );
+         transport();
    }
 
    /// A version 2 report of the group that the packet goes to.
-   void igmp( Tins::IP& ip )
+   void igmp( const IpAddress& destination )
    {
-      const U32 group = Tins::Endian::be_to_host<U32>( U32( ip.dst_addr() ) );
+      const U32 group = destination.v4Number();
       U32 sum = 0x1600 + ( group >> 16 ) + ( group & 0xFFFF );
       sum = ~( ( sum & 0xFFFF ) + ( sum >> 16 ) );
       Bytes report{ 0x16, 0, static_cast<U8>( sum >> 8 ), static_cast<U8>( sum ) };
       for( int shift = 24; shift >= 0; shift -= 8 )
          report.push_back( static_cast<U8>( group >> shift ) );
-      ip.protocol( Sim::ipProtocolIgmp );
-      frame_ /= ip / Tins::RawPDU( report );
-   }
-
-   void protocolIs( Tins::IP& ip, U8 protocol )
-   {
-      ip.protocol( protocol );
-      frame_ /= ip / Tins::RawPDU( Bytes( 8, 0 ) );
+      frame_.addProtocol( Sim::ipProtocolIgmp, report );
    }
 
    void ipv6()
    {
-      Tins::IPv6 ip( "2001:db8::2", "2001:db8::1" );
-      ip.hop_limit( 64 );
+      IpAddress source = *IpAddress::parse( "2001:db8::1" );
+      IpAddress destination = *IpAddress::parse( "2001:db8::2" );
+      U8 hopLimit = 64;
+      bool hopByHop = false;
       Words::Taken taken;
       for( ;; ) {
          if( words_.acceptOnce( "src", taken ) )
-            ip.src_addr( takeV6() );
+            source = takeV6();
          else if( words_.acceptOnce( "dst", taken ) )
-            ip.dst_addr( takeV6() );
+            destination = takeV6();
          else if( words_.acceptOnce( "ttl", taken ) )
-            ip.hop_limit( words_.value<U8>( "a hop limit" ) );
+            hopLimit = words_.value<U8>( "a hop limit" );
          else if( words_.acceptOnce( "hop-by-hop", taken ) )
-            ip.add_header( { Tins::IPv6::HOP_BY_HOP, 6, Bytes{ 1, 4, 0, 0, 0, 0 }.data() } );
+            hopByHop = true;
          else
             break;
       }
+      frame_.addIpv6( source, destination, hopLimit, hopByHop );
       if( words_.accept( "icmp" ) )
-         frame_ /= ip / Tins::ICMPv6();
+         frame_.addIcmp();
       else
-         transport( ip );
+         transport();
    }
 
    /// UDP by default.
-   template<class Ip>
-   void transport( const Ip& ip )
+   void transport()
    {
-      frame_ /= ip;
+      Words::Taken taken;
       if( words_.accept( "tcp" ) ) {
-         Words::Taken taken;
-         frame_ /= takePorts( Tins::TCP( 80, 40000 ), taken );
+         const Sim::L4Ports ports = takeL4Ports( 80, taken );
+         frame_.addTcp( ports.source, ports.destination );
       } else {
          words_.accept( "udp" );
          udp();
       }
    }
 
-   template<class Layer>
-   Layer takePorts( Layer layer, Words::Taken& taken )
+   Sim::L4Ports takeL4Ports( U16 destination, Words::Taken& taken )
    {
+      Sim::L4Ports ports{ 40000, destination };
       for( ;; ) {
          if( words_.acceptOnce( "sport", taken ) )
-            layer.sport( words_.value<U16>( "a port" ) );
+            ports.source = words_.value<U16>( "a port" );
          else if( words_.acceptOnce( "dport", taken ) )
-            layer.dport( words_.value<U16>( "a port" ) );
+            ports.destination = words_.value<U16>( "a port" );
          else
-            return layer;
+            return ports;
       }
    }
 
    void udp()
    {
       Words::Taken taken;
-      Tins::UDP udp = takePorts( Tins::UDP( 53, 40000 ), taken );
+      const Sim::L4Ports ports = takeL4Ports( 53, taken );
       if( !words_.accept( "vxlan" ) ) {
-         frame_ /= udp;
+         frame_.addUdp( ports.source, ports.destination );
          return;
       }
       if( taken.contains( "dport" ) )
@@ -340,21 +319,17 @@ class FrameBuilder
          words_.fail(
             "tunnels in tunnels are at most " + std::to_string( deepestTunnel ) + " deep here" );
       const U32 vni = takeVni( words_ );
-      udp.dport( Sim::udpPortVxlan );
-      Bytes payload{ 0x08, 0, 0, 0, static_cast<U8>( vni >> 16 ), static_cast<U8>( vni >> 8 ),
-         static_cast<U8>( vni ), 0 };
-      const Bytes inner = FrameBuilder( session_, words_, depth_ + 1 ).take();
-      payload.insert( payload.end(), inner.begin(), inner.end() );
-      frame_ /= udp / Tins::RawPDU( payload );
+      frame_.addUdp( ports.source, Sim::udpPortVxlan );
+      frame_.addPayload( { 0x08, 0, 0, 0, static_cast<U8>( vni >> 16 ), static_cast<U8>( vni >> 8 ),
+         static_cast<U8>( vni ), 0 } );
+      frame_.addPayload( FrameBuilder( session_, words_, depth_ + 1 ).take() );
    }
 
    void mpls()
    {
       do {
-         Tins::MPLS label;
-         label.label( takeLabel( words_, "a label" ) );
-         label.ttl( words_.accept( "ttl" ) ? words_.value<U8>( "a TTL" ) : U8{ 64 } );
-         frame_ /= label;
+         const U32 label = takeLabel( words_, "a label" );
+         frame_.addMpls( label, words_.accept( "ttl" ) ? words_.value<U8>( "a TTL" ) : U8{ 64 } );
       } while( words_.accept( "mpls" ) );
       if( words_.accept( "ipv6" ) )
          return ipv6();
@@ -364,19 +339,17 @@ class FrameBuilder
 
    void pad( U32 length )
    {
-      const U32 now = frame_.size();
+      const std::size_t now = std::max( frame_.unpaddedLength(), Sim::shortestFrame );
       if( length < now || length > longestFrame )
          words_.fail( "this frame can be " + std::to_string( now ) + " to " +
                       std::to_string( longestFrame ) + " bytes long" );
-      // The trailer of a short frame is removed when the payload grows.
-      const U32 carried = length - ( now - frame_.trailer_size() );
-      frame_ /= Tins::RawPDU( Bytes( carried, 0 ) );
+      frame_.addPayload( Bytes( length - frame_.unpaddedLength(), 0 ) );
    }
 
    const Session& session_;
    Words& words_;
    U32 depth_;
-   Tins::EthernetII frame_;
+   FrameLayers frame_;
    bool badChecksum_ = false;
 };
 
@@ -411,11 +384,7 @@ Sim::Frame takeFrame( const Session& session, Words& words )
          }
       } );
    }
-   try {
-      return checkedFrame( Sim::Frame( FrameBuilder( session, words ).take() ) );
-   } catch( const Tins::exception_base& error ) {
-      words.fail( std::string( "such a frame cannot be built: " ) + error.what() );
-   }
+   return checkedFrame( Sim::Frame( FrameBuilder( session, words ).take() ) );
 }
 
 } // namespace Strata::Tool
