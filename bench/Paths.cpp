@@ -1,11 +1,14 @@
 #include "bench/Paths.h"
 
-#include "bench/Slice.h"
+#include "bench/NullShim.h"
 #include "platform/runtime/Activity.h"
 #include "platform/runtime/Attributes.h"
 #include "platform/runtime/Clock.h"
 #include "platform/runtime/Reactor.h"
 #include "platform/runtime/Trace.h"
+#include "platform/state/Interfaces.h"
+#include "routing/RoutingStatusHelper.h"
+#include "routing/reactors/RoutingStatusSm.h"
 #include "routing/tcam/CheckedCall.h"
 
 #include <cstdio>

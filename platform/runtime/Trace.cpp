@@ -1,6 +1,7 @@
 #include "platform/runtime/Trace.h"
 
 #include "platform/runtime/Errors.h"
+#include "platform/runtime/Export.h"
 #include "platform/runtime/Registries.h"
 
 #include <algorithm>
@@ -175,7 +176,7 @@ static constexpr std::ios_base::fmtflags decimal = std::ios_base::skipws | std::
 static constexpr std::ios_base::fmtflags hexadecimal = std::ios_base::skipws | std::ios_base::hex;
 
 /// The text, and a stream that appends to it.
-struct TraceStream::Parts final : std::streambuf
+struct VORMEL_HIDDEN TraceStream::Parts final : std::streambuf
 {
    std::string text;
    std::ostream stream{ this };
