@@ -7,10 +7,10 @@
 #include "platform/runtime/Activity.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <functional>
 #include <memory>
 #include <string>
@@ -18,13 +18,17 @@
 namespace Bench {
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
+/// Processor time, so that other processes count as little as possible.
 double secondsOf( const std::function<void()>& work )
 {
-   const auto start = Clock::now();
+   const auto now = [] {
+      timespec time{};
+      clock_gettime( CLOCK_THREAD_CPUTIME_ID, &time );
+      return static_cast<double>( time.tv_sec ) + static_cast<double>( time.tv_nsec ) * 1e-9;
+   };
+   const double start = now();
    work();
-   return std::chrono::duration<double>( Clock::now() - start ).count();
+   return now() - start;
 }
 
 struct Times
@@ -33,22 +37,29 @@ struct Times
    double floor = 1e9;
 };
 
+/// The time of a number of rounds, in seconds.
+using Rounds = std::function<double( int )>;
+
+Rounds roundsOf( const std::function<void()>& once )
+{
+   return [ once ]( int rounds ) {
+      return secondsOf( [ & ] {
+         for( int i = 0; i < rounds; ++i )
+            once();
+      } );
+   };
+}
+
 /// The shortest of several times of a round; job and floor take turns, so that both see the same machine.
-Times shortest( const std::function<double()>& oneJob, const std::function<double()>& oneFloor )
+Times shortest( const Rounds& job, const Rounds& floor )
 {
    constexpr int turns = 15;
    constexpr double longEnough = 0.02; // seconds a turn
-   const int rounds = std::max( 1, static_cast<int>( longEnough / oneJob() ) );
-   const auto mean = [ & ]( const std::function<double()>& once ) {
-      double sum = 0;
-      for( int i = 0; i < rounds; ++i )
-         sum += once();
-      return sum / rounds;
-   };
+   const int rounds = std::max( 1, static_cast<int>( longEnough / job( 1 ) ) );
    Times times;
    for( int turn = 0; turn < turns; ++turn ) {
-      times.floor = std::min( times.floor, mean( oneFloor ) );
-      times.job = std::min( times.job, mean( oneJob ) );
+      times.floor = std::min( times.floor, floor( rounds ) / rounds );
+      times.job = std::min( times.job, job( rounds ) / rounds );
    }
    return times;
 }
@@ -66,15 +77,19 @@ void compare( const Job& job )
    const auto recorded = sliceFor( job, Slice::Calls::recorded );
    const Floor floor = recorded->floorOf( job.run );
    auto slice = sliceFor( job );
-   const auto oneJob = [ & ] {
-      if( job.fresh ) {
+   const auto withFreshSlices = [ & ]( int rounds ) {
+      double sum = 0;
+      for( int i = 0; i < rounds; ++i ) {
          slice = nullptr;
          slice = sliceFor( job );
+         sum += secondsOf( [ & ] { job.run( *slice ); } );
       }
-      return secondsOf( [ & ] { job.run( *slice ); } );
+      return sum;
    };
-   print( job.name, std::to_string( floor.calls() ),
-      shortest( oneJob, [ & ] { return secondsOf( [ & ] { floor.run(); } ); } ), job.wanted );
+   const Times times =
+      shortest( job.fresh ? Rounds( withFreshSlices ) : roundsOf( [ & ] { job.run( *slice ); } ),
+         roundsOf( [ & ] { floor.run(); } ) );
+   print( job.name, std::to_string( floor.calls() ), times, job.wanted );
 }
 
 void compare( const Pair& pair )
@@ -82,11 +97,8 @@ void compare( const Pair& pair )
    constexpr std::size_t rounds = 10000;
    NullShim shim;
    sdkShimIs( &shim );
-   const auto timeOf = []( const std::function<void( std::size_t )>& run ) {
-      return secondsOf( [ & ] { run( rounds ); } );
-   };
-   const Times times =
-      shortest( [ & ] { return timeOf( pair.run ); }, [ & ] { return timeOf( pair.floor ); } );
+   const Times times = shortest(
+      roundsOf( [ & ] { pair.run( rounds ); } ), roundsOf( [ & ] { pair.floor( rounds ); } ) );
    print( pair.name.c_str(), "", { times.job / rounds, times.floor / rounds }, pair.wanted );
    sdkShimIs( nullptr );
 }
