@@ -2,6 +2,8 @@
 
 #include "messages/Traces.h"
 
+#include <algorithm>
+
 namespace Strata {
 
 Ref<L3PeerMacArpRedirectSm> l3PeerMacArpRedirectSmFactory(
@@ -92,10 +94,8 @@ bool L3PeerMacArpRedirectSm::concernsPeerLink( IntfId intf ) const
       return false;
    if( intf == link || scsd_->lagOfMember( intf ) == link )
       return true;
-   for( const IntfId member : scsd_->lagMembers( link ) )
-      if( member == intf )
-         return true;
-   return false;
+   const IntfIdList* const members = scsd_->lagMembers().find( link );
+   return members && std::find( members->begin(), members->end(), intf ) != members->end();
 }
 
 } // namespace Strata
