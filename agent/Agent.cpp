@@ -12,6 +12,7 @@ Agent::Agent( const AgentConfig& config )
    : config_( config ),
      clock_( std::make_shared<Vormel::ManualClock>() ),
      hardware_( config.hardware ),
+     recorder_( config.recordingFile ),
      helper_( newHelper() )
 {
    hardware_.transcript().listenerIs( config.listener, config.hears );
@@ -21,13 +22,21 @@ Agent::Agent( const AgentConfig& config )
    for( const std::string& name : objectNames() )
       initialValues_[ object( name ).get() ] = valuesOf( *object( name ) );
    hardware_.record( helper_, "helper" );
-   helper_->tcamManagerIs( hardware_.tcamManager() );
+   sdkShimIs( &recorder_.shim( hardware_.observedShim() ) );
+   recorder_.clock( *clock_ );
+   recorder_.sharedData( hardware_.scsd() );
+   for( const auto& known : Sim::SimSwitch::objects() )
+      if( known.name != "scsd" )
+         recorder_.input( std::string( known.name ), known.in( hardware_ ) );
+   recorder_.helper( helper_ );
+   helper_->tcamManagerIs( recorder_.manager( "main", hardware_.tcamManager() ) );
    helper_->l2McastTableAllocationIs( hardware_.l2McastTableAllocation() );
 }
 
 Agent::~Agent()
 {
    stop();
+   sdkShimIs( &hardware_.observedShim() ); // the recorder's is destroyed before the switch
    hardware_.forget( *helper_ );
    Vormel::syslogClockIs( nullptr );
    Vormel::activityManager().clockIs( std::make_shared<Vormel::RealClock>() );
@@ -35,8 +44,8 @@ Agent::~Agent()
 
 void Agent::bringUp()
 {
-   helper_->init( true, true );
-   helper_->l3Init( true );
+   recorder_.call( "init", true, true );
+   recorder_.call( "l3Init", true );
    startReactors();
 }
 
@@ -53,36 +62,39 @@ void Agent::startReactors( const std::set<std::string_view>& without )
       return without.contains( name ) ? nullptr : input;
    };
    stop();
-   const Ref<RoutingStatusSm> made =
-      RoutingStatusSmIs( hardware_.scsd(), unless( "features", hardware_.features() ),
-         hardware_.miscConfig(), helper_, unless( "pbr", hardware_.pbrInfo() ),
-         unless( "ethIntfStatusDir", hardware_.ethIntfStatusDir() ),
-         unless( "sourceIpLookup", hardware_.sourceIpLookup() ),
-         unless( "hwStatus", hardware_.hwStatus() ),
-         unless( "nexthops", hardware_.nexthopStatusDir() ) );
+   const Ref<RoutingStatusSm> made = recorder_.make( "RoutingStatusSm", RoutingStatusSmIs,
+      hardware_.scsd(), unless( "features", hardware_.features() ), hardware_.miscConfig(), helper_,
+      unless( "pbr", hardware_.pbrInfo() ),
+      unless( "ethIntfStatusDir", hardware_.ethIntfStatusDir() ),
+      unless( "sourceIpLookup", hardware_.sourceIpLookup() ),
+      unless( "hwStatus", hardware_.hwStatus() ),
+      unless( "nexthops", hardware_.nexthopStatusDir() ) );
    reactor_ = made;
    // The agent calls the handlers for objects that exist already, because the reactors are only notified of changes.
-   made->handleStrataIntfToPort();
-   made->handleL2TrafficRoutingStatus();
+   recorder_.run( "handleStrataIntfToPort", [ & ] { made->handleStrataIntfToPort(); } );
+   recorder_.run( "handleL2TrafficRoutingStatus", [ & ] { made->handleL2TrafficRoutingStatus(); } );
    if( reactor_ != made ) // a subscriber has stopped the reactors
       return;
-   arpRedirect_ = l3PeerMacArpRedirectSmFactory(
+   arpRedirect_ = recorder_.make( "L3PeerMacArpRedirectSm", l3PeerMacArpRedirectSmFactory,
       hardware_.scsd(), hardware_.mlagStatus(), hardware_.mlagHwStatus(), helper_ );
 }
 
 void Agent::stop()
 {
-   arpRedirect_ = nullptr;
-   reactor_ = nullptr;
+   if( arpRedirect_ )
+      recorder_.drop( "L3PeerMacArpRedirectSm", arpRedirect_ );
+   if( reactor_ )
+      recorder_.drop( "RoutingStatusSm", reactor_ );
 }
 
-Ref<RoutingStatusHelper> Agent::newHelper() const
+Ref<RoutingStatusHelper> Agent::newHelper()
 {
    const Sim::SimSwitch& hw = hardware_;
-   return Vormel::make<RoutingStatusHelper>( config_.helperName, hw.scsd(), hw.tcamGroupManager(),
-      hw.pbrInfo(), config_.fabricMode.value_or( hw.profile().fabricMode ), hw.mlagStatus(),
-      hw.mlagHwStatus(), hw.recircStatus(), hw.ethIntfStatusDir(), hw.intfVlanIdTable(),
-      hw.urpfCommonData(), hw.virtualPortStatus(), hw.portSwTable() );
+   return Vormel::make<RoutingStatusHelper>( config_.helperName, hw.scsd(),
+      recorder_.groupManager( hw.tcamGroupManager() ), hw.pbrInfo(),
+      config_.fabricMode.value_or( hw.profile().fabricMode ), hw.mlagStatus(), hw.mlagHwStatus(),
+      hw.recircStatus(), hw.ethIntfStatusDir(), hw.intfVlanIdTable(), hw.urpfCommonData(),
+      hw.virtualPortStatus(), hw.portSwTable() );
 }
 
 Agent::Values Agent::valuesOf( const Entity& object ) const

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "platform/runtime/Clock.h"
+#include "recording/Recorder.h"
 #include "routing/RoutingStatusHelper.h"
 #include "routing/reactors/L3PeerMacArpRedirectSm.h"
 #include "routing/reactors/RoutingStatusSm.h"
@@ -32,6 +33,7 @@ struct AgentConfig
    Sim::Transcript::Listener listener{}; // gets the transcript from the start
    Sim::Transcript::Filter hears{};      // the kinds of records that it gets; all without a filter
    bool keepsRecords = true;
+   std::string recordingFile{}; // written by a Recorder; empty for none
 };
 
 class Agent
@@ -61,6 +63,9 @@ class Agent
    /// The clock of the slice's timers; it advances only when told to.
    Vormel::ManualClock& clock() { return *clock_; }
 
+   /// Calls operations of the helper, and records them if there is a recording.
+   Recorder& recorder() { return recorder_; }
+
    /// "helper", an entry manager ("main", ...), an input object, or an interface's status by the interface's
    /// name; null when there is none.
    Ref<Entity> object( std::string_view name ) const;
@@ -76,7 +81,7 @@ class Agent
    Values initialValues( const Entity& object ) const;
 
    /// A helper with the same inputs, as the constructor leaves it.
-   Ref<RoutingStatusHelper> newHelper() const;
+   Ref<RoutingStatusHelper> newHelper();
 
  private:
    Values valuesOf( const Entity& object ) const;
@@ -84,6 +89,7 @@ class Agent
    AgentConfig config_;
    std::shared_ptr<Vormel::ManualClock> clock_;
    Sim::SimSwitch hardware_;
+   Recorder recorder_;
    Ref<RoutingStatusHelper> helper_;
    Ref<RoutingStatusSm> reactor_;
    Ref<L3PeerMacArpRedirectSm> arpRedirect_;

@@ -1,13 +1,14 @@
 #!/bin/sh
 # Checks which room (top-level directory) includes which. Arrows run downwards only:
-#    tool -> agent, desk -> routing, sim -> platform; routing -> messages -> platform; conformance -> platform
+#    tool -> agent, desk; agent -> recording, sim; desk -> sim; recording -> routing -> messages -> platform;
+#    sim, conformance -> platform
 # Prints one line for each include that runs another way, and for each macro that an installed header should not
 # define, and fails.
 set -u
 cd "$(dirname "$0")/.." || exit
 
 rooms=
-for room in platform messages routing sim conformance agent desk tool tests fuzz bench examples; do
+for room in platform messages routing recording sim conformance agent desk tool tests fuzz bench examples; do
    [ -d $room ] && rooms="$rooms $room"
 done
 
@@ -22,13 +23,14 @@ BEGIN {
    may["platform"] = "platform/"
    may["messages"] = "platform/ messages/"
    may["routing"] = "platform/ messages/ routing/"
+   may["recording"] = "platform/ messages/ routing/ recording/"
    may["sim"] = "platform/ sim/"
    may["conformance"] = "platform/ conformance/"
    may["conformance/sim"] = "platform/ sim/ conformance/"
-   may["agent"] = "platform/ messages/ routing/ sim/ agent/"
+   may["agent"] = "platform/ messages/ routing/ recording/ sim/ agent/"
    may["desk"] = "platform/ sim/ desk/"
-   may["tool"] = "platform/ messages/ routing/ sim/ agent/ desk/ tool/"
-   everything = "platform/ messages/ routing/ sim/ conformance/ agent/ desk/ tool/ tests/ fuzz/ bench/ examples/"
+   may["tool"] = "platform/ messages/ routing/ recording/ sim/ agent/ desk/ tool/"
+   everything = "platform/ messages/ routing/ recording/ sim/ conformance/ agent/ desk/ tool/ tests/ fuzz/ bench/ examples/"
    may["tests"] = may["fuzz"] = may["bench"] = may["examples"] = everything
 }
 
@@ -51,9 +53,9 @@ FNR == 1 {
    if( !( place in may ) )
       place = part[1]
    isHeader = FILENAME ~ /\.(h|def)$/
-   isLibrary = FILENAME ~ /^(platform|messages|routing)\//
+   isLibrary = FILENAME ~ /^(platform|messages|routing|recording)\//
    isInstalled = isLibrary && isHeader && FILENAME !~ /^routing\/tcam\// \
-      && FILENAME != "platform/sdk/SdkNames.h"
+      && FILENAME != "platform/sdk/SdkNames.h" && ( FILENAME !~ /^recording\// || FILENAME ~ /Recorder.h$/ )
    isShipped = isInstalled || isHeader && FILENAME ~ /^(sim|conformance)\//
    mayNameTheSdk = FILENAME ~ /^routing\/.*\.cpp$/ || FILENAME ~ /^routing\/tcam\//
 }

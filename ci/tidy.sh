@@ -31,10 +31,10 @@ together() {
 {
    together tool agent desk tool
    together sim sim
-   together routing messages routing
+   together routing messages routing recording
    together conformance conformance
    together platform platform
-   sources platform messages routing sim conformance agent desk tool | sed 's/^/-*,misc-include-cleaner,misc-unused-* /'
+   sources platform messages routing recording sim conformance agent desk tool | sed 's/^/-*,misc-include-cleaner,misc-unused-* /'
 } | xargs -r -L 1 -P "$(nproc)" sh -c '
    clang-tidy-19 --quiet --checks="$1" "$2" -- -std=c++20 -I. -Wall -Wextra \
       -DVORMEL_ATOMIC_REFS=1 -DVORMEL_CHECKING=1 -DSTRATA_VERSION=\"\" 2>&1' sh |

@@ -42,6 +42,10 @@ function( install_headers component )
       PATTERN "platform/runtime/Registries.h" EXCLUDE
       PATTERN "routing/reactors/NestedReactors.h" EXCLUDE
       PATTERN "routing/tcam" EXCLUDE
+      PATTERN "recording/Journal.h" EXCLUDE
+      PATTERN "recording/JsonObject.h" EXCLUDE
+      PATTERN "recording/RecordingShim.h" EXCLUDE
+      PATTERN "recording/SdkText.h" EXCLUDE
       PATTERN "sim/switch/Values.h" EXCLUDE
       PATTERN "conformance/sim" EXCLUDE )
 endfunction()
@@ -72,7 +76,7 @@ set( pkgConfigDefinitions "" )
 foreach( definition IN LISTS headerDefinitions )
    string( APPEND pkgConfigDefinitions " -D${definition}" )
 endforeach()
-install_headers( dev platform messages routing )
+install_headers( dev platform messages routing recording )
 install_findable( strata-l3 dev )
 configure_package_config_file( cmake/strata-l3Config.cmake.in strata-l3Config.cmake
    INSTALL_DESTINATION ${packageDir}

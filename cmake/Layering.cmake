@@ -6,6 +6,7 @@ file( GLOB_RECURSE layeredFiles CONFIGURE_DEPENDS
    platform/*.h platform/*.cpp platform/*.def
    messages/*.h messages/*.cpp messages/*.def
    routing/*.h routing/*.cpp routing/*.def
+   recording/*.h recording/*.cpp
    sim/*.h sim/*.cpp sim/*.def
    agent/*.h agent/*.cpp
    desk/*.h desk/*.cpp

@@ -92,8 +92,7 @@ class Parts
             add( PartKind::reg, position( reg ), "register " + std::string( roleName( reg ) ) );
          U64 others = chip_.registerValue( reg );
          for( std::size_t k = 0; k < roleNames<RegisterField>.size(); ++k )
-            if( const auto field = static_cast<RegisterField>( k );
-                Sim::registerOf( field ) == reg ) {
+            if( const auto field = static_cast<RegisterField>( k ); registerOf( field ) == reg ) {
                part.fields.push_back( { std::string( roleName( field ) ),
                   std::to_string( Sim::registerField( others, field ) ), cause } );
                others = Sim::registerFieldSet( others, field, 0 );
@@ -111,8 +110,8 @@ class Parts
          for( std::size_t i = 0; i < roleNames<MemoryField>.size(); ++i ) {
             const auto field = static_cast<MemoryField>( i );
             part.fields.push_back( { std::string( roleName( field ) ),
-               Sim::isMacField( field ) ? Sim::memoryMacField( entry, field ).toString()
-                                        : std::to_string( Sim::memoryField( entry, field ) ),
+               isMacField( field ) ? Sim::memoryMacField( entry, field ).toString()
+                                   : std::to_string( Sim::memoryField( entry, field ) ),
                cause } );
          }
       }

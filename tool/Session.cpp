@@ -116,6 +116,7 @@ void Session::agentIs( AgentConfig config )
       return neededAtDeath( kind ) || console_.hears( kind );
    };
    config.keepsRecords = config_.keepsRecords;
+   config.recordingFile = config_.recordingFile;
    check( config ); // first, so that the old switch is kept if the new one is refused
    const std::string asked = config.hardware.profile;
    config.hardware = played( std::move( config.hardware ) );
@@ -331,8 +332,11 @@ void Session::end()
 void Session::childOf( ChildChannel& channel )
 {
    Vormel::assertionHookIs( nullptr );
+   // The files belong to the parent.
    if( packets_ )
-      packets_->captureEnd(); // the files belong to the parent
+      packets_->captureEnd();
+   if( agent_ )
+      agent_->recorder().leave();
    channel_ = &channel;
    console_.childOf( channel );
 }

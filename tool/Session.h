@@ -34,7 +34,8 @@ struct SessionConfig
 {
    std::string profile{}; // of all switches, instead of the one in their line; empty for that
    bool keepsRecords = true;
-   bool checking = false; // judges no expectation and writes no capture
+   bool checking = false;       // judges no expectation and writes no capture
+   std::string recordingFile{}; // of the switch; empty for none
    /// Gets the hardware calls, while the line that makes them runs.
    std::function<void( const Session&, const Sim::Record& )> callListener{};
 };

@@ -1,11 +1,12 @@
 // A whole agent in one main: brings the slice up on the tiny chip, switches routing on, makes an interface routed.
-// The porting guide explains the steps.
+// The porting guide explains the steps. `bring-up FILE` also records all of it in the file.
 #include "TinyEntryManager.h"
 
 #include "platform/runtime/Activity.h"
 #include "platform/runtime/Clock.h"
 #include "platform/state/AgentConfig.h"
 #include "platform/state/Interfaces.h"
+#include "recording/Recorder.h"
 #include "routing/RoutingStatusHelper.h"
 #include "routing/reactors/L3PeerMacArpRedirectSm.h"
 #include "routing/reactors/RoutingStatusSm.h"
@@ -20,15 +21,17 @@ VORMEL_ENTITY_TYPE( EntryManager, TINY_ENTRY_MANAGER_ATTRIBUTES )
 using namespace Strata;
 using Vormel::make;
 
-int main()
+int main( int argc, char** argv )
 {
    // 1. Once per process: the shim, the activity lock on the reactor thread, the clock that timers run on.
    Tiny::Chip chip;
    Tiny::Shim shim( chip );
-   sdkShimIs( &shim );
    const Vormel::LockAnchor lock( Vormel::activityLock() );
+   Recorder recorder( argc > 1 ? argv[ 1 ] : "" ); // without a file it passes everything on
+   sdkShimIs( &recorder.shim( shim ) );
    const auto clock = std::make_shared<Vormel::RealClock>();
    Vormel::activityManager().clockIs( clock );
+   recorder.clock( *clock );
 
    // 2. Inputs. An interface's logical port number comes before its port, and both before its forwarding model.
    const auto scsd = Tiny::sharedData( shim ); // chip attributes and unit table
@@ -44,6 +47,12 @@ int main()
       addInterface( IntfId::ethernet( port ), port );
    const auto mlagStatus = make<Mlag::Status>();
    const auto mlagHwStatus = make<Mlag::Hardware::Status>();
+   const auto miscConfig = make<StrataMiscConfig>();
+   recorder.sharedData( scsd );
+   recorder.input( "ethIntfStatusDir", interfaces );
+   recorder.input( "mlagStatus", mlagStatus );
+   recorder.input( "mlagHwStatus", mlagHwStatus );
+   recorder.input( "miscConfig", miscConfig );
 
    // 3. The helper, then the two inputs that its constructor does not take, then the chip.
    const Tiny::Log silent;
@@ -52,25 +61,29 @@ int main()
       /* recircStatus */ nullptr, interfaces, /* intfVlanIdTable */ nullptr,
       /* strataUrpfCommonData */ nullptr, /* virtualPortStatus */ nullptr,
       /* portSwTablePtr */ nullptr );
-   helper->tcamManagerIs( make<Tiny::EntryManager>( chip, silent ) );
+   recorder.helper( helper );
+   helper->tcamManagerIs( recorder.manager( "main", make<Tiny::EntryManager>( chip, silent ) ) );
    helper->l2McastTableAllocationIs( make<L2McastTableAllocationEnt>() );
-   helper->init( true, true );
-   helper->l3Init( true );
-   helper->doWriteIngConfig();
+   recorder.call( "init", true, true );
+   recorder.call( "l3Init", true );
+   recorder.call( "doWriteIngConfig" );
 
    // 4. The reactors. They follow the inputs from here on; ports that were there before are handled once.
-   const auto reactor = RoutingStatusSmIs( scsd, /* features */ nullptr, make<StrataMiscConfig>(),
-      helper, /* strataPbrInfo */ nullptr, interfaces, /* bastleSourceIpLookupConfig */ nullptr,
-      /* hwStatus */ nullptr, /* nexthopStatusDir */ nullptr );
-   reactor->handleStrataIntfToPort();
-   const auto redirect = l3PeerMacArpRedirectSmFactory( scsd, mlagStatus, mlagHwStatus, helper );
+   const auto reactor = recorder.make( "RoutingStatusSm", RoutingStatusSmIs, scsd,
+      /* features */ nullptr, miscConfig, helper, /* strataPbrInfo */ nullptr, interfaces,
+      /* bastleSourceIpLookupConfig */ nullptr, /* hwStatus */ nullptr,
+      /* nexthopStatusDir */ nullptr );
+   recorder.run( "handleStrataIntfToPort", [ & ] { reactor->handleStrataIntfToPort(); } );
+   const auto redirect = recorder.make( "L3PeerMacArpRedirectSm", l3PeerMacArpRedirectSmFactory,
+      scsd, mlagStatus, mlagHwStatus, helper );
 
    // 5. Configuration: the router's MAC, its my-station entry, routing on.
    helper->routerMacAddrIs( EthAddr::fromNumber( 0x0200a1000001 ) );
-   helper->handleTcamEntryL2ToCpu();
-   helper->addMyStationTcamEntry( 0, 1, helper->routerMacAddr(), false, 0, false, true, true );
+   recorder.call( "handleTcamEntryL2ToCpu" );
+   recorder.call(
+      "addMyStationTcamEntry", 0, 1, helper->routerMacAddr(), false, 0, false, true, true );
    helper->routerMacIndexIs( 1 );
-   helper->handleRouting( true, true );
+   recorder.call( "handleRouting", true, true );
 
    // 6. Events: every change of an input drives the slice.
    addInterface( IntfId::ethernet( 4 ), 4 );

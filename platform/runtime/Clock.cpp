@@ -49,6 +49,8 @@ void Clock::runUntil( double limit )
    for( Timer* timer = earliest(); timer && timer->nextTime_ <= limit; timer = earliest() ) {
       timeReached( timer->nextTime_ );
       timer->nextTime_ = Timer::never;
+      if( expiryListener_ )
+         expiryListener_( now() );
       timer->expired();
    }
 }

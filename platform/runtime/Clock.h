@@ -8,7 +8,9 @@
 #include "platform/runtime/Types.h"
 
 #include <chrono>
+#include <functional>
 #include <limits>
+#include <utility>
 #include <vector>
 
 namespace Vormel {
@@ -33,6 +35,10 @@ class VORMEL_EXPORT Clock
    /// Moves all timers to another clock; each keeps its remaining time.
    void timersMoveTo( Clock& next );
 
+   /// Called with the time of the clock before each handler of a timer runs. Empty for none.
+   using ExpiryListener = std::function<void( double now )>;
+   void expiryListenerIs( ExpiryListener listener ) { expiryListener_ = std::move( listener ); }
+
  protected:
    /// Runs the handlers that are due at `limit`, also those that handlers arm, until none is left: the earliest
    /// first, and the older timer first among equals. Calls timeReached() before each.
@@ -45,6 +51,7 @@ class VORMEL_EXPORT Clock
 
    std::vector<Timer*> timers_;
    U64 lastSerial_ = 0;
+   ExpiryListener expiryListener_;
 };
 
 class VORMEL_EXPORT Timer

@@ -106,6 +106,23 @@ VORMEL_ENUM_FROM( Register, U8, STRATA_SDK_REGISTERS )
    ROLE( DoNotCopyFromCpuToCpu, DO_NOT_COPY_FROM_CPU_TO_CPUf )
 VORMEL_ENUM_FROM( RegisterField, U8, STRATA_REGISTER_FIELDS )
 
+/// The register that the field, of one bit, belongs to.
+constexpr Register registerOf( RegisterField field )
+{
+   switch( field ) {
+   case RegisterField::MplsLabelMissToCpu:
+   case RegisterField::MplsTtlErrToCpu:
+      return Register::CpuControlM;
+   case RegisterField::UseMyStation1ForNonTunnels:
+   case RegisterField::Ip4UrpfOnL3Iif:
+   case RegisterField::Ip6UrpfOnL3Iif:
+      return Register::IngConfig64;
+   case RegisterField::DoNotCopyFromCpuToCpu:
+      return Register::IngMiscConfig;
+   }
+   return {};
+}
+
 #define STRATA_SDK_MEMORIES( ROLE ) \
    ROLE( MyStationTcam, MY_STATION_TCAMm )
 VORMEL_ENUM_FROM( Memory, U8, STRATA_SDK_MEMORIES )
@@ -124,6 +141,12 @@ VORMEL_ENUM_FROM( Memory, U8, STRATA_SDK_MEMORIES )
    ROLE( ArpRarpTermination, ARP_RARP_TERMINATION_ALLOWEDf )
 VORMEL_ENUM_FROM( MemoryField, U8, STRATA_MEMORY_FIELDS )
 // clang-format on
+
+/// Whether the field is a MAC address or its mask, which the shim has functions of their own for.
+constexpr bool isMacField( MemoryField field )
+{
+   return field == MemoryField::MacAddr || field == MemoryField::MacAddrMask;
+}
 
 /// Every operation of SdkOperations.def; its name is the SDK function it performs, "bcm_field_qualify_Ttl".
 enum class SdkOperation : U8

@@ -37,11 +37,6 @@ static U32 lowBits( U32 width )
    return width < 32 ? ( 1u << width ) - 1 : 0xFFFFFFFF;
 }
 
-bool isMacField( MemoryField field )
-{
-   return rowOf( places, field ).width == 48;
-}
-
 bool fitsMemoryField( MemoryField field, U32 data )
 {
    return !isMacField( field ) && data <= lowBits( rowOf( places, field ).width );

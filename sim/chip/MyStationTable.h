@@ -11,7 +11,6 @@
 namespace Strata::Sim {
 
 // A memory entry's fields; MAC addresses have separate accessors.
-bool isMacField( MemoryField field );
 bool fitsMemoryField( MemoryField field, U32 data );
 void memoryFieldSet( MemoryEntry& entry, MemoryField field, U32 data );
 void memoryFieldSet( MemoryEntry& entry, MemoryField field, const EthAddr& mac );

@@ -10,25 +10,19 @@ namespace Strata::Sim {
 struct FieldPlace
 {
    RegisterField role;
-   Register reg;
    U32 bit; // all fields are one bit wide
 };
 
 // In the order in which a register's fields are shown.
 static constexpr auto fieldPlaces = std::to_array<FieldPlace>( {
-   { RegisterField::MplsLabelMissToCpu, Register::CpuControlM, 5 },
-   { RegisterField::MplsTtlErrToCpu, Register::CpuControlM, 9 },
-   { RegisterField::UseMyStation1ForNonTunnels, Register::IngConfig64, 41 },
-   { RegisterField::Ip4UrpfOnL3Iif, Register::IngConfig64, 33 },
-   { RegisterField::Ip6UrpfOnL3Iif, Register::IngConfig64, 34 },
-   { RegisterField::DoNotCopyFromCpuToCpu, Register::IngMiscConfig, 12 },
+   { RegisterField::MplsLabelMissToCpu, 5 },
+   { RegisterField::MplsTtlErrToCpu, 9 },
+   { RegisterField::UseMyStation1ForNonTunnels, 41 },
+   { RegisterField::Ip4UrpfOnL3Iif, 33 },
+   { RegisterField::Ip6UrpfOnL3Iif, 34 },
+   { RegisterField::DoNotCopyFromCpuToCpu, 12 },
 } );
 static_assert( eachRoleHasARow( fieldPlaces ) );
-
-Register registerOf( RegisterField field )
-{
-   return rowOf( fieldPlaces, field ).reg;
-}
 
 U64 registerFieldSet( U64 value, RegisterField field, U32 data )
 {
@@ -58,7 +52,7 @@ std::string registerText( Register reg, U64 value )
 {
    std::string fields;
    for( const FieldPlace& place : fieldPlaces )
-      if( place.reg == reg )
+      if( registerOf( place.role ) == reg )
          fields += ( fields.empty() ? "" : ", " ) + std::string( roleName( place.role ) ) + " " +
                    std::to_string( registerField( value, place.role ) );
    return Vormel::format( "0x%x (%s)", value, fields );

@@ -10,7 +10,6 @@
 
 namespace Strata::Sim {
 
-Register registerOf( RegisterField field );
 U64 registerFieldSet( U64 value, RegisterField field, U32 data );
 U32 registerField( U64 value, RegisterField field );
 

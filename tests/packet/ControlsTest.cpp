@@ -153,7 +153,7 @@ TEST_F( ControlsTest, EveryRegisterFieldHasItsEffect )
       SCOPED_TRACE( roleName( row.field ) );
       bringUp( "register" );
       run( row.setup );
-      const Register reg = Sim::registerOf( row.field );
+      const Register reg = registerOf( row.field );
       for( const U32 value : { 1u, 0u } ) {
          chip().registerIs(
             reg, Sim::registerFieldSet( chip().registerValue( reg ), row.field, value ) );

@@ -22,6 +22,7 @@ std::vector<std::unique_ptr<Subcommand>> allSubcommands()
    std::vector<std::unique_ptr<Subcommand>> all;
    all.push_back( runSubcommand() );
    all.push_back( shellSubcommand() );
+   all.push_back( recordSubcommand() );
    all.push_back( diffSubcommand() );
    all.push_back( profilesSubcommand() );
    all.push_back( attributesSubcommand() );

@@ -89,7 +89,7 @@ std::vector<std::string_view> fieldsOf( Register reg )
 {
    std::vector<std::string_view> names;
    for( const std::string_view name : roleNames<RegisterField> )
-      if( Sim::registerOf( *Sim::findRegisterField( name ) ) == reg )
+      if( registerOf( *Sim::findRegisterField( name ) ) == reg )
          names.push_back( name );
    return names;
 }
@@ -104,7 +104,7 @@ Act expectRegister( const Session& session, Words& words )
                      "; there are " + joined( roleNames<Register> ) ) );
    const std::string fieldName = words.take( "a field of the register", "FIELD" ).text;
    const auto field = Sim::findRegisterField( fieldName );
-   if( !field || Sim::registerOf( *field ) != *reg )
+   if( !field || registerOf( *field ) != *reg )
       words.fail(
          regName + " has no field '" + fieldName + "'" +
          didYouMean( fieldName, fieldsOf( *reg ), "; it has " + joined( fieldsOf( *reg ) ) ) );

@@ -37,15 +37,15 @@ MemoryEntry entryAt( const Sim::MyStationTable& memory, U32 index )
 
 std::string fieldText( const MemoryEntry& entry, MemoryField field )
 {
-   return Sim::isMacField( field ) ? Sim::memoryMacField( entry, field ).toString()
-                                   : std::to_string( Sim::memoryField( entry, field ) );
+   return isMacField( field ) ? Sim::memoryMacField( entry, field ).toString()
+                              : std::to_string( Sim::memoryField( entry, field ) );
 }
 
 using SetField = std::function<void( MemoryEntry& )>;
 
 SetField takeField( Words& words, MemoryField field )
 {
-   if( Sim::isMacField( field ) )
+   if( isMacField( field ) )
       return [ field, mac = words.value<Vormel::EthAddr>( "the field's MAC address" ) ](
                 MemoryEntry& entry ) { Sim::memoryFieldSet( entry, field, mac ); };
    const U32 data = words.value<U32>( "the field's value" );

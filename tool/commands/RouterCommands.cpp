@@ -44,7 +44,7 @@ void removeStations( Session& session, const EthAddr& mac )
          if( !isPeers( index ) && Sim::memoryMacField( entry, MemoryField::MacAddr ) == mac )
             indexes.push_back( index );
       for( const U32 index : indexes )
-         RoutingStatusHelper::removeMyStationTcamEntry( unit, index );
+         session.agent().recorder().call( "removeMyStationTcamEntry", unit, index );
    }
    session.agent().helper()->routerMacIndexIs( myStationIdxInvalid() );
 }
@@ -56,12 +56,13 @@ void routerIs( Session& session, const EthAddr& mac, const std::vector<U32>& uni
    const auto& helper = session.agent().helper();
    const EthAddr before = helper->routerMacAddr();
    helper->routerMacAddrIs( mac );
-   helper->handleRouting( true, true );
+   session.agent().recorder().call( "handleRouting", true, true );
    if( !before.isZero() && before != mac )
       removeStations( session, before );
    const U32 index = stationIndex( session );
    for( const U32 unit : units )
-      RoutingStatusHelper::addMyStationTcamEntry( unit, index, mac, false, 0, false, false, true );
+      session.agent().recorder().call(
+         "addMyStationTcamEntry", unit, index, mac, false, U16{ 0 }, false, false, true );
    helper->routerMacIndexIs( index );
 }
 
@@ -71,7 +72,7 @@ void routerDel( Session& session )
    const auto& helper = session.agent().helper();
    removeStations( session, helper->routerMacAddr() );
    helper->routerMacAddrIs( EthAddr() );
-   helper->handleRouting( false, false );
+   session.agent().recorder().call( "handleRouting", false, false );
 }
 
 Act makeRouter( const Session& session, Words& words )

@@ -1,0 +1,375 @@
+#include "recording/Recorder.h"
+
+#include "platform/runtime/ChangeWatcher.h" // IWYU pragma: keep, the names of kinds of changes
+#include "platform/runtime/EntityType.h"
+#include "platform/runtime/Errors.h"
+#include "recording/Journal.h"
+#include "recording/RecordingShim.h"
+
+#include <map>
+#include <utility>
+#include <variant>
+#include <vector>
+
+namespace Strata {
+
+using Recording::appendQuoted;
+using Recording::Journal;
+using Recording::JsonObject;
+using Vormel::Attribute;
+using Vormel::Change;
+using Vormel::ChangeKind;
+using Vormel::Counted;
+using Vormel::Entity;
+using Vormel::Value;
+
+class Recorder::Impl
+{
+ public:
+   explicit Impl( const std::string& file )
+      : journal( file.empty() ? nullptr : std::make_shared<Journal>( file ) )
+   {
+      if( !journal )
+         return;
+      journal->write( "header", []( JsonObject& record ) {
+         record.add( "format", 1 );
+         record.add( "library", STRATA_VERSION );
+         record.add( "times", "nanoseconds since the start of the recording" );
+      } );
+   }
+   Impl( const Impl& ) = delete;
+   Impl& operator=( const Impl& ) = delete;
+   ~Impl()
+   {
+      if( !journal )
+         return;
+      journal->write( "stop", []( JsonObject& ) {} );
+      journal->close();
+   }
+
+   void addValue( std::string& text, const Value& value ) const;
+   void writeUnits( const StrataCommonSmData& scsd ) const;
+   /// Records the object's values, those of its members first, and watches it from now on.
+   void watch( const std::string& name, const Ref<const Entity>& entity );
+   void writeState( const std::string& name, const Entity& entity ) const;
+   void changed( const std::string& name, const Change& change );
+
+   /// Records an input, does the work that it is, and records its end.
+   template<class Fill, class Work>
+   void during( std::string_view record, Fill fill, Work work );
+
+   const std::shared_ptr<Journal> journal; // null without a file
+   std::vector<std::unique_ptr<Recording::RecordingShim>> shims;
+   Ref<RoutingStatusHelper> helper;
+   std::map<const Counted*, std::string> names; // of objects
+
+ private:
+   class Watch;
+   /// The name of a member that is an object: "nexthops.nexthopStatus[red]".
+   static std::string memberName(
+      const std::string& object, const Attribute& attribute, std::string_view key )
+   {
+      return object + "." + std::string( attribute.info().name ) + "[" + std::string( key ) + "]";
+   }
+   void watchMember( const std::string& name, const Value& value );
+   void addValues( JsonObject& values, const Attribute& attribute, const Entity& entity ) const;
+
+   std::map<std::string, std::unique_ptr<Watch>> watches_; // by the object's name
+};
+
+class Recorder::Impl::Watch final : public Vormel::Subscriber
+{
+ public:
+   Watch( Impl& impl, std::string name, Ref<const Entity> entity )
+      : impl_( impl ),
+        name_( std::move( name ) ),
+        entity_( std::move( entity ) )
+   {
+      entity_->subscriberAdd( *this );
+   }
+   Watch( const Watch& ) = delete;
+   Watch& operator=( const Watch& ) = delete;
+   ~Watch()
+   {
+      impl_.names.erase( entity_.get() );
+      entity_->subscriberDel( *this );
+   }
+
+   void onChange( const Change& change ) noexcept override { impl_.changed( name_, change ); }
+
+ private:
+   Impl& impl_;
+   const std::string name_;
+   const Ref<const Entity> entity_;
+};
+
+void Recorder::Impl::addValue( std::string& text, const Value& value ) const
+{
+   if( const auto* const string = std::get_if<std::string>( &value ) )
+      return appendQuoted( text, *string );
+   if( const auto* const object = std::get_if<Vormel::ObjectRef>( &value ); object && *object ) {
+      const auto known = names.find( object->get() );
+      return appendQuoted( text, known == names.end() ? "another object" : known->second );
+   }
+   const bool none = std::holds_alternative<std::monostate>( value ) ||
+                     std::holds_alternative<Vormel::ObjectRef>( value );
+   text += none ? "null" : toText( value );
+}
+
+void Recorder::Impl::writeUnits( const StrataCommonSmData& scsd ) const
+{
+   for( const auto& i : scsd.units() )
+      journal->write( "unit", [ & ]( JsonObject& record ) {
+         const StrataUnit& unit = *scsd.units().find( i.key() );
+         const ChipAttributes chip = strataAttributes().chipAttributes( unit.chipInfo );
+         record.add( "unit", i.key() );
+         record.add( "model", std::string_view( unit.chipInfo.model ) );
+         record.add( "modId", unit.modId );
+         record.add( "ports", std::string_view( unit.ports.toString() ) );
+         if( unit.loopbackPort )
+            record.add( "loopbackPort", *unit.loopbackPort );
+         record.add( "hasIpOptionsProfile", unit.hasIpOptionsProfile );
+         record.add( "usesHsdk", chip.usesHsdk() );
+         record.add( "supportsSocCalls", chip.supportsSocCalls() );
+#define STRATA_CAPABILITY( name, meaning ) record.add( #name, chip.name );
+         STRATA_CHIP_CAPABILITIES( STRATA_CAPABILITY )
+#undef STRATA_CAPABILITY
+      } );
+}
+
+void Recorder::Impl::addValues(
+   JsonObject& values, const Attribute& attribute, const Entity& entity ) const
+{
+   const Vormel::AttributeInfo& info = attribute.info();
+   std::string& text = values.at( info.name );
+   if( info.keyType.empty() )
+      return addValue( text, attribute.read( entity ) );
+   JsonObject members( text );
+   for( const auto& [ key, value ] : attribute.members( entity ) )
+      addValue( members.at( toText( key ) ), value );
+}
+
+void Recorder::Impl::writeState( const std::string& name, const Entity& entity ) const
+{
+   journal->write( "state", [ & ]( JsonObject& record ) {
+      record.add( "object", std::string_view( name ) );
+      record.add( "type", entity.entityType().name() );
+      JsonObject values( record.at( "attributes" ) );
+      for( const auto& attribute : entity.entityType().attributes() )
+         addValues( values, *attribute, entity );
+   } );
+}
+
+void Recorder::Impl::watchMember( const std::string& name, const Value& value )
+{
+   const auto* const object = std::get_if<Vormel::ObjectRef>( &value );
+   if( const auto* const entity = object ? dynamic_cast<const Entity*>( object->get() ) : nullptr )
+      watch( name, Ref<const Entity>( entity ) );
+}
+
+void Recorder::Impl::watch( const std::string& name, const Ref<const Entity>& entity )
+{
+   const auto& attributes = entity->entityType().attributes();
+   for( const auto& attribute : attributes )
+      if( attribute->holdsObject() && !attribute->info().keyType.empty() )
+         for( const auto& [ key, value ] : attribute->members( *entity ) )
+            watchMember( memberName( name, *attribute, toText( key ) ), value );
+   watches_.erase( name ); // before its successor enters the object's name
+   watches_[ name ] = std::make_unique<Watch>( *this, name, entity );
+   names[ entity.get() ] = name;
+   writeState( name, *entity );
+}
+
+void Recorder::Impl::changed( const std::string& name, const Change& change )
+{
+   const Entity& entity = change.publisher;
+   const Attribute& attribute = entity.entityType().attribute( change.number );
+   const std::string key = change.key.text();
+   const bool isCollection = !attribute.info().keyType.empty();
+   const bool isGone = change.kind == ChangeKind::Removed;
+   const Value value = isGone         ? Value()
+                       : isCollection ? attribute.read( entity, key )
+                                      : attribute.read( entity );
+   if( isCollection && !isGone )
+      watchMember( memberName( name, attribute, key ), value );
+   const bool isInput = attribute.info().maintainer == "agent";
+   const U64 number = journal->write( isInput ? "input" : "notify", [ & ]( JsonObject& record ) {
+      if( !isInput )
+         record.add( "cause", journal->cause() );
+      record.add( "object", std::string_view( name ) );
+      record.add( "attribute", attribute.info().name );
+      record.add( "change", Vormel::enumName( change.kind ) );
+      if( isCollection )
+         record.add( "key", std::string_view( key ) );
+      if( !isGone )
+         addValue( record.at( "value" ), value );
+   } );
+   if( isInput )
+      journal->causeIs( number );
+   if( isCollection && isGone )
+      watches_.erase( memberName( name, attribute, key ) );
+}
+
+template<class Fill, class Work>
+void Recorder::Impl::during( std::string_view record, Fill fill, Work work )
+{
+   if( !journal )
+      return work();
+   const U64 number = journal->write( record, fill );
+   const U64 before = journal->causeIs( number );
+   const auto ends = [ & ]( auto add ) {
+      journal->write( "returned", [ & ]( JsonObject& end ) {
+         end.add( "of", number );
+         add( end );
+      } );
+      journal->causeIs( before );
+   };
+   try {
+      work();
+   } catch( const std::exception& error ) {
+      ends( [ & ]( JsonObject& end ) { end.add( "error", error.what() ); } );
+      throw;
+   }
+   ends( []( JsonObject& ) {} );
+}
+
+Recorder::Recorder( const std::string& file ) : impl_( std::make_unique<Impl>( file ) ) {}
+
+Recorder::~Recorder() = default;
+
+bool Recorder::recording() const
+{
+   return impl_->journal && impl_->journal->open();
+}
+
+void Recorder::leave()
+{
+   if( impl_->journal )
+      impl_->journal->close();
+}
+
+SdkShimInterface& Recorder::shim( SdkShimInterface& next )
+{
+   if( !impl_->journal )
+      return next;
+   impl_->shims.push_back( std::make_unique<Recording::RecordingShim>( next, *impl_->journal ) );
+   return *impl_->shims.back();
+}
+
+Ref<StrataBoundedTcamEntryManager> Recorder::manager(
+   const std::string& name, const Ref<StrataBoundedTcamEntryManager>& next )
+{
+   if( !next || !impl_->journal )
+      return next;
+   const auto made = Vormel::make<Recording::RecordingManager>( name, next, impl_->journal );
+   impl_->names[ made.get() ] = name;
+   return made;
+}
+
+Ref<StrataTcamGroupManager> Recorder::groupManager( const Ref<StrataTcamGroupManager>& next )
+{
+   if( !next || !impl_->journal )
+      return next;
+   const auto made = Vormel::make<Recording::RecordingGroupManager>( next, impl_->journal );
+   impl_->names[ made.get() ] = "groups";
+   return made;
+}
+
+void Recorder::sharedData( const Ref<StrataCommonSmData>& scsd )
+{
+   if( impl_->journal )
+      impl_->writeUnits( *scsd );
+   input( "scsd", scsd );
+}
+
+void Recorder::input( const std::string& name, const Ref<const Entity>& entity )
+{
+   if( impl_->journal )
+      impl_->watch( name, entity );
+}
+
+void Recorder::helper( const Ref<RoutingStatusHelper>& helper )
+{
+   impl_->helper = helper;
+   input( "helper", helper );
+}
+
+void Recorder::clock( Vormel::Clock& clock )
+{
+   if( !impl_->journal )
+      return;
+   clock.expiryListenerIs( [ journal = impl_->journal ]( double now ) {
+      journal->causeIs( journal->write(
+         "timer", [ & ]( JsonObject& record ) { record.at( "now" ) += toText( Value( now ) ); } ) );
+   } );
+}
+
+Value Recorder::callWith( std::string_view operation, std::span<const Value> arguments )
+{
+   if( !impl_->helper )
+      throw Vormel::AccessError(
+         "'" + std::string( operation ) + "' cannot be called: the recorder has no helper yet" );
+   const Vormel::Operation& called = impl_->helper->entityType().operation( operation );
+   Value result;
+   impl_->during(
+      "call",
+      [ & ]( JsonObject& record ) {
+         record.add( "operation", operation );
+         std::string& text = record.at( "arguments" );
+         text += '[';
+         for( const Value& argument : arguments ) {
+            if( text.back() != '[' )
+               text += ',';
+            impl_->addValue( text, argument );
+         }
+         text += ']';
+      },
+      [ & ] { result = called.call( *impl_->helper, arguments ); } );
+   return result;
+}
+
+void Recorder::runWith( std::string_view record, std::string_view what,
+   std::initializer_list<const Counted*> inputs, const std::function<void()>& work )
+{
+   impl_->during(
+      record,
+      [ & ]( JsonObject& object ) {
+         object.add( "what", what );
+         std::string& text = object.at( "inputs" );
+         text += '[';
+         for( const Counted* const input : inputs ) {
+            if( text.back() != '[' )
+               text += ',';
+            impl_->addValue( text, Vormel::ObjectRef( input ) );
+         }
+         text += ']';
+      },
+      work );
+}
+
+void Recorder::trace( const Vormel::TraceRecord& record )
+{
+   if( !impl_->journal )
+      return;
+   impl_->journal->write( "trace", [ & ]( JsonObject& object ) {
+      object.add( "cause", impl_->journal->cause() );
+      object.add( "handle", record.handle );
+      object.add( "level", record.level );
+      object.add( "function", record.function );
+      object.add( "text", record.text );
+   } );
+}
+
+void Recorder::log( const Vormel::SyslogRecord& record )
+{
+   if( !impl_->journal )
+      return;
+   impl_->journal->write( "log", [ & ]( JsonObject& object ) {
+      object.add( "cause", impl_->journal->cause() );
+      object.add( "key", record.handle.key() );
+      object.add( "severity", static_cast<U32>( record.handle.severity() ) );
+      object.add( "text", record.text );
+   } );
+}
+
+} // namespace Strata

@@ -1,0 +1,131 @@
+// SDK calls as JSON: the names of roles in place of the SDK's numbers.
+#pragma once
+
+#include "platform/sdk/SdkShimInterface.h"
+#include "recording/JsonObject.h"
+
+#include <array>
+#include <optional>
+#include <string_view>
+#include <type_traits>
+
+namespace Strata::Recording {
+
+/// The names of an SDK's numbers, which do not change while a process runs.
+class SdkNames
+{
+ public:
+   explicit SdkNames( const SdkShimInterface& shim );
+
+   const SdkShimInterface& shim() const { return shim_; }
+   std::string_view codeName( int code ) const;
+   /// The name of an operation's number; nothing for an argument that is a plain number.
+   std::optional<std::string_view> nameOf(
+      SdkOperation operation, std::string_view argument, S64 number ) const;
+   std::optional<Register> registerOf( S64 number ) const;
+   bool isSet( VlanFlag flag, U32 flags ) const
+   {
+      return ( flags & vlanFlags_[ static_cast<std::size_t>( flag ) ] ) != 0;
+   }
+   /// The bits of no role, in their order, without gaps where the roles have theirs.
+   U32 otherFlags( U32 flags ) const;
+
+ private:
+   template<class Role, class Number>
+   using Numbers = std::array<Number, roleNames<Role>.size()>;
+
+   const SdkShimInterface& shim_;
+   int success_;
+   int unavailable_;
+   U32 exact_;
+   int anyPort_;
+   int chipWidePort_;
+   int anyBlock_;
+   U8 stpForward_;
+   Numbers<FieldAction, int> fieldActions_;
+   Numbers<FieldIpType, int> ipTypes_;
+   Numbers<PacketResult, U32> packetResults_;
+   Numbers<SwitchControl, int> switchControls_;
+   Numbers<PortControl, int> portControls_;
+   Numbers<VlanFlag, U32> vlanFlags_;
+   Numbers<IpOptionAction, int> ipOptionActions_;
+   Numbers<Register, int> registers_;
+   Numbers<Memory, int> memories_;
+};
+
+/// The arguments and results of one call.
+class SdkCallJson
+{
+ public:
+   /// `names` is the operation's column of arguments.
+   SdkCallJson( const SdkNames& sdk, SdkOperation operation, std::string_view names )
+      : sdk_( sdk ),
+        operation_( operation ),
+        names_( names )
+   {}
+
+   /// Adds what the caller gives.
+   template<class... Arguments>
+   void addArguments( JsonObject& object, const Arguments&... arguments )
+   {
+      ( add( object, nextName(), arguments, false ), ... );
+   }
+   /// Adds what the call has filled.
+   template<class... Arguments>
+   void addResults( JsonObject& object, const Arguments&... arguments )
+   {
+      ( add( object, nextName(), arguments, true ), ... );
+   }
+
+ private:
+   std::string_view nextName();
+
+   /// Adds the argument if it is of the wanted direction: only a pointer to what is not const is a result.
+   template<class Argument>
+   void add( JsonObject& object, std::string_view name, const Argument& argument, bool results )
+   {
+      if constexpr( std::is_pointer_v<Argument> ) {
+         if( std::is_const_v<std::remove_pointer_t<Argument>> != results )
+            addValue( object, name, *argument );
+      } else if( !results )
+         addValue( object, name, argument );
+      else if( name == "reg" )
+         register_ = sdk_.registerOf( toNumber( argument ) );
+   }
+   template<class Argument>
+   static S64 toNumber( const Argument& argument )
+   {
+      if constexpr( std::is_integral_v<Argument> )
+         return static_cast<S64>( argument );
+      else
+         return -1;
+   }
+
+   template<std::integral Number>
+   void addValue( JsonObject& object, std::string_view name, Number number )
+   {
+      if( name == "reg" )
+         register_ = sdk_.registerOf( static_cast<S64>( number ) );
+      if( const auto role = sdk_.nameOf( operation_, name, static_cast<S64>( number ) ) )
+         return object.add( name, *role );
+      if constexpr( std::is_same_v<Number, U32> || std::is_same_v<Number, U64> )
+         if( const auto reg = registerOfValue( name ) )
+            return addRegister( object, name, *reg, number );
+      object.add( name, number );
+   }
+   void addValue( JsonObject& object, std::string_view name, const EthAddr& mac ) const;
+   void addValue( JsonObject& object, std::string_view name, const PortBitmap& ports ) const;
+   void addValue( JsonObject& object, std::string_view name, const VlanControl& control ) const;
+   void addValue( JsonObject& object, std::string_view name, const MemoryEntry& entry ) const;
+
+   std::optional<Register> registerOfValue( std::string_view name ) const;
+   template<class Number>
+   void addRegister( JsonObject& object, std::string_view name, Register reg, Number value ) const;
+
+   const SdkNames& sdk_;
+   SdkOperation operation_;
+   std::string_view names_;
+   std::optional<Register> register_; // of the call
+};
+
+} // namespace Strata::Recording

@@ -1,0 +1,50 @@
+// strata-l3 record: runs a scenario and records what the agent does.
+#include "tool/cli/ConsoleOptions.h"
+#include "tool/cli/Subcommand.h"
+
+namespace Strata::Tool {
+
+namespace {
+
+class Record : public Subcommand
+{
+ public:
+   CLI::App* declare( CLI::App& app ) override
+   {
+      CLI::App* const record =
+         app.add_subcommand( "record", "Run a scenario, and record its agent in a file" );
+      record->add_option( "scenario", file_, "The scenario file; - is standard input" )->required();
+      record->add_option( "-o,--output", recording_, "The recording" )->required();
+      options_.declare( *record );
+      return record;
+   }
+
+   ExitStatus run( Terminal& terminal ) override
+   {
+      const TraceLevels levels;
+      try {
+         options_.setTraceLevels();
+         ConsoleConfig config = options_.config( terminal, file_ );
+         Console console( terminal.out, terminal.err, config );
+         return runScenario( file_, console,
+            { .keepsRecords = options_.keepsRecords(), .recordingFile = recording_ } );
+      } catch( const std::exception& error ) {
+         terminal.err << "strata-l3 record: " << error.what() << std::endl;
+         return ExitStatus::error;
+      }
+   }
+
+ private:
+   std::string file_;
+   std::string recording_;
+   ConsoleOptions options_;
+};
+
+} // namespace
+
+std::unique_ptr<Subcommand> recordSubcommand()
+{
+   return std::make_unique<Record>();
+}
+
+} // namespace Strata::Tool
