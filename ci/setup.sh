@@ -16,6 +16,7 @@ build='
 libcli11-dev /usr/include/CLI/CLI.hpp
 nlohmann-json3-dev /usr/include/nlohmann/json.hpp
 libedit-dev /usr/include/histedit.h
+libtins-dev /usr/include/tins/tins.h
 libpcap-dev /usr/include/pcap/pcap.h
 libgtest-dev /usr/include/gtest/gtest.h
 libgmock-dev /usr/include/gmock/gmock.h

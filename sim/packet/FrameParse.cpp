@@ -1,6 +1,6 @@
 // A chip's parser, byte by byte. It reads as far as the frame is well formed, keeps the headers up to there, and
-// does not trust lengths. Lengths are checked against the frame's length on the wire; a capture may have fewer bytes,
-// which ends the parsing early.
+// does not trust lengths. libtins cannot be used for this, because it accepts a packet only as a whole. Lengths are
+// checked against the frame's length on the wire; a capture may have fewer bytes, which ends the parsing early.
 #include "platform/runtime/Errors.h"
 #include "platform/runtime/Format.h"
 #include "sim/packet/Frame.h"

@@ -1,10 +1,22 @@
-// Frames from words: layers from the outside in.
+// Frames from words: layers from the outside in, built by libtins.
 #include "platform/runtime/Errors.h"
 #include "platform/types/EthAddr.h"
 #include "tool/Session.h"
 #include "tool/packet/CaptureFile.h"
-#include "tool/packet/FrameLayers.h"
 #include "tool/packet/PacketWords.h"
+
+#include <tins/arp.h>
+#include <tins/endianness.h>
+#include <tins/ethernetII.h>
+#include <tins/exceptions.h>
+#include <tins/icmp.h>
+#include <tins/icmpv6.h>
+#include <tins/ip.h>
+#include <tins/ipv6.h>
+#include <tins/mpls.h>
+#include <tins/rawpdu.h>
+#include <tins/tcp.h>
+#include <tins/udp.h>
 
 #include <algorithm>
 #include <array>
@@ -18,7 +30,6 @@ namespace Strata::Tool {
 namespace {
 
 using Sim::Bytes;
-using Sim::IpAddress;
 using Sim::longestFrame;
 using Vormel::EthAddr;
 
@@ -62,7 +73,7 @@ class FrameBuilder
       checkNoLink();
       if( words_.accept( "length" ) )
          pad( words_.value<U32>( "the frame's length in bytes, without a tag" ) );
-      Sim::Frame frame( frame_.bytes() );
+      Sim::Frame frame( frame_.serialize() );
       if( badChecksum_ ) {
          Bytes bytes = frame.bytes();
          bytes[ frame.headers().l3Offset + 4 * frame.headers().mpls.size() + 10 ] ^= 0xFF;
@@ -93,18 +104,22 @@ class FrameBuilder
       return mac;
    }
 
+   static Tins::HWAddress<6> tinsMac( const EthAddr& mac ) { return { mac.bytes().data() }; }
+
    void takeLink( std::vector<Sim::VlanTag>& tags )
    {
       // The priority of the last tag; before there is one, that of a priority tag.
       const auto tag = [ & ]() -> Sim::VlanTag& {
          return tags.empty() ? tags.emplace_back() : tags.back();
       };
+      frame_.src_addr( tinsMac( EthAddr( 2, 0, 0, 0, 0, 1 ) ) );
+      frame_.dst_addr( tinsMac( EthAddr( 2, 0, 0, 0, 0, 2 ) ) );
       Words::Taken taken;
       for( ;; ) {
          if( words_.acceptOnce( "dmac", taken ) )
-            frame_.dstMac = takeMac( "the destination's MAC address" );
+            frame_.dst_addr( tinsMac( takeMac( "the destination's MAC address" ) ) );
          else if( words_.acceptOnce( "smac", taken ) )
-            frame_.srcMac = takeMac( "the source's MAC address" );
+            frame_.src_addr( tinsMac( takeMac( "the source's MAC address" ) ) );
          else if( words_.accept( "vlan" ) ) {
             if( tag().vlanId != 0 ) {
                tags.emplace_back();
@@ -170,147 +185,153 @@ class FrameBuilder
    void other()
    {
       // Smaller numbers are lengths.
-      frame_.addOther(
-         static_cast<U16>( words_.number( "an EtherType, as in 0x88b5,", 0x600, 0xFFFF ) ),
-         Bytes( 46, 0 ) );
+      frame_.payload_type(
+         static_cast<U16>( words_.number( "an EtherType, as in 0x88b5,", 0x600, 0xFFFF ) ) );
+      frame_ /= Tins::RawPDU( Bytes( 46, 0 ) );
    }
 
    void arp()
    {
       static constexpr std::array<std::string_view, 2> operations{ "request", "reply" };
       const bool reply = words_.choose( "an ARP operation", operations ) == "reply";
-      IpAddress sender;
-      IpAddress wanted;
+      Tins::ARP arp;
+      arp.opcode( reply ? Tins::ARP::REPLY : Tins::ARP::REQUEST );
+      arp.sender_hw_addr( frame_.src_addr() );
+      if( reply )
+         arp.target_hw_addr( frame_.dst_addr() );
       Words::Taken taken;
       for( ;; ) {
          if( words_.acceptOnce( "from", taken ) )
-            sender = takeV4();
+            arp.sender_ip_addr( takeV4() );
          else if( words_.acceptOnce( "for", taken ) )
-            wanted = takeV4();
+            arp.target_ip_addr( takeV4() );
          else
             break;
       }
-      frame_.addArp( reply ? 2 : 1, reply ? frame_.dstMac : EthAddr(), sender, wanted );
+      frame_ /= arp;
    }
 
-   IpAddress takeV4()
+   Tins::IPv4Address takeV4()
    {
-      const IpAddress address = takeAddress( words_, "an IPv4 address" );
+      const Sim::IpAddress address = takeAddress( words_, "an IPv4 address" );
       if( address.isV6() )
          words_.fail( address.toString() + " is not an IPv4 address such as 10.1.0.1" );
-      return address;
+      return Tins::IPv4Address( address.toString() );
    }
 
-   IpAddress takeV6()
+   Tins::IPv6Address takeV6()
    {
-      const IpAddress address = takeAddress( words_, "an IPv6 address" );
+      const Sim::IpAddress address = takeAddress( words_, "an IPv6 address" );
       if( !address.isV6() )
          words_.fail( address.toString() + " is not an IPv6 address such as 2001:db8::1" );
-      return address;
+      return Tins::IPv6Address( address.toString() );
    }
 
    void ipv4()
    {
-      IpAddress source = IpAddress::v4( 0x0A000001 );
-      IpAddress destination = IpAddress::v4( 0x0A000002 );
-      U8 ttl = 64;
-      bool options = false;
+      Tins::IP ip( "10.0.0.2", "10.0.0.1" );
+      ip.ttl( 64 );
       Words::Taken taken;
       for( ;; ) {
          if( words_.acceptOnce( "src", taken ) )
-            source = takeV4();
+            ip.src_addr( takeV4() );
          else if( words_.acceptOnce( "dst", taken ) )
-            destination = takeV4();
+            ip.dst_addr( takeV4() );
          else if( words_.acceptOnce( "ttl", taken ) )
-            ttl = words_.value<U8>( "a TTL" );
+            ip.ttl( words_.value<U8>( "a TTL" ) );
          else if( words_.acceptOnce( "options", taken ) )
-            options = true;
+            for( int i = 0; i < 4; ++i )
+               ip.noop();
          else if( words_.acceptOnce( "bad-checksum", taken ) )
             badChecksum_ = true;
          else
             break;
       }
-      frame_.addIpv4( source, destination, ttl, options );
       if( words_.accept( "icmp" ) )
-         frame_.addIcmp();
+         frame_ /= ip / Tins::ICMP();
       else if( words_.accept( "igmp" ) )
-         igmp( destination );
+         igmp( ip );
       else if( words_.accept( "protocol" ) )
-         frame_.addProtocol( words_.value<U8>( "a protocol number" ), Bytes( 8, 0 ) );
+         protocolIs( ip, words_.value<U8>( "a protocol number" ) );
       else
-         transport();
+         transport( ip );
    }
 
    /// A version 2 report of the group that the packet goes to.
-   void igmp( const IpAddress& destination )
+   void igmp( Tins::IP& ip )
    {
-      const U32 group = destination.v4Number();
+      const U32 group = Tins::Endian::be_to_host<U32>( U32( ip.dst_addr() ) );
       U32 sum = 0x1600 + ( group >> 16 ) + ( group & 0xFFFF );
       sum = ~( ( sum & 0xFFFF ) + ( sum >> 16 ) );
       Bytes report{ 0x16, 0, static_cast<U8>( sum >> 8 ), static_cast<U8>( sum ) };
       for( int shift = 24; shift >= 0; shift -= 8 )
          report.push_back( static_cast<U8>( group >> shift ) );
-      frame_.addProtocol( Sim::ipProtocolIgmp, report );
+      ip.protocol( Sim::ipProtocolIgmp );
+      frame_ /= ip / Tins::RawPDU( report );
+   }
+
+   void protocolIs( Tins::IP& ip, U8 protocol )
+   {
+      ip.protocol( protocol );
+      frame_ /= ip / Tins::RawPDU( Bytes( 8, 0 ) );
    }
 
    void ipv6()
    {
-      IpAddress source = *IpAddress::parse( "2001:db8::1" );
-      IpAddress destination = *IpAddress::parse( "2001:db8::2" );
-      U8 hopLimit = 64;
-      bool hopByHop = false;
+      Tins::IPv6 ip( "2001:db8::2", "2001:db8::1" );
+      ip.hop_limit( 64 );
       Words::Taken taken;
       for( ;; ) {
          if( words_.acceptOnce( "src", taken ) )
-            source = takeV6();
+            ip.src_addr( takeV6() );
          else if( words_.acceptOnce( "dst", taken ) )
-            destination = takeV6();
+            ip.dst_addr( takeV6() );
          else if( words_.acceptOnce( "ttl", taken ) )
-            hopLimit = words_.value<U8>( "a hop limit" );
+            ip.hop_limit( words_.value<U8>( "a hop limit" ) );
          else if( words_.acceptOnce( "hop-by-hop", taken ) )
-            hopByHop = true;
+            ip.add_header( { Tins::IPv6::HOP_BY_HOP, 6, Bytes{ 1, 4, 0, 0, 0, 0 }.data() } );
          else
             break;
       }
-      frame_.addIpv6( source, destination, hopLimit, hopByHop );
       if( words_.accept( "icmp" ) )
-         frame_.addIcmp();
+         frame_ /= ip / Tins::ICMPv6();
       else
-         transport();
+         transport( ip );
    }
 
    /// UDP by default.
-   void transport()
+   template<class Ip>
+   void transport( const Ip& ip )
    {
-      Words::Taken taken;
+      frame_ /= ip;
       if( words_.accept( "tcp" ) ) {
-         const Sim::L4Ports ports = takeL4Ports( 80, taken );
-         frame_.addTcp( ports.source, ports.destination );
+         Words::Taken taken;
+         frame_ /= takePorts( Tins::TCP( 80, 40000 ), taken );
       } else {
          words_.accept( "udp" );
          udp();
       }
    }
 
-   Sim::L4Ports takeL4Ports( U16 destination, Words::Taken& taken )
+   template<class Layer>
+   Layer takePorts( Layer layer, Words::Taken& taken )
    {
-      Sim::L4Ports ports{ 40000, destination };
       for( ;; ) {
          if( words_.acceptOnce( "sport", taken ) )
-            ports.source = words_.value<U16>( "a port" );
+            layer.sport( words_.value<U16>( "a port" ) );
          else if( words_.acceptOnce( "dport", taken ) )
-            ports.destination = words_.value<U16>( "a port" );
+            layer.dport( words_.value<U16>( "a port" ) );
          else
-            return ports;
+            return layer;
       }
    }
 
    void udp()
    {
       Words::Taken taken;
-      const Sim::L4Ports ports = takeL4Ports( 53, taken );
+      Tins::UDP udp = takePorts( Tins::UDP( 53, 40000 ), taken );
       if( !words_.accept( "vxlan" ) ) {
-         frame_.addUdp( ports.source, ports.destination );
+         frame_ /= udp;
          return;
       }
       if( taken.contains( "dport" ) )
@@ -319,17 +340,21 @@ class FrameBuilder
          words_.fail(
             "tunnels in tunnels are at most " + std::to_string( deepestTunnel ) + " deep here" );
       const U32 vni = takeVni( words_ );
-      frame_.addUdp( ports.source, Sim::udpPortVxlan );
-      frame_.addPayload( { 0x08, 0, 0, 0, static_cast<U8>( vni >> 16 ), static_cast<U8>( vni >> 8 ),
-         static_cast<U8>( vni ), 0 } );
-      frame_.addPayload( FrameBuilder( session_, words_, depth_ + 1 ).take() );
+      udp.dport( Sim::udpPortVxlan );
+      Bytes payload{ 0x08, 0, 0, 0, static_cast<U8>( vni >> 16 ), static_cast<U8>( vni >> 8 ),
+         static_cast<U8>( vni ), 0 };
+      const Bytes inner = FrameBuilder( session_, words_, depth_ + 1 ).take();
+      payload.insert( payload.end(), inner.begin(), inner.end() );
+      frame_ /= udp / Tins::RawPDU( payload );
    }
 
    void mpls()
    {
       do {
-         const U32 label = takeLabel( words_, "a label" );
-         frame_.addMpls( label, words_.accept( "ttl" ) ? words_.value<U8>( "a TTL" ) : U8{ 64 } );
+         Tins::MPLS label;
+         label.label( takeLabel( words_, "a label" ) );
+         label.ttl( words_.accept( "ttl" ) ? words_.value<U8>( "a TTL" ) : U8{ 64 } );
+         frame_ /= label;
       } while( words_.accept( "mpls" ) );
       if( words_.accept( "ipv6" ) )
          return ipv6();
@@ -339,17 +364,19 @@ class FrameBuilder
 
    void pad( U32 length )
    {
-      const std::size_t now = std::max( frame_.unpaddedLength(), Sim::shortestFrame );
+      const U32 now = frame_.size();
       if( length < now || length > longestFrame )
          words_.fail( "this frame can be " + std::to_string( now ) + " to " +
                       std::to_string( longestFrame ) + " bytes long" );
-      frame_.addPayload( Bytes( length - frame_.unpaddedLength(), 0 ) );
+      // The trailer of a short frame is removed when the payload grows.
+      const U32 carried = length - ( now - frame_.trailer_size() );
+      frame_ /= Tins::RawPDU( Bytes( carried, 0 ) );
    }
 
    const Session& session_;
    Words& words_;
    U32 depth_;
-   FrameLayers frame_;
+   Tins::EthernetII frame_;
    bool badChecksum_ = false;
 };
 
@@ -384,7 +411,11 @@ Sim::Frame takeFrame( const Session& session, Words& words )
          }
       } );
    }
-   return checkedFrame( Sim::Frame( FrameBuilder( session, words ).take() ) );
+   try {
+      return checkedFrame( Sim::Frame( FrameBuilder( session, words ).take() ) );
+   } catch( const Tins::exception_base& error ) {
+      words.fail( std::string( "such a frame cannot be built: " ) + error.what() );
+   }
 }
 
 } // namespace Strata::Tool
