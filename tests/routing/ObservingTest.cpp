@@ -49,11 +49,11 @@ TEST_F( ObservingTest, ASnapshotHasEveryAttributeWithItsValue )
 
 TEST_F( ObservingTest, JsonTextsAreValidWhateverIsInThem )
 {
-   const std::string odd = "\"\\\n\t\x01 é € 𝄞 \u0800 \uD7FF \U00010000";
+   const std::string odd = "\"\\\n\t\x01 é € 𝄞 \u0800 \uD7FF \U00010000 \U0010FFFF";
    EXPECT_EQ( json::parse( Vormel::jsonString( odd ) ), odd );
    EXPECT_EQ( Vormel::jsonString( " ~" ), "\" ~\"" ); // nothing is escaped without need
    for( const std::string_view broken : { "\xFF", "a\xC3", "\xE2\x82", "\xC0\x80", "\xED\xA0\x80",
-           "\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80", "\x80z" } )
+           "\xE0\x9F\xBF", "\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80", "\x80z" } )
       EXPECT_NE( json::parse( Vormel::jsonString( broken ) ).get<std::string>().find( "\uFFFD" ),
          std::string::npos );
 }
