@@ -186,10 +186,14 @@ void Recorder::Impl::changed( const std::string& name, const Change& change )
    const Attribute& attribute = entity.entityType().attribute( change.number );
    const std::string key = change.key.text();
    const bool isCollection = !attribute.info().keyType.empty();
-   const bool isGone = change.kind == ChangeKind::Removed;
-   const Value value = isGone         ? Value()
-                       : isCollection ? attribute.read( entity, key )
-                                      : attribute.read( entity );
+   bool isGone = change.kind == ChangeKind::Removed;
+   Value value;
+   if( !isGone )
+      try {
+         value = isCollection ? attribute.read( entity, key ) : attribute.read( entity );
+      } catch( const Vormel::Error& ) {
+         isGone = true; // an earlier subscriber has removed it
+      }
    if( isCollection && !isGone )
       watchMember( memberName( name, attribute, key ), value );
    const bool isInput = attribute.info().maintainer == "agent";

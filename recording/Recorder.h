@@ -45,9 +45,9 @@ class VORMEL_EXPORT Recorder
    /// Ends the recording without its last record, as a copy of the process has to: the file is its parent's.
    void leave();
 
-   /// The shim to set with sdkShimIs(), which passes all calls to `next`. It lives as long as the recorder. While an
-   /// operation is recorded, the shim's questions about fields of registers and memories are asked without the activity
-   /// lock. Requires: `next` outlives the recorder.
+   /// The shim to set with sdkShimIs(), which passes all calls to `next`. It lives as long as the recorder. It asks
+   /// `next` about fields of registers and memories, and for texts of codes, also while the activity lock is released.
+   /// Requires: `next` outlives the recorder.
    SdkShimInterface& shim( SdkShimInterface& next );
    /// The manager to give to the helper in place of `next`. Null for null.
    Ref<StrataBoundedTcamEntryManager> manager(

@@ -55,6 +55,23 @@ std::string_view nextName( std::string_view& names )
    return name;
 }
 
+std::string_view groupName( TcamGroup group )
+{
+   switch( group ) {
+   case TcamGroup::urpfSingleWide:
+      return "urpfSingleWide";
+   case TcamGroup::urpfDoubleWide:
+      return "urpfDoubleWide";
+   case TcamGroup::ttlCheck:
+      return "ttlCheck";
+   case TcamGroup::phpLspPing:
+      return "phpLspPing";
+   case TcamGroup::peerMacArp:
+      return "peerMacArp";
+   }
+   return "unknown";
+}
+
 } // namespace
 
 RecordingManager::RecordingManager(
@@ -124,7 +141,7 @@ Ref<StrataBoundedTcamEntryManager> RecordingGroupManager::boundedTcamEntryManage
    }
    Ref<RecordingManager>& kept = managers_[ group ];
    if( !kept || &kept->next() != manager.get() )
-      kept = Vormel::make<RecordingManager>( Vormel::enumText( group ), manager, journal_ );
+      kept = Vormel::make<RecordingManager>( std::string( groupName( group ) ), manager, journal_ );
    return kept;
 }
 

@@ -137,13 +137,13 @@ struct MemberName
    friend bool operator==( const MemberName&, const MemberName& ) = default;
    friend U64 hashValue( const MemberName& name, U32 seed )
    {
-      const std::string_view text = name.text;
+      const std::string_view whole = name.text;
       U64 first = 0, last = 0;
-      if( text.size() < sizeof first )
-         return Vormel::hashValue( text, seed );
-      std::memcpy( &first, text.data(), sizeof first );
-      std::memcpy( &last, text.data() + text.size() - sizeof last, sizeof last );
-      return hashMix( ( first + text.size() ) ^ std::rotl( last, 32 ), seed );
+      if( whole.size() < sizeof first )
+         return Vormel::hashValue( whole, seed );
+      std::memcpy( &first, whole.data(), sizeof first );
+      std::memcpy( &last, whole.data() + whole.size() - sizeof last, sizeof last );
+      return hashMix( ( first + whole.size() ) ^ std::rotl( last, 32 ), seed );
    }
 };
 

@@ -3,7 +3,6 @@
 #pragma once
 
 #include "platform/runtime/Attributes.h"
-#include "platform/runtime/Enum.h"
 #include "platform/runtime/Export.h"
 #include "platform/types/PortBitmap.h"
 
@@ -44,8 +43,14 @@ class VORMEL_EXPORT StrataBoundedTcamEntryManager : public StrataTcamEntryManage
 constexpr U32 mainRangeIds = 53;
 
 /// The assignments of the group manager that the slice uses.
-VORMEL_ENUM( TcamGroup, U32, urpfSingleWide = 53, urpfDoubleWide = 55, ttlCheck = 147,
-   phpLspPing = 148, peerMacArp = 149 )
+enum class TcamGroup : U32
+{
+   urpfSingleWide = 53,
+   urpfDoubleWide = 55,
+   ttlCheck = 147,
+   phpLspPing = 148,
+   peerMacArp = 149,
+};
 
 class VORMEL_EXPORT StrataTcamGroupManager : public Vormel::Entity
 {

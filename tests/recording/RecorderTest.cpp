@@ -61,8 +61,20 @@ std::vector<std::string> callsOf( const std::vector<Json>& lines )
    return calls;
 }
 
+/// The members that docs/recording.md has of each kind of record.
+std::map<std::string, std::string> readPage()
+{
+   std::map<std::string, std::string> rows;
+   std::ifstream page( "docs/recording.md" );
+   for( std::string line; std::getline( page, line ); )
+      if( line.starts_with( "| `" ) )
+         rows[ line.substr( 3, line.find( '`', 3 ) - 3 ) ] = line;
+   return rows;
+}
+
 TEST( Recorder, HasEveryCallOfEveryScenarioAndChangesNothing )
 {
+   const auto page = readPage();
    const std::string plain = testing::TempDir() + "plain.json";
    const std::string beside = testing::TempDir() + "beside.json";
    const std::string file = testing::TempDir() + "every.recording";
@@ -80,9 +92,18 @@ TEST( Recorder, HasEveryCallOfEveryScenarioAndChangesNothing )
       const auto transcript = callsOf( readLines( beside ) );
       EXPECT_EQ( transcript, callsOf( readLines( plain ) ) );
       // Of a scenario with several switches, the recording has the last.
-      auto recorded = callsOf( readLines( file ) );
+      const auto records = readLines( file );
+      const auto recorded = callsOf( records );
       ASSERT_LE( recorded.size(), transcript.size() );
       EXPECT_TRUE( std::equal( recorded.rbegin(), recorded.rend(), transcript.rbegin() ) );
+      for( const Json& record : records ) {
+         const auto kind = record.at( "record" ).get<std::string>();
+         ASSERT_TRUE( page.contains( kind ) ) << kind;
+         for( const auto& [ member, value ] : record.items() )
+            EXPECT_TRUE( page.contains( member ) || value.is_boolean() ||
+                         page.at( kind ).find( "`" + member + "`" ) != std::string::npos )
+               << kind << " has " << member;
+      }
    }
 }
 

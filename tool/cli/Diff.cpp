@@ -17,16 +17,16 @@ namespace {
 using nlohmann::ordered_json;
 
 /// A hardware call, with the names of roles instead of the SDK's numbers.
-struct Call
+struct MadeCall
 {
    std::string text;
    std::string line; // that made it, with its place
 };
 
 /// What a scenario did.
-struct Outcome
+struct RunOutcome
 {
-   std::vector<Call> calls;
+   std::vector<MadeCall> calls;
    Desk::SwitchState state;
 };
 
@@ -34,14 +34,15 @@ struct Outcome
 struct Divergence
 {
    std::size_t number; // of the call; the first is 1
-   const Call* a;      // null behind the last call
-   const Call* b;
-   std::vector<const Call*> before; // in both, at most five
+   const MadeCall* a;  // null behind the last call
+   const MadeCall* b;
+   std::vector<const MadeCall*> before; // in both, at most five
 };
 
-std::optional<Divergence> firstDivergence( const std::vector<Call>& a, const std::vector<Call>& b )
+std::optional<Divergence> firstDivergence(
+   const std::vector<MadeCall>& a, const std::vector<MadeCall>& b )
 {
-   const auto [ inA, inB ] = std::ranges::mismatch( a, b, {}, &Call::text, &Call::text );
+   const auto [ inA, inB ] = std::ranges::mismatch( a, b, {}, &MadeCall::text, &MadeCall::text );
    if( inA == a.end() && inB == b.end() )
       return std::nullopt;
    const auto index = static_cast<std::size_t>( inA - a.begin() );
@@ -67,8 +68,8 @@ class Diff : public Subcommand
 
    ExitStatus run( Terminal& terminal ) override
    {
-      Outcome a;
-      Outcome b;
+      RunOutcome a;
+      RunOutcome b;
       for( const auto& [ file, outcome ] : { std::pair( &a_, &a ), std::pair( &b_, &b ) } )
          if( const ExitStatus status = runInto( *outcome, *file, terminal );
              status == ExitStatus::error )
@@ -86,7 +87,7 @@ class Diff : public Subcommand
 
  private:
    /// The scenario's own output is left away; its errors are not.
-   static ExitStatus runInto( Outcome& outcome, const std::string& file, Terminal& terminal )
+   static ExitStatus runInto( RunOutcome& outcome, const std::string& file, Terminal& terminal )
    {
       std::ofstream nothing( "/dev/null" );
       ConsoleConfig config;
@@ -103,7 +104,7 @@ class Diff : public Subcommand
       } );
    }
 
-   void writeText( Terminal& terminal, const Outcome& a,
+   void writeText( Terminal& terminal, const RunOutcome& a,
       const std::optional<Divergence>& divergence, const Table& table ) const
    {
       std::ostream& out = terminal.out;
@@ -111,7 +112,7 @@ class Diff : public Subcommand
          out << "Hardware calls: the same, " << a.calls.size() << '\n';
       else {
          out << "Hardware calls: number " << divergence->number << " is the first that differs\n";
-         for( const Call* const call : divergence->before )
+         for( const MadeCall* const call : divergence->before )
             out << "   in both  " << call->text << '\n';
          for( const auto& [ file, call ] :
             { std::pair( &a_, divergence->a ), std::pair( &b_, divergence->b ) } )
@@ -130,20 +131,20 @@ class Diff : public Subcommand
       }
    }
 
-   static ordered_json callJson( const Call* call )
+   static ordered_json callJson( const MadeCall* call )
    {
       if( !call )
          return nullptr;
       return { { "call", call->text }, { "line", call->line } };
    }
 
-   static ordered_json resultJson( const Outcome& a, const Outcome& b,
+   static ordered_json resultJson( const RunOutcome& a, const RunOutcome& b,
       const std::optional<Divergence>& divergence, const Table& table )
    {
       ordered_json first;
       if( divergence ) {
          auto before = ordered_json::array();
-         for( const Call* const call : divergence->before )
+         for( const MadeCall* const call : divergence->before )
             before.push_back( call->text );
          first = { { "number", divergence->number }, { "before", before },
             { "first", callJson( divergence->a ) }, { "second", callJson( divergence->b ) } };

@@ -6,7 +6,7 @@ namespace Strata::Tool {
 
 namespace {
 
-class Record : public Subcommand
+class RecordSubcommand : public Subcommand
 {
  public:
    CLI::App* declare( CLI::App& app ) override
@@ -44,7 +44,7 @@ class Record : public Subcommand
 
 std::unique_ptr<Subcommand> recordSubcommand()
 {
-   return std::make_unique<Record>();
+   return std::make_unique<RecordSubcommand>();
 }
 
 } // namespace Strata::Tool
