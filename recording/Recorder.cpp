@@ -56,7 +56,7 @@ class Recorder::Impl
 
    /// Records an input, does the work that it is, and records its end.
    template<class Fill, class Work>
-   void during( std::string_view record, Fill fill, Work work );
+   void during( std::string_view record, Fill fill, const Work& work );
 
    const std::shared_ptr<Journal> journal; // null without a file
    std::vector<std::unique_ptr<Recording::RecordingShim>> shims;
@@ -215,7 +215,7 @@ void Recorder::Impl::changed( const std::string& name, const Change& change )
 }
 
 template<class Fill, class Work>
-void Recorder::Impl::during( std::string_view record, Fill fill, Work work )
+void Recorder::Impl::during( std::string_view record, Fill fill, const Work& work )
 {
    if( !journal )
       return work();
