@@ -70,7 +70,7 @@ struct Difference
    std::string field; // empty for a whole part
    std::optional<std::string> before{};
    std::optional<std::string> after{};
-   Sim::Cause cause{}; // of the later value; empty if there is none
+   Sim::Cause cause{}; // of the later value; empty without one
 };
 
 /// In the order of parts, and within a part in that of its fields. Empty if both hold the same, whatever caused it.

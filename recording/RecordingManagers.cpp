@@ -1,3 +1,4 @@
+#include "platform/sdk/ArgumentNames.h"
 #include "platform/sdk/SdkShimInterface.h"
 #include "recording/RecordingShim.h"
 
@@ -46,15 +47,6 @@ void addValue( JsonObject& object, std::string_view name, const RequestKey& key 
    addValue( members, "detail", key.detail );
 }
 
-std::string_view nextName( std::string_view& names )
-{
-   const auto begin = names.find_first_not_of( "( ," );
-   const auto end = names.find_first_of( " ,)", begin );
-   const std::string_view name = names.substr( begin, end - begin );
-   names.remove_prefix( end );
-   return name;
-}
-
 std::string_view groupName( TcamGroup group )
 {
    switch( group ) {
@@ -91,7 +83,7 @@ Result RecordingManager::recorded(
       record.add( "manager", std::string_view( name_ ) );
       record.add( "call", method );
       JsonObject given( record.at( "arguments" ) );
-      ( addValue( given, nextName( names ), arguments ), ... );
+      ( addValue( given, takeArgumentName( names ), arguments ), ... );
    } );
    const auto end = [ & ]( auto... result ) {
       journal_->write( "end", [ & ]( JsonObject& record ) {

@@ -115,15 +115,6 @@ U32 SdkNames::otherFlags( U32 flags ) const
    return others;
 }
 
-std::string_view SdkCallJson::nextName()
-{
-   const auto begin = names_.find_first_not_of( "( ," );
-   const auto end = names_.find_first_of( " ,)", begin );
-   const std::string_view name = names_.substr( begin, end - begin );
-   names_.remove_prefix( end );
-   return name;
-}
-
 void SdkCallJson::addValue( JsonObject& object, std::string_view name, const EthAddr& mac ) const
 {
    object.add( name, std::string_view( mac.toString() ) );

@@ -1,6 +1,7 @@
 // SDK calls as JSON: the names of roles in place of the SDK's numbers.
 #pragma once
 
+#include "platform/sdk/ArgumentNames.h"
 #include "platform/sdk/SdkShimInterface.h"
 #include "recording/JsonObject.h"
 
@@ -68,18 +69,16 @@ class SdkCallJson
    template<class... Arguments>
    void addArguments( JsonObject& object, const Arguments&... arguments )
    {
-      ( add( object, nextName(), arguments, false ), ... );
+      ( add( object, takeArgumentName( names_ ), arguments, false ), ... );
    }
    /// Adds what the call has filled.
    template<class... Arguments>
    void addResults( JsonObject& object, const Arguments&... arguments )
    {
-      ( add( object, nextName(), arguments, true ), ... );
+      ( add( object, takeArgumentName( names_ ), arguments, true ), ... );
    }
 
  private:
-   std::string_view nextName();
-
    /// Adds the argument if it is of the wanted direction: only a pointer to what is not const is a result.
    template<class Argument>
    void add( JsonObject& object, std::string_view name, const Argument& argument, bool results )

@@ -14,15 +14,6 @@ std::string SdkCallText::text() const
    return std::string( roleName( operation_ ) ) + "( " + arguments_ + " )";
 }
 
-std::string_view SdkCallText::nextName()
-{
-   const auto begin = names_.find_first_not_of( "( ," );
-   const auto end = names_.find_first_of( " ,)", begin );
-   const std::string_view name = names_.substr( begin, end - begin );
-   names_.remove_prefix( end );
-   return name;
-}
-
 void SdkCallText::addNumber( std::string_view name, RecordField field, const std::string& text )
 {
    fields_.push_back( std::move( field ) );

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/runtime/Types.h"
+#include "platform/sdk/ArgumentNames.h"
 #include "platform/sdk/SdkShimInterface.h"
 #include "sim/sdk/SdkCodes.h"
 #include "sim/sdk/SdkNumbers.h"
@@ -26,7 +27,7 @@ class SdkCallText
         operation_( operation ),
         names_( names )
    {
-      ( add( nextName(), arguments ), ... );
+      ( add( takeArgumentName( names_ ), arguments ), ... );
    }
 
    /// "bcm_field_lock( unit 0 )"
@@ -34,7 +35,6 @@ class SdkCallText
    std::vector<RecordField> fields() const { return fields_; }
 
  private:
-   std::string_view nextName();
    void add( std::string_view name, U8 value ) { add( name, U32{ value } ); }
    void add( std::string_view name, U16 value ) { add( name, U32{ value } ); }
    void add( std::string_view name, U32 value );
