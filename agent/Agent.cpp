@@ -94,7 +94,7 @@ Ref<RoutingStatusHelper> Agent::newHelper()
       recorder_.groupManager( hw.tcamGroupManager() ), hw.pbrInfo(),
       config_.fabricMode.value_or( hw.profile().fabricMode ), hw.mlagStatus(), hw.mlagHwStatus(),
       hw.recircStatus(), hw.ethIntfStatusDir(), hw.intfVlanIdTable(), hw.urpfCommonData(),
-      hw.virtualPortStatus(), hw.portSwTable() );
+      hw.virtualPortStatus(), recorder_.portSwTable( hw.portSwTable() ) );
 }
 
 Agent::Values Agent::valuesOf( const Entity& object ) const

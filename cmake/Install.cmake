@@ -45,6 +45,7 @@ function( install_headers component )
       PATTERN "recording/Journal.h" EXCLUDE
       PATTERN "recording/JsonObject.h" EXCLUDE
       PATTERN "recording/RecordingShim.h" EXCLUDE
+      PATTERN "recording/SdkDictionary.h" EXCLUDE
       PATTERN "recording/SdkText.h" EXCLUDE
       PATTERN "sim/switch/Values.h" EXCLUDE
       PATTERN "conformance/sim" EXCLUDE )

@@ -41,7 +41,8 @@ Journal::Journal( const std::string& file )
 
 Journal::~Journal()
 {
-   ::close( file_ );
+   if( file_ >= 0 )
+      ::close( file_ );
 }
 
 void Journal::begin( JsonObject& object, std::string_view record ) const
@@ -54,6 +55,7 @@ void Journal::begin( JsonObject& object, std::string_view record ) const
 
 void Journal::writeLine()
 {
+   line_ += '\n';
    for( std::string_view rest = line_; !rest.empty(); ) {
       const ssize_t written = ::write( file_, rest.data(), rest.size() );
       if( written >= 0 )

@@ -1,5 +1,5 @@
 // The file of a recording: one record a line, numbered, each written by one write(2) when it is complete, so that a
-// process that is killed loses none. Safe from any thread.
+// process that is killed loses none. Safe from any thread. Instead of a file, a function may get the records.
 #pragma once
 
 #include "recording/JsonObject.h"
@@ -7,9 +7,11 @@
 #include <atomic>
 #include <chrono>
 #include <exception>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace Strata::Recording {
 
@@ -18,6 +20,9 @@ class Journal
  public:
    /// Replaces the file. std::system_error if it cannot be opened.
    explicit Journal( const std::string& file );
+   /// Gives the records to the function, each without the end of its line.
+   using Reader = std::function<void( std::string_view record )>;
+   explicit Journal( Reader reader ) : reader_( std::move( reader ) ) {}
    Journal( const Journal& ) = delete;
    Journal& operator=( const Journal& ) = delete;
    ~Journal();
@@ -36,7 +41,7 @@ class Journal
       std::string failure;
       U64 number;
       {
-         const std::lock_guard guard( mutex_ );
+         std::unique_lock guard( mutex_ );
          number = ++number_;
          if( !open_ )
             return number;
@@ -47,8 +52,12 @@ class Journal
                begin( object, record );
                fill( object );
             }
-            line_ += '\n';
-            writeLine();
+            if( reader_ ) {
+               const std::string line = line_; // the reader may cause further records
+               guard.unlock();
+               reader_( line );
+            } else
+               writeLine();
             return number;
          } catch( const std::exception& error ) {
             open_ = false;
@@ -71,7 +80,8 @@ class Journal
 
    std::mutex mutex_;
    std::string line_;
-   int file_;
+   int file_ = -1;
+   Reader reader_;
    std::atomic<bool> open_{ true };
    std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
    U64 number_ = 0;

@@ -26,8 +26,7 @@ using Vormel::Value;
 class Recorder::Impl
 {
  public:
-   explicit Impl( const std::string& file )
-      : journal( file.empty() ? nullptr : std::make_shared<Journal>( file ) )
+   explicit Impl( std::shared_ptr<Journal> records ) : journal( std::move( records ) )
    {
       if( !journal )
          return;
@@ -48,7 +47,8 @@ class Recorder::Impl
    }
 
    void addValue( std::string& text, const Value& value ) const;
-   void writeUnits( const StrataCommonSmData& scsd ) const;
+   /// Records the units that differ from what is recorded of them.
+   void writeUnits();
    /// Records the object's values, those of its members first, and watches it from now on.
    void watch( const std::string& name, const Ref<const Entity>& entity );
    void writeState( const std::string& name, const Entity& entity ) const;
@@ -57,11 +57,16 @@ class Recorder::Impl
    /// Records an input, does the work that it is, and records its end.
    template<class Fill, class Work>
    void during( std::string_view record, Fill fill, const Work& work );
+   /// The same for access to an attribute, unless it is the agent's own.
+   template<class Work>
+   void access( std::string_view record, const Ref<Entity>& object, const Attribute& attribute,
+      const Value& key, const Value& value, const Work& work );
 
    const std::shared_ptr<Journal> journal; // null without a file
    std::vector<std::unique_ptr<Recording::RecordingShim>> shims;
    Ref<RoutingStatusHelper> helper;
    std::map<const Counted*, std::string> names; // of objects
+   Ref<const StrataCommonSmData> scsd;
 
  private:
    class Watch;
@@ -73,9 +78,16 @@ class Recorder::Impl
    }
    void watchMember( const std::string& name, const Value& value );
    void addValues( JsonObject& values, const Attribute& attribute, const Entity& entity ) const;
+   void writeUnit( U16 number, const StrataUnit& unit ) const;
 
    std::map<std::string, std::unique_ptr<Watch>> watches_; // by the object's name
+   std::map<U16, StrataUnit> units_;                       // as recorded
 };
+
+static bool isOfAgent( const Attribute& attribute )
+{
+   return attribute.info().maintainer == "agent";
+}
 
 class Recorder::Impl::Watch final : public Vormel::Subscriber
 {
@@ -116,25 +128,37 @@ void Recorder::Impl::addValue( std::string& text, const Value& value ) const
    text += none ? "null" : toText( value );
 }
 
-void Recorder::Impl::writeUnits( const StrataCommonSmData& scsd ) const
+void Recorder::Impl::writeUnits()
 {
-   for( const auto& i : scsd.units() )
-      journal->write( "unit", [ & ]( JsonObject& record ) {
-         const StrataUnit& unit = *scsd.units().find( i.key() );
-         const ChipAttributes chip = strataAttributes().chipAttributes( unit.chipInfo );
-         record.add( "unit", i.key() );
-         record.add( "model", std::string_view( unit.chipInfo.model ) );
-         record.add( "modId", unit.modId );
-         record.add( "ports", std::string_view( unit.ports.toString() ) );
-         if( unit.loopbackPort )
-            record.add( "loopbackPort", *unit.loopbackPort );
-         record.add( "hasIpOptionsProfile", unit.hasIpOptionsProfile );
-         record.add( "usesHsdk", chip.usesHsdk() );
-         record.add( "supportsSocCalls", chip.supportsSocCalls() );
+   if( !scsd )
+      return;
+   for( const auto& i : scsd->units() ) {
+      const StrataUnit& unit = *scsd->units().find( i.key() );
+      const auto known = units_.find( i.key() );
+      if( known != units_.end() && known->second == unit )
+         continue;
+      units_.insert_or_assign( i.key(), unit );
+      writeUnit( i.key(), unit );
+   }
+}
+
+void Recorder::Impl::writeUnit( U16 number, const StrataUnit& unit ) const
+{
+   journal->write( "unit", [ & ]( JsonObject& record ) {
+      const ChipAttributes chip = strataAttributes().chipAttributes( unit.chipInfo );
+      record.add( "unit", number );
+      record.add( "model", std::string_view( unit.chipInfo.model ) );
+      record.add( "modId", unit.modId );
+      record.add( "ports", std::string_view( unit.ports.toString() ) );
+      if( unit.loopbackPort )
+         record.add( "loopbackPort", *unit.loopbackPort );
+      record.add( "hasIpOptionsProfile", unit.hasIpOptionsProfile );
+      record.add( "usesHsdk", chip.usesHsdk() );
+      record.add( "supportsSocCalls", chip.supportsSocCalls() );
 #define STRATA_CAPABILITY( name, meaning ) record.add( #name, chip.name );
-         STRATA_CHIP_CAPABILITIES( STRATA_CAPABILITY )
+      STRATA_CHIP_CAPABILITIES( STRATA_CAPABILITY )
 #undef STRATA_CAPABILITY
-      } );
+   } );
 }
 
 void Recorder::Impl::addValues(
@@ -196,7 +220,9 @@ void Recorder::Impl::changed( const std::string& name, const Change& change )
       }
    if( isCollection && !isGone )
       watchMember( memberName( name, attribute, key ), value );
-   const bool isInput = attribute.info().maintainer == "agent";
+   const bool isInput = isOfAgent( attribute );
+   if( isInput )
+      writeUnits();
    const U64 number = journal->write( isInput ? "input" : "notify", [ & ]( JsonObject& record ) {
       if( !isInput )
          record.add( "cause", journal->cause() );
@@ -214,11 +240,31 @@ void Recorder::Impl::changed( const std::string& name, const Change& change )
       watches_.erase( memberName( name, attribute, key ) );
 }
 
+template<class Work>
+void Recorder::Impl::access( std::string_view record, const Ref<Entity>& object,
+   const Attribute& attribute, const Value& key, const Value& value, const Work& work )
+{
+   if( isOfAgent( attribute ) ) // the change is an input of its own
+      return work();
+   during(
+      record,
+      [ & ]( JsonObject& members ) {
+         addValue( members.at( "object" ), Vormel::ObjectRef( object ) );
+         members.add( "attribute", attribute.info().name );
+         if( !std::holds_alternative<std::monostate>( key ) )
+            members.add( "key", std::string_view( toText( key ) ) );
+         if( record == "set" )
+            addValue( members.at( "value" ), value );
+      },
+      work );
+}
+
 template<class Fill, class Work>
 void Recorder::Impl::during( std::string_view record, Fill fill, const Work& work )
 {
    if( !journal )
       return work();
+   writeUnits();
    const U64 number = journal->write( record, fill );
    const U64 before = journal->causeIs( number );
    const auto ends = [ & ]( auto add ) {
@@ -237,7 +283,13 @@ void Recorder::Impl::during( std::string_view record, Fill fill, const Work& wor
    ends( []( JsonObject& ) {} );
 }
 
-Recorder::Recorder( const std::string& file ) : impl_( std::make_unique<Impl>( file ) ) {}
+Recorder::Recorder( const std::string& file )
+   : impl_( std::make_unique<Impl>( file.empty() ? nullptr : std::make_shared<Journal>( file ) ) )
+{}
+
+Recorder::Recorder( std::function<void( std::string_view record )> reader )
+   : impl_( std::make_unique<Impl>( std::make_shared<Journal>( std::move( reader ) ) ) )
+{}
 
 Recorder::~Recorder() = default;
 
@@ -266,6 +318,7 @@ Ref<StrataBoundedTcamEntryManager> Recorder::manager(
    if( !next || !impl_->journal )
       return next;
    const auto made = Vormel::make<Recording::RecordingManager>( name, next, impl_->journal );
+   made->describe();
    impl_->names[ made.get() ] = name;
    return made;
 }
@@ -279,10 +332,20 @@ Ref<StrataTcamGroupManager> Recorder::groupManager( const Ref<StrataTcamGroupMan
    return made;
 }
 
+Ref<PortSwTable> Recorder::portSwTable( const Ref<PortSwTable>& next )
+{
+   if( !next || !impl_->journal )
+      return next;
+   const auto made = Vormel::make<Recording::RecordingPortSwTable>( next, impl_->journal );
+   impl_->names[ made.get() ] = "portSwTable";
+   return made;
+}
+
 void Recorder::sharedData( const Ref<StrataCommonSmData>& scsd )
 {
+   impl_->scsd = scsd;
    if( impl_->journal )
-      impl_->writeUnits( *scsd );
+      impl_->writeUnits();
    input( "scsd", scsd );
 }
 
@@ -330,6 +393,27 @@ Value Recorder::callWith( std::string_view operation, std::span<const Value> arg
       },
       [ & ] { result = called.call( *impl_->helper, arguments ); } );
    return result;
+}
+
+void Recorder::set(
+   const Ref<Entity>& object, const Attribute& attribute, const Value& key, const Value& value )
+{
+   impl_->access( "set", object, attribute, key, value, [ & ] {
+      if( attribute.info().keyType.empty() )
+         attribute.write( *object, value );
+      else
+         attribute.write( *object, key, value );
+   } );
+}
+
+void Recorder::del( const Ref<Entity>& object, const Attribute& attribute, const Value& key )
+{
+   impl_->access( "del", object, attribute, key, {}, [ & ] {
+      if( std::holds_alternative<std::monostate>( key ) )
+         attribute.delAll( *object );
+      else
+         attribute.del( *object, key );
+   } );
 }
 
 void Recorder::runWith( std::string_view record, std::string_view what,

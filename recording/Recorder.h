@@ -11,11 +11,13 @@
 #pragma once
 
 #include "platform/runtime/Clock.h"
+#include "platform/runtime/EntityType.h"
 #include "platform/runtime/Export.h"
 #include "platform/runtime/Syslog.h"
 #include "platform/runtime/Trace.h"
 #include "platform/sdk/SdkShimInterface.h"
 #include "platform/sdk/TcamEntryManager.h"
+#include "platform/state/PortSwTable.h"
 #include "routing/RoutingStatusHelper.h"
 
 #include <array>
@@ -35,6 +37,9 @@ class VORMEL_EXPORT Recorder
    /// Replaces the file; records nothing if its name is empty. std::system_error if it cannot be written. A record that cannot be written later ends the
    /// recording, which a trace of the handle StrataRecording at level 1 reports; the agent goes on.
    explicit Recorder( const std::string& file );
+   /// Gives each record, one JSON object without the end of its line, to the function, in place of a file. The function is
+   /// called on the thread that causes the record, and may cause further ones.
+   explicit Recorder( std::function<void( std::string_view record )> reader );
    Recorder( const Recorder& ) = delete;
    Recorder& operator=( const Recorder& ) = delete;
    /// Requires: nothing uses the shim of this recorder any more.
@@ -55,7 +60,11 @@ class VORMEL_EXPORT Recorder
    /// The same for the managers that the group manager has, at present and later.
    Ref<StrataTcamGroupManager> groupManager( const Ref<StrataTcamGroupManager>& next );
 
-   /// Records the units, and all values of the shared data, and their changes from now on.
+   /// The software port table to give to the helper in place of `next`: its answers are recorded. Null for null.
+   Ref<PortSwTable> portSwTable( const Ref<PortSwTable>& next );
+
+   /// Records the units, and all values of the shared data, and their changes from now on; those of units before the next
+   /// input.
    void sharedData( const Ref<StrataCommonSmData>& scsd );
    /// Records all values of the input, which the recording knows by this name, and its changes from now on, each before
    /// the subscribers that come later get it. Objects in its collections are watched as long as they are members.
@@ -75,6 +84,13 @@ class VORMEL_EXPORT Recorder
       return callWith( operation, values );
    }
    Vormel::Value callWith( std::string_view operation, std::span<const Vormel::Value> arguments );
+
+   // Write an attribute, or remove a member or, without a key, all of them, as Attribute::write() and del() do. For
+   // attributes of the slice, which an agent writes in tests and repairs only: that it did so is recorded.
+   void set( const Ref<Vormel::Entity>& object, const Vormel::Attribute& attribute,
+      const Vormel::Value& key, const Vormel::Value& value );
+   void del( const Ref<Vormel::Entity>& object, const Vormel::Attribute& attribute,
+      const Vormel::Value& key );
 
    /// Makes a reactor: make( "RoutingStatusSm", RoutingStatusSmIs, scsd, features, ... ). The record has the names of the
    /// inputs.

@@ -12,6 +12,8 @@ VORMEL_ENTITY_TYPE( RecordingManager, STRATA_RECORDING_MANAGER_ATTRIBUTES )
 
 VORMEL_ENTITY_TYPE( RecordingGroupManager, STRATA_RECORDING_GROUP_MANAGER_ATTRIBUTES )
 
+VORMEL_ENTITY_TYPE( RecordingPortSwTable, STRATA_RECORDING_PORT_SW_TABLE_ATTRIBUTES )
+
 namespace {
 
 void addValue( JsonObject& object, std::string_view name, bool value )
@@ -47,6 +49,8 @@ void addValue( JsonObject& object, std::string_view name, const RequestKey& key 
    addValue( members, "detail", key.detail );
 }
 
+} // namespace
+
 std::string_view groupName( TcamGroup group )
 {
    switch( group ) {
@@ -64,14 +68,30 @@ std::string_view groupName( TcamGroup group )
    return "unknown";
 }
 
-} // namespace
-
 RecordingManager::RecordingManager(
    std::string name, Ref<StrataBoundedTcamEntryManager> next, std::shared_ptr<Journal> journal )
    : ForwardingTcamEntryManager( std::move( next ) ),
      journal_( std::move( journal ) )
 {
    name_ = std::move( name );
+}
+
+void RecordingManager::describe() const
+{
+   journal_->write( "manager", [ & ]( JsonObject& record ) {
+      record.add( "manager", std::string_view( name_ ) );
+      record.add( "baseEntryId", next().baseEntryId() );
+   } );
+}
+
+/// Every number with a sign that an entry manager returns is a code of the SDK.
+template<class Result>
+void RecordingManager::addResult( JsonObject& record, Result result ) const
+{
+   if constexpr( std::is_same_v<Result, int> )
+      addCode( record, sdkShimInUse(), result );
+   else
+      record.add( "result", result );
 }
 
 template<class Result, class Call, class... Arguments>
@@ -88,7 +108,7 @@ Result RecordingManager::recorded(
    const auto end = [ & ]( auto... result ) {
       journal_->write( "end", [ & ]( JsonObject& record ) {
          record.add( "of", number );
-         ( addValue( record, "result", result ), ... );
+         ( addResult( record, result ), ... );
       } );
    };
    if constexpr( std::is_void_v<Result> ) {
@@ -127,14 +147,66 @@ Ref<StrataBoundedTcamEntryManager> RecordingGroupManager::boundedTcamEntryManage
    TcamGroup group ) const
 {
    const auto manager = next_->boundedTcamEntryManager( group );
-   if( !manager ) {
-      managers_.erase( group );
-      return nullptr;
-   }
    Ref<RecordingManager>& kept = managers_[ group ];
-   if( !kept || &kept->next() != manager.get() )
+   if( !manager )
+      kept = nullptr;
+   else if( !kept || &kept->next() != manager.get() ) {
       kept = Vormel::make<RecordingManager>( std::string( groupName( group ) ), manager, journal_ );
+      kept->describe();
+   }
+   journal_->write( "question", [ & ]( JsonObject& record ) {
+      record.add( "cause", journal_->cause() );
+      record.add( "question", "boundedTcamEntryManager" );
+      JsonObject( record.at( "arguments" ) ).add( "group", groupName( group ) );
+      if( kept )
+         record.add( "answer", std::string_view( kept->name() ) );
+      else
+         record.at( "answer" ) += "null";
+   } );
    return kept;
+}
+
+RecordingPortSwTable::RecordingPortSwTable(
+   Ref<PortSwTable> next, std::shared_ptr<Journal> journal )
+   : next_( std::move( next ) ),
+     journal_( std::move( journal ) )
+{}
+
+namespace {
+
+void addEntry( JsonObject& members, const PortSwEntry& entry )
+{
+   members.add( "l3Enabled", entry.l3Enabled );
+   members.add( "routingEnabled", entry.routingEnabled );
+}
+
+} // namespace
+
+PortSwEntry RecordingPortSwTable::entry( const StrataPort& port ) const
+{
+   const PortSwEntry entry = next_->entry( port );
+   journal_->write( "question", [ & ]( JsonObject& record ) {
+      record.add( "cause", journal_->cause() );
+      record.add( "question", "portSwEntry" );
+      JsonObject( record.at( "arguments" ) ).add( "port", std::string_view( toText( port ) ) );
+      JsonObject answer( record.at( "answer" ) );
+      addEntry( answer, entry );
+   } );
+   return entry;
+}
+
+void RecordingPortSwTable::entryCommit( const StrataPort& port, const PortSwEntry& entry )
+{
+   const U64 number = journal_->write( "begin", [ & ]( JsonObject& record ) {
+      record.add( "cause", journal_->cause() );
+      record.add( "manager", "portSwTable" );
+      record.add( "call", "entryCommit" );
+      JsonObject given( record.at( "arguments" ) );
+      given.add( "port", std::string_view( toText( port ) ) );
+      addEntry( given, entry );
+   } );
+   next_->entryCommit( port, entry );
+   journal_->write( "end", [ & ]( JsonObject& record ) { record.add( "of", number ); } );
 }
 
 } // namespace Strata::Recording

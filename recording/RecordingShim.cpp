@@ -17,13 +17,7 @@ int RecordingShim::recorded(
    const int code = call();
    journal_.write( "end", [ & ]( JsonObject& record ) {
       record.add( "of", number );
-      const std::string_view name = names_.codeName( code );
-      if( name.empty() ) {
-         record.add( "code", code );
-         record.add( "text", std::string_view( next().errorText( code ) ) );
-      } else {
-         record.add( "code", name );
-      }
+      addCode( record, next(), code );
       JsonObject results( record.at( "results" ) );
       SdkCallJson( names_, operation, names ).addResults( results, arguments... );
    } );

@@ -3,6 +3,7 @@
 
 #include "platform/sdk/ForwardingShim.h"
 #include "platform/sdk/ForwardingTcamEntryManager.h"
+#include "platform/state/PortSwTable.h"
 #include "recording/Journal.h"
 #include "recording/SdkText.h"
 
@@ -42,7 +43,7 @@ class RecordingShim final : public ForwardingShim
    Answer asked( std::string_view question, const Answer& answer, Fill fill ) const;
 
    Journal& journal_;
-   const SdkNames names_;
+   const SdkDictionary names_;
 };
 
 #define STRATA_RECORDING_MANAGER_ATTRIBUTES( ROW ) \
@@ -55,6 +56,9 @@ class RecordingManager final : public ForwardingTcamEntryManager
    RecordingManager(
       std::string name, Ref<StrataBoundedTcamEntryManager> next, std::shared_ptr<Journal> journal );
 
+   /// Records that there is this manager.
+   void describe() const;
+
 #define STRATA_TCAM_OPERATION( result, method, parameters, arguments ) \
    result method parameters override;
 #define STRATA_TCAM_QUESTION( result, method, parameters, arguments ) \
@@ -65,6 +69,9 @@ class RecordingManager final : public ForwardingTcamEntryManager
    template<class Result, class Call, class... Arguments>
    Result recorded( std::string_view method, std::string_view names, Call call,
       const Arguments&... arguments ) const;
+
+   template<class Result>
+   void addResult( JsonObject& record, Result result ) const;
 
    std::shared_ptr<Journal> journal_;
 };
@@ -85,5 +92,24 @@ class RecordingGroupManager final : public StrataTcamGroupManager
    std::shared_ptr<Journal> journal_;
    mutable std::map<TcamGroup, Ref<RecordingManager>> managers_;
 };
+
+#define STRATA_RECORDING_PORT_SW_TABLE_ATTRIBUTES( ROW )
+
+class RecordingPortSwTable final : public PortSwTable
+{
+   VORMEL_ENTITY( RecordingPortSwTable, STRATA_RECORDING_PORT_SW_TABLE_ATTRIBUTES )
+
+   RecordingPortSwTable( Ref<PortSwTable> next, std::shared_ptr<Journal> journal );
+
+   PortSwEntry entry( const StrataPort& port ) const override;
+   void entryCommit( const StrataPort& port, const PortSwEntry& entry ) override;
+
+ private:
+   Ref<PortSwTable> next_;
+   std::shared_ptr<Journal> journal_;
+};
+
+/// The name of a group in records.
+std::string_view groupName( TcamGroup group );
 
 } // namespace Strata::Recording

@@ -4,62 +4,23 @@
 #include "platform/sdk/ArgumentNames.h"
 #include "platform/sdk/SdkShimInterface.h"
 #include "recording/JsonObject.h"
+#include "recording/SdkDictionary.h"
 
-#include <array>
 #include <optional>
 #include <string_view>
 #include <type_traits>
 
 namespace Strata::Recording {
 
-/// The names of an SDK's numbers, which do not change while a process runs.
-class SdkNames
-{
- public:
-   explicit SdkNames( const SdkShimInterface& shim );
-
-   const SdkShimInterface& shim() const { return shim_; }
-   std::string_view codeName( int code ) const;
-   /// The name of an operation's number; nothing for an argument that is a plain number.
-   std::optional<std::string_view> nameOf(
-      SdkOperation operation, std::string_view argument, S64 number ) const;
-   std::optional<Register> registerOf( S64 number ) const;
-   bool isSet( VlanFlag flag, U32 flags ) const
-   {
-      return ( flags & vlanFlags_[ static_cast<std::size_t>( flag ) ] ) != 0;
-   }
-   /// The bits of no role, in their order, without gaps where the roles have theirs.
-   U32 otherFlags( U32 flags ) const;
-
- private:
-   template<class Role, class Number>
-   using Numbers = std::array<Number, roleNames<Role>.size()>;
-
-   const SdkShimInterface& shim_;
-   int success_;
-   int unavailable_;
-   U32 exact_;
-   int anyPort_;
-   int chipWidePort_;
-   int anyBlock_;
-   U8 stpForward_;
-   Numbers<FieldAction, int> fieldActions_;
-   Numbers<FieldIpType, int> ipTypes_;
-   Numbers<PacketResult, U32> packetResults_;
-   Numbers<SwitchControl, int> switchControls_;
-   Numbers<PortControl, int> portControls_;
-   Numbers<VlanFlag, U32> vlanFlags_;
-   Numbers<IpOptionAction, int> ipOptionActions_;
-   Numbers<Register, int> registers_;
-   Numbers<Memory, int> memories_;
-};
+/// Adds the code of a call: "success", "unavailable", or the number with the SDK's text.
+void addCode( JsonObject& record, const SdkShimInterface& shim, int code );
 
 /// The arguments and results of one call.
 class SdkCallJson
 {
  public:
    /// `names` is the operation's column of arguments.
-   SdkCallJson( const SdkNames& sdk, SdkOperation operation, std::string_view names )
+   SdkCallJson( const SdkDictionary& sdk, SdkOperation operation, std::string_view names )
       : sdk_( sdk ),
         operation_( operation ),
         names_( names )
@@ -108,7 +69,7 @@ class SdkCallJson
       if( const auto role = sdk_.nameOf( operation_, name, static_cast<S64>( number ) ) )
          return object.add( name, *role );
       if constexpr( std::is_same_v<Number, U32> || std::is_same_v<Number, U64> )
-         if( const auto reg = registerOfValue( name ) )
+         if( const auto reg = registerOfValue( operation_, name, register_ ) )
             return addRegister( object, name, *reg, number );
       object.add( name, number );
    }
@@ -117,11 +78,10 @@ class SdkCallJson
    void addValue( JsonObject& object, std::string_view name, const VlanControl& control ) const;
    void addValue( JsonObject& object, std::string_view name, const MemoryEntry& entry ) const;
 
-   std::optional<Register> registerOfValue( std::string_view name ) const;
    template<class Number>
    void addRegister( JsonObject& object, std::string_view name, Register reg, Number value ) const;
 
-   const SdkNames& sdk_;
+   const SdkDictionary& sdk_;
    SdkOperation operation_;
    std::string_view names_;
    std::optional<Register> register_; // of the call

@@ -39,7 +39,10 @@ struct ValueTraits
    static std::optional<T> from( const Value& v )
    {
       const auto* const text = std::get_if<std::string>( &v );
-      return text ? T::parse( *text ) : std::nullopt;
+      if( !text )
+         return std::nullopt;
+      // The empty text is that of an empty value, although the parsers of names refuse it.
+      return text->empty() && toText( T() ).empty() ? T() : T::parse( *text );
    }
    static std::string expected() { return std::string( T::valueSyntax ); }
 };

@@ -21,6 +21,8 @@ struct StrataUnit
    PortBitmap ports;                 // every port: front panel, CPU, loopback, recirculation
    std::optional<int> loopbackPort;  // the internal loopback port, 0 to 1023
    bool hasIpOptionsProfile = false; // the unit has its own IPv4 options profile
+
+   bool operator==( const StrataUnit& ) const = default;
 };
 
 /// The chip units in order of their numbers. A walk remains valid when the table changes, because the activity lock

@@ -64,7 +64,7 @@ std::vector<U32> unitNumbers( U32 count )
 
 static ChipProfile checkedProfile( const SimSwitchConfig& config )
 {
-   ChipProfile profile = chipProfile( config.profile );
+   ChipProfile profile = config.chip ? *config.chip : chipProfile( config.profile );
    for( const auto& [ capability, value ] : config.capabilities )
       profile.capabilityIs( capability, value );
    return profile;

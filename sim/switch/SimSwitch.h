@@ -33,7 +33,8 @@ constexpr U32 maxUnits = 64;
 struct SimSwitchConfig
 {
    std::string profile = "hsdk";
-   std::vector<U32> units{ 0 }; // 1 to 64 unit numbers, each up to 65535
+   std::optional<ChipProfile> chip{}; // in place of a profile by its name
+   std::vector<U32> units{ 0 };       // 1 to 64 unit numbers, each up to 65535
    std::optional<U32>
       ports{};                // front-panel ports of a unit, 1 to 256; by default as in the profile
    std::optional<U64> seed{}; // of the SDK's numbers; by default different in every process

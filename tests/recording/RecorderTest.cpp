@@ -169,7 +169,7 @@ TEST_F( RecorderTest, NamesRolesInPlaceOfTheSdksNumbers )
       return std::string( "none" );
    };
    EXPECT_EQ( with( "soc_reg32_set" ),
-      R"({"unit":0,"reg":"CPU_CONTROL_Mr","port":"any","index":0,"value":{"MPLS_LABEL_MISS_TOCPUf":1,"MPLS_TTL_ERR_TOCPUf":1,"other":2147483649}})" );
+      R"({"unit":0,"reg":"CPU_CONTROL_Mr","port":"any","index":0,"value":{"MPLS_LABEL_MISS_TOCPUf":1,"MPLS_TTL_ERR_TOCPUf":1,"other":536870913}})" );
    EXPECT_THAT( with( "soc_mem_write" ),
       testing::HasSubstr(
          R"("memory":"MY_STATION_TCAMm","block":"any","index":3,"entry":{"VALIDf":1,"MAC_ADDRf":"02:00:00:00:00:0a")" ) );
@@ -328,8 +328,9 @@ TEST_F( RecorderTest, AnswersDecideAndAreRecorded )
    std::set<std::string> questions;
    for( const Json& record : ofKind( readLines( file ), "question" ) )
       questions.insert( record.at( "question" ).get<std::string>() );
-   EXPECT_THAT( questions, ElementsAre( "cpuPort", "kbSingleUnit", "resolvesHigigTrunksAsLag",
-                              "trapsTtlExceptions", "unitRecord", "vlanExists" ) );
+   EXPECT_THAT( questions,
+      ElementsAre( "boundedTcamEntryManager", "cpuPort", "kbSingleUnit", "portSwEntry",
+         "resolvesHigigTrunksAsLag", "trapsTtlExceptions", "unitRecord", "vlanExists" ) );
 }
 
 } // namespace

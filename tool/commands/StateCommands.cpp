@@ -28,15 +28,17 @@ Value takeValue( const Session& session, Words& words, const AttributePath& path
    return Ref<const Entity>( session.takeObject( words ) );
 }
 
+Value keyOf( const AttributePath& path )
+{
+   return path.key ? Value( *path.key ) : Value();
+}
+
 Act set( const Session& session, Words& words )
 {
    const AttributePath path = session.takeAttribute( words );
    const Value value = takeValue( session, words, path );
-   return [ path, value ]( Session& ) {
-      if( path.key )
-         path.attribute->write( *path.object, Value( *path.key ), value );
-      else
-         path.attribute->write( *path.object, value );
+   return [ path, value ]( Session& live ) {
+      live.agent().recorder().set( path.object, *path.attribute, keyOf( path ), value );
    };
 }
 
@@ -52,11 +54,8 @@ Act del( const Session& session, Words& words )
    const AttributePath path = session.takeAttribute( words );
    if( path.key && path.attribute->info().kind == Vormel::AttributeKind::Map && !hasMember( path ) )
       words.fail( path.text + " is absent; 'show attributes' lists what is there" );
-   return [ path ]( Session& ) {
-      if( path.key )
-         path.attribute->del( *path.object, Value( *path.key ) );
-      else
-         path.attribute->delAll( *path.object );
+   return [ path ]( Session& live ) {
+      live.agent().recorder().del( path.object, *path.attribute, keyOf( path ) );
    };
 }
 
