@@ -1,6 +1,6 @@
 #!/bin/sh
 # Checks which room (top-level directory) includes which. Arrows run downwards only:
-#    tool -> agent, desk; agent -> recording, sim; desk -> sim; recording -> routing -> messages -> platform;
+#    tool -> agent, desk; agent -> recording, sim; desk -> recording, sim; recording -> routing -> messages -> platform;
 #    sim, conformance -> platform
 # Prints one line for each include that runs another way, and for each macro that an installed header should not
 # define, and fails.
@@ -28,7 +28,7 @@ BEGIN {
    may["conformance"] = "platform/ conformance/"
    may["conformance/sim"] = "platform/ sim/ conformance/"
    may["agent"] = "platform/ messages/ routing/ recording/ sim/ agent/"
-   may["desk"] = "platform/ sim/ desk/"
+   may["desk"] = "platform/ messages/ routing/ recording/ sim/ desk/"
    may["tool"] = "platform/ messages/ routing/ recording/ sim/ agent/ desk/ tool/"
    everything = "platform/ messages/ routing/ recording/ sim/ conformance/ agent/ desk/ tool/ tests/ fuzz/ bench/ examples/"
    may["tests"] = may["fuzz"] = may["bench"] = may["examples"] = everything

@@ -23,6 +23,7 @@ std::vector<std::unique_ptr<Subcommand>> allSubcommands()
    all.push_back( runSubcommand() );
    all.push_back( shellSubcommand() );
    all.push_back( recordSubcommand() );
+   all.push_back( replaySubcommand() );
    all.push_back( diffSubcommand() );
    all.push_back( profilesSubcommand() );
    all.push_back( attributesSubcommand() );

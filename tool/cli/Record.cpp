@@ -1,4 +1,5 @@
 // strata-l3 record: runs a scenario and records what the agent does.
+#include "sim/chip/ChipProfile.h"
 #include "tool/cli/ConsoleOptions.h"
 #include "tool/cli/Subcommand.h"
 
@@ -15,6 +16,9 @@ class RecordSubcommand : public Subcommand
          app.add_subcommand( "record", "Run a scenario, and record its agent in a file" );
       record->add_option( "scenario", file_, "The scenario file; - is standard input" )->required();
       record->add_option( "-o,--output", recording_, "The recording" )->required();
+      const auto profiles = Sim::chipProfileNames();
+      record->add_option( "--profile", profile_, "Run on this chip instead of the scenario's" )
+         ->check( CLI::IsMember( std::vector<std::string>( profiles.begin(), profiles.end() ) ) );
       options_.declare( *record );
       return record;
    }
@@ -27,7 +31,9 @@ class RecordSubcommand : public Subcommand
          ConsoleConfig config = options_.config( terminal, file_ );
          Console console( terminal.out, terminal.err, config );
          return runScenario( file_, console,
-            { .keepsRecords = options_.keepsRecords(), .recordingFile = recording_ } );
+            { .profile = profile_,
+               .keepsRecords = options_.keepsRecords(),
+               .recordingFile = recording_ } );
       } catch( const std::exception& error ) {
          terminal.err << "strata-l3 record: " << error.what() << std::endl;
          return ExitStatus::error;
@@ -37,6 +43,7 @@ class RecordSubcommand : public Subcommand
  private:
    std::string file_;
    std::string recording_;
+   std::string profile_;
    ConsoleOptions options_;
 };
 

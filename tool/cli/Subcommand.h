@@ -22,6 +22,7 @@ class Subcommand
 std::unique_ptr<Subcommand> runSubcommand();
 std::unique_ptr<Subcommand> shellSubcommand();
 std::unique_ptr<Subcommand> recordSubcommand();
+std::unique_ptr<Subcommand> replaySubcommand();
 std::unique_ptr<Subcommand> diffSubcommand();
 std::unique_ptr<Subcommand> profilesSubcommand();
 std::unique_ptr<Subcommand> attributesSubcommand();
