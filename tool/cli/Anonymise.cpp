@@ -1,0 +1,139 @@
+// strata-l3 anonymise: a copy of a recording with other addresses, to be given to others.
+#include "desk/Anonymiser.h"
+#include "desk/RecordingFile.h"
+#include "tool/cli/Subcommand.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <ostream>
+#include <stdexcept>
+#include <string>
+#include <unistd.h>
+
+namespace Strata::Tool {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::ifstream opened( const std::string& file )
+{
+   std::ifstream in( file, std::ios::binary );
+   if( !in || fs::is_directory( file ) )
+      throw std::runtime_error( "cannot read '" + file + "': " +
+                                std::strerror( fs::is_directory( file ) ? EISDIR : errno ) );
+   return in;
+}
+
+/// A file that takes its name when it is complete, and is removed if it never is.
+class WholeFile
+{
+ public:
+   explicit WholeFile( const std::string& name )
+      : name_( name ),
+        draft_( name + ".draft-" + std::to_string( ::getpid() ) ),
+        out_( draft_, std::ios::binary )
+   {
+      check();
+   }
+   WholeFile( const WholeFile& ) = delete;
+   WholeFile& operator=( const WholeFile& ) = delete;
+   ~WholeFile() { std::remove( draft_.c_str() ); }
+
+   std::ostream& out() { return out_; }
+   void finish()
+   {
+      out_.close();
+      check();
+      if( std::rename( draft_.c_str(), name_.c_str() ) != 0 )
+         fail();
+   }
+
+ private:
+   void check()
+   {
+      if( !out_ )
+         fail();
+   }
+   [[noreturn]] void fail() const
+   {
+      throw std::runtime_error( "cannot write '" + name_ + "': " + std::strerror( errno ) );
+   }
+
+   const std::string name_;
+   const std::string draft_;
+   std::ofstream out_;
+};
+
+class Anonymise : public Subcommand
+{
+ public:
+   CLI::App* declare( CLI::App& app ) override
+   {
+      CLI::App* const anonymise = app.add_subcommand(
+         "anonymise", "Copy a recording with other MAC and IP addresses, to give it to others" );
+      anonymise->add_option( "recording", in_, "The recording" )->required();
+      anonymise->add_option( "-o,--output", out_, "The copy" )->required();
+      anonymise
+         ->add_option(
+            "--key", key_, "A text: recordings with the same one are mapped alike; keep it secret" )
+         ->type_name( "TEXT" );
+      return anonymise;
+   }
+
+   ExitStatus run( Terminal& terminal ) override
+   {
+      try {
+         copy();
+         return ExitStatus::held;
+      } catch( const std::exception& error ) {
+         terminal.err << "strata-l3 anonymise: " << error.what() << std::endl;
+         return ExitStatus::error;
+      }
+   }
+
+ private:
+   void copy() const
+   {
+      std::ifstream in = opened( in_ );
+      if( fs::exists( out_ ) ) {
+         if( fs::equivalent( in_, out_ ) )
+            throw std::runtime_error(
+               "the copy would replace the recording '" + in_ + "'; give it another name" );
+         if( !fs::is_regular_file( out_ ) ||
+             ( !fs::is_empty( out_ ) && !Desk::isRecording( out_ ) ) )
+            throw std::runtime_error(
+               "'" + out_ + "' exists and is not a recording; give the copy another name" );
+      }
+      const Desk::Anonymiser anonymiser =
+         key_.empty() ? Desk::Anonymiser() : Desk::Anonymiser( key_ );
+      WholeFile copy( out_ );
+      std::string line;
+      for( U64 number = 1; std::getline( in, line ); ++number )
+         try {
+            copy.out() << anonymiser.record( line ) << ( in.eof() ? "" : "\n" );
+         } catch( const Vormel::ValueError& error ) {
+            throw std::runtime_error(
+               in_ + ":" + std::to_string( number ) + ": this line is " + error.what() );
+         }
+      if( in.bad() )
+         throw std::runtime_error( "cannot read '" + in_ + "'" );
+      copy.finish();
+   }
+
+   std::string in_;
+   std::string out_;
+   std::string key_;
+};
+
+} // namespace
+
+std::unique_ptr<Subcommand> anonymiseSubcommand()
+{
+   return std::make_unique<Anonymise>();
+}
+
+} // namespace Strata::Tool
