@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <iterator>
 #include <map>
 #include <utility>
 #include <vector>
@@ -39,7 +38,7 @@ Number numberOf( const RecordingFile& recording, const RecordedLine& record, con
 StrataUnit unitOf( const RecordingFile& recording, const RecordedLine& record, const Json& json )
 {
    StrataUnit unit;
-   unit.chipInfo.model = textOf( json.at( "model" ) );
+   unit.chipInfo.model = decodedText( json.at( "model" ) );
    unit.modId = numberOf<U32>( recording, record, json, "modId" );
    const auto ports = portsFrom( json.at( "ports" ) );
    if( !ports )
@@ -74,30 +73,27 @@ Sim::ChipProfile profileOf( const StrataUnit& unit, const Json& json )
 /// Gives the ranges the ids that the recording has. Ranges that the agent never had, and whose ids it uses, are left out.
 void setGroups( Sim::ChipProfile& profile, const std::map<std::string, U32>& bases )
 {
-   std::vector<Sim::FieldGroupProfile> recorded;
-   std::vector<Sim::FieldGroupProfile> others;
-   for( Sim::FieldGroupProfile group : profile.groups ) {
-      const auto known = std::ranges::find_if(
+   const auto recordedBase = [ & ]( const Sim::FieldGroupProfile& group ) {
+      return std::ranges::find_if(
          bases, [ & ]( const auto& item ) { return groupNamed( item.first ) == group.key; } );
-      if( known == bases.end() ) {
-         others.push_back( std::move( group ) );
-         continue;
-      }
-      group.base = known->second;
-      recorded.push_back( std::move( group ) );
-   }
-   const auto isFree = [ & ]( const Sim::FieldGroupProfile& group ) {
-      return std::ranges::none_of( recorded, [ & ]( const Sim::FieldGroupProfile& other ) {
-         return group.base < other.base + other.size && other.base < group.base + group.size;
-      } );
    };
-   profile.groups = recorded;
-   std::ranges::copy_if( others, std::back_inserter( profile.groups ), isFree );
+   std::vector<Sim::FieldGroupProfile> recorded;
+   for( Sim::FieldGroupProfile& group : profile.groups )
+      if( const auto base = recordedBase( group ); base != bases.end() ) {
+         group.base = base->second;
+         recorded.push_back( group );
+      }
+   std::erase_if( profile.groups, [ & ]( const Sim::FieldGroupProfile& group ) {
+      return recordedBase( group ) == bases.end() &&
+             std::ranges::any_of( recorded, [ & ]( const Sim::FieldGroupProfile& other ) {
+                return group.base < other.base + other.size && other.base < group.base + group.size;
+             } );
+   } );
 }
 
 } // namespace
 
-std::string textOf( const Json& json )
+std::string decodedText( const Json& json )
 {
    if( !json.is_string() )
       return json.dump();
@@ -136,7 +132,7 @@ Sim::SimSwitchConfig hardwareOf( const RecordingFile& recording )
    for( const RecordedLine& record : recording.records() ) {
       if( record.kind == RecordedKind::manager ) {
          const Json json = record.json();
-         bases.insert_or_assign( textOf( json.at( "manager" ) ),
+         bases.insert_or_assign( decodedText( json.at( "manager" ) ),
             numberOf<U32>( recording, record, json, "baseEntryId" ) );
       }
       if( record.kind != RecordedKind::unit )

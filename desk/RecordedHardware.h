@@ -22,6 +22,6 @@ void setUnit(
 std::optional<TcamGroup> groupNamed( std::string_view name );
 
 /// A name or another text as it was before it was written: a byte for each character.
-std::string textOf( const Json& json );
+std::string decodedText( const Json& json );
 
 } // namespace Strata::Desk

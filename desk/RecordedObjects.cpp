@@ -54,7 +54,7 @@ Value plainValue( const Json& json )
       return json.get<double>();
    if( json.is_null() )
       return {};
-   return textOf( json );
+   return decodedText( json );
 }
 
 void RecordedObjects::notThere( const RecordedLine& record, const std::string& name ) const
@@ -80,16 +80,16 @@ Value RecordedObjects::valueOf(
       return plainValue( json );
    if( json.is_null() )
       return {};
-   const Ref<Entity> object = find( textOf( json ) );
+   const Ref<Entity> object = find( decodedText( json ) );
    if( !object )
-      notThere( record, textOf( json ) );
+      notThere( record, decodedText( json ) );
    return Vormel::ObjectRef( object );
 }
 
 RecordedObjects::Named RecordedObjects::stateIs( const RecordedLine& record )
 {
    const Json json = record.json();
-   const std::string name = textOf( json.at( "object" ) );
+   const std::string name = decodedText( json.at( "object" ) );
    const Ref<Entity> object = made( record, json );
    setValues( record, *object, json.at( "attributes" ) );
    add( name, object );
@@ -99,8 +99,8 @@ RecordedObjects::Named RecordedObjects::stateIs( const RecordedLine& record )
 RecordedObjects::Change RecordedObjects::changeOf(
    const RecordedLine& record, const Json& json ) const
 {
-   const std::string name = textOf( json.at( "object" ) );
-   const std::string attribute = textOf( json.at( "attribute" ) );
+   const std::string name = decodedText( json.at( "object" ) );
+   const std::string attribute = decodedText( json.at( "attribute" ) );
    const Ref<Entity> object = find( name );
    if( !object )
       recording_.fail( record, "tells of the object '" + name + "', which has no record 'state'" );
@@ -109,7 +109,7 @@ RecordedObjects::Change RecordedObjects::changeOf(
       recording_.fail(
          record, "'" + name + "' has no attribute '" + attribute + "' in this version" );
    if( json.contains( "key" ) )
-      change.key = textOf( json.at( "key" ) );
+      change.key = decodedText( json.at( "key" ) );
    if( json.contains( "value" ) )
       change.value = valueOf( record, *change.attribute, json.at( "value" ) );
    return change;
@@ -127,21 +127,21 @@ void RecordedObjects::Change::apply() const
 
 Ref<Entity> RecordedObjects::made( const RecordedLine& record, const Json& json )
 {
-   const std::string type = textOf( json.at( "type" ) );
+   const std::string type = decodedText( json.at( "type" ) );
    const Json& values = json.at( "attributes" );
    for( const Sim::SimSwitch::NamedObject& known : Sim::SimSwitch::objects() )
       if( known.type().name() == type )
          return known.in( hardware_ );
    if( type == RoutingStatusHelper::type().name() ) {
-      const Ref<Entity> given = find( textOf( json.at( "object" ) ) );
+      const Ref<Entity> given = find( decodedText( json.at( "object" ) ) );
       return given ? given : newHelper( record, values );
    }
    if( type == Interface::EthIntfStatus::type().name() )
       if( const auto intf =
-             Vormel::IntfId::parse( textOf( values.value( "intfId", Json( "" ) ) ) ) )
+             Vormel::IntfId::parse( decodedText( values.value( "intfId", Json( "" ) ) ) ) )
          return Vormel::make<Interface::EthIntfStatus>( *intf );
    if( type == NexthopStatus::type().name() )
-      return Vormel::make<NexthopStatus>( textOf( values.value( "name", Json( "" ) ) ) );
+      return Vormel::make<NexthopStatus>( decodedText( values.value( "name", Json( "" ) ) ) );
    recording_.fail(
       record, "has an object of the type '" + type + "', which a replay cannot make" );
 }
@@ -161,7 +161,8 @@ void RecordedObjects::setValues(
          attribute->delAll( entity );
          for( const auto& [ key, member ] : json.items() ) {
             const Json keyJson( key );
-            attribute->write( entity, textOf( keyJson ), valueOf( record, *attribute, member ) );
+            attribute->write(
+               entity, decodedText( keyJson ), valueOf( record, *attribute, member ) );
          }
       } catch( const Vormel::Error& error ) {
          recording_.fail( record, error.what() );
@@ -193,7 +194,7 @@ Ref<RoutingStatusHelper> RecordedObjects::newHelper(
       return as<Type>( record, field( name ) );
    };
    const bool hasTable = !field( "portSwTablePtr" ).is_null();
-   return Vormel::make<RoutingStatusHelper>( textOf( values.value( "name", Json( "" ) ) ),
+   return Vormel::make<RoutingStatusHelper>( decodedText( values.value( "name", Json( "" ) ) ),
       input( Ref<StrataCommonSmData>(), "scsd" ),
       field( "tcamGroupManager" ).is_null() ? nullptr : groups_,
       input( Ref<const StrataPbrInfo>(), "strataPbrInfo" ), field( "fabricMode" ) == true,

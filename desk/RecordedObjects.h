@@ -63,10 +63,10 @@ class RecordedObjects
    {
       if( name.is_null() )
          return nullptr;
-      const Ref<Vormel::Entity> object = find( textOf( name ) );
+      const Ref<Vormel::Entity> object = find( decodedText( name ) );
       auto* const typed = dynamic_cast<Type*>( object.get() );
       if( !typed )
-         notThere( record, textOf( name ) );
+         notThere( record, decodedText( name ) );
       return Ref<Type>( typed );
    }
 

@@ -255,6 +255,15 @@ const RecordedLine* RecordingFile::endOf( U64 number ) const
    return at == ends_.end() ? nullptr : &records_[ at->second ];
 }
 
+std::string RecordingFile::eventText( const Json& record ) const
+{
+   const U64 cause = numberIn( record, "cause" );
+   const U64 first = records_.front().number;
+   return cause < first || cause - first >= records_.size()
+             ? "no event"
+             : recordText( records_[ cause - first ].json() );
+}
+
 bool isRecording( const std::string& file )
 {
    static constexpr std::string_view start = R"({"record":"header",)";

@@ -61,6 +61,8 @@ class RecordingFile
    const std::vector<RecordedLine>& records() const { return records_; }
    /// The record `end` or `returned` of the one with this number; null if there is none.
    const RecordedLine* endOf( U64 number ) const;
+   /// The record's cause in a few words; "no event" if it has none in this file.
+   std::string eventText( const Json& record ) const;
    /// Whether it starts with the agent, and not with a later file of it.
    bool startsWithAgent() const { return startsWithAgent_; }
    /// What a reader should know: parts that were passed over, a line that was cut off.

@@ -198,7 +198,7 @@ void Player::makeManagers()
    for( const RecordedLine& record : recording_.records() )
       if( record.kind == Kind::manager ) {
          const Json json = record.json();
-         const std::string name = textOf( json.at( "manager" ) );
+         const std::string name = decodedText( json.at( "manager" ) );
          const auto key = groupNamed( name );
          Ref<StrataBoundedTcamEntryManager> chip;
          for( const auto& manager : hardware_.tcamManagers() )
@@ -293,7 +293,7 @@ void Player::deliver( const RecordedLine& record )
 
 void Player::perform( const RecordedLine& record, const Json& json )
 {
-   const auto what = [ & ] { return textOf( json.at( "what" ) ); };
+   const auto what = [ & ] { return decodedText( json.at( "what" ) ); };
    switch( record.kind ) {
    case Kind::input:
    case Kind::set:
@@ -330,7 +330,7 @@ void Player::call( const Json& json )
    std::vector<Vormel::Value> arguments;
    for( const Json& argument : json.at( "arguments" ) )
       arguments.push_back( plainValue( argument ) );
-   recorder_.callWith( textOf( json.at( "operation" ) ), arguments );
+   recorder_.callWith( decodedText( json.at( "operation" ) ), arguments );
 }
 
 template<class Reactor, class... Parameters>
@@ -347,14 +347,14 @@ Ref<Reactor> Player::madeBy(
    return std::apply(
       [ & ]( auto&... input ) {
          ( take( input ), ... );
-         return recorder_.make( textOf( json.at( "what" ) ), factory, input... );
+         return recorder_.make( decodedText( json.at( "what" ) ), factory, input... );
       },
       inputs );
 }
 
 void Player::make( const RecordedLine& record, const Json& json )
 {
-   const std::string what = textOf( json.at( "what" ) );
+   const std::string what = decodedText( json.at( "what" ) );
    if( what == mainReactor )
       main_ = madeBy( RoutingStatusSmIs, record, json );
    else if( what == arpReactor )

@@ -48,7 +48,7 @@ int RecordedCodes::codeOf( const SdkShimInterface& shim, const Json& end )
       return shim.featureNotAvailableCode();
    if( !code.is_number_integer() )
       return shim.successCode();
-   const std::string text = end.contains( "text" ) ? Desk::textOf( end.at( "text" ) ) : "";
+   const std::string text = end.contains( "text" ) ? decodedText( end.at( "text" ) ) : "";
    const auto wanted = valueIn<int>( code ).value_or( -1 );
    for( int number = wanted;; --number )
       if( number != shim.successCode() && number != shim.featureNotAvailableCode() &&
@@ -194,7 +194,7 @@ Ref<StrataBoundedTcamEntryManager> AnsweringGroupManager::boundedTcamEntryManage
    const std::optional<Json> recorded = answers_.answerTo( "boundedTcamEntryManager" );
    if( !recorded || !recorded->is_string() )
       return nullptr;
-   const auto at = managers_.find( textOf( *recorded ) );
+   const auto at = managers_.find( decodedText( *recorded ) );
    return at == managers_.end() ? nullptr : at->second;
 }
 

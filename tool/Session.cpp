@@ -1,5 +1,7 @@
 #include "tool/Session.h"
 
+#include "desk/RecordedHardware.h"
+#include "desk/Twin.h"
 #include "platform/runtime/Assert.h"
 #include "platform/runtime/EntityType.h"
 #include "platform/runtime/Format.h"
@@ -7,6 +9,8 @@
 #include "tool/Interrupt.h"
 #include "tool/words/Command.h"
 
+#include <algorithm>
+#include <array>
 #include <utility>
 
 namespace Strata::Tool {
@@ -32,6 +36,14 @@ class Running
 
 } // namespace
 
+/// Whether the command makes a switch, or runs its slice.
+static bool needsSlice( const Command& command )
+{
+   static constexpr std::array<std::string_view, 9> names{ "switch", "no switch", "bring-up",
+      "reactors start", "reactors stop", "call", "expect result", "router", "no router" };
+   return std::ranges::find( names, command.name ) != names.end();
+}
+
 Session::Session( Console& console, SessionConfig config )
    : console_( console ),
      config_( std::move( config ) )
@@ -47,6 +59,11 @@ void Session::run( const Line& line )
    Line asked = line;
    Words words( asked );
    const Command& command = takeCommand( words );
+   if( isTwin_ && needsSlice( command ) )
+      words.failAt(
+         line.words.front(), "'" + std::string( command.name ) +
+                                "' is not possible here: this is the twin of a recording, "
+                                "which has its switch and no slice" );
    const std::optional<Line> filterLine = command.shows() ? cutFilters( asked ) : std::nullopt;
    const Word last = asked.words.back();
    const bool json = last.text == "--json" && !last.quoted;
@@ -109,12 +126,38 @@ void Session::heard( const Sim::Record& record )
    console_.record( record );
 }
 
+void Session::listen( Sim::Transcript::Listener& listener, Sim::Transcript::Filter& hears )
+{
+   listener = [ this ]( const Sim::Record& record ) { heard( record ); };
+   hears = [ this ](
+              Sim::RecordKind kind ) { return neededAtDeath( kind ) || console_.hears( kind ); };
+}
+
+void Session::twinIs( const Desk::RecordingFile& recording )
+{
+   AgentConfig config;
+   config.hardware = Desk::hardwareOf( recording );
+   makeAgent( config );
+   isTwin_ = true;
+   Sim::SimSwitch& hardware = agent_->hardware();
+   const auto notes = Desk::makeTwin( recording, hardware, agent_->helper() );
+   Sim::Transcript::Listener listener;
+   Sim::Transcript::Filter hears;
+   listen( listener, hears );
+   hardware.transcript().listenerIs( listener, hears );
+   for( const std::string& note : notes )
+      console_.notice( note );
+   mark();
+}
+
 void Session::agentIs( AgentConfig config )
 {
-   config.listener = [ this ]( const Sim::Record& record ) { heard( record ); };
-   config.hears = [ this ]( Sim::RecordKind kind ) {
-      return neededAtDeath( kind ) || console_.hears( kind );
-   };
+   listen( config.listener, config.hears );
+   makeAgent( std::move( config ) );
+}
+
+void Session::makeAgent( AgentConfig config )
+{
    config.keepsRecords = config_.keepsRecords;
    config.recordingFile = config_.recordingFile;
    check( config ); // first, so that the old switch is kept if the new one is refused
@@ -140,6 +183,7 @@ void Session::agentDel()
    packets_.reset();
    agent_.reset();
    foreign_ = false;
+   isTwin_ = false;
 }
 
 void Session::check( const AgentConfig& config ) const

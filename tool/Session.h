@@ -4,6 +4,7 @@
 #pragma once
 
 #include "agent/Agent.h"
+#include "desk/RecordingFile.h"
 #include "desk/SwitchState.h"
 #include "tool/packet/PacketDesk.h"
 #include "tool/view/Console.h"
@@ -65,6 +66,10 @@ class Session
    const Agent& agent() const { return *agent_; }
    void agentIs( AgentConfig config );
    void agentDel();
+   /// Makes the twin of a recording, in place of a switch: its chips as the recorded agent left them, and no slice, so that
+   /// commands that need one are refused. Desk::RecordingError if it cannot be made.
+   void twinIs( const Desk::RecordingFile& recording );
+   bool isTwin() const { return isTwin_; }
    /// ValueError when the configuration is invalid.
    void check( const AgentConfig& config ) const;
    /// Whether the switch has another profile than that in its line: expectations are not judged, and broken
@@ -134,6 +139,9 @@ class Session
 
  private:
    void heard( const Sim::Record& record );
+   /// Sends the records of the transcript to heard().
+   void listen( Sim::Transcript::Listener& listener, Sim::Transcript::Filter& hears );
+   void makeAgent( AgentConfig config );
    /// As this session makes it, which may have a profile of its own.
    Sim::SimSwitchConfig played( Sim::SimSwitchConfig config ) const;
    Ref<Entity> objectNamed( const Words& words, std::string_view name ) const;
@@ -149,6 +157,7 @@ class Session
    std::string lastBreach_;
    std::string firstRefusedClaim_;
    bool foreign_ = false;
+   bool isTwin_ = false;
    bool over_ = false;
    bool hasLostSwitch_ = false;
    ChildChannel* channel_ = nullptr; // of a child

@@ -22,6 +22,8 @@ void Critic::collect()
 
 void Critic::breach( std::string what, std::string_view call, std::optional<U32> unit )
 {
+   if( rests_ )
+      return;
    const Breach found{ std::move( what ), std::string( call ), unit };
    breaches_.push_back( found );
    std::vector<RecordField> fields{ { "what", found.what }, { "call", found.call } };

@@ -43,6 +43,8 @@ class Critic
    void handlerIs( Handler handler ) { handler_ = std::move( handler ); }
    /// Sets a handler that only collects breaches.
    void collect();
+   /// While it rests it finds no breach: for calls that no slice makes.
+   void restIs( bool rests ) { rests_ = rests; }
    const std::vector<Breach>& breaches() const { return breaches_; }
    void breachesDel() { breaches_.clear(); }
 
@@ -81,6 +83,7 @@ class Critic
    std::map<U32, std::pair<SdkOperation, S64>> read_;
    bool preCalled_ = false; // the pre-call hook ran, and its call has not begun yet
    bool dead_ = false;
+   bool rests_ = false;
    // Units whose FP lock was not available at the last fieldLock.
    std::set<U32> withoutFieldLock_;
 };

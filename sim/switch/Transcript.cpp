@@ -97,6 +97,12 @@ U64 Transcript::lastNumber() const
    return added_;
 }
 
+void Transcript::lastNumberIs( U64 number )
+{
+   const std::lock_guard guard( mutex_ );
+   added_ = number;
+}
+
 U64 Transcript::count( RecordKind kind ) const
 {
    const std::lock_guard guard( mutex_ );

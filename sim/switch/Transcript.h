@@ -120,6 +120,8 @@ class Transcript
    U64 size() const { return records_.size(); }
    /// The number of the record that was added last; 0 for none.
    U64 lastNumber() const;
+   /// Lets numbers go on behind this one.
+   void lastNumberIs( U64 number );
    /// The number of records of a kind that were added, including those that were not kept.
    U64 count( RecordKind kind ) const;
 

@@ -25,6 +25,7 @@ std::vector<std::unique_ptr<Subcommand>> allSubcommands()
    all.push_back( recordSubcommand() );
    all.push_back( replaySubcommand() );
    all.push_back( anonymiseSubcommand() );
+   all.push_back( twinSubcommand() );
    all.push_back( diffSubcommand() );
    all.push_back( profilesSubcommand() );
    all.push_back( attributesSubcommand() );

@@ -1,13 +1,20 @@
-// strata-l3 diff: what two scenarios do differently.
+// strata-l3 diff: what two scenarios or recordings do differently.
+#include "desk/RecordingFile.h"
 #include "desk/SwitchState.h"
+#include "platform/runtime/Activity.h"
 #include "tool/cli/Subcommand.h"
 #include "tool/view/ChangesView.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <optional>
 #include <ostream>
 #include <string>
+#include <system_error>
+#include <unistd.h>
 #include <vector>
 
 namespace Strata::Tool {
@@ -53,15 +60,37 @@ std::optional<Divergence> firstDivergence(
    return found;
 }
 
+/// A file that is removed at the end of its lifetime.
+class TemporaryFile
+{
+ public:
+   TemporaryFile()
+   {
+      const int descriptor = ::mkstemp( name_.data() );
+      if( descriptor < 0 )
+         throw std::system_error( errno, std::generic_category(), "cannot make " + name_ );
+      ::close( descriptor );
+   }
+   ~TemporaryFile() { std::filesystem::remove( name_ ); }
+   TemporaryFile( const TemporaryFile& ) = delete;
+   TemporaryFile& operator=( const TemporaryFile& ) = delete;
+
+   const std::string& name() const { return name_; }
+
+ private:
+   std::string name_ = std::filesystem::temp_directory_path() / "strata-l3-XXXXXX";
+};
+
 class Diff : public Subcommand
 {
  public:
    CLI::App* declare( CLI::App& app ) override
    {
       CLI::App* const diff = app.add_subcommand(
-         "diff", "Run two scenarios, and show what they do to the chips differently" );
-      diff->add_option( "first", a_, "A scenario file" )->required();
-      diff->add_option( "second", b_, "The scenario file to compare with" )->required();
+         "diff", "Show what two scenarios, or recordings, do to the chips differently" );
+      diff->add_option( "first", a_, "A scenario file or a recording" )->required();
+      diff->add_option( "second", b_, "The scenario file or recording to compare with" )
+         ->required();
       diff->add_flag( "--json", json_, "The result as one JSON object" );
       return diff;
    }
@@ -70,10 +99,19 @@ class Diff : public Subcommand
    {
       RunOutcome a;
       RunOutcome b;
-      for( const auto& [ file, outcome ] : { std::pair( &a_, &a ), std::pair( &b_, &b ) } )
-         if( const ExitStatus status = runInto( *outcome, *file, terminal );
-             status == ExitStatus::error )
-            return status;
+      // A recording knows less of a switch than the switch itself, so it is compared with a recording.
+      const bool recorded = Desk::isRecording( a_ ) || Desk::isRecording( b_ );
+      try {
+         for( const auto& [ file, outcome ] : { std::pair( &a_, &a ), std::pair( &b_, &b ) } ) {
+            const ExitStatus status = recorded ? readInto( *outcome, *file, terminal )
+                                               : runInto( *outcome, *file, terminal );
+            if( status == ExitStatus::error )
+               return status;
+         }
+      } catch( const std::exception& error ) {
+         terminal.err << "strata-l3 diff: " << error.what() << std::endl;
+         return ExitStatus::error;
+      }
       const auto divergence = firstDivergence( a.calls, b.calls );
       const auto differences = Desk::differences( a.state, b.state );
       const Table table = changesTable( differences );
@@ -86,13 +124,44 @@ class Diff : public Subcommand
    }
 
  private:
+   /// A recording, or a scenario that is recorded for it.
+   static ExitStatus readInto( RunOutcome& outcome, const std::string& file, Terminal& terminal )
+   {
+      std::ofstream nothing( "/dev/null" );
+      Console console( nothing, terminal.err, quiet() );
+      const TemporaryFile copy;
+      if( !Desk::isRecording( file ) )
+         if( const ExitStatus status =
+                runScenario( file, console, { .recordingFile = copy.name() } );
+             status == ExitStatus::error )
+            return status;
+      const Desk::RecordingFile recording( Desk::isRecording( file ) ? file : copy.name() );
+      for( const Desk::RecordedLine& record : recording.records() )
+         if( record.kind == Desk::RecordedKind::begin ) {
+            const Desk::Json json = record.json();
+            outcome.calls.push_back(
+               { Desk::recordText( json ), "record " + std::to_string( record.number ) + ", in " +
+                                              recording.eventText( json ) } );
+         }
+      const Vormel::LockAnchor lock( Vormel::activityLock() );
+      Session session( console );
+      session.twinIs( recording );
+      outcome.state = Desk::SwitchState( session.agent().hardware() );
+      return ExitStatus::held;
+   }
+
+   static ConsoleConfig quiet()
+   {
+      ConsoleConfig config;
+      config.quiet = true;
+      return config;
+   }
+
    /// The scenario's own output is left away; its errors are not.
    static ExitStatus runInto( RunOutcome& outcome, const std::string& file, Terminal& terminal )
    {
       std::ofstream nothing( "/dev/null" );
-      ConsoleConfig config;
-      config.quiet = true;
-      Console console( nothing, terminal.err, config );
+      Console console( nothing, terminal.err, quiet() );
       const auto note = [ & ]( const Session& session, const Sim::Record& record ) {
          const Line* const line = session.running();
          outcome.calls.push_back(

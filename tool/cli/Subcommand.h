@@ -24,6 +24,7 @@ std::unique_ptr<Subcommand> shellSubcommand();
 std::unique_ptr<Subcommand> recordSubcommand();
 std::unique_ptr<Subcommand> replaySubcommand();
 std::unique_ptr<Subcommand> anonymiseSubcommand();
+std::unique_ptr<Subcommand> twinSubcommand();
 std::unique_ptr<Subcommand> diffSubcommand();
 std::unique_ptr<Subcommand> profilesSubcommand();
 std::unique_ptr<Subcommand> attributesSubcommand();

@@ -4,6 +4,7 @@
 #include "tool/Session.h"
 #include "tool/packet/ExplanationView.h"
 #include "tool/packet/PacketWords.h"
+#include "tool/packet/Untold.h"
 #include "tool/words/ByUnit.h"
 #include "tool/words/Command.h"
 #include "tool/words/EntryChoice.h"
@@ -36,6 +37,16 @@ void showExplanation( Session& session, Sim::PacketEngine& engine, const Sim::Ar
       [ & ] { return explanationJson( engine, verdict, explanation ); } );
 }
 
+/// Says at a twin on which tables, that it was not told, the outcome depends.
+void noteUntold( Session& session, const Sim::Explanation& explanation )
+{
+   const std::string names = untoldTables( explanation, session.packets().tables() );
+   if( session.isTwin() && !names.empty() )
+      session.console().notice( "This depends on what the twin was not told: " + names +
+                                ". They belong to other parts of the agent; a scenario beside the "
+                                "recording can give them." );
+}
+
 /// Takes an entrance and a frame, behind an optional -v.
 Sim::Arrival takeArrivalBehind( const Session& session, Words& words )
 {
@@ -53,6 +64,7 @@ Act explainPacket( const Session& session, Words& words )
       Sim::Explanation explanation;
       const Sim::Verdict verdict = desk.engine().explain( arrival, &explanation );
       showExplanation( live, desk.engine(), arrival, verdict, explanation, all );
+      noteUntold( live, explanation );
       desk.lastIs( { arrival, verdict } );
    };
 }
@@ -68,11 +80,12 @@ void send( Session& session, const Words& words, const Sim::Arrival& arrival, bo
 {
    PacketDesk& desk = session.packets();
    Sim::Explanation explanation;
-   if( all )
+   if( all || session.isTwin() )
       desk.engine().explain( arrival, &explanation );
    const Sim::Verdict verdict = desk.engine().send( arrival );
    if( all )
       showExplanation( session, desk.engine(), arrival, verdict, explanation, true );
+   noteUntold( session, explanation );
    desk.lastIs( { arrival, verdict } );
    if( verdict.loops )
       words.failAt( words.line().words.front(),
