@@ -10,7 +10,7 @@ SECONDS ?= 60
 TARGETS ?=
 
 .DEFAULT_GOAL := help
-.PHONY: help run test bench instructions mutants fuzz coverage library package api format lint update update-golden update-reference update-symbols update-abi update-bounds clean
+.PHONY: help run test bench instructions mutants fuzz coverage library package api format lint update update-golden update-reference update-symbols update-recording update-abi update-bounds clean
 
 help:
 	@echo 'make run            build, then run a scenario on the simulated chip'
@@ -23,7 +23,7 @@ help:
 	@echo 'make fuzz           change scenarios, frames, captures and generic access at random    SECONDS=$(SECONDS)  TARGETS="Frame ..."'
 	@echo 'make coverage       say how much of each room the tests run      COVERAGE_FLAGS="--list"'
 	@echo 'make update         replace what is generated from the code: golden transcripts, reference pages, the list of'
-	@echo '                      exported symbols; also by itself: update-golden, update-reference, update-symbols'
+	@echo '                      exported symbols, the example recording; by itself: update-golden, update-reference, ...'
 	@echo 'make update-abi     write down the binary interface of a version (see Releases in CONTRIBUTING.md)'
 	@echo 'make update-bounds  write down 5 % above the present instruction counts'
 	@echo 'make library        build the library alone, for an agent: build/library'
@@ -73,7 +73,7 @@ coverage:
 	@sh ci/build.sh coverage
 	@python3 ci/coverage.py $(COVERAGE_FLAGS)
 
-update: update-golden update-reference update-symbols
+update: update-golden update-reference update-symbols update-recording
 
 update-golden:
 	@sh ci/setup.sh build
@@ -84,6 +84,13 @@ update-reference:
 	@sh ci/setup.sh build
 	@sh ci/build.sh debug strata-l3-tool
 	@sh ci/reference.sh build/debug/bin/strata-l3 --update
+
+update-recording:
+	@sh ci/setup.sh build
+	@sh ci/build.sh debug strata-l3-tool
+	@build/debug/bin/strata-l3 replay scenarios/recordings/tutorial.recording >/dev/null || \
+	   build/debug/bin/strata-l3 record scenarios/recordings/tutorial.scenario \
+	      -o scenarios/recordings/tutorial.recording >/dev/null
 
 update-symbols:
 	@sh ci/setup.sh build

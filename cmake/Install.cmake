@@ -143,5 +143,6 @@ if( STRATA_COMMAND )
       COMPONENT command
       FILES_MATCHING
       PATTERN "*.scenario"
+      PATTERN "*.recording"
       PATTERN "golden" EXCLUDE )
 endif()

@@ -12,6 +12,7 @@ from pathlib import Path
 ROOT = Path(__file__).parent.parent
 CAPTURES = sorted((ROOT / "tests/packet/frames").glob("*.pcap*"))
 LINES_OF_A_SEED = 3
+RECORDS_OF_A_SEED = 40
 # As in Frame.cpp: Ethernet1, Ethernet3 with its explanation shown, and Ethernet8, behind which the tunnel is.
 ENTRANCES = (1, 0x83, 8)
 
@@ -69,6 +70,20 @@ def access(line):
     return re.match(r"(call|trace) |(set|del) (helper\.)?\w+(\[|\s|$)", line)
 
 
+def recordings():
+    """Parts of the shipped recording: its start, with a part of what follows, whose records are numbered anew."""
+    lines = (ROOT / "scenarios/recordings/tutorial.recording").read_text().splitlines()
+    start = next(at for at, line in enumerate(lines) if '"record":"call"' in line)
+    for at in range(start, len(lines), RECORDS_OF_A_SEED):
+        part = lines[:start] + lines[at : at + RECORDS_OF_A_SEED]
+        numbers = {}
+        for number, line in enumerate(part, 1):
+            numbers[re.search(r'"n":(\d+)', line)[1]] = str(number)
+        for number, line in enumerate(part):
+            part[number] = re.sub(r'"(n|of|cause)":(\d+)', lambda match: f'"{match[1]}":{numbers.get(match[2], 0)}', line)
+        yield ("\n".join(part) + "\n").encode()
+
+
 def messages():
     text = (ROOT / "docs/reference/messages.md").read_text()
     return [f"log {key} 5 word =7" for key in sorted(set(re.findall(r"\b[A-Z]+(?:_[A-Z]+)+\b", text)))]
@@ -82,6 +97,7 @@ def main():
     write(directory / "Access", texts([line for line in scenario_lines if access(line)] + messages()))
     write(directory / "CaptureFile", (path.read_bytes() for path in CAPTURES))
     write(directory / "Frame", frames())
+    write(directory / "Recording", recordings())
     words = set(re.findall(r"[\w.:/-]{2,40}", "\n".join(scenario_lines)))
     for page in (ROOT / "docs/reference").glob("*.md"):
         words.update(re.findall(r"\b[a-z]+[A-Z]\w+\b|\b[A-Z]+(?:_[A-Z]+)+\b", page.read_text()))

@@ -65,6 +65,29 @@ TEST( Replay, EveryScenarioIsReplayedAsRecordedOnEveryOtherChip )
       }
 }
 
+TEST( Replay, TheShippedRecordingIsThatOfItsScenario )
+{
+   const std::string recording = "scenarios/recordings/tutorial.recording";
+   const Outcome replayed = runLine( { "replay", recording.c_str() } );
+   EXPECT_EQ( replayed.status, 0 )
+      << replayed.out << replayed.err << "'make update' writes it again";
+   EXPECT_EQ( replayed.err, "" );
+   EXPECT_EQ(
+      runLine( { "diff", recording.c_str(), "scenarios/recordings/tutorial.scenario" } ).status,
+      0 );
+   // And the page about it tells what it shows.
+   const std::string page = Tool::contentsOf( "docs/recording-tour.md" );
+   EXPECT_THAT( page, HasSubstr( replayed.out.substr( recording.size() ) ) );
+   std::istringstream shown(
+      runLine( { "twin", recording.c_str(), "scenarios/recordings/tables.scenario" },
+         "explain in Ethernet1 dmac router ipv4 src 10.1.0.5 dst 10.2.0.9\n" )
+         .out );
+   std::size_t found = 0;
+   for( std::string line; std::getline( shown, line ); )
+      found += page.find( "    " + line + "\n" ) != page.npos ? 1 : 0;
+   EXPECT_GE( found, 10 );
+}
+
 using Records = std::vector<Json>;
 
 /// Records of a small agent, and its replay with some of them changed.
