@@ -3,16 +3,53 @@
 #include "agent/AttributeValues.h"
 #include "platform/runtime/Activity.h"
 #include "platform/runtime/Syslog.h"
+#include "platform/runtime/Trace.h"
 
 #include <array>
+#include <utility>
 
 namespace Strata::Tool {
+
+/// Records traces and log messages during its lifetime, before the sinks of the hardware get them.
+class Agent::RecordedSinks
+{
+ public:
+   explicit RecordedSinks( Recorder& recorder )
+      : traceSink_( Vormel::traceSinkIs( {} ) ),
+        syslogSink_( Vormel::syslogSinkIs( {} ) )
+   {
+      Vormel::traceSinkIs( [ &recorder, next = traceSink_ ]( const Vormel::TraceRecord& record ) {
+         recorder.trace( record );
+         if( next )
+            next( record );
+      } );
+      Vormel::syslogSinkIs(
+         [ &recorder, next = syslogSink_ ]( const Vormel::SyslogRecord& record ) {
+            recorder.log( record );
+            if( next )
+               next( record );
+         } );
+   }
+   RecordedSinks( const RecordedSinks& ) = delete;
+   RecordedSinks& operator=( const RecordedSinks& ) = delete;
+   ~RecordedSinks()
+   {
+      Vormel::traceSinkIs( std::move( traceSink_ ) );
+      Vormel::syslogSinkIs( std::move( syslogSink_ ) );
+   }
+
+ private:
+   Vormel::TraceSink traceSink_;
+   Vormel::SyslogSink syslogSink_;
+};
 
 Agent::Agent( const AgentConfig& config )
    : config_( config ),
      clock_( std::make_shared<Vormel::ManualClock>() ),
      hardware_( config.hardware ),
      recorder_( config.recordingFile ),
+     recordedSinks_(
+        recorder_.recording() ? std::make_unique<RecordedSinks>( recorder_ ) : nullptr ),
      helper_( newHelper() )
 {
    hardware_.transcript().listenerIs( config.listener, config.hears );

@@ -90,6 +90,8 @@ class Agent
    std::shared_ptr<Vormel::ManualClock> clock_;
    Sim::SimSwitch hardware_;
    Recorder recorder_;
+   class RecordedSinks;
+   std::unique_ptr<RecordedSinks> recordedSinks_; // null without a recording
    Ref<RoutingStatusHelper> helper_;
    Ref<RoutingStatusSm> reactor_;
    Ref<L3PeerMacArpRedirectSm> arpRedirect_;

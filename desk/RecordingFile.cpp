@@ -146,6 +146,25 @@ std::string inQuotes( std::string_view text )
    return "'" + std::string( text ) + "'";
 }
 
+/// Whether lists and objects are nested deeper than any record of a recorder: what reads them is recursive.
+bool isTooDeep( std::string_view text )
+{
+   int depth = 0;
+   bool isQuoted = false;
+   for( std::size_t i = 0; i < text.size(); ++i ) {
+      const char c = text[ i ];
+      if( isQuoted && c == '\\' )
+         ++i;
+      else if( c == '"' )
+         isQuoted = !isQuoted;
+      else if( !isQuoted && ( c == '[' || c == '{' ) && ++depth > 100 )
+         return true;
+      else if( !isQuoted && ( c == ']' || c == '}' ) )
+         --depth;
+   }
+   return false;
+}
+
 U64 numberIn( const Json& object, const char* member )
 {
    const auto at = object.find( member );
@@ -168,7 +187,9 @@ RecordingFile::RecordingFile( const std::string& file ) : name_( file )
    while( std::getline( in, text ) ) {
       ++line;
       const bool isLast = in.eof(); // without the end of its line: the writer was stopped in it
-      Json object = Json::parse( text, nullptr, false );
+      if( isTooDeep( text ) )
+         throw RecordingError( file, line, "this line is nested too deeply" );
+      const Json object = Json::parse( text, nullptr, false );
       if( isLast && !object.is_object() ) {
          notes_.push_back( "the last line, " + std::to_string( line ) + ", is cut off" );
          break;

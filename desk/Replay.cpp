@@ -284,8 +284,9 @@ void Player::deliver( const RecordedLine& record )
    const Json json = record.json();
    try {
       perform( record, json );
-   } catch( const Vormel::Error& ) {
-      // The end of the call has its text.
+   } catch( const Vormel::Error& error ) {
+      if( !returns( record.kind ) ) // the end of a call has the text
+         recording_.fail( record, error.what() );
    }
    if( !over_ && at() == &record )
       ++position_; // it has changed nothing

@@ -189,13 +189,14 @@ Result AnsweringManager::answered( Result ofChip ) const
    }
 #include "platform/sdk/TcamOperations.def"
 
-Ref<StrataBoundedTcamEntryManager> AnsweringGroupManager::boundedTcamEntryManager( TcamGroup ) const
+Ref<StrataBoundedTcamEntryManager> AnsweringGroupManager::boundedTcamEntryManager(
+   TcamGroup group ) const
 {
    const std::optional<Json> recorded = answers_.answerTo( "boundedTcamEntryManager" );
-   if( !recorded || !recorded->is_string() )
-      return nullptr;
-   const auto at = managers_.find( decodedText( *recorded ) );
-   return at == managers_.end() ? nullptr : at->second;
+   for( const auto& [ name, manager ] : managers_ )
+      if( recorded ? *recorded == name : groupNamed( name ) == group )
+         return manager;
+   return nullptr;
 }
 
 PortSwEntry AnsweringPortSwTable::entry( const StrataPort& ) const

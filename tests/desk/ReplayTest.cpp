@@ -322,6 +322,19 @@ TEST_F( ReplayTest, FilesThatAreNoRecordingsAreRefusedWithTheirLine )
                 record[ "attributes" ][ "routing4Enabled" ] = true;
        },
          "the helper's 'routing4Enabled' was true; a replay needs a recording from before the helper's init" },
+      { []( Records& r ) {
+          Json deep;
+          for( int i = 0; i < 200; ++i )
+             deep = Json::array( { deep } );
+          r[ 3 ][ "object" ] = deep;
+       },
+         ":4: this line is nested too deeply" },
+      { []( Records& r ) {
+          for( Json& record : r )
+             if( record.value( "attribute", "" ) == "syslogTimeout" )
+                record[ "value" ] = -1;
+       },
+         "syslogTimeout" },
       { []( Records& r ) { r[ 0 ][ "continues" ] = true; }, ":1: continues an older file" },
       { []( Records& r ) {
           for( Json& record : r )

@@ -1,5 +1,6 @@
 // A recording has what the slice was given and what it did, in order, whatever the SDK's numbers are.
 #include "recording/Recorder.h"
+#include "messages/Messages.h"
 #include "platform/runtime/Activity.h"
 #include "platform/runtime/Errors.h"
 #include "platform/sdk/ForwardingShim.h"
@@ -298,6 +299,27 @@ TEST_F( RecorderTest, AFullDiskEndsTheRecordingAndNotTheAgent )
    Recorder recorder( "/dev/full" );
    EXPECT_FALSE( recorder.recording() );
    EXPECT_THROW( Recorder( "/nosuch/recording" ), std::system_error );
+}
+
+TEST_F( RecorderTest, HasTracesAndLogMessagesOfTheAgent )
+{
+   Vormel::traceLevelsIs( "StrataRoutingStatus=2" );
+   U64 traces = 0;
+   {
+      Tool::Agent agent( config() );
+      agent.recorder().call( "handleRouting", true, true );
+      Vormel::logMessage( UNKNOWN_UCAST_PACKET_RECEIVED, U16( 3 ) );
+      // The transcript has them as well.
+      traces = agent.hardware().transcript().count( Sim::RecordKind::trace );
+      EXPECT_EQ( agent.hardware().transcript().count( Sim::RecordKind::log ), 1 );
+   }
+   Vormel::traceLevelsIs( "StrataRoutingStatus=off" );
+   const auto records = readLines( file );
+   ASSERT_GT( traces, 0 );
+   ASSERT_EQ( ofKind( records, "trace" ).size(), traces );
+   EXPECT_EQ( ofKind( records, "trace" ).back().at( "handle" ), "StrataRoutingStatus" );
+   ASSERT_EQ( ofKind( records, "log" ).size(), 1 );
+   EXPECT_EQ( ofKind( records, "log" ).front().at( "severity" ), 4 );
 }
 
 TEST_F( RecorderTest, ACallThatFailsIsRecordedAndRaised )
