@@ -177,6 +177,17 @@ class Finder:
         token = self.tokens[i]
         return self.text[token.start - 1].isspace() and self.text[token.end].isspace()
 
+    def _joins_texts(self, i):
+        """Whether '+' is in an expression with a literal or a conversion to text: texts have no '-'."""
+        if self._text(i) != "+":
+            return False
+        first = last = i
+        while first > 0 and self._text(first - 1) not in (";", "{", "}", "(", "[", ",", "="):
+            first = self.partner.get(first - 1, first - 1)
+        while last + 1 < len(self.tokens) and self._text(last + 1) not in (";", "{", "}", ")", "]", ","):
+            last = self.partner.get(last + 1, last + 1)
+        return any(t.kind == "string" or t.text in ("toText", "std::to_string", "std::string") for t in self.tokens[first : last + 1])
+
     def _operand_before(self, i):
         return self.tokens[i - 1].kind != "sign" or self._text(i - 1) in (")", "]")
 
@@ -194,7 +205,7 @@ class Finder:
                 self._add("comparison", i, i, new, f"'{text}' -> '{new}'")
         elif text in ("!", "~") and not self._operand_before(i):
             self._add("negation", i, i, "", f"'{text}' dropped before {self._text(i + 1)}")
-        elif text in EXCHANGES and self._spaced(i) and self._operand_before(i):
+        elif text in EXCHANGES and self._spaced(i) and self._operand_before(i) and not self._joins_texts(i):
             self._add("and/or", i, i, EXCHANGES[text], f"'{text}' -> '{EXCHANGES[text]}'")
         if text in ("&&", "||") or (text == "(" and self._text(i - 1) in ("if", "while")):
             self._negate(i + 1)

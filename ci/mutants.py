@@ -333,6 +333,7 @@ def snapshot(scenarios_only):
 
 
 def chosen(faults, options):
+    """The faults to make, and by function those that may replace one of them."""
     if options.lines:
         bounds = [int(n) for n in re.findall(r"\d+", options.lines)]
         if not bounds:
@@ -341,6 +342,7 @@ def chosen(faults, options):
     if options.function:
         faults = [fault for fault in faults if re.search(options.function, fault.function)]
     faults = [fault for fault in faults if (re.search(options.kind, fault.kind) if options.kind else fault.kind != "trace")]
+    spare = {}
     if options.number and options.number < len(faults):
         # One of each function comes first; then kinds take turns, so that constants, of which there are many, do not
         # displace the others.
@@ -356,8 +358,12 @@ def chosen(faults, options):
             for kind in sorted(kinds):
                 if kinds[kind] and len(drawn) < options.number:
                     drawn.append(kinds[kind].pop())
+        taken = {id(fault) for fault in drawn}
+        for fault in dice.sample(faults, len(faults)):
+            if id(fault) not in taken:
+                spare.setdefault((fault.file, fault.function), []).append(fault)
         faults = drawn
-    return faults[options.skip :]
+    return faults[options.skip :], spare
 
 
 def sources(patterns):
@@ -373,7 +379,8 @@ def sources(patterns):
     return files
 
 
-def judge_all(faults, texts, library, tests, jobs):
+def judge_all(faults, spare, texts, library, tests, jobs):
+    """The results. A fault that does not compile, or changes no code, is replaced by another of its function."""
     waiting, done = queue.Queue(), []
     for fault in faults:
         waiting.put(fault)
@@ -382,9 +389,12 @@ def judge_all(faults, texts, library, tests, jobs):
         try:
             while True:
                 fault = waiting.get_nowait()
-                result = worker.judge(library, tests, fault, texts[fault.file])
-                done.append(result)
-                print(result.line(), flush=True)
+                while fault:
+                    result = worker.judge(library, tests, fault, texts[fault.file])
+                    done.append(result)
+                    print(result.line(), flush=True)
+                    others = spare.get((fault.file, fault.function))
+                    fault = others.pop() if others and result.outcome in (UNPARSABLE, SAME) else None
         except (queue.Empty, Stopped):
             pass
         except BaseException as problem:  # an exception that ends a thread would go unseen
@@ -404,7 +414,7 @@ def judge_all(faults, texts, library, tests, jobs):
     return done
 
 
-def summary(done, wanted, seconds):
+def summary(done, untried, seconds):
     counts = Counter(result.outcome for result in done)
     judged = counts[KILLED] + counts[GOLDEN] + counts[SURVIVED]
     weak = sorted((r for r in done if r.outcome in (GOLDEN, SURVIVED)), key=lambda r: (r.fault.file, r.fault.line))
@@ -417,8 +427,8 @@ def summary(done, wanted, seconds):
         f"transcript alone, {counts[SURVIVED]} survived. Not counted: {counts[UNPARSABLE]} do not compile, "
         f"{counts[SAME]} change no code."
     )
-    if len(done) < wanted:
-        print(f"Stopped: {wanted - len(done)} were not tried.")
+    if untried:
+        print(f"Stopped: {untried} were not tried.")
 
 
 def main():
@@ -439,7 +449,7 @@ def main():
     texts = {file: read(os.path.join(ROOT, file)) for file in files}
     library_sources = [path for room in ROOMS for suffix in ("h", "cpp") for path in glob.glob(os.path.join(ROOT, room, f"**/*.{suffix}"), recursive=True)]
     neighbours = Neighbours([read(path) for path in sorted(library_sources)])
-    faults = chosen([fault for file in files for fault in Finder(file, texts[file], neighbours).find()], options)
+    faults, spare = chosen([fault for file in files for fault in Finder(file, texts[file], neighbours).find()], options)
     if options.list:
         for fault in faults:
             print(f"{fault.file}:{fault.line}: {fault.function}: [{fault.kind}] {fault.what}")
@@ -453,9 +463,11 @@ def main():
         runner.stop()
         return 130
     started = time.monotonic()
-    done = judge_all(faults, texts, library, tests, options.jobs)
-    summary(done, len(faults), time.monotonic() - started)
-    return 130 if len(done) < len(faults) else 0
+    done = judge_all(faults, spare, texts, library, tests, options.jobs)
+    tried = {id(result.fault) for result in done}
+    untried = sum(id(fault) not in tried for fault in faults)
+    summary(done, untried, time.monotonic() - started)
+    return 130 if untried else 0
 
 
 if __name__ == "__main__":
