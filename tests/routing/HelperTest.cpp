@@ -158,16 +158,23 @@ TEST_F( HelperTest, AMissingInputIsTracedAndItsStepIsSkipped )
    Sim::SimSwitch& hardware = agent->hardware();
    hardware.addInterface( IntfId( "Ethernet1" ), 0, 1 );
    hardware.scsd()->vfiForwardingIs( true );
-   const auto bare = Vormel::make<RoutingStatusHelper>( "bare", hardware.scsd(), nullptr, nullptr,
-      false, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr );
+   const auto helperWith = [ & ]( Ref<const Mlag::Status> mlag,
+                              Ref<const Mlag::Hardware::Status> mlagHardware ) {
+      return Vormel::make<RoutingStatusHelper>( "bare", hardware.scsd(), nullptr, nullptr, false,
+         mlag, mlagHardware, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr );
+   };
+   const auto bare = helperWith( nullptr, nullptr );
    levelsAre( "1" );
    bare->programSwitchCtrlPortSet( IntfId( "Ethernet1" ) );
    EXPECT_THAT( texts( RecordKind::call ),
       testing::EndsWith( "bcm_port_control_set( unit 0, port 1, control IP4, value 1 )\n"
                          "bcm_port_control_set( unit 0, port 1, control IP6, value 1 )\n" ) );
    bare->init( true, true );
-   bare->handlePeerMacRouting( EthAddr(), true );
-   bare->verifyPeerMacRoutingStatus();
+   for( const auto& helper : { helperWith( Vormel::make<Mlag::Status>(), nullptr ),
+           helperWith( nullptr, Vormel::make<Mlag::Hardware::Status>() ) } ) {
+      helper->handlePeerMacRouting( EthAddr(), true );
+      helper->verifyPeerMacRoutingStatus();
+   }
    bare->handleTcamEntryVlanFloodDrop( 3, true );
    bare->handleTcamEntryArpReplyToCpu( MacType::bridgeMac );
    bare->handleTcamEntryArpReqUnicastDrop();

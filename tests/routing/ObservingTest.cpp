@@ -45,6 +45,10 @@ TEST_F( ObservingTest, ASnapshotHasEveryAttributeWithItsValue )
       values[ "tcamEntryArpReply" ][ 0 ], json::parse( R"({ "key": "fennicMac", "value": 7 })" ) );
    EXPECT_EQ( values[ "unknownMacCountersPerTc" ][ 0 ][ "value" ], 0xFFFFFFFFFFFFFFFF );
    EXPECT_EQ( values[ "ttlCheckTcamManager" ], nullptr );
+
+   const auto config = agent->hardware().miscConfig();
+   config->syslogTimeoutIs( 0.5 );
+   EXPECT_THAT( Vormel::snapshotJson( *config ), testing::HasSubstr( "\"value\": 0.5 }" ) );
 }
 
 TEST_F( ObservingTest, JsonTextsAreValidWhateverIsInThem )

@@ -277,6 +277,8 @@ TEST_F( EntityTest, WrongNamesAndArgumentsSayWhatWouldBeRight )
    };
    EXPECT_EQ( errorOf( [ & ] { type.attribute( "wats" ); } ),
       "Lamp has no attribute 'wats'; did you mean 'watts'?" );
+   EXPECT_EQ( errorOf( [ & ] { type.attribute( "voltage" ); } ),
+      "Lamp has no attribute 'voltage'" ); // nothing is near
    EXPECT_EQ( errorOf( [ & ] { type.attribute( "watts" ).write( *lamp, std::string( "-1" ) ); } ),
       "watts: value '-1' is not a number from 0 to 4294967295" );
    EXPECT_EQ(

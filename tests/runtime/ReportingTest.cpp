@@ -110,9 +110,9 @@ TEST_F( TraceTest, ValuesAreWrittenAsAStreamWritesThem )
                 << static_cast<signed char>( -1 ) );
    VORMEL_TRACE_AS( apple, 1, "f",
       std::hex << short{ -1 } << ' ' << -1 << ' ' << std::showbase << 16 << std::dec
-               << std::setw( 4 ) << "a" << std::setw( 3 ) << 7 << 1.5 );
+               << std::setw( 4 ) << "a" << std::setw( 3 ) << 7 << 1.5 << std::setw( 1 ) << "" );
    EXPECT_EQ( log, "FruitApple 1 f -918446744073709551615 (null)sc-1\n"
-                   "FruitApple 1 f ffff ffffffff 0x10   a  71.5\n" );
+                   "FruitApple 1 f ffff ffffffff 0x10   a  71.5 \n" );
 }
 
 TEST_F( TraceTest, ASinkMayTraceWhileItHasARecord )

@@ -84,7 +84,9 @@ TEST( IntfIdTest, RefusesTextsThatAreNotInterfaces )
            "Loopback16777215", "Management16777215/65535/65535" } )
       EXPECT_EQ( toText( IntfId( text ) ), text );
    EXPECT_THROW( IntfId( "Vlan4095" ), ValueError );
-   EXPECT_THROW( IntfId::ethernet( 1, 0, 2 ), ValueError );
+   EXPECT_THAT( [] { IntfId::ethernet( 1, 0, 2 ); },
+      testing::ThrowsMessage<ValueError>( testing::StartsWith(
+         "no interface is named 'Ethernet1/0/2': the first number must be 1 to 16777215" ) ) );
    EXPECT_THROW( IntfId::portChannel( 0 ), ValueError );
    EXPECT_TRUE( IntfId::vlan( 4094 ).isVlan() && IntfId().empty() );
    EXPECT_EQ( IntfId::ethernet( 3, 1, 2 ), IntfId( "Ethernet3/1/2" ) );
