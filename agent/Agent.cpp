@@ -47,7 +47,7 @@ Agent::Agent( const AgentConfig& config )
    : config_( config ),
      clock_( std::make_shared<Vormel::ManualClock>() ),
      hardware_( config.hardware ),
-     recorder_( config.recordingFile ),
+     recorder_( config.recordingFile, config.recordingLimit ),
      recordedSinks_(
         recorder_.recording() ? std::make_unique<RecordedSinks>( recorder_ ) : nullptr ),
      helper_( newHelper() )

@@ -34,6 +34,7 @@ struct AgentConfig
    Sim::Transcript::Filter hears{};      // the kinds of records that it gets; all without a filter
    bool keepsRecords = true;
    std::string recordingFile{}; // written by a Recorder; empty for none
+   U64 recordingLimit = 0;      // of the file, in bytes; 0 for none
 };
 
 class Agent

@@ -42,6 +42,7 @@ function( install_headers component )
       PATTERN "platform/runtime/Registries.h" EXCLUDE
       PATTERN "routing/reactors/NestedReactors.h" EXCLUDE
       PATTERN "routing/tcam" EXCLUDE
+      PATTERN "recording/ChipCalls.h" EXCLUDE
       PATTERN "recording/Journal.h" EXCLUDE
       PATTERN "recording/JsonObject.h" EXCLUDE
       PATTERN "recording/RecordingShim.h" EXCLUDE

@@ -3,7 +3,9 @@
 #include "platform/runtime/Trace.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
 
@@ -14,30 +16,33 @@ Vormel::TraceHandle recordingTrace( "StrataRecording" );
 
 namespace Recording {
 
-void appendQuoted( std::string& text, std::string_view value )
+namespace {
+
+int opened( const std::string& name )
 {
-   static constexpr char digits[] = "0123456789abcdef";
-   text += '"';
-   for( const char c : value ) {
-      const auto byte = static_cast<unsigned char>( c );
-      if( c == '"' || c == '\\' )
-         text += { '\\', c };
-      else if( byte < 0x20 || byte > 0x7E )
-         // Names may hold any bytes; each is one character, so that reading gives the same bytes.
-         text += { '\\', 'u', '0', '0', digits[ byte >> 4 ], digits[ byte & 0xF ] };
-      else
-         text += c;
-   }
-   text += '"';
+   const int file =
+      ::open( name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0644 );
+   if( file < 0 )
+      throw std::system_error(
+         errno, std::generic_category(), "cannot write the recording '" + name + "'" );
+   return file;
 }
 
-Journal::Journal( const std::string& file )
-   : file_( ::open( file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0644 ) )
+/// A device or a pipe has no size, and is not to be renamed.
+bool isRegular( int file )
 {
-   if( file_ < 0 )
-      throw std::system_error(
-         errno, std::generic_category(), "cannot write the recording '" + file + "'" );
+   struct stat about = {};
+   return ::fstat( file, &about ) == 0 && S_ISREG( about.st_mode );
 }
+
+} // namespace
+
+Journal::Journal( const std::string& file, U64 limit )
+   : name_( file ),
+     file_( opened( file ) ),
+     limit_( isRegular( file_ ) ? limit : 0 ),
+     chips_( limit_ != 0 ? std::make_unique<ChipCalls>() : nullptr )
+{}
 
 Journal::~Journal()
 {
@@ -56,6 +61,9 @@ void Journal::begin( JsonObject& object, std::string_view record ) const
 void Journal::writeLine()
 {
    line_ += '\n';
+   size_ += line_.size();
+   // A limit that what a file starts with reaches at once would replace it at every input.
+   isFull_ = limit_ != 0 && size_ >= limit_ && size_ >= 2 * headSize_;
    for( std::string_view rest = line_; !rest.empty(); ) {
       const ssize_t written = ::write( file_, rest.data(), rest.size() );
       if( written >= 0 )
@@ -63,6 +71,43 @@ void Journal::writeLine()
       else if( errno != EINTR )
          throw std::system_error( errno, std::generic_category(), "write" );
    }
+}
+
+void Journal::replace() noexcept
+{
+   std::string failure;
+   {
+      const std::lock_guard guard( mutex_ );
+      if( !open_ || opens_ != 0 )
+         return;
+      isReplaced_ = true;
+      try {
+         openNext();
+         head_();
+      } catch( const std::exception& error ) {
+         open_ = false;
+         failure_ = error.what();
+      }
+      isReplaced_ = false;
+      headSize_ = size_;
+      isFull_ = false;
+      failure.swap( failure_ );
+   }
+   if( !failure.empty() )
+      traceEnd( failure );
+}
+
+void Journal::openNext()
+{
+   const std::string old = name_ + ".old";
+   if( std::rename( name_.c_str(), old.c_str() ) != 0 )
+      throw std::system_error(
+         errno, std::generic_category(), "cannot rename the recording to '" + old + "'" );
+   const int next = opened( name_ );
+   ::close( file_ );
+   file_ = next;
+   size_ = 0;
+   ++predecessors_;
 }
 
 void Journal::traceEnd( const std::string& failure ) noexcept

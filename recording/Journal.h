@@ -1,13 +1,18 @@
 // The file of a recording: one record a line, numbered, each written by one write(2) when it is complete, so that a
 // process that is killed loses none. Safe from any thread. Instead of a file, a function may get the records.
+//
+// With a limit, the file is replaced when it is full, and keeps one predecessor. What has a beginning and an end stays in
+// one file.
 #pragma once
 
+#include "recording/ChipCalls.h"
 #include "recording/JsonObject.h"
 
 #include <atomic>
 #include <chrono>
 #include <exception>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -18,8 +23,9 @@ namespace Strata::Recording {
 class Journal
 {
  public:
-   /// Replaces the file. std::system_error if it cannot be opened.
-   explicit Journal( const std::string& file );
+   /// Replaces the file. std::system_error if it cannot be opened. `limit` is the size at which a regular file is replaced
+   /// by the next one; 0 for never.
+   explicit Journal( const std::string& file, U64 limit = 0 );
    /// Gives the records to the function, each without the end of its line.
    using Reader = std::function<void( std::string_view record )>;
    explicit Journal( Reader reader ) : reader_( std::move( reader ) ) {}
@@ -61,12 +67,48 @@ class Journal
             return number;
          } catch( const std::exception& error ) {
             open_ = false;
-            failure = error.what();
+            ( isReplaced_ ? failure_ : failure ) = error.what();
          }
       }
-      traceEnd( failure );
+      if( !failure.empty() )
+         traceEnd( failure );
       return number;
    }
+
+   /// While one exists, the file is not replaced.
+   class Open
+   {
+    public:
+      explicit Open( Journal& journal ) : journal_( journal.limit_ != 0 ? &journal : nullptr )
+      {
+         if( journal_ )
+            ++journal_->opens_;
+      }
+      Open( const Open& ) = delete;
+      Open& operator=( const Open& ) = delete;
+      ~Open()
+      {
+         if( journal_ )
+            --journal_->opens_;
+      }
+
+    private:
+      Journal* const journal_;
+   };
+
+   /// Writes what each later file starts with. It runs where replaceIfFull() does.
+   void headIs( std::function<void()> head ) { head_ = std::move( head ); }
+   /// Before an input is recorded: replaces the file if it is full, unless something has begun and not ended. The full
+   /// one is renamed to FILE.old. A failure ends the recording and is traced.
+   void replaceIfFull() noexcept
+   {
+      if( isFull_ )
+         replace();
+   }
+   /// How many files came before this one.
+   U64 predecessors() const { return predecessors_; }
+   /// Null without a limit. Requires: used by a `fill` only.
+   ChipCalls* chips() { return chips_.get(); }
 
    /// The record of the input that is being handled; 0 for none. Records that it causes refer to it.
    U64 cause() const { return cause_; }
@@ -76,12 +118,25 @@ class Journal
  private:
    void begin( JsonObject& object, std::string_view record ) const;
    void writeLine();
+   void replace() noexcept;
+   void openNext();
    static void traceEnd( const std::string& failure ) noexcept;
 
-   std::mutex mutex_;
+   std::recursive_mutex mutex_; // what a file starts with is written while nothing else is
    std::string line_;
+   const std::string name_;
    int file_ = -1;
    Reader reader_;
+   U64 limit_ = 0;
+   U64 size_ = 0;     // of the file
+   U64 headSize_ = 0; // of its start
+   U64 predecessors_ = 0;
+   std::atomic<bool> isFull_{ false };
+   std::atomic<U32> opens_{ 0 };
+   bool isReplaced_ = false; // at present
+   std::string failure_;     // while it is
+   std::function<void()> head_;
+   std::unique_ptr<ChipCalls> chips_;
    std::atomic<bool> open_{ true };
    std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
    U64 number_ = 0;

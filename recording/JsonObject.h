@@ -8,6 +8,14 @@
 #include <string>
 #include <string_view>
 
+namespace Vormel {
+class EthAddr;
+}
+
+namespace Strata {
+class PortBitmap;
+}
+
 namespace Strata::Recording {
 
 /// Appends the text in quotes, escaped.
@@ -30,6 +38,8 @@ class JsonObject
    JsonObject& operator=( const JsonObject& ) = delete;
 
    void add( std::string_view name, std::string_view value ) { appendQuoted( at( name ), value ); }
+   void add( std::string_view name, const Vormel::EthAddr& mac );
+   void add( std::string_view name, const PortBitmap& ports );
    void add( std::string_view name, const char* value ) { add( name, std::string_view( value ) ); }
    void add( std::string_view name, std::same_as<bool> auto value )
    {
@@ -39,6 +49,15 @@ class JsonObject
    requires( !std::same_as<Number, bool> ) void add( std::string_view name, Number value )
    {
       appendNumber( at( name ), value );
+   }
+   /// Adds the members of an object that is text already.
+   void addMembers( std::string_view object )
+   {
+      object = object.substr( 1, object.size() - 2 );
+      if( !first_ && !object.empty() )
+         text_ += ',';
+      first_ = first_ && object.empty();
+      text_ += object;
    }
    /// The text, for a value that the caller appends.
    std::string& at( std::string_view name )

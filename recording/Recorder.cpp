@@ -6,6 +6,8 @@
 #include "recording/Journal.h"
 #include "recording/RecordingShim.h"
 
+#include <algorithm>
+#include <functional>
 #include <map>
 #include <utility>
 #include <variant>
@@ -30,11 +32,9 @@ class Recorder::Impl
    {
       if( !journal )
          return;
-      journal->write( "header", []( JsonObject& record ) {
-         record.add( "format", 1 );
-         record.add( "library", STRATA_VERSION );
-         record.add( "times", "nanoseconds since the start of the recording" );
-      } );
+      writeHeader();
+      journal->headIs(
+         std::bind_front( &Impl::writeHead, this ) ); // a lambda of an exported class is exported
    }
    Impl( const Impl& ) = delete;
    Impl& operator=( const Impl& ) = delete;
@@ -44,6 +44,7 @@ class Recorder::Impl
          return;
       journal->write( "stop", []( JsonObject& ) {} );
       journal->close();
+      journal->headIs( {} );
    }
 
    void addValue( std::string& text, const Value& value ) const;
@@ -51,6 +52,8 @@ class Recorder::Impl
    void writeUnits();
    /// Records the object's values, those of its members first, and watches it from now on.
    void watch( const std::string& name, const Ref<const Entity>& entity );
+   /// An object that the agent has named.
+   void input( const std::string& name, const Ref<const Entity>& entity );
    void writeState( const std::string& name, const Entity& entity ) const;
    void changed( const std::string& name, const Change& change );
 
@@ -65,6 +68,9 @@ class Recorder::Impl
    const std::shared_ptr<Journal> journal; // null without a file
    std::vector<std::unique_ptr<Recording::RecordingShim>> shims;
    Ref<RoutingStatusHelper> helper;
+   std::map<std::string, Ref<Recording::RecordingManager>>
+      managers; // by name, without those of the group manager
+   Ref<Recording::RecordingGroupManager> groupManager;
    std::map<const Counted*, std::string> names; // of objects
    Ref<const StrataCommonSmData> scsd;
 
@@ -76,12 +82,19 @@ class Recorder::Impl
    {
       return object + "." + std::string( attribute.info().name ) + "[" + std::string( key ) + "]";
    }
+   template<class Use>
+   void forEachMember( const std::string& name, const Entity& entity, const Use& use ) const;
    void watchMember( const std::string& name, const Value& value );
+   void writeHeader() const;
+   /// What each later file starts with: all that a reader of the files before knows of the present state.
+   void writeHead();
+   void writeStates( const std::string& name, const Entity& entity ) const;
    void addValues( JsonObject& values, const Attribute& attribute, const Entity& entity ) const;
    void writeUnit( U16 number, const StrataUnit& unit ) const;
 
    std::map<std::string, std::unique_ptr<Watch>> watches_; // by the object's name
    std::map<U16, StrataUnit> units_;                       // as recorded
+   std::vector<std::string> inputs_; // the names of those that the agent has named
 };
 
 static bool isOfAgent( const Attribute& attribute )
@@ -108,6 +121,7 @@ class Recorder::Impl::Watch final : public Vormel::Subscriber
    }
 
    void onChange( const Change& change ) noexcept override { impl_.changed( name_, change ); }
+   const Entity& entity() const { return *entity_; }
 
  private:
    Impl& impl_;
@@ -149,7 +163,7 @@ void Recorder::Impl::writeUnit( U16 number, const StrataUnit& unit ) const
       record.add( "unit", number );
       record.add( "model", std::string_view( unit.chipInfo.model ) );
       record.add( "modId", unit.modId );
-      record.add( "ports", std::string_view( unit.ports.toString() ) );
+      record.add( "ports", unit.ports );
       if( unit.loopbackPort )
          record.add( "loopbackPort", *unit.loopbackPort );
       record.add( "hasIpOptionsProfile", unit.hasIpOptionsProfile );
@@ -184,24 +198,80 @@ void Recorder::Impl::writeState( const std::string& name, const Entity& entity )
    } );
 }
 
-void Recorder::Impl::watchMember( const std::string& name, const Value& value )
+static const Entity* entityIn( const Value& value )
 {
    const auto* const object = std::get_if<Vormel::ObjectRef>( &value );
-   if( const auto* const entity = object ? dynamic_cast<const Entity*>( object->get() ) : nullptr )
+   return object ? dynamic_cast<const Entity*>( object->get() ) : nullptr;
+}
+
+void Recorder::Impl::watchMember( const std::string& name, const Value& value )
+{
+   if( const Entity* const entity = entityIn( value ) )
       watch( name, Ref<const Entity>( entity ) );
+}
+
+template<class Use>
+void Recorder::Impl::forEachMember(
+   const std::string& name, const Entity& entity, const Use& use ) const
+{
+   for( const auto& attribute : entity.entityType().attributes() )
+      if( attribute->holdsObject() && !attribute->info().keyType.empty() )
+         for( const auto& [ key, value ] : attribute->members( entity ) )
+            use( memberName( name, *attribute, toText( key ) ), value );
 }
 
 void Recorder::Impl::watch( const std::string& name, const Ref<const Entity>& entity )
 {
-   const auto& attributes = entity->entityType().attributes();
-   for( const auto& attribute : attributes )
-      if( attribute->holdsObject() && !attribute->info().keyType.empty() )
-         for( const auto& [ key, value ] : attribute->members( *entity ) )
-            watchMember( memberName( name, *attribute, toText( key ) ), value );
+   forEachMember( name, *entity,
+      [ & ]( const std::string& member, const Value& value ) { watchMember( member, value ); } );
    watches_.erase( name ); // before its successor enters the object's name
    watches_[ name ] = std::make_unique<Watch>( *this, name, entity );
    names[ entity.get() ] = name;
    writeState( name, *entity );
+}
+
+void Recorder::Impl::input( const std::string& name, const Ref<const Entity>& entity )
+{
+   watch( name, entity );
+   if( std::ranges::find( inputs_, name ) == inputs_.end() )
+      inputs_.push_back( name );
+}
+
+void Recorder::Impl::writeHeader() const
+{
+   journal->write( "header", [ & ]( JsonObject& record ) {
+      record.add( "format", 1 );
+      record.add( "library", STRATA_VERSION );
+      record.add( "times", "nanoseconds since the start of the recording" );
+      if( journal->predecessors() != 0 )
+         record.add( "continues", journal->predecessors() );
+   } );
+}
+
+void Recorder::Impl::writeStates( const std::string& name, const Entity& entity ) const
+{
+   forEachMember( name, entity, [ & ]( const std::string& member, const Value& value ) {
+      if( const Entity* const held = entityIn( value ) )
+         writeStates( member, *held );
+   } );
+   writeState( name, entity );
+}
+
+void Recorder::Impl::writeHead()
+{
+   writeHeader();
+   units_.clear();
+   writeUnits();
+   for( const auto& [ name, manager ] : managers )
+      manager->describe();
+   if( groupManager )
+      groupManager->describe();
+   for( const std::string& name : inputs_ )
+      if( const auto watch = watches_.find( name ); watch != watches_.end() )
+         writeStates( name, watch->second->entity() );
+   journal->chips()->forEach( [ & ]( std::string_view call ) {
+      journal->write( "chip", [ & ]( JsonObject& record ) { record.addMembers( call ); } );
+   } );
 }
 
 void Recorder::Impl::changed( const std::string& name, const Change& change )
@@ -218,11 +288,14 @@ void Recorder::Impl::changed( const std::string& name, const Change& change )
       } catch( const Vormel::Error& ) {
          isGone = true; // an earlier subscriber has removed it
       }
-   if( isCollection && !isGone )
+   const bool isMember = isCollection && attribute.holdsObject();
+   if( isMember && !isGone )
       watchMember( memberName( name, attribute, key ), value );
    const bool isInput = isOfAgent( attribute );
-   if( isInput )
+   if( isInput ) {
+      journal->replaceIfFull();
       writeUnits();
+   }
    const U64 number = journal->write( isInput ? "input" : "notify", [ & ]( JsonObject& record ) {
       if( !isInput )
          record.add( "cause", journal->cause() );
@@ -236,7 +309,7 @@ void Recorder::Impl::changed( const std::string& name, const Change& change )
    } );
    if( isInput )
       journal->causeIs( number );
-   if( isCollection && isGone )
+   if( isMember && isGone )
       watches_.erase( memberName( name, attribute, key ) );
 }
 
@@ -264,6 +337,8 @@ void Recorder::Impl::during( std::string_view record, Fill fill, const Work& wor
 {
    if( !journal )
       return work();
+   journal->replaceIfFull();
+   const Journal::Open open( *journal );
    writeUnits();
    const U64 number = journal->write( record, fill );
    const U64 before = journal->causeIs( number );
@@ -283,8 +358,11 @@ void Recorder::Impl::during( std::string_view record, Fill fill, const Work& wor
    ends( []( JsonObject& ) {} );
 }
 
-Recorder::Recorder( const std::string& file )
-   : impl_( std::make_unique<Impl>( file.empty() ? nullptr : std::make_shared<Journal>( file ) ) )
+Recorder::Recorder( const std::string& file ) : Recorder( file, 0 ) {}
+
+Recorder::Recorder( const std::string& file, U64 limit )
+   : impl_( std::make_unique<Impl>(
+        file.empty() ? nullptr : std::make_shared<Journal>( file, limit ) ) )
 {}
 
 Recorder::Recorder( std::function<void( std::string_view record )> reader )
@@ -319,6 +397,7 @@ Ref<StrataBoundedTcamEntryManager> Recorder::manager(
       return next;
    const auto made = Vormel::make<Recording::RecordingManager>( name, next, impl_->journal );
    made->describe();
+   impl_->managers[ name ] = made;
    impl_->names[ made.get() ] = name;
    return made;
 }
@@ -328,6 +407,7 @@ Ref<StrataTcamGroupManager> Recorder::groupManager( const Ref<StrataTcamGroupMan
    if( !next || !impl_->journal )
       return next;
    const auto made = Vormel::make<Recording::RecordingGroupManager>( next, impl_->journal );
+   impl_->groupManager = made;
    impl_->names[ made.get() ] = "groups";
    return made;
 }
@@ -352,7 +432,7 @@ void Recorder::sharedData( const Ref<StrataCommonSmData>& scsd )
 void Recorder::input( const std::string& name, const Ref<const Entity>& entity )
 {
    if( impl_->journal )
-      impl_->watch( name, entity );
+      impl_->input( name, entity );
 }
 
 void Recorder::helper( const Ref<RoutingStatusHelper>& helper )
@@ -366,6 +446,7 @@ void Recorder::clock( Vormel::Clock& clock )
    if( !impl_->journal )
       return;
    clock.expiryListenerIs( [ journal = impl_->journal ]( double now ) {
+      journal->replaceIfFull();
       journal->causeIs( journal->write(
          "timer", [ & ]( JsonObject& record ) { record.at( "now" ) += toText( Value( now ) ); } ) );
    } );

@@ -37,6 +37,11 @@ class VORMEL_EXPORT Recorder
    /// Replaces the file; records nothing if its name is empty. std::system_error if it cannot be written. A record that cannot be written later ends the
    /// recording, which a trace of the handle StrataRecording at level 1 reports; the agent goes on.
    explicit Recorder( const std::string& file );
+   /// The same, with a limit in bytes. Once the file has reached it, it is renamed to FILE.old before the next input, and
+   /// a new file starts with the present state, so that both together are never much larger than twice the limit; a limit
+   /// below twice the size of that state counts as that. 0 is no limit, and a device or a pipe has none. A failure to rename
+   /// or to open a file ends the recording, as above.
+   Recorder( const std::string& file, U64 limit );
    /// Gives each record, one JSON object without the end of its line, to the function, in place of a file. The function is
    /// called on the thread that causes the record, and may cause further ones.
    explicit Recorder( std::function<void( std::string_view record )> reader );

@@ -38,7 +38,7 @@ void addValue( JsonObject& object, std::string_view name, const std::string& tex
 
 void addValue( JsonObject& object, std::string_view name, const PortBitmap& ports )
 {
-   object.add( name, std::string_view( ports.toString() ) );
+   object.add( name, ports );
 }
 
 void addValue( JsonObject& object, std::string_view name, const RequestKey& key )
@@ -95,20 +95,37 @@ void RecordingManager::addResult( JsonObject& record, Result result ) const
 }
 
 template<class Result, class Call, class... Arguments>
-Result RecordingManager::recorded(
-   std::string_view method, std::string_view names, Call call, const Arguments&... arguments ) const
+Result RecordingManager::recorded( TcamOperation operation, std::string_view method,
+   std::string_view names, Call call, const Arguments&... arguments ) const
 {
-   const U64 number = journal_->write( "begin", [ & ]( JsonObject& record ) {
-      record.add( "cause", journal_->cause() );
+   const auto addCall = [ & ]( JsonObject& record ) {
       record.add( "manager", std::string_view( name_ ) );
       record.add( "call", method );
+      [[maybe_unused]] std::string_view rest = names;
       JsonObject given( record.at( "arguments" ) );
-      ( addValue( given, takeArgumentName( names ), arguments ), ... );
+      ( addValue( given, takeArgumentName( rest ), arguments ), ... );
+   };
+   const Journal::Open open( *journal_ );
+   const U64 number = journal_->write( "begin", [ & ]( JsonObject& record ) {
+      record.add( "cause", journal_->cause() );
+      addCall( record );
    } );
    const auto end = [ & ]( auto... result ) {
       journal_->write( "end", [ & ]( JsonObject& record ) {
          record.add( "of", number );
          ( addResult( record, result ), ... );
+         ChipCalls* const chips = journal_->chips();
+         std::string* const text =
+            chips ? chips->placeOf( operation, ( S64{ 0 } + ... + S64( result ) ), arguments... )
+                  : nullptr;
+         if( !text )
+            return;
+         text->clear();
+         JsonObject kept( *text );
+         addCall( kept );
+         if constexpr( std::is_same_v<Result,
+                          U32> ) // a code says no more than that the call is kept
+            ( kept.add( "result", result ), ... );
       } );
    };
    if constexpr( std::is_void_v<Result> ) {
@@ -125,14 +142,14 @@ Result RecordingManager::recorded(
 #define STRATA_TCAM_OPERATION( result, method, parameters, arguments ) \
    result RecordingManager::method parameters \
    { \
-      return recorded<result>( \
-         #method, #arguments, [ & ] { return next().method arguments; } STRATA_LIST arguments ); \
+      return recorded<result>( TcamOperation::method, #method, #arguments, \
+         [ & ] { return next().method arguments; } STRATA_LIST arguments ); \
    }
 #define STRATA_TCAM_QUESTION( result, method, parameters, arguments ) \
    result RecordingManager::method parameters const \
    { \
-      return recorded<result>( \
-         #method, #arguments, [ & ] { return next().method arguments; } STRATA_LIST arguments ); \
+      return recorded<result>( TcamOperation::method, #method, #arguments, \
+         [ & ] { return next().method arguments; } STRATA_LIST arguments ); \
    }
 #include "platform/sdk/TcamOperations.def"
 #undef STRATA_LIST
@@ -166,6 +183,13 @@ Ref<StrataBoundedTcamEntryManager> RecordingGroupManager::boundedTcamEntryManage
    return kept;
 }
 
+void RecordingGroupManager::describe() const
+{
+   for( const auto& [ group, manager ] : managers_ )
+      if( manager )
+         manager->describe();
+}
+
 RecordingPortSwTable::RecordingPortSwTable(
    Ref<PortSwTable> next, std::shared_ptr<Journal> journal )
    : next_( std::move( next ) ),
@@ -197,6 +221,7 @@ PortSwEntry RecordingPortSwTable::entry( const StrataPort& port ) const
 
 void RecordingPortSwTable::entryCommit( const StrataPort& port, const PortSwEntry& entry )
 {
+   const Journal::Open open( *journal_ );
    const U64 number = journal_->write( "begin", [ & ]( JsonObject& record ) {
       record.add( "cause", journal_->cause() );
       record.add( "manager", "portSwTable" );

@@ -8,18 +8,32 @@ template<class Call, class... Arguments>
 int RecordingShim::recorded(
    SdkOperation operation, std::string_view names, Call call, const Arguments&... arguments )
 {
-   const U64 number = journal_.write( "begin", [ & ]( JsonObject& record ) {
-      record.add( "cause", journal_.cause() );
+   const auto addCall = [ & ]( JsonObject& record ) {
       record.add( "call", roleName( operation ) );
       JsonObject given( record.at( "arguments" ) );
       SdkCallJson( names_, operation, names ).addArguments( given, arguments... );
+   };
+   const auto addResults = [ & ]( JsonObject& record ) {
+      JsonObject results( record.at( "results" ) );
+      SdkCallJson( names_, operation, names ).addResults( results, arguments... );
+   };
+   const Journal::Open open( journal_ );
+   const U64 number = journal_.write( "begin", [ & ]( JsonObject& record ) {
+      record.add( "cause", journal_.cause() );
+      addCall( record );
    } );
    const int code = call();
    journal_.write( "end", [ & ]( JsonObject& record ) {
       record.add( "of", number );
       addCode( record, next(), code );
-      JsonObject results( record.at( "results" ) );
-      SdkCallJson( names_, operation, names ).addResults( results, arguments... );
+      addResults( record );
+      ChipCalls* const chips = code >= 0 ? journal_.chips() : nullptr;
+      if( std::string* const text = chips ? chips->placeOf( operation, arguments... ) : nullptr ) {
+         text->clear();
+         JsonObject kept( *text );
+         addCall( kept );
+         addResults( kept );
+      }
    } );
    return code;
 }
@@ -57,7 +71,7 @@ Answer RecordingShim::asked( std::string_view question, const Answer& answer, Fi
          for( U32 port = 0; port < 32 * answer.size(); ++port )
             if( ( answer[ port / 32 ] >> port % 32 & 1 ) != 0 )
                ports.add( port );
-         record.add( "answer", std::string_view( ports.toString() ) );
+         record.add( "answer", ports );
       } else {
          record.add( "answer", answer );
       }

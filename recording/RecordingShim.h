@@ -67,8 +67,8 @@ class RecordingManager final : public ForwardingTcamEntryManager
 
  private:
    template<class Result, class Call, class... Arguments>
-   Result recorded( std::string_view method, std::string_view names, Call call,
-      const Arguments&... arguments ) const;
+   Result recorded( TcamOperation operation, std::string_view method, std::string_view names,
+      Call call, const Arguments&... arguments ) const;
 
    template<class Result>
    void addResult( JsonObject& record, Result result ) const;
@@ -86,6 +86,8 @@ class RecordingGroupManager final : public StrataTcamGroupManager
    RecordingGroupManager( Ref<StrataTcamGroupManager> next, std::shared_ptr<Journal> journal );
 
    Ref<StrataBoundedTcamEntryManager> boundedTcamEntryManager( TcamGroup group ) const override;
+   /// Records which managers there are.
+   void describe() const;
 
  private:
    Ref<StrataTcamGroupManager> next_;

@@ -14,13 +14,13 @@ void addCode( JsonObject& record, const SdkShimInterface& shim, int code )
 
 void SdkCallJson::addValue( JsonObject& object, std::string_view name, const EthAddr& mac ) const
 {
-   object.add( name, std::string_view( mac.toString() ) );
+   object.add( name, mac );
 }
 
 void SdkCallJson::addValue(
    JsonObject& object, std::string_view name, const PortBitmap& ports ) const
 {
-   object.add( name, std::string_view( ports.toString() ) );
+   object.add( name, ports );
 }
 
 void SdkCallJson::addValue(

@@ -160,6 +160,7 @@ void Session::makeAgent( AgentConfig config )
 {
    config.keepsRecords = config_.keepsRecords;
    config.recordingFile = config_.recordingFile;
+   config.recordingLimit = config_.recordingLimit;
    check( config ); // first, so that the old switch is kept if the new one is refused
    const std::string asked = config.hardware.profile;
    config.hardware = played( std::move( config.hardware ) );

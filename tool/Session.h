@@ -37,6 +37,7 @@ struct SessionConfig
    bool keepsRecords = true;
    bool checking = false;       // judges no expectation and writes no capture
    std::string recordingFile{}; // of the switch; empty for none
+   U64 recordingLimit = 0;      // of the file, in bytes; 0 for none
    /// Gets the hardware calls, while the line that makes them runs.
    std::function<void( const Session&, const Sim::Record& )> callListener{};
 };

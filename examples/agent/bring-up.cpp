@@ -1,5 +1,5 @@
 // A whole agent in one main: brings the slice up on the tiny chip, switches routing on, makes an interface routed.
-// The porting guide explains the steps. `bring-up FILE` also records all of it in the file.
+// The porting guide explains the steps. `bring-up FILE [BYTES]` also records all of it in the file, which BYTES limits.
 #include "TinyEntryManager.h"
 
 #include "platform/runtime/Activity.h"
@@ -13,6 +13,7 @@
 
 #include <iostream>
 #include <memory>
+#include <string>
 
 namespace Tiny {
 VORMEL_ENTITY_TYPE( EntryManager, TINY_ENTRY_MANAGER_ATTRIBUTES )
@@ -27,7 +28,8 @@ int main( int argc, char** argv )
    Tiny::Chip chip;
    Tiny::Shim shim( chip );
    const Vormel::LockAnchor lock( Vormel::activityLock() );
-   Recorder recorder( argc > 1 ? argv[ 1 ] : "" ); // without a file it passes everything on
+   Recorder recorder( argc > 1 ? argv[ 1 ] : "",
+      argc > 2 ? std::stoull( argv[ 2 ] ) : 0 ); // without a file it passes everything on
    sdkShimIs( &recorder.shim( shim ) );
    const auto clock = std::make_shared<Vormel::RealClock>();
    Vormel::activityManager().clockIs( clock );

@@ -19,6 +19,10 @@ class RecordSubcommand : public Subcommand
       const auto profiles = Sim::chipProfileNames();
       record->add_option( "--profile", profile_, "Run on this chip instead of the scenario's" )
          ->check( CLI::IsMember( std::vector<std::string>( profiles.begin(), profiles.end() ) ) );
+      record
+         ->add_option( "--limit", limit_,
+            "Rename the recording to FILE.old when it has so many bytes, and begin another" )
+         ->type_name( "BYTES" );
       options_.declare( *record );
       return record;
    }
@@ -33,7 +37,8 @@ class RecordSubcommand : public Subcommand
          return runScenario( file_, console,
             { .profile = profile_,
                .keepsRecords = options_.keepsRecords(),
-               .recordingFile = recording_ } );
+               .recordingFile = recording_,
+               .recordingLimit = limit_ } );
       } catch( const std::exception& error ) {
          terminal.err << "strata-l3 record: " << error.what() << std::endl;
          return ExitStatus::error;
@@ -44,6 +49,7 @@ class RecordSubcommand : public Subcommand
    std::string file_;
    std::string recording_;
    std::string profile_;
+   U64 limit_ = 0;
    ConsoleOptions options_;
 };
 
