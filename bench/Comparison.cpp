@@ -3,6 +3,7 @@
 #include "bench/HashMaps.h"
 #include "bench/Jobs.h"
 #include "bench/Paths.h"
+#include "bench/Recordings.h"
 #include "bench/SleepingThread.h"
 #include "platform/runtime/Activity.h"
 
@@ -147,6 +148,9 @@ int main( int count, char** arguments )
       if( wanted( job.name ) )
          compare( job );
    for( const Pair& pair : pathPairs() )
+      if( wanted( pair.name ) )
+         compare( pair );
+   for( const Pair& pair : recordingPairs() )
       if( wanted( pair.name ) )
          compare( pair );
    for( const Pair& pair : hashMapPairs() )

@@ -3,6 +3,7 @@
 // memory, except a job that makes its own slice.
 #include "bench/Jobs.h"
 #include "bench/Paths.h"
+#include "bench/Recordings.h"
 #include "bench/SleepingThread.h"
 #include "platform/runtime/Activity.h"
 
@@ -48,15 +49,20 @@ namespace {
 
 bool allocates = false;
 
-void row( std::string_view name, std::size_t rounds, std::string_view goal, std::size_t allocated )
+void expectNone( std::string_view name, std::size_t rounds, std::size_t allocated )
 {
-   std::printf( "%s|%zu|%s\n", std::string( name ).c_str(), rounds, std::string( goal ).c_str() );
-   std::fflush( stdout );
    if( allocated == 0 )
       return;
    allocates = true;
    std::fprintf( stderr, "%s: %zu allocations in %zu rounds; none are wanted\n",
       std::string( name ).c_str(), allocated, rounds );
+}
+
+void row( std::string_view name, std::size_t rounds, std::string_view goal, std::size_t allocated )
+{
+   std::printf( "%s|%zu|%s\n", std::string( name ).c_str(), rounds, std::string( goal ).c_str() );
+   std::fflush( stdout );
+   expectNone( name, rounds, allocated );
 }
 
 void count( const Path& path )
@@ -70,6 +76,20 @@ void count( const Path& path )
    const std::size_t second = strataCounted( [ & ] { path.run( many ); } );
    row( path.name, many - few, path.goal, second - first );
    sdkShimIs( nullptr );
+}
+
+/// Its instructions depend on the digits of times, and are not counted.
+void watch( const Path& path )
+{
+   constexpr std::size_t rounds = 100;
+   const auto allocated = [ & ]( std::size_t times ) {
+      const std::size_t before = allocations;
+      path.run( times );
+      return allocations - before;
+   };
+   allocated( 1 );
+   const std::size_t first = allocated( rounds );
+   expectNone( path.name, rounds, allocated( 2 * rounds ) - first );
 }
 
 void count( const Job& job )
@@ -92,6 +112,8 @@ int main()
    const Vormel::LockAnchor lock( Vormel::activityLock() );
    for( const Path& path : paths() )
       count( path );
+   for( const Path& path : recordingPaths() )
+      watch( path );
    for( const Job& job : jobs() )
       count( job );
    return allocates ? 1 : 0;
