@@ -66,6 +66,7 @@ class Agent
 
    /// Calls operations of the helper, and records them if there is a recording.
    Recorder& recorder() { return recorder_; }
+   const Recorder& recorder() const { return recorder_; }
 
    /// "helper", an entry manager ("main", ...), an input object, or an interface's status by the interface's
    /// name; null when there is none.

@@ -209,11 +209,10 @@ RecordingFile::RecordingFile( const std::string& file ) : name_( file )
    if( records_.empty() )
       throw RecordingError( file, 0, "is empty: a recording begins with a header" );
    if( unknownCount_ > 0 )
-      notes_.push_back( unknown_ + " is unknown to this version" +
-                        ( unknownCount_ == 1 ? ""
-                                             : ", and " + std::to_string( unknownCount_ - 1 ) +
-                                                  " further parts" ) +
-                        ": passed over" );
+      notes_.push_back(
+         unknown_ + " is unknown to this version" +
+         ( unknownCount_ == 1 ? "" : ", like " + std::to_string( unknownCount_ - 1 ) + " more" ) +
+         ": passed over" );
 }
 
 void RecordingFile::checkHeader( const Json& object, std::size_t line )
@@ -263,6 +262,11 @@ RecordedLine RecordingFile::checked( const Json& object, std::size_t line )
                "a record " + inQuotes( kindName ) + " needs " + inQuotes( row.name ) + ", " +
                   typeText( row.type ) );
       }
+   if( const auto code = object.find( "code" ); kind == Kind::end && code != object.end() &&
+                                                !code->is_number_integer() && *code != "success" &&
+                                                *code != "unavailable" )
+      throw RecordingError( name_, line,
+         "'code' cannot be " + code->dump() + "; it is \"success\", \"unavailable\" or a number" );
    for( const auto& [ name, value ] : object.items() )
       if( name != "record" && name != "n" && name != "t" && rowOf( name ) == memberRows.end() &&
           !( kind == Kind::unit && value.is_boolean() ) ) // capabilities
@@ -287,10 +291,12 @@ std::string RecordingFile::eventText( const Json& record ) const
 
 bool isRecording( const std::string& file )
 {
-   static constexpr std::string_view start = R"({"record":"header",)";
-   std::string text( start.size(), '\0' );
+   constexpr std::size_t longest = 1000; // of a header
+   std::string text( longest, '\0' );
    std::ifstream in( file, std::ios::binary );
-   return in.read( text.data(), static_cast<std::streamsize>( text.size() ) ) && text == start;
+   in.read( text.data(), static_cast<std::streamsize>( text.size() ) );
+   const Json header = Json::parse( text.substr( 0, text.find( '\n' ) ), nullptr, false );
+   return header.is_object() && header.value( "record", Json() ) == "header";
 }
 
 namespace {
@@ -328,8 +334,10 @@ std::string attributeText( const Json& record )
 
 std::string changeText( const Json& record )
 {
+   const std::string change = member( record, "change" );
    return attributeText( record ) +
-          ( record.contains( "value" ) ? " = " + member( record, "value" ) : " removed" );
+          ( record.contains( "value" ) ? " = " + member( record, "value" ) : " removed" ) +
+          ( change == "inserted" ? " (inserted)" : "" );
 }
 
 } // namespace
@@ -358,7 +366,8 @@ std::string recordText( const Json& record )
    case Kind::make:
    case Kind::drop:
    case Kind::run:
-      return member( record, "record" ) + " " + member( record, "what" );
+      return member( record, "record" ) + " " + member( record, "what" ) +
+             ( kind == Kind::make ? member( record, "inputs" ) : "" );
    case Kind::returned:
       return "returned" + ( record.contains( "error" ) ? ": " + member( record, "error" ) : "" );
    case Kind::timer:

@@ -65,7 +65,9 @@ bool isSame( const Json& recorded, const Json& today )
 bool isSimilar( const Json& recorded, const Json& today )
 {
    const auto target = []( const Json& record ) {
-      const Json arguments = record.value( "arguments", Json::object() );
+      Json arguments = record.value( "arguments", Json() );
+      if( !arguments.is_object() )
+         arguments = Json::object();
       std::vector<Json> parts{ record.at( "record" ) };
       for( const char* const member : { "call", "manager", "question", "object", "attribute" } )
          parts.push_back( record.value( member, Json() ) );
@@ -274,7 +276,7 @@ void Player::unlessRefused( const Work& work )
 {
    try {
       work();
-   } catch( const RecordingError& error ) {
+   } catch( const std::exception& error ) {
       refuse( error.what() );
    }
 }
@@ -285,7 +287,7 @@ void Player::deliver( const RecordedLine& record )
    try {
       perform( record, json );
    } catch( const Vormel::Error& error ) {
-      if( !returns( record.kind ) ) // the end of a call has the text
+      if( !returns( record.kind ) || at() == &record ) // the end of a call has the text
          recording_.fail( record, error.what() );
    }
    if( !over_ && at() == &record )
@@ -427,7 +429,13 @@ std::optional<Json> Player::endOfCall()
       return std::nullopt;
    const RecordedLine* const recorded = recording_.endOf( call->number );
    if( !recorded ) {
-      end( "the recording ends within this call" );
+      const RecordedLine* const further = next();
+      if( further )
+         refuse( RecordingError(
+            recording_.name(), call->line, "the call has no record 'end', and is not the last" )
+                    .what() );
+      else
+         end( "the recording ends within " + recordText( call->json() ) );
       return std::nullopt;
    }
    // What other threads gave to the slice while the call ran with the activity lock released.
@@ -441,7 +449,9 @@ std::optional<Json> Player::endOfCall()
 
 std::optional<Json> Player::answerTo( std::string_view question )
 {
-   const RecordedLine* const record = over_ ? nullptr : next();
+   const RecordedLine* record = nullptr;
+   if( !over_ )
+      unlessRefused( [ & ] { record = next(); } );
    if( !record || record->kind != Kind::question )
       return std::nullopt;
    const Json json = record->json();
@@ -467,7 +477,9 @@ void Player::compare( Kind kind, const Json& today )
    while( !over_ ) {
       const RecordedLine* const record = next();
       if( !record )
-         return end( open_.empty() ? "" : "the recording ends within this call" );
+         return end( open_.empty()
+                        ? ""
+                        : "the recording ends within " + recordText( open_.back()->json() ) );
       if( isSame( record->json(), today ) )
          return same( *record );
       // Within a call of the agent, the agent may be called back, and change its inputs.

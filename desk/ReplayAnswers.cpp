@@ -2,6 +2,7 @@
 
 #include "desk/SdkCallReader.h"
 
+#include <algorithm>
 #include <type_traits>
 #include <utility>
 
@@ -49,7 +50,7 @@ int RecordedCodes::codeOf( const SdkShimInterface& shim, const Json& end )
    if( !code.is_number_integer() )
       return shim.successCode();
    const std::string text = end.contains( "text" ) ? decodedText( end.at( "text" ) ) : "";
-   const auto wanted = valueIn<int>( code ).value_or( -1 );
+   const int wanted = std::max( valueIn<int>( code ).value_or( -1 ), -1'000'000'000 );
    for( int number = wanted;; --number )
       if( number != shim.successCode() && number != shim.featureNotAvailableCode() &&
           ( number < 0 ) == ( wanted < 0 ) &&

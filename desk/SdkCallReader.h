@@ -37,10 +37,15 @@ class SdkCallReader
    {
       ( fillOne( object, takeArgumentName( names_ ), arguments ), ... );
    }
-   /// Reads all arguments; one that points to a result may be missing.
+   /// Reads all arguments. ValueError if one is missing.
    template<class... Values>
    void read( const Json& object, std::tuple<Values...>& values )
    {
+      std::string_view names = names_;
+      for( std::size_t i = 0; i < sizeof...( Values ); ++i )
+         if( const std::string name( takeArgumentName( names ) ); !object.contains( name ) )
+            throw Vormel::ValueError( "the argument '" + name + "' of " +
+                                      std::string( roleName( operation_ ) ) + " is missing" );
       std::apply(
          [ & ]( auto&... value ) { ( readOne( object, takeArgumentName( names_ ), value ), ... ); },
          values );

@@ -238,6 +238,8 @@ void TwinMaker::follow( const RecordedLine& record )
       const Json json = record.json();
       if( const RecordedLine* const end = recording_.endOf( record.number ) )
          return call( record, json, end->json() );
+      if( &record != &recording_.records().back() )
+         return refused( record, json, "it has no record 'end'" );
       notes_.push_back( "the recording ends within " + recordText( json ) +
                         ": whether the chip did it is not known; the twin did not" );
       return;

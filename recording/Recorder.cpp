@@ -262,6 +262,9 @@ void Recorder::Impl::writeHead()
    writeHeader();
    units_.clear();
    writeUnits();
+   for( const auto& shim : shims )
+      for( const auto& [ unit, recorded ] : units_ )
+         shim->describe( unit );
    for( const auto& [ name, manager ] : managers )
       manager->describe();
    if( groupManager )

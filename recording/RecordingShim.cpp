@@ -79,6 +79,13 @@ Answer RecordingShim::asked( std::string_view question, const Answer& answer, Fi
    return answer;
 }
 
+void RecordingShim::describe( U32 unit ) const
+{
+   trapsTtlExceptions( unit );
+   resolvesHigigTrunksAsLag( unit );
+   unitRecord( unit );
+}
+
 U32 RecordingShim::kbSingleUnit() const
 {
    return asked( "kbSingleUnit", next().kbSingleUnit(), []( JsonObject& ) {} );

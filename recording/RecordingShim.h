@@ -25,6 +25,9 @@ class RecordingShim final : public ForwardingShim
 #define STRATA_SDK_OPERATION( method, name, parameters, arguments ) int method parameters override;
 #include "platform/sdk/SdkOperations.def"
 
+   /// Records how the unit differs from others of its kind.
+   void describe( U32 unit ) const;
+
    // The questions whose answers depend on the switch. Those about the SDK's own numbers and layouts are answered by
    // the names in the records.
    void errorHook() override;

@@ -234,6 +234,22 @@ TEST_F( ReplayTest, MissingAndFurtherCallsAtTheEndOfAnEventAreDivergences )
    outcome = replay();
    EXPECT_EQ( outcome.status, 1 );
    EXPECT_THAT( outcome.out, HasSubstr( "today        returned\n" ) );
+   // A further call at the end of an input, with a call of the agent behind it.
+   records = all;
+   std::size_t changed = 0;
+   for( std::size_t i = 0; i < all.size(); ++i )
+      if( all[ i ].at( "record" ) == "input" &&
+          all[ i ].value( "attribute", "" ) == "unknownMacDropTrafficClass" )
+         changed = i;
+   while( records[ changed ].value( "call", "" ) != "installEntry" )
+      ++changed;
+   records.resize( changed );
+   records.push_back( { { "record", "call" }, { "n", 200'001 }, { "operation", "l3Init" },
+      { "arguments", { "true" } } } );
+   outcome = replay();
+   EXPECT_EQ( outcome.status, 1 );
+   EXPECT_THAT( outcome.out, HasSubstr( "recorded     nothing further in this event\n" ) );
+   EXPECT_THAT( outcome.out, HasSubstr( "today        main.installEntry(" ) );
    // Likewise in the event of a timer, which has no end of its own.
    records = all;
    erase( find( "hitsForEntry" ), 2 );
@@ -282,7 +298,7 @@ TEST_F( ReplayTest, ARecordingMayEndWithinAnyCall )
       records.assign( all.begin(), all.begin() + static_cast<std::ptrdiff_t>( i ) + 1 );
       const Outcome outcome = replay();
       EXPECT_EQ( outcome.status, 0 ) << outcome.out;
-      EXPECT_THAT( outcome.out, HasSubstr( "; the recording ends within this call\n" ) );
+      EXPECT_THAT( outcome.out, HasSubstr( "; the recording ends within " ) );
    }
    EXPECT_GT( calls, 100 );
    cutLine = R"({"record":"end","n":)";
@@ -335,6 +351,24 @@ TEST_F( ReplayTest, FilesThatAreNoRecordingsAreRefusedWithTheirLine )
                 record[ "value" ] = -1;
        },
          "syslogTimeout" },
+      { []( Records& r ) {
+          for( Json& record : r )
+             if( record.at( "record" ) == "call" )
+                record[ "operation" ] = "bogus";
+       },
+         "bogus" },
+      { []( Records& r ) {
+          for( Json& record : r )
+             if( record.contains( "code" ) )
+                record[ "code" ] = "bogus";
+       },
+         "'code' cannot be \"bogus\"" },
+      { []( Records& r ) {
+          const auto end =
+             std::ranges::find( r, "end", []( const Json& one ) { return one.at( "record" ); } );
+          r.erase( end );
+       },
+         "the call has no record 'end', and is not the last" },
       { []( Records& r ) { r[ 0 ][ "continues" ] = true; }, ":1: continues an older file" },
       { []( Records& r ) {
           for( Json& record : r )
@@ -364,7 +398,7 @@ TEST_F( ReplayTest, FilesThatAreNoRecordingsAreRefusedWithTheirLine )
    EXPECT_EQ( newer.status, 0 );
    EXPECT_THAT( newer.err,
       HasSubstr(
-         "line 4: the member 'colour' of 'state' is unknown to this version, and 1 further parts: passed over\n" ) );
+         "line 4: the member 'colour' of 'state' is unknown to this version, like 1 more: passed over\n" ) );
    const Outcome none = runLine( { "replay", "/nosuch.recording" } );
    EXPECT_EQ( none.status, 2 );
    EXPECT_THAT( none.err, HasSubstr( "/nosuch.recording: cannot be read" ) );

@@ -74,6 +74,27 @@ TEST_F( TwinTest, HoldsWhatTheRecordedChipsHold )
    }
 }
 
+TEST_F( TwinTest, AFileThatContinuesAnotherIsEnough )
+{
+   for( const char* const name : { "day-in-the-life", "entries-register", "entries-hsdk",
+           "entries-fabric-vfi", "entries-acl", "vlan-routing" } ) {
+      SCOPED_TRACE( name );
+      const std::string scenario = "scenarios/" + std::string( name ) + ".scenario";
+      const SwitchState whole = ( recorded( scenario ), twin() );
+      // The smallest limit: a new file whenever the last one is twice as long as the state.
+      runLine( { "record", scenario.c_str(), "-o", file.c_str(), "--limit", "1" } );
+      ASSERT_TRUE( std::filesystem::exists( file + ".old" ) );
+      for( const Difference& row : differences( whole, twin() ) )
+         EXPECT_EQ( row.field, "active ports" )
+            << row.part << ", " << row.field << ": " << row.before.value_or( "none" ) << " -> "
+            << row.after.value_or( "none" );
+      const Outcome refused = runLine( { "replay", file.c_str() } );
+      EXPECT_EQ( refused.status, 2 );
+      EXPECT_THAT( refused.err, HasSubstr( "continues an older file" ) );
+      std::filesystem::remove( file + ".old" );
+   }
+}
+
 TEST_F( TwinTest, AnswersAndSaysWhatItWasNotTold )
 {
    recorded( Tool::scenarioFile( "switch hsdk ports 8\n"

@@ -23,7 +23,6 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 using testing::ElementsAre;
-using testing::IsEmpty;
 using Tool::runLine;
 
 std::vector<Json> readLines( const std::string& file )
@@ -299,6 +298,22 @@ TEST_F( RecorderTest, AFullDiskEndsTheRecordingAndNotTheAgent )
    Recorder recorder( "/dev/full" );
    EXPECT_FALSE( recorder.recording() );
    EXPECT_THROW( Recorder( "/nosuch/recording" ), std::system_error );
+}
+
+TEST( Recorder, ACommandThatCannotRecordSaysSoAndReplacesNothing )
+{
+   const std::string file = testing::TempDir() + "ACommandThatCannotRecord.recording";
+   const std::string text = "switch register ports 4\n";
+   const std::string scenario = Tool::scenarioFile( text );
+   const auto full = runLine( { "record", scenario.c_str(), "-o", "/dev/full" } );
+   EXPECT_EQ( full.status, 2 );
+   EXPECT_THAT( full.err, testing::HasSubstr( "'/dev/full' has ended before the scenario" ) );
+   const auto own = runLine( { "record", scenario.c_str(), "-o", scenario.c_str() } );
+   EXPECT_EQ( own.status, 2 );
+   EXPECT_THAT( own.err, testing::HasSubstr( "exists and is not a recording" ) );
+   EXPECT_EQ( Tool::contentsOf( scenario ), text );
+   EXPECT_EQ( runLine( { "record", scenario.c_str(), "-o", file.c_str() } ).status, 0 );
+   EXPECT_EQ( runLine( { "record", scenario.c_str(), "-o", file.c_str() } ).status, 0 );
 }
 
 TEST_F( RecorderTest, HasTracesAndLogMessagesOfTheAgent )

@@ -87,7 +87,7 @@ class Anonymise : public Subcommand
    ExitStatus run( Terminal& terminal ) override
    {
       try {
-         copy();
+         copy( terminal );
          return ExitStatus::held;
       } catch( const std::exception& error ) {
          terminal.err << "strata-l3 anonymise: " << error.what() << std::endl;
@@ -96,7 +96,7 @@ class Anonymise : public Subcommand
    }
 
  private:
-   void copy() const
+   void copy( Terminal& terminal ) const
    {
       std::ifstream in = opened( in_ );
       if( fs::exists( out_ ) ) {
@@ -116,6 +116,11 @@ class Anonymise : public Subcommand
          try {
             copy.out() << anonymiser.record( line ) << ( in.eof() ? "" : "\n" );
          } catch( const Vormel::ValueError& error ) {
+            if( in.eof() && number > 1 ) { // its writer was stopped in it
+               terminal.err << "strata-l3 anonymise: " << in_ << ": the last line, " << number
+                            << ", is cut off, and left out" << std::endl;
+               break;
+            }
             throw std::runtime_error(
                in_ + ":" + std::to_string( number ) + ": this line is " + error.what() );
          }

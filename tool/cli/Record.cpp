@@ -1,7 +1,12 @@
 // strata-l3 record: runs a scenario and records what the agent does.
+#include "desk/RecordingFile.h"
 #include "sim/chip/ChipProfile.h"
 #include "tool/cli/ConsoleOptions.h"
 #include "tool/cli/Subcommand.h"
+
+#include <filesystem>
+#include <ostream>
+#include <stdexcept>
 
 namespace Strata::Tool {
 
@@ -33,12 +38,21 @@ class RecordSubcommand : public Subcommand
       try {
          options_.setTraceLevels();
          ConsoleConfig config = options_.config( terminal, file_ );
+         checkOutput();
          Console console( terminal.out, terminal.err, config );
-         return runScenario( file_, console,
+         bool isComplete = false;
+         const ExitStatus status = runScenario( file_, console,
             { .profile = profile_,
                .keepsRecords = options_.keepsRecords(),
                .recordingFile = recording_,
-               .recordingLimit = limit_ } );
+               .recordingLimit = limit_ },
+            [ & ]( const Session& session ) {
+               isComplete = !session.hasAgent() || session.agent().recorder().recording();
+            } );
+         if( status != ExitStatus::error && !isComplete )
+            throw std::runtime_error( "the recording '" + recording_ +
+                                      "' has ended before the scenario: it could not be written" );
+         return status;
       } catch( const std::exception& error ) {
          terminal.err << "strata-l3 record: " << error.what() << std::endl;
          return ExitStatus::error;
@@ -46,6 +60,16 @@ class RecordSubcommand : public Subcommand
    }
 
  private:
+   /// A recording replaces a recording, and no other file.
+   void checkOutput() const
+   {
+      namespace fs = std::filesystem;
+      if( fs::is_regular_file( recording_ ) && !fs::is_empty( recording_ ) &&
+          !Desk::isRecording( recording_ ) )
+         throw std::runtime_error(
+            "'" + recording_ + "' exists and is not a recording; give the recording another name" );
+   }
+
    std::string file_;
    std::string recording_;
    std::string profile_;
