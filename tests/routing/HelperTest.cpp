@@ -170,8 +170,8 @@ TEST_F( HelperTest, AMissingInputIsTracedAndItsStepIsSkipped )
       testing::EndsWith( "bcm_port_control_set( unit 0, port 1, control IP4, value 1 )\n"
                          "bcm_port_control_set( unit 0, port 1, control IP6, value 1 )\n" ) );
    bare->init( true, true );
-   for( const auto& helper : { helperWith( Vormel::make<Mlag::Status>(), nullptr ),
-           helperWith( nullptr, Vormel::make<Mlag::Hardware::Status>() ) } ) {
+   for( const auto& helper : { helperWith( nullptr, Vormel::make<Mlag::Hardware::Status>() ),
+           helperWith( Vormel::make<Mlag::Status>(), nullptr ) } ) {
       helper->handlePeerMacRouting( EthAddr(), true );
       helper->verifyPeerMacRoutingStatus();
    }
@@ -194,8 +194,8 @@ TEST_F( HelperTest, AMissingInputIsTracedAndItsStepIsSkipped )
       "handleTcamEntryL2McastCpu: no entry manager\n"
       "handleTcamEntryMplsTrafficDrop: no entry manager\n"
       "programSkipL2McastPktFromCoreToCpu: no entry manager\n"
-      "handlePeerMacRouting: no MLAG hardware status\n"
       "verifyPeerMacRoutingStatus: no MLAG status\n"
+      "handlePeerMacRouting: no MLAG hardware status\n"
       "handleTcamEntryVlanFloodDrop: no entry manager\n"
       "handleTcamEntryArpReplyToCpu: no entry manager\n"
       "handleTcamEntryArpReqUnicastDrop: no entry manager\n" );
