@@ -64,7 +64,7 @@ void RecordedObjects::notThere( const RecordedLine& record, const std::string& n
          "has an object that the recorder was not told of; an agent names its inputs before it "
          "records the helper" );
    recording_.fail(
-      record, "has the object '" + name + "', which is not recorded as what it has to be" );
+      record, "names '" + name + "', which no record 'state' has made, or one of another type" );
 }
 
 Ref<Entity> RecordedObjects::find( const std::string& name ) const

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <fstream>
 
 namespace Strata::Desk {
@@ -146,6 +147,8 @@ std::string inQuotes( std::string_view text )
    return "'" + std::string( text ) + "'";
 }
 
+constexpr std::uintmax_t longestFile = std::uintmax_t( 1 ) << 30; // bytes, as it is kept in memory
+
 /// Whether lists and objects are nested deeper than any record of a recorder: what reads them is recursive.
 bool isTooDeep( std::string_view text )
 {
@@ -182,10 +185,15 @@ RecordingFile::RecordingFile( const std::string& file ) : name_( file )
    std::ifstream in( file, std::ios::binary );
    std::string text;
    std::size_t line = 0;
+   std::uintmax_t bytes = 0;
    if( !in )
       throw RecordingError( file, 0, "cannot be read" );
    while( std::getline( in, text ) ) {
       ++line;
+      bytes += text.size();
+      if( bytes > longestFile )
+         throw RecordingError( file, line,
+            "is too long: a recording of up to 1 GiB can be read; one with a limit has shorter files" );
       const bool isLast = in.eof(); // without the end of its line: the writer was stopped in it
       if( isTooDeep( text ) )
          throw RecordingError( file, line, "this line is nested too deeply" );
@@ -301,10 +309,16 @@ bool isRecording( const std::string& file )
 
 namespace {
 
+/// Long texts, such as the rest of a VLAN's control, are cut.
 std::string valueText( const Json& value )
 {
-   if( value.is_string() )
-      return value.get<std::string>();
+   constexpr std::size_t longest = 60;
+   if( value.is_string() ) {
+      const auto text = value.get<std::string>();
+      return text.size() <= longest ? text
+                                    : text.substr( 0, longest / 2 ) + "... (" +
+                                         std::to_string( text.size() ) + " characters)";
+   }
    if( value.is_array() ) {
       std::string list;
       for( const Json& item : value )

@@ -263,6 +263,9 @@ void Player::run()
          end( "" );
       else if( isInput( record->kind ) )
          deliver( *record );
+      else if( record->json().value( "cause", U64( 1 ) ) == 0 )
+         recording_.fail( *record,
+            "has no cause: the agent has called the slice without the recorder, which cannot be replayed" );
       else
          diverged( record, nullptr );
    };
@@ -590,10 +593,15 @@ std::vector<std::string> Divergence::differing() const
    if( !recorded || !today )
       return names;
    const Json had = recorded->json();
-   const auto compare = [ & ]( const Json& a, const Json& b, const std::string& prefix ) {
-      for( const auto& [ name, value ] : a.items() )
-         if( const auto at = b.find( name ); at == b.end() || *at != value )
+   const auto compare = [ & ]( const auto& self, const Json& a, const Json& b,
+                           const std::string& prefix ) -> void {
+      for( const auto& [ name, value ] : a.items() ) {
+         const auto at = b.find( name );
+         if( at != b.end() && at->is_object() && value.is_object() )
+            self( self, value, *at, prefix + name + "." );
+         else if( at == b.end() || *at != value )
             names.push_back( prefix + name );
+      }
       for( const auto& [ name, value ] : b.items() )
          if( !a.contains( name ) )
             names.push_back( prefix + name );
@@ -602,9 +610,9 @@ std::vector<std::string> Divergence::differing() const
    const Json b = meaning( *today );
    if( a.value( "call", Json() ) == b.value( "call", Json() ) && a.contains( "arguments" ) &&
        b.contains( "arguments" ) && a.at( "arguments" ).is_object() )
-      compare( a.at( "arguments" ), b.at( "arguments" ), "" );
+      compare( compare, a.at( "arguments" ), b.at( "arguments" ), "" );
    else
-      compare( a, b, "" );
+      compare( compare, a, b, "" );
    return names;
 }
 

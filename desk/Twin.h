@@ -15,7 +15,7 @@ namespace Strata::Desk {
 /// agent's own attributes. The cause of each state is the recorded event. Returns what a reader should know: calls that the
 /// chips refuse, and one in which the recording ends.
 ///
-/// RecordingError for a record that cannot be followed. Requires: the activity lock is held; nobody listens to the
+/// RecordingError for a record that cannot be followed. Requires: the activity lock is held; nothing listens to the
 /// switch's transcript.
 std::vector<std::string> makeTwin( const RecordingFile& recording, Sim::SimSwitch& hardware,
    const Vormel::Ref<RoutingStatusHelper>& helper );

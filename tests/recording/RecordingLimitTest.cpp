@@ -368,6 +368,7 @@ TEST_F( RecordingLimit, AnInputWithinACallWaits )
 
 TEST_F( RecordingLimit, AFileThatCannotBeReplacedEndsTheRecording )
 {
+   std::filesystem::remove_all( old );
    std::filesystem::create_directories( old + "/occupied" );
    Vormel::traceLevelsIs( "StrataRecording=1" );
    {

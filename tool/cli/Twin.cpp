@@ -4,6 +4,7 @@
 #include "tool/cli/Subcommand.h"
 
 #include <ostream>
+#include <stdexcept>
 #include <string>
 
 namespace Strata::Tool {
@@ -30,7 +31,11 @@ class TwinSubcommand : public Subcommand
       try {
          const Desk::RecordingFile recording( recording_ );
          return program_.run( terminal, file_, [ & ]( Session& session ) {
-            session.twinIs( recording );
+            try {
+               session.twinIs( recording );
+            } catch( const Desk::RecordingError& error ) {
+               throw std::runtime_error( std::string( "strata-l3 twin: " ) + error.what() );
+            }
             for( const std::string& note : recording.notes() )
                session.console().notice( recording_ + ": " + note );
          } );
