@@ -439,8 +439,9 @@ class RecordCopy
    {
       const auto read = []( std::string_view digits ) -> std::optional<Bits> {
          U32 number = 0;
-         const char* const end = digits.data() + digits.size();
-         if( std::from_chars( digits.data(), end, number ).ptr != end || digits.empty() )
+         const char* const begin = digits.data();
+         const char* const end = begin + digits.size();
+         if( std::from_chars( begin, end, number ).ptr != end || digits.empty() )
             return std::nullopt;
          return bitsOf( number );
       };

@@ -115,7 +115,7 @@ class Player final : public Answers
    }
    Player( const Player& ) = delete;
    Player& operator=( const Player& ) = delete;
-   ~Player()
+   ~Player() override
    {
       main_ = nullptr;
       arpRedirect_ = nullptr;

@@ -98,7 +98,9 @@ TEST( Anonymiser, MapsOneToOneAndKeepsWhatAddressesShare )
          Bytes bytes( family.size );
          std::ranges::generate( bytes, [ & ] { return static_cast<U8>( random() ); } );
          // Most share many bits with another.
-         const Bytes& near = std::next( others.begin(), random() % others.size() )->first;
+         const Bytes& near =
+            std::next( others.begin(), static_cast<std::ptrdiff_t>( random() % others.size() ) )
+               ->first;
          std::copy_n( near.begin(), random() % family.size, bytes.begin() );
          const std::string text = family.textOf( bytes );
          const Bytes other = family.bytesOf( anonymiser.text( text ) );
