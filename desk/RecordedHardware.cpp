@@ -116,6 +116,14 @@ std::optional<TcamGroup> groupNamed( std::string_view name )
    return at == groupNames.end() ? std::nullopt : std::optional( at->group );
 }
 
+Ref<Sim::SimTcamEntryManager> managerNamed( const Sim::SimSwitch& hardware, std::string_view name )
+{
+   const auto key = groupNamed( name );
+   const auto at = std::ranges::find_if( hardware.tcamManagers(),
+      [ & ]( const auto& manager ) { return manager->profile().key == key; } );
+   return at == hardware.tcamManagers().end() ? nullptr : *at;
+}
+
 void setUnit( const RecordingFile& recording, const RecordedLine& record, StrataCommonSmData& scsd )
 {
    const Json json = record.json();

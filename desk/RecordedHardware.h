@@ -21,6 +21,9 @@ void setUnit(
 /// The assignment under its name in recordings; nothing for "main".
 std::optional<TcamGroup> groupNamed( std::string_view name );
 
+/// The range of the switch that has the recorded name; null if nothing has it.
+Ref<Sim::SimTcamEntryManager> managerNamed( const Sim::SimSwitch& hardware, std::string_view name );
+
 /// A name or another text as it was before it was written: a byte for each character.
 std::string decodedText( const Json& json );
 

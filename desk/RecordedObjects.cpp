@@ -9,14 +9,7 @@ using Vormel::AttributeKind;
 using Vormel::Entity;
 using Vormel::Value;
 
-namespace {
-
-bool isOfAgent( const Attribute& attribute )
-{
-   return attribute.info().maintainer == "agent";
-}
-
-Json jsonOf( const Value& value )
+Json plainJson( const Value& value )
 {
    if( const auto* const truth = std::get_if<bool>( &value ) )
       return *truth;
@@ -26,17 +19,24 @@ Json jsonOf( const Value& value )
       return *number;
    if( const auto* const text = std::get_if<std::string>( &value ) )
       return *text;
-   return {}; // a new helper has no objects besides its fields, and no fractions
+   return {};
 }
 
-/// The value, or all members, as a recording has them.
+namespace {
+
+bool isOfAgent( const Attribute& attribute )
+{
+   return attribute.info().maintainer == "agent";
+}
+
+/// The value, or all members, as a recording has them. A new helper has no objects besides its fields, and no fractions.
 Json jsonOf( const Attribute& attribute, const Entity& entity )
 {
    if( attribute.info().keyType.empty() )
-      return jsonOf( attribute.read( entity ) );
+      return plainJson( attribute.read( entity ) );
    Json members = Json::object();
    for( const auto& [ key, value ] : attribute.members( entity ) )
-      members[ toText( key ) ] = jsonOf( value );
+      members[ toText( key ) ] = plainJson( value );
    return members;
 }
 

@@ -55,7 +55,7 @@ class RecordedObjects
    };
    Change changeOf( const RecordedLine& record, const Json& json ) const;
 
-   /// Null if there is none.
+   /// Null if nothing has this name.
    Ref<Vormel::Entity> find( const std::string& name ) const;
    /// The object with this name, null for null. RecordingError for one that is not there, or of another type.
    template<class Type>
@@ -85,7 +85,9 @@ class RecordedObjects
    Ref<PortSwTable> portSwTable_;
 };
 
-/// A recorded value that is no object.
+/// A number, truth value or text; null for any other value.
+Json plainJson( const Vormel::Value& value );
+/// The other way.
 Vormel::Value plainValue( const Json& json );
 
 } // namespace Strata::Desk

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <filesystem>
 #include <fstream>
 
 namespace Strata::Desk {
@@ -204,8 +205,8 @@ RecordingFile::RecordingFile( const std::string& file ) : name_( file )
       }
       if( !object.is_object() )
          throw RecordingError( file, line,
-            line == 1 ? "is not a recording: its first line is no JSON object"
-                      : "this line is no JSON object, as each line of a recording is" );
+            line == 1 ? "is not a recording: its first line is not a JSON object"
+                      : "this line is not a JSON object, as each line of a recording is" );
       RecordedLine record = checked( object, line );
       record.text = std::move( text );
       records_.push_back( std::move( record ) );
@@ -226,7 +227,7 @@ RecordingFile::RecordingFile( const std::string& file ) : name_( file )
 void RecordingFile::checkHeader( const Json& object, std::size_t line )
 {
    if( object.value( "record", Json() ) != "header" )
-      throw RecordingError( name_, line, "is not a recording: its first record is no header" );
+      throw RecordingError( name_, line, "is not a recording: its first record is not a header" );
    if( const Json format = object.value( "format", Json() ); format != 1 )
       throw RecordingError(
          name_, line, "has format " + format.dump() + "; this version reads format 1" );
@@ -305,6 +306,15 @@ bool isRecording( const std::string& file )
    in.read( text.data(), static_cast<std::streamsize>( text.size() ) );
    const Json header = Json::parse( text.substr( 0, text.find( '\n' ) ), nullptr, false );
    return header.is_object() && header.value( "record", Json() ) == "header";
+}
+
+void checkReplaceable( const std::string& file, const std::string& what )
+{
+   namespace fs = std::filesystem;
+   if( fs::is_directory( file ) ||
+       ( fs::is_regular_file( file ) && !fs::is_empty( file ) && !isRecording( file ) ) )
+      throw std::runtime_error(
+         "'" + file + "' exists and is not a recording; give " + what + " another name" );
 }
 
 namespace {

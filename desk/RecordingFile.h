@@ -59,7 +59,7 @@ class RecordingFile
 
    const std::string& name() const { return name_; }
    const std::vector<RecordedLine>& records() const { return records_; }
-   /// The record `end` or `returned` of the one with this number; null if there is none.
+   /// The record `end` or `returned` that refers to this number; null if nothing refers to it.
    const RecordedLine* endOf( U64 number ) const;
    /// The record's cause in a few words; "no event" if it has none in this file.
    std::string eventText( const Json& record ) const;
@@ -89,6 +89,10 @@ class RecordingFile
 
 /// Whether the file begins as a recording does.
 bool isRecording( const std::string& file );
+
+/// std::runtime_error unless a recording may be written there: it replaces a recording, and nothing else that has contents.
+/// `what` is to be written.
+void checkReplaceable( const std::string& file, const std::string& what );
 
 /// A record in a few words, for people: "bcm_field_qualify_Ttl( unit 0, entry 3, data 0, mask 255 )",
 /// "scsd.vxlanEnabled = true", "call l3Init( true )".

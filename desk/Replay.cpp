@@ -1,5 +1,6 @@
 #include "desk/Replay.h"
 
+#include "desk/RecordMeaning.h"
 #include "desk/RecordedHardware.h"
 #include "desk/RecordedObjects.h"
 #include "desk/ReplayAnswers.h"
@@ -22,61 +23,6 @@ namespace Strata::Desk {
 namespace {
 
 using Kind = RecordedKind;
-
-/// Whether the slice and the agent have to do the same at a replay. The others tell of states, or of answers.
-bool isCompared( Kind kind )
-{
-   switch( kind ) {
-   case Kind::returned:
-   case Kind::begin:
-   case Kind::question:
-   case Kind::notify:
-   case Kind::fatal:
-      return true;
-   default:
-      return isInput( kind );
-   }
-}
-
-/// The members that tell what a record is about, and not when it was.
-Json meaning( Json record )
-{
-   for( const char* const member : { "n", "t", "cause", "of", "now" } )
-      record.erase( member );
-   return record;
-}
-
-bool isSame( const Json& recorded, const Json& today )
-{
-   const Json had = meaning( recorded );
-   // A member that only the recording has is of a newer writer.
-   const Json has = meaning( today );
-   return std::ranges::all_of( has.items(),
-             [ & ]( const auto& item ) {
-                const auto at = had.find( item.key() );
-                return at != had.end() && *at == item.value();
-             } ) &&
-          had.contains( "value" ) == has.contains( "value" ) &&
-          had.contains( "error" ) == has.contains( "error" ) &&
-          had.contains( "manager" ) == has.contains( "manager" );
-}
-
-/// Whether both are calls of one operation on one thing, so that the one is the other's change.
-bool isSimilar( const Json& recorded, const Json& today )
-{
-   const auto target = []( const Json& record ) {
-      Json arguments = record.value( "arguments", Json() );
-      if( !arguments.is_object() )
-         arguments = Json::object();
-      std::vector<Json> parts{ record.at( "record" ) };
-      for( const char* const member : { "call", "manager", "question", "object", "attribute" } )
-         parts.push_back( record.value( member, Json() ) );
-      for( const char* const member : { "unit", "entry", "entryId", "vlanId", "control", "reg" } )
-         parts.push_back( arguments.value( member, Json() ) );
-      return parts;
-   };
-   return target( recorded ) == target( today );
-}
 
 constexpr std::string_view mainReactor = "RoutingStatusSm";
 constexpr std::string_view arpReactor = "L3PeerMacArpRedirectSm";
@@ -201,14 +147,9 @@ void Player::makeManagers()
       if( record.kind == Kind::manager ) {
          const Json json = record.json();
          const std::string name = decodedText( json.at( "manager" ) );
-         const auto key = groupNamed( name );
-         Ref<StrataBoundedTcamEntryManager> chip;
-         for( const auto& manager : hardware_.tcamManagers() )
-            if( manager->profile().key == key )
-               chip = manager;
          managers_.insert_or_assign(
-            name, Vormel::make<AnsweringManager>(
-                     name, json.at( "baseEntryId" ).get<U32>(), chip, shim_, *this ) );
+            name, Vormel::make<AnsweringManager>( name, json.at( "baseEntryId" ).get<U32>(),
+                     managerNamed( hardware_, name ), shim_, *this ) );
       }
    for( const auto& [ name, manager ] : managers_ )
       if( !groupNamed( name ) ) // the group manager's own are recorded when it is asked
@@ -586,35 +527,6 @@ void Player::died( std::string_view line )
 }
 
 } // namespace
-
-std::vector<std::string> Divergence::differing() const
-{
-   std::vector<std::string> names;
-   if( !recorded || !today )
-      return names;
-   const Json had = recorded->json();
-   const auto compare = [ & ]( const auto& self, const Json& a, const Json& b,
-                           const std::string& prefix ) -> void {
-      for( const auto& [ name, value ] : a.items() ) {
-         const auto at = b.find( name );
-         if( at != b.end() && at->is_object() && value.is_object() )
-            self( self, value, *at, prefix + name + "." );
-         else if( at == b.end() || *at != value )
-            names.push_back( prefix + name );
-      }
-      for( const auto& [ name, value ] : b.items() )
-         if( !a.contains( name ) )
-            names.push_back( prefix + name );
-   };
-   const Json a = meaning( had );
-   const Json b = meaning( *today );
-   if( a.value( "call", Json() ) == b.value( "call", Json() ) && a.contains( "arguments" ) &&
-       b.contains( "arguments" ) && a.at( "arguments" ).is_object() )
-      compare( compare, a.at( "arguments" ), b.at( "arguments" ), "" );
-   else
-      compare( compare, a, b, "" );
-   return names;
-}
 
 void replay( const RecordingFile& recording, const ReplayListener& listener, bool goesOn )
 {

@@ -175,7 +175,7 @@ class TwinMaker
       for( const RecordedLine& record : recording.records() )
          if( record.kind == RecordedKind::manager ) {
             const std::string name = decodedText( record.json().at( "manager" ) );
-            if( const auto manager = managerNamed( name ) )
+            if( const auto manager = managerNamed( hardware_, name ) )
                objects_.add( name, manager );
          }
    }
@@ -204,7 +204,6 @@ class TwinMaker
    void managerCall( const RecordedLine& record, const Json& begin, const Json& end );
    void answer( const Json& question );
    void refused( const RecordedLine& record, const Json& begin, const std::string& why );
-   Ref<Sim::SimTcamEntryManager> managerNamed( const std::string& name ) const;
    Sim::Chip* chipOf( const Json& arguments );
 
    const RecordingFile& recording_;
@@ -252,14 +251,6 @@ void TwinMaker::follow( const RecordedLine& record )
 void TwinMaker::change( const RecordedLine& record )
 {
    objects_.changeOf( record, record.json() ).apply();
-}
-
-Ref<Sim::SimTcamEntryManager> TwinMaker::managerNamed( const std::string& name ) const
-{
-   const auto key = groupNamed( name );
-   const auto at = std::ranges::find_if( hardware_.tcamManagers(),
-      [ & ]( const auto& manager ) { return manager->profile().key == key; } );
-   return at == hardware_.tcamManagers().end() ? nullptr : *at;
 }
 
 Sim::Chip* TwinMaker::chipOf( const Json& arguments )
@@ -326,7 +317,7 @@ void TwinMaker::sdkCall( const RecordedLine& record, const Json& begin, const Js
 void TwinMaker::managerCall( const RecordedLine& record, const Json& begin, const Json& end )
 {
    const Ref<Sim::SimTcamEntryManager> manager =
-      managerNamed( decodedText( begin.at( "manager" ) ) );
+      managerNamed( hardware_, decodedText( begin.at( "manager" ) ) );
    const auto call =
       std::ranges::find( managerCalls, begin.at( "call" ).get<std::string>(), &ManagerCall::name );
    if( !manager || call == managerCalls.end() )

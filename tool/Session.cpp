@@ -126,11 +126,15 @@ void Session::heard( const Sim::Record& record )
    console_.record( record );
 }
 
-void Session::listen( Sim::Transcript::Listener& listener, Sim::Transcript::Filter& hears )
+Sim::Transcript::Listener Session::listener()
 {
-   listener = [ this ]( const Sim::Record& record ) { heard( record ); };
-   hears = [ this ](
-              Sim::RecordKind kind ) { return neededAtDeath( kind ) || console_.hears( kind ); };
+   return [ this ]( const Sim::Record& record ) { heard( record ); };
+}
+
+Sim::Transcript::Filter Session::filter() const
+{
+   return
+      [ this ]( Sim::RecordKind kind ) { return neededAtDeath( kind ) || console_.hears( kind ); };
 }
 
 void Session::twinIs( const Desk::RecordingFile& recording )
@@ -141,10 +145,7 @@ void Session::twinIs( const Desk::RecordingFile& recording )
    isTwin_ = true;
    Sim::SimSwitch& hardware = agent_->hardware();
    const auto notes = Desk::makeTwin( recording, hardware, agent_->helper() );
-   Sim::Transcript::Listener listener;
-   Sim::Transcript::Filter hears;
-   listen( listener, hears );
-   hardware.transcript().listenerIs( listener, hears );
+   hardware.transcript().listenerIs( listener(), filter() );
    for( const std::string& note : notes )
       console_.notice( note );
    mark();
@@ -152,7 +153,8 @@ void Session::twinIs( const Desk::RecordingFile& recording )
 
 void Session::agentIs( AgentConfig config )
 {
-   listen( config.listener, config.hears );
+   config.listener = listener();
+   config.hears = filter();
    makeAgent( std::move( config ) );
 }
 

@@ -140,8 +140,9 @@ class Session
 
  private:
    void heard( const Sim::Record& record );
-   /// Sends the records of the transcript to heard().
-   void listen( Sim::Transcript::Listener& listener, Sim::Transcript::Filter& hears );
+   // For the transcript of the agent.
+   Sim::Transcript::Listener listener();
+   Sim::Transcript::Filter filter() const;
    void makeAgent( AgentConfig config );
    /// As this session makes it, which may have a profile of its own.
    Sim::SimSwitchConfig played( Sim::SimSwitchConfig config ) const;

@@ -1,6 +1,7 @@
 #include "sim/sdk/SdkCallText.h"
 
 #include "platform/runtime/Format.h"
+#include "platform/sdk/ArgumentRoles.h"
 #include "sim/chip/MyStationTable.h"
 #include "sim/chip/RegisterLayout.h"
 #include "sim/switch/Values.h"
@@ -40,39 +41,42 @@ static std::string roleText( const NumberTable<Role>& table, S64 number )
 /// The name of the SDK number; nothing for an argument that is a plain number.
 std::optional<std::string> SdkCallText::nameOfNumber( std::string_view argument, S64 number )
 {
-   const auto is = [ & ]( SdkOperation operation ) { return operation_ == operation; };
-   const bool portControl = is( SdkOperation::portControlSet );
-   const bool exact = is( SdkOperation::fieldQualifyPacketRes ) ||
-                      is( SdkOperation::fieldQualifyIntPriority ) ||
-                      is( SdkOperation::fieldQualifyDstMcastGroup );
-   if( argument == "action" )
-      return is( SdkOperation::l3Ip4OptionsProfileCreate )
-                ? roleText( numbers_.ipOptionAction, number )
-                : roleText( numbers_.fieldAction, number );
-   if( argument == "ipType" )
+   const auto named = [ & ]( S64 known, const char* name ) {
+      return number == known ? std::optional<std::string>( name ) : std::nullopt;
+   };
+   const auto role = argumentRole( operation_, argument );
+   if( !role )
+      return std::nullopt;
+   switch( *role ) {
+   case ArgumentRole::FieldAction:
+      return roleText( numbers_.fieldAction, number );
+   case ArgumentRole::FieldIpType:
       return roleText( numbers_.fieldIpType, number );
-   if( argument == "control" )
-      return portControl ? roleText( numbers_.portControl, number )
-                         : roleText( numbers_.switchControl, number );
-   if( argument == "reg" ) {
+   case ArgumentRole::IpOptionAction:
+      return roleText( numbers_.ipOptionAction, number );
+   case ArgumentRole::PacketResult:
+      return roleText( numbers_.packetResult, number );
+   case ArgumentRole::SwitchControl:
+      return roleText( numbers_.switchControl, number );
+   case ArgumentRole::PortControl:
+      return roleText( numbers_.portControl, number );
+   case ArgumentRole::Register:
       register_ = numbers_.registers.find( number );
       return roleText( numbers_.registers, number );
-   }
-   if( argument == "memory" )
+   case ArgumentRole::Memory:
       return roleText( numbers_.memories, number );
-   if( argument == "block" )
-      return number == numbers_.anyMemoryBlock ? "any" : "unknown " + std::to_string( number );
-   if( argument == "port" && number == numbers_.chipWidePort )
-      return "chip-wide";
-   if( argument == "port" && number == numbers_.anyRegisterPort )
-      return "any";
-   if( argument == "data" && is( SdkOperation::fieldQualifyPacketRes ) )
-      return roleText( numbers_.packetResult, number );
-   if( argument == "data" && is( SdkOperation::fieldQualifyIngressStpState ) &&
-       number == numbers_.stpForward )
-      return "forward";
-   if( argument == "mask" && exact && number == numbers_.exactMatchMask )
-      return "exact";
+   case ArgumentRole::AnyBlock:
+      return named( numbers_.anyMemoryBlock, "any" )
+         .value_or( "unknown " + std::to_string( number ) );
+   case ArgumentRole::ChipWidePort:
+      return named( numbers_.chipWidePort, "chip-wide" );
+   case ArgumentRole::AnyPort:
+      return named( numbers_.anyRegisterPort, "any" );
+   case ArgumentRole::StpForward:
+      return named( numbers_.stpForward, "forward" );
+   case ArgumentRole::ExactMask:
+      return named( numbers_.exactMatchMask, "exact" );
+   }
    return std::nullopt;
 }
 

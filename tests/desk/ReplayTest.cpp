@@ -319,7 +319,7 @@ TEST_F( ReplayTest, FilesThatAreNoRecordingsAreRefusedWithTheirLine )
       { []( Records& r ) { r[ 0 ][ "format" ] = 2; },
          ":1: has format 2; this version reads format 1" },
       { []( Records& r ) { r.erase( r.begin() ); },
-         ":1: is not a recording: its first record is no header" },
+         ":1: is not a recording: its first record is not a header" },
       { []( Records& r ) { r.resize( 1 ); }, ": has no unit: " },
       { []( Records& r ) { r[ 1 ][ "ports" ] = "many"; }, ":2: 'ports' cannot be \"many\"" },
       { []( Records& r ) { r[ 1 ].erase( "modId" ); },

@@ -99,15 +99,10 @@ class Anonymise : public Subcommand
    void copy( Terminal& terminal ) const
    {
       std::ifstream in = opened( in_ );
-      if( fs::exists( out_ ) ) {
-         if( fs::equivalent( in_, out_ ) )
-            throw std::runtime_error(
-               "the copy would replace the recording '" + in_ + "'; give it another name" );
-         if( !fs::is_regular_file( out_ ) ||
-             ( !fs::is_empty( out_ ) && !Desk::isRecording( out_ ) ) )
-            throw std::runtime_error(
-               "'" + out_ + "' exists and is not a recording; give the copy another name" );
-      }
+      if( fs::exists( out_ ) && fs::equivalent( in_, out_ ) )
+         throw std::runtime_error(
+            "the copy would replace the recording '" + in_ + "'; give it another name" );
+      Desk::checkReplaceable( out_, "the copy" );
       const Desk::Anonymiser anonymiser =
          key_.empty() ? Desk::Anonymiser() : Desk::Anonymiser( key_ );
       WholeFile copy( out_ );

@@ -4,7 +4,6 @@
 #include "tool/cli/ConsoleOptions.h"
 #include "tool/cli/Subcommand.h"
 
-#include <filesystem>
 #include <ostream>
 #include <stdexcept>
 
@@ -38,7 +37,7 @@ class RecordSubcommand : public Subcommand
       try {
          options_.setTraceLevels();
          ConsoleConfig config = options_.config( terminal, file_ );
-         checkOutput();
+         Desk::checkReplaceable( recording_, "the recording" );
          Console console( terminal.out, terminal.err, config );
          bool isComplete = false;
          const ExitStatus status = runScenario( file_, console,
@@ -60,16 +59,6 @@ class RecordSubcommand : public Subcommand
    }
 
  private:
-   /// A recording replaces a recording, and no other file.
-   void checkOutput() const
-   {
-      namespace fs = std::filesystem;
-      if( fs::is_regular_file( recording_ ) && !fs::is_empty( recording_ ) &&
-          !Desk::isRecording( recording_ ) )
-         throw std::runtime_error(
-            "'" + recording_ + "' exists and is not a recording; give the recording another name" );
-   }
-
    std::string file_;
    std::string recording_;
    std::string profile_;

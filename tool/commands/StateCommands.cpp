@@ -1,4 +1,5 @@
 // Attributes of objects and operations of the helper, by name.
+#include "desk/RecordedObjects.h"
 #include "platform/runtime/EntityType.h"
 #include "platform/runtime/Errors.h"
 #include "tool/Session.h"
@@ -126,12 +127,8 @@ std::optional<Value> resultOf( const Call& call, Session& session, const Words& 
 
 nlohmann::ordered_json valueJson( const Agent& agent, const Value& value )
 {
-   if( const auto* const truth = std::get_if<bool>( &value ) )
-      return *truth;
-   if( const auto* const number = std::get_if<S64>( &value ) )
-      return *number;
-   if( const auto* const number = std::get_if<U64>( &value ) )
-      return *number;
+   if( nlohmann::ordered_json plain = Desk::plainJson( value ); !plain.is_null() )
+      return plain;
    return agent.valueText( value );
 }
 

@@ -8,7 +8,7 @@
 
 namespace Strata::Tool {
 
-/// The tables that the packet was looked up in and that are empty: "routes, MAC addresses"; empty if there is none.
+/// The tables that the packet was looked up in and that are empty: "routes, MAC addresses"; empty if it depends on nothing else.
 std::string untoldTables(
    const Sim::Explanation& explanation, const Sim::ForwardingTables& tables );
 
