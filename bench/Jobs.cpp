@@ -77,6 +77,12 @@ void lagOfAll( Slice& slice )
    slice.startLag();
 }
 
+void peerLinkOfAll( Slice& slice )
+{
+   slice.init();
+   slice.startPeerLink();
+}
+
 void turnLagTwice( Slice& slice )
 {
    slice.turnLag();
@@ -100,6 +106,7 @@ constexpr Job table[] = {
    { "LAG member, 8 interfaces", 1.7, 1, 8, bringUp, eachTwice<&Slice::regroup> },
    { "LAG member, 8,192 interfaces", 1.7, 1, 8192, bringUp, eachTwice<&Slice::regroup> },
    { "LAG of 8 members, forwarding model", 0, 1, 8, lagOfAll, turnLagTwice },
+   { "port of an MLAG peer link of 8 members", 0, 1, 8, peerLinkOfAll, eachTwice<&Slice::replug> },
    { "10,000 mixed events, 1,024 interfaces", 1.7, 1, 1024, bringUp, mixed },
    { "handleVlanRoutingState, 4,094 VLANs", 1.4, 1, 0, bringUp, vlanFlags },
    { "handlePerVlanRouting, 4,094 VLANs", 1.4, 1, 0, addresses, perVlanRouting },

@@ -58,4 +58,21 @@ class NullManager final : public StrataBoundedTcamEntryManager
    U32 baseEntryId() const override { return 1; }
 };
 
+/// Has the range of the ARP redirect alone.
+class NullGroupManager final : public StrataTcamGroupManager
+{
+   VORMEL_ENTITY( NullGroupManager, NULL_MANAGER_ATTRIBUTES )
+
+   explicit NullGroupManager( const Ref<StrataBoundedTcamEntryManager>& manager )
+      : manager_( manager )
+   {}
+   Ref<StrataBoundedTcamEntryManager> boundedTcamEntryManager( TcamGroup group ) const override
+   {
+      return group == TcamGroup::peerMacArp ? manager_ : nullptr;
+   }
+
+ private:
+   Ref<StrataBoundedTcamEntryManager> manager_;
+};
+
 } // namespace Bench

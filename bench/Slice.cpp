@@ -9,6 +9,7 @@ using Vormel::make;
 constexpr U32 portsPerUnit = 512;
 
 VORMEL_ENTITY_TYPE( NullManager, NULL_MANAGER_ATTRIBUTES )
+VORMEL_ENTITY_TYPE( NullGroupManager, NULL_MANAGER_ATTRIBUTES )
 VORMEL_ENTITY_TYPE( RecordingManager, RECORDING_MANAGER_ATTRIBUTES )
 
 Slice::Slice( U32 units, U32 interfaces, Calls calls )
@@ -21,6 +22,8 @@ Slice::Slice( U32 units, U32 interfaces, Calls calls )
    scsd_ = make<StrataCommonSmData>( &shim_ );
    StrataUnit unit;
    unit.chipInfo.model = "bench";
+   for( U32 port = 1; port <= portsPerUnit; ++port )
+      unit.ports.add( port );
    for( U32 number = 0; number < units; ++number )
       scsd_->units().unitIs( static_cast<U16>( number ), unit );
    for( U32 i = 0; i < interfaces; ++i ) {
@@ -32,15 +35,17 @@ Slice::Slice( U32 units, U32 interfaces, Calls calls )
       scsd_->intfToLogicalPortIs( intf, port );
       scsd_->strataIntfToPortIs( intf, StrataPort( 0, static_cast<int>( port ), port ) );
    }
-   helper_ = make<RoutingStatusHelper>( "bench", scsd_, nullptr, nullptr, false, nullptr, nullptr,
-      nullptr, dir_, nullptr, nullptr, nullptr, nullptr );
-   helper_->tcamManagerIs(
-      recorded ? Ref<StrataBoundedTcamEntryManager>( recordingManager_ ) : manager_ );
+   const Ref<StrataBoundedTcamEntryManager> manager =
+      recorded ? Ref<StrataBoundedTcamEntryManager>( recordingManager_ ) : manager_;
+   helper_ = make<RoutingStatusHelper>( "bench", scsd_, make<NullGroupManager>( manager ), nullptr,
+      false, nullptr, nullptr, nullptr, dir_, nullptr, nullptr, nullptr, nullptr );
+   helper_->tcamManagerIs( manager );
    helper_->l2McastTableAllocationIs( make<L2McastTableAllocationEnt>() );
 }
 
 Slice::~Slice()
 {
+   redirect_ = nullptr;
    logging_ = nullptr;
    reactor_ = nullptr;
    sdkShimIs( nullptr );
@@ -95,6 +100,18 @@ void Slice::startLag()
    scsd_->lagMembersIs( lag, IntfIdList( members ) );
    for( const IntfId member : members )
       scsd_->lagOfMemberIs( member, lag );
+}
+
+void Slice::startPeerLink()
+{
+   startLag();
+   const auto status = make<Mlag::Status>();
+   status->peerMacAddrIs( EthAddr( 2, 0, 0, 0, 0, 1 ) );
+   status->peerLinkIntfIs( lag_->intfId() );
+   status->peerMacRoutingEnabledIs( true );
+   const auto hardware = make<Mlag::Hardware::Status>();
+   hardware->peerMacRoutingSupportedIs( true );
+   redirect_ = l3PeerMacArpRedirectSmFactory( scsd_, status, hardware, helper_ );
 }
 
 static void turnOver( Interface::EthIntfStatus& intf )

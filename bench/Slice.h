@@ -5,6 +5,7 @@
 #include "bench/NullShim.h"
 #include "platform/state/Interfaces.h"
 #include "routing/RoutingStatusHelper.h"
+#include "routing/reactors/L3PeerMacArpRedirectSm.h"
 #include "routing/reactors/RoutingStatusSm.h"
 #include "routing/reactors/UnknownMacDropLoggingSm.h"
 
@@ -50,6 +51,8 @@ class Slice
    void startLag();
    /// Makes the LAG routed when it is bridged, and bridged when it is routed. After startLag().
    void turnLag();
+   /// Makes all interfaces the members of a LAG to an MLAG peer, and redirects ARP to the peer.
+   void startPeerLink();
    /// Drops packets to unknown MACs in all traffic classes.
    void startDropping();
    /// Reads the counters of all classes. After startDropping().
@@ -67,6 +70,7 @@ class Slice
    Ref<Interface::EthIntfStatus> lag_;
    Ref<RoutingStatusHelper> helper_;
    Ref<RoutingStatusSm> reactor_;
+   Ref<L3PeerMacArpRedirectSm> redirect_;
    Ref<UnknownMacDropLoggingSm> logging_;
 };
 

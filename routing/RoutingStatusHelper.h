@@ -355,15 +355,30 @@ class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
    VORMEL_HIDDEN void noteWritten(
       MacType macType, EthAddr WrittenMacs::*entry, const EthAddr& mac );
 
+   struct InPorts
+   {
+      U16 unit;
+      PortBitmap ports;
+
+      bool operator==( const InPorts& ) const = default;
+   };
    struct ArpRedirect
    {
       EthAddr mac;
-      StrataPort port;                   // the port that ARP is redirected to
-      std::map<U16, PortBitmap> inPorts; // by unit
+      StrataPort port; // the port that ARP is redirected to
+      std::vector<InPorts> inPorts;
 
       bool operator==( const ArpRedirect& ) const = default;
+      void forget()
+      {
+         mac = {};
+         port = {};
+         inPorts.clear();
+      }
    };
    ArpRedirect arpRedirect_; // the redirect in hardware
+   // Used again by the next event of the peer link, which allocates nothing then.
+   ArpRedirect arpRedirectRoom_;
    VORMEL_HIDDEN void makeArpRedirect(
       const Ref<StrataBoundedTcamEntryManager>& manager, const ArpRedirect& wanted );
 

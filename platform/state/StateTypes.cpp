@@ -102,14 +102,38 @@ void StrataCommonSmData::checkFloodingModId( U32 modId )
          "floodingModId: " + std::to_string( modId ) + " is out of the range 0 to 255" );
 }
 
-std::vector<StrataPort> portsOfLink( const StrataCommonSmData& scsd, IntfId link )
+/// Calls `use` with each port of a link, in member order, until it returns true.
+template<class Use>
+static void eachPortOfLink( const StrataCommonSmData& scsd, IntfId link, Use use )
 {
-   if( const StrataPort port = scsd.strataIntfToPort( link ) )
-      return { port };
-   std::vector<StrataPort> ports;
-   for( const IntfId member : scsd.lagMembers( link ) )
-      if( const StrataPort port = scsd.strataIntfToPort( member ) )
-         ports.push_back( port );
+   if( const StrataPort* const port = scsd.strataIntfToPort().find( link ); port && *port ) {
+      use( *port );
+      return;
+   }
+   if( const IntfIdList* const members = scsd.lagMembers().find( link ) )
+      for( const IntfId member : *members )
+         if( const StrataPort port = scsd.strataIntfToPort( member ); port && use( port ) )
+            return;
+}
+
+StrataPort portOfLink( const StrataCommonSmData& scsd, IntfId link )
+{
+   StrataPort first;
+   eachPortOfLink( scsd, link, [ &first ]( const StrataPort& port ) {
+      first = port;
+      return true;
+   } );
+   return first;
+}
+
+PortBitmap portsOfLink( const StrataCommonSmData& scsd, IntfId link, U32 unit )
+{
+   PortBitmap ports;
+   eachPortOfLink( scsd, link, [ &ports, unit ]( const StrataPort& port ) {
+      if( port.unit() == unit )
+         ports.add( port.logicalPort() );
+      return false;
+   } );
    return ports;
 }
 

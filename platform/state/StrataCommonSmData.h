@@ -120,8 +120,10 @@ class VORMEL_EXPORT StrataCommonSmData : public Vormel::Entity
    UnitTable units_;
 };
 
-/// The link's own port, or, if it is a LAG, the ports of its members, in member order.
-VORMEL_EXPORT std::vector<StrataPort> portsOfLink( const StrataCommonSmData& scsd, IntfId link );
+/// The link's own port, or, if it is a LAG, that of the first member that has one.
+VORMEL_EXPORT StrataPort portOfLink( const StrataCommonSmData& scsd, IntfId link );
+/// The link's ports on a unit, by logical port number: its own, or, if it is a LAG, those of its members.
+VORMEL_EXPORT PortBitmap portsOfLink( const StrataCommonSmData& scsd, IntfId link, U32 unit );
 
 /// The attributes of the first unit's chip, which the slice uses for all units; no capability if there is no unit.
 VORMEL_EXPORT ChipAttributes chipAttributes( const StrataCommonSmData& scsd );

@@ -4,6 +4,9 @@
 #include "routing/tcam/CheckedCall.h"
 #include "routing/tcam/TcamEntry.h"
 
+#include <algorithm>
+#include <utility>
+
 namespace Strata {
 
 void RoutingStatusHelper::handlePeerMacArpRedirect(
@@ -15,26 +18,26 @@ void RoutingStatusHelper::handlePeerMacArpRedirect(
                          : nullptr;
    if( !hasManager( manager, "handlePeerMacArpRedirect" ) )
       return;
-   const std::vector<StrataPort> linkPorts = portsOfLink( shared(), peerLink );
-   if( !enable || linkPorts.empty() ) {
-      arpRedirect_ = {};
+   // One port only: a redirect to several ports would duplicate the packet.
+   const StrataPort linkPort = portOfLink( shared(), peerLink );
+   if( !enable || !linkPort ) {
+      arpRedirect_.forget();
       peerMacArpRedirectIs( deleteEntry( manager, shared().units(), peerMacArpRedirect() ) );
       return;
    }
-   // One port only: a redirect to several ports would duplicate the packet.
-   ArpRedirect wanted{ mac, linkPorts.front(), {} };
-   for( const auto& i : shared().units() ) {
-      bcm_pbmp_t inPorts = rxPorts( i.key() );
-      for( const StrataPort& linkPort : linkPorts )
-         if( linkPort.unit() == i.key() )
-            inPorts.remove( linkPort.logicalPort() );
-      wanted.inPorts.emplace( i.key(), inPorts );
+   ArpRedirect wanted = std::exchange( arpRedirectRoom_, {} );
+   wanted.forget();
+   wanted.mac = mac;
+   wanted.port = linkPort;
+   for( const auto& i : shared().units() )
+      wanted.inPorts.push_back(
+         { i.key(), rxPorts( i.key() ) - portsOfLink( shared(), peerLink, i.key() ) } );
+   if( peerMacArpRedirect() == 0 || wanted != arpRedirect_ ) {
+      // Until the entry is in hardware on every unit, also after an exception.
+      arpRedirect_.forget();
+      makeArpRedirect( manager, wanted );
    }
-   if( peerMacArpRedirect() != 0 && wanted == arpRedirect_ )
-      return;
-   arpRedirect_ =
-      {}; // stays empty until the entry is in hardware on every unit, also after an exception
-   makeArpRedirect( manager, wanted );
+   arpRedirectRoom_ = std::move( wanted );
 }
 
 void RoutingStatusHelper::makeArpRedirect(
@@ -47,13 +50,13 @@ void RoutingStatusHelper::makeArpRedirect(
    const U32 modId = portUnit ? portUnit->modId : port.unit();
    TcamEntry redirect( manager, 0, "arp redirect to mlag peer" );
    for( const auto& i : shared().units() ) {
-      const auto inPorts = wanted.inPorts.find( i.key() );
+      const auto inPorts = std::ranges::find( wanted.inPorts, i.key(), &InPorts::unit );
       if( inPorts == wanted.inPorts.end() )
          continue;
       const U32 entryId = redirect.claim( i.key() );
       CHECKED( bcm_field_qualify_DstMac( i.key(), entryId, mac, macMask ) );
       CHECKED( bcm_field_qualify_EtherType( i.key(), entryId, 0x0806, 0xFFFF ) );
-      qualifyInPorts( *manager, i.key(), entryId, inPorts->second, allPorts( i.key() ) );
+      qualifyInPorts( *manager, i.key(), entryId, inPorts->ports, allPorts( i.key() ) );
       CHECKED( bcm_field_action_add(
          i.key(), entryId, bcmFieldActionRedirectPort, modId, port.sdkPort() ) );
       redirect.install( i.key() );

@@ -55,7 +55,7 @@ void L3PeerMacArpRedirectSm::handlePeerMacArpRedirect()
    const IntfId link = mlagStatus_ ? mlagStatus_->peerLinkIntf() : IntfId();
    const bool wanted = !mac.isZero() && Mlag::isPeerMacRoutingStatusEnabled( *mlagStatus_ ) &&
                        mlagHwStatus_ && mlagHwStatus_->peerMacRoutingSupported() && scsd_ &&
-                       !portsOfLink( *scsd_, link ).empty();
+                       portOfLink( *scsd_, link );
    routingStatusHelper_->handlePeerMacArpRedirect( mac, link, wanted );
 }
 

@@ -5,6 +5,7 @@
 #include "platform/sdk/SdkNames.h"
 
 #include <ios>
+#include <utility>
 
 namespace Strata {
 
@@ -108,23 +109,33 @@ U32 deleteEntry(
    return 0;
 }
 
+/// Used again by the next entry, which allocates nothing then.
+static std::unique_ptr<std::string> spareName;
+
 TcamEntry::TcamEntry(
    const Ref<StrataBoundedTcamEntryManager>& manager, U32 offset, const char* name )
    : manager_( manager ),
      id_( manager->baseEntryId() + offset ),
-     name_( name )
-{}
+     name_( spareName ? std::move( spareName ) : std::make_unique<std::string>() )
+{
+   *name_ = name;
+}
+
+TcamEntry::~TcamEntry()
+{
+   spareName = std::move( name_ );
+}
 
 U32 TcamEntry::claim( U32 unit )
 {
    // The result is not checked: the next call on the entry fails if the claim was refused.
-   manager_->getEntry( unit, id_, name_, defaultKey() );
+   manager_->getEntry( unit, id_, *name_, defaultKey() );
    return id_;
 }
 
 void TcamEntry::install( U32 unit )
 {
-   installEntry( *manager_, unit, id_, name_.c_str() );
+   installEntry( *manager_, unit, id_, name_->c_str() );
    carried_ = true;
 }
 

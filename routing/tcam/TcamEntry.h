@@ -17,6 +17,7 @@
 #include "platform/state/StrataCommonSmData.h"
 #include "routing/TcamL3EntryId.h"
 
+#include <memory>
 #include <string>
 
 namespace Strata {
@@ -57,6 +58,9 @@ class TcamEntry
       const Ref<StrataBoundedTcamEntryManager>& manager, TcamL3EntryId offset, const char* name )
       : TcamEntry( manager, static_cast<U32>( offset ), name )
    {}
+   TcamEntry( const TcamEntry& ) = delete;
+   TcamEntry& operator=( const TcamEntry& ) = delete;
+   ~TcamEntry();
 
    U32 id() const { return id_; }
 
@@ -73,7 +77,7 @@ class TcamEntry
  private:
    Ref<StrataBoundedTcamEntryManager> manager_;
    U32 id_;
-   std::string name_; // each claim takes it as a string
+   std::unique_ptr<std::string> name_; // each claim takes it as a string
    bool carried_ = false;
 };
 
