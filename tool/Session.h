@@ -4,6 +4,7 @@
 #pragma once
 
 #include "agent/Agent.h"
+#include "desk/Probes.h"
 #include "desk/RecordingFile.h"
 #include "desk/SwitchState.h"
 #include "tool/packet/PacketDesk.h"
@@ -84,6 +85,9 @@ class Session
    /// The switch's packets, while hasAgent().
    PacketDesk& packets() { return *packets_; }
    const PacketDesk& packets() const { return *packets_; }
+   /// The packets that are kept by name, also from one switch to the next.
+   Desk::Probes& probes() { return probes_; }
+   const Desk::Probes& probes() const { return probes_; }
 
    // While hasAgent().
 
@@ -151,8 +155,9 @@ class Session
    Console& console_;
    std::unique_ptr<Agent> agent_;
    std::unique_ptr<PacketDesk> packets_; // of the agent's switch
-   const Line* running_ = nullptr;       // the innermost of an included file
-   std::optional<Line> last_;            // the line that ran last
+   Desk::Probes probes_;
+   const Line* running_ = nullptr; // the innermost of an included file
+   std::optional<Line> last_;      // the line that ran last
    SessionConfig config_;
    Desk::SwitchState stateAtMark_;
    std::string lastCall_;

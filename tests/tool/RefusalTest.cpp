@@ -131,7 +131,7 @@ TEST_F( Refusals, ChangeNothing )
         "tunnel T local 192.0.2.1 remote 192.0.2.2 via Ethernet1 mac 00:00:00:00:08:08 vlan 10\n"
         "pbr word via cpu\nroute 10.1.0.0/16 via cpu\nmac 02:00:00:00:00:05 vlan 10 Ethernet1\n"
         "fault getEntry nth 9\nset routerMacAddr 02:00:00:00:00:07\nmark\n"
-        "packet in Ethernet1 ipv4" );
+        "packet in Ethernet1 ipv4\nprobe word in Ethernet1 ipv4" );
    const std::string before = state();
    for( const Command& command : commands() ) {
       const U32 refusedBefore = refused_;

@@ -346,9 +346,9 @@ Act captureEnd( const Session& session, Words& words )
 std::vector<Command> packetCommands()
 {
    return {
-      { "packet", "[-v] in PORT FRAME", "send a packet into a port", sendPacket },
-      { "explain", "[-v] in PORT FRAME", "explain the outcome of a packet; changes nothing",
-         explainPacket },
+      { "packet", "[-v] in PORT FRAME|probe NAME", "send a packet into a port", sendPacket },
+      { "explain", "[-v] in PORT FRAME|probe NAME",
+         "explain the outcome of a packet; changes nothing", explainPacket },
       { "pcap", "FILE in PORT [frames A-B] [summary]",
          "the frames of a file come in, and what became of each, or of those that fared alike",
          sendCapture },

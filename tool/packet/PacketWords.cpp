@@ -299,8 +299,22 @@ Entrance takeEntrance( const Session& session, Words& words )
    return { takePort( session, words ) };
 }
 
+std::string takeProbe( const Session& session, Words& words )
+{
+   const std::string name = words.take( "the probe's name", "PROBE" ).text;
+   if( session.probes().contains( name ) )
+      return name;
+   std::vector<std::string_view> names;
+   for( const auto& [ known, probe ] : session.probes() )
+      names.push_back( known );
+   words.fail( "there is no probe '" + name + "'" +
+               didYouMean( name, names, "; 'show probes' lists them" ) );
+}
+
 Sim::Arrival takeArrival( const Session& session, Words& words )
 {
+   if( words.accept( "probe" ) )
+      return session.probes().at( takeProbe( session, words ) ).arrival;
    const Entrance entrance = takeEntrance( session, words );
    return { entrance.port, takeFrame( session, words ), entrance.higig };
 }

@@ -63,7 +63,10 @@ struct Entrance
 /// Takes `in PORT|higig [unit N]`.
 Entrance takeEntrance( const Session& session, Words& words );
 
-/// Takes an entrance, then the frame.
+/// Takes the name of a probe that exists.
+std::string takeProbe( const Session& session, Words& words );
+
+/// Takes an entrance, then the frame; or `probe NAME`.
 Sim::Arrival takeArrival( const Session& session, Words& words );
 
 /// ValueError for a frame that is longer than ports accept.

@@ -165,6 +165,7 @@ const std::vector<Placeholder>& placeholders()
       { "NAME", addEntries },
       { "VLAN", []( S& s, W, C& c ) { addVlans( s, c ); } },
       { "TUNNEL", []( S& s, W w, C& c ) { addNames( s.packets().tables().tunnels, w, c ); } },
+      { "PROBE", []( S& s, W w, C& c ) { addNames( s.probes(), w, c ); } },
       { "RULE", []( S& s, W w, C& c ) { addNames( s.packets().tables().steering, w, c ); } },
       { "ENTITY",
          []( S& s, W w, C& c ) {

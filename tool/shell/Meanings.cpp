@@ -75,6 +75,7 @@ constexpr Meaning meanings[] = {
    { "loopback", "the loopback port" },
    { "recirculation", "the recirculation port" },
    { "higig", "the stack link" },
+   { "probe", "a packet that has a name" },
    { "hex", "the frame in hexadecimal bytes" },
    { "pcap", "a frame of a capture file" },
    { "frame", "which frame of the file" },

@@ -22,6 +22,7 @@ std::vector<Theme> allThemes()
       { "Forwarding tables", tableCommands() },
       { "Routes", routeCommands() },
       { "Packets", packetCommands() },
+      { "Probes", probeCommands() },
       { "Attributes and operations", stateCommands() },
       { "The router", routerCommands() },
       { "The run", runCommands() },

@@ -84,6 +84,7 @@ std::vector<Command> showPartsCommands();
 std::vector<Command> showTableCommands();
 std::vector<Command> changeCommands();
 std::vector<Command> packetCommands();
+std::vector<Command> probeCommands();
 std::vector<Command> shellCommands();
 
 } // namespace Strata::Tool
