@@ -71,6 +71,16 @@ bool FieldGroup::takeRoom( FieldEntry& entry )
    return true;
 }
 
+void FieldGroup::put( FieldEntry& entry, bool enabled )
+{
+   entry.actionsRemoved = false;
+   if( entry.hardware == entry.claim && entry.enabled == enabled )
+      return;
+   entry.hardware = entry.claim;
+   entry.enabled = enabled;
+   ++version_;
+}
+
 SdkCode FieldGroup::install( U32 id )
 {
    FieldEntry* const entry = find( id );
@@ -80,10 +90,7 @@ SdkCode FieldGroup::install( U32 id )
       return SdkCode::Config;
    if( !takeRoom( *entry ) )
       return SdkCode::Full;
-   entry->hardware = entry->claim;
-   entry->actionsRemoved = false;
-   entry->enabled = true;
-   ++version_;
+   put( *entry, true );
    return SdkCode::None;
 }
 
@@ -94,9 +101,7 @@ SdkCode FieldGroup::reinstall( U32 id )
       return SdkCode::NotFound;
    if( entry->claim.actions.empty() )
       return SdkCode::Config;
-   entry->hardware = entry->claim;
-   entry->actionsRemoved = false;
-   ++version_;
+   put( *entry, entry->enabled );
    return SdkCode::None;
 }
 
@@ -114,7 +119,7 @@ void FieldGroup::remove( U32 id )
 void FieldGroup::release( U32 id )
 {
    remove( id );
-   entries_.erase( id );
+   version_ += entries_.erase( id );
    turnedAway_.erase( id );
 }
 
@@ -123,8 +128,8 @@ SdkCode FieldGroup::enable( U32 id, bool enabled )
    FieldEntry* const entry = find( id );
    if( !entry || !entry->installed() )
       return SdkCode::NotFound;
+   version_ += entry->enabled != enabled ? 1 : 0;
    entry->enabled = enabled;
-   ++version_;
    return SdkCode::None;
 }
 

@@ -69,7 +69,7 @@ class FieldGroup
    const FieldEntry* find( U32 id ) const;
    FieldEntry* find( U32 id );
 
-   /// Changes whenever the entries in hardware may have changed.
+   /// Changes with the entries in hardware and with the end of a claim, and not with an operation that changes nothing.
    U64 version() const { return version_; }
 
    U32 room() const { return room_; }
@@ -91,6 +91,8 @@ class FieldGroup
 
  private:
    bool takeRoom( FieldEntry& entry );
+   /// Puts the claim into hardware.
+   void put( FieldEntry& entry, bool enabled );
 
    FieldGroupProfile profile_;
    U32 room_;

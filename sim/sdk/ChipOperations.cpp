@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <string>
+#include <tuple>
 
 namespace Strata::Sim {
 
@@ -14,11 +15,32 @@ SdkCode ChipOperations::unknown( SdkOperation operation, U32 unit, std::string_v
    return SdkCode::Param;
 }
 
-SdkCode ChipOperations::written( U32 unit, const ChipPlace& place, SdkCode code )
+template<class Read, class Work>
+SdkCode ChipOperations::write( Read read, Work work )
 {
+   const auto before = read();
+   const SdkCode code = work();
+   if( code == SdkCode::None )
+      changed_ = read() != before;
+   return code;
+}
+
+template<class Read, class Work>
+SdkCode ChipOperations::write( U32 unit, const ChipPlace& place, Read read, Work work )
+{
+   const SdkCode code = write( read, work );
    if( code == SdkCode::None )
       chip( unit ).causeIs( place, hardware_.causeOfCall() );
    return code;
+}
+
+/// None for a key that the map lacks.
+template<class Map>
+static std::optional<typename Map::mapped_type> valueIn(
+   const Map& map, const typename Map::key_type& key )
+{
+   const auto at = map.find( key );
+   return at == map.end() ? std::nullopt : std::optional( at->second );
 }
 
 template<class Role>
@@ -27,13 +49,23 @@ static U32 number( Role role )
    return static_cast<U32>( role );
 }
 
+SdkCode ChipOperations::writeControl( U32 unit, SwitchControl control, int value )
+{
+   Chip& at = chip( unit );
+   return write(
+      unit, { ChipPlace::Kind::control, number( control ) },
+      [ & ] {
+         return std::pair( valueIn( at.controls(), control ), at.portSwitchControls().size() );
+      },
+      [ & ] { return at.controlIs( control, value ); } );
+}
+
 SdkCode ChipOperations::switchControlSet( U32 unit, int control, int value )
 {
    const auto role = hardware_.numbers.switchControl.find( control );
    if( !role )
       return unknown( SdkOperation::switchControlSet, unit, "control" );
-   return written(
-      unit, { ChipPlace::Kind::control, number( *role ) }, chip( unit ).controlIs( *role, value ) );
+   return writeControl( unit, *role, value );
 }
 
 SdkCode ChipOperations::switchControlPortSet( U32 unit, int port, int control, int value )
@@ -42,10 +74,14 @@ SdkCode ChipOperations::switchControlPortSet( U32 unit, int port, int control, i
    if( !role )
       return unknown( SdkOperation::switchControlPortSet, unit, "control" );
    if( port == hardware_.numbers.chipWidePort )
-      return written( unit, { ChipPlace::Kind::control, number( *role ) },
-         chip( unit ).controlIs( *role, value ) );
-   return written( unit, { ChipPlace::Kind::portSwitchControl, number( *role ), port },
-      chip( unit ).controlIs( port, *role, value ) );
+      return writeControl( unit, *role, value );
+   Chip& at = chip( unit );
+   return write(
+      unit, { ChipPlace::Kind::portSwitchControl, number( *role ), port },
+      [ & ] {
+         return valueIn( at.portSwitchControls(), { port, *role } );
+      },
+      [ & ] { return at.controlIs( port, *role, value ); } );
 }
 
 SdkCode ChipOperations::portControlSet( U32 unit, int port, int control, int value )
@@ -53,8 +89,13 @@ SdkCode ChipOperations::portControlSet( U32 unit, int port, int control, int val
    const auto role = hardware_.numbers.portControl.find( control );
    if( !role )
       return unknown( SdkOperation::portControlSet, unit, "control" );
-   return written( unit, { ChipPlace::Kind::portControl, number( *role ), port },
-      chip( unit ).portControlIs( port, *role, value ) );
+   Chip& at = chip( unit );
+   return write(
+      unit, { ChipPlace::Kind::portControl, number( *role ), port },
+      [ & ] {
+         return valueIn( at.portControls(), { port, *role } );
+      },
+      [ & ] { return at.portControlIs( port, *role, value ); } );
 }
 
 SdkCode ChipOperations::vlanControlGet( U32 unit, U16 vlanId, VlanControl* control )
@@ -73,10 +114,21 @@ SdkCode ChipOperations::vlanControlSet( U32 unit, U16 vlanId, const VlanControl&
    if( !vlan )
       return SdkCode::NotFound;
    const VlanFlags flags = hardware_.numbers.vlanFlags( control.flags() );
-   vlan->flags = flags.flags;
-   vlan->otherFlags = flags.otherFlags;
-   vlan->rest = control.rest;
-   return written( unit, { ChipPlace::Kind::vlanFlags, vlanId }, SdkCode::None );
+   return write(
+      unit, { ChipPlace::Kind::vlanFlags, vlanId },
+      [ vlan ] { return std::tuple( vlan->flags, vlan->otherFlags, vlan->rest ); },
+      [ & ] {
+         vlan->flags = flags.flags;
+         vlan->otherFlags = flags.otherFlags;
+         vlan->rest = control.rest;
+         return SdkCode::None;
+      } );
+}
+
+/// Reads the ports of a VLAN.
+static auto portsOf( const ChipVlan& vlan )
+{
+   return [ &vlan ] { return std::pair( vlan.members, vlan.untagged ); };
 }
 
 SdkCode ChipOperations::vlanPortAdd(
@@ -87,9 +139,11 @@ SdkCode ChipOperations::vlanPortAdd(
       return SdkCode::NotFound;
    if( !( ports - chip( unit ).ports() ).empty() || !( untaggedPorts - ports ).empty() )
       return SdkCode::Port;
-   vlan->members |= ports;
-   vlan->untagged = ( vlan->untagged - ports ) | untaggedPorts;
-   return SdkCode::None;
+   return write( portsOf( *vlan ), [ & ] {
+      vlan->members |= ports;
+      vlan->untagged = ( vlan->untagged - ports ) | untaggedPorts;
+      return SdkCode::None;
+   } );
 }
 
 SdkCode ChipOperations::vlanPortRemove( U32 unit, U16 vlanId, const PortBitmap& ports )
@@ -97,9 +151,11 @@ SdkCode ChipOperations::vlanPortRemove( U32 unit, U16 vlanId, const PortBitmap& 
    ChipVlan* const vlan = chip( unit ).vlan( vlanId );
    if( !vlan )
       return SdkCode::NotFound;
-   vlan->members -= ports;
-   vlan->untagged -= ports;
-   return SdkCode::None;
+   return write( portsOf( *vlan ), [ & ] {
+      vlan->members -= ports;
+      vlan->untagged -= ports;
+      return SdkCode::None;
+   } );
 }
 
 SdkCode ChipOperations::l3Ip4OptionsProfileCreate( U32 unit, U32 flags, int action, int* profile )
@@ -109,12 +165,16 @@ SdkCode ChipOperations::l3Ip4OptionsProfileCreate( U32 unit, U32 flags, int acti
       return unknown( SdkOperation::l3Ip4OptionsProfileCreate, unit, "action" );
    if( flags != 0 )
       return SdkCode::Param;
-   return chip( unit ).ipOptionsProfileCreate( *role, *profile );
+   Chip& at = chip( unit );
+   return write( [ & ] { return at.ipOptionsProfiles().size(); },
+      [ & ] { return at.ipOptionsProfileCreate( *role, *profile ); } );
 }
 
 SdkCode ChipOperations::l3Ip4OptionsProfileDestroy( U32 unit, int profile )
 {
-   return chip( unit ).ipOptionsProfileDestroy( profile );
+   Chip& at = chip( unit );
+   return write( [ & ] { return at.ipOptionsProfiles().size(); },
+      [ & ] { return at.ipOptionsProfileDestroy( profile ); } );
 }
 
 SdkCode ChipOperations::accessRegister( SdkOperation operation, U32 unit, int reg, int port,
@@ -135,8 +195,14 @@ SdkCode ChipOperations::accessRegister( SdkOperation operation, U32 unit, int re
 
 SdkCode ChipOperations::writeRegister( U32 unit, Register reg, U64 value )
 {
-   chip( unit ).registerIs( reg, value );
-   return written( unit, { ChipPlace::Kind::registers, number( reg ) }, SdkCode::None );
+   Chip& at = chip( unit );
+   return write(
+      unit, { ChipPlace::Kind::registers, number( reg ) },
+      [ & ] { return at.registerValue( reg ); },
+      [ & ] {
+         at.registerIs( reg, value );
+         return SdkCode::None;
+      } );
 }
 
 static constexpr Register registers32[] = { Register::CpuControlM, Register::IngMiscConfig };
@@ -203,8 +269,11 @@ SdkCode ChipOperations::memoryWrite(
 {
    if( !isMyStation( SdkOperation::memoryWrite, unit, memory, block ) )
       return SdkCode::Param;
-   return written( unit, { ChipPlace::Kind::myStation, index },
-      chip( unit ).myStation().write( index, *entry ) );
+   MyStationTable& table = chip( unit ).myStation();
+   return write(
+      unit, { ChipPlace::Kind::myStation, index },
+      [ & ] { return valueIn( table.entries(), index ).value_or( MemoryEntry() ).words; },
+      [ & ] { return table.write( index, *entry ); } );
 }
 
 } // namespace Strata::Sim

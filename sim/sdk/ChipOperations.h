@@ -7,8 +7,10 @@
 #include "sim/switch/Hardware.h"
 
 #include <functional>
+#include <optional>
 #include <span>
 #include <string_view>
+#include <utility>
 
 namespace Strata::Sim {
 
@@ -20,6 +22,11 @@ class ChipOperations
 #define STRATA_SDK_OPERATION( method, name, parameters, arguments ) SdkCode method parameters;
 #include "platform/sdk/SdkOperations.def"
 
+   /// Whether the last operation has changed the chip; none if it was not a write, or was refused.
+   std::optional<bool> takeChanged()
+   {
+      return std::exchange( changed_, std::nullopt );
+   }
    /// Notes the result of the operation on the entry, register, VLAN or port, from the chip or a fault.
    void answeredUnavailable( SdkOperation operation, U32 unit, S64 target );
 
@@ -38,14 +45,20 @@ class ChipOperations
    using RegisterAccess = std::function<void( Chip&, Register )>;
    SdkCode accessRegister( SdkOperation operation, U32 unit, int reg, int port, int index,
       std::span<const Register> allowed, const RegisterAccess& access );
-   /// Records the cause of the state that a call with this result has written.
-   SdkCode written( U32 unit, const ChipPlace& place, SdkCode code );
+   /// A write: what `read` returns is compared before and behind it.
+   template<class Read, class Work>
+   SdkCode write( Read read, Work work );
+   /// The same for state that has a cause, which is recorded.
+   template<class Read, class Work>
+   SdkCode write( U32 unit, const ChipPlace& place, Read read, Work work );
+   SdkCode writeControl( U32 unit, SwitchControl control, int value );
    SdkCode writeRegister( U32 unit, Register reg, U64 value );
    bool isMyStation( SdkOperation operation, U32 unit, int memory, int block );
    /// Reports a breach, because the SDK has no such number, and returns the code for it.
    SdkCode unknown( SdkOperation operation, U32 unit, std::string_view what );
 
    Hardware hardware_;
+   std::optional<bool> changed_;
 };
 
 } // namespace Strata::Sim

@@ -161,11 +161,13 @@ std::string outcomeText( SdkCode code, bool injected )
    return " -> " + sdkCodeName( static_cast<int>( code ) ) + ( injected ? " (injected)" : "" );
 }
 
-std::vector<RecordField> outcomeFields( SdkCode code, bool injected )
+std::vector<RecordField> outcomeFields( SdkCode code, bool injected, std::optional<bool> changed )
 {
    std::vector<RecordField> fields{ { "rc", sdkCodeName( static_cast<int>( code ) ) } };
    if( injected )
       fields.emplace_back( "injected", true );
+   if( changed )
+      fields.emplace_back( "write", *changed ? "changed" : "redundant" );
    return fields;
 }
 

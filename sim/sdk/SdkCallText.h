@@ -66,6 +66,8 @@ class SdkCallText
 
 /// " -> BCM_E_UNAVAIL", " -> BCM_E_FAIL (injected)"; nothing for a success.
 std::string outcomeText( SdkCode code, bool injected );
-std::vector<RecordField> outcomeFields( SdkCode code, bool injected );
+/// `changed` is whether a write has changed the chip; none if the call is not a write.
+std::vector<RecordField> outcomeFields(
+   SdkCode code, bool injected, std::optional<bool> changed = std::nullopt );
 
 } // namespace Strata::Sim

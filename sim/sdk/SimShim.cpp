@@ -35,6 +35,7 @@ int SimShim::perform( SdkOperation operation, std::string_view names, Work work,
    hardware_.critic.operationBegins( operation, unit, target );
    const auto fault = hardware_.faults.strike( roleName( operation ), unit, calls_ );
    const SdkCode code = fault ? *fault : hardware_.chips.contains( unit ) ? work() : SdkCode::Unit;
+   const std::optional<bool> changed = operations_.takeChanged();
    hardware_.critic.operationEnds( operation, unit, code );
    if( code == SdkCode::Unavail )
       operations_.answeredUnavailable( operation, unit, target );
@@ -42,7 +43,7 @@ int SimShim::perform( SdkOperation operation, std::string_view names, Work work,
       const SdkCallText call( operation, hardware_.numbers, names, unit, arguments... );
       std::vector<RecordField> fields{
          { "call", roleName( operation ) }, { "callNumber", calls_ } };
-      for( const auto& more : { call.fields(), outcomeFields( code, fault.has_value() ) } )
+      for( const auto& more : { call.fields(), outcomeFields( code, fault.has_value(), changed ) } )
          fields.insert( fields.end(), more.begin(), more.end() );
       return RecordContent{
          call.text() + outcomeText( code, fault.has_value() ), std::move( fields ) };

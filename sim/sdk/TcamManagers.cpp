@@ -32,17 +32,21 @@ FieldGroup* SimTcamEntryManager::group( U32 unit ) const
 
 template<class Work>
 SdkCode SimTcamEntryManager::perform(
-   std::string_view call, U32 unit, U32 entryId, const Details& details, Work work )
+   std::string_view call, U32 unit, U32 entryId, Effect effect, const Details& details, Work work )
 {
    hardware_.critic.managerCallBegins( call, unit );
    const auto fault = hardware_.faults.strike( call, unit, 0 );
    FieldGroup* const at = group( unit );
    if( !at )
       hardware_.critic.breach( "there is no such unit", call, unit );
+   const U64 version = at ? at->version() : 0;
    const SdkCode code = fault ? *fault : at ? work( *at ) : SdkCode::Unit;
+   std::optional<bool> changed;
+   if( effect == Effect::write && code == SdkCode::None )
+      changed = at->version() != version;
    write( call, unit, entryId, details, [ & ] {
-      return RecordContent{
-         outcomeText( code, fault.has_value() ), outcomeFields( code, fault.has_value() ) };
+      return RecordContent{ outcomeText( code, fault.has_value() ),
+         outcomeFields( code, fault.has_value(), changed ) };
    } );
    return code;
 }
@@ -165,16 +169,17 @@ static std::vector<std::string> faultsOf( const FieldEntry& entry, const Chip& c
 
 int SimTcamEntryManager::installed( std::string_view call, U32 unit, U32 entryId, bool again )
 {
-   return static_cast<int>( perform( call, unit, entryId, {}, [ & ]( FieldGroup& at ) {
-      FieldEntry* const entry = at.find( entryId );
-      if( entry )
-         for( const std::string& wrong : faultsOf( *entry, hardware_.chips.at( unit ) ) )
-            hardware_.critic.breach( wrong, call, unit );
-      const SdkCode code = again ? at.reinstall( entryId ) : at.install( entryId );
-      if( code == SdkCode::None )
-         entry->cause = hardware_.causeOfCall();
-      return code;
-   } ) );
+   return static_cast<int>(
+      perform( call, unit, entryId, Effect::write, {}, [ & ]( FieldGroup& at ) {
+         FieldEntry* const entry = at.find( entryId );
+         if( entry )
+            for( const std::string& wrong : faultsOf( *entry, hardware_.chips.at( unit ) ) )
+               hardware_.critic.breach( wrong, call, unit );
+         const SdkCode code = again ? at.reinstall( entryId ) : at.install( entryId );
+         if( code == SdkCode::None )
+            entry->cause = hardware_.causeOfCall();
+         return code;
+      } ) );
 }
 
 int SimTcamEntryManager::installEntry( U32 unit, U32 entryId )
@@ -189,7 +194,7 @@ int SimTcamEntryManager::reinstallEntry( U32 unit, U32 entryId )
 
 void SimTcamEntryManager::removeEntry( U32 unit, U32 entryId )
 {
-   perform( "removeEntry", unit, entryId, {}, [ & ]( FieldGroup& at ) {
+   perform( "removeEntry", unit, entryId, Effect::write, {}, [ & ]( FieldGroup& at ) {
       at.remove( entryId );
       return SdkCode::None;
    } );
@@ -198,7 +203,7 @@ void SimTcamEntryManager::removeEntry( U32 unit, U32 entryId )
 void SimTcamEntryManager::releaseEntry( U32 unit, U32 entryId )
 {
    const char* const call = "releaseEntry";
-   perform( call, unit, entryId, {}, [ & ]( FieldGroup& at ) {
+   perform( call, unit, entryId, Effect::write, {}, [ & ]( FieldGroup& at ) {
       if( !at.contains( entryId ) )
          hardware_.critic.breach(
             "entry " + std::to_string( entryId ) + " is outside the manager's range", call, unit );
@@ -227,7 +232,7 @@ int SimTcamEntryManager::enableEntry( U32 unit, U32 entryId, bool enable, int mo
    const auto details = [ enable ] {
       return RecordContent{ enable ? " enable" : " disable", { { "enable", enable } } };
    };
-   return static_cast<int>( perform( call, unit, entryId, details, work ) );
+   return static_cast<int>( perform( call, unit, entryId, Effect::write, details, work ) );
 }
 
 U64 SimTcamEntryManager::hitsForEntry( U32 unit, U32 entryId ) const
@@ -269,7 +274,7 @@ int SimTcamEntryManager::qualified(
          { { "qualifier",
             JsonText{ jsonText( qualifierJson( qualifier ) ), qualifier.text() } } } };
    };
-   return static_cast<int>( perform( call, unit, entryId, details, work ) );
+   return static_cast<int>( perform( call, unit, entryId, Effect::claim, details, work ) );
 }
 
 int SimTcamEntryManager::addInPortsForEntry(
@@ -294,7 +299,7 @@ int SimTcamEntryManager::addOutLoopbackPortForEntry(
    if( chip == hardware_.chips.end() || port < 0 || static_cast<U32>( port ) >= PortBitmap::size ||
        !chip->second.ports().contains( static_cast<U32>( port ) ) )
       return static_cast<int>( perform(
-         call, unit, entryId,
+         call, unit, entryId, Effect::claim,
          [ port ] {
             return RecordContent{ " port " + std::to_string( port ), { { "port", port } } };
          },

@@ -44,10 +44,15 @@ class SimTcamEntryManager : public StrataBoundedTcamEntryManager
    using Details = std::function<RecordContent()>;
 
    FieldGroup* group( U32 unit ) const;
+   enum class Effect : U8
+   {
+      claim, // what the next install writes
+      write,
+   };
    /// Runs `work` on the unit's range unless a fault applies to the call, and records the call.
    template<class Work>
-   SdkCode perform(
-      std::string_view call, U32 unit, U32 entryId, const Details& details, Work work );
+   SdkCode perform( std::string_view call, U32 unit, U32 entryId, Effect effect,
+      const Details& details, Work work );
    /// Records the call.
    void write( std::string_view call, U32 unit, U32 entryId, const Details& details,
       const Details& outcome ) const;

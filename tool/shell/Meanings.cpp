@@ -126,6 +126,7 @@ constexpr Meaning meanings[] = {
    { "expect attribute none", "no object" },
    { "expect notification none", "no object" },
    { "none", "not one" },
+   { "redundant", "writes of what the chip has" },
    { "times", "how often" },
    { "queue", "the CPU queue" },
    { "because", "a part of the reason" },
