@@ -40,7 +40,7 @@ run:
 	@build/debug/bin/strata-l3 run $(SCENARIO) $(RUN_FLAGS)
 
 test:
-	@sh ci/setup.sh build
+	@sh ci/setup.sh test
 	@sh ci/build.sh debug
 	@sh ci/test.sh debug $(TEST_FLAGS)
 

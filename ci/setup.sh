@@ -1,5 +1,5 @@
 #!/bin/sh
-# setup.sh library|build|bench|instructions|mutants|fuzz|coverage|package|ci
+# setup.sh library|build|test|bench|instructions|mutants|fuzz|coverage|package|ci
 # Installs those Debian packages of a group that are missing, if it has the permission, or else prints the command.
 # Prints nothing if no package is missing.
 set -u
@@ -20,6 +20,9 @@ libtins-dev /usr/include/tins/tins.h
 libpcap-dev /usr/include/pcap/pcap.h
 libgtest-dev /usr/include/gtest/gtest.h
 libgmock-dev /usr/include/gmock/gmock.h
+'
+test='
+libz3-dev /usr/include/z3++.h
 '
 bench='
 libbenchmark-dev /usr/include/benchmark/benchmark.h
@@ -59,15 +62,16 @@ python3-scapy /usr/lib/python3/dist-packages/scapy
 case $group in
 library) wanted=$library ;;
 build) wanted=$library$build ;;
-bench) wanted=$library$build$bench ;;
-instructions) wanted=$library$build$bench$mutants ;;
-mutants) wanted=$library$build$mutants ;;
-fuzz) wanted=$library$build$fuzz ;;
-coverage) wanted=$library$build$mutants$coverage ;;
-package) wanted=$library$build$mutants$package ;;
-ci) wanted=$library$build$bench$mutants$fuzz$package$ci ;;
+test) wanted=$library$build$test ;;
+bench) wanted=$library$build$test$bench ;;
+instructions) wanted=$library$build$test$bench$mutants ;;
+mutants) wanted=$library$build$test$mutants ;;
+fuzz) wanted=$library$build$test$fuzz ;;
+coverage) wanted=$library$build$test$mutants$coverage ;;
+package) wanted=$library$build$test$mutants$package ;;
+ci) wanted=$library$build$test$bench$mutants$fuzz$package$ci ;;
 *)
-   echo "setup.sh: unknown group '$group'; one of library, build, bench, instructions, mutants, fuzz, coverage, package, ci" >&2
+   echo "setup.sh: unknown group '$group'; one of library, build, test, bench, instructions, mutants, fuzz, coverage, package, ci" >&2
    exit 2
    ;;
 esac

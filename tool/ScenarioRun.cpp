@@ -86,7 +86,7 @@ static ExitStatus withSession(
 }
 
 ExitStatus runScenario( const std::string& file, Console& console, SessionConfig config,
-   const std::function<void( const Session& )>& atEnd )
+   const std::function<void( Session& )>& atEnd )
 {
    return withSession( file, console, std::move( config ), [ & ]( Session& session ) {
       RunEnd end = RunEnd::complete;

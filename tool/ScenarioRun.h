@@ -28,7 +28,7 @@ void runLines( const std::string& file, Session& session,
 /// Runs a scenario on a new session. When the agent dies the process ends at once, with ExitStatus::died. `atEnd` sees
 /// the session behind the last line, unless a line could not be run.
 ExitStatus runScenario( const std::string& file, Console& console, SessionConfig config = {},
-   const std::function<void( const Session& )>& atEnd = {} );
+   const std::function<void( Session& )>& atEnd = {} );
 
 /// Reports every line that cannot be run: runs a scenario on a new session and goes on behind such lines, without
 /// judging expectations or writing captures. Requires: the console is one for checking.

@@ -165,6 +165,8 @@ packet in Ethernet1 dmac router ipv4 src 10.1.0.5 dst 10.8.0.9 bad-checksum
 explain in Ethernet1 dmac router ipv4 src 10.1.0.5 dst 10.2.0.9 ttl 1
 explain in Ethernet1 dmac ff:ff:ff:ff:ff:ff arp request from 10.1.0.1 for 10.1.0.5
 probe routed in Ethernet1 dmac router ipv4 src 10.1.0.5 dst 10.2.0.9
+cover
+lint
 pcap tests/packet/frames/frames.pcap in Ethernet1
 pcap tests/packet/frames/frames.pcap in Ethernet1 summary
 call routedIntf Ethernet1

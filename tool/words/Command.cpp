@@ -23,6 +23,7 @@ std::vector<Theme> allThemes()
       { "Routes", routeCommands() },
       { "Packets", packetCommands() },
       { "Probes", probeCommands() },
+      { "Packets for entries", coverCommands() },
       { "Attributes and operations", stateCommands() },
       { "The router", routerCommands() },
       { "The run", runCommands() },

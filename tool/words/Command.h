@@ -33,7 +33,10 @@ struct Command
    bool needsRecords = false; // it looks at the records since the last mark
 
    /// Whether it only shows something: as rows, which can be JSON and be filtered.
-   bool shows() const { return name.starts_with( "show " ) || name == "explain" || name == "help"; }
+   bool shows() const
+   {
+      return name.starts_with( "show " ) || name == "explain" || name == "cover" || name == "help";
+   }
    /// Whether the line may end with --json.
    bool takesJson() const { return shows() || name == "pcap"; }
 
@@ -85,6 +88,7 @@ std::vector<Command> showTableCommands();
 std::vector<Command> changeCommands();
 std::vector<Command> packetCommands();
 std::vector<Command> probeCommands();
+std::vector<Command> coverCommands();
 std::vector<Command> shellCommands();
 
 } // namespace Strata::Tool

@@ -1,0 +1,117 @@
+#include "cover/Cover.h"
+
+#include "cover/Recipe.h"
+#include "sim/packet/FieldKey.h"
+
+#include <algorithm>
+#include <bit>
+
+namespace Strata::Cover {
+
+using namespace Sim;
+
+RangeCover::RangeCover( const SimSwitch& hardware, const ForwardingTables& tables, U32 unit,
+   FieldGroup& range, Evaluate evaluate )
+   : facts_( hardware, tables, unit ),
+     range_( range ),
+     evaluate_( std::move( evaluate ) ),
+     solver_( facts_, range )
+{}
+
+/// The number of bits that a rule compares.
+static U32 weight( const FieldRule& rule )
+{
+   U32 bits = 0;
+   for( const FieldQualifier& qualifier : rule.qualifiers )
+      bits += comparesValue( qualifier.role )
+                 ? static_cast<U32>( std::popcount( valueMask( qualifier ).mask ) )
+                 : 1;
+   return bits;
+}
+
+void RangeCover::prove( Coverage& coverage, const Solver::Answer& answer ) const
+{
+   coverage.outcome = answer.limited ? Outcome::unknown : Outcome::proved;
+   coverage.blockers = answer.blockers;
+   if( answer.limited )
+      coverage.tried.insert( coverage.tried.end(), answer.reasons.begin(), answer.reasons.end() );
+   else
+      coverage.reasons = answer.reasons;
+   U32 fewest = ~0U;
+   for( const U32 id : answer.blockers ) {
+      const FieldRule& rule = *range_.find( id )->hardware;
+      if( rule.actions != range_.find( coverage.id )->hardware->actions &&
+          weight( rule ) < fewest ) {
+         fewest = weight( rule );
+         coverage.largest = id;
+      }
+   }
+}
+
+bool RangeCover::wins( U32 id, const Verdict& verdict ) const
+{
+   const auto& winners = verdict.passes.front().winners;
+   return std::ranges::find( winners, Winner{ range_.profile().name, id } ) != winners.end();
+}
+
+/// Whether packets fare alike: where they go, and what is learned of them, whatever the reasons.
+static bool sameEffect( const Verdict& one, const Verdict& other )
+{
+   const auto samePass = []( const PassVerdict& a, const PassVerdict& b ) {
+      const bool sameCopy = a.cpu && b.cpu
+                               ? a.cpu->queue == b.cpu->queue && a.cpu->frame == b.cpu->frame
+                               : !a.cpu && !b.cpu;
+      return sameCopy && a.arrival == b.arrival && a.departures == b.departures &&
+             a.learning == b.learning;
+   };
+   return std::ranges::equal( one.passes, other.passes, samePass );
+}
+
+bool RangeCover::hasEffect( U32 id, const Coverage& coverage, const Verdict& with )
+{
+   range_.enable( id, false );
+   const Trial without = evaluate_( coverage.rows, coverage.packet );
+   range_.enable( id, true );
+   return without.verdict && !sameEffect( with, *without.verdict );
+}
+
+Coverage RangeCover::of( U32 id )
+{
+   const FieldEntry& entry = *range_.find( id );
+   Coverage coverage{
+      .unit = facts_.unit, .range = range_.profile().name, .id = id, .name = entry.name };
+   if( !entry.enabled ) {
+      coverage.outcome = Outcome::proved;
+      coverage.reasons = { "it is disabled" };
+      return coverage;
+   }
+   U32 wonBy = 0;
+   for( U32 trial = 0; trial < mostTrials && wonBy < mostWins && !coverage.hasEffect; ++trial ) {
+      const Solver::Answer answer = solver_.find( id );
+      if( !answer.shape ) {
+         if( wonBy == 0 )
+            prove( coverage, answer );
+         break;
+      }
+      const Recipe recipe( facts_, *answer.shape );
+      const Trial outcome = evaluate_( recipe.rows(), recipe.packet() );
+      const bool won = outcome.verdict && wins( id, *outcome.verdict );
+      if( won ) {
+         Coverage found = coverage;
+         found.outcome = Outcome::found;
+         found.rows = recipe.rows();
+         found.packet = recipe.packet();
+         found.hasEffect = hasEffect( id, found, *outcome.verdict );
+         if( wonBy++ == 0 || found.hasEffect )
+            coverage = std::move( found );
+      } else {
+         coverage.tried.push_back(
+            recipe.packet() + ( outcome.refusal.empty() ? "" : ": " + outcome.refusal ) );
+      }
+      solver_.refute( *answer.shape, won );
+   }
+   solver_.reset();
+   return coverage;
+}
+
+} // namespace Strata::Cover

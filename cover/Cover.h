@@ -1,0 +1,79 @@
+// A packet for every entry of the Field Processor, or the proof that there is none.
+//
+// Requires: the activity lock is held.
+#pragma once
+
+#include "cover/Solver.h"
+#include "sim/packet/PacketEngine.h"
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Strata::Cover {
+
+/// Evaluates a packet after commands that change the tables, and takes the commands back. Without a verdict the commands
+/// or the packet are refused, for the reason given.
+struct Trial
+{
+   std::optional<Sim::Verdict> verdict;
+   std::string refusal{};
+};
+using Evaluate =
+   std::function<Trial( const std::vector<std::string>& rows, const std::string& packet )>;
+
+VORMEL_ENUM( Outcome, U8,
+   found,  // a packet wins
+   proved, // no packet can
+   unknown )
+
+struct Coverage
+{
+   U32 unit = 0;
+   std::string range;
+   U32 id = 0;
+   std::string name;
+   Outcome outcome = Outcome::unknown;
+
+   // Found: the packet as words, and the commands before it.
+   std::vector<std::string> rows{};
+   std::string packet{};
+   bool hasEffect = false; // without the entry the packet would fare otherwise
+
+   // Proved: what excludes each packet. Neither: the entry's qualifiers exclude each other.
+   std::vector<U32> blockers{};
+   std::optional<U32> largest{}; // the blocker with other actions that compares the fewest bits
+   std::vector<std::string> reasons{};
+
+   // Unknown: what was tried, or why there is no proof.
+   std::vector<std::string> tried{};
+};
+
+class RangeCover
+{
+ public:
+   /// Packets that are tried for one entry, and those of them that win it but fare the same without it.
+   static constexpr U32 mostTrials = 32;
+   static constexpr U32 mostWins = 16;
+
+   /// Requires: the switch, its tables and the range do not change while it exists; Solver::available().
+   RangeCover( const Sim::SimSwitch& hardware, const Sim::ForwardingTables& tables, U32 unit,
+      Sim::FieldGroup& range, Evaluate evaluate );
+
+   /// For an entry in hardware. Of packets that win it, one that fares otherwise without the entry is preferred.
+   Coverage of( U32 id );
+
+ private:
+   bool wins( U32 id, const Sim::Verdict& verdict ) const;
+   bool hasEffect( U32 id, const Coverage& coverage, const Sim::Verdict& with );
+   void prove( Coverage& coverage, const Solver::Answer& answer ) const;
+
+   Facts facts_;
+   Sim::FieldGroup& range_;
+   Evaluate evaluate_;
+   Solver solver_;
+};
+
+} // namespace Strata::Cover

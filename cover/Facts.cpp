@@ -1,0 +1,216 @@
+#include "cover/Facts.h"
+
+#include "platform/runtime/Format.h"
+#include "platform/state/StrataCommon.h"
+#include "sim/chip/MyStationTable.h"
+#include "sim/chip/RegisterLayout.h"
+
+#include <algorithm>
+#include <map>
+#include <tuple>
+#include <vector>
+
+namespace Strata::Cover {
+
+using namespace Sim;
+using Vormel::format;
+
+namespace {
+
+std::map<U32, U32> recircPorts( const SimSwitch& hardware )
+{
+   std::map<U32, U32> ports;
+   for( const auto& [ unit, port ] : hardware.recircStatus()->recircPort() )
+      ports[ unit ] = static_cast<U32>( port );
+   return ports;
+}
+
+/// The questions that the evaluator asks about ports.
+struct View
+{
+   explicit View( const Facts& facts )
+      : recirc( recircPorts( facts.hardware ) ),
+        packets( facts.hardware.chips(), *facts.hardware.scsd(), facts.tables, recirc, lookups )
+   {}
+   std::map<U32, U32> recirc;
+   FieldLookups lookups;
+   PacketView packets;
+};
+
+bool field( const Chip& chip, Register reg, RegisterField which )
+{
+   return registerField( chip.registerValue( reg ), which ) != 0;
+}
+
+/// Whether the chip checks the reverse path of a family, if the VLAN's row asks for it.
+bool checksReversePath( const Chip& chip, RegisterField ofFamily )
+{
+   const ChipProfile& profile = chip.profile();
+   return ( !profile.supports( Register::IngConfig64 ) ||
+             field( chip, Register::IngConfig64, ofFamily ) ) &&
+          ( !profile.supports( SwitchControl::L3InterfaceUrpfEnable ) ||
+             chip.control( SwitchControl::L3InterfaceUrpfEnable ) != 0 );
+}
+
+} // namespace
+
+Facts::Facts( const SimSwitch& ofHardware, const ForwardingTables& ofTables, U32 ofUnit )
+   : hardware( ofHardware ),
+     tables( ofTables ),
+     unit( ofUnit ),
+     chip( ofHardware.chip( ofUnit ) ),
+     routesOutOfTunnels( chip.profile().attributes.vxlanRoutingInOnePass ),
+     checksReversePath4( checksReversePath( chip, RegisterField::Ip4UrpfOnL3Iif ) ),
+     checksReversePath6( checksReversePath( chip, RegisterField::Ip6UrpfOnL3Iif ) ),
+     trapsTtl( chip.trapsTtlExceptions() || !hardware.scsd()->vfiForwarding() )
+{
+   addStations();
+   addVlans();
+   addArrivals();
+   addDestinations();
+}
+
+void Facts::addStations()
+{
+   const bool firstTableOnly =
+      chip.profile().attributes.myStation1ForNonTunnels &&
+      chip.profile().supports( Register::IngConfig64 ) &&
+      field( chip, Register::IngConfig64, RegisterField::UseMyStation1ForNonTunnels );
+   for( const auto& [ index, entry ] : chip.myStation().entries() ) {
+      const auto value = [ &entry ]( MemoryField which ) { return memoryField( entry, which ); };
+      if( value( MemoryField::Valid ) == 0 )
+         continue;
+      const U64 mask = memoryMacField( entry, MemoryField::MacAddrMask ).toNumber();
+      stations.push_back( { memoryMacField( entry, MemoryField::MacAddr ).toNumber() & mask, mask,
+         value( MemoryField::VlanId ), value( MemoryField::VlanIdMask ),
+         value( MemoryField::IngressPortNum ), value( MemoryField::IngressPortNumMask ),
+         !firstTableOnly || index < chip.myStation().size() / 2,
+         value( MemoryField::Ipv4Termination ) != 0, value( MemoryField::Ipv6Termination ) != 0,
+         value( MemoryField::MplsTermination ) != 0,
+         value( MemoryField::ArpRarpTermination ) != 0 } );
+   }
+}
+
+void Facts::addVlans()
+{
+   const auto bitmapKey = []( const PortBitmap& ports ) { return ports.toString(); };
+   std::set<std::tuple<std::set<VlanFlag>, std::string, std::string, std::vector<bool>>> kinds;
+   U16 unused = 4094;
+   for( const auto& [ id, vlan ] : chip.vlans() ) {
+      const VlanProperties& row = tables.vlan( id );
+      std::vector<bool> atStations;
+      for( const StationPlace& station : stations )
+         atStations.push_back( ( ( id ^ station.vlan ) & station.vlanMask ) == 0 );
+      const std::string rowKey = format( "%d %d %d %d %d %d", row.svi, row.dropRouted,
+         row.vni.has_value(), row.l3Class, static_cast<U32>( row.urpf ), row.mtu );
+      if( !kinds.emplace( vlan.flags, bitmapKey( vlan.members ), rowKey, atStations ).second )
+         continue;
+      VlanPlace place{ .id = id, .row = row };
+      place.ipv4 = !vlan.flags.contains( VlanFlag::vlanIp4RoutingOff );
+      place.ipv6 = !vlan.flags.contains( VlanFlag::vlanIp6RoutingOff );
+      place.multicast = vlan.flags.contains( VlanFlag::vlanMcastRoutingOn ) &&
+                        !vlan.flags.contains( VlanFlag::vlanMcastRoutingOff );
+      U32 members = 0;
+      for( const auto& [ other, chipOfOther ] : hardware.chips() )
+         if( const auto at = chipOfOther.vlans().find( id ); at != chipOfOther.vlans().end() )
+            for( const U32 port : at->second.members& chipOfOther.frontPanelPorts() ) {
+               place.onlyPort = PortRef{ other, port };
+               ++members;
+            }
+      if( members != 1 )
+         place.onlyPort.reset();
+      vlans.push_back( place );
+   }
+   while( unused > 1 && ( chip.vlans().contains( unused ) || tables.vlans.contains( unused ) ) )
+      --unused;
+   vlans.push_back( { .id = unused, .exists = false } );
+}
+
+void Facts::addArrivals()
+{
+   const View view( *this );
+   const auto add = [ & ]( ArrivalPlace place ) {
+      const int sdkPort = static_cast<int>( chip.sdkPort( place.port.port ) );
+      const auto ofPort = [ & ]( PortControl which ) {
+         const auto at = chip.portControls().find( { sdkPort, which } );
+         return at != chip.portControls().end() && at->second != 0;
+      };
+      place.sdkPort = static_cast<U32>( sdkPort );
+      place.cpu = !place.stack && view.packets.isCpuPort( place.port );
+      place.frontPanel = !place.stack && view.packets.isFrontPanel( place.port );
+      place.up = !place.frontPanel || chip.activePorts().contains( place.port.port );
+      place.ipv4 = !place.frontPanel || ofPort( PortControl::IP4 );
+      place.ipv6 = !place.frontPanel || ofPort( PortControl::IP6 );
+      place.usesRoutes = chip.control( sdkPort, SwitchControl::L3EgressMode ) != 0;
+      place.looksUpSource = chip.control( sdkPort, SwitchControl::L2TrafficSrcIpLookup ) != 0;
+      for( const VlanPlace& vlan : vlans )
+         place.inVlan.push_back(
+            vlan.exists && ( !place.frontPanel ||
+                              chip.vlans().at( vlan.id ).members.contains( place.port.port ) ) );
+      arrivals.push_back( std::move( place ) );
+   };
+   for( const U32 port : chip.ports() )
+      add( { .port = { unit, port }, .keyPort = port } );
+   add( { .port = { unit, 0 }, .stack = true, .keyPort = FieldKey::stackPort } );
+}
+
+void Facts::addDestinations()
+{
+   const View view( *this );
+   for( const auto& [ other, chipOfOther ] : hardware.chips() )
+      for( const U32 port : chipOfOther.frontPanelPorts() )
+         if( const PortRef ref{ other, port };
+             view.packets.isFrontPanel( ref ) && lagName( view.packets, ref ).empty() )
+            destinations.push_back( ref );
+}
+
+U64 Facts::dstPort( PortRef port ) const
+{
+   const StrataUnit* const found = hardware.scsd()->units().find( port.unit );
+   return FieldKey::dstPort(
+      found ? found->modId : 0, hardware.chip( port.unit ).sdkPort( port.port ) );
+}
+
+U64 Facts::cpuHop() const
+{
+   return FieldKey::dstPort( StrataCommon::cpuNhInvalidModId_, 0 );
+}
+U64 Facts::floodHop() const
+{
+   return FieldKey::dstPort( hardware.scsd()->floodingModId(), StrataCommon::floodingPortId_ );
+}
+U64 Facts::vxlanFloodHop() const
+{
+   return FieldKey::dstPort( hardware.scsd()->floodingModId(), StrataCommon::vxlanFloodingPortId_ );
+}
+U64 Facts::tunnelHop() const
+{
+   return FieldKey::dstPort( hardware.scsd()->floodingModId(), StrataCommon::vxlanEncapPortId_ );
+}
+
+std::string Facts::portWords( PortRef port ) const
+{
+   for( const auto& [ intf, at ] : hardware.scsd()->strataIntfToPort() )
+      if( at && at.unit() == port.unit && intf.isEthernet() &&
+          portRef( hardware.chips(), at ) == port )
+         return intf.toString();
+   const SpecialPorts& special = chip.profile().specialPorts;
+   const int number = static_cast<int>( hardware.chip( port.unit ).sdkPort( port.port ) );
+   const std::string name = number == special.cpu             ? "cpu"
+                            : number == special.loopback      ? "loopback"
+                            : number == special.recirculation ? "recirculation"
+                                                              : format( "port %d", number );
+   return name + unitWords( port.unit );
+}
+
+std::string Facts::unitWords( U32 ofUnit ) const
+{
+   return hardware.units().size() == 1 ? "" : format( " unit %d", ofUnit );
+}
+
+std::string Facts::arrivalWords( const ArrivalPlace& arrival ) const
+{
+   return arrival.stack ? "higig" + unitWords( unit ) : portWords( arrival.port );
+}
+
+} // namespace Strata::Cover

@@ -1,0 +1,155 @@
+// Shapes: read from a model, preferred, excluded.
+#include "cover/Formula.h"
+#include "sim/packet/Frame.h"
+
+#include <algorithm>
+
+namespace Strata::Cover {
+
+namespace {
+
+constexpr U64 broadcastMac = 0xFFFFFFFFFFFF;
+
+/// The values of a model's variables; those that it leaves open are zero.
+class Reader
+{
+ public:
+   explicit Reader( const z3::model& model ) : model_( model ) {}
+
+   bool flag( const z3::expr& variable ) const { return model_.eval( variable, true ).is_true(); }
+   U64 number( const z3::expr& variable ) const
+   {
+      return model_.eval( variable, true ).get_numeral_uint64();
+   }
+   U32 u32( const z3::expr& variable ) const { return static_cast<U32>( number( variable ) ); }
+   template<class E>
+   E choice( const z3::expr& variable ) const
+   {
+      return static_cast<E>( number( variable ) );
+   }
+
+ private:
+   const z3::model& model_;
+};
+
+} // namespace
+
+Shape Formula::shape( const z3::model& model ) const
+{
+   const Reader read( model );
+   Shape shape;
+   shape.arrival = read.number( arrival_ );
+   shape.vlan = read.number( vlan_ );
+   shape.domain = read.number( domain_ );
+   shape.payload = read.choice<Payload>( payload_ );
+   shape.inner = read.choice<Payload>( inner_ );
+   shape.tunnel = read.flag( tunnel_ );
+   shape.popped = read.flag( popped_ );
+   shape.popsV6 = read.flag( popsV6_ );
+   shape.switched = read.flag( switched_ );
+   shape.steered = read.flag( steered_ );
+   shape.replicated = read.flag( replicated_ );
+   shape.checked = stage_ == Sim::FieldStage::urpf;
+   shape.fate = read.choice<Fate>( fate_ );
+   shape.port = read.number( port_ );
+   shape.group = read.u32( group_ );
+   shape.dstMac = read.number( dstMac_ );
+   shape.innerMac = read.number( innerMac_ );
+   shape.etherType = read.u32( etherType_ );
+   shape.dstIp = read.u32( dstIp_ );
+   shape.protocol = read.u32( protocol_ );
+   shape.l4Port = read.u32( l4Port_ );
+   shape.ttl = read.u32( ttl_ );
+   shape.innerTtl = read.u32( innerTtl_ );
+   shape.priority = read.u32( priority_ );
+   shape.svi = read.flag( svi_ );
+   shape.dropRouted = read.flag( dropRouted_ );
+   shape.vxlan = read.flag( vxlan_ );
+   shape.domainSvi = read.flag( domainSvi_ );
+   shape.domainDropRouted = read.flag( domainDropRouted_ );
+   shape.l3Class = read.u32( l3Class_ );
+   shape.openFlow = read.flag( openFlow_ );
+   shape.sourceClass = read.u32( sourceClass_ );
+   return shape;
+}
+
+std::vector<Wish> Formula::wishes()
+{
+   constexpr U64 usualMac = 0x020000000002;
+   constexpr U64 usualGroup = 0x01005E010203;
+   constexpr U64 usualDestination = 0x0A000002;
+   using Sim::Qualifier;
+   std::vector<Wish> wishes;
+   const auto wish = [ & ]( const z3::expr& holds, std::optional<Qualifier> of = {} ) {
+      wishes.push_back( { holds, of } );
+   };
+   wish( !tunnel_, Qualifier::TunnelTerminated );
+   for( const z3::expr& unusual : { popped_, switched_, replicated_, steered_, openFlow_ } )
+      wish( !unusual );
+   wish( sourceClass_ == value( 0, wide ) );
+   wish( arrives( []( const ArrivalPlace& place ) { return place.frontPanel; } ) );
+   const auto front = std::ranges::find_if(
+      arrivals_, [ & ]( std::size_t index ) { return facts_.arrivals[ index ].frontPanel; } );
+   if( front != arrivals_.end() )
+      wish( is( arrival_, *front ) );
+   // A tunnel and a VXLAN that exist.
+   z3::expr ends = truth( facts_.tables.tunnels.empty() );
+   for( const auto& [ name, tunnel ] : facts_.tables.tunnels )
+      if( !tunnel.local.isV6() )
+         ends = ends || dstIp_ == value( tunnel.local.v4Number(), 32 );
+   wish( z3::implies( tunnel_, ends ) );
+   wish( z3::implies( tunnel_,
+      inVlan( domain_, []( const VlanPlace& place ) { return place.row.vni.has_value(); } ) ) );
+   // The properties that the VLANs have already.
+   const auto asNow = [ & ]( const z3::expr& vlan, const z3::expr& property, auto has ) {
+      wish(
+         property == inVlan( vlan, [ & ]( const VlanPlace& place ) { return has( place.row ); } ) );
+   };
+   asNow( vlan_, svi_, []( const Sim::VlanProperties& row ) { return row.svi; } );
+   asNow( vlan_, dropRouted_, []( const Sim::VlanProperties& row ) { return row.dropRouted; } );
+   asNow( vlan_, vxlan_, []( const Sim::VlanProperties& row ) { return row.vni.has_value(); } );
+   asNow( domain_, domainSvi_, []( const Sim::VlanProperties& row ) { return row.svi; } );
+   asNow(
+      domain_, domainDropRouted_, []( const Sim::VlanProperties& row ) { return row.dropRouted; } );
+   wish( is( payload_, Payload::ipv4 ), Qualifier::EtherType );
+   wish( is( inner_, Payload::ipv4 ) );
+   wish( !popsV6_ );
+   wish( protocol_ == value( Sim::ipProtocolUdp, 8 ), Qualifier::IpProtocol );
+   wish( z3::implies( !tunnel_, l4Port_ == value( 53, 16 ) ), Qualifier::L4DstPort );
+   wish( ttl_ == value( 64, 8 ), Qualifier::Ttl );
+   wish( innerTtl_ == value( 64, 8 ), Qualifier::Ttl );
+   wish( priority_ == value( 0, 8 ), Qualifier::IntPriority );
+   const auto usual = [ & ]( const z3::expr& mac ) {
+      return mac == value( usualMac, macBits ) || mac == value( usualGroup, macBits );
+   };
+   wish( usual( dstMac_ ), Qualifier::DstMac );
+   wish( usual( innerMac_ ) );
+   wish( z3::implies( !tunnel_, dstIp_ == value( usualDestination, 32 ) ), Qualifier::DstIp );
+   wish( l3Class_ == value( 0, wide ), Qualifier::InterfaceClassL3 );
+   wish( isOneOf( fate_, { Fate::flooded, Fate::hopPort } ), Qualifier::DstPort );
+   return wishes;
+}
+
+z3::expr Formula::differs( const Shape& shape, bool places )
+{
+   const auto same = [ & ]( const z3::expr& variable, U64 number ) {
+      return variable == value( number, variable.get_sort().bv_size() );
+   };
+   const bool broadcast = ( shape.tunnel ? shape.innerMac : shape.dstMac ) == broadcastMac;
+   const bool expired = ( shape.tunnel || shape.popped ? shape.innerTtl : shape.ttl ) <= 1;
+   z3::expr all = same( payload_, static_cast<U64>( shape.payload ) ) &&
+                  same( inner_, static_cast<U64>( shape.inner ) ) &&
+                  same( fate_, static_cast<U64>( shape.fate ) ) &&
+                  tunnel_ == truth( shape.tunnel ) && popped_ == truth( shape.popped ) &&
+                  switched_ == truth( shape.switched ) && steered_ == truth( shape.steered ) &&
+                  replicated_ == truth( shape.replicated ) &&
+                  ( sourceClass_ == value( 0, 32 ) ) == truth( shape.sourceClass == 0 ) &&
+                  ( mac_ == value( broadcastMac, 48 ) ) == truth( broadcast ) &&
+                  z3::ule( effectiveTtl_, value( 1, 8 ) ) == truth( expired );
+   if( places )
+      all = all && same( arrival_, shape.arrival ) && same( vlan_, shape.vlan ) &&
+            same( domain_, shape.domain );
+   return !all;
+}
+
+} // namespace Strata::Cover

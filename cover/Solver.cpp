@@ -1,0 +1,213 @@
+#include "cover/Solver.h"
+
+#include "cover/Formula.h"
+
+#include <algorithm>
+#include <map>
+
+namespace Strata::Cover {
+
+using Sim::FieldEntry;
+using Sim::FieldQualifier;
+using Sim::FieldRule;
+
+namespace {
+
+/// Whether some value that both compare is different, so that no packet matches both.
+bool excludeEachOther( const FieldRule& left, const FieldRule& right )
+{
+   for( const FieldQualifier& mine : left.qualifiers ) {
+      if( !Sim::comparesValue( mine.role ) )
+         continue;
+      const auto other = std::ranges::find( right.qualifiers, mine.role, &FieldQualifier::role );
+      if( other == right.qualifiers.end() )
+         continue;
+      const Sim::ValueMask a = Sim::valueMask( mine );
+      const Sim::ValueMask b = Sim::valueMask( *other );
+      if( ( ( a.value ^ b.value ) & a.mask & b.mask ) != 0 )
+         return true;
+   }
+   return false;
+}
+
+bool contains( const z3::expr_vector& literals, const z3::expr& literal )
+{
+   for( unsigned at = 0; at < literals.size(); ++at )
+      if( z3::eq( literals[ static_cast<int>( at ) ], literal ) )
+         return true;
+   return false;
+}
+
+} // namespace
+
+bool Solver::available()
+{
+   return true;
+}
+
+class Solver::Search
+{
+ public:
+   Search( const Facts& facts, const Sim::FieldGroup& range )
+      : range_( range ),
+        formula_( facts, range ),
+        round_( formula_.context().bool_const( "round" ) ),
+        allLaws_( formula_.context().bool_const( "laws" ) )
+   {
+      for( const auto& [ law, name ] : Vormel::enumTable<Law> )
+         laws_.push_back( formula_.literal( law ) );
+      for( const z3::expr& law : laws_ )
+         formula_.solver().add( z3::implies( allLaws_, law ) );
+      for( const Wish& wish : formula_.wishes() )
+         wishes_.push_back( { named( wish.holds ), wish.of } );
+   }
+
+   Answer find( U32 id )
+   {
+      std::vector<z3::expr> assumed{ entry( id ) };
+      for( const auto& [ other, earlier ] : range_.entries() ) {
+         if( other >= id )
+            break;
+         if( earlier.active() &&
+             !excludeEachOther( *earlier.hardware, *range_.find( id )->hardware ) )
+            assumed.push_back( !entry( other ) );
+      }
+      Answer answer;
+      answer.shape = preferred( assumed, *range_.find( id )->hardware );
+      if( answer.shape )
+         return answer;
+      if( holds( assumed ) ) { // as far as the range decides
+         assumed.insert( assumed.end(), laws_.begin(), laws_.end() );
+         assumed.push_back( round_ );
+         holds( assumed );
+      }
+      return excluded( std::move( assumed ) );
+   }
+
+   void refute( const Shape& shape, bool everywhere )
+   {
+      formula_.solver().add( z3::implies( round_, formula_.differs( shape, !everywhere ) ) );
+   }
+
+   void reset()
+   {
+      round_ = formula_.context().bool_const( ( "round" + std::to_string( ++rounds_ ) ).c_str() );
+   }
+
+ private:
+   /// A literal that means the expression.
+   z3::expr named( const z3::expr& meaning )
+   {
+      const z3::expr literal =
+         formula_.context().bool_const( ( "literal" + std::to_string( ++literals_ ) ).c_str() );
+      formula_.solver().add( literal == meaning );
+      return literal;
+   }
+
+   const z3::expr& entry( U32 id )
+   {
+      const auto known = entries_.find( id );
+      return known != entries_.end()
+                ? known->second
+                : entries_.emplace( id, named( formula_.matches( *range_.find( id )->hardware ) ) )
+                     .first->second;
+   }
+
+   bool holds( const std::vector<z3::expr>& assumed )
+   {
+      z3::expr_vector vector( formula_.context() );
+      for( const z3::expr& literal : assumed )
+         vector.push_back( literal );
+      return formula_.solver().check( vector ) == z3::sat;
+   }
+
+   /// With as many of the wishes as hold together, of which earlier ones go first; none if there is none without wishes
+   /// either.
+   std::optional<Shape> preferred( std::vector<z3::expr> assumed, const FieldRule& rule )
+   {
+      assumed.push_back( allLaws_ );
+      assumed.push_back( round_ );
+      const std::size_t needed = assumed.size();
+      for( const Wish& wish : wishes_ )
+         if( std::ranges::none_of( rule.qualifiers,
+                [ & ]( const FieldQualifier& qualifier ) { return qualifier.role == wish.of; } ) )
+            assumed.push_back( wish.holds );
+      while( !holds( assumed ) ) {
+         const z3::expr_vector core = formula_.solver().unsat_core();
+         std::size_t last = assumed.size() - 1; // of the wishes that contradict
+         while( last >= needed && !contains( core, assumed[ last ] ) )
+            --last;
+         if( last < needed )
+            return std::nullopt;
+         assumed.erase( assumed.begin() + static_cast<std::ptrdiff_t>( last ) );
+      }
+      return formula_.shape( formula_.solver().get_model() );
+   }
+
+   /// The assumptions that contradict each other, of which none can be left out; the entry's own is the first.
+   Answer excluded( std::vector<z3::expr> assumed )
+   {
+      const z3::expr_vector core = formula_.solver().unsat_core();
+      std::erase_if(
+         assumed, [ & ]( const z3::expr& literal ) { return !contains( core, literal ); } );
+      for( std::size_t at = assumed.size(); at-- > 0; ) {
+         std::vector<z3::expr> fewer = assumed;
+         fewer.erase( fewer.begin() + static_cast<std::ptrdiff_t>( at ) );
+         if( !holds( fewer ) )
+            assumed = std::move( fewer );
+      }
+      Answer answer;
+      std::vector<Law> laws;
+      for( const z3::expr& literal : assumed ) {
+         for( const auto& [ id, matches ] : entries_ )
+            if( z3::eq( literal, !matches ) )
+               answer.blockers.push_back( id );
+         for( const auto& [ law, name ] : Vormel::enumTable<Law> )
+            if( z3::eq( literal, formula_.literal( law ) ) )
+               laws.push_back( law );
+         answer.limited = answer.limited || z3::eq( literal, round_ );
+      }
+      // How results follow from lookups is part of each proof; it is a reason only if there is no other.
+      const auto isGeneral = []( Law law ) { return law == Law::key || law == Law::destination; };
+      const bool allGeneral = std::ranges::all_of( laws, isGeneral );
+      for( const Law law : laws )
+         if( !isGeneral( law ) || ( allGeneral && law == laws.back() ) )
+            answer.reasons.emplace_back( reasonText( law ) );
+      answer.limited = answer.limited || std::ranges::find( laws, Law::words ) != laws.end();
+      std::ranges::sort( answer.blockers );
+      return answer;
+   }
+
+   const Sim::FieldGroup& range_;
+   Formula formula_;
+   z3::expr round_; // what was refuted for the present entry is in force
+   z3::expr allLaws_;
+   U32 rounds_ = 0;
+   U32 literals_ = 0;
+   std::vector<z3::expr> laws_;
+   std::vector<Wish> wishes_; // named
+   std::map<U32, z3::expr> entries_;
+};
+
+Solver::Solver( const Facts& facts, const Sim::FieldGroup& range )
+   : search_( std::make_unique<Search>( facts, range ) )
+{}
+
+Solver::~Solver() = default;
+
+Solver::Answer Solver::find( U32 id )
+{
+   return search_->find( id );
+}
+
+void Solver::refute( const Shape& shape, bool everywhere )
+{
+   search_->refute( shape, everywhere );
+}
+
+void Solver::reset()
+{
+   search_->reset();
+}
+
+} // namespace Strata::Cover

@@ -1,0 +1,49 @@
+// Searches for a packet that an entry wins: one that the entry matches and no earlier one of its range does, and that
+// can come to the switch. Uses an SMT solver; a build without it has none of these answers.
+#pragma once
+
+#include "cover/Facts.h"
+#include "cover/Shape.h"
+#include "sim/chip/FieldGroup.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Strata::Cover {
+
+class Solver
+{
+ public:
+   /// Whether this build has one.
+   static bool available();
+
+   /// Requires: the facts and the range outlive it unchanged; available().
+   Solver( const Facts& facts, const Sim::FieldGroup& range );
+   Solver( const Solver& ) = delete;
+   Solver& operator=( const Solver& ) = delete;
+   ~Solver();
+
+   struct Answer
+   {
+      std::optional<Shape> shape; // that should win; none if there is none
+      // Otherwise what excludes it, of which nothing can be left out:
+      std::vector<U32> blockers;        // earlier entries
+      std::vector<std::string> reasons; // why such a packet cannot be
+      bool limited = false; // one of the reasons is a limit of this search, not of the switch
+   };
+   /// For an entry in hardware. Neither blockers nor reasons: its qualifiers exclude each other.
+   Answer find( U32 id );
+   /// Excludes shapes like this one, whatever their addresses and numbers, from further answers for the entry; with
+   /// `everywhere`, also those that arrive by another port or in another VLAN.
+   void refute( const Shape& shape, bool everywhere );
+   /// Ends the search for an entry: forgets what was refuted.
+   void reset();
+
+ private:
+   class Search;
+   std::unique_ptr<Search> search_;
+};
+
+} // namespace Strata::Cover

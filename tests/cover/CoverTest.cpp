@@ -1,0 +1,361 @@
+// A packet that is found wins its entry, an entry without one has none, and what is named as blocking it does.
+#include "cover/Recipe.h"
+#include "cover/Solver.h"
+#include "tests/packet/PacketTest.h"
+#include "tests/routing/Steps.h"
+#include "tests/sim/EveryProfile.h"
+#include "tests/tool/CommandLine.h"
+#include "tool/ScenarioRun.h"
+#include "tool/packet/EntryCover.h"
+#include "tool/packet/TableTrial.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <random>
+#include <set>
+
+namespace Strata::Cover {
+namespace {
+
+using namespace Sim;
+
+/// The winner by comparing each entry with the packet, instead of by the index.
+U32 winnerByWalk( const RangeNote& range )
+{
+   const auto winner = std::ranges::find_if(
+      range.entries, []( const EntryNote& entry ) { return entry.enabled && entry.failed == 0; } );
+   return winner == range.entries.end() ? 0 : winner->id;
+}
+
+/// What is wrong with it; empty if nothing is.
+std::string problemOf( Tool::Session& session, const Coverage& about )
+{
+   const std::string name =
+      about.range + " " + about.name + " of unit " + std::to_string( about.unit ) + ": ";
+   if( about.outcome == Outcome::unknown )
+      return name + "unknown; " + testing::PrintToString( about.tried ) + "\n";
+   if( about.outcome == Outcome::proved )
+      return about.blockers.empty() && about.reasons.empty() ? name + "no packet, for no reason\n"
+                                                             : "";
+   Explanation explanation;
+   tryPacket( session, about.rows, about.packet, &explanation );
+   for( const RangeNote& range : explanation.passes.front().ranges )
+      if( range.group == about.range )
+         return winnerByWalk( range ) == about.id ? ""
+                                                  : name + "does not win " + about.packet + "\n";
+   return name + "its range does not see " + about.packet + "\n";
+}
+
+std::string problemsOf( Tool::Session& session, const std::vector<Coverage>& all )
+{
+   std::string problems;
+   for( const Coverage& about : all )
+      problems += problemOf( session, about );
+   return problems;
+}
+
+const std::vector<U32>& unitsOf( Tool::Session& session )
+{
+   return session.agent().hardware().units();
+}
+
+#define NEEDS_SOLVER() \
+   if( !Solver::available() ) \
+   GTEST_SKIP() << "this build has no solver"
+
+/// On the profile, or each scenario on its own if that is empty.
+void coverScenarios( const std::string& profile )
+{
+   std::ofstream nothing( "/dev/null" );
+   std::size_t found = 0;
+   for( const auto& file : std::filesystem::directory_iterator( "scenarios" ) ) {
+      if( file.path().extension() != ".scenario" )
+         continue;
+      SCOPED_TRACE( file.path().string() );
+      Tool::Console console( nothing, nothing, {} );
+      Tool::runScenario(
+         file.path().string(), console, { .profile = profile }, [ & ]( Tool::Session& session ) {
+            if( !session.hasAgent() )
+               return;
+            const std::vector<Coverage> all = Tool::entryCover( session, unitsOf( session ) );
+            found += static_cast<std::size_t>(
+               std::ranges::count( all, Outcome::found, &Coverage::outcome ) );
+            EXPECT_EQ( problemsOf( session, all ), "" );
+         } );
+   }
+   EXPECT_GT( found, 200U );
+}
+
+TEST( Cover, EveryEntryOfEveryScenarioHasAPacketOrAProof )
+{
+   NEEDS_SOLVER();
+   coverScenarios( "" );
+}
+
+TEST( Cover, AlsoOnChipsOfOtherKinds1 )
+{
+   NEEDS_SOLVER();
+   coverScenarios( "hsdk" );
+   coverScenarios( "acl" );
+}
+
+TEST( Cover, AlsoOnChipsOfOtherKinds2 )
+{
+   NEEDS_SOLVER();
+   coverScenarios( "register" );
+   coverScenarios( "fabric-vfi" );
+}
+
+class CoverTest : public PacketTest, public testing::WithParamInterface<std::string_view>
+{
+ protected:
+   /// A switch on which all features are on.
+   void bringUpAll()
+   {
+      bringUp( std::string( GetParam() ) );
+      run( R"(set pbr.pbrEnabled true
+set mlagStatus.peerMacAddr 02:00:a1:00:00:02
+set mlagStatus.peerMacRoutingEnabled true
+set mlagHwStatus.peerMacRoutingSupported true
+set miscConfig.unknownMacDropTrafficClass[3] true
+call handleMplsRouting true
+call doUrpfHwInitStage1 true
+call handlePeerMacRouting 02:00:a1:00:00:02 true)" );
+   }
+};
+
+/// Shapes at random, also those that no packet has.
+class ShapeDice
+{
+ public:
+   ShapeDice( const Facts& facts, U64 seed ) : facts_( facts ), random_( seed ) {}
+
+   Shape shape()
+   {
+      Shape shape;
+      do
+         shape.arrival = below( facts_.arrivals.size() );
+      while( std::ranges::count( facts_.arrivals[ shape.arrival ].inVlan, true ) == 0 );
+      do
+         shape.vlan = below( facts_.vlans.size() );
+      while( !facts_.arrivals[ shape.arrival ].inVlan[ shape.vlan ] );
+      shape.tunnel = facts_.chip.profile().attributes.vxlanSupported && oneIn( 4 );
+      shape.domain = shape.tunnel ? below( facts_.vlans.size() ) : shape.vlan;
+      shape.tunnel = shape.domain != shape.vlan;
+      shape.payload = shape.tunnel ? Payload::ipv4 : payload();
+      shape.inner = payload();
+      shape.popped = oneIn( 4 );
+      shape.popsV6 = oneIn( 2 );
+      shape.steered = oneIn( 4 );
+      shape.fate = static_cast<Fate>( below( Vormel::enumTable<Fate>.size() ) );
+      if( !facts_.chip.profile().attributes.vxlanSupported &&
+          ( shape.fate == Fate::toTunnel || shape.fate == Fate::hopTunnel ) )
+         shape.fate = Fate::hopFlood;
+      shape.port = below( facts_.destinations.size() );
+      shape.group = static_cast<U32>( 1 + below( 4 ) );
+      shape.dstMac = mac( shape.fate == Fate::toGroup );
+      shape.innerMac = mac( shape.fate == Fate::toGroup );
+      shape.etherType = 0x88B5;
+      shape.dstIp = oneIn( 4 ) ? 0x7F000001 : 0x0A000001;
+      shape.protocol = 17;
+      shape.l4Port = oneIn( 4 ) ? 3503 : 53;
+      shape.ttl = static_cast<U32>( below( 3 ) );
+      shape.innerTtl = static_cast<U32>( below( 3 ) );
+      shape.priority = oneIn( 2 ) ? 3 : 0;
+      shape.svi = shape.domainSvi = true;
+      shape.dropRouted = oneIn( 4 );
+      shape.l3Class = static_cast<U32>( below( 4 ) );
+      shape.openFlow = oneIn( 4 );
+      return shape;
+   }
+
+ private:
+   std::size_t below( std::size_t limit ) { return random_() % limit; }
+   bool oneIn( std::size_t number ) { return below( number ) == 0; }
+   Payload payload() { return static_cast<Payload>( below( Vormel::enumTable<Payload>.size() ) ); }
+   U64 mac( bool group )
+   {
+      if( group )
+         return 0x01005E010203;
+      const std::size_t which = below( facts_.stations.size() + 2 );
+      return which < facts_.stations.size()    ? facts_.stations[ which ].mac
+             : which == facts_.stations.size() ? 0xFFFFFFFFFFFF
+                                               : 0x020000000002;
+   }
+
+   const Facts& facts_;
+   std::mt19937_64 random_;
+};
+
+TEST_P( CoverTest, NoPacketWinsAnEntryThatIsProvedToHaveNone )
+{
+   NEEDS_SOLVER();
+   bringUpAll();
+   const auto winners = [ & ]( const Facts& facts, U64 seed ) {
+      ShapeDice dice( facts, seed );
+      std::set<std::pair<std::string, U32>> won;
+      for( int i = 0; i < 400; ++i ) {
+         const Recipe recipe( facts, dice.shape() );
+         const Trial trial = Tool::tryPacket( session, recipe.rows(), recipe.packet() );
+         if( trial.verdict )
+            for( const Winner& winner : trial.verdict->passes.front().winners )
+               won.emplace( winner.group, winner.id );
+      }
+      return won;
+   };
+   std::size_t proofs = 0;
+   std::size_t others = 0;
+   // Each takes something away that packets need to be routed.
+   const std::vector<std::function<void()>> changes{ [ & ] {},
+      [ & ] { chip().portControlIs( 1, PortControl::IP4, 0 ); },
+      [ & ] {
+         for( const U16 vlanId : std::array<U16, 5>{ 1, 10, 20, 30, 100 } )
+            chip().vlan( vlanId )->flags.insert( VlanFlag::vlanIp6RoutingOff );
+      },
+      [ & ] { chip().controlIs( SwitchControl::L3EgressMode, 0 ); },
+      [ & ] {
+         for( U32 index = 0; index < 4; ++index )
+            chip().myStation().write( index, {} );
+      } };
+   for( std::size_t change = 0; change < changes.size(); ++change ) {
+      changes[ change ]();
+      const ForwardingTables tables = session.packets().tables();
+      const Facts facts( agent().hardware(), tables, 0 );
+      const auto won = winners( facts, 7 );
+      for( const Coverage& about : Tool::entryCover( session, { 0 } ) ) {
+         const bool isProved = about.outcome == Outcome::proved;
+         EXPECT_FALSE( isProved && won.contains( { about.range, about.id } ) )
+            << change << ": " << about.name << testing::PrintToString( about.reasons );
+         EXPECT_EQ( problemOf( session, about ), "" );
+         ( isProved ? proofs : others ) += 1;
+      }
+   }
+   EXPECT_GT( proofs, 4U );
+   EXPECT_GT( others, 20U );
+}
+
+INSTANTIATE_TEST_SUITE_P( EveryProfile, CoverTest, everyProfile(), profileSuffix );
+
+/// Entries of qualifiers with few values, so that all keys can be listed.
+class SmallKeys
+{
+ public:
+   explicit SmallKeys( U64 seed ) : random_( seed ) {}
+
+   FieldRule rule()
+   {
+      FieldRule rule;
+      for( const Qualifier role : roles )
+         if( below( 3 ) != 0 )
+            rule.qualifierIs( { .role = role, .data = below( 8 ), .mask = below( 8 ) } );
+      rule.actionIs( { .role = below( 2 ) == 0 ? FieldAction::Drop : FieldAction::CopyToCpu } );
+      return rule;
+   }
+   static std::vector<FieldKey> all()
+   {
+      std::vector<FieldKey> keys;
+      for( U32 number = 0; number < 8 * 8 * 2 * 2; ++number ) {
+         FieldKey& key = keys.emplace_back();
+         key.valueIs( roles[ 0 ], number % 8 );
+         key.valueIs( roles[ 1 ], number / 8 % 8 );
+         key.valueIs( roles[ 2 ], number / 64 % 2 );
+         key.valueIs( roles[ 3 ], number / 128 );
+      }
+      return keys;
+   }
+   U32 below( U32 limit ) { return static_cast<U32>( random_() % limit ); }
+
+ private:
+   static constexpr std::array roles{ Qualifier::IntPriority, Qualifier::SrcClassField,
+      Qualifier::L3Routable, Qualifier::TunnelTerminated };
+   std::mt19937_64 random_;
+};
+
+bool matches( const FieldRule& rule, const FieldKey& key )
+{
+   return std::ranges::all_of(
+      rule.qualifiers, [ & ]( const auto& qualifier ) { return key.matches( qualifier ); } );
+}
+
+/// Whether each key that matches the rule matches one of these entries.
+bool cover( const FieldGroup& group, const std::vector<U32>& ids, const FieldRule& rule,
+   const std::vector<FieldKey>& keys )
+{
+   return std::ranges::all_of( keys, [ & ]( const FieldKey& key ) {
+      return !matches( rule, key ) || std::ranges::any_of( ids, [ & ]( U32 id ) {
+         return matches( *group.find( id )->hardware, key );
+      } );
+   } );
+}
+
+TEST_F( PacketTest, BlockersAreThoseThatCoverAnEntryAndNoneTooMany )
+{
+   NEEDS_SOLVER();
+   bringUp( "hsdk" );
+   const Facts facts( agent().hardware(), session.packets().tables(), 0 );
+   U32 covered = 0;
+   for( U64 seed = 0; covered < 1000; ++seed ) {
+      SmallKeys dice( seed );
+      const U32 size = 2 + dice.below( 9 );
+      FieldGroup group( { "random", {}, 1, size, size } );
+      for( U32 id = 1; id <= size; ++id ) {
+         group.claim( id, "entry", {} );
+         group.find( id )->claim = dice.rule();
+         group.install( id );
+      }
+      Solver solver( facts, group );
+      const std::vector<FieldKey> keys = SmallKeys::all();
+      std::vector<U32> earlier;
+      for( U32 id = 1; id <= size; earlier.push_back( id++ ) ) {
+         const FieldRule& rule = *group.find( id )->hardware;
+         const Solver::Answer answer = solver.find( id );
+         const bool isCovered = cover( group, earlier, rule, keys );
+         ASSERT_EQ( !answer.shape && answer.reasons.empty(), isCovered ) << seed << " " << id;
+         if( !isCovered )
+            continue;
+         ++covered;
+         ASSERT_TRUE( cover( group, answer.blockers, rule, keys ) ) << seed << " " << id;
+         for( const U32 blocker : answer.blockers ) {
+            std::vector<U32> fewer = answer.blockers;
+            std::erase( fewer, blocker );
+            ASSERT_FALSE( cover( group, fewer, rule, keys ) )
+               << seed << " " << id << " without " << blocker;
+         }
+      }
+   }
+}
+
+/// The page says what its commands say, apart from the packets that the solver chose.
+TEST( Cover, ThePageTellsWhatTheFindingsAre )
+{
+   NEEDS_SOLVER();
+   const std::string page = Tool::contentsOf( "docs/cover.md" );
+   std::istringstream lines( page );
+   std::string typed = "quiet\n";
+   const std::string prompt = "strata-l3> ";
+   for( std::string line; std::getline( lines, line ); )
+      if( line.starts_with( prompt ) )
+         typed += line.substr( prompt.size() ) + "\n";
+   const std::string shown = Tool::runLine( { "shell" }, typed ).out;
+   for( const std::string name :
+      { "main: trap to cpu for l2 only with dmac=fennicMac\n  its packets",
+         "main: l3 vxlan with dmac=fennicMac\n  proved" } ) {
+      const std::size_t at = page.find( name );
+      ASSERT_NE( at, page.npos );
+      EXPECT_THAT( shown, testing::HasSubstr( page.substr( at, page.find( "```", at ) - at ) ) );
+   }
+   const std::size_t second = shown.find( "cover main" );
+   const std::string findings = shown.substr( 0, second );
+   std::size_t count = 0;
+   for( std::size_t at = findings.find( "\nmain: " ); at != findings.npos;
+        at = findings.find( "\nmain: ", at + 1 ) )
+      ++count;
+   EXPECT_EQ( count, 9 );
+}
+
+} // namespace
+} // namespace Strata::Cover

@@ -1,0 +1,214 @@
+// Packets for the entries of the Field Processor.
+#include "platform/runtime/Format.h"
+#include "sim/chip/FieldRefusals.h"
+#include "tool/Session.h"
+#include "tool/packet/EntryCover.h"
+#include "tool/words/Command.h"
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+namespace Strata::Tool {
+
+namespace {
+
+using Cover::Coverage;
+using Cover::Outcome;
+using nlohmann::ordered_json;
+using Vormel::format;
+
+constexpr const char* noSolver =
+   "this build has no solver; install Debian's libz3-dev and build again";
+
+struct CoverWords
+{
+   std::string range; // empty for all
+   std::vector<U32> units;
+};
+
+std::vector<std::string_view> rangeNames( const Session& session )
+{
+   std::vector<std::string_view> names;
+   for( const Sim::FieldGroupProfile& group : session.agent().hardware().profile().groups )
+      names.push_back( group.name );
+   return names;
+}
+
+CoverWords takeRangeAndUnits( const Session& session, Words& words )
+{
+   CoverWords asked;
+   asked.range = words.acceptOneOf( rangeNames( session ) );
+   asked.units = session.takeUnits( words );
+   return asked;
+}
+
+std::string nameOf( const Session& session, const Coverage& about, U32 id )
+{
+   for( const Sim::FieldGroup& group : session.agent().hardware().chip( about.unit ).groups() )
+      if( const Sim::FieldEntry* const entry = group.find( id ) )
+         return entry->name;
+   return std::to_string( id );
+}
+
+std::string listed( const std::vector<std::string>& parts, const char* between )
+{
+   std::string text;
+   for( const std::string& part : parts )
+      text += ( text.empty() ? "" : between ) + part;
+   return text;
+}
+
+std::vector<std::string> blockerNames( const Session& session, const Coverage& about )
+{
+   std::vector<std::string> names;
+   for( const U32 id : about.blockers )
+      names.push_back( nameOf( session, about, id ) );
+   return names;
+}
+
+/// What excludes each packet.
+std::string proofText( const Session& session, const Coverage& about )
+{
+   std::string text;
+   if( !about.blockers.empty() ) {
+      text =
+         "its packets meet '" + listed( blockerNames( session, about ), "' or '" ) + "' first, ";
+      text += about.largest ? "and '" + nameOf( session, about, *about.largest ) +
+                                 "' does something else with them"
+                            : "with the same actions";
+   }
+   if( !about.reasons.empty() )
+      text += ( text.empty() ? "" : "; " ) + listed( about.reasons, ", " );
+   return text.empty() ? "its qualifiers exclude each other" : text;
+}
+
+/// The commands that show the packet; or the proof; or what was tried.
+std::vector<std::string> linesOf( const Session& session, const Coverage& about )
+{
+   std::vector<std::string> lines;
+   if( about.outcome == Outcome::proved )
+      return { proofText( session, about ) };
+   if( about.outcome == Outcome::unknown )
+      return about.tried;
+   lines = about.rows;
+   lines.push_back( "explain " + about.packet );
+   return lines;
+}
+
+ordered_json jsonOf( const Session& session, const Coverage& about )
+{
+   ordered_json json{ { "unit", about.unit }, { "range", about.range }, { "id", about.id },
+      { "entry", about.name }, { "outcome", Vormel::enumText( about.outcome ) } };
+   if( about.outcome == Outcome::found )
+      json.update( { { "commands", about.rows }, { "packet", about.packet },
+         { "effect", about.hasEffect } } );
+   else if( about.outcome == Outcome::unknown )
+      json.update( { { "tried", about.tried } } );
+   else {
+      json.update(
+         { { "blockers", blockerNames( session, about ) }, { "reasons", about.reasons } } );
+      if( about.largest )
+         json[ "largest" ] = nameOf( session, about, *about.largest );
+   }
+   return json;
+}
+
+/// What each action of a rule says about itself and the others; empty if they go together.
+std::vector<std::string> actionFindings(
+   const Sim::ChipProfile& chip, Sim::FieldStage stage, const Sim::FieldRule& rule )
+{
+   std::vector<std::string> findings;
+   for( auto action = rule.actions.begin(); action != rule.actions.end(); ++action ) {
+      if( Sim::actionCode( chip, stage, {}, *action ) != Sim::SdkCode::None )
+         findings.push_back( action->text() + " means nothing at this stage" );
+      for( auto other = rule.actions.begin(); other != action; ++other )
+         if( Sim::actionCode( chip, stage, { {}, { *other } }, *action ) == Sim::SdkCode::Config )
+            findings.push_back(
+               other->text() + " and " + action->text() + " contradict each other" );
+   }
+   return findings;
+}
+
+std::vector<std::string> findingsOf( const Session& session, const Coverage& about )
+{
+   const Sim::Chip& chip = session.agent().hardware().chip( about.unit );
+   std::vector<std::string> findings;
+   for( const Sim::FieldGroup& group : chip.groups() )
+      if( const Sim::FieldEntry* const entry = group.find( about.id ) )
+         findings = actionFindings( chip.profile(), group.profile().stage, *entry->hardware );
+   if( about.outcome == Outcome::proved && ( !about.blockers.empty() || about.reasons.empty() ) )
+      findings.push_back( proofText( session, about ) );
+   if( about.outcome == Outcome::found && !about.hasEffect )
+      findings.emplace_back( "no packet that was tried fares otherwise without it" );
+   return findings;
+}
+
+std::string sectionOf( const CoverWords& asked, const Coverage& about )
+{
+   return about.range + ( asked.units.size() > 1 ? format( " of unit %d", about.unit ) : "" ) +
+          ": " + about.name;
+}
+
+void showFindings( Session& session, const CoverWords& asked )
+{
+   Table table( { { "Finding" } } );
+   for( const Coverage& about : entryCover( session, asked.units, asked.range ) ) {
+      const std::vector<std::string> findings = findingsOf( session, about );
+      if( !findings.empty() )
+         table.section( sectionOf( asked, about ) );
+      for( const std::string& finding : findings )
+         table.row(
+            { finding }, { { "unit", about.unit }, { "range", about.range }, { "id", about.id },
+                            { "entry", about.name }, { "finding", finding } } );
+   }
+   session.console().table( "Findings about the entries", table );
+}
+
+void showCoverage( Session& session, const CoverWords& asked )
+{
+   const std::vector<Coverage> all = entryCover( session, asked.units, asked.range );
+   session.console().table(
+      "Packets for the entries",
+      [ & ] {
+         Table table( { { "Outcome" }, { "Packet, or what excludes it" } } );
+         for( const Coverage& about : all ) {
+            table.section( sectionOf( asked, about ) );
+            std::string outcome = Vormel::enumText( about.outcome );
+            for( const std::string& line : linesOf( session, about ) )
+               table.row( { std::exchange( outcome, {} ), line } );
+         }
+         return table;
+      },
+      [ & ] {
+         auto rows = ordered_json::array();
+         for( const Coverage& about : all )
+            rows.push_back( jsonOf( session, about ) );
+         return rows;
+      } );
+}
+
+template<void ( *show )( Session& session, const CoverWords& asked )>
+Act parseRange( const Session& session, Words& words )
+{
+   const CoverWords asked = takeRangeAndUnits( session, words );
+   if( !Cover::Solver::available() )
+      words.failAt( words.line().words.front(), noSolver );
+   return [ asked ]( Session& live ) { show( live, asked ); };
+}
+
+} // namespace
+
+std::vector<Command> coverCommands()
+{
+   return {
+      { "cover", "[RANGE] [unit N]",
+         "find a packet that each entry wins, or prove that there is none",
+         parseRange<showCoverage> },
+      { "lint", "[RANGE] [unit N]",
+         "list entries that never win, have no effect, or whose actions do not go together",
+         parseRange<showFindings> },
+   };
+}
+
+} // namespace Strata::Tool

@@ -1,0 +1,18 @@
+// Evaluates a packet as if commands had changed the tables before it; the switch stays as it is.
+#pragma once
+
+#include "cover/Cover.h"
+
+#include <string>
+#include <vector>
+
+namespace Strata::Tool {
+
+class Session;
+
+/// The commands are those of the forwarding tables; the packet is that of `explain`. A command or packet that is refused
+/// gives no verdict.
+Cover::Trial tryPacket( Session& session, const std::vector<std::string>& commands,
+   const std::string& packet, Sim::Explanation* explanation = nullptr );
+
+} // namespace Strata::Tool
