@@ -14,6 +14,21 @@ Frame routedFrame()
       0, 64, 17, 0x66, 0xc1, 10, 1, 0, 5, 10, 2, 0, 9, 0x9c, 0x40, 0, 53, 0, 8, 0, 0 } );
 }
 
+/// Entries with the ids from `first` on, each with a different destination.
+void addEntries( FieldGroup& group, U32 first, U32 count )
+{
+   for( U32 i = 1; i <= count; ++i ) {
+      const U32 id = first + i - 1;
+      group.claim( id, "entry", {} );
+      FieldRule& rule = group.find( id )->claim;
+      rule.qualifierIs( { .role = Qualifier::DstMac, .data = i, .mask = 0xFFFFFFFFFFFF } );
+      rule.qualifierIs( { .role = Qualifier::L3Routable, .data = i % 2, .mask = 1 } );
+      rule.qualifierIs( { .role = Qualifier::IntPriority, .data = i % 8, .mask = 0xFFFFFFFF } );
+      rule.actionIs( { .role = FieldAction::Drop } );
+      group.install( id );
+   }
+}
+
 /// A switch that routes the frame, and does nothing else.
 struct Router
 {
@@ -69,20 +84,26 @@ void explain( benchmark::State& state )
 }
 BENCHMARK( explain );
 
+/// The same, with 50 entries in a range, none of which matches.
+void explainEntries( benchmark::State& state )
+{
+   packets( state, []( Router& router ) {
+      constexpr U32 entries = 50;
+      FieldGroup& group = *router.hardware.chip( 0 ).group( "main" );
+      if( group.entries().empty() )
+         addEntries( group, group.profile().base, entries );
+      Explanation explanation;
+      return router.engine.explain( router.arrival, &explanation );
+   } );
+}
+BENCHMARK( explainEntries );
+
 /// A range of this many entries, each with a different destination; the last one wins.
 void lookUp( benchmark::State& state )
 {
    const U32 size = static_cast<U32>( state.range( 0 ) );
    FieldGroup group( { "range", {}, 1, size, size } );
-   for( U32 id = 1; id <= size; ++id ) {
-      group.claim( id, "entry", {} );
-      FieldRule& rule = group.find( id )->claim;
-      rule.qualifierIs( { .role = Qualifier::DstMac, .data = id, .mask = 0xFFFFFFFFFFFF } );
-      rule.qualifierIs( { .role = Qualifier::L3Routable, .data = id % 2, .mask = 1 } );
-      rule.qualifierIs( { .role = Qualifier::IntPriority, .data = id % 8, .mask = 0xFFFFFFFF } );
-      rule.actionIs( { .role = FieldAction::Drop } );
-      group.install( id );
-   }
+   addEntries( group, 1, size );
    const FieldLookup lookup( group );
    FieldKey key;
    key.valueIs( Qualifier::DstMac, size );

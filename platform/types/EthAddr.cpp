@@ -8,12 +8,10 @@ namespace Vormel {
 std::string EthAddr::toString() const
 {
    static constexpr char digits[] = "0123456789abcdef";
-   std::string text;
-   for( const U8 byte : bytes_ ) {
-      if( !text.empty() )
-         text += ':';
-      text += digits[ byte >> 4 ];
-      text += digits[ byte & 0xf ];
+   std::string text( size * 3 - 1, ':' );
+   for( U32 i = 0; i < size; ++i ) {
+      text[ i * 3 ] = digits[ bytes_[ i ] >> 4 ];
+      text[ i * 3 + 1 ] = digits[ bytes_[ i ] & 0xf ];
    }
    return text;
 }

@@ -9,6 +9,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Strata::Sim {
@@ -103,7 +104,8 @@ class Frame
    /// The captured first bytes of a frame. `length` is its length on the wire.
    Frame( Bytes bytes, std::size_t length );
 
-   const Bytes& bytes() const { return bytes_; }
+   const Bytes& bytes() const& { return bytes_; }
+   Bytes bytes() && { return std::move( bytes_ ); }
    /// Length on the wire, in bytes.
    std::size_t length() const { return bytes_.size() + missing_; }
    /// The same without the VLAN tags that are parsed.
@@ -131,16 +133,17 @@ class Frame
 // Edits that chips make. All return a new frame; the number of missing bytes stays the same.
 
 /// Replaces the outermost tag by this one, or removes it; an inner tag stays.
-Frame retagged( const Frame& frame, const std::optional<VlanTag>& tag );
+Frame retagged( Frame frame, const std::optional<VlanTag>& tag );
 /// Adds a tag outside the present ones.
 Frame tagged( const Frame& frame, const VlanTag& tag );
 /// Removes all parsed tags.
 Frame untagged( const Frame& frame );
 /// Pads a frame that is too short with zeros.
-Frame padded( const Frame& frame );
-Frame withMacs( const Frame& frame, const EthAddr& dstMac, const EthAddr& srcMac );
+Frame padded( Frame frame );
 /// Decrements the TTL in the IP header, or in the outermost label, and updates the IPv4 checksum.
 Frame oneHopLess( const Frame& frame );
+/// As a router sends it on: with these addresses, oneHopLess() and untagged().
+Frame routed( const Frame& frame, const EthAddr& dstMac, const EthAddr& srcMac );
 /// Replaces the outermost label by `label`, or removes it. Requires: a label to remove is not the last one,
 /// or IP is behind it.
 Frame relabelled( const Frame& frame, std::optional<U32> label );

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 namespace Strata::Sim {
 
@@ -41,10 +42,10 @@ void appendU16( Bytes& bytes, std::size_t value )
    append( bytes, std::array{ static_cast<U8>( value >> 8 ), static_cast<U8>( value ) } );
 }
 
-/// A copy of the frame with other bytes; the bytes that are missing from the capture stay missing.
-Frame changed( const Frame& frame, Bytes bytes )
+/// A frame with these bytes; as many as before are missing from the capture.
+Frame changed( Bytes bytes, std::size_t missing )
 {
-   const std::size_t length = bytes.size() + frame.missing();
+   const std::size_t length = bytes.size() + missing;
    return Frame( std::move( bytes ), length );
 }
 
@@ -77,16 +78,17 @@ static void putTag( Bytes& bytes, const VlanTag& tag )
       static_cast<U16>( tag.priority << 13 | ( tag.dropEligible ? 0x1000 : 0 ) | tag.vlanId ) );
 }
 
-Frame retagged( const Frame& frame, const std::optional<VlanTag>& tag )
+Frame retagged( Frame frame, const std::optional<VlanTag>& tag )
 {
    if( frame.headers().tags == 0 )
       return tag ? tagged( frame, *tag ) : frame;
-   Bytes bytes = frame.bytes();
+   const std::size_t missing = frame.missing();
+   Bytes bytes = std::move( frame ).bytes();
    if( tag )
       putTag( bytes, *tag );
    else
       bytes.erase( bytes.begin() + place( macs ), bytes.begin() + place( macs + tagSize ) );
-   return changed( frame, std::move( bytes ) );
+   return changed( std::move( bytes ), missing );
 }
 
 Frame tagged( const Frame& frame, const VlanTag& tag )
@@ -94,41 +96,35 @@ Frame tagged( const Frame& frame, const VlanTag& tag )
    Bytes bytes = frame.bytes();
    bytes.insert( bytes.begin() + place( macs ), tagSize, 0 );
    putTag( bytes, tag );
-   return changed( frame, std::move( bytes ) );
+   return changed( std::move( bytes ), frame.missing() );
+}
+
+static void removeTags( Bytes& bytes, const Headers& headers )
+{
+   bytes.erase(
+      bytes.begin() + place( macs ), bytes.begin() + place( macs + headers.tags * tagSize ) );
 }
 
 Frame untagged( const Frame& frame )
 {
-   if( frame.headers().tags == 0 )
-      return frame;
    Bytes bytes = frame.bytes();
-   bytes.erase( bytes.begin() + place( macs ),
-      bytes.begin() + place( macs + frame.headers().tags * tagSize ) );
-   return changed( frame, std::move( bytes ) );
+   removeTags( bytes, frame.headers() );
+   return changed( std::move( bytes ), frame.missing() );
 }
 
-Frame padded( const Frame& frame )
+Frame padded( Frame frame )
 {
    if( frame.length() >= shortestFrame )
       return frame;
-   Bytes bytes = frame.bytes();
-   if( frame.missing() == 0 )
+   const bool complete = frame.missing() == 0;
+   Bytes bytes = std::move( frame ).bytes();
+   if( complete )
       bytes.resize( shortestFrame );
    return Frame( std::move( bytes ), shortestFrame );
 }
 
-Frame withMacs( const Frame& frame, const EthAddr& dstMac, const EthAddr& srcMac )
+static void decrementTtl( Bytes& bytes, const Headers& headers )
 {
-   Bytes bytes = frame.bytes();
-   putMac( bytes, 0, dstMac );
-   putMac( bytes, 6, srcMac );
-   return changed( frame, std::move( bytes ) );
-}
-
-Frame oneHopLess( const Frame& frame )
-{
-   const Headers& headers = frame.headers();
-   Bytes bytes = frame.bytes();
    const std::size_t l3 = headers.l3Offset;
    if( !headers.mpls.empty() ) {
       --bytes[ l3 + 3 ];
@@ -142,7 +138,23 @@ Frame oneHopLess( const Frame& frame )
       --bytes[ l3 + 8 ];
       putU16( bytes, l3 + 10, updatedChecksum( word( 10 ), before, word( 8 ) ) );
    }
-   return changed( frame, std::move( bytes ) );
+}
+
+Frame oneHopLess( const Frame& frame )
+{
+   Bytes bytes = frame.bytes();
+   decrementTtl( bytes, frame.headers() );
+   return changed( std::move( bytes ), frame.missing() );
+}
+
+Frame routed( const Frame& frame, const EthAddr& dstMac, const EthAddr& srcMac )
+{
+   Bytes bytes = frame.bytes();
+   putMac( bytes, 0, dstMac );
+   putMac( bytes, 6, srcMac );
+   decrementTtl( bytes, frame.headers() );
+   removeTags( bytes, frame.headers() );
+   return changed( std::move( bytes ), frame.missing() );
 }
 
 Frame relabelled( const Frame& frame, std::optional<U32> label )
@@ -152,12 +164,12 @@ Frame relabelled( const Frame& frame, std::optional<U32> label )
    if( label ) {
       putU16( bytes, l3, static_cast<U16>( *label >> 4 ) );
       bytes[ l3 + 2 ] = static_cast<U8>( *label << 4 | ( bytes[ l3 + 2 ] & 0x0F ) );
-      return changed( frame, std::move( bytes ) );
+      return changed( std::move( bytes ), frame.missing() );
    }
    bytes.erase( bytes.begin() + place( l3 ), bytes.begin() + place( l3 + labelSize ) );
    if( frame.headers().mpls.front().bottom )
       putU16( bytes, l3 - 2, frame.headers().labelled );
-   return changed( frame, std::move( bytes ) );
+   return changed( std::move( bytes ), frame.missing() );
 }
 
 Frame decapsulated( const Frame& frame )
@@ -211,7 +223,7 @@ Frame encapsulated( const Frame& inner, const VxlanOuter& outer )
    append( bytes, std::array<U8, 8>{ 0x08, 0, 0, 0, static_cast<U8>( outer.vni >> 16 ),
                      static_cast<U8>( outer.vni >> 8 ), static_cast<U8>( outer.vni ), 0 } );
    append( bytes, inner.bytes() );
-   return changed( inner, std::move( bytes ) );
+   return changed( std::move( bytes ), inner.missing() );
 }
 
 } // namespace Strata::Sim

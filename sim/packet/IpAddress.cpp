@@ -81,8 +81,18 @@ IpAddress IpAddress::masked( U32 length ) const
 
 std::string IpAddress::toString() const
 {
-   char text[ INET6_ADDRSTRLEN ];
-   return inet_ntop( v6_ ? AF_INET6 : AF_INET, bytes_.data(), text, sizeof( text ) );
+   if( v6_ ) {
+      char text[ INET6_ADDRSTRLEN ];
+      return inet_ntop( AF_INET6, bytes_.data(), text, sizeof( text ) );
+   }
+   char text[ INET_ADDRSTRLEN ];
+   char* end = text;
+   for( U32 i = 0; i < 4; ++i ) {
+      if( i > 0 )
+         *end++ = '.';
+      end = std::to_chars( end, text + sizeof( text ), bytes_[ i ] ).ptr;
+   }
+   return { text, end };
 }
 
 std::optional<IpPrefix> IpPrefix::parse( std::string_view text )

@@ -8,7 +8,9 @@
 
 #include <nlohmann/json.hpp>
 
-#include <deque>
+#include <algorithm>
+#include <iterator>
+#include <vector>
 
 namespace Strata::Sim {
 
@@ -57,7 +59,8 @@ Verdict PacketEngine::explain( const Arrival& arrival, Explanation* explanation 
          arrival.port.port, chip.ports().toString() ) );
    return withView( [ & ]( const PacketView& view ) {
       Verdict verdict;
-      for( std::deque<Arrival> next{ arrival }; !next.empty(); next.pop_front() ) {
+      std::vector<Arrival> again; // of the passes behind the first one
+      for( const Arrival* next = &arrival; next; ) {
          if( verdict.passes.size() == maxPasses ) {
             verdict.loops = true;
             verdict.passes.back().drop = verdict.passes.back().dropReason =
@@ -65,9 +68,11 @@ Verdict PacketEngine::explain( const Arrival& arrival, Explanation* explanation 
             break;
          }
          PassExplanation* const about = explanation ? &explanation->passes.emplace_back() : nullptr;
-         Pass::Result result = Pass( view, next.front(), about ).run();
+         Pass::Result result = Pass( view, *next, about ).run();
          verdict.passes.push_back( std::move( result.verdict ) );
-         next.insert( next.end(), result.again.begin(), result.again.end() );
+         std::ranges::move( result.again, std::back_inserter( again ) );
+         const std::size_t made = verdict.passes.size();
+         next = made <= again.size() ? &again[ made - 1 ] : nullptr;
       }
       return verdict;
    } );

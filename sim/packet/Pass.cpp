@@ -1,13 +1,8 @@
 #include "sim/packet/Pass.h"
 
-#include "platform/runtime/Format.h"
-#include "sim/chip/RegisterLayout.h"
-
 #include <algorithm>
 
 namespace Strata::Sim {
-
-using Vormel::format;
 
 Pass::Pass( const PacketView& view, const Arrival& arrival, PassExplanation* explanation )
    : view_( view ),
@@ -17,6 +12,10 @@ Pass::Pass( const PacketView& view, const Arrival& arrival, PassExplanation* exp
      frame_( arrival.frame )
 {
    result_.verdict.arrival = arrival.port;
+   if( explanation ) {
+      explanation->stages.reserve( 8 );
+      explanation->state.reserve( 8 );
+   }
 }
 
 // Each stage uses the results of the earlier ones: ranges see all results of the lookups, and egress follows the
@@ -51,26 +50,22 @@ void Pass::drop( const std::string& reason, const std::string& kind )
    dropKind_ = kind.empty() ? reason : kind;
 }
 
-void Pass::looked( const ChipPlace& place, U64 value, const std::string& what ) const
+void Pass::looked( const ChipPlace& place, U64 value ) const
 {
-   auto& state = explanation_->state;
-   if( std::ranges::find( state, what, &StateNote::what ) != state.end() )
+   if( !explanation_ )
       return;
-   const Cause* const cause = chip_.cause( place );
-   state.push_back( { what, place, value, cause ? *cause : Cause{} } );
+   auto& state = explanation_->state;
+   if( std::ranges::find( state, place, &StateNote::place ) == state.end() )
+      state.push_back( { place, value, chip_.cause( place ) } );
 }
 
 int Pass::control( SwitchControl which ) const
 {
    const int port = sdkArrivalPort();
    const int value = chip_.control( port, which );
-   if( explanation_ ) {
-      const bool ofPort = chip_.portSwitchControls().contains( { port, which } );
-      const auto kind = ofPort ? ChipPlace::Kind::portSwitchControl : ChipPlace::Kind::control;
-      looked( { kind, static_cast<U32>( which ), ofPort ? port : 0 }, static_cast<U64>( value ),
-         format( "%s%s is %d", roleName( which ),
-            ofPort ? " of port " + std::to_string( port ) : std::string(), value ) );
-   }
+   const bool ofPort = explanation_ && chip_.portSwitchControls().contains( { port, which } );
+   const auto kind = ofPort ? ChipPlace::Kind::portSwitchControl : ChipPlace::Kind::control;
+   looked( { kind, static_cast<U32>( which ), ofPort ? port : 0 }, static_cast<U64>( value ) );
    return value;
 }
 
@@ -79,34 +74,25 @@ int Pass::portControl( PortControl which ) const
    const int port = sdkArrivalPort();
    const auto at = chip_.portControls().find( { port, which } );
    const int value = at == chip_.portControls().end() ? 0 : at->second;
-   if( explanation_ )
-      looked( { ChipPlace::Kind::portControl, static_cast<U32>( which ), port },
-         static_cast<U64>( value ),
-         format( "%s of port %d is %d", roleName( which ), port, value ) );
+   looked( { ChipPlace::Kind::portControl, static_cast<U32>( which ), port },
+      static_cast<U64>( value ) );
    return value;
 }
 
 U64 Pass::registerValue( Register which ) const
 {
    const U64 value = chip_.registerValue( which );
-   if( explanation_ )
-      looked( { ChipPlace::Kind::registers, static_cast<U32>( which ) }, value,
-         format( "%s is %s", roleName( which ), registerText( which, value ) ) );
+   looked( { ChipPlace::Kind::registers, static_cast<U32>( which ) }, value );
    return value;
 }
 
 bool Pass::hasFlag( const ChipVlan& vlan, U16 vlanId, VlanFlag flag ) const
 {
    if( explanation_ ) {
-      std::string flags;
       U64 bits = 0;
-      for( const VlanFlag set : vlan.flags ) {
-         flags += ( flags.empty() ? "" : ", " ) + std::string( roleName( set ) );
+      for( const VlanFlag set : vlan.flags )
          bits |= U64{ 1 } << static_cast<U32>( set );
-      }
-      looked( { ChipPlace::Kind::vlanFlags, vlanId }, bits,
-         format( "VLAN %d has %s", U32{ vlanId },
-            flags.empty() ? std::string( "no routing flag" ) : flags ) );
+      looked( { ChipPlace::Kind::vlanFlags, vlanId }, bits );
    }
    return vlan.flags.contains( flag );
 }

@@ -37,11 +37,12 @@ class Pass
    {
       std::vector<PortRef> ports;
       std::vector<std::string> tunnels;
-      bool cpu = false;           // as a member of the VLAN or group
-      std::optional<U64> dstPort; // value for the DstPort qualifier
-      bool isGroup = false;       // a multicast group's members
-      std::optional<U32> group;   // a known L2 multicast group
-      std::set<U16> routedInto;   // IP multicast
+      bool cpu = false;             // as a member of the VLAN or group
+      std::optional<U64> dstPort;   // value for the DstPort qualifier
+      bool isGroup = false;         // a multicast group's members
+      std::optional<U32> group;     // a known L2 multicast group
+      std::set<U16> routedInto;     // IP multicast
+      std::optional<PortRef> named; // a port whose name the text begins with
       std::string text;
       std::map<std::string, std::vector<PortRef>> leftOut; // of a flood, by reason
    };
@@ -65,6 +66,8 @@ class Pass
    Destination portOrLag( PortRef port, U16 vlanId ) const;
    void thin( Destination& destination, U16 vlanId ) const;
    bool cameInBy( PortRef port ) const;
+   /// "Ethernet3 of Port-Channel1", "flood in VLAN 10". Names a port only now, because few packets need it.
+   std::string textOf( const Destination& destination ) const;
    PortRef memberThatSends( PortRef port, U16 vlanId ) const;
    void learn();
 
@@ -124,7 +127,7 @@ class Pass
       const std::string& what, Refusals& refusals );
    void replicate( Refusals& refusals );
    std::string refusal( PortRef port, U16 vlanId ) const;
-   void depart( PortRef port, U16 vlanId, const Frame& frame, const std::string& tunnel = {} );
+   void depart( PortRef port, U16 vlanId, Frame frame, const std::string& tunnel = {} );
    Frame rewritten() const;
    VlanTag tagOf( U16 vlanId ) const { return { vlanId, priority_, dropEligible_ }; }
    EthAddr routerMac( U16 vlanId ) const;
@@ -148,7 +151,7 @@ class Pass
    int portControl( PortControl which ) const;
    U64 registerValue( Register which ) const;
    bool hasFlag( const ChipVlan& vlan, U16 vlanId, VlanFlag flag ) const;
-   void looked( const ChipPlace& place, U64 value, const std::string& what ) const;
+   void looked( const ChipPlace& place, U64 value ) const;
 
    const ChipAttributes& attributes() const { return chip_.profile().attributes; }
    const ForwardingTables& tables() const { return view_.tables(); }

@@ -47,9 +47,9 @@ void Pass::egress()
    const std::string refused =
       refusedRedirect_.empty() ? "" : ", and the redirect of " + refusedRedirect_;
    if( destination_.dstPort && refusals.empty() )
-      drop( "nothing takes it up at " + destination_.text + refused, "nothing takes it up" );
+      drop( "nothing takes it up at " + textOf( destination_ ) + refused, "nothing takes it up" );
    else
-      drop( destination_.text + ": no port is left" +
+      drop( textOf( destination_ ) + ": no port is left" +
                ( refusals.size() == 1 ? " (" + lastRefusal + ")" : "" ) + refused,
          "no port is left" );
 }
@@ -97,12 +97,13 @@ std::string Pass::refusal( PortRef port, U16 vlanId ) const
    return {};
 }
 
-void Pass::depart( PortRef port, U16 vlanId, const Frame& frame, const std::string& tunnel )
+void Pass::depart( PortRef port, U16 vlanId, Frame frame, const std::string& tunnel )
 {
    const ChipVlan* const vlan = view_.vlan( port.unit, vlanId );
    const bool untagged = vlan && vlan->untagged.contains( port.port );
    const auto tag = untagged ? std::nullopt : std::optional<VlanTag>( tagOf( vlanId ) );
-   result_.verdict.departures.push_back( { port, padded( retagged( frame, tag ) ), tunnel } );
+   result_.verdict.departures.push_back(
+      { port, padded( retagged( std::move( frame ), tag ) ), tunnel } );
 }
 
 void Pass::leave( PortRef port )
@@ -160,8 +161,7 @@ void Pass::enterTunnel( const std::string& name, U16 vlanId, const Frame& frame,
 void Pass::replicate( Refusals& refusals )
 {
    for( const U16 vlanId : destination_.routedInto ) {
-      const Frame copy =
-         untagged( oneHopLess( withMacs( frame_, headers().dstMac, routerMac( vlanId ) ) ) );
+      const Frame copy = routed( frame_, headers().dstMac, routerMac( vlanId ) );
       const auto named = [ vlanId ]( const std::string& name ) {
          return format( "%s in VLAN %d", name, U32{ vlanId } );
       };
@@ -183,8 +183,7 @@ Frame Pass::rewritten() const
 {
    if( !nextHop_ )
       return frame_;
-   Frame frame =
-      untagged( oneHopLess( withMacs( frame_, nextHop_->mac, routerMac( nextHop_->vlanId ) ) ) );
+   Frame frame = routed( frame_, nextHop_->mac, routerMac( nextHop_->vlanId ) );
    return labelRule_ ? relabelled( frame, labelRule_->swap ) : frame;
 }
 
@@ -207,15 +206,15 @@ void Pass::copyToCpu()
    const bool sender = fromCpu() && !destination_.isGroup;
    destination_.cpu =
       destination_.cpu && drop_.empty() && !sender && vlan && vlan->members.contains( cpuPort );
+   if( cpuAsks_.empty() && !destination_.cpu )
+      return;
    CpuCopy copy{ arrival_.port.unit, queue_, {}, arrival_.frame };
    for( const CpuAsk& ask : cpuAsks_ )
       copy.reasons.push_back( ask.reason );
    if( destination_.cpu ) {
-      copy.reasons.push_back( destination_.text );
+      copy.reasons.push_back( textOf( destination_ ) );
       copy.frame = retagged( rewritten(), tagOf( egressVlan() ) );
    }
-   if( copy.reasons.empty() )
-      return;
    if( fromCpu() && registerField( registerValue( Register::IngMiscConfig ),
                        RegisterField::DoNotCopyFromCpuToCpu ) != 0 ) {
       note(

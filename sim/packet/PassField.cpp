@@ -27,7 +27,6 @@ std::optional<U64> Pass::ipType() const
 std::optional<U64> Pass::present( Qualifier role ) const
 {
    const Headers& received = arrival_.frame.headers();
-   const VlanProperties& vlan = tables().vlan( vlanId_ );
    switch( role ) {
    case Qualifier::Drop:
       return drop_.empty() ? 0 : 1;
@@ -49,10 +48,12 @@ std::optional<U64> Pass::present( Qualifier role ) const
       return stp_ == StpState::forwarding ? 1 : 0;
    case Qualifier::IntPriority:
       return priority_;
-   case Qualifier::InterfaceClassL2:
+   case Qualifier::InterfaceClassL2: {
+      const VlanProperties& vlan = tables().vlan( vlanId_ );
       return ( vlan.svi ? StrataCommon::classSviConfigured_ : 0 ) |
              ( vlan.dropRouted ? StrataCommon::classDropRoutedTraffic_ : 0 ) |
              ( vlan.vni ? StrataCommon::classVxlanVlan_ : 0 );
+   }
    case Qualifier::InterfaceClassL3:
       return tables().vlan( domain_ ).l3Class;
    case Qualifier::IpProtocol:
@@ -102,14 +103,16 @@ FieldKey Pass::key() const
 
 void Pass::ranges( FieldStage stage )
 {
-   const FieldKey presented = key();
+   std::optional<FieldKey> presented; // the same for all ranges
    std::vector<std::pair<const FieldGroup*, U32>> winners;
    for( const FieldGroup& group : chip_.groups() ) {
-      if( group.profile().stage != stage )
+      if( group.profile().stage != stage || group.entries().empty() )
          continue;
-      const U32 winner = view_.lookup( group ).winner( presented );
+      if( !presented )
+         presented = key();
+      const U32 winner = view_.lookup( group ).winner( *presented );
       if( explanation_ )
-         noteRange( group, presented, winner );
+         noteRange( group, *presented, winner );
       if( winner != 0 )
          winners.emplace_back( &group, winner );
    }
@@ -131,7 +134,9 @@ static U32 weight( const FieldQualifier& qualifier )
 std::string Pass::whyItMisses( const FieldQualifier& wanted ) const
 {
    const VlanProperties& vlan = tables().vlan( vlanId_ );
-   const std::string vlanName = format( "VLAN %d", U32{ vlanId_ } );
+   const auto ofVlan = [ this ]( const char* what ) {
+      return format( "VLAN %d %s", U32{ vlanId_ }, std::string( what ) );
+   };
    // The first compared bit that differs.
    const auto differs = [ &, compared = valueMask( wanted ) ]( U64 bit, bool has ) {
       return ( compared.mask & bit ) != 0 && ( ( compared.value & bit ) != 0 ) != has;
@@ -143,12 +148,12 @@ std::string Pass::whyItMisses( const FieldQualifier& wanted ) const
       return arrival_.higig ? "it came by the stack link" : "it did not come by the stack link";
    case Qualifier::InterfaceClassL2:
       if( differs( StrataCommon::classSviConfigured_, vlan.svi ) )
-         return vlanName + ( vlan.svi ? " has an SVI" : " has no SVI" );
+         return ofVlan( vlan.svi ? "has an SVI" : "has no SVI" );
       if( differs( StrataCommon::classDropRoutedTraffic_, vlan.dropRouted ) )
-         return vlanName + ( vlan.dropRouted ? " drops" : " does not drop" ) +
-                " what would be routed";
+         return ofVlan(
+            vlan.dropRouted ? "drops what would be routed" : "does not drop what would be routed" );
       if( differs( StrataCommon::classVxlanVlan_, vlan.vni.has_value() ) )
-         return vlanName + ( vlan.vni ? " is" : " is not" ) + " extended by VXLAN";
+         return ofVlan( vlan.vni ? "is extended by VXLAN" : "is not extended by VXLAN" );
       return {};
    case Qualifier::L3Routable:
       return routable_ ? "it is routed" : "it is not routed";
@@ -176,21 +181,13 @@ std::string Pass::whyItMisses( const FieldQualifier& wanted ) const
 
 EntryNote Pass::noteEntry( U32 id, const FieldEntry& entry, const FieldKey& presented ) const
 {
-   EntryNote about;
-   about.id = id;
-   about.name = entry.name;
-   about.rule = *entry.hardware;
-   about.cause = entry.cause;
-   if( const Cause* const cause = entry.enableCause() )
-      about.enableCause = *cause;
-   about.enabled = entry.enabled;
+   EntryNote about{ .id = id, .entry = &entry, .why = {} };
    for( const FieldQualifier& qualifier : entry.hardware->qualifiers ) {
       if( presented.matches( qualifier ) ) {
          ++about.fitted;
          about.bits += weight( qualifier );
       } else if( about.failed++ == 0 ) {
-         about.wanted = qualifier;
-         about.had = presented.valueText( qualifier.role );
+         about.wanted = &qualifier;
          about.why = whyItMisses( qualifier );
       }
    }
@@ -199,7 +196,7 @@ EntryNote Pass::noteEntry( U32 id, const FieldEntry& entry, const FieldKey& pres
 
 void Pass::noteRange( const FieldGroup& group, const FieldKey& presented, U32 winner )
 {
-   RangeNote range{ group.profile().name, {} };
+   RangeNote range{ group.profile().name, presented, {} };
    for( const auto& [ id, entry ] : group.entries() )
       if( entry.installed() ) {
          range.entries.push_back( noteEntry( id, entry, presented ) );

@@ -108,8 +108,8 @@ void Pass::lookUpStation()
       return index ? format( "index %d: %s", *index, myStationText( stationEntry_ ) )
                    : headers().dstMac.toString() + " is not a router MAC here";
    } );
-   if( index && explanation_ )
-      looked( { ChipPlace::Kind::myStation, *index }, 1, format( "my-station %d", *index ) );
+   if( index )
+      looked( { ChipPlace::Kind::myStation, *index }, 1 );
    // An entry that terminates nothing hides later entries: for its packets the MAC is not the router's.
    if( index && terminatesAnything( stationEntry_ ) )
       station_ = index;
@@ -168,8 +168,13 @@ Pass::Destination Pass::onePort( PortRef port ) const
       destination.cpu = true;
    else
       destination.ports = { port };
-   destination.text = view_.portName( port );
+   destination.named = port;
    return destination;
+}
+
+std::string Pass::textOf( const Destination& destination ) const
+{
+   return ( destination.named ? view_.portName( *destination.named ) : "" ) + destination.text;
 }
 
 Pass::Destination Pass::floodIn( U16 vlanId, bool withCpu ) const
@@ -274,10 +279,10 @@ void Pass::knownStation( const Station& station )
    }
    if( const auto* const port = std::get_if<PortRef>( &station.place ) )
       destination_ = portOrLag( *port, domain_ );
-   else
+   else {
       destination_.tunnels = { std::get<Station::Tunnel>( station.place ).name };
-   if( destination_.text.empty() )
       destination_.text = "tunnel " + destination_.tunnels.front();
+   }
    if( !isRouterMac() )
       packetResult_ = PacketResult::L2UC;
 }
@@ -310,7 +315,7 @@ void Pass::bridge()
          known != tables().stations.end() ? "known"
          : mac.isBroadcast()              ? "for everyone"
                                           : "unknown",
-         destination_.text );
+         textOf( destination_ ) );
    } );
    const auto& ip = headers().ip;
    if( drop_.empty() && ip && ip->protocol == ipProtocolIgmp &&

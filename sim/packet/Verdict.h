@@ -2,12 +2,15 @@
 #pragma once
 
 #include "sim/chip/FieldGroup.h"
+#include "sim/packet/FieldKey.h"
 #include "sim/packet/ForwardingTables.h"
 #include "sim/packet/Frame.h"
 #include "sim/switch/Cause.h"
 
 #include <optional>
+#include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Strata::Sim {
@@ -89,12 +92,12 @@ struct Verdict
 /// The highest number of passes of a packet.
 constexpr U32 maxPasses = 4;
 
-// The explanation of a verdict.
+// The explanation of a verdict. It refers to state of the chip, so it is valid until that changes.
 
 /// A step of a pass: a lookup and its result.
 struct StageNote
 {
-   std::string stage; // "my-station"
+   std::string_view stage; // "my-station"
    std::string text;
    std::optional<ChipPlace> culprit{}; // the state that keeps the chip from routing
 };
@@ -103,34 +106,34 @@ struct StageNote
 struct EntryNote
 {
    U32 id;
-   std::string name;
+   const FieldEntry* entry; // in hardware
    bool won = false;
-   bool enabled = true;
-   FieldRule rule;
    U32 fitted = 0; // of its qualifiers
    U32 failed = 0; // of its qualifiers
    U32 bits = 0;   // that those that fitted compare
-   // The first qualifier that failed; none if the entry is only disabled.
-   std::optional<FieldQualifier> wanted;
-   std::string had; // the packet's value: "64"
+   // The first qualifier that failed; null if the entry is only disabled.
+   const FieldQualifier* wanted = nullptr;
    std::string why; // "VLAN 10 has no SVI", where there are words for it
-   Cause cause;
-   Cause enableCause; // of what enabled or disabled it since
 };
 
 struct RangeNote
 {
    std::string group;
+   FieldKey presented;             // the packet's values
    std::vector<EntryNote> entries; // by id
 };
 
 /// State of the chip, other than entries, that was looked at.
 struct StateNote
 {
-   std::string what; // "IP4 of port 1 is 1"
    ChipPlace place;
-   U64 value; // of a control or register, or the routing flags of a VLAN, a bit for each
-   Cause cause;
+   U64 value;          // of a control or register, or the routing flags of a VLAN, a bit for each
+   const Cause* cause; // null if nothing has written it
+
+   /// "IP4 of port 1 is 1"
+   std::string text() const;
+   /// Requires: it is of a VLAN.
+   std::set<VlanFlag> flags() const;
 };
 
 struct PassExplanation

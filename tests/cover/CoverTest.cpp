@@ -26,8 +26,8 @@ using namespace Sim;
 /// The winner by comparing each entry with the packet, instead of by the index.
 U32 winnerByWalk( const RangeNote& range )
 {
-   const auto winner = std::ranges::find_if(
-      range.entries, []( const EntryNote& entry ) { return entry.enabled && entry.failed == 0; } );
+   const auto winner = std::ranges::find_if( range.entries,
+      []( const EntryNote& entry ) { return entry.entry->enabled && entry.failed == 0; } );
    return winner == range.entries.end() ? 0 : winner->id;
 }
 

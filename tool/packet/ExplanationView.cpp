@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <functional>
 #include <nlohmann/json.hpp>
-#include <set>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -40,41 +39,43 @@ std::string causeText( const char* how, const Sim::Cause& cause )
    return format( "%s by '%s'%s", how, cause.text, recordText( cause ) ) + eventText( cause );
 }
 
-std::string enableText( const EntryNote& entry )
+std::string enableText( const Sim::FieldEntry& entry )
 {
-   if( entry.enableCause.text.empty() )
+   const Sim::Cause* const cause = entry.enableCause();
+   if( !cause || cause->text.empty() )
       return {};
-   return causeText( entry.enabled ? "enabled" : "disabled", entry.enableCause );
+   return causeText( entry.enabled ? "enabled" : "disabled", *cause );
 }
 
 /// The causes of a winner, one line each.
-std::string causesText( const EntryNote& entry )
+std::string causesText( const Sim::FieldEntry& entry )
 {
    std::string text;
    if( !entry.cause.text.empty() )
       text += "\n" + causeText( "installed", entry.cause );
    if( const std::string enabled = enableText( entry );
-       !enabled.empty() && entry.enableCause.text != entry.cause.text )
+       !enabled.empty() && entry.enableCause()->text != entry.cause.text )
       text += "\n" + enabled;
    return text;
 }
 
-std::string missText( const EntryNote& entry )
+std::string missText( const Sim::RangeNote& range, const EntryNote& entry )
 {
-   std::string text = format( "%d \"%s\" misses: ", entry.id, entry.name );
+   std::string text = format( "%d \"%s\" misses: ", entry.id, entry.entry->name );
    if( !entry.wanted ) {
-      const std::string disabled = enableText( entry );
+      const std::string disabled = enableText( *entry.entry );
       return text + "it is disabled" + ( disabled.empty() ? "" : "\n" + disabled );
    }
    if( !entry.why.empty() )
       return text + entry.why;
-   return text + format( "it needs %s, and the packet has %s", entry.wanted->text(), entry.had );
+   return text + format( "it needs %s, and the packet has %s", entry.wanted->text(),
+                    range.presented.valueText( entry.wanted->role ) );
 }
 
 /// Whether only one qualifier (or the enable state) is missing, and at least one matches.
 bool isNear( const EntryNote& entry )
 {
-   return entry.failed + ( entry.enabled ? 0 : 1 ) == 1 && entry.fitted > 0;
+   return entry.failed + ( entry.entry->enabled ? 0 : 1 ) == 1 && entry.fitted > 0;
 }
 
 /// The entries that nearly won, the nearest first: those that are only disabled, then by the number of matching qualifiers
@@ -103,18 +104,20 @@ void addRange( Table& table, const Sim::RangeNote& range, bool all )
    for( const EntryNote& entry : range.entries ) {
       won = won || entry.won;
       if( entry.won )
-         add( format( "%d \"%s\" wins: %s", entry.id, entry.name, entry.rule.text() ) +
-              causesText( entry ) );
-      else if( all && entry.failed == 0 && entry.enabled )
-         add( format( "%d \"%s\" also matches, but has a higher id", entry.id, entry.name ) );
+         add( format( "%d \"%s\" wins: %s", entry.id, entry.entry->name,
+                 entry.entry->hardware->text() ) +
+              causesText( *entry.entry ) );
+      else if( all && entry.failed == 0 && entry.entry->enabled )
+         add(
+            format( "%d \"%s\" also matches, but has a higher id", entry.id, entry.entry->name ) );
       else if( all )
-         add( missText( entry ) );
+         add( missText( range, entry ) );
    }
    if( !won )
       add( "no entry matches" );
    if( !all )
       for( const EntryNote* const entry : nearMisses( range ) )
-         add( missText( *entry ) );
+         add( missText( range, *entry ) );
 }
 
 /// State of the chip by the command that wrote it; state that was never written has its reset value.
@@ -122,12 +125,13 @@ void addState( Table& table, const Sim::PassExplanation& about, bool all )
 {
    std::vector<std::pair<std::string, std::string>> groups; // cause, and state
    for( const Sim::StateNote& note : about.state ) {
-      if( note.cause.text.empty() && !all )
+      const Sim::Cause cause = note.cause ? *note.cause : Sim::Cause();
+      if( cause.text.empty() && !all )
          continue;
-      const std::string by = note.cause.text.empty() ? std::string( "as the chip came" )
-                                                     : format( "written by '%s'%s", note.cause.text,
-                                                          eventText( note.cause ) );
-      const std::string what = note.what + recordText( note.cause );
+      const std::string by = cause.text.empty()
+                                ? std::string( "as the chip came" )
+                                : format( "written by '%s'%s", cause.text, eventText( cause ) );
+      const std::string what = note.text() + recordText( cause );
       const auto same =
          std::ranges::find( groups, by, &std::pair<std::string, std::string>::first );
       if( same == groups.end() )
@@ -172,9 +176,9 @@ std::string adviceOn(
 void addStage( Table& table, Sim::PacketEngine& engine, const Sim::StageNote& note,
    const Sim::PortRef& arrival )
 {
-   table.row(
-      { note.stage, note.text + ( note.culprit ? "\n" + adviceOn( engine, *note.culprit, arrival )
-                                               : std::string() ) } );
+   table.row( { std::string( note.stage ),
+      note.text +
+         ( note.culprit ? "\n" + adviceOn( engine, *note.culprit, arrival ) : std::string() ) } );
 }
 
 void addOutcome( Table& table, Sim::PacketEngine& engine, const Sim::PassVerdict& pass )
@@ -207,25 +211,25 @@ ordered_json causeJson( const Sim::Cause& cause )
    return object;
 }
 
-void addCause( ordered_json& row, const char* name, const Sim::Cause& cause )
+void addCause( ordered_json& row, const char* name, const Sim::Cause* cause )
 {
-   if( !cause.text.empty() )
-      row[ name ] = causeJson( cause );
+   if( cause && !cause->text.empty() )
+      row[ name ] = causeJson( *cause );
 }
 
-ordered_json entryNoteJson( const EntryNote& entry )
+ordered_json entryNoteJson( const Sim::RangeNote& range, const EntryNote& entry )
 {
-   ordered_json row{ { "id", entry.id }, { "name", entry.name }, { "enabled", entry.enabled },
-      { "fitted", entry.fitted }, { "failed", entry.failed } };
-   row.update( Sim::ruleJson( entry.rule ) );
+   ordered_json row{ { "id", entry.id }, { "name", entry.entry->name },
+      { "enabled", entry.entry->enabled }, { "fitted", entry.fitted }, { "failed", entry.failed } };
+   row.update( Sim::ruleJson( *entry.entry->hardware ) );
    if( entry.wanted ) {
       row[ "missed" ] = Sim::qualifierJson( *entry.wanted );
-      row[ "had" ] = entry.had;
+      row[ "had" ] = range.presented.valueText( entry.wanted->role );
       if( !entry.why.empty() )
          row[ "why" ] = entry.why;
    }
-   addCause( row, "cause", entry.cause );
-   addCause( row, "enabling", entry.enableCause );
+   addCause( row, "cause", &entry.entry->cause );
+   addCause( row, "enabling", entry.entry->enableCause() );
    return row;
 }
 
@@ -236,7 +240,7 @@ ordered_json rangeJson( const Sim::RangeNote& range )
    for( const EntryNote& entry : range.entries ) {
       if( entry.won )
          object[ "winner" ] = entry.id;
-      object[ "entries" ].push_back( entryNoteJson( entry ) );
+      object[ "entries" ].push_back( entryNoteJson( range, entry ) );
    }
    return object;
 }
@@ -261,15 +265,10 @@ ordered_json stateJson( const Sim::StateNote& note )
       row[ "register" ] = roleName( static_cast<Register>( number ) );
       row.update( Sim::registerJson( static_cast<Register>( number ), note.value ) );
       break;
-   case Sim::ChipPlace::Kind::vlanFlags: {
-      std::set<VlanFlag> flags;
-      for( std::size_t i = 0; i < roleNames<VlanFlag>.size(); ++i )
-         if( ( note.value >> i & 1 ) != 0 )
-            flags.insert( static_cast<VlanFlag>( i ) );
+   case Sim::ChipPlace::Kind::vlanFlags:
       row[ "vlan" ] = number;
-      row[ "flags" ] = Sim::flagsJson( flags );
+      row[ "flags" ] = Sim::flagsJson( note.flags() );
       break;
-   }
    case Sim::ChipPlace::Kind::myStation:
       row[ "myStation" ] = number;
       break;
@@ -314,7 +313,7 @@ Table explanationTable( Sim::PacketEngine& engine, const Sim::Verdict& verdict,
          addRange( table, range, all );
       for( const Sim::StageNote& note : about.after )
          if( all || note.stage != "entry" )
-            table.row( { note.stage, note.text } );
+            table.row( { std::string( note.stage ), note.text } );
       addOutcome( table, engine, verdict.passes[ i ] );
    }
    return table;
