@@ -146,7 +146,7 @@ void Slice::regroup( U32 index )
    if( scsd_->lagOfMember().find( intf ) )
       scsd_->lagOfMemberDel( intf );
    else
-      scsd_->lagOfMemberIs( intf, IntfId( "Port-Channel1" ) );
+      scsd_->lagOfMemberIs( intf, IntfId::portChannel( 1 ) );
 }
 
 } // namespace Bench
