@@ -13,8 +13,9 @@ Ref<L3PeerMacArpRedirectSm> l3PeerMacArpRedirectSmFactory(
 {
    auto sm =
       Vormel::make<L3PeerMacArpRedirectSm>( scsd, mlagStatus, mlagHwStatus, routingStatusHelper );
-   sm->handleInitialized();
+   // First, because a subscriber may change an input while the redirect is made.
    sm->hasNotificationActiveIs( true );
+   sm->handleInitialized();
    return sm;
 }
 

@@ -47,7 +47,7 @@ class VORMEL_EXPORT L3PeerMacArpRedirectSm : public Vormel::Reactor
    Input<&L3PeerMacArpRedirectSm::onScsd> scsdInput_;
 };
 
-/// Makes the reactor and switches its notifications on. It does not subscribe to an input that is null, and makes no
+/// Makes the reactor, switches its notifications on and brings the redirect in line. It does not subscribe to an input that is null, and makes no
 /// redirect without it. Destruction leaves the hardware as it is.
 VORMEL_EXPORT Ref<L3PeerMacArpRedirectSm> l3PeerMacArpRedirectSmFactory(
    const Ref<const StrataCommonSmData>& scsd, const Ref<const Mlag::Status>& mlagStatus,

@@ -173,6 +173,22 @@ TEST_F( ReentrancyTest, AMemberThatLeavesItsLagMeanwhileIsHandledByItsOwnEvent )
    EXPECT_FALSE( helper().vlanFloodPbmp().contains( 2 ) );
 }
 
+TEST_F( ReentrancyTest, APeerLinkMayMoveWhileItsReactorIsMade )
+{
+   helper().init( true, true );
+   hw().mlagHwStatus()->peerMacRoutingSupportedIs( true );
+   Mlag::Status& mlag = *hw().mlagStatus();
+   mlag.peerMacRoutingEnabledIs( true );
+   mlag.peerMacAddrIs( *EthAddr::parse( "02:00:a1:00:00:02" ) );
+   mlag.peerLinkIntfIs( one );
+   const Meddler meddler( agent->helper(), RoutingStatusHelper::peerMacArpRedirectNumber,
+      [ & ] { mlag.peerLinkIntfIs( two ); } );
+   agent->startReactors();
+   const U32 id = helper().peerMacArpRedirect();
+   const Sim::FieldRule& rule = *hw().chip( 0 ).groupOf( id )->find( id )->hardware;
+   EXPECT_EQ( rule.actions.front().parameter1, 2u );
+}
+
 // Changes during the construction of the reactor, before it has subscribed.
 TEST_F( ReentrancyTest, ASubscriberMayChangeInputsDuringTheConstructionOfTheReactor )
 {
