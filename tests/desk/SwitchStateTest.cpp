@@ -165,6 +165,7 @@ expect changes none
 set Ethernet2.forwardingModel routed
 expect changes 2
 show changes
+show changes | include "vlan flood pbr" | count
 set Ethernet2.forwardingModel routed
 expect changes 2
 mark
@@ -174,6 +175,7 @@ expect changes 1
       { "--quiet" } );
    EXPECT_EQ( outcome.status, 1 );
    EXPECT_THAT( outcome.out, testing::HasSubstr( "by set Ethernet2.forwardingModel routed" ) );
+   EXPECT_THAT( outcome.out, testing::HasSubstr( "\n  1 row\n" ) );
    EXPECT_THAT( outcome.out, testing::HasSubstr( "1-4 -> 1,3-4\n" ) );
    EXPECT_THAT( outcome.out, testing::HasSubstr( "found     0; 'show changes' lists them" ) );
 }

@@ -45,11 +45,16 @@ void Console::showEnds()
 std::vector<Toned> Console::filtered( std::vector<Toned> lines ) const
 {
    for( const Filter& filter : filters_ ) {
-      std::vector<std::string> rows; // a row's text, in one line
+      std::string section;
+      std::vector<std::string> rows; // a row's text behind that of its section, in one line
       std::vector<std::optional<std::size_t>> rowOfLine;
       for( const Toned& line : lines ) {
-         if( line.part == Part::row )
-            rows.push_back( line.text );
+         if( line.part == Part::head )
+            section.clear();
+         else if( line.part == Part::section )
+            section = line.text + ' ';
+         else if( line.part == Part::row )
+            rows.push_back( section + line.text );
          else if( line.part == Part::continuation )
             rows.back() += ' ' + line.text.substr( std::min(
                                     line.text.find_first_not_of( ' ' ), line.text.size() ) );
