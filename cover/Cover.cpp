@@ -11,11 +11,10 @@ namespace Strata::Cover {
 using namespace Sim;
 
 RangeCover::RangeCover( const SimSwitch& hardware, const ForwardingTables& tables, U32 unit,
-   FieldGroup& range, Evaluate evaluate )
-   : facts_( hardware, tables, unit ),
+   FieldGroup& range, Evaluate evaluate, PortNames names )
+   : facts_( hardware, tables, unit, names ),
      range_( range ),
-     evaluate_( std::move( evaluate ) ),
-     solver_( facts_, range )
+     evaluate_( std::move( evaluate ) )
 {}
 
 /// The number of bits that a rule compares.
@@ -54,17 +53,22 @@ bool RangeCover::wins( U32 id, const Verdict& verdict ) const
    return std::ranges::find( winners, Winner{ range_.profile().name, id } ) != winners.end();
 }
 
-/// Whether packets fare alike: where they go, and what is learned of them, whatever the reasons.
-static bool sameEffect( const Verdict& one, const Verdict& other )
+bool sameEffect( const Verdict& one, const Verdict& other )
 {
-   const auto samePass = []( const PassVerdict& a, const PassVerdict& b ) {
-      const bool sameCopy = a.cpu && b.cpu
-                               ? a.cpu->queue == b.cpu->queue && a.cpu->frame == b.cpu->frame
-                               : !a.cpu && !b.cpu;
-      return sameCopy && a.arrival == b.arrival && a.departures == b.departures &&
-             a.learning == b.learning;
+   const auto departures = []( const Departure* a, const Departure* b ) { return *a == *b; };
+   const auto copies = []( const CpuCopy* a, const CpuCopy* b ) {
+      return a->unit == b->unit && a->queue == b->queue && a->frame == b->frame;
    };
-   return std::ranges::equal( one.passes, other.passes, samePass );
+   const auto learned = []( const Verdict& verdict ) {
+      std::vector<Learning> all;
+      for( const PassVerdict& pass : verdict.passes )
+         if( pass.learning )
+            all.push_back( *pass.learning );
+      return all;
+   };
+   return std::ranges::equal( one.departures(), other.departures(), departures ) &&
+          std::ranges::equal( one.cpuCopies(), other.cpuCopies(), copies ) &&
+          learned( one ) == learned( other );
 }
 
 bool RangeCover::hasEffect( U32 id, const Coverage& coverage, const Verdict& with )
@@ -73,6 +77,15 @@ bool RangeCover::hasEffect( U32 id, const Coverage& coverage, const Verdict& wit
    const Trial without = evaluate_( coverage.rows, coverage.packet );
    range_.enable( id, true );
    return without.verdict && !sameEffect( with, *without.verdict );
+}
+
+bool RangeCover::isStill( const Coverage& found )
+{
+   const FieldEntry* const entry = range_.find( found.id );
+   if( found.outcome != Outcome::found || !entry || entry->name != found.name )
+      return false;
+   const Trial outcome = evaluate_( found.rows, found.packet );
+   return outcome.verdict && wins( found.id, *outcome.verdict );
 }
 
 Coverage RangeCover::of( U32 id )
@@ -85,9 +98,11 @@ Coverage RangeCover::of( U32 id )
       coverage.reasons = { "it is disabled" };
       return coverage;
    }
+   if( !solver_ )
+      solver_.emplace( facts_, range_ );
    U32 wonBy = 0;
    for( U32 trial = 0; trial < mostTrials && wonBy < mostWins && !coverage.hasEffect; ++trial ) {
-      const Solver::Answer answer = solver_.find( id );
+      const Solver::Answer answer = solver_->find( id );
       if( !answer.shape ) {
          if( wonBy == 0 )
             prove( coverage, answer );
@@ -108,9 +123,9 @@ Coverage RangeCover::of( U32 id )
          coverage.tried.push_back(
             recipe.packet() + ( outcome.refusal.empty() ? "" : ": " + outcome.refusal ) );
       }
-      solver_.refute( *answer.shape, won );
+      solver_->refute( *answer.shape, won );
    }
-   solver_.reset();
+   solver_->reset();
    return coverage;
 }
 

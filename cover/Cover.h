@@ -7,9 +7,11 @@
 #include "sim/packet/PacketEngine.h"
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Strata::Cover {
@@ -51,6 +53,13 @@ struct Coverage
    std::vector<std::string> tried{};
 };
 
+/// Whether packets fare alike: the frames that leave, the copies for the CPU, what is learned; whatever the reasons, and
+/// the passes in between.
+bool sameEffect( const Sim::Verdict& one, const Sim::Verdict& other );
+
+/// Packets that were found before, by unit and entry.
+using Memory = std::map<std::pair<U32, U32>, Coverage>;
+
 class RangeCover
 {
  public:
@@ -60,10 +69,12 @@ class RangeCover
 
    /// Requires: the switch, its tables and the range do not change while it exists; Solver::available().
    RangeCover( const Sim::SimSwitch& hardware, const Sim::ForwardingTables& tables, U32 unit,
-      Sim::FieldGroup& range, Evaluate evaluate );
+      Sim::FieldGroup& range, Evaluate evaluate, PortNames names = PortNames::interfaces );
 
    /// For an entry in hardware. Of packets that win it, one that fares otherwise without the entry is preferred.
    Coverage of( U32 id );
+   /// Whether a packet that was found before still wins its entry.
+   bool isStill( const Coverage& found );
 
  private:
    bool wins( U32 id, const Sim::Verdict& verdict ) const;
@@ -73,7 +84,7 @@ class RangeCover
    Facts facts_;
    Sim::FieldGroup& range_;
    Evaluate evaluate_;
-   Solver solver_;
+   std::optional<Solver> solver_; // made when it is needed
 };
 
 } // namespace Strata::Cover

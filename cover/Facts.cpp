@@ -54,10 +54,12 @@ bool checksReversePath( const Chip& chip, RegisterField ofFamily )
 
 } // namespace
 
-Facts::Facts( const SimSwitch& ofHardware, const ForwardingTables& ofTables, U32 ofUnit )
+Facts::Facts(
+   const SimSwitch& ofHardware, const ForwardingTables& ofTables, U32 ofUnit, PortNames usedNames )
    : hardware( ofHardware ),
      tables( ofTables ),
      unit( ofUnit ),
+     names( usedNames ),
      chip( ofHardware.chip( ofUnit ) ),
      routesOutOfTunnels( chip.profile().attributes.vxlanRoutingInOnePass ),
      checksReversePath4( checksReversePath( chip, RegisterField::Ip4UrpfOnL3Iif ) ),
@@ -190,10 +192,11 @@ U64 Facts::tunnelHop() const
 
 std::string Facts::portWords( PortRef port ) const
 {
-   for( const auto& [ intf, at ] : hardware.scsd()->strataIntfToPort() )
-      if( at && at.unit() == port.unit && intf.isEthernet() &&
-          portRef( hardware.chips(), at ) == port )
-         return intf.toString();
+   if( names == PortNames::interfaces )
+      for( const auto& [ intf, at ] : hardware.scsd()->strataIntfToPort() )
+         if( at && at.unit() == port.unit && intf.isEthernet() &&
+             portRef( hardware.chips(), at ) == port )
+            return intf.toString();
    const SpecialPorts& special = chip.profile().specialPorts;
    const int number = static_cast<int>( hardware.chip( port.unit ).sdkPort( port.port ) );
    const std::string name = number == special.cpu             ? "cpu"

@@ -55,13 +55,22 @@ struct StationPlace
    bool arp = false;
 };
 
+/// How the words of packets name ports.
+enum class PortNames : U8
+{
+   interfaces, // "Ethernet1"
+   numbers,    // "port 1", which is the same port while interfaces come and go
+};
+
 struct Facts
 {
-   Facts( const Sim::SimSwitch& hardware, const Sim::ForwardingTables& tables, U32 unit );
+   Facts( const Sim::SimSwitch& hardware, const Sim::ForwardingTables& tables, U32 unit,
+      PortNames names = PortNames::interfaces );
 
    const Sim::SimSwitch& hardware;
    const Sim::ForwardingTables& tables;
    U32 unit;
+   PortNames names;
    const Sim::Chip& chip;
 
    std::vector<ArrivalPlace> arrivals;

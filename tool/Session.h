@@ -31,6 +31,8 @@ struct AttributePath
 };
 
 class Session;
+/// Gets the hardware calls, while the line that makes them runs.
+using CallListener = std::function<void( const Session&, const Sim::Record& )>;
 
 struct SessionConfig
 {
@@ -39,8 +41,7 @@ struct SessionConfig
    bool checking = false;       // judges no expectation and writes no capture
    std::string recordingFile{}; // of the switch; empty for none
    U64 recordingLimit = 0;      // of the file, in bytes; 0 for none
-   /// Gets the hardware calls, while the line that makes them runs.
-   std::function<void( const Session&, const Sim::Record& )> callListener{};
+   CallListener callListener{};
 };
 
 class Session
@@ -135,6 +136,12 @@ class Session
    void passedOver( const Line& line, const std::string& why );
    /// Ends the switch: the critic reports calls that are missing at the end.
    void end();
+
+   /// Sets the listener for hardware calls, and returns the one before.
+   CallListener callListenerIs( CallListener listener )
+   {
+      return std::exchange( config_.callListener, std::move( listener ) );
+   }
 
    /// The line that runs, for reports while it runs; null if none does.
    const Line* running() const { return running_; }

@@ -167,6 +167,7 @@ explain in Ethernet1 dmac ff:ff:ff:ff:ff:ff arp request from 10.1.0.1 for 10.1.0
 probe routed in Ethernet1 dmac router ipv4 src 10.1.0.5 dst 10.2.0.9
 cover
 lint
+transient call installTcamEntryForNonRoutableToCpu bridgeMac
 pcap tests/packet/frames/frames.pcap in Ethernet1
 pcap tests/packet/frames/frames.pcap in Ethernet1 summary
 call routedIntf Ethernet1

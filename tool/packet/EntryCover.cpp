@@ -3,14 +3,20 @@
 #include "tool/Session.h"
 #include "tool/packet/TableTrial.h"
 
+#include <functional>
 #include <optional>
 
 namespace Strata::Tool {
 
-std::vector<Cover::Coverage> entryCover(
-   Session& session, const std::vector<U32>& units, std::string_view range )
+namespace {
+
+using Cover::Coverage;
+using Cover::RangeCover;
+
+/// Calls `each` for every entry in hardware, with the search of its range.
+void forEntries( Session& session, const std::vector<U32>& units, std::string_view range,
+   Cover::PortNames names, const std::function<void( RangeCover& cover, U32 unit, U32 id )>& each )
 {
-   std::vector<Cover::Coverage> all;
    Sim::SimSwitch& hardware = session.agent().hardware();
    // A trial changes the tables and takes the change back.
    const Sim::ForwardingTables tables = session.packets().tables();
@@ -18,18 +24,44 @@ std::vector<Cover::Coverage> entryCover(
       for( Sim::FieldGroup& group : hardware.chip( unit ).groups() ) {
          if( !range.empty() && group.profile().name != range )
             continue;
-         std::optional<Cover::RangeCover> cover;
+         std::optional<RangeCover> cover;
          for( const auto& [ id, entry ] : group.entries() ) {
             if( !entry.installed() )
                continue;
             if( !cover )
-               cover.emplace( hardware, tables, unit, group,
+               cover.emplace(
+                  hardware, tables, unit, group,
                   [ &session ]( const std::vector<std::string>& rows, const std::string& packet ) {
                      return tryPacket( session, rows, packet );
-                  } );
-            all.push_back( cover->of( id ) );
+                  },
+                  names );
+            each( *cover, unit, id );
          }
       }
+}
+
+} // namespace
+
+std::vector<Coverage> entryCover(
+   Session& session, const std::vector<U32>& units, std::string_view range )
+{
+   std::vector<Coverage> all;
+   forEntries( session, units, range, Cover::PortNames::interfaces,
+      [ & ]( RangeCover& cover, U32, U32 id ) { all.push_back( cover.of( id ) ); } );
+   return all;
+}
+
+std::vector<Coverage> entryPackets( Session& session, Cover::Memory& memory )
+{
+   std::vector<Coverage> all;
+   forEntries( session, session.agent().hardware().units(), {}, Cover::PortNames::numbers,
+      [ & ]( RangeCover& cover, U32 unit, U32 id ) {
+         Coverage& known = memory[ { unit, id } ];
+         if( !cover.isStill( known ) )
+            known = cover.of( id );
+         if( known.outcome == Cover::Outcome::found )
+            all.push_back( known );
+      } );
    return all;
 }
 

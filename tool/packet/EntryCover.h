@@ -15,4 +15,8 @@ class Session;
 std::vector<Cover::Coverage> entryCover(
    Session& session, const std::vector<U32>& units, std::string_view range = {} );
 
+/// Found ones of all units, whose words name ports by their numbers. A packet that still wins its entry is taken from
+/// the memory, to which the others are added.
+std::vector<Cover::Coverage> entryPackets( Session& session, Cover::Memory& memory );
+
 } // namespace Strata::Tool

@@ -1,6 +1,7 @@
 // The packets of a session: the engine that forwards them, the last one, and the captures to files.
 #pragma once
 
+#include "cover/Cover.h"
 #include "platform/runtime/Clock.h"
 #include "sim/packet/PacketEngine.h"
 #include "tool/packet/CaptureFile.h"
@@ -35,6 +36,9 @@ class PacketDesk
    const LastPacket* last() const { return last_ ? &*last_ : nullptr; }
    void lastIs( LastPacket last ) { last_.emplace( std::move( last ) ); }
 
+   /// Packets that were found for entries.
+   Cover::Memory& entryPackets() { return entryPackets_; }
+
    bool captures( Sim::PortRef port ) const { return ports_.contains( port ); }
    bool capturesCpu( U32 unit ) const { return cpus_.contains( unit ); }
    /// Writes frames that leave on the port from now on, or go to the unit's CPU, to a pcap file, which replaces an
@@ -56,6 +60,7 @@ class PacketDesk
    Sim::PacketEngine engine_;
    const Vormel::Clock& clock_;
    std::optional<LastPacket> last_;
+   Cover::Memory entryPackets_;
    std::map<Sim::PortRef, std::unique_ptr<CaptureWriter>> ports_;
    std::map<U32, std::unique_ptr<CaptureWriter>> cpus_;
    std::string problem_;

@@ -4,7 +4,9 @@
 #include "tool/packet/PacketWords.h"
 #include "tool/words/Command.h"
 
+#include <optional>
 #include <set>
+#include <utility>
 
 namespace Strata::Tool {
 
@@ -43,6 +45,20 @@ class TableGuard
    std::set<U16> vlans_; // of all chips
 };
 
+/// Runs the commands, and takes the packet's words.
+Sim::Arrival takeAfter(
+   Session& session, const std::vector<std::string>& commands, const std::string& packet )
+{
+   for( const std::string& command : commands ) {
+      const Line line = splitLine( {}, 0, command );
+      Words words( line );
+      takeCommand( words ).act( session, words )( session );
+   }
+   const Line line = splitLine( {}, 0, packet );
+   Words words( line );
+   return takeArrival( session, words );
+}
+
 } // namespace
 
 Cover::Trial tryPacket( Session& session, const std::vector<std::string>& commands,
@@ -52,17 +68,27 @@ Cover::Trial tryPacket( Session& session, const std::vector<std::string>& comman
    if( !commands.empty() )
       guard.emplace( session );
    try {
-      for( const std::string& command : commands ) {
-         const Line line = splitLine( {}, 0, command );
-         Words words( line );
-         takeCommand( words ).act( session, words )( session );
-      }
-      const Line line = splitLine( {}, 0, packet );
-      Words words( line );
-      return { session.packets().engine().explain( takeArrival( session, words ), explanation ) };
+      return { session.packets().engine().explain(
+         takeAfter( session, commands, packet ), explanation ) };
    } catch( const InputError& refusal ) {
       return { std::nullopt, refusal.problem() };
    }
+}
+
+Scene sceneOf(
+   Session& session, const std::vector<std::string>& commands, const std::string& packet )
+{
+   const TableGuard guard( session );
+   Sim::Arrival arrival = takeAfter( session, commands, packet );
+   return { session.packets().tables(), std::move( arrival ) };
+}
+
+Sim::Verdict verdictIn( Session& session, Scene& scene )
+{
+   std::swap( session.packets().tables(), scene.tables );
+   Sim::Verdict verdict = session.packets().engine().explain( scene.arrival );
+   std::swap( session.packets().tables(), scene.tables );
+   return verdict;
 }
 
 } // namespace Strata::Tool

@@ -15,4 +15,18 @@ class Session;
 Cover::Trial tryPacket( Session& session, const std::vector<std::string>& commands,
    const std::string& packet, Sim::Explanation* explanation = nullptr );
 
+/// A packet with the tables that it is forwarded by.
+struct Scene
+{
+   Sim::ForwardingTables tables;
+   Sim::Arrival arrival;
+};
+
+/// InputError if a command or the packet is refused.
+Scene sceneOf(
+   Session& session, const std::vector<std::string>& commands, const std::string& packet );
+
+/// Of the chips as they are, with the scene's tables.
+Sim::Verdict verdictIn( Session& session, Scene& scene );
+
 } // namespace Strata::Tool

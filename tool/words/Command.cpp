@@ -24,6 +24,7 @@ std::vector<Theme> allThemes()
       { "Packets", packetCommands() },
       { "Probes", probeCommands() },
       { "Packets for entries", coverCommands() },
+      { "Packets while a command runs", transientCommands() },
       { "Attributes and operations", stateCommands() },
       { "The router", routerCommands() },
       { "The run", runCommands() },

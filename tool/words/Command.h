@@ -38,7 +38,7 @@ struct Command
       return name.starts_with( "show " ) || name == "explain" || name == "cover" || name == "help";
    }
    /// Whether the line may end with --json.
-   bool takesJson() const { return shows() || name == "pcap"; }
+   bool takesJson() const { return shows() || name == "pcap" || name == "transient"; }
 
    /// Parses the line to its end. InputError, also from the act, with the place of the error.
    Act act( const Session& session, Words& words ) const;
@@ -89,6 +89,7 @@ std::vector<Command> changeCommands();
 std::vector<Command> packetCommands();
 std::vector<Command> probeCommands();
 std::vector<Command> coverCommands();
+std::vector<Command> transientCommands();
 std::vector<Command> shellCommands();
 
 } // namespace Strata::Tool

@@ -1,0 +1,110 @@
+// What becomes of packets while a command runs: every event of every scenario is watched, and orders that are wrong on
+// purpose are found.
+#include "tests/tool/CommandLine.h"
+#include "tool/ScenarioFile.h"
+#include "tool/Session.h"
+#include "tool/packet/Transients.h"
+
+#include <filesystem>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <set>
+
+namespace Strata::Tool {
+namespace {
+
+/// Whether the command changes a switch that exists.
+bool isEvent( const Command& command )
+{
+   static const std::set<std::string_view> others{ "switch", "no switch", "quiet", "loud", "mark",
+      "note", "include", "transient", "packet", "pcap", "probe", "no probe", "capture",
+      "no capture", "cover", "lint" };
+   return command.needsSwitch && !command.shows() && !command.name.starts_with( "expect" ) &&
+          !others.contains( command.name );
+}
+
+/// "COMMAND => PACKET: what becomes of it" for each transient of the scenario's events that is not accepted.
+std::string transientsOf( const std::string& scenario )
+{
+   const Vormel::LockAnchor lock( Vormel::activityLock() );
+   std::ofstream nothing( "/dev/null" );
+   Console console( nothing, nothing, {} );
+   Session session( console );
+   ScenarioFile lines( scenario );
+   std::string all;
+   while( const std::optional<Line> line = lines.next() ) {
+      if( line->words.empty() )
+         continue;
+      Words words( *line );
+      const Command& command = takeCommand( words );
+      if( !isEvent( command ) || !session.hasAgent() ) {
+         session.run( *line );
+         continue;
+      }
+      const std::set<std::string> accepted = acceptedTransients( scenario, commandText( *line ) );
+      for( const Transient& transient :
+         runWatched( session, command.act( session, words ), words ) )
+         if( !accepted.contains( transient.packet ) )
+            all += commandText( *line ) + " => " + transient.packet + ": " + transient.meanwhile +
+                   " from " + transient.call + "\n";
+   }
+   return all;
+}
+
+std::vector<std::string> scenarios()
+{
+   std::vector<std::string> names;
+   for( const auto& file : std::filesystem::directory_iterator( "scenarios" ) )
+      if( file.path().extension() == ".scenario" )
+         names.push_back( file.path().stem().string() );
+   return names;
+}
+
+class TransientTest : public testing::TestWithParam<std::string>
+{
+};
+
+TEST_P( TransientTest, NoPacketFaresOtherwiseThanBeforeOrAfterAnEvent )
+{
+   if( !Cover::Solver::available() )
+      GTEST_SKIP() << "this build has no solver";
+   EXPECT_EQ( transientsOf( "scenarios/" + GetParam() + ".scenario" ), "" );
+}
+
+INSTANTIATE_TEST_SUITE_P(
+   Scenarios, TransientTest, testing::ValuesIn( scenarios() ), []( const auto& scenario ) {
+      std::string name = scenario.param;
+      std::erase( name, '-' );
+      return name;
+   } );
+
+TEST( Transient, IsExpectedUnlessAFileAcceptsIt )
+{
+   if( !Cover::Solver::available() )
+      GTEST_SKIP() << "this build has no solver";
+   const std::string text =
+      "switch hsdk ports 4\ninterface Ethernet1-4 unit 0 port 1\nvlan 10 svi\nbring-up\n"
+      "probe request in Ethernet1 dmac 02:00:a1:00:00:01 vlan 10 arp request\n"
+      "expect hitless set pbr.pbrEnabled true\n"
+      "expect hitless router 02:00:a1:00:00:01\n";
+   const std::string accepted =
+      std::filesystem::path( scenarioFile( text ) ).replace_extension( ".transients" );
+   const std::string entry = "drop ucast arp request with dmac=bridgeMac";
+   std::filesystem::remove( accepted );
+   const Outcome refused = runText( text );
+   EXPECT_EQ( refused.status, 1 ) << refused.out << refused.err;
+   EXPECT_THAT( refused.out, testing::HasSubstr( "1 of 2 expectations" ) );
+   for( const std::string& packet :
+      { "'" + entry + "' CPU queue 0: ", std::string( "'request' CPU queue 0: " ) } )
+      EXPECT_THAT( refused.out + refused.err, testing::HasSubstr( packet ) );
+   std::ofstream( accepted ) << "router 02:00:a1:00:00:01 => " << entry
+                             << " => prescribed\n* => request => the same\n";
+   EXPECT_EQ( runText( text ).status, 0 );
+   std::ofstream( accepted ) << "router 02:00:a1:00:00:09 => " << entry
+                             << " => another\n* => request => the same\n";
+   EXPECT_EQ( runText( text ).status, 1 );
+}
+
+} // namespace
+} // namespace Strata::Tool
