@@ -5,7 +5,6 @@
 #include "sim/chip/MyStationTable.h"
 #include "sim/chip/RegisterLayout.h"
 
-#include <algorithm>
 #include <map>
 #include <tuple>
 #include <vector>

@@ -1,6 +1,5 @@
 #include "cover/Formula.h"
 
-#include "platform/state/StrataCommon.h"
 #include "sim/packet/FieldKey.h"
 #include "sim/packet/Frame.h"
 

@@ -7,7 +7,6 @@
 
 namespace Strata::Cover {
 
-using Sim::FieldEntry;
 using Sim::FieldQualifier;
 using Sim::FieldRule;
 

@@ -6,6 +6,7 @@
 #include "tests/sim/EveryProfile.h"
 #include "tests/tool/CommandLine.h"
 #include "tool/ScenarioRun.h"
+#include "tool/packet/CaptureFile.h"
 #include "tool/packet/EntryCover.h"
 #include "tool/packet/TableTrial.h"
 
@@ -238,6 +239,42 @@ TEST_P( CoverTest, NoPacketWinsAnEntryThatIsProvedToHaveNone )
    EXPECT_GT( others, 20U );
 }
 
+/// STRATA_RANDOM_STEPS, as for the other tests of random steps; each profile makes a quarter.
+U32 steps( U32 usual )
+{
+   const char* const asked = std::getenv( "STRATA_RANDOM_STEPS" );
+   return ( asked ? static_cast<U32>( std::stoul( asked ) ) : usual ) / 4;
+}
+
+std::string rulesOf( const FieldGroup& group )
+{
+   std::string text = group.profile().name;
+   for( const auto& [ id, entry ] : group.entries() )
+      if( entry.active() )
+         text += " " + std::to_string( id ) + " " + entry.hardware->text();
+   return text;
+}
+
+TEST_P( CoverTest, NothingIsUnknownWhateverTheStepsBefore )
+{
+   NEEDS_SOLVER();
+   run( "switch " + std::string( GetParam() ) +
+        " units 1,4 ports 16\nrouter 02:00:a1:00:00:01\nbring-up" );
+   StepGenerator generator( 11 );
+   std::set<std::string> solved; // equal contents are solved once
+   for( U32 step = steps( 500 ); step > 0; --step ) {
+      apply( generator.next( agent().hardware() ), agent() );
+      for( auto& [ unit, chip ] : agent().hardware().chips() )
+         for( const FieldGroup& group : chip.groups() )
+            if( solved.insert( rulesOf( group ) ).second ) {
+               EXPECT_EQ( problemsOf(
+                             session, Tool::entryCover( session, { unit }, group.profile().name ) ),
+                  "" );
+            }
+   }
+   EXPECT_GT( solved.size(), 10U );
+}
+
 INSTANTIATE_TEST_SUITE_P( EveryProfile, CoverTest, everyProfile(), profileSuffix );
 
 /// Entries of qualifiers with few values, so that all keys can be listed.
@@ -327,6 +364,27 @@ TEST_F( PacketTest, BlockersAreThoseThatCoverAnEntryAndNoneTooMany )
          }
       }
    }
+}
+
+TEST_F( PacketTest, FoundPacketsAreWrittenToCaptures )
+{
+   NEEDS_SOLVER();
+   const std::string directory = testing::TempDir() + "FoundPacketsAreWrittenToCaptures";
+   std::filesystem::remove_all( directory );
+   std::filesystem::create_directory( directory );
+   bringUp( "acl" );
+   run( "cover main pcap " + directory );
+   std::size_t files = 0;
+   for( const Coverage& about : Tool::entryCover( session, { 0 }, "main" ) ) {
+      if( about.outcome != Outcome::found )
+         continue;
+      ++files;
+      const std::string file = directory + "/main-" + std::to_string( about.id ) + "-unit-0.pcap";
+      EXPECT_TRUE( Tool::frameInFile( file, 1 ) ==
+                   Tool::sceneOf( session, about.rows, about.packet ).arrival.frame );
+   }
+   EXPECT_EQ( std::distance( std::filesystem::directory_iterator( directory ), {} ), files );
+   EXPECT_GT( files, 5U );
 }
 
 /// The page says what its commands say, apart from the packets that the solver chose.

@@ -1,10 +1,13 @@
 // What becomes of packets while a command runs: every event of every scenario is watched, and orders that are wrong on
 // purpose are found.
+#include "tests/packet/PacketTest.h"
 #include "tests/tool/CommandLine.h"
 #include "tool/ScenarioFile.h"
 #include "tool/Session.h"
+#include "tool/packet/EntryCover.h"
 #include "tool/packet/Transients.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
@@ -78,6 +81,65 @@ INSTANTIATE_TEST_SUITE_P(
       std::erase( name, '-' );
       return name;
    } );
+
+/// Rewrites an entry as it is, in an order that lets packets through meanwhile.
+enum class WrongOrder : U8
+{
+   removedFirst,
+   disabledMeanwhile,
+   halfWritten,
+};
+
+void rewrite( Session& session, const Cover::Coverage& about, WrongOrder order )
+{
+   Sim::SimSwitch& hardware = session.agent().hardware();
+   const Ref<Sim::SimTcamEntryManager> manager = hardware.tcamManager( about.range );
+   Sim::FieldEntry& entry = *hardware.chip( about.unit ).group( about.range )->find( about.id );
+   const std::vector<Sim::FieldActionData> actions = entry.claim.actions;
+   switch( order ) {
+   case WrongOrder::removedFirst:
+      manager->removeEntry( about.unit, about.id );
+      manager->installEntry( about.unit, about.id );
+      return;
+   case WrongOrder::disabledMeanwhile:
+      for( const bool enabled : { false, true } )
+         manager->enableEntry(
+            about.unit, about.id, enabled, hardware.shim().fieldEntryEnableMode() );
+      return;
+   case WrongOrder::halfWritten:
+      entry.claim.actions = { { .role = FieldAction::CosQCpuNew, .parameter0 = 40 },
+         { .role = FieldAction::CopyToCpu } };
+      manager->reinstallEntry( about.unit, about.id );
+      entry.claim.actions = actions;
+      manager->reinstallEntry( about.unit, about.id );
+      return;
+   }
+}
+
+TEST_F( PacketTest, AnEntryThatIsRewrittenInAWrongOrderIsNamed )
+{
+   if( !Cover::Solver::available() )
+      GTEST_SKIP() << "this build has no solver";
+   bringUp( "hsdk" );
+   agent().hardware().critic().collect();
+   const Line line = splitLine( "test", 1, "transient" );
+   const Words words( line );
+   U32 faults = 0;
+   for( const Cover::Coverage& about : entryCover( session, { 0 } ) ) {
+      if( !about.hasEffect )
+         continue;
+      for( const WrongOrder order :
+         { WrongOrder::removedFirst, WrongOrder::disabledMeanwhile, WrongOrder::halfWritten } ) {
+         const auto transients = runWatched(
+            session, [ & ]( Session& live ) { rewrite( live, about, order ); }, words );
+         const bool named =
+            std::ranges::find( transients, about.name, &Transient::packet ) != transients.end();
+         EXPECT_TRUE( named ) << about.name << " " << static_cast<int>( order );
+         ++faults;
+      }
+   }
+   EXPECT_GE( faults, 20U );
+}
 
 TEST( Transient, IsExpectedUnlessAFileAcceptsIt )
 {

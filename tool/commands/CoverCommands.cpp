@@ -1,10 +1,14 @@
 // Packets for the entries of the Field Processor.
+#include "platform/runtime/Errors.h"
 #include "platform/runtime/Format.h"
 #include "sim/chip/FieldRefusals.h"
 #include "tool/Session.h"
+#include "tool/packet/CaptureFile.h"
 #include "tool/packet/EntryCover.h"
+#include "tool/packet/TableTrial.h"
 #include "tool/words/Command.h"
 
+#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -25,6 +29,7 @@ struct CoverWords
 {
    std::string range; // empty for all
    std::vector<U32> units;
+   std::string directory{}; // of the packets' captures; empty for none
 };
 
 std::vector<std::string_view> rangeNames( const Session& session )
@@ -165,9 +170,8 @@ void showFindings( Session& session, const CoverWords& asked )
    session.console().table( "Findings about the entries", table );
 }
 
-void showCoverage( Session& session, const CoverWords& asked )
+void showCoverage( Session& session, const CoverWords& asked, const std::vector<Coverage>& all )
 {
-   const std::vector<Coverage> all = entryCover( session, asked.units, asked.range );
    session.console().table(
       "Packets for the entries",
       [ & ] {
@@ -188,13 +192,54 @@ void showCoverage( Session& session, const CoverWords& asked )
       } );
 }
 
-template<void ( *show )( Session& session, const CoverWords& asked )>
-Act parseRange( const Session& session, Words& words )
+void needSolver( const Words& words )
 {
-   const CoverWords asked = takeRangeAndUnits( session, words );
    if( !Cover::Solver::available() )
       words.failAt( words.line().words.front(), noSolver );
-   return [ asked ]( Session& live ) { show( live, asked ); };
+}
+
+/// Writes the frame of each packet that is found to a capture of its own: main-1016-unit-0.pcap.
+void writeCaptures(
+   Session& session, const std::vector<Coverage>& all, const std::string& directory )
+{
+   for( const Coverage& about : all ) {
+      if( about.outcome != Outcome::found )
+         continue;
+      const std::string file =
+         directory + format( "/%s-%d-unit-%d.pcap", about.range, about.id, about.unit );
+      if( hasOtherContents( file ) )
+         throw Vormel::ValueError( "'" + file + "' exists and is not a capture" );
+      const Scene scene = sceneOf( session, about.rows, about.packet );
+      const std::string problem = CaptureWriter( file ).add( scene.arrival.frame, 0 );
+      if( !problem.empty() )
+         throw Vormel::ValueError( problem );
+   }
+}
+
+Act cover( const Session& session, Words& words )
+{
+   CoverWords asked = takeRangeAndUnits( session, words );
+   const Word* directory = nullptr;
+   if( words.accept( "pcap" ) ) {
+      asked.directory = words.take( "a directory", "DIR" ).text;
+      directory = words.last();
+      if( !std::filesystem::is_directory( asked.directory ) )
+         words.fail( "'" + asked.directory + "' is not a directory" );
+   }
+   needSolver( words );
+   return [ asked, directory, &words ]( Session& live ) {
+      const std::vector<Coverage> all = entryCover( live, asked.units, asked.range );
+      showCoverage( live, asked, all );
+      if( directory && !live.checking() )
+         words.blaming( *directory, [ & ] { writeCaptures( live, all, asked.directory ); } );
+   };
+}
+
+Act lint( const Session& session, Words& words )
+{
+   const CoverWords asked = takeRangeAndUnits( session, words );
+   needSolver( words );
+   return [ asked ]( Session& live ) { showFindings( live, asked ); };
 }
 
 } // namespace
@@ -202,12 +247,10 @@ Act parseRange( const Session& session, Words& words )
 std::vector<Command> coverCommands()
 {
    return {
-      { "cover", "[RANGE] [unit N]",
-         "find a packet that each entry wins, or prove that there is none",
-         parseRange<showCoverage> },
+      { "cover", "[RANGE] [unit N] [pcap DIR]",
+         "find a packet that each entry wins, or prove that there is none", cover },
       { "lint", "[RANGE] [unit N]",
-         "list entries that never win, have no effect, or whose actions do not go together",
-         parseRange<showFindings> },
+         "list entries that never win, have no effect, or whose actions do not go together", lint },
    };
 }
 

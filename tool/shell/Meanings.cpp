@@ -77,6 +77,7 @@ constexpr Meaning meanings[] = {
    { "higig", "the stack link" },
    { "probe", "a packet that has a name" },
    { "hex", "the frame in hexadecimal bytes" },
+   { "cover pcap", "write the packets to captures in this directory" },
    { "pcap", "a frame of a capture file" },
    { "frame", "which frame of the file" },
    { "frames", "some frames, as in 5-9" },
