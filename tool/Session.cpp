@@ -59,11 +59,7 @@ void Session::run( const Line& line )
    Line asked = line;
    Words words( asked );
    const Command& command = takeCommand( words );
-   if( isTwin_ && needsSlice( command ) )
-      words.failAt(
-         line.words.front(), "'" + std::string( command.name ) +
-                                "' is not possible here: this is the twin of a recording, "
-                                "which has its switch and no slice" );
+   checkPossible( words, command );
    const std::optional<Line> filterLine = command.shows() ? cutFilters( asked ) : std::nullopt;
    const Word last = asked.words.back();
    const bool json = last.text == "--json" && !last.quoted;
@@ -97,6 +93,15 @@ void Session::run( const Line& line )
    act( *this );
 }
 
+void Session::checkPossible( const Words& words, const Command& command ) const
+{
+   if( isTwin_ && needsSlice( command ) )
+      words.failAt(
+         words.line().words.front(), "'" + std::string( command.name ) +
+                                        "' is not possible here: this is the twin of a recording, "
+                                        "which has its switch and no slice" );
+}
+
 /// Whether the last lines of an agent that dies name such a record.
 static bool neededAtDeath( Sim::RecordKind kind )
 {
@@ -122,6 +127,8 @@ void Session::heard( const Sim::Record& record )
    if( record.kind == Sim::RecordKind::claim && firstRefusedClaim_.empty() &&
        !record.text.starts_with( "urpf" ) )
       firstRefusedClaim_ = record.text;
+   if( childListener_ )
+      childListener_( record );
    lastBreach_ = record.kind == Sim::RecordKind::breach ? record.text : std::string();
    console_.record( record );
 }
@@ -376,8 +383,9 @@ void Session::end()
    running_ = before;
 }
 
-void Session::childOf( ChildChannel& channel )
+void Session::childOf( ChildChannel& channel, RecordListener listener )
 {
+   childListener_ = std::move( listener );
    Vormel::assertionHookIs( nullptr );
    // The files belong to the parent.
    if( packets_ )

@@ -31,6 +31,7 @@ struct AttributePath
 };
 
 class Session;
+struct Command;
 /// Gets the hardware calls, while the line that makes them runs.
 using CallListener = std::function<void( const Session&, const Sim::Record& )>;
 
@@ -73,6 +74,8 @@ class Session
    /// commands that need one are refused. Desk::RecordingError if it cannot be made.
    void twinIs( const Desk::RecordingFile& recording );
    bool isTwin() const { return isTwin_; }
+   /// InputError if a twin cannot run the command.
+   void checkPossible( const Words& words, const Command& command ) const;
    /// ValueError when the configuration is invalid.
    void check( const AgentConfig& config ) const;
    /// Whether the switch has another profile than that in its line: expectations are not judged, and broken
@@ -146,8 +149,10 @@ class Session
    /// The line that runs, for reports while it runs; null if none does.
    const Line* running() const { return running_; }
 
-   /// Makes this the session of a child process, which runs one more command.
-   void childOf( ChildChannel& channel );
+   /// Makes this the session of a child process, which runs one more command. The listener gets the records that console
+   /// and reports need, at least calls and refused claims.
+   using RecordListener = std::function<void( const Sim::Record& )>;
+   void childOf( ChildChannel& channel, RecordListener listener = {} );
 
  private:
    void heard( const Sim::Record& record );
@@ -175,6 +180,7 @@ class Session
    bool over_ = false;
    bool hasLostSwitch_ = false;
    ChildChannel* channel_ = nullptr; // of a child
+   RecordListener childListener_;
    RunCounts counts_;
 };
 

@@ -170,6 +170,8 @@ lint
 transient call installTcamEntryForNonRoutableToCpu bridgeMac
 pcap tests/packet/frames/frames.pcap in Ethernet1
 pcap tests/packet/frames/frames.pcap in Ethernet1 summary
+plan call handleTcamEntryMplsTrafficDrop false
+plan stp Ethernet1 blocking
 call routedIntf Ethernet1
 note text
 expect attribute useLb true

@@ -33,6 +33,7 @@ std::vector<Theme> allThemes()
       { "Show the switch", showPartsCommands() },
       { "Show tables of packets", showTableCommands() },
       { "Changes", changeCommands() },
+      { "Plans", planCommands() },
       { "Expect", expectCommands() },
       { "Expect events", expectEventCommands() },
       { "Expect of packets", expectPacketCommands() },

@@ -1,0 +1,157 @@
+// Plans: they change nothing, and what they say comes true.
+#include "tool/Plan.h"
+#include "platform/runtime/Activity.h"
+#include "platform/runtime/Snapshot.h"
+#include "tests/packet/PacketTest.h"
+#include "tests/tool/CommandLine.h"
+#include "tool/ScenarioFile.h"
+
+#include <filesystem>
+#include <gmock/gmock.h>
+
+namespace Strata::Tool {
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+/// A value of a chip that differs, in one line.
+std::vector<std::string> texts( const std::vector<Desk::Difference>& differences )
+{
+   std::vector<std::string> all;
+   for( const Desk::Difference& row : differences )
+      all.push_back( row.part + "|" + std::to_string( row.key.unit ) + "|" + row.field + "|" +
+                     row.before.value_or( "-" ) + "|" + row.after.value_or( "-" ) );
+   return all;
+}
+
+class PlanTest : public testing::TestWithParam<std::string>
+{
+ protected:
+   Desk::SwitchState state() const { return Desk::SwitchState( session_.agent().hardware() ); }
+
+   /// What a plan might touch: the chips, the objects, the transcript, the packets.
+   std::string everything()
+   {
+      Agent& agent = session_.agent();
+      std::ostringstream text;
+      for( const std::string& name : agent.objectNames() )
+         text << Vormel::snapshotJson( *agent.object( name ) );
+      text << agent.hardware().transcript().lastNumber() << ' ' << agent.clock().now() << ' '
+           << session_.packets().tables().stations.size() << ' '
+           << session_.packets().engine().counters().ports.size();
+      return text.str();
+   }
+
+   Plan planned( const Line& line )
+   {
+      Words words( line );
+      return planOf( session_, line, takeCommand( words ).act( session_, words ) );
+   }
+
+   Vormel::LockAnchor lock_{ Vormel::activityLock() };
+   std::vector<std::string> calls_;
+   std::ostringstream out_;
+   Console console_{ out_, out_, {} };
+   Session session_{
+      console_, { .callListener = [ this ]( const Session&, const Sim::Record& record ) {
+         calls_.push_back( record.text );
+      } } };
+};
+
+/// Expectations say how the rest is done, and the line of a switch makes everything anew.
+bool isPlanned( const Session& session, const Line& line )
+{
+   return session.hasAgent() && !line.words.empty() && line.words.front().text != "expect" &&
+          line.words.front().text != "switch" && line.words.front().text != "no";
+}
+
+TEST_P( PlanTest, ComesTrueAndChangesNothing )
+{
+   ScenarioFile file( GetParam() );
+   U32 plans = 0;
+   while( const std::optional<Line> line = file.next() ) {
+      if( !isPlanned( session_, *line ) ) {
+         session_.run( *line );
+         continue;
+      }
+      SCOPED_TRACE( line->text );
+      const Desk::SwitchState before = state();
+      const std::string all = everything();
+      const Plan plan = planned( *line );
+      ASSERT_THAT( texts( Desk::differences( before, state() ) ), IsEmpty() );
+      ASSERT_EQ( everything(), all );
+      calls_.clear();
+      session_.run( *line );
+      EXPECT_EQ( plan.calls, calls_ );
+      EXPECT_EQ( plan.end, "" );
+      EXPECT_EQ( texts( plan.changes ), texts( Desk::differences( before, state() ) ) );
+      ++plans;
+   }
+   EXPECT_GT( plans, 0 );
+}
+
+std::vector<std::string> scenarios()
+{
+   std::vector<std::string> files;
+   for( const auto& entry : std::filesystem::directory_iterator( "scenarios" ) )
+      if( entry.path().extension() == ".scenario" )
+         files.push_back( entry.path().string() );
+   std::ranges::sort( files );
+   return files;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+   Scenarios, PlanTest, testing::ValuesIn( scenarios() ), []( const auto& instance ) {
+      std::string name = std::filesystem::path( instance.param ).stem();
+      std::erase( name, '-' );
+      return name;
+   } );
+
+class PlanOfNetwork : public PacketTest
+{
+ protected:
+   std::string shown( const std::string& command )
+   {
+      out.str( {} );
+      run( command );
+      return out.str();
+   }
+};
+
+TEST_F( PlanOfNetwork, NamesTheProbesThatChange )
+{
+   bringUp( "hsdk" );
+   run( "probe a in Ethernet1 dmac router ipv4 dst 10.2.0.9\n"
+        "probe b in Ethernet1 dmac router ipv4 dst 10.3.0.1" );
+   EXPECT_THAT( shown( "plan note x" ), testing::Not( HasSubstr( "Probes" ) ) );
+   const std::string other =
+      shown( "plan route 10.2.0.0/16 via Ethernet5 mac 00:00:00:00:02:02 vlan 20" );
+   EXPECT_THAT( other, HasSubstr( "a             Ethernet4\n                -> Ethernet5\n" ) );
+   EXPECT_THAT( other, testing::Not( HasSubstr( "  b  " ) ) );
+   EXPECT_THAT( shown( "plan route 10.2.0.0/16 via Ethernet4 mac 00:00:00:00:02:09 vlan 20" ),
+      HasSubstr( "-> Ethernet4, as 02:00:a1:00:00:01 -> 00:00:00:00:02:09" ) );
+}
+
+TEST_F( PlanOfNetwork, SaysWhatDoesNotFitAndWhy )
+{
+   bringUp( "hsdk" );
+   const Sim::FieldGroup& main = *chip().group( "main" );
+   const std::string room = "unit 0 room main ";
+   const std::string change = "plan set miscConfig.unknownMacDropTrafficClass[3] true";
+   const U32 used = main.room() - main.roomLeft();
+   EXPECT_THAT( shown( change ), HasSubstr( std::to_string( main.roomLeft() - 2 ) + " of " +
+                                            std::to_string( main.room() ) + " left" ) );
+   run( room + std::to_string( used + 2 ) );
+   EXPECT_THAT( shown( change ), HasSubstr( "0 of " + std::to_string( used + 2 ) + " left" ) );
+   run( room + std::to_string( used + 1 ) );
+   const std::string lacks = shown( change );
+   EXPECT_THAT( lacks, HasSubstr( "does not fit: main needs 2, has 1" ) );
+   EXPECT_THAT( lacks, HasSubstr( "it would die: routing/entries/UnknownMacDropEntries.cpp" ) );
+   run( room + std::to_string( used + 2 ) + "\nfault bcm_field_action_add" );
+   EXPECT_THAT( shown( change ), HasSubstr( "bcm_field_action_add( i.key(), entry, action" ) );
+   EXPECT_THAT( shown( "plan include none.scenario" ), HasSubstr( "it would be refused: test:" ) );
+}
+
+} // namespace
+} // namespace Strata::Tool
