@@ -153,5 +153,20 @@ TEST_F( PlanOfNetwork, SaysWhatDoesNotFitAndWhy )
    EXPECT_THAT( shown( "plan include none.scenario" ), HasSubstr( "it would be refused: test:" ) );
 }
 
+TEST_F( PlanOfNetwork, RoomIsWhatIsLeftAndWhatFeaturesNeed )
+{
+   run( "switch hsdk ports 4\nunit 0 room main 14\ninterface Ethernet1 unit 0 port 1" );
+   EXPECT_THAT( shown( "show room" ), HasSubstr( "0 used, 14 left of 14" ) );
+   EXPECT_THAT( shown( "show room" ), HasSubstr( "  main needs 11\n" ) );
+   run( "bring-up" );
+   const std::string before = shown( "show room" );
+   EXPECT_THAT( before, HasSubstr( "11 used, 3 left of 14" ) );
+   EXPECT_THAT( before, testing::Not( HasSubstr( "bring-up" ) ) ) << "it is done";
+   EXPECT_THAT( before, HasSubstr( "does not fit: main needs 5, has 3" ) );
+   EXPECT_THAT( before, HasSubstr( "  main needs 2\n" ) );
+   run( "set miscConfig.unknownMacDropTrafficClass[0] true" );
+   EXPECT_THAT( shown( "show room" ), HasSubstr( "does not fit: main needs 2, has 1" ) );
+}
+
 } // namespace
 } // namespace Strata::Tool

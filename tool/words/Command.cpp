@@ -34,6 +34,7 @@ std::vector<Theme> allThemes()
       { "Show tables of packets", showTableCommands() },
       { "Changes", changeCommands() },
       { "Plans", planCommands() },
+      { "Room", roomCommands() },
       { "Expect", expectCommands() },
       { "Expect events", expectEventCommands() },
       { "Expect of packets", expectPacketCommands() },

@@ -35,8 +35,8 @@ struct Command
    /// Whether it only shows something: as rows, which can be JSON and be filtered.
    bool shows() const
    {
-      return name.starts_with( "show " ) || name == "explain" || name == "cover" || name == "plan" ||
-             name == "help";
+      return name.starts_with( "show " ) || name == "explain" || name == "cover" ||
+             name == "plan" || name == "help";
    }
    /// Whether the line may end with --json.
    bool takesJson() const { return shows() || name == "pcap" || name == "transient"; }
@@ -88,6 +88,7 @@ std::vector<Command> showPartsCommands();
 std::vector<Command> showTableCommands();
 std::vector<Command> changeCommands();
 std::vector<Command> planCommands();
+std::vector<Command> roomCommands();
 std::vector<Command> packetCommands();
 std::vector<Command> probeCommands();
 std::vector<Command> coverCommands();
