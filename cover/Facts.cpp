@@ -155,14 +155,24 @@ void Facts::addArrivals()
    add( { .port = { unit, 0 }, .stack = true, .keyPort = FieldKey::stackPort } );
 }
 
+/// Ports of LAGs and internal ones come last: of a LAG only one port sends.
 void Facts::addDestinations()
 {
    const View view( *this );
+   std::vector<PortRef> others;
    for( const auto& [ other, chipOfOther ] : hardware.chips() )
-      for( const U32 port : chipOfOther.frontPanelPorts() )
-         if( const PortRef ref{ other, port };
-             view.packets.isFrontPanel( ref ) && lagName( view.packets, ref ).empty() )
-            destinations.push_back( ref );
+      for( const U32 port : chipOfOther.ports() ) {
+         const PortRef ref{ other, port };
+         const bool sends =
+            view.packets.isFrontPanel( ref ) && lagName( view.packets, ref ).empty();
+         ( sends ? destinations : others ).push_back( ref );
+      }
+   destinations.insert( destinations.end(), others.begin(), others.end() );
+}
+
+bool Facts::isCpu( PortRef port ) const
+{
+   return static_cast<int>( port.port ) == hardware.chip( port.unit ).profile().specialPorts.cpu;
 }
 
 U64 Facts::dstPort( PortRef port ) const

@@ -76,9 +76,8 @@ struct Facts
    std::vector<ArrivalPlace> arrivals;
    std::vector<VlanPlace> vlans; // one of each kind; the last may not exist
    std::vector<StationPlace> stations;
-   std::vector<Sim::PortRef>
-      destinations;         // front-panel ports of all units that send for themselves
-   bool routesOutOfTunnels; // in the pass that ends them
+   std::vector<Sim::PortRef> destinations; // all ports of all units
+   bool routesOutOfTunnels;                // in the pass that ends them
    bool checksReversePath4;
    bool checksReversePath6;
    bool trapsTtl; // packets whose TTL has expired are dropped before the entries are looked up
@@ -89,6 +88,8 @@ struct Facts
    U64 floodHop() const;
    U64 vxlanFloodHop() const;
    U64 tunnelHop() const;
+
+   bool isCpu( Sim::PortRef port ) const;
 
    /// "Ethernet1", "loopback unit 4", "port 9", as in a command.
    std::string portWords( Sim::PortRef port ) const;

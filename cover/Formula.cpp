@@ -161,8 +161,7 @@ void Formula::chooseArrivals()
    solver_.add( arrives( []( const ArrivalPlace& ) { return true; } ) );
    solver_.add( inVlan( vlan_, []( const VlanPlace& ) { return true; } ) );
    solver_.add( inVlan( domain_, []( const VlanPlace& ) { return true; } ) );
-   solver_.add(
-      z3::ult( port_, value( std::max<std::size_t>( facts_.destinations.size(), 1 ), 16 ) ) );
+   solver_.add( z3::ult( port_, value( facts_.destinations.size(), 16 ) ) );
 }
 
 void Formula::arrivalLaws()
@@ -358,8 +357,6 @@ void Formula::destinationLaws()
    when( is( fate_, Fate::toGroup ),
       isGroup && !isBroadcast && group_ != value( 0, wide ) &&
          z3::ult( group_, value( facts_.chip.profile().l2McastGroups, wide ) ) );
-   if( facts_.destinations.empty() )
-      when( isOneOf( fate_, { Fate::toPort, Fate::hopPort } ), truth( false ) );
    if( !facts_.chip.profile().attributes.vxlanSupported )
       law( Law::vxlan, !isOneOf( fate_, { Fate::toTunnel, Fate::hopTunnel } ) );
    // Link-local packets are not routed into another VLAN.

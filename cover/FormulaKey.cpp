@@ -66,7 +66,7 @@ z3::expr Formula::departs( const PortBitmap& ports )
                      return place.onlyPort && among( *place.onlyPort );
                   } );
    for( std::size_t index = 0; index < facts_.destinations.size(); ++index )
-      if( among( facts_.destinations[ index ] ) )
+      if( among( facts_.destinations[ index ] ) && !facts_.isCpu( facts_.destinations[ index ] ) )
          any = any || ( isOneOf( fate_, { Fate::toPort, Fate::hopPort } ) && is( port_, index ) );
    return any;
 }

@@ -125,6 +125,7 @@ std::vector<Wish> Formula::wishes()
    wish( usual( dstMac_ ), Qualifier::DstMac );
    wish( usual( innerMac_ ) );
    wish( z3::implies( !tunnel_, dstIp_ == value( usualDestination, 32 ) ), Qualifier::DstIp );
+   wish( is( port_, 0 ), Qualifier::DstPort );
    wish( l3Class_ == value( 0, wide ), Qualifier::InterfaceClassL3 );
    wish( isOneOf( fate_, { Fate::flooded, Fate::hopPort } ), Qualifier::DstPort );
    return wishes;

@@ -156,9 +156,7 @@ void Recipe::makeArrival()
 
 std::string Recipe::somePort() const
 {
-   if( !facts_.destinations.empty() )
-      return facts_.portWords( facts_.destinations.front() );
-   return facts_.portWords( { facts_.unit, *facts_.chip.frontPanelPorts().begin() } );
+   return facts_.portWords( facts_.destinations.front() );
 }
 
 void Recipe::makeTunnel()
@@ -254,8 +252,13 @@ std::string Recipe::nextHop()
    case Fate::hopTunnel:
       return behind( "tunnel " + tunnelName(), near );
    default:
-      return behind( facts_.portWords( facts_.destinations[ shape_.port ] ), near );
+      break;
    }
+   const PortRef port = facts_.destinations[ shape_.port ];
+   return behind( facts_.isCpu( port ) // which 'via cpu' would make a next hop at the CPU
+                     ? format( "port %d unit %d", port.port, port.unit )
+                     : facts_.portWords( port ),
+      near );
 }
 
 void Recipe::makeRoutes()

@@ -80,7 +80,7 @@ class Solver::Search
          assumed.push_back( round_ );
          holds( assumed );
       }
-      return excluded( std::move( assumed ) );
+      return excluded( std::move( assumed ), *range_.find( id )->hardware );
    }
 
    void refute( const Shape& shape, bool everywhere )
@@ -144,7 +144,7 @@ class Solver::Search
    }
 
    /// The assumptions that contradict each other, of which none can be left out; the entry's own is the first.
-   Answer excluded( std::vector<z3::expr> assumed )
+   Answer excluded( std::vector<z3::expr> assumed, const FieldRule& rule )
    {
       const z3::expr_vector core = formula_.solver().unsat_core();
       std::erase_if(
@@ -172,7 +172,11 @@ class Solver::Search
       for( const Law law : laws )
          if( !isGeneral( law ) || ( allGeneral && law == laws.back() ) )
             answer.reasons.emplace_back( reasonText( law ) );
-      answer.limited = answer.limited || std::ranges::find( laws, Law::words ) != laws.end();
+      // A group or flood with one member departs by one port, too, which the formula leaves out.
+      const bool departs = std::ranges::find( rule.qualifiers, Sim::Qualifier::OutPortsClass,
+                              &FieldQualifier::role ) != rule.qualifiers.end();
+      answer.limited = answer.limited || ( departs && !laws.empty() ) ||
+                       std::ranges::find( laws, Law::words ) != laws.end();
       std::ranges::sort( answer.blockers );
       return answer;
    }

@@ -366,6 +366,32 @@ TEST_F( PacketTest, BlockersAreThoseThatCoverAnEntryAndNoneTooMany )
    }
 }
 
+TEST_F( PacketTest, EveryPortCanBeADestination )
+{
+   NEEDS_SOLVER();
+   bringUp( "hsdk", "router 02:00:a1:00:00:01" );
+   run( "lag Port-Channel1 Ethernet5-6" );
+   FieldGroup& group = *chip().group( "main" );
+   const auto outcomeOf = [ & ]( U32 port ) {
+      const U32 id = group.profile().base;
+      group.release( id );
+      group.claim( id, "by hand", {} );
+      group.find( id )->claim.qualifierIs( { .role = Qualifier::DstPort,
+         .data = 0,
+         .mask = 0xFF,
+         .port = port,
+         .portMask = 0xFFFFFFFF } );
+      group.find( id )->claim.actionIs( { .role = FieldAction::Drop } );
+      group.install( id );
+      return Tool::entryCover( session, { 0 }, "main" ).front().outcome;
+   };
+   for( const U32 port : { 0U, 1U, 5U, 258U, 259U } )
+      EXPECT_EQ( outcomeOf( port ), Outcome::found ) << port;
+   EXPECT_NE( outcomeOf( 6 ), Outcome::proved )
+      << "it sends for its LAG in a VLAN that the other port is not in";
+   EXPECT_EQ( outcomeOf( 77 ), Outcome::proved );
+}
+
 TEST_F( PacketTest, FoundPacketsAreWrittenToCaptures )
 {
    NEEDS_SOLVER();
@@ -406,13 +432,6 @@ TEST( Cover, ThePageTellsWhatTheFindingsAre )
       ASSERT_NE( at, page.npos );
       EXPECT_THAT( shown, testing::HasSubstr( page.substr( at, page.find( "```", at ) - at ) ) );
    }
-   const std::size_t second = shown.find( "cover main" );
-   const std::string findings = shown.substr( 0, second );
-   std::size_t count = 0;
-   for( std::size_t at = findings.find( "\nmain: " ); at != findings.npos;
-        at = findings.find( "\nmain: ", at + 1 ) )
-      ++count;
-   EXPECT_EQ( count, 9 );
 }
 
 } // namespace
