@@ -73,9 +73,20 @@ bool sameEffect( const Verdict& one, const Verdict& other )
 
 bool RangeCover::hasEffect( U32 id, const Coverage& coverage, const Verdict& with )
 {
-   range_.enable( id, false );
-   const Trial without = evaluate_( coverage.rows, coverage.packet );
-   range_.enable( id, true );
+   struct Disabled
+   {
+      FieldGroup& range;
+      const U32 id;
+      Disabled( FieldGroup& in, U32 entry ) : range( in ), id( entry )
+      {
+         range.enable( id, false );
+      }
+      ~Disabled() { range.enable( id, true ); }
+   };
+   const Trial without = [ & ] {
+      const Disabled disabled( range_, id );
+      return evaluate_( coverage.rows, coverage.packet );
+   }();
    return without.verdict && !sameEffect( with, *without.verdict );
 }
 

@@ -65,6 +65,10 @@ Formula::Formula( const Facts& facts, const FieldGroup& range )
      switched_( flag( "switched" ) ),
      steered_( flag( "steered" ) ),
      replicated_( flag( "replicated" ) ),
+     blocked_( flag( "blocked" ) ),
+     tagged_( flag( "tagged" ) ),
+     tooLong_( flag( "tooLong" ) ),
+     fragment_( flag( "fragment" ) ),
      fate_( number( "fate", 8 ) ),
      port_( number( "port", 16 ) ),
      group_( number( "group", wide ) ),
@@ -103,8 +107,11 @@ Formula::Formula( const Facts& facts, const FieldGroup& range )
 {
    for( const auto& [ law, name ] : Vormel::enumTable<Law> )
       laws_.push_back( flag( ( "law-" + std::string( name ) ).c_str() ) );
+   z3::params settings( context_ );
+   settings.set( "ctrl_c", false ); // a signal is the caller's
+   solver_.set( settings );
    chooseArrivals();
-   early_ = droppedEarly();
+   early_ = droppedEarly() || blocked_ || tagged_;
    const Hit hit = lookUp( mac_, domain_, tunnel_ );
    law( Law::station, hit_.any == hit.any && hit_.ipv4 == hit.ipv4 && hit_.ipv6 == hit.ipv6 &&
                          hit_.mpls == hit.mpls && hit_.arp == hit.arp );
@@ -199,6 +206,7 @@ void Formula::headerLaws()
    law( Law::words, z3::implies( is( payload_, Payload::ipv6 ),
                        isOneOf( protocol_, { 6, int{ ipProtocolUdp }, 58 } ) ) );
    law( Law::headers, z3::ule( priority_, value( 7, 8 ) ) );
+   law( Law::words, !fragment_ ); // which has no ports
 }
 
 /// The first of the chip's my-station entries that the packet meets.
@@ -292,6 +300,7 @@ void Formula::tunnelLaws()
       ends( z3::implies( is( payload_, Payload::ipv4 ),
          byte != value( 0, 8 ) && byte != value( 127, 8 ) && z3::ult( byte, value( 224, 8 ) ) ) ) );
    law( Law::rows, ends( domain_ != vlan_ ) );
+   law( Law::headers, z3::implies( tagged_, tunnel_ ) );
    law( Law::rows, z3::implies( !tunnel_, domain_ == vlan_ && domainSvi_ == svi_ &&
                                              domainDropRouted_ == dropRouted_ ) );
 }
@@ -348,6 +357,7 @@ void Formula::destinationLaws()
    when( !switched_ && !settled && !routable_, isBridged_ );
    when( routable_ && mustLose_, is( fate_, Fate::lost ) );
    when( steered_, routable_ && isHop_ );
+   when( tooLong_, routable_ && isHop_ && !is( fate_, Fate::hopCpu ) );
 
    // What the MAC table can have.
    const z3::expr isGroup = ( mac_ & value( allGroups, macBits ) ) != value( 0, macBits );
@@ -359,11 +369,6 @@ void Formula::destinationLaws()
          z3::ult( group_, value( facts_.chip.profile().l2McastGroups, wide ) ) );
    if( !facts_.chip.profile().attributes.vxlanSupported )
       law( Law::vxlan, !isOneOf( fate_, { Fate::toTunnel, Fate::hopTunnel } ) );
-   // Link-local packets are not routed into another VLAN.
-   const z3::expr linkLocal = !tunnel_ && is( payload_, Payload::ipv4 ) &&
-                              ( dstIp_.extract( 31, 16 ) == value( 0xA9FE, 16 ) ||
-                                 dstIp_.extract( 31, 8 ) == value( 0xE00000, 24 ) );
-   when( routable_ && linkLocal, !isOneOf( fate_, { Fate::hopVxlanFlood, Fate::hopTunnel } ) );
 }
 
 void Formula::multicastLaws()
@@ -391,6 +396,9 @@ void Formula::multicastLaws()
 void Formula::rowLaws()
 {
    law( Law::rows, z3::implies( dropRouted_, svi_ ) );
+   law( Law::rows, z3::implies( tooLong_, domainSvi_ ) );
+   law( Law::rows, z3::implies( blocked_,
+                      arrives( []( const ArrivalPlace& place ) { return place.frontPanel; } ) ) );
    law( Law::rows, z3::implies( domainDropRouted_, domainSvi_ ) );
    law( Law::rows, z3::implies( l3Class_ != value( 0, wide ), domainSvi_ ) );
    law( Law::rows, z3::implies( openFlow_,

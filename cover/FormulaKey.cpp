@@ -16,7 +16,7 @@ z3::expr Formula::dropped()
                                                  z3::ule( effectiveTtl_, value( 1, 8 ) )
                                             : truth( false );
    const z3::expr fromCpu = arrives( []( const ArrivalPlace& place ) { return place.cpu; } );
-   return early_ || is( fate_, Fate::lost ) || ended || expired ||
+   return early_ || tooLong_ || is( fate_, Fate::lost ) || ended || expired ||
           ( isBridged_ && forNeighbour_ && !fromCpu );
 }
 
@@ -84,7 +84,8 @@ Formula::Term Formula::presented( Qualifier role, FieldStage stage )
    };
    switch( role ) {
    case Qualifier::Drop:
-      return { always, atEnd ? oneBit( dropped() ) : value( 0, 1 ) };
+      // At the reverse-path check nothing has dropped it.
+      return { always, atEnd ? oneBit( dropped() ) : isLater ? value( 0, 1 ) : oneBit( blocked_ ) };
    case Qualifier::DstIp:
       return { is( payload_, Payload::ipv4 ), dstIp_ };
    case Qualifier::DstMac:
@@ -99,7 +100,7 @@ Formula::Term Formula::presented( Qualifier role, FieldStage stage )
       return {
          always, oneBit( arrives( []( const ArrivalPlace& place ) { return place.stack; } ) ) };
    case Qualifier::IngressStpState:
-      return { always, value( 1, 1 ) }; // other packets skip the entries
+      return { always, oneBit( !blocked_ ) };
    case Qualifier::IntPriority:
       return { always, priority_ };
    case Qualifier::InterfaceClassL2:
@@ -122,7 +123,7 @@ Formula::Term Formula::presented( Qualifier role, FieldStage stage )
    case Qualifier::L3Routable:
       return { always, isLater ? oneBit( routable_ ) : value( 0, 1 ) };
    case Qualifier::L4DstPort:
-      return { isIp && isOneOf( protocol_, { 6, int{ ipProtocolUdp } } ), l4Port_ };
+      return { isIp && !fragment_ && isOneOf( protocol_, { 6, int{ ipProtocolUdp } } ), l4Port_ };
    case Qualifier::MyStationHit:
       return { always, isLater ? oneBit( hit_.any ) : value( 0, 1 ) };
    case Qualifier::PacketRes:

@@ -48,6 +48,9 @@ Shape Formula::shape( const z3::model& model ) const
    shape.popsV6 = read.flag( popsV6_ );
    shape.switched = read.flag( switched_ );
    shape.steered = read.flag( steered_ );
+   shape.blocked = read.flag( blocked_ );
+   shape.tagged = read.flag( tagged_ );
+   shape.tooLong = read.flag( tooLong_ );
    shape.replicated = read.flag( replicated_ );
    shape.checked = stage_ == Sim::FieldStage::urpf;
    shape.fate = read.choice<Fate>( fate_ );
@@ -84,7 +87,8 @@ std::vector<Wish> Formula::wishes()
       wishes.push_back( { holds, of } );
    };
    wish( !tunnel_, Qualifier::TunnelTerminated );
-   for( const z3::expr& unusual : { popped_, switched_, replicated_, steered_, openFlow_ } )
+   for( const z3::expr& unusual :
+      { popped_, switched_, replicated_, steered_, blocked_, tagged_, tooLong_, openFlow_ } )
       wish( !unusual );
    wish( sourceClass_ == value( 0, wide ) );
    wish( arrives( []( const ArrivalPlace& place ) { return place.frontPanel; } ) );
@@ -143,7 +147,8 @@ z3::expr Formula::differs( const Shape& shape, bool places )
                   same( fate_, static_cast<U64>( shape.fate ) ) &&
                   tunnel_ == truth( shape.tunnel ) && popped_ == truth( shape.popped ) &&
                   switched_ == truth( shape.switched ) && steered_ == truth( shape.steered ) &&
-                  replicated_ == truth( shape.replicated ) &&
+                  blocked_ == truth( shape.blocked ) && tagged_ == truth( shape.tagged ) &&
+                  tooLong_ == truth( shape.tooLong ) && replicated_ == truth( shape.replicated ) &&
                   ( sourceClass_ == value( 0, 32 ) ) == truth( shape.sourceClass == 0 ) &&
                   ( mac_ == value( broadcastMac, 48 ) ) == truth( broadcast ) &&
                   z3::ule( effectiveTtl_, value( 1, 8 ) ) == truth( expired );

@@ -147,9 +147,10 @@ void Recipe::makeArrival()
    if( arrival.stack )
       return;
    const std::string words = facts_.portWords( arrival.port );
-   if( arrival.frontPanel &&
-       facts_.tables.stpState( arrival.port, vlan().id ) != StpState::forwarding )
-      row( format( "stp %s forwarding vlan %d", words, vlan().id ) );
+   const bool isBlocked = facts_.tables.stpState( arrival.port, vlan().id ) != StpState::forwarding;
+   if( arrival.frontPanel && shape_.blocked != isBlocked )
+      row( format(
+         "stp %s %s vlan %d", words, shape_.blocked ? "blocking" : "forwarding", vlan().id ) );
    if( shape_.openFlow != facts_.tables.openFlowPorts.contains( arrival.port ) )
       row( ( shape_.openFlow ? "openflow " : "no openflow " ) + words );
 }
@@ -284,6 +285,8 @@ void Recipe::makeRoutes()
          row( "no pbr " + name );
    if( isHop() ) {
       const std::string hop = nextHop();
+      if( shape_.tooLong )
+         row( "vlan" + hop.substr( hop.rfind( ' ' ) ) + " svi mtu 68" );
       return row(
          ( shape_.steered ? format( "pbr %s", ruleName ) : "route " + to.toString() + whole ) +
          hop );
@@ -316,7 +319,9 @@ std::string Recipe::ipWords( bool v6, bool outer ) const
    if( const U32 ttl = innermost ? shape_.innerTtl : shape_.ttl; ttl != 64 )
       text += format( " ttl %d", ttl );
    if( isTunnel )
-      return text + format( " udp vxlan %d dmac %s ", vni_, macText( shape_.innerMac ) ) +
+      return text +
+             format( " udp vxlan %d dmac %s %s", vni_, macText( shape_.innerMac ),
+                shape_.tagged ? "vlan 2 " : "" ) +
              network( shape_.inner, false );
    if( innermost )
       return text;
@@ -355,7 +360,7 @@ std::string Recipe::makePacket() const
                       macText( shape_.dstMac ) + format( " vlan %d", vlan().id );
    if( shape_.priority != 0 )
       text += format( " priority %d", shape_.priority );
-   return text + " " + network( shape_.payload, true );
+   return text + " " + network( shape_.payload, true ) + ( shape_.tooLong ? " length 400" : "" );
 }
 
 } // namespace Strata::Cover

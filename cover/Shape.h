@@ -38,6 +38,9 @@ struct Shape
    bool popsV6 = false;
    bool switched = false;   // by a label
    bool steered = false;    // by policy routing
+   bool blocked = false;    // dropped by spanning tree, and looked up nevertheless
+   bool tagged = false;     // inside the tunnel, which drops it
+   bool tooLong = false;    // for the VLAN that it is routed into
    bool replicated = false; // there is a route for its multicast group
    bool checked = false;    // for its reverse path
    Fate fate = Fate::flooded;

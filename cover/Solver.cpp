@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <map>
+#include <stdexcept>
 
 namespace Strata::Cover {
 
@@ -117,7 +118,10 @@ class Solver::Search
       z3::expr_vector vector( formula_.context() );
       for( const z3::expr& literal : assumed )
          vector.push_back( literal );
-      return formula_.solver().check( vector ) == z3::sat;
+      const z3::check_result result = formula_.solver().check( vector );
+      if( result == z3::unknown )
+         throw std::runtime_error( "the solver gave up: " + formula_.solver().reason_unknown() );
+      return result == z3::sat;
    }
 
    /// With as many of the wishes as hold together, of which earlier ones go first; none if there is none without wishes
@@ -175,6 +179,10 @@ class Solver::Search
       // A group or flood with one member departs by one port, too, which the formula leaves out.
       const bool departs = std::ranges::find( rule.qualifiers, Sim::Qualifier::OutPortsClass,
                               &FieldQualifier::role ) != rule.qualifiers.end();
+      if( departs && answer.blockers.empty() ) {
+         answer.limited = true;
+         answer.reasons.emplace_back( "groups and floods with one port are not tried" );
+      }
       answer.limited = answer.limited || ( departs && !laws.empty() ) ||
                        std::ranges::find( laws, Law::words ) != laws.end();
       std::ranges::sort( answer.blockers );

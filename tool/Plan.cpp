@@ -71,7 +71,7 @@ std::string withFrames( const Desk::ProbeVerdict& verdict, std::string text )
    return text;
 }
 
-Json orNull( const std::optional<std::string>& text )
+Json textOrNull( const std::optional<std::string>& text )
 {
    return text ? Json( *text ) : Json();
 }
@@ -136,7 +136,7 @@ class Copy
          Desk::differences( before, Desk::SwitchState( hardware() ) ) )
          outcome[ "changes" ].push_back(
             { static_cast<U32>( row.key.kind ), row.key.number, row.key.port, row.key.unit,
-               row.part, row.field, orNull( row.before ), orNull( row.after ) } );
+               row.part, row.field, textOrNull( row.before ), textOrNull( row.after ) } );
       for( const auto& [ place, used ] : usedRoom( hardware() ) )
          outcome[ "used" ].push_back(
             { place.first, place.second, std::max( used, peak_[ place ] ), used } );
@@ -219,6 +219,8 @@ Plan planIn( Session& session, const Line& line, const Act& act, bool unlimited 
       case outcomeForm:
          readOutcome( plan, Json::parse( text ), session.agent().hardware() );
          complete = true;
+         break;
+      default:
          break;
       }
    if( !complete && plan.end.empty() && end.how != "ended with status 0" )

@@ -366,6 +366,43 @@ TEST_F( PacketTest, BlockersAreThoseThatCoverAnEntryAndNoneTooMany )
    }
 }
 
+/// Entries that packets meet although something drops them.
+TEST_F( PacketTest, DroppedPacketsWinEntries )
+{
+   NEEDS_SOLVER();
+   bringUp( "hsdk" );
+   FieldGroup& group = *chip().group( "main" );
+   const auto found = [ & ]( const std::vector<FieldQualifier>& qualifiers ) {
+      const U32 id = group.profile().base;
+      group.release( id );
+      group.claim( id, "by hand", {} );
+      for( const FieldQualifier& qualifier : qualifiers )
+         group.find( id )->claim.qualifierIs( qualifier );
+      group.find( id )->claim.actionIs( { .role = FieldAction::CopyToCpu } );
+      group.install( id );
+      return Tool::entryCover( session, { 0 }, "main" ).front().outcome;
+   };
+   const auto bit = []( Qualifier role, U64 value ) {
+      return FieldQualifier{ .role = role, .data = value, .mask = 1 };
+   };
+   const FieldQualifier unknown{ .role = Qualifier::PacketRes,
+      .data = static_cast<U64>( PacketResult::L2UNKNOWN ),
+      .mask = 0xFF };
+   const FieldQualifier ttl{ .role = Qualifier::Ttl, .data = 64, .mask = 0xFF };
+   const FieldQualifier toPort{
+      .role = Qualifier::DstPort, .data = 0, .mask = 0xFF, .port = 4, .portMask = 0xFF };
+   EXPECT_EQ( found( { bit( Qualifier::IngressStpState, 0 ) } ), Outcome::found );
+   EXPECT_EQ( found( { bit( Qualifier::Drop, 1 ), unknown } ), Outcome::found );
+   EXPECT_EQ(
+      found( { bit( Qualifier::Drop, 1 ), unknown, bit( Qualifier::TunnelTerminated, 1 ) } ),
+      Outcome::found );
+   EXPECT_EQ( found( { bit( Qualifier::L3Routable, 1 ), bit( Qualifier::Drop, 1 ), ttl, toPort } ),
+      Outcome::found );
+   EXPECT_EQ(
+      found( { bit( Qualifier::L3Routable, 1 ), bit( Qualifier::IngressStpState, 0 ), toPort } ),
+      Outcome::proved );
+}
+
 TEST_F( PacketTest, EveryPortCanBeADestination )
 {
    NEEDS_SOLVER();

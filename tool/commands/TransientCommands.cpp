@@ -20,7 +20,9 @@ const Command& takeWatchedCommand( Words& words )
       words.failAtEnd( "expected a command, as in 'set pbr.pbrEnabled true'" );
    const Word* const first = words.peek();
    const Command& command = takeCommand( words );
-   if( !command.needsSwitch || command.name == "switch" || command.name == "no switch" )
+   const bool only =
+      command.shows() || command.name.starts_with( "expect " ) || command.name == "transient";
+   if( only || !command.needsSwitch || command.name == "switch" || command.name == "no switch" )
       words.failAt( *first, "packets are watched while a switch changes; '" +
                                std::string( command.name ) + "' does not change one" );
    return command;
@@ -72,11 +74,11 @@ void showTransients( Session& session, const std::vector<Transient>& all, const 
 
 void expectHitless( Session& session, const std::vector<Transient>& all, const Words& words )
 {
-   const std::set<std::string> accepted =
-      acceptedTransients( words.line().file, commandText( words.line() ) );
+   const std::set<std::string> accepted = acceptedTransients( words.line().file,
+      commandText( words.line() ).substr( std::string( "expect hitless " ).size() ) );
    std::string found;
    for( const Transient& transient : all )
-      if( !accepted.contains( transient.packet ) )
+      if( !accepted.contains( transient.packet ) && !accepted.contains( "*" ) )
          found += ( found.empty() ? "" : "; " ) + ( "'" + transient.packet + "' " ) +
                   transient.meanwhile + " from " + momentText( transient.from, transient.call );
    session.expect( found.empty(), "no packet to fare otherwise than before or after",

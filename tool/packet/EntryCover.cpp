@@ -1,5 +1,6 @@
 #include "tool/packet/EntryCover.h"
 
+#include "tool/Interrupt.h"
 #include "tool/Session.h"
 #include "tool/packet/TableTrial.h"
 
@@ -35,6 +36,7 @@ void forEntries( Session& session, const std::vector<U32>& units, std::string_vi
                      return tryPacket( session, rows, packet );
                   },
                   names );
+            safePoint( [ &at = entry ] { return "at the entry '" + at.name + "'"; } );
             each( *cover, unit, id );
          }
       }

@@ -215,7 +215,7 @@ std::set<std::string> acceptedTransients( const std::string& scenario, const std
          continue;
       const std::size_t behind = first + arrow.size();
       const std::string accepted = line.substr( 0, first );
-      if( accepted == "*" || command.ends_with( accepted ) )
+      if( accepted == "*" || command == accepted )
          packets.insert( line.substr( behind, line.find( arrow, behind ) - behind ) );
    }
    return packets;

@@ -30,7 +30,7 @@ struct Transient
 std::vector<Transient> runWatched( Session& session, const Act& act, const Words& words );
 
 /// The packets whose transients are accepted while the command of a scenario runs. They are in a file beside the scenario
-/// with the ending .transients, in lines of "COMMAND => PACKET => REASON"; a command "*" is each.
+/// with the ending .transients, in lines of "COMMAND => PACKET => REASON"; a command "*" is each, a packet "*", too.
 std::set<std::string> acceptedTransients( const std::string& scenario, const std::string& command );
 
 } // namespace Strata::Tool
