@@ -1,4 +1,4 @@
-// A packet for every entry of the Field Processor, or the proof that there is none.
+// A packet for every entry of the Field Processor, or a proof that no packet wins the entry.
 //
 // Requires: the activity lock is held.
 #pragma once

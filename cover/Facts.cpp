@@ -94,7 +94,6 @@ void Facts::addStations()
 
 void Facts::addVlans()
 {
-   const auto bitmapKey = []( const PortBitmap& ports ) { return ports.toString(); };
    std::set<std::tuple<std::set<VlanFlag>, std::string, std::string, std::vector<bool>>> kinds;
    U16 unused = 4094;
    for( const auto& [ id, vlan ] : chip.vlans() ) {
@@ -104,7 +103,7 @@ void Facts::addVlans()
          atStations.push_back( ( ( id ^ station.vlan ) & station.vlanMask ) == 0 );
       const std::string rowKey = format( "%d %d %d %d %d %d", row.svi, row.dropRouted,
          row.vni.has_value(), row.l3Class, static_cast<U32>( row.urpf ), row.mtu );
-      if( !kinds.emplace( vlan.flags, bitmapKey( vlan.members ), rowKey, atStations ).second )
+      if( !kinds.emplace( vlan.flags, vlan.members.toString(), rowKey, atStations ).second )
          continue;
       VlanPlace place{ .id = id, .row = row };
       place.ipv4 = !vlan.flags.contains( VlanFlag::vlanIp4RoutingOff );

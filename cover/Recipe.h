@@ -42,7 +42,7 @@ class Recipe
    bool isHop() const { return shape_.fate >= Fate::hopPort && shape_.fate <= Fate::hopTunnel; }
    /// The words of a port that can be a next hop's.
    std::string somePort() const;
-   /// A tunnel's name, made if there is none.
+   /// The name of a tunnel. Adds a row that makes one if the tables have no tunnel.
    std::string tunnelName();
    /// The number of a VLAN with, or without, VXLAN, for next hops.
    U16 vlanWith( bool vxlan );

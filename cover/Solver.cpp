@@ -124,8 +124,8 @@ class Solver::Search
       return result == z3::sat;
    }
 
-   /// With as many of the wishes as hold together, of which earlier ones go first; none if there is none without wishes
-   /// either.
+   /// The shape that fulfils the wishes; where they contradict each other, the last one is given up. Empty if no shape
+   /// fits even without wishes.
    std::optional<Shape> preferred( std::vector<z3::expr> assumed, const FieldRule& rule )
    {
       assumed.push_back( allLaws_ );

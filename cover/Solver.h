@@ -27,7 +27,7 @@ class Solver
 
    struct Answer
    {
-      std::optional<Shape> shape; // that should win; none if there is none
+      std::optional<Shape> shape; // that should win; empty if no packet can
       // Otherwise what excludes it, of which nothing can be left out:
       std::vector<U32> blockers;        // earlier entries
       std::vector<std::string> reasons; // why such a packet cannot be
