@@ -56,6 +56,13 @@ remove() {
 trap 'remove >/dev/null 2>&1' EXIT
 $as_root dpkg --install "$out"/*.deb
 dpkg --listfiles $packages >"$build/package-files"
+for file in bash-completion/completions/strata-l3 zsh/vendor-completions/_strata-l3 \
+   fish/vendor_completions.d/strata-l3.fish; do
+   grep -qx "/usr/share/$file" "$build/package-files" || {
+      echo "package.sh: no package has /usr/share/$file" >&2
+      exit 1
+   }
+done
 
 mkdir -p "$out/elsewhere"
 (

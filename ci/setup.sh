@@ -56,6 +56,8 @@ pkg-config pkg-config
 man-db man
 abigail-tools abidw
 xz-utils xz
+zsh zsh
+fish fish
 python3-scapy /usr/lib/python3/dist-packages/scapy
 '
 

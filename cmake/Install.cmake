@@ -132,6 +132,15 @@ if( STRATA_COMMAND )
       DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
       RENAME strata-l3
       COMPONENT command )
+   # The places of Debian, which both shells look at.
+   install( FILES tool/cli/completion.zsh
+      DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions
+      RENAME _strata-l3
+      COMPONENT command )
+   install( FILES tool/cli/completion.fish
+      DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d
+      RENAME strata-l3.fish
+      COMPONENT command )
    install( FILES README.md ARCHITECTURE.md CONTRIBUTING.md SECURITY.md CHANGELOG.md
       DESTINATION ${CMAKE_INSTALL_DOCDIR}
       COMPONENT command )

@@ -1,4 +1,4 @@
-// strata-l3 complete: the words that can follow on a command line. The completion of bash calls it.
+// strata-l3 complete: the words that can follow on a command line. The completions of the shells call it.
 #include "platform/runtime/Trace.h"
 #include "tool/cli/Options.h"
 #include "tool/cli/Subcommand.h"
