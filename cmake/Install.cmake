@@ -147,7 +147,7 @@ if( STRATA_COMMAND )
    install( DIRECTORY docs
       DESTINATION ${CMAKE_INSTALL_DOCDIR}
       COMPONENT command
-      FILES_MATCHING PATTERN "*.md" )
+      FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" )
    install( DIRECTORY scenarios
       DESTINATION ${CMAKE_INSTALL_DOCDIR}
       COMPONENT command
