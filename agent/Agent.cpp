@@ -58,13 +58,19 @@ Agent::Agent( const AgentConfig& config )
    Vormel::syslogClockIs( clock_.get() );
    for( const std::string& name : objectNames() )
       initialValues_[ object( name ).get() ] = valuesOf( *object( name ) );
-   hardware_.record( helper_, "helper" );
    sdkShimIs( &recorder_.shim( hardware_.observedShim() ) );
    recorder_.clock( *clock_ );
    recorder_.sharedData( hardware_.scsd() );
    for( const auto& known : Sim::SimSwitch::objects() )
       if( known.name != "scsd" )
          recorder_.input( std::string( known.name ), known.in( hardware_ ) );
+   introduceHelper();
+}
+
+void Agent::introduceHelper()
+{
+   initialValues_[ helper_.get() ] = valuesOf( *helper_ );
+   hardware_.record( helper_, "helper" );
    recorder_.helper( helper_ );
    helper_->tcamManagerIs( recorder_.manager( "main", hardware_.tcamManager() ) );
    helper_->l2McastTableAllocationIs( hardware_.l2McastTableAllocation() );
@@ -81,8 +87,8 @@ Agent::~Agent()
 
 void Agent::bringUp()
 {
-   recorder_.call( "init", true, true );
-   recorder_.call( "l3Init", true );
+   call( "init", true, true );
+   call( "l3Init", true );
    startReactors();
 }
 
@@ -98,7 +104,8 @@ void Agent::startReactors( const std::set<std::string_view>& without )
    const auto unless = [ & ]( std::string_view name, const auto& input ) {
       return without.contains( name ) ? nullptr : input;
    };
-   stop();
+   dropReactors();
+   noteInputs();
    const Ref<RoutingStatusSm> made = recorder_.make( "RoutingStatusSm", RoutingStatusSmIs,
       hardware_.scsd(), unless( "features", hardware_.features() ), hardware_.miscConfig(), helper_,
       unless( "pbr", hardware_.pbrInfo() ),
@@ -114,9 +121,16 @@ void Agent::startReactors( const std::set<std::string_view>& without )
       return;
    arpRedirect_ = recorder_.make( "L3PeerMacArpRedirectSm", l3PeerMacArpRedirectSmFactory,
       hardware_.scsd(), hardware_.mlagStatus(), hardware_.mlagHwStatus(), helper_ );
+   requested( { .subject = "reactors", .without = without } );
 }
 
 void Agent::stop()
+{
+   std::erase_if( requests_, []( const Request& request ) { return request.operation.empty(); } );
+   dropReactors();
+}
+
+void Agent::dropReactors()
 {
    if( arpRedirect_ )
       recorder_.drop( "L3PeerMacArpRedirectSm", arpRedirect_ );

@@ -11,6 +11,7 @@
 #include "routing/reactors/RoutingStatusSm.h"
 #include "sim/switch/SimSwitch.h"
 
+#include <array>
 #include <map>
 #include <memory>
 #include <optional>
@@ -18,6 +19,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Strata::Tool {
@@ -35,6 +37,13 @@ struct AgentConfig
    bool keepsRecords = true;
    std::string recordingFile{}; // written by a Recorder; empty for none
    U64 recordingLimit = 0;      // of the file, in bytes; 0 for none
+};
+
+/// What becomes of the chips when an agent starts again.
+enum class Restart : U8
+{
+   cold, // they are reset
+   warm, // they stay as they are, and the new agent adopts what it claims
 };
 
 class Agent
@@ -58,13 +67,31 @@ class Agent
    static std::span<const std::string_view> optionalInputs();
    /// Drops the reactors; the hardware stays as it is.
    void stop();
+
+   /// Calls an operation of the helper, and records it if there is a recording; a new start repeats it. AccessError and
+   /// ArgumentError as for the operation.
+   template<class... Arguments>
+   Vormel::Value call( std::string_view operation, const Arguments&... arguments )
+   {
+      const std::array<Vormel::Value, sizeof...( Arguments )> values{
+         Vormel::ValueTraits<Arguments>::value( arguments )... };
+      return callWith( operation, values );
+   }
+   Vormel::Value callWith( std::string_view operation, std::span<const Vormel::Value> arguments );
+
+   /// The agent ends where it is, and a new one starts with the same inputs: it makes a helper, repeats the last call of
+   /// each operation (of each for a VLAN, port, interface, ...) and the start of the reactors, in the order of these
+   /// calls, and removes what it has not claimed. Returns the names of that. Inputs that have changed since
+   /// the reactors were made come as changes again.
+   ///
+   /// Requires: there is no recording, which is one of a single agent.
+   std::vector<std::string> restart( Restart kind );
    /// Null until the reactors are started.
    const Ref<RoutingStatusSm>& reactor() const { return reactor_; }
 
    /// The clock of the slice's timers; it advances only when told to.
    Vormel::ManualClock& clock() { return *clock_; }
 
-   /// Calls operations of the helper, and records them if there is a recording.
    Recorder& recorder() { return recorder_; }
    const Recorder& recorder() const { return recorder_; }
 
@@ -87,6 +114,36 @@ class Agent
 
  private:
    Values valuesOf( const Entity& object ) const;
+   void introduceHelper();
+   void dropReactors();
+
+   /// What a new start repeats: a call, or the start of the reactors.
+   struct Request
+   {
+      std::string subject;     // of which the last one counts
+      std::string operation{}; // empty for the reactors
+      std::vector<Vormel::Value> arguments{};
+      std::set<std::string_view> without{};
+   };
+   void requested( Request request );
+   bool isPossible( const Request& request ) const;
+
+   struct Input
+   {
+      Ref<Entity> object;
+      const Vormel::Attribute* attribute;
+      std::optional<Vormel::Value> key;
+      Vormel::Value value;
+   };
+   struct Inputs
+   {
+      std::vector<Input> early; // held since the start of the reactors
+      std::vector<Input> late;
+   };
+   /// Gives the objects their initial values back. Returns the inputs that they had.
+   Inputs takeInputs();
+   void noteInputs();
+   static void deliver( std::vector<Input> inputs );
 
    AgentConfig config_;
    std::shared_ptr<Vormel::ManualClock> clock_;
@@ -98,6 +155,9 @@ class Agent
    Ref<RoutingStatusSm> reactor_;
    Ref<L3PeerMacArpRedirectSm> arpRedirect_;
    std::map<const Entity*, Values> initialValues_;
+   std::vector<Request> requests_;
+   std::map<std::pair<std::string_view, std::string>, std::string>
+      inputsAtStart_; // of the reactors
 };
 
 } // namespace Strata::Tool

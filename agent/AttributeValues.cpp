@@ -16,8 +16,8 @@ std::vector<AttributeValue> attributeValues( const Vormel::Entity& entity )
          continue;
       }
       for( const Vormel::Member& member : attribute->members( entity ) )
-         values.push_back(
-            { attribute.get(), name + "[" + toText( member.key ) + "]", member.value } );
+         values.push_back( { attribute.get(), name + "[" + toText( member.key ) + "]", member.value,
+            member.key } );
    }
    return values;
 }

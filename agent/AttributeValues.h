@@ -5,6 +5,7 @@
 #include "platform/runtime/EntityType.h"
 #include "platform/runtime/Value.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,7 @@ struct AttributeValue
    const Vormel::Attribute* attribute;
    std::string name; // "useLb", "tcamEntryArpReply[bridgeMac]"
    Vormel::Value value;
+   std::optional<Vormel::Value> key{}; // of a member
 };
 std::vector<AttributeValue> attributeValues( const Vormel::Entity& entity );
 

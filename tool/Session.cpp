@@ -39,8 +39,9 @@ class Running
 /// Whether the command makes a switch, or runs its slice.
 static bool needsSlice( const Command& command )
 {
-   static constexpr std::array<std::string_view, 9> names{ "switch", "no switch", "bring-up",
-      "reactors start", "reactors stop", "call", "expect result", "router", "no router" };
+   static constexpr std::array<std::string_view, 10> names{ "switch", "no switch", "bring-up",
+      "restart", "reactors start", "reactors stop", "call", "expect result", "router",
+      "no router" };
    return std::ranges::find( names, command.name ) != names.end();
 }
 

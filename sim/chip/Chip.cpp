@@ -33,11 +33,62 @@ Chip::Chip(
    for( const auto& port : { special.loopback, special.recirculation } )
       if( port )
          ports_.add( static_cast<U32>( *port ) );
-   for( std::size_t i = 0; i < registers_.size(); ++i )
-      registers_[ i ] = registerReset( static_cast<Register>( i ) );
+   resetRegisters();
    for( const FieldGroupProfile& group : profile.groups )
       groups_.emplace_back( group );
    vlanIs( 1 );
+}
+
+void Chip::resetRegisters()
+{
+   for( std::size_t i = 0; i < registers_.size(); ++i )
+      registers_[ i ] = registerReset( static_cast<Register>( i ) );
+}
+
+void Chip::reset()
+{
+   fieldLocked = false;
+   hasRouted_ = false;
+   controls_.clear();
+   portSwitchControls_.clear();
+   portControls_.clear();
+   resetRegisters();
+   myStation_ = MyStationTable( profile_.myStationEntries );
+   for( auto& [ id, vlan ] : vlans_ ) {
+      vlan.flags.clear();
+      vlan.members.add( static_cast<U32>( profile_.specialPorts.cpu ) );
+   }
+   ipOptionsProfiles_.clear();
+   abandonedProfiles_.clear();
+   causes_.clear();
+   for( FieldGroup& group : groups_ ) {
+      const U32 room = group.room();
+      group = FieldGroup( FieldGroupProfile( group.profile() ) );
+      group.roomIs( room );
+   }
+}
+
+void Chip::abandon()
+{
+   fieldLocked = false;
+   for( const auto& [ id, action ] : ipOptionsProfiles_ )
+      abandonedProfiles_.insert( id );
+   for( FieldGroup& group : groups_ )
+      group.abandon();
+}
+
+std::vector<std::string> Chip::sweep()
+{
+   std::vector<std::string> names;
+   for( FieldGroup& group : groups_ )
+      for( const std::string& name : group.sweep() )
+         names.push_back( group.profile().name + " \"" + name + "\"" );
+   for( const int id : abandonedProfiles_ ) {
+      ipOptionsProfiles_.erase( id );
+      names.push_back( "IPv4 options profile " + std::to_string( id ) );
+   }
+   abandonedProfiles_.clear();
+   return names;
 }
 
 std::optional<U32> Chip::logicalPort( int sdkPort ) const
@@ -164,6 +215,13 @@ ChipVlan* Chip::vlan( U16 vlanId )
 
 SdkCode Chip::ipOptionsProfileCreate( IpOptionAction action, int& profile )
 {
+   // A new agent gets back what an earlier one has left.
+   for( const int id : abandonedProfiles_ )
+      if( ipOptionsProfiles_.at( id ) == action ) {
+         abandonedProfiles_.erase( id );
+         profile = id;
+         return SdkCode::None;
+      }
    for( int id = 1; id <= static_cast<int>( profile_.ipOptionsProfiles ); ++id ) {
       if( !ipOptionsProfiles_.emplace( id, action ).second )
          continue;
@@ -175,6 +233,7 @@ SdkCode Chip::ipOptionsProfileCreate( IpOptionAction action, int& profile )
 
 SdkCode Chip::ipOptionsProfileDestroy( int profile )
 {
+   abandonedProfiles_.erase( profile );
    return ipOptionsProfiles_.erase( profile ) != 0 ? SdkCode::None : SdkCode::NotFound;
 }
 

@@ -107,6 +107,15 @@ class Chip
    SdkCode ipOptionsProfileDestroy( int profile );
    const std::map<int, IpOptionAction>& ipOptionsProfiles() const { return ipOptionsProfiles_; }
 
+   // For a new agent. What other parts of an agent set stays: VLANs and their ports, ports that are up, the room of ranges,
+   // the unit's properties.
+   /// As after a reset: nothing is programmed any more.
+   void reset();
+   /// What is programmed stays, and nothing of it is claimed.
+   void abandon();
+   /// Removes the entries and IPv4 options profiles that nothing has claimed since. Returns their names.
+   std::vector<std::string> sweep();
+
    // The origins of chip state.
    void causeIs( const ChipPlace& place, Cause cause ) { causes_[ place ] = std::move( cause ); }
    /// Null if it has not been written since the chip was made.
@@ -125,6 +134,8 @@ class Chip
    bool wasTurnedAway( U32 entryId ) const;
 
  private:
+   void resetRegisters();
+
    U32 unit_;
    U32 modId_;
    const ChipProfile& profile_;
@@ -141,6 +152,7 @@ class Chip
    MyStationTable myStation_;
    std::map<U16, ChipVlan> vlans_;
    std::map<int, IpOptionAction> ipOptionsProfiles_;
+   std::set<int> abandonedProfiles_; // of those
    std::map<ChipPlace, Cause> causes_;
    std::vector<FieldGroup> groups_;
 };

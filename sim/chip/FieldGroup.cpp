@@ -20,6 +20,12 @@ FieldEntry* FieldGroup::find( U32 id )
    return const_cast<FieldEntry*>( std::as_const( *this ).find( id ) );
 }
 
+FieldEntry* FieldGroup::claimed( U32 id )
+{
+   FieldEntry* const entry = find( id );
+   return entry && entry->claimed ? entry : nullptr;
+}
+
 FieldGroup::ClaimResult FieldGroup::claim( U32 id, const std::string& name, const RequestKey& key )
 {
    if( !contains( id ) && !( key.orNext && contains( id + 1 ) ) )
@@ -30,6 +36,11 @@ FieldGroup::ClaimResult FieldGroup::claim( U32 id, const std::string& name, cons
       FieldEntry* const entry = find( candidate );
       if( !entry || entry->name != name )
          continue;
+      if( !entry->claimed )
+         *entry = FieldEntry{ .name = name,
+            .hardware = std::move( entry->hardware ),
+            .enabled = entry->enabled,
+            .cause = std::move( entry->cause ) };
       entry->key = key;
       entry->claim.qualifiers.clear();
       entry->unavailable.clear();
@@ -41,10 +52,11 @@ FieldGroup::ClaimResult FieldGroup::claim( U32 id, const std::string& name, cons
    for( U32 candidate = id; candidate <= last; ++candidate ) {
       if( !contains( candidate ) )
          continue;
-      if( find( candidate ) ) {
+      if( claimed( candidate ) ) {
          failure = ClaimFailure::heldByOther;
          continue;
       }
+      erase( candidate );
       if( roomLeft() == 0 ) {
          turnedAway_.insert( candidate );
          return { 0, ClaimFailure::noRoom };
@@ -83,7 +95,7 @@ void FieldGroup::put( FieldEntry& entry, bool enabled )
 
 SdkCode FieldGroup::install( U32 id )
 {
-   FieldEntry* const entry = find( id );
+   FieldEntry* const entry = claimed( id );
    if( !entry )
       return SdkCode::NotFound;
    if( entry->claim.actions.empty() )
@@ -96,7 +108,7 @@ SdkCode FieldGroup::install( U32 id )
 
 SdkCode FieldGroup::reinstall( U32 id )
 {
-   FieldEntry* const entry = find( id );
+   FieldEntry* const entry = claimed( id );
    if( !entry || !entry->installed() )
       return SdkCode::NotFound;
    if( entry->claim.actions.empty() )
@@ -105,27 +117,68 @@ SdkCode FieldGroup::reinstall( U32 id )
    return SdkCode::None;
 }
 
+void FieldGroup::takeOut( FieldEntry& entry )
+{
+   if( !entry.holdsRoom )
+      return;
+   entry.hardware.reset();
+   ++version_;
+   entry.holdsRoom = false;
+   --roomUsed_;
+}
+
 void FieldGroup::remove( U32 id )
 {
-   FieldEntry* const entry = find( id );
-   if( !entry || !entry->holdsRoom )
-      return;
-   entry->hardware.reset();
-   ++version_;
-   entry->holdsRoom = false;
-   --roomUsed_;
+   if( FieldEntry* const entry = claimed( id ) )
+      takeOut( *entry );
+}
+
+void FieldGroup::erase( U32 id )
+{
+   if( FieldEntry* const entry = find( id ) )
+      takeOut( *entry );
+   version_ += entries_.erase( id );
 }
 
 void FieldGroup::release( U32 id )
 {
-   remove( id );
-   version_ += entries_.erase( id );
+   if( claimed( id ) )
+      erase( id );
    turnedAway_.erase( id );
+}
+
+void FieldGroup::abandon()
+{
+   turnedAway_.clear();
+   for( auto at = entries_.begin(); at != entries_.end(); ) {
+      FieldEntry& entry = at->second;
+      entry.claimed = false;
+      if( entry.installed() ) {
+         ++at;
+      } else {
+         takeOut( entry );
+         at = entries_.erase( at );
+      }
+   }
+}
+
+std::vector<std::string> FieldGroup::sweep()
+{
+   std::vector<U32> left;
+   std::vector<std::string> names;
+   for( const auto& [ id, entry ] : entries_ )
+      if( !entry.claimed ) {
+         left.push_back( id );
+         names.push_back( entry.name );
+      }
+   for( const U32 id : left )
+      erase( id );
+   return names;
 }
 
 SdkCode FieldGroup::enable( U32 id, bool enabled )
 {
-   FieldEntry* const entry = find( id );
+   FieldEntry* const entry = claimed( id );
    if( !entry || !entry->installed() )
       return SdkCode::NotFound;
    version_ += entry->enabled != enabled ? 1 : 0;

@@ -13,24 +13,28 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace Strata::Sim {
 
 struct FieldEntry
 {
-   std::string name;
-   RequestKey key;
-   FieldRule claim;                   // the rule that the next install will put into hardware
-   std::optional<FieldRule> hardware; // the rule that packets are matched against
+   std::string name{};
+   RequestKey key{};
+   FieldRule claim{};                   // the rule that the next install will put into hardware
+   std::optional<FieldRule> hardware{}; // the rule that packets are matched against
    bool enabled = true;
    bool holdsRoom = true;
-   std::set<SdkOperation> unavailable; // qualifiers with the result "not available" since the claim
-   bool qualifierRefused = false;      // by the chip, although its attributes have the capability
-   bool actionsRemoved = false;        // since the last install
-   U64 hits = 0;                       // since the first claim
-   Cause cause;                        // of the installation
-   std::optional<bool> switchedTo;     // the last state that enableEntry set
-   Cause switchCause;
+   bool claimed =
+      true; // since the agent's start; otherwise what an earlier agent has left in hardware
+   std::set<SdkOperation>
+      unavailable{};                 // qualifiers with the result "not available" since the claim
+   bool qualifierRefused = false;    // by the chip, although its attributes have the capability
+   bool actionsRemoved = false;      // since the last install
+   U64 hits = 0;                     // since the first claim
+   Cause cause{};                    // of the installation
+   std::optional<bool> switchedTo{}; // the last state that enableEntry set
+   Cause switchCause{};
 
    /// The cause of enabling or disabling it, when that differs from the installation's.
    const Cause* enableCause() const { return switchedTo == enabled ? &switchCause : nullptr; }
@@ -63,11 +67,13 @@ class FieldGroup
    {
       return id >= profile_.base && id - profile_.base < profile_.size;
    }
-   /// The claimed entries by id.
+   /// By id: the claimed entries, and those that an earlier agent has left.
    const std::map<U32, FieldEntry>& entries() const { return entries_; }
-   /// Null if the id is not claimed.
+   /// Null if there is no such entry.
    const FieldEntry* find( U32 id ) const;
    FieldEntry* find( U32 id );
+   /// Null if the id is not claimed.
+   FieldEntry* claimed( U32 id );
 
    /// Changes with the entries in hardware and with the end of a claim, and not with an operation that changes nothing.
    U64 version() const { return version_; }
@@ -85,12 +91,20 @@ class FieldGroup
    void release( U32 id );
    SdkCode enable( U32 id, bool enabled );
 
+   /// For a new agent over the same chip: no entry is claimed any more, and those in hardware stay. A claim under the same
+   /// name adopts what is in hardware until it is installed again; one under another name removes it first.
+   void abandon();
+   /// Removes the entries that have not been claimed since. Returns their names.
+   std::vector<std::string> sweep();
+
    /// Ids whose last claim failed without an error of the caller.
    const std::set<U32>& turnedAway() const { return turnedAway_; }
    void turnedAwayIs( U32 id ) { turnedAway_.insert( id ); }
 
  private:
    bool takeRoom( FieldEntry& entry );
+   void takeOut( FieldEntry& entry );
+   void erase( U32 id );
    /// Puts the claim into hardware.
    void put( FieldEntry& entry, bool enabled );
 

@@ -11,7 +11,7 @@ namespace Strata::Sim {
 FieldEntry* ChipOperations::claimed( SdkOperation operation, U32 unit, U32 entry )
 {
    FieldGroup* const group = chip( unit ).groupOf( entry );
-   FieldEntry* const found = group ? group->find( entry ) : nullptr;
+   FieldEntry* const found = group ? group->claimed( entry ) : nullptr;
    if( !found && !chip( unit ).wasTurnedAway( entry ) )
       hardware_.critic.breach( "entry " + std::to_string( entry ) + " is not claimed on the unit",
          roleName( operation ), unit );
@@ -51,7 +51,7 @@ void ChipOperations::answeredUnavailable( SdkOperation operation, U32 unit, S64 
       return;
    const auto entry = static_cast<U32>( target );
    FieldGroup* const group = chip( unit ).groupOf( entry );
-   if( FieldEntry* const found = group ? group->find( entry ) : nullptr )
+   if( FieldEntry* const found = group ? group->claimed( entry ) : nullptr )
       found->unavailable.insert( operation );
 }
 

@@ -171,7 +171,7 @@ int SimTcamEntryManager::installed( std::string_view call, U32 unit, U32 entryId
 {
    return static_cast<int>(
       perform( call, unit, entryId, Effect::write, {}, [ & ]( FieldGroup& at ) {
-         FieldEntry* const entry = at.find( entryId );
+         FieldEntry* const entry = at.claimed( entryId );
          if( entry )
             for( const std::string& wrong : faultsOf( *entry, hardware_.chips.at( unit ) ) )
                hardware_.critic.breach( wrong, call, unit );
@@ -221,7 +221,7 @@ int SimTcamEntryManager::enableEntry( U32 unit, U32 entryId, bool enable, int mo
          return SdkCode::Param;
       }
       const SdkCode code = at.enable( entryId, enable );
-      if( FieldEntry* const entry = at.find( entryId );
+      if( FieldEntry* const entry = at.claimed( entryId );
           code == SdkCode::None && entry->switchedTo != enable ) {
          // Setting the same state again keeps its first cause.
          entry->switchedTo = enable;
@@ -239,7 +239,7 @@ U64 SimTcamEntryManager::hitsForEntry( U32 unit, U32 entryId ) const
 {
    hardware_.critic.managerCallBegins( "hitsForEntry", unit );
    FieldGroup* const at = group( unit );
-   const FieldEntry* const entry = at ? at->find( entryId ) : nullptr;
+   const FieldEntry* const entry = at ? at->claimed( entryId ) : nullptr;
    const U64 hits = entry ? entry->hits : 0;
    write( "hitsForEntry", unit, entryId, {}, [ & ] {
       return RecordContent{ " -> " + std::to_string( hits ), { { "result", hits } } };
@@ -251,7 +251,7 @@ int SimTcamEntryManager::qualified(
    std::string_view call, U32 unit, U32 entryId, const FieldQualifier& qualifier )
 {
    const auto work = [ & ]( FieldGroup& at ) {
-      FieldEntry* const entry = at.find( entryId );
+      FieldEntry* const entry = at.claimed( entryId );
       if( !entry ) {
          if( !at.turnedAway().contains( entryId ) )
             hardware_.critic.breach(

@@ -204,6 +204,29 @@ const Chip& SimSwitch::chip( U32 unit ) const
    return at->second;
 }
 
+void SimSwitch::reset()
+{
+   for( auto& [ unit, chip ] : chips_ )
+      chip.reset();
+   critic_.restart();
+}
+
+void SimSwitch::abandon()
+{
+   for( auto& [ unit, chip ] : chips_ )
+      chip.abandon();
+   critic_.restart();
+}
+
+std::vector<std::string> SimSwitch::sweep()
+{
+   std::vector<std::string> names;
+   for( auto& [ unit, chip ] : chips_ )
+      for( std::string& name : chip.sweep() )
+         names.push_back( "unit " + std::to_string( unit ) + " " + std::move( name ) );
+   return names;
+}
+
 Ref<SimTcamEntryManager> SimSwitch::tcamManager( std::string_view group ) const
 {
    const auto at = std::ranges::find_if(

@@ -86,6 +86,14 @@ class SimSwitch
    Transcript& transcript() { return transcript_; }
    /// Sets the cause of later changes; the changed state records it.
    void causeIs( std::string cause ) { cause_ = { std::move( cause ), {}, 0 }; }
+   // For a new agent, with the inputs as they are.
+   /// Resets the chips.
+   void reset();
+   /// Leaves the chips as they are, with nothing claimed; what the new agent claims under the same name it adopts.
+   void abandon();
+   /// Removes what the new agent has not claimed. Returns the names, with their units.
+   std::vector<std::string> sweep();
+
    /// Records the current command as the cause of state that it changes without the slice.
    void pokes( U32 unit, const ChipPlace& place ) { chip( unit ).causeIs( place, cause_ ); }
    Critic& critic() { return critic_; }

@@ -141,7 +141,7 @@ class Transcript
    bool hears( RecordKind kind ) const { return listener_ && ( !hears_ || hears_( kind ) ); }
    void pass( RecordKind kind );
 
-   mutable std::mutex mutex_;
+   mutable std::recursive_mutex mutex_; // the listener may cause further records
    std::deque<Record> records_;
    std::array<U64, Vormel::enumTable<RecordKind>.size()> counts_{};
    Listener listener_;

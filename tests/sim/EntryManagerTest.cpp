@@ -55,6 +55,37 @@ TEST_F( EntryManagerTest, HardwareChangesWithInstallationAlone )
    EXPECT_THAT( breaches(), IsEmpty() );
 }
 
+TEST_F( EntryManagerTest, ANewAgentAdoptsWhatItClaimsAndTheRestIsSwept )
+{
+   makeEntry( 0, base, "kept" );
+   makeEntry( 0, base + 1, "left" );
+   makeEntry( 0, base + 2, "taken" );
+   makeEntry( 0, base + 3, "never installed" );
+   for( const U32 id : { base, base + 1, base + 2 } )
+      EXPECT_EQ( manager->installEntry( 0, id ), ok );
+   manager->enableEntry( 0, base, false, hardware.shim().fieldEntryEnableMode() );
+   group( 0 ).find( base )->hits = 5;
+   group( 0 ).abandon();
+   EXPECT_EQ( group( 0 ).room() - group( 0 ).roomLeft(), 3u );
+
+   // Until it is claimed again, it is none of the manager's.
+   EXPECT_NE( manager->reinstallEntry( 0, base ), ok );
+   manager->releaseEntry( 0, base );
+   EXPECT_EQ( manager->getEntry( 0, base, "kept", {} ), base );
+   EXPECT_EQ( entry( 0, base ).claim.text(), "every packet => nothing" )
+      << "without the actions of before";
+   EXPECT_EQ( entry( 0, base ).hardware->text(), "Ttl 1/0xff => CopyToCpu" );
+   EXPECT_FALSE( entry( 0, base ).enabled );
+   EXPECT_EQ( manager->hitsForEntry( 0, base ), 0u );
+   EXPECT_EQ( manager->getEntry( 0, base + 2, "another", {} ), base + 2 );
+   EXPECT_FALSE( entry( 0, base + 2 ).installed() );
+
+   EXPECT_THAT( group( 0 ).sweep(), ElementsAre( "left" ) );
+   EXPECT_EQ( group( 0 ).find( base + 1 ), nullptr );
+   EXPECT_EQ( group( 0 ).room() - group( 0 ).roomLeft(), 2u );
+   EXPECT_THAT( breaches(), IsEmpty() );
+}
+
 TEST_F( EntryManagerTest, AClaimThatMayTakeTheNextIdGetsTheSameOneEachTime )
 {
    const RequestKey key{ "unknown mac drop", true, "" };

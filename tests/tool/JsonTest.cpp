@@ -137,6 +137,7 @@ lag Port-Channel1 Ethernet3-4
 nexthop flows programmed
 trace *=9
 bring-up
+restart warm
 set features.feature[x] true
 set miscConfig.unknownMacDropTrafficClass[3] true
 set miscConfig.syslogTimeout 5

@@ -20,13 +20,23 @@ bool isPeers( U32 index )
    return index == peerRouterMacNoRouting() || index == peerRouterMac();
 }
 
-/// The recorded index, otherwise the lowest from 1 that is free on every unit.
-U32 stationIndex( const Session& session )
+bool isRoutersOwn( U32 index, const MemoryEntry& entry, const EthAddr& mac )
+{
+   return !isPeers( index ) && Sim::memoryMacField( entry, MemoryField::MacAddr ) == mac;
+}
+
+/// The recorded index, or that of an entry with this MAC address, which an agent that died may have left; otherwise the
+/// lowest from 1 that is free on every unit.
+U32 stationIndex( const Session& session, const EthAddr& mac )
 {
    const U32 recorded = session.agent().helper()->routerMacIndex();
    if( recorded != myStationIdxInvalid() )
       return recorded;
    const auto& chips = session.agent().hardware().chips();
+   for( const auto& [ unit, chip ] : chips )
+      for( const auto& [ index, entry ] : chip.myStation().entries() )
+         if( isRoutersOwn( index, entry, mac ) )
+            return index;
    U32 index = 1;
    while( isPeers( index ) || std::ranges::any_of( chips, [ & ]( const auto& item ) {
       return item.second.myStation().entries().contains( index );
@@ -41,10 +51,10 @@ void removeStations( Session& session, const EthAddr& mac )
    for( const auto& [ unit, chip ] : session.agent().hardware().chips() ) {
       std::vector<U32> indexes;
       for( const auto& [ index, entry ] : chip.myStation().entries() )
-         if( !isPeers( index ) && Sim::memoryMacField( entry, MemoryField::MacAddr ) == mac )
+         if( isRoutersOwn( index, entry, mac ) )
             indexes.push_back( index );
       for( const U32 index : indexes )
-         session.agent().recorder().call( "removeMyStationTcamEntry", unit, index );
+         session.agent().call( "removeMyStationTcamEntry", unit, index );
    }
    session.agent().helper()->routerMacIndexIs( myStationIdxInvalid() );
 }
@@ -56,12 +66,12 @@ void routerIs( Session& session, const EthAddr& mac, const std::vector<U32>& uni
    const auto& helper = session.agent().helper();
    const EthAddr before = helper->routerMacAddr();
    helper->routerMacAddrIs( mac );
-   session.agent().recorder().call( "handleRouting", true, true );
+   session.agent().call( "handleRouting", true, true );
    if( !before.isZero() && before != mac )
       removeStations( session, before );
-   const U32 index = stationIndex( session );
+   const U32 index = stationIndex( session, mac );
    for( const U32 unit : units )
-      session.agent().recorder().call(
+      session.agent().call(
          "addMyStationTcamEntry", unit, index, mac, false, U16{ 0 }, false, false, true );
    helper->routerMacIndexIs( index );
 }
@@ -72,7 +82,7 @@ void routerDel( Session& session )
    const auto& helper = session.agent().helper();
    removeStations( session, helper->routerMacAddr() );
    helper->routerMacAddrIs( EthAddr() );
-   session.agent().recorder().call( "handleRouting", false, false );
+   session.agent().call( "handleRouting", false, false );
 }
 
 Act makeRouter( const Session& session, Words& words )

@@ -11,6 +11,7 @@
 #include "tool/words/Command.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <filesystem>
 #include <memory>
@@ -233,6 +234,31 @@ void stop( Session& session )
    session.agent().stop();
 }
 
+void restart( Session& session, Restart kind )
+{
+   Agent& agent = session.agent();
+   const U64 before = callCount( agent );
+   std::vector<std::string> swept;
+   {
+      const Summing summary( session.console() );
+      swept = agent.restart( kind );
+   }
+   Table table = outcomeTable( agent, callCount( agent ) - before, session.keepsRecords() );
+   for( const std::string& name : swept )
+      table.row( { "removed", "-", name }, { { "what", "removed" }, { "name", name } } );
+   session.console().report( "Started again", table );
+}
+
+Act startAgain( const Session& session, Words& words )
+{
+   static constexpr std::array<std::string_view, 2> kinds{ "cold", "warm" };
+   const Restart kind = words.choose( "how", kinds ) == "cold" ? Restart::cold : Restart::warm;
+   if( session.agent().recorder().recording() )
+      words.failAt( words.line().words.front(),
+         "a recording is one of a single agent; run the scenario without it" );
+   return [ kind ]( Session& live ) { restart( live, kind ); };
+}
+
 void mark( Session& session )
 {
    session.mark();
@@ -259,6 +285,10 @@ std::vector<Command> runCommands()
       { "reactors start", "[without INPUT]...",
          "make the reactors; those from before are dropped first", start },
       { "reactors stop", "", "drop the reactors; the hardware stays as it is", parseNone<stop> },
+      { "restart", "cold|warm",
+         "end the agent and start a new one with the same inputs, on chips that were reset, or as "
+         "they are",
+         startAgain },
       { "advance", "DURATION", "advance the clock; timers run when they are due", advance },
       { "trace", "HANDLE=LEVEL...", "set trace levels: 0 to 9, or off", trace, true, false },
       { "include", "FILE", "run the lines of another scenario, named relative to this one", include,

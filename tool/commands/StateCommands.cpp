@@ -114,7 +114,7 @@ std::optional<Value> resultOf( const Call& call, Session& session, const Words& 
    for( const Word& argument : call.arguments )
       values.emplace_back( argument.text );
    try {
-      Value result = session.agent().recorder().callWith( call.operation->name(), values );
+      Value result = session.agent().callWith( call.operation->name(), values );
       return std::holds_alternative<std::monostate>( result )
                 ? std::nullopt
                 : std::optional( std::move( result ) );

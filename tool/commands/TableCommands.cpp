@@ -254,7 +254,7 @@ void vlanDel( Session& session, U16 vlanId )
    std::erase_if( tables.stp, [ & ]( const auto& item ) { return item.first.second == vlanId; } );
    tables.vlans.erase( vlanId );
    session.agent().hardware().vlanDel( vlanId );
-   session.agent().recorder().call( "enableVlanRouting", vlanId, false );
+   session.agent().call( "enableVlanRouting", vlanId, false );
 }
 
 Act removeVlan( const Session& session, Words& words )

@@ -16,6 +16,8 @@ constexpr Meaning meanings[] = {
    { "show", "what the switch and the slice have" },
    { "expect", "what must be so; if it is not, the run fails" },
    { "poke", "change a chip without the slice" },
+   { "cold", "the chips are reset first" },
+   { "warm", "the chips stay as they are, and the new agent adopts what it claims" },
    { "reactors", "start or stop what follows the inputs" },
    { "expect no", "what must not have happened" },
    // Ends of a line.
