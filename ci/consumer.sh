@@ -80,6 +80,16 @@ run_agent() {
    diff -u "$dir/agent/expected.txt" "$1/story.txt"
    "$1/bring-up"
    "$1/examine"
+   # It serves its metrics until it is killed.
+   "$1/bring-up" --metrics "$1/socket" &
+   agent=$! served=yes
+   curl --silent --show-error --fail --retry 5 --retry-all-errors --retry-delay 1 --unix-socket "$1/socket" \
+      http://agent/metrics >"$1/metrics.txt" || served=no
+   kill $agent
+   [ $served = yes ] && [ "$(tail -n 1 "$1/metrics.txt")" = '# EOF' ] || {
+      echo "$1: bring-up does not serve its metrics"
+      return 1
+   }
 }
 cp -r "$prefix/share/doc/strata-l3/examples/agent" "$dir/agent"
 cmake -S "$dir/agent" -B "$dir/agent/cmake" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_COMPILE_WARNING_AS_ERROR=ON \

@@ -47,6 +47,7 @@ lintian lintian
 '
 ci='
 git git
+curl curl
 clang-format clang-format
 clang-tidy-19 clang-tidy-19
 binutils strings

@@ -78,6 +78,8 @@ class EntryManager final : public StrataBoundedTcamEntryManager
 {
    VORMEL_ENTITY( EntryManager, TINY_ENTRY_MANAGER_ATTRIBUTES )
 
+   static constexpr U32 size = 64;
+
    EntryManager( Chip& chip, const Log& log ) : chip_( chip ), log_( log ) {}
 
    U32 baseEntryId() const override { return 1000; }
@@ -148,7 +150,7 @@ class EntryManager final : public StrataBoundedTcamEntryManager
    }
 
  private:
-   bool inRange( U32 id ) const { return id >= baseEntryId() && id < baseEntryId() + 64; }
+   bool inRange( U32 id ) const { return id >= baseEntryId() && id < baseEntryId() + size; }
 
    int written( U32 unit, U32 entryId, const char* how )
    {

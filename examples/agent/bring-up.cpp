@@ -1,5 +1,7 @@
 // A whole agent in one main: brings the slice up on the tiny chip, switches routing on, makes an interface routed.
 // The porting guide explains the steps. `bring-up FILE [BYTES]` also records all of it in the file, which BYTES limits.
+// `bring-up --metrics SOCKET` goes on until it is killed, and serves its metrics on the local socket.
+#include "MetricsServer.h"
 #include "TinyEntryManager.h"
 
 #include "platform/runtime/Activity.h"
@@ -7,13 +9,16 @@
 #include "platform/state/AgentConfig.h"
 #include "platform/state/Interfaces.h"
 #include "recording/Recorder.h"
+#include "routing/Metrics.h"
 #include "routing/RoutingStatusHelper.h"
 #include "routing/reactors/L3PeerMacArpRedirectSm.h"
 #include "routing/reactors/RoutingStatusSm.h"
 
+#include <algorithm>
 #include <iostream>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace Tiny {
 VORMEL_ENTITY_TYPE( EntryManager, TINY_ENTRY_MANAGER_ATTRIBUTES )
@@ -22,15 +27,40 @@ VORMEL_ENTITY_TYPE( EntryManager, TINY_ENTRY_MANAGER_ATTRIBUTES )
 using namespace Strata;
 using Vormel::make;
 
+namespace {
+
+/// The agent's loop: waits without the activity lock, then runs the timers that are due and answers the reader.
+template<class Text>
+[[noreturn]] void serve( const Tiny::MetricsServer& server, Vormel::RealClock& clock, Text text )
+{
+   for( ;; ) {
+      int reader = -1;
+      {
+         const Vormel::UnlockAnchor released( Vormel::activityLock() );
+         const double wait = std::clamp( clock.nextExpiry() - clock.now(), 0.0, 3600.0 );
+         reader = server.request( static_cast<int>( wait * 1000 ) + 1 );
+      }
+      clock.runDue();
+      if( reader >= 0 )
+         Tiny::MetricsServer::answer( reader, metricsContentType, text() );
+   }
+}
+
+} // namespace
+
 int main( int argc, char** argv )
 {
+   const std::vector<std::string> arguments( argv + 1, argv + argc );
+   const bool serves = arguments.size() == 2 && arguments[ 0 ] == "--metrics";
    // 1. Once per process: the shim, the activity lock on the reactor thread, the clock that timers run on.
    Tiny::Chip chip;
    Tiny::Shim shim( chip );
    const Vormel::LockAnchor lock( Vormel::activityLock() );
-   Recorder recorder( argc > 1 ? argv[ 1 ] : "",
-      argc > 2 ? std::stoull( argv[ 2 ] ) : 0 ); // without a file it passes everything on
-   sdkShimIs( &recorder.shim( shim ) );
+   Recorder recorder( !serves && !arguments.empty() ? arguments[ 0 ] : "",
+      !serves && arguments.size() > 1 ? std::stoull( arguments[ 1 ] )
+                                      : 0 );       // without a file it passes everything on
+   ObservedShim observed( recorder.shim( shim ) ); // counts and times the calls
+   sdkShimIs( &observed );
    const auto clock = std::make_shared<Vormel::RealClock>();
    Vormel::activityManager().clockIs( clock );
    recorder.clock( *clock );
@@ -95,5 +125,12 @@ int main( int argc, char** argv )
 
    // 7. The agent's loop: events with the lock held, the lock released while it waits, timers when they are due.
    clock->runDue();
+   if( serves )
+      serve( Tiny::MetricsServer( arguments[ 1 ] ), *clock, [ & ] {
+         return metricsText( observed, *helper, [ & ] {
+            const U64 used = chip.entries.size();
+            return std::vector<RangeRoom>{ { 0, "main", used, Tiny::EntryManager::size - used } };
+         } );
+      } );
    return helper->vlanFloodPbmp() == *PortBitmap::parse( "1,3-4" ) ? 0 : 1;
 }

@@ -35,6 +35,10 @@ struct VORMEL_EXPORT ChangeText
 /// Requires: the activity lock is held.
 VORMEL_EXPORT ChangeText describeChange( std::string object, const Change& change );
 
+/// The number of changes that were published to subscribers since the process started: of inputs, the helper and all
+/// other entities, a change of several subscribers once. Requires: the activity lock is held.
+VORMEL_EXPORT U64 changesPublished() noexcept;
+
 /// Passes every change of one entity to a sink during the watcher's lifetime. Requires: the activity lock is held.
 class VORMEL_EXPORT ChangeWatcher final : public Subscriber
 {

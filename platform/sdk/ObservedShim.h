@@ -4,12 +4,26 @@
 
 #include "platform/sdk/ForwardingShim.h"
 
+#include <array>
 #include <atomic>
+#include <cstddef>
 #include <memory>
 #include <string_view>
 #include <vector>
 
 namespace Strata {
+
+/// By how long a call takes it is counted in one of these groups. Each group but the last one has an upper bound, in
+/// nanoseconds and inclusive: 256 ns, then always four times as much, up to 1.07 s.
+constexpr std::array<U64, 12> sdkCallTimeBounds = [] {
+   std::array<U64, 12> bounds{};
+   U64 next = 256;
+   for( U64& bound : bounds ) {
+      bound = next;
+      next *= 4;
+   }
+   return bounds;
+}();
 
 struct SdkCallStatistics
 {
@@ -19,6 +33,8 @@ struct SdkCallStatistics
    U64 unavailable = 0;
    double seconds = 0.0; // total of all calls
    double longest = 0.0; // longest call, in seconds
+   std::array<U64, sdkCallTimeBounds.size() + 1>
+      byTime{}; // calls of each group; their sum is `calls`
 };
 
 class VORMEL_EXPORT ObservedShim final : public ForwardingShim
@@ -38,7 +54,7 @@ class VORMEL_EXPORT ObservedShim final : public ForwardingShim
  private:
    struct Counters
    {
-      std::atomic<U64> calls;
+      std::array<std::atomic<U64>, sdkCallTimeBounds.size() + 1> byTime;
       std::atomic<U64> failures;
       std::atomic<U64> unavailable;
       std::atomic<U64> nanoseconds;
