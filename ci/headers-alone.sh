@@ -5,7 +5,7 @@
 set -u
 cd "$(dirname "$0")/.." || exit
 
-find platform messages routing recording sim conformance agent cover desk tool tests fuzz bench -type f -name '*.h' | LC_ALL=C sort |
+find platform messages routing recording sim conformance agent cover desk report tool tests fuzz bench -type f -name '*.h' | LC_ALL=C sort |
    while read -r header; do
       source=${header%.h}.cpp
       case $header in

@@ -1,6 +1,6 @@
 #!/bin/sh
 # Checks which room (top-level directory) includes which. Arrows run downwards only:
-#    tool -> agent, cover, desk; cover -> sim; agent -> recording, sim; desk -> recording, sim; recording -> routing -> messages -> platform;
+#    tool -> agent, cover, report; report -> desk; cover -> sim; agent -> recording, sim; desk -> recording, sim; recording -> routing -> messages -> platform;
 #    sim, conformance -> platform
 # Prints one line for each include that runs another way, and for each macro that an installed header should not
 # define, and fails.
@@ -8,7 +8,7 @@ set -u
 cd "$(dirname "$0")/.." || exit
 
 rooms=
-for room in platform messages routing recording sim conformance agent cover desk tool tests fuzz bench examples; do
+for room in platform messages routing recording sim conformance agent cover desk report tool tests fuzz bench examples; do
    [ -d $room ] && rooms="$rooms $room"
 done
 
@@ -29,9 +29,10 @@ BEGIN {
    may["conformance/sim"] = "platform/ sim/ conformance/"
    may["agent"] = "platform/ messages/ routing/ recording/ sim/ agent/"
    may["desk"] = "platform/ messages/ routing/ recording/ sim/ desk/"
+   may["report"] = "platform/ sim/ desk/ report/"
    may["cover"] = "platform/ sim/ cover/"
-   may["tool"] = "platform/ messages/ routing/ recording/ sim/ agent/ cover/ desk/ tool/"
-   everything = "platform/ messages/ routing/ recording/ sim/ conformance/ agent/ cover/ desk/ tool/ tests/ fuzz/ bench/ examples/"
+   may["tool"] = "platform/ messages/ routing/ recording/ sim/ agent/ cover/ desk/ report/ tool/"
+   everything = "platform/ messages/ routing/ recording/ sim/ conformance/ agent/ cover/ desk/ report/ tool/ tests/ fuzz/ bench/ examples/"
    may["tests"] = may["fuzz"] = may["bench"] = may["examples"] = everything
 }
 

@@ -29,12 +29,12 @@ together() {
 
 # The longest first.
 {
-   together tool agent cover desk tool
+   together tool agent cover desk report tool
    together sim sim
    together routing messages routing recording
    together conformance conformance
    together platform platform
-   sources platform messages routing recording sim conformance agent cover desk tool | sed 's/^/-*,misc-include-cleaner,misc-unused-* /'
+   sources platform messages routing recording sim conformance agent cover desk report tool | sed 's/^/-*,misc-include-cleaner,misc-unused-* /'
 } | xargs -r -L 1 -P "$(nproc)" sh -c '
    clang-tidy-19 --quiet --checks="$1" "$2" -- -std=c++20 -I. -Wall -Wextra \
       -DVORMEL_ATOMIC_REFS=1 -DVORMEL_CHECKING=1 -DSTRATA_VERSION=\"\" 2>&1' sh |

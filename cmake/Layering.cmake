@@ -9,7 +9,7 @@ file( GLOB_RECURSE layeredFiles CONFIGURE_DEPENDS
    recording/*.h recording/*.cpp
    sim/*.h sim/*.cpp sim/*.def
    agent/*.h agent/*.cpp
-   cover/*.h cover/*.cpp desk/*.h desk/*.cpp
+   cover/*.h cover/*.cpp desk/*.h desk/*.cpp report/*.h report/*.cpp
    tool/*.h tool/*.cpp tool/*.def
    conformance/*.h conformance/*.cpp conformance/*.def
    tests/*.h tests/*.cpp fuzz/*.h fuzz/*.cpp bench/*.h bench/*.cpp examples/*.h examples/*.cpp )

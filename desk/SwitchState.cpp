@@ -64,6 +64,7 @@ class Parts
          for( const auto& [ id, entry ] : group.entries() )
             addEntry( range, id, entry );
          Part& room = add( PartKind::room, number++, "room of " + range );
+         room.range = range;
          room.fields = { { "used", std::to_string( group.room() - group.roomLeft() ) },
             { "room", std::to_string( group.room() ) } };
       }
@@ -90,6 +91,7 @@ class Parts
          const Sim::Cause cause = causeAt( chip_, ChipPlace::Kind::registers, position( reg ) );
          Part& part =
             add( PartKind::reg, position( reg ), "register " + std::string( roleName( reg ) ) );
+         part.name = roleName( reg );
          U64 others = chip_.registerValue( reg );
          for( std::size_t k = 0; k < roleNames<RegisterField>.size(); ++k )
             if( const auto field = static_cast<RegisterField>( k ); registerOf( field ) == reg ) {
@@ -148,9 +150,10 @@ class Parts
       std::string title = "control " + std::string( roleName( role ) );
       if( kind != PartKind::control )
          title += " of port " + std::to_string( port );
-      add( kind, position( role ), std::move( title ), port )
-         .fields.push_back(
-            { "", std::to_string( value ), causeAt( chip_, place, position( role ), port ) } );
+      Part& part = add( kind, position( role ), std::move( title ), port );
+      part.name = roleName( role );
+      part.fields.push_back(
+         { "", std::to_string( value ), causeAt( chip_, place, position( role ), port ) } );
    }
 
    static std::string valueText( const Sim::FieldQualifier& qualifier )
@@ -174,6 +177,8 @@ class Parts
       const std::string state = !entry.installed() ? "claimed"
                                 : entry.enabled    ? "installed"
                                                    : "disabled";
+      part.name = entry.name;
+      part.range = range;
       part.fields = { { "name", entry.name }, { "state", state } };
       part.text = state;
       if( !entry.installed() )
@@ -282,6 +287,21 @@ std::vector<Difference> differences( const SwitchState& before, const SwitchStat
       }
    }
    return found;
+}
+
+std::string numberRanges( const std::vector<U32>& numbers )
+{
+   std::string text;
+   for( std::size_t i = 0; i < numbers.size(); ) {
+      std::size_t last = i;
+      while( last + 1 < numbers.size() && numbers[ last + 1 ] == numbers[ last ] + 1 )
+         ++last;
+      text += ( i == 0 ? "" : "," ) + std::to_string( numbers[ i ] );
+      if( last > i )
+         text += ( last == i + 1 ? "," : "-" ) + std::to_string( numbers[ last ] );
+      i = last + 1;
+   }
+   return text;
 }
 
 } // namespace Strata::Desk

@@ -44,7 +44,9 @@ struct Field
 
 struct Part
 {
-   std::string title; // "main 34 \"VLAN flood\"", "control L3EgressMode"
+   std::string title;   // "main 34 \"VLAN flood\"", "control L3EgressMode"
+   std::string name{};  // "VLAN flood", "L3EgressMode"; empty for what has only a number
+   std::string range{}; // of an entry, or of a room
    std::vector<Field> fields{};
    std::string text{}; // all of it in one line
 };
@@ -75,5 +77,8 @@ struct Difference
 
 /// In the order of parts, and within a part in that of its fields. Empty if both hold the same, whatever caused it.
 std::vector<Difference> differences( const SwitchState& before, const SwitchState& after );
+
+/// "0-3,8": ascending numbers, of units, ports and the like.
+std::string numberRanges( const std::vector<U32>& numbers );
 
 } // namespace Strata::Desk

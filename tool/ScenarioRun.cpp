@@ -2,6 +2,7 @@
 
 #include "platform/runtime/Activity.h"
 #include "tool/DeathWatch.h"
+#include "tool/RunListener.h"
 #include "tool/ScenarioFile.h"
 #include "tool/words/Command.h"
 
@@ -85,13 +86,17 @@ static ExitStatus withSession(
    return ExitStatus::error;
 }
 
-ExitStatus runScenario( const std::string& file, Console& console, SessionConfig config,
-   const std::function<void( Session& )>& atEnd )
+/// `begins` sees the new session. Without a file, the run is that alone.
+static ExitStatus runToEnd( const std::string& file, Console& console, SessionConfig config,
+   const std::function<void( Session& )>& begins, const std::function<void( Session& )>& atEnd )
 {
    return withSession( file, console, std::move( config ), [ & ]( Session& session ) {
       RunEnd end = RunEnd::complete;
       try {
-         runLines( file, session );
+         if( begins )
+            begins( session );
+         if( !file.empty() )
+            runLines( file, session );
          session.end();
          if( atEnd )
             atEnd( session );
@@ -99,6 +104,8 @@ ExitStatus runScenario( const std::string& file, Console& console, SessionConfig
          console.error( error.what() );
          end = RunEnd::refused;
       }
+      if( RunListener* const listener = console.listener(); listener && session.hasAgent() )
+         listener->switchEnds( session );
       const RunCounts& counts = session.counts();
       console.summary( file, counts, end );
       console.checkWritten();
@@ -106,6 +113,19 @@ ExitStatus runScenario( const std::string& file, Console& console, SessionConfig
              : counts.failures == 0 && counts.broken == 0 ? ExitStatus::held
                                                           : ExitStatus::failed;
    } );
+}
+
+ExitStatus runScenario( const std::string& file, Console& console, SessionConfig config,
+   const std::function<void( Session& )>& atEnd )
+{
+   return runToEnd( file, console, std::move( config ), {}, atEnd );
+}
+
+ExitStatus runOnTwin(
+   const Desk::RecordingFile& recording, const std::string& file, Console& console )
+{
+   return runToEnd(
+      file, console, {}, [ & ]( Session& session ) { session.twinIs( recording ); }, {} );
 }
 
 ExitStatus checkScenario( const std::string& file, Console& console )

@@ -30,6 +30,10 @@ void runLines( const std::string& file, Session& session,
 ExitStatus runScenario( const std::string& file, Console& console, SessionConfig config = {},
    const std::function<void( Session& )>& atEnd = {} );
 
+/// Runs a scenario, if its name is not empty, on the twin of a recording.
+ExitStatus runOnTwin(
+   const Desk::RecordingFile& recording, const std::string& file, Console& console );
+
 /// Reports every line that cannot be run: runs a scenario on a new session and goes on behind such lines, without
 /// judging expectations or writing captures. Requires: the console is one for checking.
 ExitStatus checkScenario( const std::string& file, Console& console );

@@ -7,6 +7,7 @@
 #include "platform/runtime/Format.h"
 #include "tool/ChildProcess.h"
 #include "tool/Interrupt.h"
+#include "tool/RunListener.h"
 #include "tool/words/Command.h"
 
 #include <algorithm>
@@ -45,6 +46,8 @@ static bool needsSlice( const Command& command )
    return std::ranges::find( names, command.name ) != names.end();
 }
 
+RunListener::~RunListener() = default;
+
 Session::Session( Console& console, SessionConfig config )
    : console_( console ),
      config_( std::move( config ) )
@@ -73,6 +76,8 @@ void Session::run( const Line& line )
    if( json && filterLine )
       Words( *filterLine )
          .failAt( filterLine->words.front(), "JSON has all rows; filters are for text" );
+   if( RunListener* const listener = console_.listener() )
+      listener->begins( line );
    if( command.announced )
       console_.command( line );
    const Running running( running_, line );
@@ -154,6 +159,8 @@ void Session::twinIs( const Desk::RecordingFile& recording )
    Sim::SimSwitch& hardware = agent_->hardware();
    const auto notes = Desk::makeTwin( recording, hardware, agent_->helper() );
    hardware.transcript().listenerIs( listener(), filter() );
+   if( RunListener* const listener = console_.listener() )
+      listener->twinMade( *this, recording );
    for( const std::string& note : notes )
       console_.notice( note );
    mark();
@@ -175,6 +182,8 @@ void Session::makeAgent( AgentConfig config )
    const std::string asked = config.hardware.profile;
    config.hardware = played( std::move( config.hardware ) );
    agentDel(); // first, because there is one shim per process
+   if( RunListener* const listener = console_.listener() )
+      listener->switchBegins();
    lastCall_ = lastBreach_ = firstRefusedClaim_ = {};
    agent_ = std::make_unique<Agent>( config );
    packets_ = std::make_unique<PacketDesk>( agent_->hardware(), agent_->clock() );
@@ -190,6 +199,8 @@ void Session::makeAgent( AgentConfig config )
 
 void Session::agentDel()
 {
+   if( RunListener* const listener = console_.listener(); listener && agent_ )
+      listener->switchEnds( *this );
    end();
    packets_.reset();
    agent_.reset();
@@ -335,6 +346,8 @@ void Session::mark()
       return;
    agent_->hardware().transcript().clear();
    stateAtMark_ = Desk::SwitchState( agent_->hardware() );
+   if( RunListener* const listener = console_.listener() )
+      listener->marked( *this );
 }
 
 void Session::expect( bool held, const std::string& expected, const std::string& found )

@@ -2,6 +2,7 @@
 #include "desk/Anonymiser.h"
 #include "desk/RecordingFile.h"
 #include "tool/cli/Subcommand.h"
+#include "tool/cli/WholeFile.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -27,46 +28,6 @@ std::ifstream opened( const std::string& file )
                                 std::strerror( fs::is_directory( file ) ? EISDIR : errno ) );
    return in;
 }
-
-/// A file that takes its name when it is complete, and is removed if it never is.
-class WholeFile
-{
- public:
-   explicit WholeFile( const std::string& name )
-      : name_( name ),
-        draft_( name + ".draft-" + std::to_string( ::getpid() ) ),
-        out_( draft_, std::ios::binary )
-   {
-      check();
-   }
-   WholeFile( const WholeFile& ) = delete;
-   WholeFile& operator=( const WholeFile& ) = delete;
-   ~WholeFile() { std::remove( draft_.c_str() ); }
-
-   std::ostream& out() { return out_; }
-   void finish()
-   {
-      out_.close();
-      check();
-      if( std::rename( draft_.c_str(), name_.c_str() ) != 0 )
-         fail();
-   }
-
- private:
-   void check()
-   {
-      if( !out_ )
-         fail();
-   }
-   [[noreturn]] void fail() const
-   {
-      throw std::runtime_error( "cannot write '" + name_ + "': " + std::strerror( errno ) );
-   }
-
-   const std::string name_;
-   const std::string draft_;
-   std::ofstream out_;
-};
 
 class Anonymise : public Subcommand
 {

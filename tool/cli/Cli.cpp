@@ -27,6 +27,7 @@ std::vector<std::unique_ptr<Subcommand>> allSubcommands()
    all.push_back( anonymiseSubcommand() );
    all.push_back( twinSubcommand() );
    all.push_back( diffSubcommand() );
+   all.push_back( reportSubcommand() );
    all.push_back( profilesSubcommand() );
    all.push_back( attributesSubcommand() );
    all.push_back( operationsSubcommand() );

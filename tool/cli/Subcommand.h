@@ -26,6 +26,7 @@ std::unique_ptr<Subcommand> replaySubcommand();
 std::unique_ptr<Subcommand> anonymiseSubcommand();
 std::unique_ptr<Subcommand> twinSubcommand();
 std::unique_ptr<Subcommand> diffSubcommand();
+std::unique_ptr<Subcommand> reportSubcommand();
 std::unique_ptr<Subcommand> profilesSubcommand();
 std::unique_ptr<Subcommand> attributesSubcommand();
 std::unique_ptr<Subcommand> operationsSubcommand();

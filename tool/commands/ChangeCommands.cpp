@@ -42,30 +42,6 @@ Act expectChanges( const Session&, Words& words )
    };
 }
 
-/// "main 1024 "vlan flood"", "control L3EgressMode", "VLAN 10": what a call writes.
-std::string placeOf( const Sim::Record& record, const Sim::SimSwitch& hardware )
-{
-   const auto field = [ & ]( const char* name ) { return record.field( name ); };
-   if( record.kind == Sim::RecordKind::entry ) {
-      const auto id = static_cast<U32>( std::stoul( field( "id" ) ) );
-      std::string text = field( "manager" ) + " " + field( "id" );
-      for( const Sim::FieldGroup& group :
-         hardware.chip( static_cast<U32>( std::stoul( field( "unit" ) ) ) ).groups() )
-         if( const Sim::FieldEntry* const entry = group.find( id ) )
-            text += " \"" + entry->name + "\"";
-      return text;
-   }
-   const std::string port = field( "port" );
-   const bool ofPort = !port.empty() && port.find_first_not_of( "0123456789" ) == port.npos;
-   for( const auto& [ name, text ] :
-      { std::pair( "reg", "" ), std::pair( "vlanId", "VLAN " ), std::pair( "control", "" ),
-         std::pair( "index", "my-station " ), std::pair( "profile", "options profile " ) } )
-      if( const std::string value = field( name ); !value.empty() )
-         return text + value +
-                ( ofPort && name == std::string_view( "control" ) ? " of port " + port : "" );
-   return {};
-}
-
 struct WriteCount
 {
    U64 times = 0;
@@ -92,8 +68,8 @@ void showWrites( Session& session )
    std::map<std::pair<std::string, std::string>, WriteCount> counts; // by call and what it writes
    for( const Sim::Record& record : session.window() )
       if( !record.field( "write" ).empty() )
-         counts[ { record.field( "call" ), placeOf( record, session.agent().hardware() ) } ].add(
-            record );
+         counts[ { record.field( "call" ), writtenPlace( record, session.agent().hardware() ) } ]
+            .add( record );
    Table table(
       { { "Call" }, { "Times", Align::right }, { "Redundant", Align::right }, { "What" } } );
    for( const auto& [ key, count ] : counts )

@@ -1,6 +1,7 @@
 // Packets: sending and explaining them, and captures to files.
 #include "platform/runtime/Errors.h"
 #include "tool/Interrupt.h"
+#include "tool/RunListener.h"
 #include "tool/Session.h"
 #include "tool/packet/ExplanationView.h"
 #include "tool/packet/PacketWords.h"
@@ -63,6 +64,8 @@ Act explainPacket( const Session& session, Words& words )
       PacketDesk& desk = live.packets();
       Sim::Explanation explanation;
       const Sim::Verdict verdict = desk.engine().explain( arrival, &explanation );
+      if( RunListener* const listener = live.console().listener() )
+         listener->explained( live, arrival, verdict, explanation, false );
       showExplanation( live, desk.engine(), arrival, verdict, explanation, all );
       noteUntold( live, explanation );
       desk.lastIs( { arrival, verdict } );
@@ -80,8 +83,12 @@ void send( Session& session, const Words& words, const Sim::Arrival& arrival, bo
 {
    PacketDesk& desk = session.packets();
    Sim::Explanation explanation;
-   if( all || session.isTwin() )
-      desk.engine().explain( arrival, &explanation );
+   RunListener* const listener = session.console().listener();
+   if( all || session.isTwin() || listener ) {
+      const Sim::Verdict verdict = desk.engine().explain( arrival, &explanation );
+      if( listener )
+         listener->explained( session, arrival, verdict, explanation, true );
+   }
    const Sim::Verdict verdict = desk.engine().send( arrival );
    if( all )
       showExplanation( session, desk.engine(), arrival, verdict, explanation, true );

@@ -61,36 +61,17 @@ std::string causesText( const Sim::FieldEntry& entry )
 
 std::string missText( const Sim::RangeNote& range, const EntryNote& entry )
 {
-   std::string text = format( "%d \"%s\" misses: ", entry.id, entry.entry->name );
-   if( !entry.wanted ) {
-      const std::string disabled = enableText( *entry.entry );
-      return text + "it is disabled" + ( disabled.empty() ? "" : "\n" + disabled );
-   }
-   if( !entry.why.empty() )
-      return text + entry.why;
-   return text + format( "it needs %s, and the packet has %s", entry.wanted->text(),
-                    range.presented.valueText( entry.wanted->role ) );
+   std::string text =
+      format( "%d \"%s\" misses: ", entry.id, entry.entry->name ) + missReason( range, entry );
+   if( const std::string disabled = enableText( *entry.entry ); !entry.wanted && !disabled.empty() )
+      text += "\n" + disabled;
+   return text;
 }
 
 /// Whether only one qualifier (or the enable state) is missing, and at least one matches.
 bool isNear( const EntryNote& entry )
 {
    return entry.failed + ( entry.entry->enabled ? 0 : 1 ) == 1 && entry.fitted > 0;
-}
-
-/// The entries that nearly won, the nearest first: those that are only disabled, then by the number of matching qualifiers
-/// and of the bits that these compare.
-std::vector<const EntryNote*> nearMisses( const Sim::RangeNote& range )
-{
-   std::vector<const EntryNote*> near;
-   for( const EntryNote& entry : range.entries )
-      if( isNear( entry ) )
-         near.push_back( &entry );
-   std::ranges::stable_sort( near, std::greater(), []( const EntryNote* entry ) {
-      return std::tuple( entry->failed == 0, entry->fitted, entry->bits );
-   } );
-   near.resize( std::min( near.size(), mostNearMisses ) );
-   return near;
 }
 
 void addRange( Table& table, const Sim::RangeNote& range, bool all )
@@ -141,36 +122,6 @@ void addState( Table& table, const Sim::PassExplanation& about, bool all )
    }
    for( const auto& [ by, what ] : groups )
       table.row( { "state", what + "\n" + by } );
-}
-
-/// Who writes the state that keeps the chip from routing, and what to do about it.
-std::string adviceOn(
-   Sim::PacketEngine& engine, const Sim::ChipPlace& culprit, const Sim::PortRef& arrival )
-{
-   const std::string port = engine.portName( arrival );
-   switch( culprit.kind ) {
-   case Sim::ChipPlace::Kind::portControl:
-      if( !Vormel::IntfId::parse( port ) )
-         return format( "the slice writes it when the port gets an interface: 'interface NAME unit "
-                        "%d port %d', after 'bring-up'",
-            arrival.unit, culprit.port );
-      return "the slice writes it when the port has an interface and the reactors run "
-             "('bring-up'), or with 'call programSwitchCtrlPortSet " +
-             port + "'";
-   case Sim::ChipPlace::Kind::control:
-   case Sim::ChipPlace::Kind::portSwitchControl:
-      return "the slice writes it when routing is turned on: 'router MAC', or 'call handleRouting "
-             "true true'";
-   case Sim::ChipPlace::Kind::vlanFlags:
-      return format( "the slice writes its flags: 'call handleVlanRoutingState %d ip4,ip6' lets it "
-                     "route",
-         culprit.number );
-   case Sim::ChipPlace::Kind::myStation:
-      return "'router MAC' writes an entry that does";
-   case Sim::ChipPlace::Kind::registers:
-      break;
-   }
-   return {};
 }
 
 void addStage( Table& table, Sim::PacketEngine& engine, const Sim::StageNote& note,
@@ -296,6 +247,58 @@ ordered_json outcomeJson( Sim::PacketEngine& engine, const Sim::PassVerdict& pas
 }
 
 } // namespace
+
+std::string missReason( const Sim::RangeNote& range, const EntryNote& entry )
+{
+   if( !entry.wanted )
+      return "it is disabled";
+   if( !entry.why.empty() )
+      return entry.why;
+   return format( "it needs %s, and the packet has %s", entry.wanted->text(),
+      range.presented.valueText( entry.wanted->role ) );
+}
+
+std::vector<const EntryNote*> nearMisses( const Sim::RangeNote& range )
+{
+   std::vector<const EntryNote*> near;
+   for( const EntryNote& entry : range.entries )
+      if( isNear( entry ) )
+         near.push_back( &entry );
+   std::ranges::stable_sort( near, std::greater(), []( const EntryNote* entry ) {
+      return std::tuple( entry->failed == 0, entry->fitted, entry->bits );
+   } );
+   near.resize( std::min( near.size(), mostNearMisses ) );
+   return near;
+}
+
+std::string adviceOn(
+   Sim::PacketEngine& engine, const Sim::ChipPlace& culprit, const Sim::PortRef& arrival )
+{
+   const std::string port = engine.portName( arrival );
+   switch( culprit.kind ) {
+   case Sim::ChipPlace::Kind::portControl:
+      if( !Vormel::IntfId::parse( port ) )
+         return format( "the slice writes it when the port gets an interface: 'interface NAME unit "
+                        "%d port %d', after 'bring-up'",
+            arrival.unit, culprit.port );
+      return "the slice writes it when the port has an interface and the reactors run "
+             "('bring-up'), or with 'call programSwitchCtrlPortSet " +
+             port + "'";
+   case Sim::ChipPlace::Kind::control:
+   case Sim::ChipPlace::Kind::portSwitchControl:
+      return "the slice writes it when routing is turned on: 'router MAC', or 'call handleRouting "
+             "true true'";
+   case Sim::ChipPlace::Kind::vlanFlags:
+      return format( "the slice writes its flags: 'call handleVlanRoutingState %d ip4,ip6' lets it "
+                     "route",
+         culprit.number );
+   case Sim::ChipPlace::Kind::myStation:
+      return "'router MAC' writes an entry that does";
+   case Sim::ChipPlace::Kind::registers:
+      break;
+   }
+   return {};
+}
 
 Table explanationTable( Sim::PacketEngine& engine, const Sim::Verdict& verdict,
    const Sim::Explanation& explanation, bool all )

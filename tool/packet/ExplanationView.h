@@ -5,6 +5,8 @@
 #include "tool/view/Table.h"
 
 #include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
 
 namespace Strata::Tool {
 
@@ -16,5 +18,16 @@ Table explanationTable( Sim::PacketEngine& engine, const Sim::Verdict& verdict,
 /// As JSON, always complete.
 nlohmann::ordered_json explanationJson(
    Sim::PacketEngine& engine, const Sim::Verdict& verdict, const Sim::Explanation& explanation );
+
+// Parts of it.
+
+/// The entries that nearly won, the nearest first: those that are only disabled, then by the number of matching qualifiers
+/// and of the bits that these compare.
+std::vector<const Sim::EntryNote*> nearMisses( const Sim::RangeNote& range );
+/// "it is disabled", "it needs Ttl 1, and the packet has 64", of an entry that does not match.
+std::string missReason( const Sim::RangeNote& range, const Sim::EntryNote& entry );
+/// Who writes the state that keeps the chip from routing, and what to do about it.
+std::string adviceOn(
+   Sim::PacketEngine& engine, const Sim::ChipPlace& culprit, const Sim::PortRef& arrival );
 
 } // namespace Strata::Tool

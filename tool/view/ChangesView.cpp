@@ -1,9 +1,11 @@
 #include "tool/view/ChangesView.h"
 
+#include "sim/switch/SimSwitch.h"
 #include "tool/words/ByUnit.h"
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace Strata::Tool {
@@ -48,6 +50,29 @@ Table changesTable( const std::vector<Desk::Difference>& differences )
       table.row( { row.cells[ 1 ], numberRanges( units ), row.cells[ 2 ] }, std::move( object ) );
    }
    return table;
+}
+
+std::string writtenPlace( const Sim::Record& record, const Sim::SimSwitch& hardware )
+{
+   const auto field = [ & ]( const char* name ) { return record.field( name ); };
+   if( record.kind == Sim::RecordKind::entry ) {
+      const auto id = static_cast<U32>( std::stoul( field( "id" ) ) );
+      std::string text = field( "manager" ) + " " + field( "id" );
+      for( const Sim::FieldGroup& group :
+         hardware.chip( static_cast<U32>( std::stoul( field( "unit" ) ) ) ).groups() )
+         if( const Sim::FieldEntry* const entry = group.find( id ) )
+            text += " \"" + entry->name + "\"";
+      return text;
+   }
+   const std::string port = field( "port" );
+   const bool ofPort = !port.empty() && port.find_first_not_of( "0123456789" ) == port.npos;
+   for( const auto& [ name, text ] :
+      { std::pair( "reg", "" ), std::pair( "vlanId", "VLAN " ), std::pair( "control", "" ),
+         std::pair( "index", "my-station " ), std::pair( "profile", "options profile " ) } )
+      if( const std::string value = field( name ); !value.empty() )
+         return text + value +
+                ( ofPort && name == std::string_view( "control" ) ? " of port " + port : "" );
+   return {};
 }
 
 } // namespace Strata::Tool

@@ -1,5 +1,7 @@
 #include "tool/view/Console.h"
 
+#include "tool/RunListener.h"
+
 #include <algorithm>
 #include <iterator>
 #include <ranges>
@@ -78,6 +80,11 @@ Console::Weight Console::weightOf( Sim::RecordKind kind ) const
 
 bool Console::hears( Sim::RecordKind kind ) const
 {
+   return listener_ || isWritten( kind );
+}
+
+bool Console::isWritten( Sim::RecordKind kind ) const
+{
    return hears( weightOf( kind ) ) &&
           ( eventsAsked_.value_or( true ) || config_.json || !isEvent( kind ) );
 }
@@ -96,6 +103,8 @@ void Console::command( const Line& line )
 
 void Console::note( std::string_view text, Weight weight )
 {
+   if( listener_ )
+      listener_->noted( text );
    const auto textLines = [ & ]( std::size_t width ) {
       std::vector<Toned> lines;
       if( !blank_ )
@@ -109,7 +118,9 @@ void Console::note( std::string_view text, Weight weight )
 
 void Console::record( const Sim::Record& record )
 {
-   if( !hears( record.kind ) )
+   if( listener_ )
+      listener_->recorded( record );
+   if( !isWritten( record.kind ) )
       return;
    folds_ = config_.brief && isEvent( record.kind );
    emit( weightOf( record.kind ),
@@ -141,6 +152,8 @@ std::vector<Toned> Console::tableLines(
 
 void Console::table( const std::string& title, const Table& table )
 {
+   if( listener_ )
+      listener_->shown( title, table );
    show(
       title, [ & ]( std::size_t width ) { return tableLines( title, table, width ); },
       [ & ] { return table.json(); } );
@@ -148,12 +161,16 @@ void Console::table( const std::string& title, const Table& table )
 
 void Console::table( const std::string& title, const MakeTable& table, const MakeRows& rows )
 {
+   if( listener_ )
+      listener_->shown( title, table() );
    show(
       title, [ & ]( std::size_t width ) { return tableLines( title, table(), width ); }, rows );
 }
 
 void Console::report( const std::string& title, const Table& table )
 {
+   if( listener_ )
+      listener_->shown( title, table );
    const auto lines = [ & ]( std::size_t width ) {
       std::vector<Toned> text = tableLines( title, table, width );
       if( happened_ )
@@ -181,14 +198,26 @@ void Console::hint( const std::string& title, const Table& table )
 
 void Console::document( const std::string& title, const ordered_json& json )
 {
+   if( listener_ )
+      listener_->shown( title, dump( json, 1 ) );
    rowsAsJson_ = true;
    show( title, {}, [ & ] { return json; } );
 }
 
 constexpr std::size_t numberWidth = 6;
 
+static Table recordTable( const std::vector<const Sim::Record*>& records )
+{
+   Table table( { { "Record", Align::right }, { "Text" } } );
+   for( const Sim::Record* const record : records )
+      table.row( { std::to_string( record->number ), record->line() } );
+   return table;
+}
+
 void Console::records( const std::string& title, const std::vector<const Sim::Record*>& records )
 {
+   if( listener_ )
+      listener_->shown( title, recordTable( records ) );
    const auto lines = [ & ]( std::size_t ) {
       std::vector<Toned> text{ { Tone::title, title, Part::head } };
       for( const Sim::Record* const record : records ) {
@@ -227,6 +256,8 @@ void Console::show( const std::string& title, const Lines& lines, const MakeRows
 void Console::result(
    std::string_view operation, const std::string& text, const ordered_json& value )
 {
+   if( listener_ )
+      listener_->resulted( text );
    emit( Weight::ordinary, oneLine( Tone::plain, [ & ] { return "  = " + text; } ), [ & ] {
       return dump( { { "kind", "result" }, { "operation", operation }, { "value", value } } );
    } );
@@ -245,6 +276,8 @@ void Console::outcome( Weight weight, const Lines& lines, const Json& json )
 
 void Console::held( const Line& line )
 {
+   if( listener_ )
+      listener_->held( line );
    const auto lines = oneLine( Tone::good, [ & ] { return "  held    " + commandText( line ); } );
    outcome( Weight::ordinary, lines, [ & ] {
       ordered_json object = lineJson( "expect", line );
@@ -255,6 +288,8 @@ void Console::held( const Line& line )
 
 void Console::failed( const Line& line, const std::string& expected, const std::string& found )
 {
+   if( listener_ )
+      listener_->failed( line, expected, found );
    const std::string text = commandText( line );
    const auto lines = [ & ]( std::size_t ) {
       return std::vector<Toned>{
@@ -273,6 +308,8 @@ void Console::failed( const Line& line, const std::string& expected, const std::
 void Console::broken( const Line* line, const std::string& what )
 {
    const std::string at = line ? placeText( *line ) : "at the end";
+   if( listener_ )
+      listener_->complained( at + ": " + what );
    const auto lines = oneLine( Tone::bad, [ & ] { return "  BROKEN  " + at + ": " + what; } );
    emit( Weight::asked, lines, [ & ] {
       return dump(
@@ -282,6 +319,8 @@ void Console::broken( const Line* line, const std::string& what )
 
 void Console::died( const Line& line, const std::string& failure, const std::string& context )
 {
+   if( listener_ )
+      listener_->complained( context.empty() ? failure : failure + "; " + context );
    const auto lines = oneLine( Tone::bad, [ & ] {
       return "  DIED    " + placeText( line ) + ": " + ( context.empty() ? failure : context );
    } );
@@ -293,12 +332,16 @@ void Console::died( const Line& line, const std::string& failure, const std::str
 
 void Console::diedError( const Line& line )
 {
+   if( listener_ )
+      listener_->died( placeText( line ) + ": the agent died here" );
    if( config_.json || !config_.errorsBeside )
       error( placeText( line ) + ": the agent died here unexpectedly" );
 }
 
 void Console::childError( const std::string& text )
 {
+   if( listener_ )
+      listener_->childWrote( "stderr " + text );
    const auto lines = oneLine( Tone::faint, [ & ] { return "  | stderr " + text; } );
    emit( Weight::ordinary, lines, [ & ] {
       return dump( { { "kind", "stderr" }, { "child", true }, { "text", text } } );
@@ -307,6 +350,8 @@ void Console::childError( const std::string& text )
 
 void Console::childLine( char form, std::string_view text )
 {
+   if( listener_ )
+      listener_->childWrote( text );
    const auto lines = oneLine( Tone::faint, [ & ] { return "  |" + std::string( text ); } );
    emit( Weight::ordinary, lines, [ & ] {
       if( form != 'J' )
@@ -379,6 +424,8 @@ void Console::refuse( const ordered_json& record, const std::string& text )
 
 void Console::refused( const InputError& error )
 {
+   if( listener_ )
+      listener_->refused( error.what() );
    refuse(
       { { "kind", "refused" }, { "file", error.file() }, { "line", error.line() },
          { "column", error.column() }, { "width", error.width() }, { "message", error.problem() } },
@@ -387,6 +434,8 @@ void Console::refused( const InputError& error )
 
 void Console::refused( const std::string& file, const std::string& message )
 {
+   if( listener_ )
+      listener_->refused( message );
    refuse( { { "kind", "refused" }, { "file", file }, { "message", message } }, message );
    if( config_.json )
       summary( file, {}, RunEnd::refused );

@@ -36,6 +36,7 @@ struct ConsoleConfig
 };
 
 class Console;
+class RunListener;
 
 /// Collects what a command shows, and shows it at the end of its lifetime.
 class Showing
@@ -94,6 +95,10 @@ class Console
    /// std::runtime_error when the transcript file cannot be written.
    Console( std::ostream& out, std::ostream& err, const ConsoleConfig& config );
 
+   /// Sets what else gets all of the output, as values; null for nothing. It outlives the console.
+   void listenerIs( RunListener* listener ) { listener_ = listener; }
+   RunListener* listener() const { return listener_; }
+
    /// Whether the transcript is written to this file.
    bool writesTo( const std::string& file ) const;
 
@@ -104,7 +109,7 @@ class Console
    /// A note that is shown even when quiet.
    void notice( std::string_view text ) { note( text, Weight::asked ); }
    void record( const Sim::Record& record );
-   /// Whether a record of the kind would be written anywhere.
+   /// Whether a record of the kind would be written anywhere, or a listener gets it.
    bool hears( Sim::RecordKind kind ) const;
    /// Whether the text has calls, notifications and traces; at first it has. JSON always has them.
    void eventsShownIs( bool shown ) { eventsAsked_ = shown; }
@@ -173,6 +178,7 @@ class Console
    using Json = std::function<std::string()>;
 
    Weight weightOf( Sim::RecordKind kind ) const;
+   bool isWritten( Sim::RecordKind kind ) const;
    void note( std::string_view text, Weight weight );
    /// Whether standard output has it.
    bool shows( Weight weight ) const;
@@ -200,6 +206,7 @@ class Console
    ConsoleConfig config_;
    std::ofstream transcript_;
    ChildChannel* channel_ = nullptr;
+   RunListener* listener_ = nullptr;
    std::vector<Filter> filters_;
    std::optional<std::vector<Toned>> page_; // while output is collected
    std::optional<std::size_t> length_;

@@ -127,18 +127,35 @@ std::vector<Table::TextLine> Table::lines( std::size_t width ) const
    using Role = TextLine::Role;
    std::vector<TextLine> lines;
    const std::vector<std::size_t> columnWidths = widths( width );
+   addRow( lines, Role::heading, titles(), columnWidths );
+   visit(
+      [ & ]( const std::string& title ) {
+         lines.push_back( { Role::section, title } );
+      },
+      [ & ]( const std::vector<std::string>& cells ) {
+         addRow( lines, Role::row, cells, columnWidths );
+      } );
+   return lines;
+}
+
+std::vector<std::string> Table::titles() const
+{
    std::vector<std::string> titles;
    for( const Column& column : columns_ )
       titles.push_back( column.title );
-   addRow( lines, Role::heading, titles, columnWidths );
-   std::size_t section = 0;
-   for( const Row& row : rows_ ) {
-      if( row.section != section )
-         lines.push_back( { Role::section, sections_[ row.section - 1 ] } );
-      section = row.section;
-      addRow( lines, Role::row, row.cells, columnWidths );
+   return titles;
+}
+
+void Table::visit( const std::function<void( const std::string& title )>& section,
+   const std::function<void( const std::vector<std::string>& cells )>& row ) const
+{
+   std::size_t at = 0;
+   for( const Row& each : rows_ ) {
+      if( each.section != at )
+         section( sections_[ each.section - 1 ] );
+      at = each.section;
+      row( each.cells );
    }
-   return lines;
 }
 
 /// Columns that are aligned to the right hold numbers, or nothing.

@@ -4,6 +4,7 @@
 
 #include "platform/runtime/Types.h"
 
+#include <functional>
 #include <initializer_list>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -39,6 +40,11 @@ class Table
 
    bool empty() const { return rows_.empty(); }
    std::size_t rows() const { return rows_.size(); }
+
+   std::vector<std::string> titles() const;
+   /// Calls the functions for each section and each row, in order.
+   void visit( const std::function<void( const std::string& title )>& section,
+      const std::function<void( const std::vector<std::string>& cells )>& row ) const;
 
    struct TextLine
    {

@@ -191,6 +191,7 @@ void Console::error( const std::string& text )
 void Console::childOf( ChildChannel& channel )
 {
    channel_ = &channel;
+   listener_ = nullptr; // it belongs to the parent
 }
 
 } // namespace Strata::Tool

@@ -1,6 +1,7 @@
 // Merges equal rows of different units into one row.
 #pragma once
 
+#include "desk/SwitchState.h"
 #include "platform/runtime/Types.h"
 #include "tool/view/Table.h"
 
@@ -11,8 +12,7 @@
 
 namespace Strata::Tool {
 
-/// "0-3,8"
-std::string numberRanges( const std::vector<U32>& numbers );
+using Desk::numberRanges;
 
 template<class Row>
 class ByUnit

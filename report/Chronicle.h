@@ -1,0 +1,157 @@
+// What happened in a run, or in a recorded agent, as values: what a report shows. It refers to nothing of the run.
+#pragma once
+
+#include "desk/SwitchState.h"
+#include "platform/runtime/Enum.h"
+#include "platform/runtime/Types.h"
+#include "sim/switch/Cause.h"
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Strata::Report {
+
+/// A table that a command showed.
+struct Shown
+{
+   struct Row
+   {
+      std::vector<std::string> cells; // of a heading between rows, its text alone
+      bool heading = false;
+   };
+
+   std::vector<std::string> columns;
+   std::vector<Row> rows;
+};
+
+/// An entry of a chip.
+struct EntryPlace
+{
+   U32 unit = 0;
+   U32 id = 0;
+
+   auto operator<=>( const EntryPlace& ) const = default;
+};
+
+VORMEL_ENUM( LineKind, U8,
+   record, // of the transcript
+   note,   // a remark, or a notice of the command
+   result, // of an operation
+   shown,  // a table, or a document
+   child,  // what a copy of the process wrote
+   bad )   // a broken convention, a line that cannot be run, the agent's death
+
+/// A line of an event, in the order in which they came.
+struct LogLine
+{
+   LineKind kind = LineKind::record;
+   std::string text{};                // the title of what is shown
+   U64 record = 0;                    // its number, if it is a record
+   std::string word{};                // the kind of the record: "call"
+   std::string write{};               // "changed", "redundant" or empty, as in JSON
+   std::string call{};                // the operation, of a write
+   std::string target{};              // what is written, in words, of a write
+   std::optional<EntryPlace> entry{}; // that the call is about
+   std::optional<Shown> table{};
+   bool failed = false; // a call with an error, a refused claim, a fatal line
+};
+
+/// An expectation with its result.
+struct Judgement
+{
+   bool held = false;
+   std::string expected{};
+   std::string found{};
+};
+
+/// A command of the scenario, or an input that a recorded agent got.
+struct Event
+{
+   std::string file{}; // and line, of the scenario or the recording
+   U32 line = 0;
+   std::string text{};
+   std::size_t chips = 0; // which switch of the run, from 1; 0 before the first
+   std::vector<LogLine> lines{};
+   std::optional<Judgement> judgement{};
+   std::vector<std::size_t> packets{}; // their positions
+   bool remark = false;                // only its notes matter
+};
+
+VORMEL_ENUM( Moment, U8, made, mark, end )
+
+/// What the chips held when their switch was made, at a mark, or at the end.
+struct Snapshot
+{
+   Moment moment = Moment::made;
+   std::size_t chips = 0;
+   std::size_t event = 0; // position of the event that it was taken in
+   Desk::SwitchState state{};
+};
+
+VORMEL_ENUM( StepKind, U8, stage, state, wins, misses, unmatched, leaves, cpu, lost )
+
+/// A step of a packet's way through a chip.
+struct Step
+{
+   /// What a cause did, and the cause.
+   using Act = std::pair<std::string, Sim::Cause>;
+
+   StepKind kind = StepKind::stage;
+   std::string stage{}; // "my-station", or the range
+   std::string text{};
+   std::string detail{};              // advice, or the rule of an entry
+   std::vector<Act> acts{};           // "installed", and by what
+   std::optional<EntryPlace> entry{}; // that wins or misses
+};
+
+struct Pass
+{
+   std::string in;
+   std::vector<Step> steps{};
+};
+
+/// An entry that won, and what would have become of the packet without it.
+struct Without
+{
+   EntryPlace entry;
+   std::string name;
+   std::string outcome;
+};
+
+/// A packet that was sent or explained.
+struct Packet
+{
+   std::size_t chips = 0;
+   std::size_t event = 0;
+   std::string frame{}; // with where it came in
+   std::string outcome{};
+   bool sent = false; // else only explained
+   std::vector<Pass> passes{};
+   std::vector<Without> withouts{};
+};
+
+/// What `lint` finds about an entry.
+struct Finding
+{
+   EntryPlace entry;
+   std::string name;
+   std::string text;
+};
+
+struct Chronicle
+{
+   std::string title{};
+   std::vector<std::string> chips{}; // each switch in words, in the order in which they were made
+   bool recorded = false;            // of a recorded agent, else of a scenario
+   std::vector<std::string> notes{}; // what a reader should know first
+   std::vector<Event> events{};
+   std::vector<Packet> packets{};
+   std::vector<Snapshot> snapshots{};
+   std::optional<std::vector<Finding>> findings{}; // of the last switch; nothing without a solver
+   std::string end{};                              // why it ended before its end
+};
+
+} // namespace Strata::Report

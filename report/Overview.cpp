@@ -1,0 +1,153 @@
+// What a reader wants first: the numbers of the run, what failed, which writes changed nothing, what is wrong with entries.
+#include "report/Page.h"
+
+#include <map>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Strata::Report {
+
+namespace {
+
+void writeFigure( Html& html, const char* name, std::size_t value, const std::string& more = {} )
+{
+   const Html::Element pair( html, "div" );
+   html.leaf( "dt", name );
+   const Html::Element data( html, "dd" );
+   html.leaf( "b", std::to_string( value ), { { "data-figure", name } } );
+   if( !more.empty() )
+      html.text( " " + more );
+}
+
+void writeExpectations( const Page& page )
+{
+   Html& html = page.html;
+   const Figures figures = figuresOf( page.chronicle );
+   if( figures.held + figures.failed == 0 )
+      return;
+   html.leaf( "h3", "Expectations" );
+   if( figures.failed == 0 ) {
+      html.leaf( "p", counted( figures.held, "expectation" ) + ", and each held." );
+   } else {
+      const Html::Element list( html, "ul" );
+      for( std::size_t i = 0; i < page.chronicle.events.size(); ++i ) {
+         const Event& event = page.chronicle.events[ i ];
+         if( !event.judgement || event.judgement->held )
+            continue;
+         const Html::Element item( html, "li" );
+         html.anchor( Links::event( i ) );
+         html.text( " " );
+         html.leaf( "b", "failed", { { "class", "bad" } } );
+         html.text( " " );
+         html.leaf( "code", event.text );
+         html.text(
+            ": expected " + event.judgement->expected + ", found " + event.judgement->found );
+      }
+   }
+}
+
+/// The redundant writes of one operation to one place.
+struct RedundantWrites
+{
+   std::size_t times = 0;
+   std::set<std::size_t> events;
+};
+
+void writeRedundant( const Page& page )
+{
+   Html& html = page.html;
+   std::map<std::pair<std::string, std::string>, RedundantWrites> all; // by target and call
+   std::size_t writes = 0;
+   std::size_t redundant = 0;
+   for( std::size_t i = 0; i < page.chronicle.events.size(); ++i )
+      for( const LogLine& line : page.chronicle.events[ i ].lines ) {
+         writes += line.write.empty() ? 0 : 1;
+         if( line.write != "redundant" )
+            continue;
+         ++redundant;
+         RedundantWrites& found = all[ { line.target, line.call } ];
+         ++found.times;
+         found.events.insert( i );
+      }
+   html.leaf( "h3", "Redundant writes" );
+   if( all.empty() ) {
+      html.leaf( "p", "None: each of the " + counted( writes, "write" ) + " changed a chip." );
+      return;
+   }
+   html.leaf( "p", std::to_string( redundant ) + " of " + counted( writes, "write" ) +
+                      " left the chip as it was." );
+   const Html::Element fold( html, "details" );
+   html.leaf( "summary", counted( all.size(), "place" ) + " that got them" );
+   const WideTable table( html, "Redundant writes", { "What", "Call", "Times", "Events" } );
+   const Html::Element body( html, "tbody" );
+   for( const auto& [ key, found ] : all ) {
+      html.line();
+      const Html::Element row( html, "tr" );
+      html.leaf( "th", key.first, { { "scope", "row" } } );
+      html.leaf( "td", key.second );
+      html.leaf( "td", std::to_string( found.times ), { { "class", "number" } } );
+      const Html::Element events( html, "td" );
+      writeEvents( page, { found.events.begin(), found.events.end() } );
+   }
+}
+
+void writeEntryFindings( const Page& page )
+{
+   if( !page.chronicle.findings )
+      return;
+   Html& html = page.html;
+   html.leaf( "h3", "Entries at the end" );
+   if( page.chronicle.findings->empty() ) {
+      html.leaf( "p", "Each entry can win a packet and has an effect; nothing was found." );
+      return;
+   }
+   const std::size_t chips = page.chronicle.snapshots.back().chips;
+   const Html::Element list( html, "ul" );
+   for( const Finding& finding : *page.chronicle.findings ) {
+      const Html::Element item( html, "li" );
+      if( const auto snapshot = page.links.snapshotWith( chips, finding.entry ) ) {
+         html.anchor( page.links.entry( *snapshot, finding.entry ) );
+         html.text( " " );
+      }
+      html.leaf( "b", finding.name );
+      html.text( ": " + finding.text );
+   }
+}
+
+} // namespace
+
+void writeOverview( const Page& page )
+{
+   Html& html = page.html;
+   const Figures figures = figuresOf( page.chronicle );
+   for( const std::string& note : page.chronicle.notes )
+      html.leaf( "p", note, { { "class", "note" } } );
+   if( !page.chronicle.end.empty() )
+      html.leaf( "p", page.chronicle.end, { { "class", "bad" } } );
+   const Html::Element list( html, "dl", { { "class", "figures" } } );
+   writeFigure( html, page.chronicle.recorded ? "inputs" : "commands", figures.events );
+   writeFigure( html, "calls", figures.calls );
+   writeFigure( html, "writes", figures.writes );
+   writeFigure( html, "redundant", figures.redundant );
+   writeFigure( html, "notifications", figures.notifications );
+   if( !page.chronicle.packets.empty() )
+      writeFigure( html, "packets", page.chronicle.packets.size() );
+   if( figures.held + figures.failed > 0 ) {
+      writeFigure( html, "held", figures.held );
+      writeFigure( html, "failed", figures.failed );
+   }
+}
+
+void writeFindings( const Page& page )
+{
+   Html& html = page.html;
+   const Html::Element section( html, "section", { { "aria-labelledby", "findings" } } );
+   html.leaf( "h2", "Findings", { { "id", "findings" } } );
+   writeExpectations( page );
+   writeRedundant( page );
+   writeEntryFindings( page );
+}
+
+} // namespace Strata::Report

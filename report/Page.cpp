@@ -1,0 +1,87 @@
+#include "report/Page.h"
+
+#include <string>
+
+namespace Strata::Report {
+
+Figures figuresOf( const Chronicle& chronicle )
+{
+   Figures figures;
+   figures.events = chronicle.events.size();
+   for( const Event& event : chronicle.events ) {
+      if( event.judgement )
+         ++( event.judgement->held ? figures.held : figures.failed );
+      for( const LogLine& line : event.lines ) {
+         if( line.kind != LineKind::record )
+            continue;
+         figures.calls += line.word == "call" || line.word == "entry" ? 1 : 0;
+         figures.notifications += line.word == "notify" ? 1 : 0;
+         figures.writes += line.write.empty() ? 0 : 1;
+         figures.redundant += line.write == "redundant" ? 1 : 0;
+      }
+   }
+   return figures;
+}
+
+WideTable::WideTable(
+   Html& html, std::string_view caption, const std::vector<std::string>& columns )
+   : frame_( html, "div",
+        { { "class", "wide" }, { "role", "region" }, { "aria-label", caption },
+           { "tabindex", "0" } } ),
+     table_( html, "table" )
+{
+   html.leaf( "caption", caption );
+   const Html::Element head( html, "thead" );
+   const Html::Element row( html, "tr" );
+   for( const std::string& column : columns )
+      html.leaf( "th", column, { { "scope", "col" } } );
+}
+
+void writeCause( const Page& page, std::size_t chips, const Sim::Cause& cause )
+{
+   Html& html = page.html;
+   if( cause.text.empty() )
+      return;
+   const auto event = page.links.eventOf( chips, cause.record );
+   if( event ) {
+      html.anchor( Links::event( *event ) );
+      html.text( " " );
+   }
+   html.leaf( "code", cause.text );
+   if( event ) {
+      html.text( " " );
+      html.anchor( Links::record( chips, cause.record ) );
+   }
+   if( !cause.event.empty() )
+      html.leaf( "q", ", after " + cause.event );
+}
+
+void writeEvents( const Page& page, const std::vector<std::size_t>& events )
+{
+   bool isFirst = true;
+   for( const std::size_t event : events ) {
+      if( !isFirst )
+         page.html.text( " " );
+      page.html.anchor( Links::event( event ) );
+      isFirst = false;
+   }
+}
+
+void writeLines( Html& html, std::string_view text )
+{
+   for( ;; ) {
+      const std::size_t end = text.find( '\n' );
+      html.text( text.substr( 0, end ) );
+      if( end == text.npos )
+         return;
+      html.single( "br" );
+      text.remove_prefix( end + 1 );
+   }
+}
+
+std::string counted( std::size_t count, std::string_view what )
+{
+   return std::to_string( count ) + " " + std::string( what ) + ( count == 1 ? "" : "s" );
+}
+
+} // namespace Strata::Report

@@ -1,0 +1,70 @@
+// The parts of a report's page. Each writes one section with a heading of level 2.
+#pragma once
+
+#include "platform/runtime/Types.h"
+#include "report/Chronicle.h"
+#include "report/Html.h"
+#include "report/Links.h"
+#include "sim/switch/Cause.h"
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Strata::Report {
+
+/// What all parts of a page are given.
+struct Page
+{
+   Html& html;
+   const Chronicle& chronicle;
+   const Links& links;
+};
+
+/// The style of the page, for the element `style`.
+extern const std::string_view style;
+
+// Numbers of the whole run, as its JSON has them.
+struct Figures
+{
+   std::size_t events = 0;
+   std::size_t calls = 0; // of the SDK and of entry managers
+   std::size_t writes = 0;
+   std::size_t redundant = 0;
+   std::size_t notifications = 0;
+   std::size_t held = 0;
+   std::size_t failed = 0;
+};
+Figures figuresOf( const Chronicle& chronicle );
+
+void writeOverview( const Page& page );
+void writeFindings( const Page& page );
+void writeTimeline( const Page& page );
+void writePackets( const Page& page );
+void writeSnapshots( const Page& page );
+
+// For several parts.
+
+/// A table that scrolls in itself if it is too wide.
+class WideTable
+{
+ public:
+   WideTable( Html& html, std::string_view caption, const std::vector<std::string>& columns );
+
+ private:
+   Html::Element frame_;
+   Html::Element table_;
+};
+
+/// "#e5 bring-up", as a link, and the record: what a cause names. Only its text if the run has no such record.
+void writeCause( const Page& page, std::size_t chips, const Sim::Cause& cause );
+/// "#e5 #e9"
+void writeEvents( const Page& page, const std::vector<std::size_t>& events );
+/// Text of which each line break is kept.
+void writeLines( Html& html, std::string_view text );
+
+/// "1 call", "2 calls"
+std::string counted( std::size_t count, std::string_view what );
+
+} // namespace Strata::Report

@@ -1,0 +1,260 @@
+// The tables of the chips at each mark and at the end, with what has changed since the moment before.
+#include "report/Page.h"
+#include "report/StateRows.h"
+
+#include <algorithm>
+#include <array>
+#include <string>
+#include <vector>
+
+namespace Strata::Report {
+
+namespace {
+
+std::string titleOf( Section section )
+{
+   switch( section ) {
+   case Section::entries:
+      return "Entries";
+   case Section::controls:
+      return "Controls";
+   case Section::registers:
+      return "Registers";
+   case Section::myStation:
+      return "My-station entries";
+   case Section::vlans:
+      return "VLANs";
+   case Section::room:
+      return "Room for entries";
+   }
+   return {};
+}
+
+std::string labelOf( const StateRow& row )
+{
+   switch( row.section ) {
+   case Section::entries:
+      return row.range + " " + std::to_string( row.number ) + " " + row.name;
+   case Section::myStation:
+      return std::to_string( row.number );
+   case Section::vlans:
+      return row.name.empty() ? std::to_string( row.number ) : row.name;
+   case Section::room:
+      return row.range;
+   case Section::controls:
+      return row.ports.empty() ? row.name
+                               : row.name + " of port " + Desk::numberRanges( row.ports );
+   case Section::registers:
+      return row.name;
+   }
+   return {};
+}
+
+/// A snapshot on its way to the page.
+struct View
+{
+   std::size_t position;
+   const Snapshot& snapshot;
+   std::vector<StateRow> rows;
+   bool showsUnits;
+};
+
+void writeChange( const Page& page, const StateRow& row )
+{
+   Html& html = page.html;
+   switch( row.change ) {
+   case RowChange::none:
+      return;
+   case RowChange::made:
+      html.leaf( "b", "new", { { "class", "good" } } );
+      return;
+   case RowChange::changed:
+      html.leaf( "b", "changed", { { "class", "warn" } } );
+      html.text( ", was " + row.was );
+      return;
+   case RowChange::gone:
+      html.leaf( "b", "gone", { { "class", "bad" } } );
+      return;
+   }
+}
+
+void writeLabel( const Page& page, const View& view, const StateRow& row )
+{
+   Html& html = page.html;
+   if( row.section != Section::entries || row.change == RowChange::gone ) {
+      html.leaf( "th", labelOf( row ), { { "scope", "row" } } );
+      return;
+   }
+   const Html::Element head( html, "th", { { "scope", "row" } } );
+   const std::string id = page.links.entry( view.position, { row.units.front(), row.number } );
+   // The row has the id of the first unit.
+   for( const U32 unit : row.units )
+      if( unit != row.units.front() )
+         html.leaf(
+            "span", "", { { "id", page.links.entry( view.position, { unit, row.number } ) } } );
+   html.link( id, "#" + std::to_string( row.number ) );
+   html.text( " " + row.name );
+   if( row.state != "installed" ) {
+      html.text( " " );
+      html.leaf( "em", row.state );
+   }
+}
+
+void writeRow( const Page& page, const View& view, const StateRow& row )
+{
+   Html& html = page.html;
+   writeLabel( page, view, row );
+   if( view.showsUnits )
+      html.leaf( "td", Desk::numberRanges( row.units ) );
+   {
+      const Html::Element value( html, "td" );
+      bool isFirst = true;
+      for( const std::string& line : row.change == RowChange::gone
+                                        ? std::vector<std::string>{ "was " + row.was }
+                                        : row.values ) {
+         if( !isFirst )
+            html.single( "br" );
+         html.text( line );
+         isFirst = false;
+      }
+   }
+   {
+      const Html::Element by( html, "td" );
+      writeCause( page, view.snapshot.chips, row.cause );
+      if( row.section == Section::entries && row.change != RowChange::gone ) {
+         const auto events = page.links.writersOf(
+            view.snapshot.chips, { row.units.front(), row.number }, view.snapshot.event );
+         if( events.size() > 1 ) {
+            html.text( "; all that wrote it: " );
+            writeEvents( page, events );
+         }
+      }
+   }
+   const Html::Element change( html, "td" );
+   writeChange( page, row );
+}
+
+void writeSectionTable(
+   const Page& page, const View& view, Section section, const std::vector<const StateRow*>& rows )
+{
+   Html& html = page.html;
+   const std::string caption = titleOf( section ) + " at " + page.links.snapshot( view.position );
+   std::vector<std::string> columns{ "What", "Units", "Contents", "Written by", "Change" };
+   if( !view.showsUnits )
+      std::erase( columns, "Units" );
+   const WideTable table( html, caption, columns );
+   const Html::Element body( html, "tbody" );
+   std::string range;
+   for( const StateRow* const row : rows ) {
+      html.line();
+      if( section == Section::entries && row->range != range ) {
+         range = row->range;
+         const Html::Element line( html, "tr" );
+         html.leaf(
+            "th", range, { { "colspan", view.showsUnits ? "5" : "4" }, { "scope", "rowgroup" } } );
+      }
+      const bool hasId = section == Section::entries && row->change != RowChange::gone;
+      if( hasId ) {
+         const Html::Element line( html, "tr",
+            { { "id", page.links.entry( view.position, { row->units.front(), row->number } ) } } );
+         writeRow( page, view, *row );
+      } else {
+         const Html::Element line( html, "tr" );
+         writeRow( page, view, *row );
+      }
+   }
+}
+
+void writeSection( const Page& page, const View& view, Section section )
+{
+   Html& html = page.html;
+   std::vector<const StateRow*> rows;
+   std::size_t changes = 0;
+   for( const StateRow& row : view.rows )
+      if( row.section == section ) {
+         rows.push_back( &row );
+         changes += row.change == RowChange::none ? 0 : 1;
+      }
+   if( rows.empty() )
+      return;
+   const std::string title = titleOf( section );
+   html.line();
+   const Html::Element fold( html, "details" );
+   {
+      const Html::Element summary( html, "summary" );
+      html.leaf( "b", title );
+      html.text( " " );
+      html.leaf(
+         "span", counted( rows.size(), "row" ) +
+                    ( changes == 0 ? ", unchanged" : ", " + counted( changes, "change" ) ) );
+   }
+   writeSectionTable( page, view, section, rows );
+}
+
+/// "Mark #m1, behind #e5 mark"
+void writeTitle( const Page& page, const View& view )
+{
+   Html& html = page.html;
+   const Snapshot& snapshot = view.snapshot;
+   const bool several = page.chronicle.snapshots.back().chips > 1;
+   const std::string of = several ? " of switch " + std::to_string( snapshot.chips ) : "";
+   html.leaf( "h3", snapshot.moment == Moment::end
+                       ? "At the end" + of
+                       : "At the mark in line " +
+                            std::to_string( page.chronicle.events[ snapshot.event ].line ) );
+}
+
+void writeSnapshot( const Page& page, std::size_t position )
+{
+   Html& html = page.html;
+   const auto& all = page.chronicle.snapshots;
+   const Snapshot& snapshot = all[ position ];
+   // The first one of each switch is that of the new switch, which is not shown.
+   const Snapshot& before = all[ position - 1 ];
+   std::vector<U32> units;
+   for( const auto& [ key, part ] : snapshot.state.parts() )
+      if( key.kind == Desk::PartKind::chip )
+         units.push_back( key.unit );
+   const View view{
+      position, snapshot, stateRows( snapshot.state, before.state ), units.size() > 1 };
+   const std::string id = page.links.snapshot( position );
+   html.line();
+   const Html::Element article( html, "article", { { "id", id } } );
+   html.anchor( id );
+   const Html::Element rest( html, "div" );
+   writeTitle( page, view );
+   const auto changes = static_cast<std::size_t>( std::ranges::count_if(
+      view.rows, []( const StateRow& row ) { return row.change != RowChange::none; } ) );
+   {
+      const Html::Element paragraph( html, "p", { { "class", "by" } } );
+      html.text( "Behind " );
+      html.anchor( Links::event( snapshot.event ) );
+      html.text( "; " + counted( changes, "row" ) + " changed since " );
+      if( before.moment == Moment::made )
+         html.text( "the switch was made" );
+      else
+         html.anchor( page.links.snapshot( position - 1 ) );
+   }
+   for( const Section section : Vormel::enumValues<Section>() )
+      writeSection( page, view, section );
+}
+
+} // namespace
+
+void writeSnapshots( const Page& page )
+{
+   const auto& all = page.chronicle.snapshots;
+   if( all.empty() )
+      return;
+   Html& html = page.html;
+   const Html::Element section( html, "section", { { "aria-labelledby", "tables" } } );
+   html.leaf( "h2", "Tables", { { "id", "tables" } } );
+   html.leaf( "p",
+      "What the chips held at each mark and at the end, and what had changed since the moment before. Equal rows of "
+      "several units or ports are one." );
+   for( std::size_t i = 0; i < all.size(); ++i )
+      if( all[ i ].moment != Moment::made )
+         writeSnapshot( page, i );
+}
+
+} // namespace Strata::Report

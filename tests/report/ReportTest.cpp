@@ -1,0 +1,228 @@
+// Reports: well-formed pages whose links lead somewhere, with the numbers of the run's JSON.
+#include "desk/SwitchState.h"
+#include "report/Html.h"
+#include "report/StateRows.h"
+#include "tests/tool/CommandLine.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <set>
+#include <sstream>
+#include <vector>
+
+namespace Strata::Report {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+using Tool::contentsOf;
+using Tool::runLine;
+using Tool::scenarioFile;
+
+/// A page, taken apart: its elements are closed in order, or it says what is wrong.
+struct PageParts
+{
+   std::string problem;
+   std::set<std::string> ids;
+   std::vector<std::string> links;
+   std::map<std::string, std::size_t> figures;
+   std::vector<int> headings; // levels
+
+   explicit PageParts( const std::string& html )
+   {
+      std::vector<std::string> open;
+      for( std::size_t at = html.find( '<' ); at != html.npos; at = html.find( '<', at ) ) {
+         const std::size_t end = html.find( '>', at );
+         const std::string tag = html.substr( at + 1, end - at - 1 );
+         at = end;
+         const std::string name = tag.substr( 0, tag.find( ' ' ) );
+         if( name.front() == '/' ) {
+            if( open.empty() || "/" + open.back() != name )
+               problem += "<" + tag + "> closes nothing; ";
+            else
+               open.pop_back();
+         } else if( name != "!DOCTYPE" && name != "meta" && name != "br" ) {
+            open.push_back( name );
+            if( name.size() == 2 && name.front() == 'h' && name != "hr" )
+               headings.push_back( name[ 1 ] - '0' );
+         }
+         if( const std::string id = attribute( tag, "id" );
+             !id.empty() && !ids.insert( id ).second )
+            problem += "the id " + id + " is there twice; ";
+         if( const std::string link = attribute( tag, "href" ); !link.empty() )
+            links.push_back( link );
+         if( const std::string figure = attribute( tag, "data-figure" ); !figure.empty() )
+            figures[ figure ] = std::stoul( html.substr( end + 1 ) );
+      }
+      if( !open.empty() )
+         problem += "<" + open.back() + "> is not closed; ";
+      for( const std::string& link : links )
+         if( link.front() != '#' || !ids.contains( link.substr( 1 ) ) )
+            problem += link + " leads nowhere; ";
+      for( std::size_t i = 1; i < headings.size(); ++i )
+         if( headings[ i ] > headings[ i - 1 ] + 1 )
+            problem += "a heading is two levels deeper; ";
+      if( std::ranges::count( headings, 1 ) != 1 )
+         problem += "there is not one h1; ";
+   }
+
+   static std::string attribute( const std::string& tag, const std::string& name )
+   {
+      const std::string start = " " + name + "=\"";
+      const std::size_t at = tag.find( start );
+      if( at == tag.npos )
+         return {};
+      return tag.substr(
+         at + start.size(), tag.find( '"', at + start.size() ) - at - start.size() );
+   }
+};
+
+std::string pageOf( const std::string& file )
+{
+   return runLine( { "report", file.c_str(), "-o", "-" } ).out;
+}
+
+/// What the overview says, counted in the JSON of the same run.
+std::map<std::string, std::size_t> figuresIn( const std::string& json )
+{
+   std::map<std::string, std::size_t> figures;
+   std::istringstream lines( json );
+   for( std::string line; std::getline( lines, line ); ) {
+      const auto object = nlohmann::json::parse( line );
+      if( object.contains( "child" ) )
+         continue;
+      const std::string kind = object.at( "kind" );
+      const std::string write = object.value( "write", "" );
+      figures[ "calls" ] += kind == "call" || kind == "entry" ? 1 : 0;
+      figures[ "notifications" ] += kind == "notify" ? 1 : 0;
+      figures[ "writes" ] += write.empty() ? 0 : 1;
+      figures[ "redundant" ] += write == "redundant" ? 1 : 0;
+      if( kind == "expect" )
+         ++figures[ object.at( "held" ) == true ? "held" : "failed" ];
+   }
+   return figures;
+}
+
+TEST( Report, EachScenarioHasAWellFormedPageOfBoundedSizeWithTheNumbersOfItsJson )
+{
+   for( const auto& entry : std::filesystem::directory_iterator( "scenarios" ) ) {
+      if( entry.path().extension() != ".scenario" )
+         continue;
+      const std::string file = entry.path();
+      const std::string page = pageOf( file );
+      const std::string json = runLine( { "run", "--json", file.c_str() } ).out;
+      const PageParts parts( page );
+      EXPECT_EQ( parts.problem, "" ) << file;
+      EXPECT_LE( page.size(), 3 * json.size() ) << file;
+      for( const auto& [ name, count ] : figuresIn( json ) )
+         if( count > 0 ) {
+            EXPECT_EQ( parts.figures.contains( name ) ? parts.figures.at( name ) : 0, count )
+               << file << ": " << name;
+         }
+      EXPECT_THAT( page, AllOf( Not( HasSubstr( "<script" ) ), Not( HasSubstr( "://" ) ) ) );
+   }
+}
+
+TEST( Report, TextsAreEscaped )
+{
+   EXPECT_EQ( escaped( "<b a=\"1\" c='2'>&\n" ), "&lt;b a=&quot;1&quot; c=&#39;2&#39;&gt;&amp;\n" );
+   EXPECT_EQ( escaped( "\x01 \xC3\xA4 \xFF \xC0\x80 \xED\xA0\x80" ),
+      "\uFFFD \u00E4 \uFFFD \uFFFD\uFFFD \uFFFD\uFFFD\uFFFD" );
+   const std::string page =
+      pageOf( scenarioFile( "switch hsdk\nnote \"<script>alert( 1 )</script> & 'x'\"\n" ) );
+   EXPECT_THAT( page, HasSubstr( "&lt;script&gt;alert( 1 )&lt;/script&gt; &amp; &#39;x&#39;" ) );
+   EXPECT_EQ( PageParts( page ).problem, "" );
+}
+
+TEST( Report, APacketShowsTheWinnerItsCauseAndWhatWouldBeWithoutIt )
+{
+   const std::string page = pageOf( scenarioFile( "switch hsdk ports 8\n"
+                                                  "interface Ethernet1-2 unit 0 port 1\n"
+                                                  "bring-up\n"
+                                                  "router 02:00:a1:00:00:01\n"
+                                                  "vlan 10 svi members Ethernet1-2\n"
+                                                  "native-vlan 10 Ethernet1-2\n"
+                                                  "route 10.1.0.1/32 via cpu\n"
+                                                  "packet in Ethernet1 dmac router ipv4 dst "
+                                                  "10.1.0.1\n"
+                                                  "show entries\n" ) );
+   const PageParts parts( page );
+   EXPECT_EQ( parts.problem, "" );
+   EXPECT_THAT( page, HasSubstr( "1034 &quot;NextHop to Cpu&quot; wins <a href=\"#m1-1034\">" ) );
+   EXPECT_THAT( page, HasSubstr( "installed by <a href=\"#e3\">#e3</a> <code>bring-up</code>" ) );
+   EXPECT_THAT( page, HasSubstr( "<b>Without &quot;NextHop to Cpu&quot;</b>" ) );
+   EXPECT_TRUE( parts.ids.contains( "p1" ) && parts.ids.contains( "m1-1034" ) );
+   EXPECT_EQ( parts.figures.at( "packets" ), 1U );
+   // The entry is as it was.
+   EXPECT_THAT( page, Not( HasSubstr( "disabled by" ) ) );
+}
+
+TEST( Report, FailuresAndTheEndOfTheRunAreShown )
+{
+   const std::string page = testing::TempDir() + "FailuresAndTheEnd.html";
+   std::filesystem::remove( page );
+   const std::string file =
+      scenarioFile( "switch hsdk\nexpect attribute useLb true\ncall init maybe true\n" );
+   const Tool::Outcome outcome = runLine( { "report", file.c_str(), "-o", page.c_str() } );
+   EXPECT_EQ( outcome.status, 2 );
+   EXPECT_THAT( contentsOf( page ), AllOf( HasSubstr( "<dt>found</dt><dd>false</dd>" ),
+                                       HasSubstr( "&#39;maybe&#39; is not true or false" ) ) );
+   EXPECT_EQ( runLine( { "report", file.c_str(), "-o", file.c_str() } ).status, 2 );
+   std::ofstream( page ) << "precious\n";
+   EXPECT_THAT( runLine( { "report", file.c_str(), "-o", page.c_str() } ).err,
+      HasSubstr( "exists and is not a page" ) );
+   EXPECT_EQ( contentsOf( page ), "precious\n" );
+   const std::string deadly =
+      scenarioFile( "switch hsdk\nfault bcm_switch_control_set code BCM_E_FAIL\nbring-up\n" );
+   const std::string last = page + ".dead";
+   EXPECT_EXIT( runLine( { "report", deadly.c_str(), "-o", last.c_str() },
+                   Tool::Terminal{ std::cin, std::cout, std::cerr } ),
+      testing::ExitedWithCode( 3 ), "the agent died here" );
+   EXPECT_THAT( contentsOf( last ), HasSubstr( "the agent died here" ) );
+   EXPECT_EQ( PageParts( contentsOf( last ) ).problem, "" );
+}
+
+TEST( Report, RowsSayWhatHasChangedAndFoldPorts )
+{
+   const std::string page = pageOf( scenarioFile( "switch hsdk ports 8\n"
+                                                  "interface Ethernet1-4 unit 0 port 1\n"
+                                                  "bring-up\n"
+                                                  "mark\n"
+                                                  "set Ethernet1.forwardingModel routed\n"
+                                                  "mark\n"
+                                                  "vlan 10 members Ethernet1-2\n" ) );
+   EXPECT_EQ( PageParts( page ).problem, "" );
+   EXPECT_THAT( page, HasSubstr( "IP4 of port 1-4</th>" ) );
+   const std::size_t second = page.find( "<article id=\"m2\"" );
+   const std::string row = page.substr( page.find( "id=\"m2-1024\"", second ), 1500 );
+   EXPECT_THAT( row, HasSubstr( ">changed</b>, was RedirectPbmp" ) );
+   EXPECT_THAT( row, HasSubstr( "all that wrote it: <a href=\"#e3\">#e3</a> <a href=\"#e5\">" ) );
+   EXPECT_THAT( page.substr( page.find( "id=\"m1-1024\"" ), 300 ), HasSubstr( ">new</b>" ) );
+   EXPECT_THAT( page, HasSubstr( "main</th><td>11 used, 53 left of 64</td>" ) );
+}
+
+TEST( Report, ARecordingShowsItsInputsAndWhatItsTwinHolds )
+{
+   const std::string recording = "scenarios/recordings/tutorial.recording";
+   const std::string tables = testing::TempDir() + "ARecordingShows.scenario";
+   std::ofstream( tables ) << contentsOf( "scenarios/recordings/tables.scenario" )
+                           << "explain in Ethernet1 dmac router ipv4 src 10.1.0.5 dst 10.2.0.9\n";
+   const std::string page =
+      runLine( { "report", recording.c_str(), tables.c_str(), "-o", "-" } ).out;
+   const PageParts parts( page );
+   EXPECT_EQ( parts.problem, "" );
+   EXPECT_LE( page.size(), 3 * contentsOf( recording ).size() );
+   EXPECT_EQ( parts.figures.at( "calls" ), 434U ); // as `diff` counts them
+   EXPECT_GT( parts.figures.at( "redundant" ), 0U );
+   EXPECT_THAT( page, HasSubstr( "IPv4 routing is off in VLAN 10" ) );
+   EXPECT_THAT( page, HasSubstr( "<code>call handleVlanRoutingState( 10, off )</code> <a "
+                                 "href=\"#r996\">" ) );
+   EXPECT_EQ( runLine( { "report", tables.c_str(), tables.c_str(), "-o", "-" } ).status, 2 );
+}
+
+} // namespace
+} // namespace Strata::Report

@@ -1,0 +1,293 @@
+#include "tool/Chronicler.h"
+
+#include "desk/RecordingFile.h"
+#include "platform/runtime/Format.h"
+#include "sim/switch/SimSwitch.h"
+#include "tool/Session.h"
+#include "tool/packet/EntryCover.h"
+#include "tool/packet/EntryFindings.h"
+#include "tool/packet/PacketStory.h"
+#include "tool/view/ChangesView.h"
+#include "tool/view/Table.h"
+
+#include <map>
+#include <optional>
+#include <utility>
+
+namespace Strata::Tool {
+
+using Report::LineKind;
+using Report::LogLine;
+using Report::Moment;
+
+namespace {
+
+bool isFailure( const Sim::Record& record )
+{
+   switch( record.kind ) {
+   case Sim::RecordKind::fatal:
+   case Sim::RecordKind::error:
+   case Sim::RecordKind::claim:
+   case Sim::RecordKind::breach:
+      return true;
+   default:
+      return false;
+   }
+}
+
+/// The entry that a call is about.
+std::optional<Report::EntryPlace> entryOf( const Sim::Record& record )
+{
+   const std::string id = record.field( record.kind == Sim::RecordKind::entry ? "id" : "entry" );
+   const std::string unit = record.field( "unit" );
+   if( id.empty() || unit.empty() || id.find_first_not_of( "0123456789" ) != id.npos )
+      return std::nullopt;
+   return Report::EntryPlace{
+      static_cast<U32>( std::stoul( unit ) ), static_cast<U32>( std::stoul( id ) ) };
+}
+
+/// "hsdk, 2 units with 32 ports each"
+std::string chipText( const Sim::SimSwitch& hardware )
+{
+   const std::size_t units = hardware.units().size();
+   return Vormel::format( "%s, %d %s of %d ports", hardware.profile().name, units,
+      units == 1 ? "unit" : "units", hardware.portsPerUnit() );
+}
+
+/// The inputs of a recording, each with the records that it caused.
+class RecordedEvents
+{
+ public:
+   RecordedEvents( const Desk::RecordingFile& recording, const Session& session )
+      : recording_( recording ),
+        hardware_( session.agent().hardware() )
+   {
+      for( const Sim::Record& record : session.window() )
+         made_.emplace( record.number, &record );
+   }
+
+   void addTo( Report::Chronicle& chronicle, std::size_t chips )
+   {
+      for( const Desk::RecordedLine& record : recording_.records() ) {
+         const Desk::Json json = record.json();
+         if( Desk::isInput( record.kind ) ) {
+            events_[ record.number ] = chronicle.events.size();
+            chronicle.events.push_back( { .file = recording_.name(),
+               .line = static_cast<U32>( record.line ),
+               .text = Desk::recordText( json ),
+               .chips = chips } );
+         } else if( const std::string word = wordOf( record, json ); !word.empty() ) {
+            const auto cause = events_.find( json.value( "cause", U64{ 0 } ) );
+            if( cause == events_.end() && chronicle.events.empty() )
+               chronicle.events.push_back( { .text = "start", .chips = chips } );
+            const std::size_t event =
+               cause == events_.end() ? chronicle.events.size() - 1 : cause->second;
+            chronicle.events[ event ].lines.push_back( lineOf( record, json, word ) );
+         }
+      }
+   }
+
+ private:
+   /// As in transcripts; empty for what is not shown.
+   static std::string wordOf( const Desk::RecordedLine& record, const Desk::Json& json )
+   {
+      switch( record.kind ) {
+      case Desk::RecordedKind::begin:
+      case Desk::RecordedKind::chip:
+         return json.contains( "manager" ) ? "entry" : "call";
+      case Desk::RecordedKind::notify:
+      case Desk::RecordedKind::trace:
+      case Desk::RecordedKind::log:
+      case Desk::RecordedKind::fatal:
+         return std::string( Vormel::enumName( record.kind ) );
+      default:
+         return {};
+      }
+   }
+
+   LogLine lineOf(
+      const Desk::RecordedLine& record, const Desk::Json& json, const std::string& word ) const
+   {
+      LogLine line{ .text = Desk::recordText( json ),
+         .record = record.number,
+         .word = word,
+         .failed = record.kind == Desk::RecordedKind::fatal };
+      if( word == "notify" )
+         line.text = line.text.substr( word.size() + 1 );
+      if( ( word == "trace" || word == "log" ) && json.contains( "text" ) )
+         line.text = json.at( "text" ).get<std::string>();
+      // The twin writes what the agent has read, too; only a call that it made itself tells of the agent's.
+      const auto made = made_.find( record.number );
+      if( made != made_.end() && json.contains( "call" ) &&
+          made->second->field( "call" ) == json.at( "call" ).get<std::string>() ) {
+         line.write = made->second->field( "write" );
+         line.call = made->second->field( "call" );
+         line.target = line.write.empty() ? "" : writtenPlace( *made->second, hardware_ );
+         line.entry = entryOf( *made->second );
+      }
+      return line;
+   }
+
+   const Desk::RecordingFile& recording_;
+   const Sim::SimSwitch& hardware_;
+   std::map<U64, const Sim::Record*> made_; // calls of the twin, by the number of what is recorded
+   std::map<U64, std::size_t> events_;
+};
+
+} // namespace
+
+Report::Event& Chronicler::event()
+{
+   if( chronicle_.events.empty() )
+      chronicle_.events.push_back( { .text = "start" } );
+   return chronicle_.events.back();
+}
+
+void Chronicler::add( LogLine line )
+{
+   event().lines.push_back( std::move( line ) );
+}
+
+void Chronicler::take( Moment moment, const Session& session )
+{
+   event();
+   chronicle_.snapshots.push_back( { moment, chips_, chronicle_.events.size() - 1,
+      Desk::SwitchState( session.agent().hardware() ) } );
+}
+
+void Chronicler::switchBegins()
+{
+   ++chips_;
+   event().chips = chips_;
+   session_ = nullptr;
+}
+
+void Chronicler::twinMade( const Session& session, const Desk::RecordingFile& recording )
+{
+   chronicle_.recorded = true;
+   twinIsNew_ = true;
+   RecordedEvents( recording, session ).addTo( chronicle_, chips_ );
+}
+
+void Chronicler::begins( const Line& line )
+{
+   chronicle_.events.push_back( { .file = line.file,
+      .line = line.number,
+      .text = commandText( line ),
+      .chips = chips_,
+      .remark = line.words.front().text == "note" } );
+}
+
+void Chronicler::marked( Session& session )
+{
+   if( !session_ )
+      chronicle_.chips.push_back( chipText( session.agent().hardware() ) );
+   if( !std::exchange( twinIsNew_, false ) )
+      take( session_ ? Moment::mark : Moment::made, session );
+   session_ = &session;
+}
+
+void Chronicler::switchEnds( Session& session )
+{
+   take( Moment::end, session );
+   if( !findsEntries_ || !Cover::Solver::available() )
+      return;
+   chronicle_.findings.emplace();
+   for( const Cover::Coverage& about : entryCover( session, session.agent().hardware().units() ) )
+      for( const std::string& text : findingsOf( session, about ) )
+         chronicle_.findings->push_back( { { about.unit, about.id }, about.name, text } );
+}
+
+void Chronicler::explained( Session& session, const Sim::Arrival& arrival,
+   const Sim::Verdict& verdict, const Sim::Explanation& explanation, bool isSent )
+{
+   Report::Packet packet = packetStory(
+      session.packets().engine(), session.agent().hardware(), arrival, verdict, explanation );
+   packet.chips = chips_;
+   packet.event = chronicle_.events.size() - 1;
+   packet.sent = isSent;
+   event().packets.push_back( chronicle_.packets.size() );
+   chronicle_.packets.push_back( std::move( packet ) );
+}
+
+void Chronicler::recorded( const Sim::Record& record )
+{
+   LogLine line{ .text = record.text,
+      .record = record.number,
+      .word = std::string( Vormel::enumName( record.kind ) ),
+      .write = record.field( "write" ),
+      .failed = isFailure( record ) };
+   if( !line.write.empty() && session_ ) {
+      line.call = record.field( "call" );
+      line.target = writtenPlace( record, session_->agent().hardware() );
+      line.entry = entryOf( record );
+   }
+   add( std::move( line ) );
+}
+
+void Chronicler::noted( std::string_view text )
+{
+   if( twinIsNew_ )
+      chronicle_.notes.emplace_back( text );
+   else
+      add( { .kind = LineKind::note, .text = std::string( text ) } );
+}
+
+void Chronicler::shown( const std::string& title, const Table& table )
+{
+   if( !event().packets.empty() )
+      return; // its picture shows it
+   Report::Shown shown{ table.titles(), {} };
+   table.visit(
+      [ & ]( const std::string& section ) {
+         shown.rows.push_back( { { section }, true } );
+      },
+      [ & ]( const std::vector<std::string>& cells ) { shown.rows.push_back( { cells } ); } );
+   add( { .kind = LineKind::shown, .text = title, .table = std::move( shown ) } );
+}
+
+void Chronicler::shown( const std::string& title, const std::string& json )
+{
+   add( { .kind = LineKind::shown,
+      .text = title,
+      .table = Report::Shown{ { "JSON" }, { { { json } } } } } );
+}
+
+void Chronicler::resulted( const std::string& text )
+{
+   add( { .kind = LineKind::result, .text = "= " + text } );
+}
+
+void Chronicler::held( const Line& )
+{
+   event().judgement = Report::Judgement{ .held = true };
+}
+
+void Chronicler::failed( const Line&, const std::string& expected, const std::string& found )
+{
+   event().judgement = Report::Judgement{ false, expected, found };
+}
+
+void Chronicler::childWrote( std::string_view text )
+{
+   add( { .kind = LineKind::child, .text = std::string( text ) } );
+}
+
+void Chronicler::complained( const std::string& text )
+{
+   add( { .kind = LineKind::bad, .text = text } );
+}
+
+void Chronicler::refused( const std::string& text )
+{
+   chronicle_.end = text;
+}
+
+void Chronicler::died( const std::string& text )
+{
+   chronicle_.end = text;
+   if( whenDead_ )
+      whenDead_();
+}
+
+} // namespace Strata::Tool
