@@ -10,7 +10,7 @@ SECONDS ?= 60
 TARGETS ?=
 
 .DEFAULT_GOAL := help
-.PHONY: help run test bench instructions mutants fuzz coverage library package api format lint update update-golden update-reference update-symbols update-recording update-abi update-bounds clean
+.PHONY: help run test bench instructions mutants soak fuzz coverage library package api format lint update update-golden update-reference update-symbols update-recording update-abi update-bounds clean
 
 help:
 	@echo 'make run            build, then run a scenario on the simulated chip'
@@ -20,6 +20,7 @@ help:
 	@echo 'make instructions   count the instructions of paths and jobs, and fail above the bounds in bench/instructions.txt'
 	@echo 'make mutants FILES=routing/entries/UrpfEntries.cpp   break the library token by token and name the test that notices'
 	@echo '                      N=20  SEED=1  SKIP=10  LINES=20-40  FUNCTION=<pattern>  KIND=<pattern>  SCENARIOS=1  LIST=1'
+	@echo 'make soak           the random steps, and the deaths of agents, in full number'
 	@echo 'make fuzz           change scenarios, frames, captures and generic access at random    SECONDS=$(SECONDS)  TARGETS="Frame ..."'
 	@echo 'make coverage       say how much of each room the tests run      COVERAGE_FLAGS="--list"'
 	@echo 'make update         replace what is generated from the code: golden transcripts, reference pages, the list of'
@@ -63,6 +64,11 @@ mutants:
 	@python3 ci/mutants.py $(FILES) $(if $(N),--number $(N)) $(if $(SEED),--seed $(SEED)) $(if $(SKIP),--skip $(SKIP)) \
 	   $(if $(LINES),--lines $(LINES)) $(if $(FUNCTION),--function '$(FUNCTION)') \
 	   $(if $(KIND),--kind '$(KIND)') $(if $(SCENARIOS),--scenarios) $(if $(LIST),--list)
+
+soak:
+	@sh ci/setup.sh test
+	@sh ci/build.sh debug strata-l3-tests
+	@STRATA_RANDOM_STEPS=10000 STRATA_DEATHS=1 sh ci/test.sh debug -R 'PathIndependence|WhateverTheStepsBefore|NeverDied'
 
 fuzz:
 	@sh ci/setup.sh fuzz

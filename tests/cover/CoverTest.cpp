@@ -1,6 +1,7 @@
 // A packet that is found wins its entry, an entry without one has none, and what is named as blocking it does.
 #include "cover/Recipe.h"
 #include "cover/Solver.h"
+#include "tests/FromEnvironment.h"
 #include "tests/packet/PacketTest.h"
 #include "tests/routing/Steps.h"
 #include "tests/sim/EveryProfile.h"
@@ -11,7 +12,6 @@
 #include "tool/packet/TableTrial.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
@@ -242,8 +242,7 @@ TEST_P( CoverTest, NoPacketWinsAnEntryThatIsProvedToHaveNone )
 /// STRATA_RANDOM_STEPS, as for the other tests of random steps; each profile makes a quarter.
 U32 steps( U32 usual )
 {
-   const char* const asked = std::getenv( "STRATA_RANDOM_STEPS" );
-   return ( asked ? static_cast<U32>( std::stoul( asked ) ) : usual ) / 4;
+   return static_cast<U32>( fromEnvironment( "STRATA_RANDOM_STEPS", usual ) / 4 );
 }
 
 std::string rulesOf( const FieldGroup& group )

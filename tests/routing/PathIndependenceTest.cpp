@@ -4,11 +4,11 @@
 // STRATA_RANDOM_STEPS: how many steps each test makes; STRATA_RANDOM_SEED: the first seed.
 #include "platform/runtime/Activity.h"
 #include "platform/runtime/Assert.h"
+#include "tests/FromEnvironment.h"
 #include "tests/routing/ReferenceModel.h"
 #include "tests/sim/EveryProfile.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -164,12 +164,6 @@ Outcome shortened( const Scene& scene, Outcome failing )
          piece /= 2;
    }
    return failing;
-}
-
-U64 fromEnvironment( const char* name, U64 otherwise )
-{
-   const char* const text = std::getenv( name );
-   return text ? std::stoull( text ) : otherwise;
 }
 
 class PathIndependenceTest : public testing::TestWithParam<std::string_view>

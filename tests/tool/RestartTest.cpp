@@ -1,8 +1,9 @@
 // Agents that die at any call and start again, over chips that were reset or as they were: the chips end as if the agent had
 // never died.
 //
-// STRATA_DEATHS: at every how many calls it dies, or 1 for all.
+// STRATA_DEATHS: at every how many calls it dies. STRATA_WATCHED: at every how many marks packets are watched.
 #include "platform/runtime/Activity.h"
+#include "tests/FromEnvironment.h"
 #include "tests/tool/CommandLine.h"
 #include "tool/ChildProcess.h"
 #include "tool/ScenarioFile.h"
@@ -12,7 +13,6 @@
 #include "tool/words/Command.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
@@ -186,8 +186,7 @@ class RestartTest : public testing::TestWithParam<std::string>
 
 TEST_P( RestartTest, TheChipsEndAsIfTheAgentHadNeverDied )
 {
-   const char* const every = std::getenv( "STRATA_DEATHS" );
-   const U64 step = every ? std::stoull( every ) : 97;
+   const U64 step = fromEnvironment( "STRATA_DEATHS", 97 );
    ScenarioFile file( GetParam() );
    U64 deaths = 0;
    U64 at = 0;
@@ -229,6 +228,8 @@ TEST_P( RestartTest, PacketsAreForwardedMeanwhileAsBefore )
       GTEST_SKIP() << "this build has no solver";
    const Line restart = splitLine( "test", 1, "restart warm" );
    ScenarioFile file( GetParam() );
+   const U64 every = fromEnvironment( "STRATA_WATCHED", 1 );
+   U64 marks = 0;
    bool foreign = false;
    while( const std::optional<Line> line = file.next() ) {
       if( line->words.empty() )
@@ -237,7 +238,7 @@ TEST_P( RestartTest, PacketsAreForwardedMeanwhileAsBefore )
       const Command& command = takeCommand( words );
       foreign =
          ( foreign && command.name != "switch" ) || isForeign( command, commandText( *line ) );
-      if( command.name == "mark" && session_.hasAgent() && !foreign ) {
+      if( command.name == "mark" && session_.hasAgent() && !foreign && ++marks % every == 0 ) {
          Words restartWords( restart );
          const Act act = takeCommand( restartWords ).act( session_, restartWords );
          const std::string where =
