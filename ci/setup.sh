@@ -1,5 +1,5 @@
 #!/bin/sh
-# setup.sh library|build|test|bench|instructions|mutants|fuzz|coverage|package|ci
+# setup.sh library|build|test|bench|instructions|mutants|fuzz|coverage|package|browser|ci
 # Installs those Debian packages of a group that are missing, if it has the permission, or else prints the command.
 # Prints nothing if no package is missing.
 set -u
@@ -45,6 +45,11 @@ dpkg-dev dpkg-shlibdeps
 doxygen doxygen
 lintian lintian
 '
+browser='
+chromium chromium
+chromium-driver chromedriver
+python3-selenium /usr/lib/python3/dist-packages/selenium
+'
 ci='
 git git
 curl curl
@@ -72,9 +77,10 @@ mutants) wanted=$library$build$test$mutants ;;
 fuzz) wanted=$library$build$test$fuzz ;;
 coverage) wanted=$library$build$test$mutants$coverage ;;
 package) wanted=$library$build$test$mutants$package ;;
+browser) wanted=$library$build$test$mutants$browser ;;
 ci) wanted=$library$build$test$bench$mutants$fuzz$package$ci ;;
 *)
-   echo "setup.sh: unknown group '$group'; one of library, build, test, bench, instructions, mutants, fuzz, coverage, package, ci" >&2
+   echo "setup.sh: unknown group '$group'; one of library, build, test, bench, instructions, mutants, fuzz, coverage, package, browser, ci" >&2
    exit 2
    ;;
 esac

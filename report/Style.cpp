@@ -57,7 +57,7 @@ th,td{text-align:left;vertical-align:top;padding:.25rem .75rem .25rem 0;border-t
 thead th{color:var(--dim);font-size:.85rem;border:0}
 th[scope=rowgroup]{font-weight:600;font-family:inherit}
 td:not(:last-child),tbody th{min-width:5rem}
-.number{text-align:right}
+.number{font-variant-numeric:tabular-nums}
 .outcome{display:block}
 .way{margin:.75rem 0 .5rem .4rem}
 .way li{display:grid;grid-template-columns:7rem minmax(0,1fr);gap:0 .75rem;position:relative;padding:0 0 .8rem 1.4rem;border-left:2px solid var(--line)}

@@ -1,4 +1,5 @@
 // Reports: well-formed pages whose links lead somewhere, with the numbers of the run's JSON.
+#include "cover/Solver.h"
 #include "desk/SwitchState.h"
 #include "report/Html.h"
 #include "report/StateRows.h"
@@ -203,6 +204,19 @@ TEST( Report, RowsSayWhatHasChangedAndFoldPorts )
    EXPECT_THAT( row, HasSubstr( "all that wrote it: <a href=\"#e3\">#e3</a> <a href=\"#e5\">" ) );
    EXPECT_THAT( page.substr( page.find( "id=\"m1-1024\"" ), 300 ), HasSubstr( ">new</b>" ) );
    EXPECT_THAT( page, HasSubstr( "main</th><td>11 used, 53 left of 64</td>" ) );
+}
+
+TEST( Report, FindingsNameTheEntryAtTheEnd )
+{
+   if( !Cover::Solver::available() )
+      GTEST_SKIP() << "this build has no solver";
+   const std::string file = scenarioFile( "switch hsdk ports 8\nbring-up\n" );
+   const std::string page = pageOf( file );
+   EXPECT_EQ( PageParts( page ).problem, "" );
+   EXPECT_THAT(
+      page, HasSubstr( "<a href=\"#m1-1032\">#m1-1032</a> <b>l2 mcast cpu and flood</b>: no " ) );
+   EXPECT_THAT( runLine( { "report", file.c_str(), "-o", "-", "--no-lint" } ).out,
+      Not( HasSubstr( "<b>l2 mcast cpu and flood</b>" ) ) );
 }
 
 TEST( Report, ARecordingShowsItsInputsAndWhatItsTwinHolds )

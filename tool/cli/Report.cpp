@@ -49,8 +49,8 @@ class ReportSubcommand : public Subcommand
       const auto profiles = Sim::chipProfileNames();
       report->add_option( "--profile", profile_, "Run on this chip instead of the scenario's" )
          ->check( CLI::IsMember( std::vector<std::string>( profiles.begin(), profiles.end() ) ) );
-      report->add_flag(
-         "--lint", lint_, "Also search for what is wrong with entries, as 'lint' does" );
+      report->add_flag( "--no-lint", passesEntries_,
+         "Do not search for what is wrong with entries, as 'lint' does" );
       return report;
    }
 
@@ -68,7 +68,7 @@ class ReportSubcommand : public Subcommand
          config.quiet = true;
          Console console( nothing, terminal.err, config );
          Chronicler chronicler( [ & ] { write( chronicler, terminal ); } );
-         chronicler.findsEntriesIs( lint_ );
+         chronicler.findsEntriesIs( !passesEntries_ );
          chronicler.chronicle().title = std::filesystem::path( file_ ).filename();
          console.listenerIs( &chronicler );
          const ExitStatus status = collect( chronicler, console );
@@ -114,7 +114,7 @@ class ReportSubcommand : public Subcommand
    std::string tables_;
    std::string page_;
    std::string profile_;
-   bool lint_ = false;
+   bool passesEntries_ = false;
 };
 
 } // namespace
