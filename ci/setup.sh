@@ -62,6 +62,7 @@ pkg-config pkg-config
 man-db man
 abigail-tools abidw
 xz-utils xz
+tshark tshark
 zsh zsh
 fish fish
 python3-scapy /usr/lib/python3/dist-packages/scapy

@@ -346,6 +346,9 @@ void Session::mark()
       return;
    agent_->hardware().transcript().clear();
    stateAtMark_ = Desk::SwitchState( agent_->hardware() );
+   for( const U32 unit : agent_->hardware().units() )
+      for( Sim::FieldGroup& group : agent_->hardware().chip( unit ).groups() )
+         group.hitsMark();
    if( RunListener* const listener = console_.listener() )
       listener->marked( *this );
 }

@@ -32,6 +32,7 @@ struct FieldEntry
    bool qualifierRefused = false;    // by the chip, although its attributes have the capability
    bool actionsRemoved = false;      // since the last install
    U64 hits = 0;                     // since the first claim
+   U64 hitsAtMark = 0;               // of these, before the last hitsMark()
    Cause cause{};                    // of the installation
    std::optional<bool> switchedTo{}; // the last state that enableEntry set
    Cause switchCause{};
@@ -74,6 +75,13 @@ class FieldGroup
    FieldEntry* find( U32 id );
    /// Null if the id is not claimed.
    FieldEntry* claimed( U32 id );
+
+   /// Sets hitsAtMark of each entry.
+   void hitsMark()
+   {
+      for( auto& [ id, entry ] : entries_ )
+         entry.hitsAtMark = entry.hits;
+   }
 
    /// Changes with the entries in hardware and with the end of a claim, and not with an operation that changes nothing.
    U64 version() const { return version_; }

@@ -80,16 +80,18 @@ Verdict PacketEngine::explain( const Arrival& arrival, Explanation* explanation 
 
 Verdict PacketEngine::send( const Arrival& arrival )
 {
-   Verdict verdict = explain( arrival );
-#if VORMEL_CHECKING
    Explanation explanation;
-   VORMEL_ASSERT( verdict == explain( arrival, &explanation ) && "explained as forwarded" );
+   Verdict verdict = explain( arrival, explained_ ? &explanation : nullptr );
+#if VORMEL_CHECKING
+   Explanation again;
+   VORMEL_ASSERT(
+      verdict == explain( arrival, explained_ ? nullptr : &again ) && "explained as forwarded" );
 #endif
    apply( arrival, verdict );
    hardware_.transcript().add(
       RecordKind::packet, [ & ] { return contentOf( arrival, verdict ); } );
    if( listener_ )
-      listener_( arrival, verdict );
+      listener_( arrival, verdict, explained_ ? &explanation : nullptr );
    if( verdict.loops )
       hardware_.transcript().add( RecordKind::breach,
          format( "a packet loop on unit %d: %s", arrival.port.unit, loopText() ),

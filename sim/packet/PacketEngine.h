@@ -52,9 +52,14 @@ class PacketEngine
    /// The same verdict, without any of these effects.
    Verdict explain( const Arrival& arrival, Explanation* explanation = nullptr ) const;
 
-   /// Sets the listener for the verdict of each packet that is sent. Empty for none.
-   using Listener = std::function<void( const Arrival&, const Verdict& )>;
-   void listenerIs( Listener listener ) { listener_ = std::move( listener ); }
+   /// Sets the listener for the verdict of each packet that is sent. Empty for none. The explanation is null unless
+   /// `explained`, which takes as long as explain() of each packet.
+   using Listener = std::function<void( const Arrival&, const Verdict&, const Explanation* )>;
+   void listenerIs( Listener listener, bool explained = false )
+   {
+      listener_ = std::move( listener );
+      explained_ = explained;
+   }
 
    /// The text of the breach of a packet that loops.
    static std::string loopText();
@@ -83,6 +88,7 @@ class PacketEngine
    PacketCounters counters_;
    mutable FieldLookups lookups_; // what it keeps is made from the chips
    Listener listener_;
+   bool explained_ = false; // to the listener
 };
 
 } // namespace Strata::Sim

@@ -63,7 +63,9 @@ class Checker
    void rows( const Json& all )
    {
       const std::vector<std::string> words = split( command_, " " );
-      const std::string name = words[ 0 ] + ( words[ 0 ] == "show" ? " " + words[ 1 ] : "" );
+      const std::string name = command_ == "show entries hits" ? command_
+                               : words[ 0 ] == "show"          ? words[ 0 ] + " " + words[ 1 ]
+                                                               : words[ 0 ];
       if( name == "show snapshot" )
          return;
       for( const Json& row : all )
@@ -193,7 +195,7 @@ TEST( Json, EveryMemberIsOfTheKindThatThePageStates )
    for( const Command& command : commands() )
       if( command.name.starts_with( "show " ) )
          text += std::string( command.name ) + "\n";
-   text += "show attributes changed\nshow attributes scsd\nno such command\n";
+   text += "show entries hits\nshow attributes changed\nshow attributes scsd\nno such command\n";
    const std::string file = testing::TempDir() + "json.scenario";
    std::ofstream( file ) << text;
    const Outcome outcome = runLine( { "run", "--json", file.c_str() } );

@@ -126,6 +126,16 @@ void showEntries( Session& session, const std::string& filter )
       [ & ] { return entryJson( hardware, filter ); } );
 }
 
+Act showEntriesOrHits( const Session& session, Words& words )
+{
+   if( !words.accept( "hits" ) )
+      return parseFilter<showEntries, entryNames>( session, words );
+   return []( Session& live ) {
+      live.console().table(
+         "Hits of entries since the last mark", hitsTable( live.agent().hardware() ) );
+   };
+}
+
 void showAttributesOf(
    Session& session, const Ref<Entity>& object, const std::string& title, bool changed )
 {
@@ -290,8 +300,9 @@ void showTranscript( Session& session, const std::string& filter )
 std::vector<Command> showCommands()
 {
    return {
-      { "show entries", "[NAME|GROUP|ID]", "Field Processor entries: state, qualifiers, actions",
-         parseFilter<showEntries, entryNames> },
+      { "show entries", "[hits|NAME|GROUP|ID]",
+         "Field Processor entries: state, qualifiers, actions; or how many packets each has won since the last mark",
+         showEntriesOrHits },
       { "show attributes", "[OBJECT] [changed]",
          "attributes of the helper or another object, or only those that differ from their initial values",
          showAttributes },

@@ -14,6 +14,8 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <limits>
+#include <string_view>
 #include <sys/stat.h>
 #include <system_error>
 #include <tuple>
@@ -63,14 +65,100 @@ struct FrameHead
    U32 length;
 };
 
+/// A block of a pcapng file, in the machine's byte order: type, length, fields and options, length.
+class Block
+{
+ public:
+   explicit Block( U32 type )
+   {
+      number( type );
+      number( U32{ 0 } ); // the length, once it is known
+   }
+
+   template<class T>
+   void number( T value )
+   {
+      const auto bytes = std::bit_cast<std::array<char, sizeof value>>( value );
+      text_.append( bytes.data(), bytes.size() );
+   }
+   /// Fills up to a multiple of four bytes.
+   void bytes( const void* data, std::size_t size )
+   {
+      text_.append( static_cast<const char*>( data ), size );
+      text_.append( ( 4 - size % 4 ) % 4, '\0' );
+   }
+   /// Left out if the text is empty. An option has at most 65,535 bytes.
+   void option( U16 code, std::string_view text )
+   {
+      if( text.empty() )
+         return;
+      text = text.substr( 0, std::numeric_limits<U16>::max() );
+      number( code );
+      number( static_cast<U16>( text.size() ) );
+      bytes( text.data(), text.size() );
+   }
+   /// The whole block. Requires: it is called once.
+   const std::string& ended()
+   {
+      number( U32{ 0 } ); // behind the last option
+      const U32 length = static_cast<U32>( text_.size() + sizeof length );
+      number( length );
+      std::memcpy( text_.data() + sizeof length, &length, sizeof length );
+      return text_;
+   }
+
+ private:
+   std::string text_;
+};
+
+std::string sectionHead()
+{
+   Block block( 0x0A0D0D0A );
+   block.number( U32{ 0x1A2B3C4D } ); // shows the byte order
+   block.number( U16{ 1 } );          // version
+   block.number( U16{ 0 } );
+   block.number( ~U64{ 0 } );      // the section's length is not known
+   block.option( 4, "strata-l3" ); // the application
+   return block.ended();
+}
+
+std::string interfaceBlock( const std::string& name )
+{
+   constexpr char nanoseconds = 9;
+   Block block( 1 );
+   block.number( U16{ DLT_EN10MB } );
+   block.number( U16{ 0 } );
+   block.number( U32{ 0 } ); // no limit for the length of a frame
+   block.option( 2, name );
+   block.option( 9, { &nanoseconds, 1 } ); // the resolution of times
+   return block.ended();
+}
+
+std::string packetBlock(
+   U32 interface, const Sim::Frame& frame, double seconds, const std::string& comment )
+{
+   const auto time = static_cast<U64>( std::llround( seconds * 1e9 ) );
+   Block block( 6 );
+   block.number( interface );
+   block.number( static_cast<U32>( time >> 32 ) );
+   block.number( static_cast<U32>( time ) );
+   block.number( static_cast<U32>( frame.bytes().size() ) );
+   block.number( static_cast<U32>( frame.length() ) );
+   block.bytes( frame.bytes().data(), frame.bytes().size() );
+   block.option( 1, comment );
+   return block.ended();
+}
+
 } // namespace
 
 CaptureWriter::CaptureWriter( const std::string& file )
    : name_( file ),
      file_( opened( file, true ), std::fclose )
 {
-   const FileHead head;
-   if( !put( &head, sizeof head ) || std::fflush( file_.get() ) != 0 )
+   const FileHead plain;
+   const std::string section = sectionHead();
+   if( !( takesNotes() ? put( section.data(), section.size() ) : put( &plain, sizeof plain ) ) ||
+       std::fflush( file_.get() ) != 0 )
       throw ValueError( "cannot write '" + name_ + "': " + std::strerror( errno ) );
 }
 
@@ -79,14 +167,25 @@ bool CaptureWriter::put( const void* bytes, std::size_t size )
    return std::fwrite( bytes, 1, size, file_.get() ) == size;
 }
 
-std::string CaptureWriter::add( const Sim::Frame& frame, double seconds )
+bool CaptureWriter::putBlocks( const Sim::Frame& frame, double seconds, const Note& note )
+{
+   const auto [ at, isNew ] =
+      interfaces_.try_emplace( note.interface, static_cast<U32>( interfaces_.size() ) );
+   const std::string blocks = ( isNew ? interfaceBlock( note.interface ) : "" ) +
+                              packetBlock( at->second, frame, seconds, note.comment );
+   return put( blocks.data(), blocks.size() );
+}
+
+std::string CaptureWriter::add( const Sim::Frame& frame, double seconds, const Note& note )
 {
    const auto time = static_cast<U64>( std::llround( seconds * 1e6 ) );
    const auto size = static_cast<U32>( frame.bytes().size() );
    const FrameHead head{ static_cast<U32>( time / 1'000'000 ), static_cast<U32>( time % 1'000'000 ),
       size, static_cast<U32>( frame.length() ) };
-   if( put( &head, sizeof head ) && put( frame.bytes().data(), size ) &&
-       std::fflush( file_.get() ) == 0 )
+   const bool written = takesNotes()
+                           ? putBlocks( frame, seconds, note )
+                           : put( &head, sizeof head ) && put( frame.bytes().data(), size );
+   if( written && std::fflush( file_.get() ) == 0 )
       return {};
    return "the capture ends, because '" + name_ + "' cannot be written: " + std::strerror( errno );
 }

@@ -6,30 +6,46 @@
 
 #include <cstdio>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
 
 namespace Strata::Tool {
 
-/// A pcap file that is written frame by frame, so that captured frames are in the file however the process ends.
+/// A pcap file, or a pcapng file if its name ends with ".pcapng", that is written frame by frame, so that captured frames
+/// are in the file however the process ends.
 class CaptureWriter
 {
  public:
+   /// Where a frame was seen, and what became of it.
+   struct Note
+   {
+      std::string interface;
+      std::string comment;
+   };
+
    /// ValueError when the file cannot be written, or is a pipe, for which the session could wait.
    explicit CaptureWriter( const std::string& file );
 
-   /// `seconds` of the clock. Returns why the frame could not be written, or an empty text.
-   std::string add( const Sim::Frame& frame, double seconds );
+   /// Whether a file of that name contains notes.
+   static bool takesNotes( const std::string& file ) { return file.ends_with( ".pcapng" ); }
+   bool takesNotes() const { return takesNotes( name_ ); }
+
+   /// `seconds` of the clock, which a pcap file has in microseconds and a pcapng file in nanoseconds. A pcap file leaves
+   /// the note out. Returns why the frame could not be written, or an empty text.
+   std::string add( const Sim::Frame& frame, double seconds, const Note& note = {} );
 
    /// Whether it is this file, also under another name.
    bool writes( const std::string& file ) const;
 
  private:
    bool put( const void* bytes, std::size_t size );
+   bool putBlocks( const Sim::Frame& frame, double seconds, const Note& note );
 
    std::string name_;
    std::unique_ptr<std::FILE, int ( * )( std::FILE* )> file_;
+   std::map<std::string, U32> interfaces_; // of a pcapng file, with their numbers
 };
 
 /// Whether the file has contents that are not those of a capture, and that a capture would overwrite: a scenario, the

@@ -124,6 +124,15 @@ void addState( Table& table, const Sim::PassExplanation& about, bool all )
       table.row( { "state", what + "\n" + by } );
 }
 
+/// ", written by 'bring-up' (record 12)"; empty for state that nothing has written.
+std::string stateCause( const Sim::PassExplanation& about, const Sim::ChipPlace& place )
+{
+   for( const Sim::StateNote& note : about.state )
+      if( note.place == place && note.cause && !note.cause->text.empty() )
+         return ", " + causeText( "written", *note.cause );
+   return {};
+}
+
 void addStage( Table& table, Sim::PacketEngine& engine, const Sim::StageNote& note,
    const Sim::PortRef& arrival )
 {
@@ -320,6 +329,34 @@ Table explanationTable( Sim::PacketEngine& engine, const Sim::Verdict& verdict,
       addOutcome( table, engine, verdict.passes[ i ] );
    }
    return table;
+}
+
+std::string arrivalName( const Sim::PacketEngine& engine, const Sim::Arrival& arrival )
+{
+   return arrival.higig ? format( "the stack link of unit %d", arrival.port.unit )
+                        : engine.portName( arrival.port );
+}
+
+std::string frameComment( const Sim::PacketEngine& engine, const Sim::Arrival& arrival,
+   const Sim::Verdict& verdict, const Sim::Explanation& explanation, std::size_t pass,
+   const std::string& fate )
+{
+   std::string text = "in " + arrivalName( engine, arrival ) + ": " + fate;
+   for( std::size_t i = 0; i <= pass; ++i ) {
+      const std::string number = verdict.passes.size() > 1 ? format( "pass %d: ", i + 1 ) : "";
+      for( const Sim::StageNote& note : explanation.passes[ i ].stages )
+         if( note.culprit )
+            text +=
+               "\n" + number + note.text + stateCause( explanation.passes[ i ], *note.culprit );
+      for( const Sim::RangeNote& range : explanation.passes[ i ].ranges )
+         for( const EntryNote& entry : range.entries )
+            if( entry.won )
+               text += "\n" + number +
+                       format( "%s %d \"%s\" wins: %s", range.group, entry.id, entry.entry->name,
+                          entry.entry->hardware->text() ) +
+                       causesText( *entry.entry );
+   }
+   return text;
 }
 
 ordered_json explanationJson(

@@ -41,12 +41,16 @@ class PacketDesk
 
    bool captures( Sim::PortRef port ) const { return ports_.contains( port ); }
    bool capturesCpu( U32 unit ) const { return cpus_.contains( unit ); }
-   /// Writes frames that leave on the port from now on, or go to the unit's CPU, to a pcap file, which replaces an
-   /// earlier one of the port. ValueError when the file cannot be written, or is in use.
+   /// Writes frames that leave on the port from now on, or go to the unit's CPU, to a capture file, which replaces
+   /// an earlier one of the port. ValueError when the file cannot be written, or is in use.
    void capturePort( Sim::PortRef port, const std::string& file );
    void captureCpu( U32 unit, const std::string& file );
-   void capturePortEnd( Sim::PortRef port ) { ports_.erase( port ); }
-   void captureCpuEnd( U32 unit ) { cpus_.erase( unit ); }
+   void capturePortEnd( Sim::PortRef port );
+   void captureCpuEnd( U32 unit );
+   /// The same for frames that are dropped on any unit, as they arrived. Requires: the file takes notes.
+   void captureDrops( const std::string& file );
+   void captureDropsEnd();
+   bool capturesDrops() const { return drops_ != nullptr; }
    /// Closes all files.
    void captureEnd();
    bool isWriting( const std::string& file ) const;
@@ -55,7 +59,10 @@ class PacketDesk
 
  private:
    std::unique_ptr<CaptureWriter> opened( const std::string& file ) const;
-   void write( const Sim::Verdict& verdict );
+   void listen();
+   void write( const Sim::Arrival& arrival, const Sim::Verdict& verdict,
+      const Sim::Explanation* explanation );
+   bool addTo( CaptureWriter& file, const Sim::Frame& frame, const CaptureWriter::Note& note );
 
    Sim::PacketEngine engine_;
    const Vormel::Clock& clock_;
@@ -63,6 +70,7 @@ class PacketDesk
    Cover::Memory entryPackets_;
    std::map<Sim::PortRef, std::unique_ptr<CaptureWriter>> ports_;
    std::map<U32, std::unique_ptr<CaptureWriter>> cpus_;
+   std::unique_ptr<CaptureWriter> drops_;
    std::string problem_;
 };
 

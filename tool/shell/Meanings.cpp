@@ -84,6 +84,8 @@ constexpr Meaning meanings[] = {
    { "frame", "which frame of the file" },
    { "frames", "some frames, as in 5-9" },
    { "summary", "one row for each outcome" },
+   { "drops", "packets that leave on no port, with the reasons" },
+   { "hits", "which entries have won packets, and which have not" },
    { "dmac", "destination MAC address" },
    { "smac", "source MAC address" },
    { "router", "the helper's router MAC" },

@@ -23,6 +23,17 @@ struct EntryRow
    bool operator==( const EntryRow& ) const = default;
 };
 
+struct HitsRow
+{
+   std::string group;
+   U32 id;
+   std::string name;
+   std::string state;
+   U64 hits;
+
+   bool operator==( const HitsRow& ) const = default;
+};
+
 /// The rule in hardware, or for an entry that is only claimed, the claimed rule.
 const Sim::FieldRule& ruleOf( const Sim::FieldEntry& entry )
 {
@@ -113,6 +124,34 @@ nlohmann::ordered_json entryJson( Sim::SimSwitch& hardware, std::string_view fil
          rows.push_back( std::move( row ) );
       } );
    return rows;
+}
+
+Table hitsTable( Sim::SimSwitch& hardware )
+{
+   ByUnit<HitsRow> byUnit;
+   forEachEntry( hardware, {},
+      [ & ]( U32 unit, const Sim::FieldGroup& group, U32 id, const Sim::FieldEntry& entry ) {
+         if( entry.installed() )
+            byUnit.add(
+               unit, { group.profile().name, id, entry.name, std::string( entryState( entry ) ),
+                        entry.hits - std::min( entry.hits, entry.hitsAtMark ) } );
+      } );
+   Table table( { { "Entry" }, { "Units" }, { "State" }, { "Hits", Align::right } } );
+   for( const bool hit : { true, false } ) {
+      bool isFirst = true;
+      for( const auto& [ row, units ] : byUnit.rows() ) {
+         if( ( row.hits > 0 ) != hit )
+            continue;
+         if( isFirst )
+            table.section( hit ? "Hit" : "Not hit" );
+         isFirst = false;
+         table.row( { row.group + ' ' + std::to_string( row.id ) + " \"" + row.name + '"',
+                       numberRanges( units ), row.state, std::to_string( row.hits ) },
+            { { "group", row.group }, { "id", row.id }, { "name", row.name },
+               { "state", row.state }, { "hits", row.hits }, { "units", units } } );
+      }
+   }
+   return table;
 }
 
 std::optional<U32> entryOffset( std::string_view name )

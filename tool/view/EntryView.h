@@ -26,6 +26,10 @@ Table entryTable( Sim::SimSwitch& hardware, std::string_view filter );
 /// The same for programs, one object for each unit and entry.
 nlohmann::ordered_json entryJson( Sim::SimSwitch& hardware, std::string_view filter );
 
+/// The entries in hardware that have won packets since the last mark, then those that have not, with the units that have
+/// the same number.
+Table hitsTable( Sim::SimSwitch& hardware );
+
 /// Offsets in the main range by name: "nexthopToCpu" is 33.
 std::optional<U32> entryOffset( std::string_view name );
 std::vector<std::string_view> entryOffsetNames();
