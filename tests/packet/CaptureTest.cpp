@@ -1,9 +1,7 @@
 // Captures that say what became of each frame, and whole captures that come in.
 #include "tests/packet/PacketTest.h"
 
-#include <bit>
 #include <cstring>
-#include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <iterator>

@@ -5,7 +5,6 @@
 #include "routing/Metrics.h"
 
 #include <cmath>
-#include <cstring>
 #include <gmock/gmock.h>
 #include <map>
 #include <regex>

@@ -1,5 +1,6 @@
 // strata-l3 replay: gives a recording to the slice of this version, and shows where it does something else.
 #include "desk/Replay.h"
+#include "desk/ChromeTrace.h"
 #include "platform/runtime/Activity.h"
 #include "tool/ChildProcess.h"
 #include "tool/cli/Subcommand.h"
@@ -58,6 +59,10 @@ class ReplaySubcommand : public Subcommand
       replay->add_option( "recording", file_, "The recording" )->required();
       replay->add_flag( "--all", all_, "Go on behind the first divergence" );
       replay->add_flag( "--json", json_, "The result as one JSON object a line" );
+      replay
+         ->add_option( "--chrome-trace", trace_,
+            "Also write what is recorded, with its times, as trace events in JSON" )
+         ->type_name( "FILE" );
       return replay;
    }
 
@@ -67,6 +72,8 @@ class ReplaySubcommand : public Subcommand
          const Desk::RecordingFile recording( file_ );
          for( const std::string& note : recording.notes() )
             terminal.err << "strata-l3 replay: " << file_ << ": " << note << std::endl;
+         if( !trace_.empty() )
+            Desk::writeChromeTrace( recording, trace_ );
          // The slice may end its process, as the recorded one may have; so it runs in a copy of this one.
          const ChildEnd child =
             runInChild( [ & ]( ChildChannel& channel ) { replayInto( channel, recording ); } );
@@ -186,6 +193,7 @@ class ReplaySubcommand : public Subcommand
 
    std::string file_;
    bool all_ = false;
+   std::string trace_;
    bool json_ = false;
 };
 

@@ -1,7 +1,10 @@
 // strata-l3 run: runs a scenario.
+#include "desk/ChromeTrace.h"
 #include "sim/chip/ChipProfile.h"
 #include "tool/cli/ConsoleOptions.h"
 #include "tool/cli/Subcommand.h"
+
+#include <cstdio>
 
 namespace Strata::Tool {
 
@@ -20,9 +23,13 @@ class Run : public Subcommand
       profile->check(
          CLI::IsMember( std::vector<std::string>( profiles.begin(), profiles.end() ) ) );
       options_.declare( *run );
+      run->add_option( "--chrome-trace", trace_,
+            "Write what the slice was given and did, with times, as trace events in JSON" )
+         ->type_name( "FILE" );
       run->add_flag(
             "--check", check_, "Report every line that cannot be run; show and judge nothing" )
          ->excludes( profile )
+         ->excludes( run->get_option( "--chrome-trace" ) )
          ->excludes( run->get_option( "--transcript" ) );
       return run;
    }
@@ -35,9 +42,23 @@ class Run : public Subcommand
          ConsoleConfig config = options_.config( terminal, file_ );
          config.checking = check_;
          Console console( terminal.out, terminal.err, config );
-         return check_ ? checkScenario( file_, console )
-                       : runScenario( file_, console,
-                            { .profile = profile_, .keepsRecords = options_.keepsRecords() } );
+         if( check_ )
+            return checkScenario( file_, console );
+         // If the agent ends the process, the recording is left.
+         const std::string recording = trace_.empty() ? trace_ : trace_ + ".recording";
+         if( !trace_.empty() ) {
+            Desk::checkChromeTrace( trace_ );
+            Desk::checkReplaceable( recording, "the recording" );
+         }
+         const ExitStatus status = runScenario( file_, console,
+            { .profile = profile_,
+               .keepsRecords = options_.keepsRecords(),
+               .recordingFile = recording } );
+         if( !recording.empty() && status != ExitStatus::error ) {
+            Desk::writeChromeTrace( Desk::RecordingFile( recording ), trace_ );
+            std::remove( recording.c_str() );
+         }
+         return status;
       } catch( const std::exception& error ) {
          terminal.err << "strata-l3 run: " << error.what() << std::endl;
          return ExitStatus::error;
@@ -47,6 +68,7 @@ class Run : public Subcommand
  private:
    std::string file_;
    std::string profile_;
+   std::string trace_;
    bool check_ = false;
    ConsoleOptions options_;
 };
