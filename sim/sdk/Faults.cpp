@@ -1,6 +1,5 @@
 #include "sim/sdk/Faults.h"
 
-#include "platform/runtime/Errors.h"
 #include "platform/sdk/SdkRoles.h"
 #include "sim/switch/Names.h"
 
@@ -15,7 +14,7 @@ using Vormel::ValueError;
 struct ManagerCall
 {
    std::string_view name;
-   bool canFail; // has a result
+   bool hasCode; // returns something
 };
 
 static constexpr auto managerCalls = std::to_array<ManagerCall>( {
@@ -36,8 +35,7 @@ std::span<const std::string_view> Faults::callNames()
       std::vector<std::string_view> all(
          roleNames<SdkOperation>.begin(), roleNames<SdkOperation>.end() );
       for( const ManagerCall& call : managerCalls )
-         if( call.canFail )
-            all.push_back( call.name );
+         all.push_back( call.name );
       return all;
    }();
    return names;
@@ -57,24 +55,42 @@ std::string Fault::text() const
       text += " nth " + std::to_string( nth );
    if( unit )
       text += " unit " + std::to_string( *unit );
-   text += " code " + sdkCodeName( static_cast<int>( code ) );
+   text += ( kind == FaultKind::code ? " code " : " " ) + effect();
    return always ? text + " always" : text;
+}
+
+std::string Fault::effect() const
+{
+   return kind == FaultKind::code ? sdkCodeName( static_cast<int>( code ) )
+                                  : std::string( Vormel::enumName( kind ) );
+}
+
+InjectedException::InjectedException( std::string_view call, U32 unit )
+   : Error(
+        "an injected exception of " + std::string( call ) + " on unit " + std::to_string( unit ) )
+{}
+
+void Faults::check( const Fault& fault )
+{
+   const auto names = callNames();
+   if( !fault.call.empty() && std::ranges::find( names, fault.call ) == names.end() )
+      throw ValueError( "there is no call '" + fault.call + "'" + hint( fault.call, names ) );
+   const ManagerCall* const manager = managerCall( fault.call );
+   if( manager && !manager->hasCode && fault.kind == FaultKind::code )
+      throw ValueError( fault.call + " returns nothing, so it has no code; choose one of " +
+                        "'lost', 'twice' and 'throws'" );
+   if( fault.callNumber && manager )
+      throw ValueError( fault.call + " has no call number: only SDK operations are counted" );
+   if( fault.nth == 0 || fault.callNumber == U64{ 0 } )
+      throw ValueError( "fault for " + callText( fault ) + ": calls are counted from 1" );
+   if( fault.code == SdkCode::None && fault.kind == FaultKind::code )
+      throw ValueError( "fault for " + callText( fault ) +
+                        ": BCM_E_NONE is not an error; a call that does nothing is 'lost'" );
 }
 
 void Faults::inject( const Fault& fault )
 {
-   const auto names = callNames();
-   if( !fault.call.empty() && std::ranges::find( names, fault.call ) == names.end() ) {
-      if( managerCall( fault.call ) )
-         throw ValueError( fault.call + " returns nothing, so it cannot fail" );
-      throw ValueError( "there is no call '" + fault.call + "'" + hint( fault.call, names ) );
-   }
-   if( fault.callNumber && managerCall( fault.call ) )
-      throw ValueError( fault.call + " has no call number: only SDK operations are counted" );
-   if( fault.nth == 0 || fault.callNumber == U64{ 0 } )
-      throw ValueError( "fault for " + callText( fault ) + ": calls are counted from 1" );
-   if( fault.code == SdkCode::None )
-      throw ValueError( "fault for " + callText( fault ) + ": BCM_E_NONE is not an error" );
+   check( fault );
    armed_.push_back( { fault } );
 }
 
@@ -93,9 +109,9 @@ std::vector<Fault> Faults::armed() const
    return faults;
 }
 
-std::optional<SdkCode> Faults::strike( std::string_view call, U32 unit, U64 callNumber )
+std::optional<Strike> Faults::strike( std::string_view call, U32 unit, U64 callNumber )
 {
-   std::optional<SdkCode> code;
+   std::optional<Strike> strike;
    std::erase_if( armed_, [ & ]( Armed& a ) {
       const Fault& fault = a.fault;
       if( fault.call.empty() ? callNumber == 0 : fault.call != call )
@@ -106,12 +122,12 @@ std::optional<SdkCode> Faults::strike( std::string_view call, U32 unit, U64 call
       const bool struck = fault.callNumber ? callNumber == *fault.callNumber
                           : fault.always   ? a.seen >= fault.nth
                                            : a.seen == fault.nth;
-      if( !struck || code )
+      if( !struck || strike )
          return false;
-      code = fault.code;
+      strike = { fault.kind, fault.code };
       return !fault.always;
    } );
-   return code;
+   return strike;
 }
 
 } // namespace Strata::Sim

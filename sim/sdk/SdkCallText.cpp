@@ -154,21 +154,32 @@ void SdkCallText::add( std::string_view name, const MemoryEntry& value )
       "\"" + text + "\"" );
 }
 
-std::string outcomeText( SdkCode code, bool injected )
+void addFault( RecordContent& outcome, const std::optional<Strike>& fault )
 {
-   if( code == SdkCode::None )
-      return {};
-   return " -> " + sdkCodeName( static_cast<int>( code ) ) + ( injected ? " (injected)" : "" );
+   if( !fault )
+      return;
+   const bool hasName = fault->kind != FaultKind::code;
+   if( hasName )
+      outcome.text += ( outcome.text.empty() ? " -> " : ", " ) + fault->name();
+   outcome.text += " (injected)";
+   outcome.fields.emplace_back( "injected", true );
+   if( hasName )
+      outcome.fields.emplace_back( "fault", fault->name() );
 }
 
-std::vector<RecordField> outcomeFields( SdkCode code, bool injected, std::optional<bool> changed )
+RecordContent outcomeContent(
+   SdkCode code, const std::optional<Strike>& fault, std::optional<bool> changed )
 {
-   std::vector<RecordField> fields{ { "rc", sdkCodeName( static_cast<int>( code ) ) } };
-   if( injected )
-      fields.emplace_back( "injected", true );
+   RecordContent outcome;
+   const std::string name = sdkCodeName( static_cast<int>( code ) );
+   if( code != SdkCode::None )
+      outcome.text = " -> " + name;
+   if( !fault || fault->kind != FaultKind::throws )
+      outcome.fields.emplace_back( "rc", name );
+   addFault( outcome, fault );
    if( changed )
-      fields.emplace_back( "write", *changed ? "changed" : "redundant" );
-   return fields;
+      outcome.fields.emplace_back( "write", *changed ? "changed" : "redundant" );
+   return outcome;
 }
 
 } // namespace Strata::Sim

@@ -4,6 +4,7 @@
 #include "platform/runtime/Types.h"
 #include "platform/sdk/ArgumentNames.h"
 #include "platform/sdk/SdkShimInterface.h"
+#include "sim/sdk/Faults.h"
 #include "sim/sdk/SdkCodes.h"
 #include "sim/sdk/SdkNumbers.h"
 #include "sim/switch/Transcript.h"
@@ -64,10 +65,11 @@ class SdkCallText
    std::vector<RecordField> fields_;
 };
 
-/// " -> BCM_E_UNAVAIL", " -> BCM_E_FAIL (injected)"; nothing for a success.
-std::string outcomeText( SdkCode code, bool injected );
-/// `changed` is whether a write has changed the chip; none if the call is not a write.
-std::vector<RecordField> outcomeFields(
-   SdkCode code, bool injected, std::optional<bool> changed = std::nullopt );
+/// " -> BCM_E_UNAVAIL", " -> BCM_E_FAIL (injected)", " -> lost (injected)"; no text for a success. `changed` is whether
+/// a write has changed the chip; none if the call is not a write.
+RecordContent outcomeContent(
+   SdkCode code, const std::optional<Strike>& fault, std::optional<bool> changed );
+/// Adds the fault, if there is one, to what is recorded of the outcome of a call.
+void addFault( RecordContent& outcome, const std::optional<Strike>& fault );
 
 } // namespace Strata::Sim

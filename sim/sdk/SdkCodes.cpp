@@ -49,6 +49,8 @@ std::optional<SdkCode> parseSdkCode( std::string_view text )
    int number = 0;
    const auto [ end, error ] = std::from_chars( text.data(), text.data() + text.size(), number );
    const bool isNumber = error == std::errc() && end == text.data() + text.size();
+   if( isNumber && number > 0 )
+      return static_cast<SdkCode>( number );
    const std::string name = fullName( text );
    for( const SdkCodeInfo& info : sdkCodes() )
       if( isNumber ? static_cast<int>( info.code ) == number : info.name == name )

@@ -53,7 +53,8 @@ std::span<const SdkCodeInfo> sdkCodes();
 std::string sdkCodeName( int code );
 /// "Entry not found"; "Unknown error" for an unknown code.
 std::string sdkCodeText( int code );
-/// Accepts "BCM_E_NOT_FOUND", "NOT_FOUND", "not-found" and the number.
+/// Accepts "BCM_E_NOT_FOUND", "NOT_FOUND", "not-found", the number, and any positive number: an SDK may return one
+/// for a success.
 std::optional<SdkCode> parseSdkCode( std::string_view text );
 /// The same; ValueError, with the nearest name, when there is no such code.
 SdkCode sdkCode( std::string_view text );

@@ -34,8 +34,14 @@ int SimShim::perform( SdkOperation operation, std::string_view names, Work work,
    const S64 target = targetOf( arguments... );
    hardware_.critic.operationBegins( operation, unit, target );
    const auto fault = hardware_.faults.strike( roleName( operation ), unit, calls_ );
-   const SdkCode code = fault ? *fault : hardware_.chips.contains( unit ) ? work() : SdkCode::Unit;
-   const std::optional<bool> changed = operations_.takeChanged();
+   std::optional<bool> changed;
+   const auto make = [ & ] {
+      const SdkCode made = hardware_.chips.contains( unit ) ? work() : SdkCode::Unit;
+      if( const auto now = operations_.takeChanged() )
+         changed = *now || changed.value_or( false );
+      return made;
+   };
+   const SdkCode code = fault ? fault->outcome( make ) : make();
    hardware_.critic.operationEnds( operation, unit, code );
    if( code == SdkCode::Unavail )
       operations_.answeredUnavailable( operation, unit, target );
@@ -43,11 +49,13 @@ int SimShim::perform( SdkOperation operation, std::string_view names, Work work,
       const SdkCallText call( operation, hardware_.numbers, names, unit, arguments... );
       std::vector<RecordField> fields{
          { "call", roleName( operation ) }, { "callNumber", calls_ } };
-      for( const auto& more : { call.fields(), outcomeFields( code, fault.has_value(), changed ) } )
+      RecordContent outcome = outcomeContent( code, fault, changed );
+      for( const auto& more : { call.fields(), outcome.fields } )
          fields.insert( fields.end(), more.begin(), more.end() );
-      return RecordContent{
-         call.text() + outcomeText( code, fault.has_value() ), std::move( fields ) };
+      return RecordContent{ call.text() + outcome.text, std::move( fields ) };
    } );
+   if( fault )
+      fault->throwIfAsked( roleName( operation ), unit );
    return static_cast<int>( code );
 }
 

@@ -1,5 +1,5 @@
 // The SDK shim over simulated chips. Every operation takes the same steps: the critic checks the
-// circumstances, a fault may replace the effect, the chip changes, the transcript gets the call.
+// circumstances, a fault may replace or repeat the effect, the chip changes, the transcript gets the call.
 #pragma once
 
 #include "platform/sdk/SdkShimInterface.h"

@@ -40,14 +40,14 @@ SdkCode SimTcamEntryManager::perform(
    if( !at )
       hardware_.critic.breach( "there is no such unit", call, unit );
    const U64 version = at ? at->version() : 0;
-   const SdkCode code = fault ? *fault : at ? work( *at ) : SdkCode::Unit;
+   const auto make = [ & ] { return at ? work( *at ) : SdkCode::Unit; };
+   const SdkCode code = fault ? fault->outcome( make ) : make();
    std::optional<bool> changed;
-   if( effect == Effect::write && code == SdkCode::None )
+   if( effect == Effect::write && code == SdkCode::None && ( !fault || fault->works() ) )
       changed = at->version() != version;
-   write( call, unit, entryId, details, [ & ] {
-      return RecordContent{ outcomeText( code, fault.has_value() ),
-         outcomeFields( code, fault.has_value(), changed ) };
-   } );
+   write( call, unit, entryId, details, [ & ] { return outcomeContent( code, fault, changed ); } );
+   if( fault )
+      fault->throwIfAsked( call, unit );
    return code;
 }
 
@@ -88,12 +88,15 @@ U32 SimTcamEntryManager::getEntry(
    FieldGroup* const at = group( unit );
    if( !at )
       hardware_.critic.breach( "there is no such unit", call, unit );
-   const bool struck = hardware_.faults.strike( call, unit, 0 ).has_value();
+   const auto fault = hardware_.faults.strike( call, unit, 0 );
+   const bool works = !fault || fault->works();
    FieldGroup::ClaimResult result;
-   if( struck && at )
-      at->turnedAwayIs( entryId );
-   else if( at )
+   for( int times = !works || !at ? 0 : fault ? 2 : 1; times > 0; --times )
       result = at->claim( entryId, name, key );
+   if( !works && at )
+      at->turnedAwayIs( entryId );
+   if( fault && fault->kind == FaultKind::lost )
+      result.id = entryId;
 
    const auto details = [ & ] {
       RecordContent content{ " \"" + name + "\"", { { "name", name } } };
@@ -112,13 +115,14 @@ U32 SimTcamEntryManager::getEntry(
       return content;
    };
    write( call, unit, entryId, details, [ & ] {
-      RecordContent content{ " -> " + std::to_string( result.id ), { { "result", result.id } } };
-      if( struck ) {
-         content.text += " (injected)";
-         content.fields.emplace_back( "injected", true );
-      }
+      RecordContent content;
+      if( !fault || fault->kind != FaultKind::throws )
+         content = { " -> " + std::to_string( result.id ), { { "result", result.id } } };
+      addFault( content, fault );
       return content;
    } );
+   if( fault )
+      fault->throwIfAsked( call, unit );
    if( result.id == 0 ) // reported here, because the slice does not check the result
       hardware_.transcript.add( RecordKind::claim,
          name_ + ": " + RefusedClaim{ name, entryId, unit }.text(),

@@ -181,6 +181,10 @@ expect attribute useLb true
 fault bcm_field_action_add
 expect dead "API ERROR" call handleTcamEntryMplsTrafficDrop true
 no fault
+fault bcm_field_lock throws
+expect error "an injected exception" call handleTcamEntryMplsTrafficDrop true
+fault releaseEntry lost
+call handleTcamEntryMplsTrafficDrop false
 fault getEntry
 call handleTcamEntryMplsTrafficDrop true
 fault bcm_field_unlock code BCM_E_UNAVAIL

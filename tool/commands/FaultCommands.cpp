@@ -1,4 +1,4 @@
-// Faults: codes that hardware calls return instead of having an effect.
+// Faults: what becomes of hardware calls instead of their effect.
 #include "sim/sdk/Faults.h"
 #include "tool/Session.h"
 #include "tool/words/Command.h"
@@ -45,22 +45,30 @@ Sim::Fault takeFaultyCall( Words& words, Words::Taken& taken )
 
 Act inject( const Session& session, Words& words )
 {
-   static constexpr std::array<std::string_view, 4> options{ "nth", "unit", "code", "always" };
+   static constexpr std::array<std::string_view, 7> options{
+      "nth", "unit", "always", "code", "lost", "twice", "throws" };
    Words::Taken taken;
    Sim::Fault fault = takeFaultyCall( words, taken );
    while( !words.done() ) {
       const std::string_view option = words.chooseOnce( "an option", options, taken );
-      if( option != "code" )
+      if( const auto kind = Vormel::enumParse<Sim::FaultKind>( option ) ) {
+         for( const auto& other : Vormel::enumTable<Sim::FaultKind> )
+            if( other.value != kind )
+               words.excludes( taken, { other.name } );
+         fault.kind = *kind;
+      } else {
          words.excludes( taken, { "call-number" } ); // which is one call
+      }
       if( option == "nth" )
          fault.nth = words.value<U64>( "which of the calls, 1 for the next" );
       else if( option == "unit" )
          fault.unit = session.takeUnit( words );
       else if( option == "code" )
          fault.code = takeCode( words );
-      else
+      else if( option == "always" )
          fault.always = true;
    }
+   words.blaming( [ & ] { Sim::Faults::check( fault ); } );
    return [ fault ]( Session& live ) { live.agent().hardware().faults().inject( fault ); };
 }
 
@@ -81,7 +89,9 @@ Act clear( const Session&, Words& words )
 std::vector<Command> faultCommands()
 {
    return {
-      { "fault", "CALL|any [nth N] [unit N] [code CODE] [always], call-number N [code CODE]",
+      { "fault",
+         "CALL|any [nth N] [unit N] [code CODE|lost|twice|throws] [always], "
+         "call-number N [code CODE|lost|twice|throws]",
          "make a hardware call fail", inject },
       { "no fault", "[CALL|any|call-number N]", "remove all faults, or those of a call", clear },
    };

@@ -214,8 +214,7 @@ ordered_json faultJson( const Sim::Fault& fault )
    };
    return { { "call", fault.call.empty() ? ordered_json() : ordered_json( fault.call ) },
       { "callNumber", orNull( fault.callNumber ) }, { "unit", orNull( fault.unit ) },
-      { "nth", fault.nth }, { "code", Sim::sdkCodeName( static_cast<int>( fault.code ) ) },
-      { "always", fault.always } };
+      { "nth", fault.nth }, { "code", fault.effect() }, { "always", fault.always } };
 }
 
 void showFaults( Session& session )
