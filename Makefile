@@ -10,7 +10,7 @@ SECONDS ?= 60
 TARGETS ?=
 
 .DEFAULT_GOAL := help
-.PHONY: help run test bench instructions mutants soak fuzz coverage library package api format lint update update-golden update-reference update-symbols update-recording update-abi update-bounds clean
+.PHONY: help run test bench instructions mutants soak faults fuzz coverage library package api format lint update update-golden update-reference update-symbols update-recording update-abi update-bounds clean
 
 help:
 	@echo 'make run            build, then run a scenario on the simulated chip'
@@ -21,6 +21,7 @@ help:
 	@echo 'make mutants FILES=routing/entries/UrpfEntries.cpp   break the library token by token and name the test that notices'
 	@echo '                      N=20  SEED=1  SKIP=10  LINES=20-40  FUNCTION=<pattern>  KIND=<pattern>  SCENARIOS=1  LIST=1'
 	@echo 'make soak           the random steps, and the deaths of agents, in full number'
+	@echo 'make faults         let every hardware call of every scenario fail in every way     SCENARIOS="urpf mpls ..."'
 	@echo 'make fuzz           change scenarios, frames, captures and generic access at random    SECONDS=$(SECONDS)  TARGETS="Frame ..."'
 	@echo 'make coverage       say how much of each room the tests run      COVERAGE_FLAGS="--list"'
 	@echo 'make update         replace what is generated from the code: golden transcripts, reference pages, the list of'
@@ -69,6 +70,11 @@ soak:
 	@sh ci/setup.sh test
 	@sh ci/build.sh debug strata-l3-tests
 	@STRATA_RANDOM_STEPS=10000 STRATA_DEATHS=1 sh ci/test.sh debug -R 'PathIndependence|WhateverTheStepsBefore|NeverDied'
+
+faults:
+	@sh ci/setup.sh test
+	@sh ci/build.sh debug strata-l3-tests
+	@sh ci/grid.sh $(SCENARIOS)
 
 fuzz:
 	@sh ci/setup.sh fuzz

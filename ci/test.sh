@@ -1,6 +1,6 @@
 #!/bin/sh
 # test.sh PRESET [CTEST-ARGUMENT...]
-# Runs the tests of a preset that is built.
+# Runs the tests of a preset that is built. Prints how many faults of hardware calls they tried.
 set -u
 cd "$(dirname "$0")/.." || exit
 preset=$1
@@ -14,4 +14,8 @@ if [ "$preset" = tsan ] && [ -x "$tests" ] && ! "$tests" --gtest_list_tests >/de
    run="setarch $(uname -m) --addr-no-randomize"
 fi
 # shellcheck disable=SC2086 # a list of words
-exec $run ctest --preset "$preset" --parallel "$(nproc)" --progress "$@"
+$run ctest --preset "$preset" --parallel "$(nproc)" --progress "$@"
+status=$?
+awk -F 'faults tried: ' 'NF == 2 { tried += $2 } END { if( tried ) print "faults tried: " tried }' \
+   "build/$preset/Testing/Temporary/LastTest.log"
+exit $status
