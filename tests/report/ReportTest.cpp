@@ -155,7 +155,8 @@ TEST( Report, APacketShowsTheWinnerItsCauseAndWhatWouldBeWithoutIt )
    EXPECT_EQ( parts.problem, "" );
    EXPECT_THAT( page, HasSubstr( "1034 &quot;NextHop to Cpu&quot; wins <a href=\"#m1-1034\">" ) );
    EXPECT_THAT( page, HasSubstr( "installed by <a href=\"#e3\">#e3</a> <code>bring-up</code>" ) );
-   EXPECT_THAT( page, HasSubstr( "<b>Without &quot;NextHop to Cpu&quot;</b>" ) );
+   EXPECT_THAT( page, HasSubstr( "<b>Without &quot;NextHop to Cpu&quot;</b> <a "
+                                 "href=\"#m1-1034\">#m1-1034</a>: leaves on no port" ) );
    EXPECT_TRUE( parts.ids.contains( "p1" ) && parts.ids.contains( "m1-1034" ) );
    EXPECT_EQ( parts.figures.at( "packets" ), 1U );
    // The entry is as it was.
