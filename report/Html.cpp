@@ -1,7 +1,5 @@
 #include "report/Html.h"
 
-#include "platform/runtime/Types.h"
-
 #include <cstddef>
 #include <ostream>
 

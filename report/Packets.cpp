@@ -2,7 +2,6 @@
 #include "report/Page.h"
 
 #include <string>
-#include <utility>
 
 namespace Strata::Report {
 

@@ -6,7 +6,6 @@
 
 #include <ostream>
 #include <string>
-#include <utility>
 
 namespace Strata::Report {
 

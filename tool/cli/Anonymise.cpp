@@ -12,7 +12,6 @@
 #include <ostream>
 #include <stdexcept>
 #include <string>
-#include <unistd.h>
 
 namespace Strata::Tool {
 

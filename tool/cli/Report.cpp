@@ -4,9 +4,9 @@
 #include "sim/chip/ChipProfile.h"
 #include "tool/Chronicler.h"
 #include "tool/ScenarioFile.h"
-#include "tool/cli/ConsoleOptions.h"
 #include "tool/cli/Subcommand.h"
 #include "tool/cli/WholeFile.h"
+#include "tool/view/Console.h"
 
 #include <filesystem>
 #include <fstream>
