@@ -12,6 +12,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Strata::Sim {
@@ -57,6 +58,8 @@ class SwitchState
    /// Of a switch without chips.
    SwitchState() = default;
    explicit SwitchState( const Sim::SimSwitch& hardware );
+   /// Of parts that were kept elsewhere.
+   explicit SwitchState( std::map<PartKey, Part> parts ) : parts_( std::move( parts ) ) {}
 
    const std::map<PartKey, Part>& parts() const { return parts_; }
 

@@ -3,11 +3,14 @@
 #include "tool/ChildProcess.h"
 #include "tool/Interrupt.h"
 #include "tool/Session.h"
+#include "tool/packet/EntryCover.h"
+#include "tool/packet/TableTrial.h"
 
 #include <algorithm>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <set>
 #include <sstream>
 #include <utility>
 
@@ -47,20 +50,24 @@ std::map<UnitRange, U32> usedRoom( const Sim::SimSwitch& hardware )
    return used;
 }
 
-/// The verdicts of the probes, and their texts.
-struct Verdicts
-{
-   explicit Verdicts( Session& session )
-   {
-      const Sim::PacketEngine& engine = session.packets().engine();
-      for( const auto& [ name, probe ] : session.probes() ) {
-         const Desk::ProbeVerdict verdict( engine, probe.arrival );
-         all.try_emplace( name, verdict, verdict.text( engine ) );
-      }
-   }
+/// A verdict and its text. None of a packet that cannot be.
+using Seen = std::optional<std::pair<Desk::ProbeVerdict, std::string>>;
 
-   std::map<std::string, std::pair<Desk::ProbeVerdict, std::string>> all;
-};
+/// Of the probes, in the order of their names, then of the packets.
+std::vector<Seen> verdictsOf(
+   Session& session, const Desk::Probes& probes, const std::vector<EntryPacket>& packets )
+{
+   const Sim::PacketEngine& engine = session.packets().engine();
+   std::vector<Seen> all;
+   const auto add = [ & ]( const std::optional<Desk::ProbeVerdict>& verdict ) {
+      all.push_back( verdict ? Seen( { *verdict, verdict->text( engine ) } ) : std::nullopt );
+   };
+   for( const auto& [ name, probe ] : probes )
+      add( Desk::ProbeVerdict( engine, probe.arrival ) );
+   for( const EntryPacket& packet : packets )
+      add( probeAfter( session, packet.rows, packet.packet ) );
+   return all;
+}
 
 /// The text with the frames that leave, for verdicts that differ in these alone.
 std::string withFrames( const Desk::ProbeVerdict& verdict, std::string text )
@@ -69,6 +76,16 @@ std::string withFrames( const Desk::ProbeVerdict& verdict, std::string text )
       for( const Sim::Departure* const departure : verdict.verdict()->departures() )
          text += ", as " + departure->frame.text();
    return text;
+}
+
+/// The texts of both; none if they are equal, or one is not there.
+std::optional<std::pair<std::string, std::string>> change( const Seen& before, const Seen& after )
+{
+   if( !before || !after || before->first == after->first )
+      return std::nullopt;
+   const bool same = before->second == after->second;
+   return std::pair( same ? withFrames( before->first, before->second ) : before->second,
+      same ? withFrames( after->first, after->second ) : after->second );
 }
 
 Json textOrNull( const std::optional<std::string>& text )
@@ -85,18 +102,25 @@ std::optional<std::string> orNone( const Json& text )
 class Copy
 {
  public:
-   Copy( Session& session, ChildChannel& channel ) : session_( session ), channel_( channel ) {}
+   Copy( Session& session, ChildChannel& channel, const std::vector<EntryPacket>& packets )
+      : session_( session ),
+        channel_( channel ),
+        packets_( packets )
+   {}
 
    void run( const Line& line, const Act& act, bool unlimited )
    {
       const Desk::SwitchState before( hardware() );
-      const Verdicts verdicts( session_ );
+      const Desk::Probes probes = session_.probes(); // the command may change them
+      const std::vector<Seen> verdicts = verdictsOf( session_, probes, packets_ );
       for( auto& [ unit, chip ] : hardware().chips() )
          for( Sim::FieldGroup& group : chip.groups() )
             if( unlimited )
                group.roomIs( group.profile().size );
       peak_ = usedRoom( hardware() );
-      session_.childOf( none_, [ this ]( const Sim::Record& record ) { heard( record ); } );
+      session_.childOf( none_ );
+      session_.listenerIs(
+         [ this ]( const Session&, const Sim::Record& record ) { heard( record ); } );
       hardware().causeIs( commandText( line ) );
       try {
          act( session_ );
@@ -106,7 +130,7 @@ class Copy
          return;
       }
       if( session_.hasAgent() )
-         send( before, verdicts );
+         send( before, verdicts, verdictsOf( session_, probes, packets_ ) );
    }
 
  private:
@@ -116,7 +140,7 @@ class Copy
    {
       if( record.kind == Sim::RecordKind::claim )
          channel_.send( claimForm, record.text );
-      if( record.kind != Sim::RecordKind::call && record.kind != Sim::RecordKind::entry )
+      if( !isCall( record ) )
          return;
       const std::string effect = record.field( "write" );
       channel_.send( effect.empty()        ? callForm
@@ -128,10 +152,11 @@ class Copy
             peak_[ place ] = std::max( peak_[ place ], used );
    }
 
-   void send( const Desk::SwitchState& before, const Verdicts& verdicts )
+   void send( const Desk::SwitchState& before, const std::vector<Seen>& verdicts,
+      const std::vector<Seen>& after )
    {
       Json outcome{
-         { "changes", Json::array() }, { "used", Json::array() }, { "probes", Json::array() } };
+         { "changes", Json::array() }, { "used", Json::array() }, { "packets", Json::array() } };
       for( const Desk::Difference& row :
          Desk::differences( before, Desk::SwitchState( hardware() ) ) )
          outcome[ "changes" ].push_back(
@@ -140,19 +165,15 @@ class Copy
       for( const auto& [ place, used ] : usedRoom( hardware() ) )
          outcome[ "used" ].push_back(
             { place.first, place.second, std::max( used, peak_[ place ] ), used } );
-      const Verdicts after( session_ );
-      for( const auto& [ name, was ] : verdicts.all )
-         if( const auto& is = after.all.at( name ); !( was.first == is.first ) ) {
-            const bool same = was.second == is.second;
-            outcome[ "probes" ].push_back(
-               { name, same ? withFrames( was.first, was.second ) : was.second,
-                  same ? withFrames( is.first, is.second ) : is.second } );
-         }
+      for( std::size_t at = 0; at < verdicts.size(); ++at )
+         if( const auto texts = change( verdicts[ at ], after[ at ] ) )
+            outcome[ "packets" ].push_back( { at, texts->first, texts->second } );
       channel_.send( outcomeForm, outcome.dump( -1, ' ', false, Json::error_handler_t::replace ) );
    }
 
    Session& session_;
    ChildChannel& channel_;
+   const std::vector<EntryPacket>& packets_;
    NoChannel none_;
    std::map<UnitRange, U32> peak_;
 };
@@ -166,8 +187,6 @@ void readOutcome( Plan& plan, const Json& outcome, const Sim::SimSwitch& hardwar
          .field = row[ 5 ],
          .before = orNone( row[ 6 ] ),
          .after = orNone( row[ 7 ] ) } );
-   for( const Json& row : outcome.at( "probes" ) )
-      plan.probes.push_back( { row[ 0 ], row[ 1 ], row[ 2 ] } );
    const std::map<UnitRange, U32> before = usedRoom( hardware );
    for( const auto& [ unit, chip ] : hardware.chips() )
       for( const Sim::FieldGroup& group : chip.groups() )
@@ -181,6 +200,22 @@ void readOutcome( Plan& plan, const Json& outcome, const Sim::SimSwitch& hardwar
             }
 }
 
+void readPackets( Plan& plan, const Json& outcome, const Desk::Probes& probes,
+   const std::vector<EntryPacket>& packets )
+{
+   for( const Json& row : outcome.at( "packets" ) ) {
+      const std::size_t at = row[ 0 ];
+      if( at < probes.size() ) {
+         plan.probes.push_back(
+            { std::next( probes.begin(), static_cast<std::ptrdiff_t>( at ) )->first, {}, row[ 1 ],
+               row[ 2 ] } );
+         continue;
+      }
+      const EntryPacket& packet = packets[ at - probes.size() ];
+      plan.packets.push_back( { packet.name, packet.commands(), row[ 1 ], row[ 2 ] } );
+   }
+}
+
 /// The line of the last words of a process that says why it died: the call that failed, or else the last one.
 std::string whyItDied( const std::string& words )
 {
@@ -191,12 +226,15 @@ std::string whyItDied( const std::string& words )
    return why;
 }
 
-Plan planIn( Session& session, const Line& line, const Act& act, bool unlimited )
+Plan planIn( Session& session, const Line& line, const Act& act, bool unlimited,
+   const std::vector<EntryPacket>& packets )
 {
-   const ChildEnd end = runInChild(
-      [ & ]( ChildChannel& channel ) { Copy( session, channel ).run( line, act, unlimited ); } );
+   const ChildEnd end = runInChild( [ & ]( ChildChannel& channel ) {
+      Copy( session, channel, packets ).run( line, act, unlimited );
+   } );
    safePoint( [] { return "in the copy of the process, which has ended"; } );
    Plan plan;
+   Json outcome;
    bool complete = false;
    for( const auto& [ form, text ] : end.lines )
       switch( form ) {
@@ -217,7 +255,9 @@ Plan planIn( Session& session, const Line& line, const Act& act, bool unlimited 
          plan.end = "it would be refused: " + text;
          break;
       case outcomeForm:
-         readOutcome( plan, Json::parse( text ), session.agent().hardware() );
+         outcome = Json::parse( text );
+         readOutcome( plan, outcome, session.agent().hardware() );
+         readPackets( plan, outcome, session.probes(), packets );
          complete = true;
          break;
       default:
@@ -229,14 +269,75 @@ Plan planIn( Session& session, const Line& line, const Act& act, bool unlimited 
    return plan;
 }
 
+/// Packets for the entries of before the command and of after it, each once.
+std::vector<EntryPacket> packetsAround( Session& session, const Planned& planned )
+{
+   std::vector<EntryPacket> all;
+   std::set<std::vector<std::string>> known;
+   const auto add = [ & ]( EntryPacket packet ) {
+      if( known.insert( packet.commands() ).second )
+         all.push_back( std::move( packet ) );
+   };
+   for( EntryPacket& packet : entryPackets( session ) )
+      add( std::move( packet ) );
+   const Look later = lookAfter( session, planned, [ & ]( ChildChannel& channel ) {
+      if( session.hasAgent() )
+         for( const EntryPacket& packet : entryPackets( session ) )
+            channel.send( {}, packet.line() );
+   } );
+   for( const auto& [ form, line ] : later.lines )
+      add( EntryPacket::of( line ) );
+   return all;
+}
+
 } // namespace
 
-Plan planOf( Session& session, const Line& line, const Act& act )
+Plan planOf( Session& session, const Line& line, const Act& act, bool withPackets )
 {
-   Plan plan = planIn( session, line, act, false );
+   std::vector<EntryPacket> packets;
+   if( withPackets )
+      packets = packetsAround( session, { line, act } );
+   Plan plan = planIn( session, line, act, false, packets );
    if( !plan.refusedClaim.empty() ) // how much room would it need?
-      plan.rooms = planIn( session, line, act, true ).rooms;
+      plan.rooms = planIn( session, line, act, true, {} ).rooms;
    return plan;
+}
+
+Planned takePlanned( const Session& session, Words& words )
+{
+   if( words.done() )
+      words.failAtEnd( "expected a command" );
+   Line line = words.line();
+   if( const Word* const last = words.last() )
+      line.words.erase(
+         line.words.begin(), line.words.begin() + ( last - words.line().words.data() ) + 1 );
+   const Word* const first = words.peek();
+   const Command& command = takeCommand( words );
+   if( command.shows() || command.name.starts_with( "expect " ) )
+      words.failAt( *first, "only what changes something is planned; run '" +
+                               std::string( command.name ) + "' itself" );
+   session.checkPossible( words, command );
+   return { std::move( line ), command.act( session, words ) };
+}
+
+Look lookAfter( Session& session, const Planned& planned,
+   const std::function<void( ChildChannel& channel )>& look )
+{
+   const ChildEnd end = runInChild( [ & ]( ChildChannel& channel ) {
+      NoChannel none;
+      session.childOf( none );
+      session.agent().hardware().causeIs( commandText( planned.line ) );
+      planned.act( session );
+      look( channel );
+   } );
+   safePoint( [] { return "in the copy of the process, which has ended"; } );
+   if( end.how == "ended with status 0" )
+      return { end.lines, {} };
+   const bool refused = end.how == "ended with status 1";
+   return { {}, end.errorText.empty() ? end.how
+                : refused
+                   ? "would be refused: " + end.errorText.substr( 0, end.errorText.find( '\n' ) )
+                   : "would die: " + whyItDied( end.errorText ) };
 }
 
 } // namespace Strata::Tool

@@ -2,9 +2,12 @@
 #pragma once
 
 #include "desk/SwitchState.h"
+#include "tool/view/Console.h"
 #include "tool/words/Command.h"
 
+#include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Strata::Tool {
@@ -20,9 +23,10 @@ struct Plan
       U32 needs; // at the most while the command runs, more than it has now
       U32 leftAfter;
    };
-   struct ProbeChange
+   struct PacketChange
    {
-      std::string probe;
+      std::string name; // of the probe, or of the entry that the packet wins before or after
+      std::vector<std::string> commands; // that show it; none for a probe
       std::string before;
       std::string after;
    };
@@ -37,10 +41,31 @@ struct Plan
    // If it gets through. `rooms` is also there if it would with more room, and then says so.
    std::vector<Desk::Difference> changes; // of the chips, without causes
    std::vector<Room> rooms;
-   std::vector<ProbeChange> probes; // whose verdict changes
+   std::vector<PacketChange> probes;  // whose verdict changes
+   std::vector<PacketChange> packets; // the same, of packets for the entries, if they are wanted
 };
 
-/// `act` is that of the line. std::system_error if there is no copy; Interrupted if Ctrl-C has stopped it.
-Plan planOf( Session& session, const Line& line, const Act& act );
+/// `act` is that of the line. With packets for the entries, of before and after. std::system_error if there is no copy;
+/// Interrupted if Ctrl-C has stopped it. Requires, with packets: Cover::Solver::available().
+Plan planOf( Session& session, const Line& line, const Act& act, bool withPackets = false );
+
+/// A command that is planned, as the rest of a line.
+struct Planned
+{
+   Line line;
+   Act act; // refers to the words that it was taken from
+};
+/// InputError if the command changes nothing.
+Planned takePlanned( const Session& session, Words& words );
+
+/// Runs the act in a copy of this process, without output, then `look`, and returns what `look` sends. `why` is why the
+/// copy did not get so far; empty if it did.
+struct Look
+{
+   std::vector<std::pair<char, std::string>> lines;
+   std::string why;
+};
+Look lookAfter( Session& session, const Planned& planned,
+   const std::function<void( ChildChannel& channel )>& look );
 
 } // namespace Strata::Tool

@@ -124,17 +124,14 @@ static bool neededAtDeath( Sim::RecordKind kind )
 
 void Session::heard( const Sim::Record& record )
 {
-   if( record.kind == Sim::RecordKind::call || record.kind == Sim::RecordKind::entry ) {
+   if( isCall( record ) )
       lastCall_ = record.text;
-      if( config_.callListener )
-         config_.callListener( *this, record );
-   }
+   if( config_.listener && ( isCall( record ) || record.kind == Sim::RecordKind::claim ) )
+      config_.listener( *this, record );
    // The slice checks the result of a uRPF claim and continues without the entry.
    if( record.kind == Sim::RecordKind::claim && firstRefusedClaim_.empty() &&
        !record.text.starts_with( "urpf" ) )
       firstRefusedClaim_ = record.text;
-   if( childListener_ )
-      childListener_( record );
    lastBreach_ = record.kind == Sim::RecordKind::breach ? record.text : std::string();
    console_.record( record );
 }
@@ -400,9 +397,8 @@ void Session::end()
    running_ = before;
 }
 
-void Session::childOf( ChildChannel& channel, RecordListener listener )
+void Session::childOf( ChildChannel& channel )
 {
-   childListener_ = std::move( listener );
    Vormel::assertionHookIs( nullptr );
    // The files belong to the parent.
    if( packets_ )

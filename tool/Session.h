@@ -32,8 +32,14 @@ struct AttributePath
 
 class Session;
 struct Command;
-/// Gets the hardware calls, while the line that makes them runs.
-using CallListener = std::function<void( const Session&, const Sim::Record& )>;
+/// Whether it is of an SDK call or an entry manager's operation.
+inline bool isCall( const Sim::Record& record )
+{
+   return record.kind == Sim::RecordKind::call || record.kind == Sim::RecordKind::entry;
+}
+
+/// Gets the hardware calls and the refused claims, while the line that makes them runs.
+using RecordListener = std::function<void( const Session&, const Sim::Record& )>;
 
 struct SessionConfig
 {
@@ -42,7 +48,7 @@ struct SessionConfig
    bool checking = false;       // judges no expectation and writes no capture
    std::string recordingFile{}; // of the switch; empty for none
    U64 recordingLimit = 0;      // of the file, in bytes; 0 for none
-   CallListener callListener{};
+   RecordListener listener{};
 };
 
 class Session
@@ -83,7 +89,9 @@ class Session
    bool foreign() const { return foreign_; }
    bool checking() const { return config_.checking; }
    /// Whether lines that cannot be run are only reported: in a check, but not in a copy of the process.
-   bool passesRefused() const { return checking() && !channel_; }
+   bool passesRefused() const { return checking() && !isCopy(); }
+   /// Whether it is that of a copy of the process.
+   bool isCopy() const { return channel_ != nullptr; }
    /// Whether the records since the last mark are kept.
    bool keepsRecords() const { return config_.keepsRecords; }
    /// The switch's packets, while hasAgent().
@@ -140,19 +148,17 @@ class Session
    /// Ends the switch: the critic reports calls that are missing at the end.
    void end();
 
-   /// Sets the listener for hardware calls, and returns the one before.
-   CallListener callListenerIs( CallListener listener )
+   /// Sets the listener, and returns the one before.
+   RecordListener listenerIs( RecordListener listener )
    {
-      return std::exchange( config_.callListener, std::move( listener ) );
+      return std::exchange( config_.listener, std::move( listener ) );
    }
 
    /// The line that runs, for reports while it runs; null if none does.
    const Line* running() const { return running_; }
 
-   /// Makes this the session of a child process, which runs one more command. The listener gets the records that console
-   /// and reports need, at least calls and refused claims.
-   using RecordListener = std::function<void( const Sim::Record& )>;
-   void childOf( ChildChannel& channel, RecordListener listener = {} );
+   /// Makes this the session of a child process, which runs one more command.
+   void childOf( ChildChannel& channel );
 
  private:
    void heard( const Sim::Record& record );
@@ -180,8 +186,29 @@ class Session
    bool over_ = false;
    bool hasLostSwitch_ = false;
    ChildChannel* channel_ = nullptr; // of a child
-   RecordListener childListener_;
    RunCounts counts_;
+};
+
+/// Listens as long as it exists, beside the listener that is there.
+class Listening
+{
+ public:
+   Listening( Session& session, std::function<void( const Sim::Record& )> heard )
+      : session_( session ),
+        before_( session.listenerIs(
+           [ this, heard = std::move( heard ) ]( const Session& live, const Sim::Record& record ) {
+              if( before_ )
+                 before_( live, record );
+              heard( record );
+           } ) )
+   {}
+   Listening( const Listening& ) = delete;
+   Listening& operator=( const Listening& ) = delete;
+   ~Listening() { session_.listenerIs( std::move( before_ ) ); }
+
+ private:
+   Session& session_;
+   RecordListener before_;
 };
 
 } // namespace Strata::Tool

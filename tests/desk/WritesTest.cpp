@@ -37,10 +37,8 @@ class WritesTest : public testing::TestWithParam<const char*>
    Vormel::LockAnchor lock_{ Vormel::activityLock() };
    std::ostringstream out_;
    Console console_{ out_, out_, {} };
-   Session session_{
-      console_, { .callListener = [ this ]( const Session&, const Sim::Record& record ) {
-         judge( record );
-      } } };
+   Session session_{ console_,
+      { .listener = [ this ]( const Session&, const Sim::Record& record ) { judge( record ); } } };
    Desk::SwitchState before_;
    U32 writes_ = 0;
 };

@@ -119,13 +119,13 @@ class FaultGrid : public testing::TestWithParam<std::vector<std::string>>
    using Visit = std::function<void( const Line& )>;
 
    /// Runs the scenarios. `visit` comes before each line, `calls` gets its calls.
-   void walk( const Visit& visit, const CallListener& calls = {} )
+   void walk( const Visit& visit, const RecordListener& calls = {} )
    {
       std::ofstream nothing( "/dev/null" );
       Console console( nothing, nothing, {} );
       line_ = 0;
       for( const std::string& file : GetParam() ) {
-         Session session( console, { .callListener = calls } );
+         Session session( console, { .listener = calls } );
          session_ = &session;
          scenario_ = file;
          walkFile( file, {}, visit );
@@ -348,7 +348,7 @@ TEST_P( FaultGrid, EveryFaultEndsAsPrescribed )
       },
       [ & ]( const Session&, const Sim::Record& record ) {
          const std::string call = record.field( "call" );
-         if( counts && std::ranges::count( Sim::Faults::callNames(), call ) )
+         if( counts && isCall( record ) && std::ranges::count( Sim::Faults::callNames(), call ) )
             for( const Sim::Fault& fault : faultsOf( call, ++madeInLine[ call ] ) )
                all.emplace_back( line_, fault );
       } );

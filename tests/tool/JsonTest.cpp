@@ -174,7 +174,8 @@ transient call installTcamEntryForNonRoutableToCpu bridgeMac
 pcap tests/packet/frames/frames.pcap in Ethernet1
 pcap tests/packet/frames/frames.pcap in Ethernet1 summary
 plan call handleTcamEntryMplsTrafficDrop false
-plan stp Ethernet1 blocking
+plan -v stp Ethernet1 blocking
+explain probe routed after stp Ethernet1 blocking
 call routedIntf Ethernet1
 note text
 expect attribute useLb true

@@ -53,17 +53,20 @@ class PlanTest : public testing::TestWithParam<std::string>
    std::vector<std::string> calls_;
    std::ostringstream out_;
    Console console_{ out_, out_, {} };
-   Session session_{
-      console_, { .callListener = [ this ]( const Session&, const Sim::Record& record ) {
-         calls_.push_back( record.text );
-      } } };
+   Session session_{ console_, { .listener = [ this ]( const Session&, const Sim::Record& record ) {
+                       if( isCall( record ) )
+                          calls_.push_back( record.text );
+                    } } };
 };
 
 /// Expectations say how the rest is done, and the line of a switch makes everything anew.
 bool isPlanned( const Session& session, const Line& line )
 {
-   return session.hasAgent() && !line.words.empty() && line.words.front().text != "expect" &&
-          line.words.front().text != "switch" && line.words.front().text != "no";
+   if( !session.hasAgent() || line.words.empty() )
+      return false;
+   Words words( line );
+   const std::string_view name = takeCommand( words ).name;
+   return !name.starts_with( "expect " ) && name != "switch" && name != "no switch";
 }
 
 TEST_P( PlanTest, ComesTrueAndChangesNothing )
@@ -129,6 +132,8 @@ TEST_F( PlanOfNetwork, NamesTheProbesThatChange )
       shown( "plan route 10.2.0.0/16 via Ethernet5 mac 00:00:00:00:02:02 vlan 20" );
    EXPECT_THAT( other, HasSubstr( "a             Ethernet4\n                -> Ethernet5\n" ) );
    EXPECT_THAT( other, testing::Not( HasSubstr( "  b  " ) ) );
+   EXPECT_THAT( shown( "plan no probe a" ), HasSubstr( "would make 0 calls" ) );
+   EXPECT_THAT( shown( "plan no probe a" ), testing::Not( HasSubstr( "die" ) ) );
    EXPECT_THAT( shown( "plan route 10.2.0.0/16 via Ethernet4 mac 00:00:00:00:02:09 vlan 20" ),
       HasSubstr( "-> Ethernet4, as 02:00:a1:00:00:01 -> 00:00:00:00:02:09" ) );
 }
@@ -166,6 +171,75 @@ TEST_F( PlanOfNetwork, RoomIsWhatIsLeftAndWhatFeaturesNeed )
    EXPECT_THAT( before, HasSubstr( "  main needs 2\n" ) );
    run( "set miscConfig.unknownMacDropTrafficClass[0] true" );
    EXPECT_THAT( shown( "show room" ), HasSubstr( "does not fit: main needs 2, has 1" ) );
+}
+
+/// Of the calls of a bring-up without room, the first refused claim counts, and so does room that is given back.
+TEST_F( PlanOfNetwork, RoomIsNeededForAMomentToo )
+{
+   bringUp( "hsdk" );
+   run( "set miscConfig.unknownMacDropTrafficClass[3] true" );
+   const Sim::FieldGroup& main = *chip().group( "main" );
+   const Line line = splitLine( "test", 1, "del miscConfig.unknownMacDropTrafficClass[3]" );
+   Words words( line );
+   const Act removal = takeCommand( words ).act( session, words );
+   const Line again = splitLine( "test", 1, "set miscConfig.unknownMacDropTrafficClass[3] true" );
+   Words wordsAgain( again );
+   const Act addition = takeCommand( wordsAgain ).act( session, wordsAgain );
+   const auto roomOf = [ & ]( const Act& act ) {
+      for( const Plan::Room& at : planOf( session, line, act ).rooms )
+         if( at.range == "main" )
+            return at;
+      return Plan::Room();
+   };
+   const U32 left = main.roomLeft();
+   const Plan::Room gone = roomOf( removal );
+   EXPECT_EQ( gone.needs, 0 );
+   EXPECT_EQ( gone.leftAfter, left + 2 );
+   run( "del miscConfig.unknownMacDropTrafficClass[3]" );
+   const Plan::Room meanwhile = roomOf( [ & ]( Session& live ) {
+      addition( live );
+      removal( live );
+   } );
+   EXPECT_EQ( meanwhile.needs, 2 );
+   EXPECT_EQ( meanwhile.leftAfter, left + 2 );
+}
+
+TEST_F( PlanOfNetwork, NamesThePacketsForEntriesThatChange )
+{
+   bringUp( "hsdk" );
+   EXPECT_THAT( shown( "plan openflow Ethernet1" ), testing::Not( HasSubstr( "Packet for" ) ) );
+   if( !Cover::Solver::available() ) {
+      EXPECT_THROW( run( "plan -v openflow Ethernet1" ), InputError );
+      return;
+   }
+   EXPECT_THAT( shown( "plan -v note x" ), testing::Not( HasSubstr( "Packet for" ) ) );
+   const std::string gone = shown( "plan -v no router" );
+   EXPECT_THAT( gone, HasSubstr( "Packet for 'drop ucast arp" ) ) << "found before it";
+   run( "no router" );
+   const std::string made = shown( "plan -v router 02:00:a1:00:00:01" );
+   EXPECT_THAT( made, HasSubstr( "Packet for 'drop ucast arp" ) ) << "after it";
+}
+
+TEST_F( PlanOfNetwork, ExplainsWhatACommandWouldChange )
+{
+   bringUp( "hsdk" );
+   const std::string packet = "explain in Ethernet1 dmac router ipv4 dst 10.2.0.9 after ";
+   const U32 used = chip().group( "main" )->roomLeft();
+   const std::string other =
+      shown( packet + "route 10.2.0.0/16 via Ethernet5 mac 00:00:00:00:02:02 vlan 20" );
+   EXPECT_THAT( other, HasSubstr( "leaves  Ethernet4: " ) );
+   EXPECT_THAT( other, HasSubstr( "\n          -> Ethernet5: " ) );
+   EXPECT_THAT( other, testing::Not( HasSubstr( "my-station" ) ) ) << "which is the same";
+   EXPECT_THAT( shown( packet + "no router" ), HasSubstr( "my-station" ) );
+   EXPECT_THAT( shown( packet + "note x" ), HasSubstr( "Nothing differs." ) );
+   EXPECT_THAT( shown( packet + "note x --json" ), HasSubstr( "[]" ) );
+   EXPECT_EQ( chip().group( "main" )->roomLeft(), used );
+   for( const std::string wrong : { "no switch", "include none.scenario" } )
+      EXPECT_THROW( run( packet + wrong ), InputError ) << wrong;
+   run( "probe hex in Ethernet1 hex 020000000001020000000002 88b5" );
+   EXPECT_THAT( shown( "explain probe hex after note x" ), HasSubstr( "Nothing differs." ) );
+   EXPECT_THAT( shown( "explain in Ethernet1 hex 020000000001 020000000002 88b5 after note x" ),
+      HasSubstr( "Nothing differs." ) );
 }
 
 } // namespace

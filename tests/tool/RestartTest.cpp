@@ -133,7 +133,8 @@ class RestartTest : public testing::TestWithParam<std::string>
       std::pair<Values, U64> end;
       const ChildEnd child = inCopy( [ & ]( ChildChannel& channel ) {
          U64 calls = 0;
-         session_.callListenerIs( [ & ]( const Session&, const Sim::Record& ) { ++calls; } );
+         session_.listenerIs(
+            [ & ]( const Session&, const Sim::Record& record ) { calls += isCall( record ); } );
          session_.run( line );
          for( const auto& [ name, value ] : valuesOf( session_ ) )
             channel.send( 'V', name + "\t" + value );
@@ -153,8 +154,8 @@ class RestartTest : public testing::TestWithParam<std::string>
    {
       const ChildEnd child = inCopy( [ & ]( ChildChannel& channel ) {
          U64 calls = 0;
-         session_.callListenerIs( [ & ]( const Session&, const Sim::Record& ) {
-            if( ++calls != call ) // also those of the new agent
+         session_.listenerIs( [ & ]( const Session&, const Sim::Record& record ) {
+            if( !isCall( record ) || ++calls != call ) // also those of the new agent
                return;
             // Its stack is left behind, and with it what it would still have done.
             std::optional<Vormel::LockAnchor> lock; // released in calls of the SDK

@@ -163,11 +163,13 @@ class Diff : public Subcommand
       std::ofstream nothing( "/dev/null" );
       Console console( nothing, terminal.err, quiet() );
       const auto note = [ & ]( const Session& session, const Sim::Record& record ) {
+         if( !isCall( record ) )
+            return;
          const Line* const line = session.running();
          outcome.calls.push_back(
             { record.text, line ? placeText( *line ) + ": " + commandText( *line ) : "" } );
       };
-      return runScenario( file, console, { .callListener = note }, [ & ]( const Session& session ) {
+      return runScenario( file, console, { .listener = note }, [ & ]( const Session& session ) {
          if( session.hasAgent() )
             outcome.state = Desk::SwitchState( session.agent().hardware() );
       } );

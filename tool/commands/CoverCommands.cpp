@@ -22,9 +22,6 @@ using Cover::Outcome;
 using nlohmann::ordered_json;
 using Vormel::format;
 
-constexpr const char* noSolver =
-   "this build has no solver; install Debian's libz3-dev and build again";
-
 struct CoverWords
 {
    std::string range; // empty for all
@@ -120,12 +117,6 @@ void showCoverage( Session& session, const CoverWords& asked, const std::vector<
             rows.push_back( jsonOf( session, about ) );
          return rows;
       } );
-}
-
-void needSolver( const Words& words )
-{
-   if( !Cover::Solver::available() )
-      words.failAt( words.line().words.front(), noSolver );
 }
 
 /// Writes the frame of each packet that is found to a capture of its own: main-1016-unit-0.pcap.

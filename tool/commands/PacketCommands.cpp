@@ -6,6 +6,7 @@
 #include "tool/packet/ExplanationView.h"
 #include "tool/packet/PacketWords.h"
 #include "tool/packet/Untold.h"
+#include "tool/packet/WhatIf.h"
 #include "tool/words/Command.h"
 #include "tool/words/EntryChoice.h"
 
@@ -54,10 +55,53 @@ Sim::Arrival takeArrivalBehind( const Session& session, Words& words )
    return arrival;
 }
 
+Table whatIfTable( const std::vector<ExplainedChange>& changes )
+{
+   Table table( { { "Stage" }, { "Now, and after the command" } } );
+   if( changes.empty() )
+      table.row( { "", "Nothing differs." } );
+   U32 pass = 1;
+   for( const ExplainedChange& change : changes ) {
+      if( std::exchange( pass, change.pass ) != change.pass )
+         table.section( "Pass " + std::to_string( change.pass ) );
+      table.row(
+         { change.part, change.now.value_or( "-" ) + "\n-> " + change.then.value_or( "-" ) } );
+   }
+   return table;
+}
+
+ordered_json whatIfJson( const std::vector<ExplainedChange>& changes )
+{
+   const auto orNull = []( const std::optional<std::string>& text ) {
+      return text ? ordered_json( *text ) : ordered_json();
+   };
+   auto rows = ordered_json::array();
+   for( const ExplainedChange& change : changes )
+      rows.push_back( { { "pass", change.pass }, { "stage", change.part },
+         { "now", orNull( change.now ) }, { "then", orNull( change.then ) } } );
+   return rows;
+}
+
+void showWhatIf( Session& session, const Sim::Arrival& arrival, const Planned& planned )
+{
+   const std::vector<ExplainedChange> changes = explainedChanges( session, arrival, planned );
+   session.console().table(
+      arrivalText( session.packets().engine(), arrival ) + ", after '" +
+         commandText( planned.line ) + "'",
+      [ & ] { return whatIfTable( changes ); }, [ & ] { return whatIfJson( changes ); } );
+}
+
 Act explainPacket( const Session& session, Words& words )
 {
    const bool all = words.accept( "-v" );
-   return [ all, arrival = takeArrivalBehind( session, words ) ]( Session& live ) {
+   const Sim::Arrival arrival = takeArrivalBehind( session, words );
+   if( words.accept( "after" ) ) {
+      if( all )
+         words.fail( "'-v' is for one explanation; leave it out" );
+      return [ arrival, planned = takePlanned( session, words ) ](
+                Session& live ) { showWhatIf( live, arrival, planned ); };
+   }
+   return [ all, arrival ]( Session& live ) {
       PacketDesk& desk = live.packets();
       Sim::Explanation explanation;
       const Sim::Verdict verdict = desk.engine().explain( arrival, &explanation );
@@ -457,8 +501,9 @@ std::vector<Command> packetCommands()
 {
    return {
       { "packet", "[-v] in PORT FRAME|probe NAME", "send a packet into a port", sendPacket },
-      { "explain", "[-v] in PORT FRAME|probe NAME",
-         "explain the outcome of a packet; changes nothing", explainPacket },
+      { "explain", "[-v] in PORT FRAME|probe NAME [after COMMAND...]",
+         "explain the outcome of a packet, or what a command would change in it; changes nothing",
+         explainPacket },
       { "pcap", "FILE in PORT [frames A-B] [summary]",
          "the frames of a file come in, and what became of each, or of those that fared alike",
          sendCapture },

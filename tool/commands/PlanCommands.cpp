@@ -1,8 +1,10 @@
-// What a command would do.
+// What a command would do; plans in files.
 #include "tool/Plan.h"
 
 #include "platform/runtime/Format.h"
+#include "tool/SavedPlan.h"
 #include "tool/Session.h"
+#include "tool/packet/EntryCover.h"
 #include "tool/view/ChangesView.h"
 #include "tool/words/ByUnit.h"
 
@@ -46,6 +48,30 @@ Table plannedChanges( const Plan& plan )
    return changesTable( changes );
 }
 
+/// Each under a heading of its own, because names of entries are long.
+void addPackets( Table& table, const std::vector<Plan::PacketChange>& changes )
+{
+   for( const Plan::PacketChange& change : changes ) {
+      table.section( "Packet for '" + change.name + "'" );
+      for( const std::string& command : change.commands )
+         table.row( { "", "", command } );
+      table.row( { "", "", change.before + "\n-> " + change.after } );
+   }
+}
+
+ordered_json packetsJson( const std::vector<Plan::PacketChange>& changes, const char* name )
+{
+   auto rows = ordered_json::array();
+   for( const Plan::PacketChange& change : changes ) {
+      ordered_json row{ { name, change.name } };
+      if( !change.commands.empty() )
+         row[ "commands" ] = change.commands;
+      row.update( { { "before", change.before }, { "after", change.after } } );
+      rows.push_back( std::move( row ) );
+   }
+   return rows;
+}
+
 Table planTable( const Plan& plan )
 {
    Table table = plannedChanges( plan );
@@ -64,8 +90,9 @@ Table planTable( const Plan& plan )
       table.row( { row.cells[ 0 ], numberRanges( units ), row.cells[ 1 ] } );
    if( !plan.probes.empty() )
       table.section( "Probes" );
-   for( const Plan::ProbeChange& change : plan.probes )
-      table.row( { change.probe, "", change.before + "\n-> " + change.after } );
+   for( const Plan::PacketChange& change : plan.probes )
+      table.row( { change.name, "", change.before + "\n-> " + change.after } );
+   addPackets( table, plan.packets );
    return table;
 }
 
@@ -77,44 +104,51 @@ ordered_json planJson( const std::string& command, const Plan& plan )
       { "refusedClaim",
          plan.refusedClaim.empty() ? ordered_json() : ordered_json( plan.refusedClaim ) },
       { "changes", plannedChanges( plan ).json() }, { "rooms", ordered_json::array() },
-      { "probes", ordered_json::array() } };
+      { "probes", packetsJson( plan.probes, "probe" ) },
+      { "packets", packetsJson( plan.packets, "entry" ) } };
    const ByUnit<UnitRow> rooms = roomRows( plan );
    for( const auto& [ row, units ] : rooms.rows() ) {
       object[ "rooms" ].push_back( row.object );
       object[ "rooms" ].back()[ "units" ] = units;
    }
-   for( const Plan::ProbeChange& change : plan.probes )
-      object[ "probes" ].push_back(
-         { { "probe", change.probe }, { "before", change.before }, { "after", change.after } } );
    return ordered_json::array( { object } );
-}
-
-/// The line of the command that is planned.
-Line innerLine( Line line )
-{
-   line.words.erase( line.words.begin() );
-   return line;
 }
 
 Act plan( const Session& session, Words& words )
 {
-   if( words.done() )
-      words.failAtEnd( "expected a command" );
-   const Word* const first = words.peek();
-   const Command& command = takeCommand( words );
-   if( command.name == "plan" || command.name.starts_with( "expect " ) )
-      words.failAt( *first, "only what changes something is planned; run '" +
-                               std::string( command.name ) + "' itself" );
-   session.checkPossible( words, command );
-   return [ act = command.act( session, words ), &words ]( Session& live ) {
-      const Line inner = innerLine( words.line() );
-      const std::string text = commandText( inner );
-      const Plan made = planOf( live, inner, act );
+   const bool withPackets = words.accept( "-v" );
+   if( withPackets )
+      needSolver( words );
+   const Word* file = nullptr;
+   if( words.accept( "save" ) ) {
+      file = &words.take( "a file's name", "FILE" );
+      if( const std::string obstacle = obstacleOfSaving( file->text ); !obstacle.empty() )
+         words.fail( obstacle );
+   }
+   return [ withPackets, file, planned = takePlanned( session, words ), &words ]( Session& live ) {
+      const std::string text = commandText( planned.line );
+      const Desk::SwitchState state =
+         file ? Desk::SwitchState( live.agent().hardware() ) : Desk::SwitchState();
+      const Plan made = planOf( live, planned.line, planned.act, withPackets );
       live.console().table(
          format( "'%s' would make %d calls (writes: %d, redundant: %d)", text, made.calls.size(),
             made.writes, made.redundant ),
          [ & ] { return planTable( made ); }, [ & ] { return planJson( text, made ); } );
+      if( file && !made.end.empty() )
+         words.failAt( *file, "it is not saved, because it does not get through" );
+      if( file && !live.checking() &&
+          !live.isCopy() ) // a check, or a plan of a plan, leaves files alone
+         words.blaming( *file, [ & ] {
+            SavedPlan{ commandsOf( planned.line ), made.calls, state }.write( file->text );
+         } );
    };
+}
+
+Act apply( const Session&, Words& words )
+{
+   const Word& file = words.take( "a saved plan", "FILE" );
+   return [ saved = SavedPlan::read( file.text ), &file, &words ](
+             Session& live ) { applyPlan( live, saved, words, file ); };
 }
 
 } // namespace
@@ -122,9 +156,12 @@ Act plan( const Session& session, Words& words )
 std::vector<Command> planCommands()
 {
    return {
-      { "plan", "COMMAND...",
+      { "plan", "[-v] [save FILE] COMMAND...",
          "what the command would do: changes of the chips, calls, room, changed verdicts of probes; does nothing",
          plan },
+      { "apply", "FILE",
+         "do what 'plan save' has saved, if the switch is as it was, and the calls are those planned",
+         apply },
    };
 }
 

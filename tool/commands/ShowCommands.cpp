@@ -224,7 +224,7 @@ void showCalls( Session& session, const std::string& filter )
 {
    std::map<std::string, std::map<std::string, U32>> counts; // by call, by unit
    for( const Sim::Record& record : session.window() )
-      if( record.kind == Sim::RecordKind::call || record.kind == Sim::RecordKind::entry )
+      if( isCall( record ) )
          if( const std::string call = record.field( "call" ); call.find( filter ) != call.npos )
             ++counts[ call ][ record.field( "unit" ) ];
    Table table( { { "Call" }, { "Times", Align::right }, { "By unit" } } );

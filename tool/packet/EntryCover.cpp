@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <optional>
+#include <sstream>
 
 namespace Strata::Tool {
 
@@ -13,6 +14,8 @@ namespace {
 
 using Cover::Coverage;
 using Cover::RangeCover;
+
+constexpr char partsEnd = '\t';
 
 /// Calls `each` for every entry in hardware, with the search of its range.
 void forEntries( Session& session, const std::vector<U32>& units, std::string_view range,
@@ -53,18 +56,50 @@ std::vector<Coverage> entryCover(
    return all;
 }
 
-std::vector<Coverage> entryPackets( Session& session, Cover::Memory& memory )
+std::vector<std::string> EntryPacket::commands() const
 {
-   std::vector<Coverage> all;
+   std::vector<std::string> all = rows;
+   all.push_back( "explain " + packet );
+   return all;
+}
+
+std::string EntryPacket::line() const
+{
+   std::string text = name;
+   for( const std::string& row : rows )
+      text += partsEnd + row;
+   return text + partsEnd + packet;
+}
+
+EntryPacket EntryPacket::of( const std::string& line )
+{
+   std::vector<std::string> parts;
+   std::istringstream stream( line );
+   for( std::string part; std::getline( stream, part, partsEnd ); )
+      parts.push_back( part );
+   return { parts.front(), { parts.begin() + 1, parts.end() - 1 }, parts.back() };
+}
+
+std::vector<EntryPacket> entryPackets( Session& session )
+{
+   Cover::Memory& memory = session.packets().entryPackets();
+   std::vector<EntryPacket> all;
    forEntries( session, session.agent().hardware().units(), {}, Cover::PortNames::numbers,
       [ & ]( RangeCover& cover, U32 unit, U32 id ) {
          Coverage& known = memory[ { unit, id } ];
          if( !cover.isStill( known ) )
             known = cover.of( id );
          if( known.outcome == Cover::Outcome::found )
-            all.push_back( known );
+            all.push_back( { known.name, known.rows, known.packet } );
       } );
    return all;
+}
+
+void needSolver( const Words& words )
+{
+   if( !Cover::Solver::available() )
+      words.failAt( words.line().words.front(),
+         "this build has no solver; install Debian's libz3-dev and build again" );
 }
 
 } // namespace Strata::Tool

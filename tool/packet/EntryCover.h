@@ -2,6 +2,7 @@
 #pragma once
 
 #include "cover/Cover.h"
+#include "tool/words/Words.h"
 
 #include <string>
 #include <string_view>
@@ -15,8 +16,25 @@ class Session;
 std::vector<Cover::Coverage> entryCover(
    Session& session, const std::vector<U32>& units, std::string_view range = {} );
 
-/// Found ones of all units, whose words name ports by their numbers. A packet that still wins its entry is taken from
-/// the memory, to which the others are added.
-std::vector<Cover::Coverage> entryPackets( Session& session, Cover::Memory& memory );
+/// A packet for an entry, as commands.
+struct EntryPacket
+{
+   std::string name; // of the entry
+   std::vector<std::string> rows;
+   std::string packet; // as behind `explain`
+
+   /// The rows, then `explain`.
+   std::vector<std::string> commands() const;
+   /// In one line, as a copy of the process sends it.
+   std::string line() const;
+   static EntryPacket of( const std::string& line );
+};
+
+/// Found ones of all units, whose words name ports by their numbers. Those that were found before and still win their
+/// entries are remembered. Requires: Cover::Solver::available().
+std::vector<EntryPacket> entryPackets( Session& session );
+
+/// InputError at the first word if this build has no solver.
+void needSolver( const Words& words );
 
 } // namespace Strata::Tool

@@ -141,8 +141,12 @@ void addStage( Table& table, Sim::PacketEngine& engine, const Sim::StageNote& no
          ( note.culprit ? "\n" + adviceOn( engine, *note.culprit, arrival ) : std::string() ) } );
 }
 
-void addOutcome( Table& table, Sim::PacketEngine& engine, const Sim::PassVerdict& pass )
+/// What becomes of it: "leaves" or "CPU", and where.
+using OutcomeRows = std::vector<std::pair<std::string, std::string>>;
+
+OutcomeRows outcomeRows( Sim::PacketEngine& engine, const Sim::PassVerdict& pass )
 {
+   OutcomeRows rows;
    // Ports on which the same frame leaves are listed together.
    std::vector<std::pair<std::string, std::vector<Sim::PortRef>>> leaving; // frame, and ports
    for( const Sim::Departure& departure : pass.departures ) {
@@ -155,12 +159,13 @@ void addOutcome( Table& table, Sim::PacketEngine& engine, const Sim::PassVerdict
       same->second.push_back( departure.port );
    }
    for( const auto& [ what, ports ] : leaving )
-      table.row( { "leaves", engine.portNames( ports ) + what } );
+      rows.emplace_back( "leaves", engine.portNames( ports ) + what );
    if( pass.cpu )
       for( const std::string& reason : pass.cpu->reasons )
-         table.row( { "CPU", format( "queue %d: %s", pass.cpu->queue, reason ) } );
+         rows.emplace_back( "CPU", format( "queue %d: %s", pass.cpu->queue, reason ) );
    if( !pass.drop.empty() )
-      table.row( { "leaves", "on no port: " + pass.drop } );
+      rows.emplace_back( "leaves", "on no port: " + pass.drop );
+   return rows;
 }
 
 ordered_json causeJson( const Sim::Cause& cause )
@@ -326,7 +331,8 @@ Table explanationTable( Sim::PacketEngine& engine, const Sim::Verdict& verdict,
       for( const Sim::StageNote& note : about.after )
          if( all || note.stage != "entry" )
             table.row( { std::string( note.stage ), note.text } );
-      addOutcome( table, engine, verdict.passes[ i ] );
+      for( const auto& [ part, text ] : outcomeRows( engine, verdict.passes[ i ] ) )
+         table.row( { part, text } );
    }
    return table;
 }
@@ -357,6 +363,39 @@ std::string frameComment( const Sim::PacketEngine& engine, const Sim::Arrival& a
                        causesText( *entry.entry );
    }
    return text;
+}
+
+std::vector<ExplainedPart> explainedParts(
+   Sim::PacketEngine& engine, const Sim::Verdict& verdict, const Sim::Explanation& explanation )
+{
+   std::vector<ExplainedPart> parts;
+   for( U32 i = 0; i < verdict.passes.size(); ++i ) {
+      const auto first = static_cast<std::ptrdiff_t>( parts.size() );
+      const auto add = [ & ]( std::string_view part, const std::string& text ) {
+         const auto known =
+            std::ranges::find( parts.begin() + first, parts.end(), part, &ExplainedPart::part );
+         if( known == parts.end() )
+            parts.push_back( { i + 1, std::string( part ), text } );
+         else
+            known->text += "\n" + text;
+      };
+      const Sim::PassExplanation& about = explanation.passes[ i ];
+      for( const Sim::StageNote& note : about.stages )
+         add( note.stage, note.text );
+      for( const Sim::RangeNote& range : about.ranges ) {
+         const auto winner = std::ranges::find( range.entries, true, &EntryNote::won );
+         add( range.group, winner == range.entries.end()
+                              ? "no entry matches"
+                              : format( "%d \"%s\" wins: %s", winner->id, winner->entry->name,
+                                   winner->entry->hardware->text() ) );
+      }
+      for( const Sim::StageNote& note : about.after )
+         if( note.stage != "entry" )
+            add( note.stage, note.text );
+      for( const auto& [ part, text ] : outcomeRows( engine, verdict.passes[ i ] ) )
+         add( part, text );
+   }
+   return parts;
 }
 
 ordered_json explanationJson(

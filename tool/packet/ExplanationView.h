@@ -25,6 +25,17 @@ std::string frameComment( const Sim::PacketEngine& engine, const Sim::Arrival& a
    const Sim::Verdict& verdict, const Sim::Explanation& explanation, std::size_t pass,
    const std::string& fate );
 
+/// A result of an explanation, to compare with that of another one.
+struct ExplainedPart
+{
+   U32 pass;         // from 1
+   std::string part; // a stage, a range, "leaves" or "CPU"
+   std::string text;
+};
+/// The results of the stages, the winner of each range, and what becomes of the packet; a part of a pass is there once.
+std::vector<ExplainedPart> explainedParts(
+   Sim::PacketEngine& engine, const Sim::Verdict& verdict, const Sim::Explanation& explanation );
+
 /// As JSON, always complete.
 nlohmann::ordered_json explanationJson(
    Sim::PacketEngine& engine, const Sim::Verdict& verdict, const Sim::Explanation& explanation );

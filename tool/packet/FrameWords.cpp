@@ -35,13 +35,19 @@ using Vormel::EthAddr;
 
 constexpr U32 deepestTunnel = 8;
 
-/// "88b5 0102", from words to the end of the line.
+/// Whether the word is behind the frame of an `explain`.
+bool isBehindFrame( const Word* word )
+{
+   return word && ( word->text == "after" || word->text == "wants" );
+}
+
+/// "88b5 0102", from words to the end of the packet.
 Bytes takeHex( Words& words )
 {
    std::string digits;
    do
       digits += words.take( "bytes in hexadecimal" ).text;
-   while( !words.done() );
+   while( !words.done() && !isBehindFrame( words.peek() ) );
    Bytes bytes;
    for( std::size_t i = 0; i < digits.size(); i += 2 ) {
       U8 byte = 0;

@@ -75,6 +75,18 @@ Cover::Trial tryPacket( Session& session, const std::vector<std::string>& comman
    }
 }
 
+std::optional<Desk::ProbeVerdict> probeAfter(
+   Session& session, const std::vector<std::string>& commands, const std::string& packet )
+{
+   const TableGuard guard( session );
+   try {
+      const Sim::Arrival arrival = takeAfter( session, commands, packet );
+      return Desk::ProbeVerdict( session.packets().engine(), arrival );
+   } catch( const InputError& ) {
+      return std::nullopt;
+   }
+}
+
 Scene sceneOf(
    Session& session, const std::vector<std::string>& commands, const std::string& packet )
 {

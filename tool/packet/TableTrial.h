@@ -2,7 +2,9 @@
 #pragma once
 
 #include "cover/Cover.h"
+#include "desk/Probes.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,6 +16,10 @@ class Session;
 /// gives no verdict.
 Cover::Trial tryPacket( Session& session, const std::vector<std::string>& commands,
    const std::string& packet, Sim::Explanation* explanation = nullptr );
+
+/// What becomes of the packet, as of a probe; none if a command or the packet is refused.
+std::optional<Desk::ProbeVerdict> probeAfter(
+   Session& session, const std::vector<std::string>& commands, const std::string& packet );
 
 /// A packet with the tables that it is forwarded by.
 struct Scene

@@ -12,7 +12,6 @@
 #include <functional>
 #include <optional>
 #include <set>
-#include <sstream>
 
 namespace Strata::Tool {
 
@@ -20,7 +19,6 @@ namespace {
 
 constexpr char packetForm = 'P';
 constexpr char changedForm = 'C'; // the command changes a chip
-constexpr char between = '\t';
 
 /// A packet that is evaluated again and again.
 struct Watched
@@ -37,45 +35,18 @@ struct Watched
    std::vector<Moment> moments{}; // each with another verdict than the one before
 };
 
-/// Packets for the entries as they are: name, commands and packet, joined.
-std::vector<std::string> packetsNow( Session& session )
-{
-   std::vector<std::string> all;
-   for( const Cover::Coverage& about : entryPackets( session, session.packets().entryPackets() ) ) {
-      std::string text = about.name;
-      for( const std::string& row : about.rows )
-         text += between + row;
-      all.push_back( text + between + about.packet );
-   }
-   return all;
-}
-
-std::vector<std::string> split( const std::string& text )
-{
-   std::vector<std::string> parts;
-   std::istringstream stream( text );
-   for( std::string part; std::getline( stream, part, between ); )
-      parts.push_back( part );
-   return parts;
-}
-
 class Watch
 {
  public:
    explicit Watch( Session& session ) : session_( session ) {}
 
-   void add( const std::string& packet )
+   void add( const EntryPacket& packet )
    {
-      std::vector<std::string> parts = split( packet );
-      const std::string name = parts.front();
-      const std::string words = parts.back();
-      const std::vector<std::string> rows( parts.begin() + 1, parts.end() - 1 );
-      parts.erase( parts.begin() );
-      parts.back() = "explain " + words;
-      if( !known_.insert( parts ).second )
+      if( !known_.insert( packet.commands() ).second )
          return;
       try {
-         packets_.push_back( { name, parts, sceneOf( session_, rows, words ) } );
+         packets_.push_back(
+            { packet.name, packet.commands(), sceneOf( session_, packet.rows, packet.packet ) } );
       } catch( const InputError& ) {
          // Before the command there is no such port or VLAN.
       }
@@ -127,28 +98,11 @@ class Watch
    std::set<std::vector<std::string>> known_;
 };
 
-/// Listens to writes that change a chip, as long as it exists.
-class WriteListener
+/// Whether it is of a write that changes a chip.
+bool isChange( const Sim::Record& record )
 {
- public:
-   WriteListener( Session& session, std::function<void( const Sim::Record& )> heard )
-      : session_( session ),
-        before_( session.callListenerIs(
-           [ this, heard = std::move( heard ) ]( const Session& live, const Sim::Record& record ) {
-              if( before_ )
-                 before_( live, record );
-              if( record.field( "write" ) == "changed" )
-                 heard( record );
-           } ) )
-   {}
-   WriteListener( const WriteListener& ) = delete;
-   WriteListener& operator=( const WriteListener& ) = delete;
-   ~WriteListener() { session_.callListenerIs( std::move( before_ ) ); }
-
- private:
-   Session& session_;
-   CallListener before_;
-};
+   return record.field( "write" ) == "changed";
+}
 
 /// What a copy of the process sends that runs the act: packets of afterwards, if it changes a chip; else nothing.
 void runInCopy( Session& session, const Act& act, ChildChannel& channel )
@@ -156,14 +110,15 @@ void runInCopy( Session& session, const Act& act, ChildChannel& channel )
    session.childOf( channel );
    bool changed = false;
    {
-      const WriteListener listener( session, [ & ]( const Sim::Record& ) { changed = true; } );
+      const Listening listening(
+         session, [ & ]( const Sim::Record& record ) { changed = changed || isChange( record ); } );
       act( session );
    }
    if( !changed )
       return;
    channel.send( changedForm, {} );
-   for( const std::string& packet : packetsNow( session ) )
-      channel.send( packetForm, packet );
+   for( const EntryPacket& packet : entryPackets( session ) )
+      channel.send( packetForm, packet.line() );
 }
 
 } // namespace
@@ -184,15 +139,17 @@ std::vector<Transient> runWatched( Session& session, const Act& act, const Words
       act( session );
       return {};
    }
-   for( const std::string& packet : packetsNow( session ) )
+   for( const EntryPacket& packet : entryPackets( session ) )
       watch.add( packet );
    for( const auto& [ form, line ] : copy.lines )
       if( form == packetForm )
-         watch.add( line );
+         watch.add( EntryPacket::of( line ) );
    watch.addProbes();
    watch.look( 0, {} );
    {
-      const WriteListener listener( session, [ & ]( const Sim::Record& record ) {
+      const Listening listening( session, [ & ]( const Sim::Record& record ) {
+         if( !isChange( record ) )
+            return;
          // It is released for the length of an SDK call.
          std::optional<Vormel::LockAnchor> lock;
          if( !Vormel::activityLock().heldByThisThread() )

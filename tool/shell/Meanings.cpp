@@ -70,6 +70,9 @@ constexpr Meaning meanings[] = {
    { "swap", "replace the label" },
    { "pop", "remove the label" },
    // Packets.
+   { "plan -v", "also which packets for entries would fare otherwise" },
+   { "plan save", "keep the plan in this file, for 'apply'" },
+   { "after", "what this command would change in it" },
    { "-v", "with every entry and all state" },
    { "in", "where the packet arrives" },
    { "port", "by its number in the chip" },
