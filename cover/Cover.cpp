@@ -11,8 +11,8 @@ namespace Strata::Cover {
 using namespace Sim;
 
 RangeCover::RangeCover( const SimSwitch& hardware, const ForwardingTables& tables, U32 unit,
-   FieldGroup& range, Evaluate evaluate, PortNames names )
-   : facts_( hardware, tables, unit, names ),
+   FieldGroup& range, Evaluate evaluate, PortNames names, const std::optional<PacketPlace>& place )
+   : facts_( hardware, tables, unit, names, place ),
      range_( range ),
      evaluate_( std::move( evaluate ) )
 {}
@@ -99,7 +99,7 @@ bool RangeCover::isStill( const Coverage& found )
    return outcome.verdict && wins( found.id, *outcome.verdict );
 }
 
-Coverage RangeCover::of( U32 id )
+Coverage RangeCover::start( U32 id )
 {
    const FieldEntry& entry = *range_.find( id );
    Coverage coverage{
@@ -107,10 +107,66 @@ Coverage RangeCover::of( U32 id )
    if( !entry.enabled ) {
       coverage.outcome = Outcome::proved;
       coverage.reasons = { "it is disabled" };
-      return coverage;
-   }
-   if( !solver_ )
+   } else if( !solver_ ) {
       solver_.emplace( facts_, range_ );
+   }
+   return coverage;
+}
+
+bool RangeCover::isWonAfter( U32 id, const std::vector<std::string>& rows,
+   const std::string& packet, std::string& refusal ) const
+{
+   const Trial outcome = evaluate_( rows, packet );
+   refusal = outcome.refusal;
+   return outcome.verdict && wins( id, *outcome.verdict );
+}
+
+void RangeCover::leaveOutRows( Coverage& found ) const
+{
+   std::string refusal;
+   for( std::size_t at = found.rows.size(); at-- > 0; ) {
+      std::vector<std::string> fewer = found.rows;
+      fewer.erase( fewer.begin() + static_cast<std::ptrdiff_t>( at ) );
+      if( isWonAfter( found.id, fewer, found.packet, refusal ) )
+         found.rows = std::move( fewer );
+   }
+}
+
+Coverage RangeCover::nearest( U32 id, const FieldKey& key, const std::string& packet )
+{
+   Coverage coverage = start( id );
+   for( U32 trial = 0; trial < mostTrials && coverage.outcome == Outcome::unknown; ++trial ) {
+      const Solver::Answer answer = solver_->nearest( id, key );
+      if( !answer.shape ) {
+         prove( coverage, answer );
+         break;
+      }
+      const Recipe recipe( facts_, *answer.shape );
+      // The rows alone may be enough.
+      for( const std::string& candidate : { packet, recipe.packet() } ) {
+         std::string refusal;
+         if( isWonAfter( id, recipe.rows(), candidate, refusal ) ) {
+            coverage.outcome = Outcome::found;
+            coverage.rows = recipe.rows();
+            coverage.packet = candidate;
+            leaveOutRows( coverage );
+            break;
+         }
+         if( candidate != packet )
+            coverage.tried.push_back( candidate + ( refusal.empty() ? "" : ": " + refusal ) );
+      }
+      solver_->refute( *answer.shape, false );
+   }
+   if( solver_ )
+      solver_->reset();
+   return coverage;
+}
+
+Coverage RangeCover::of( U32 id )
+{
+   Coverage coverage = start( id );
+   if( coverage.outcome != Outcome::unknown )
+      return coverage;
    U32 wonBy = 0;
    for( U32 trial = 0; trial < mostTrials && wonBy < mostWins && !coverage.hasEffect; ++trial ) {
       const Solver::Answer answer = solver_->find( id );

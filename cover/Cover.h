@@ -69,14 +69,22 @@ class RangeCover
 
    /// Requires: the switch, its tables and the range do not change while it exists; Solver::available().
    RangeCover( const Sim::SimSwitch& hardware, const Sim::ForwardingTables& tables, U32 unit,
-      Sim::FieldGroup& range, Evaluate evaluate, PortNames names = PortNames::interfaces );
+      Sim::FieldGroup& range, Evaluate evaluate, PortNames names = PortNames::interfaces,
+      const std::optional<PacketPlace>& place = {} );
 
    /// For an entry in hardware. Of packets that win it, one that fares otherwise without the entry is preferred.
    Coverage of( U32 id );
+   /// A packet that wins the entry and is as like as possible to this one, which presents the key to the range and comes
+   /// in at the place; with rows of which none can be left out. Requires: there is a place.
+   Coverage nearest( U32 id, const Sim::FieldKey& key, const std::string& packet );
    /// Whether a packet that was found before still wins its entry.
    bool isStill( const Coverage& found );
 
  private:
+   Coverage start( U32 id );
+   void leaveOutRows( Coverage& found ) const;
+   bool isWonAfter( U32 id, const std::vector<std::string>& rows, const std::string& packet,
+      std::string& refusal ) const;
    bool wins( U32 id, const Sim::Verdict& verdict ) const;
    bool hasEffect( U32 id, const Coverage& coverage, const Sim::Verdict& with );
    void prove( Coverage& coverage, const Solver::Answer& answer ) const;

@@ -53,8 +53,8 @@ bool checksReversePath( const Chip& chip, RegisterField ofFamily )
 
 } // namespace
 
-Facts::Facts(
-   const SimSwitch& ofHardware, const ForwardingTables& ofTables, U32 ofUnit, PortNames usedNames )
+Facts::Facts( const SimSwitch& ofHardware, const ForwardingTables& ofTables, U32 ofUnit,
+   PortNames usedNames, const std::optional<PacketPlace>& place )
    : hardware( ofHardware ),
      tables( ofTables ),
      unit( ofUnit ),
@@ -66,8 +66,12 @@ Facts::Facts(
      trapsTtl( chip.trapsTtlExceptions() || !hardware.scsd()->vfiForwarding() )
 {
    addStations();
-   addVlans();
+   addVlans( place );
    addArrivals();
+   for( std::size_t index = 0; place && index < arrivals.size(); ++index )
+      if( arrivals[ index ].stack == place->stack &&
+          ( place->stack || arrivals[ index ].port == place->port ) )
+         placeArrival = index;
    addDestinations();
 }
 
@@ -92,11 +96,15 @@ void Facts::addStations()
    }
 }
 
-void Facts::addVlans()
+void Facts::addVlans( const std::optional<PacketPlace>& entrance )
 {
    std::set<std::tuple<std::set<VlanFlag>, std::string, std::string, std::vector<bool>>> kinds;
    U16 unused = 4094;
-   for( const auto& [ id, vlan ] : chip.vlans() ) {
+   std::vector<U16> ids;
+   for( const auto& [ id, vlan ] : chip.vlans() )
+      ids.insert( entrance && id == entrance->vlan ? ids.begin() : ids.end(), id );
+   for( const U16 id : ids ) {
+      const ChipVlan& vlan = chip.vlans().at( id );
       const VlanProperties& row = tables.vlan( id );
       std::vector<bool> atStations;
       for( const StationPlace& station : stations )
@@ -123,7 +131,11 @@ void Facts::addVlans()
    }
    while( unused > 1 && ( chip.vlans().contains( unused ) || tables.vlans.contains( unused ) ) )
       --unused;
-   vlans.push_back( { .id = unused, .exists = false } );
+   if( entrance && !chip.vlans().contains( entrance->vlan ) ) {
+      unused = entrance->vlan;
+      placeVlan = vlans.size();
+   }
+   vlans.push_back( { .id = unused, .exists = false, .row = tables.vlan( unused ) } );
 }
 
 void Facts::addArrivals()

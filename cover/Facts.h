@@ -62,10 +62,19 @@ enum class PortNames : U8
    numbers,    // "port 1", which is the same port while interfaces come and go
 };
 
+/// Where a packet comes in.
+struct PacketPlace
+{
+   Sim::PortRef port;
+   bool stack = false; // by the stack link of the port's unit
+   U16 vlan = 1;
+};
+
 struct Facts
 {
+   /// With a place, its port and its VLAN stand for those of their kinds.
    Facts( const Sim::SimSwitch& hardware, const Sim::ForwardingTables& tables, U32 unit,
-      PortNames names = PortNames::interfaces );
+      PortNames names = PortNames::interfaces, const std::optional<PacketPlace>& place = {} );
 
    const Sim::SimSwitch& hardware;
    const Sim::ForwardingTables& tables;
@@ -75,6 +84,9 @@ struct Facts
 
    std::vector<ArrivalPlace> arrivals;
    std::vector<VlanPlace> vlans; // one of each kind; the last may not exist
+   // Of the place.
+   std::optional<std::size_t> placeArrival;
+   std::size_t placeVlan = 0;
    std::vector<StationPlace> stations;
    std::vector<Sim::PortRef> destinations; // all ports of all units
    bool routesOutOfTunnels;                // in the pass that ends them
@@ -98,7 +110,7 @@ struct Facts
 
  private:
    std::string unitWords( U32 ofUnit ) const; // " unit 4", if there are several
-   void addVlans();
+   void addVlans( const std::optional<PacketPlace>& entrance );
    void addArrivals();
    void addStations();
    void addDestinations();

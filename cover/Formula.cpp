@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <initializer_list>
 #include <map>
+#include <numeric>
+#include <utility>
 
 namespace Strata::Cover {
 
@@ -153,7 +155,11 @@ void Formula::chooseArrivals()
                       qualifier.role != Qualifier::OutPortsClass )
                      portSets.push_back( &qualifier );
    std::map<std::vector<bool>, std::size_t> kinds;
-   for( std::size_t index = 0; index < facts_.arrivals.size(); ++index ) {
+   std::vector<std::size_t> indices( facts_.arrivals.size() );
+   std::iota( indices.begin(), indices.end(), 0 );
+   if( facts_.placeArrival )
+      std::swap( indices.front(), indices[ *facts_.placeArrival ] );
+   for( const std::size_t index : indices ) {
       const ArrivalPlace& arrival = facts_.arrivals[ index ];
       std::vector<bool> kind{ arrival.stack, arrival.cpu, arrival.frontPanel, arrival.up,
          arrival.ipv4, arrival.ipv6, arrival.usesRoutes, arrival.looksUpSource };

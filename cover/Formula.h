@@ -5,6 +5,7 @@
 #include "cover/Facts.h"
 #include "cover/Shape.h"
 #include "sim/chip/FieldGroup.h"
+#include "sim/packet/FieldKey.h"
 
 #include <array>
 #include <initializer_list>
@@ -28,6 +29,13 @@ struct Wish
    std::optional<Sim::Qualifier> of; // an entry with this qualifier decides it
 };
 
+/// What a packet has in common with another one, and how much that counts.
+struct Likeness
+{
+   z3::expr holds;
+   unsigned weight;
+};
+
 class Formula
 {
  public:
@@ -40,6 +48,9 @@ class Formula
    /// True if the entry's qualifiers match the key.
    z3::expr matches( const Sim::FieldRule& rule );
    std::vector<Wish> wishes();
+   /// With a packet that presents the key and comes in at the place of the facts. What other rows of the tables would be
+   /// needed for counts more than what is in the frame. Requires: the facts have a place.
+   std::vector<Likeness> likenesses( const Sim::FieldKey& key );
    Shape shape( const z3::model& model ) const;
    /// True for shapes that differ in what the packet is and what becomes of it; `places` includes where it arrives.
    z3::expr differs( const Shape& shape, bool places );

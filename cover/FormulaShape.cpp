@@ -3,6 +3,8 @@
 #include "sim/packet/Frame.h"
 
 #include <algorithm>
+#include <initializer_list>
+#include <utility>
 
 namespace Strata::Cover {
 
@@ -133,6 +135,68 @@ std::vector<Wish> Formula::wishes()
    wish( l3Class_ == value( 0, wide ), Qualifier::InterfaceClassL3 );
    wish( isOneOf( fate_, { Fate::flooded, Fate::hopPort } ), Qualifier::DstPort );
    return wishes;
+}
+
+std::vector<Likeness> Formula::likenesses( const Sim::FieldKey& key )
+{
+   using Sim::Qualifier;
+   constexpr unsigned ofTables = 10;
+   std::vector<Likeness> all;
+   const auto like = [ & ]( const z3::expr& holds, unsigned weight ) {
+      all.push_back( { holds, weight } );
+   };
+   like( is( arrival_, *facts_.placeArrival ), 2 );
+   like( is( vlan_, facts_.placeVlan ), 2 );
+   for( const auto& [ role, weight ] :
+      std::initializer_list<std::pair<Qualifier, unsigned>>{ { Qualifier::Ttl, 1 },
+         { Qualifier::IntPriority, 1 }, { Qualifier::L4DstPort, 1 }, { Qualifier::IpProtocol, 1 },
+         { Qualifier::DstIp, 1 }, { Qualifier::DstMac, 2 }, { Qualifier::EtherType, 2 },
+         { Qualifier::IpType, 1 }, { Qualifier::DstPort, 2 }, { Qualifier::DstMcastGroup, 2 },
+         { Qualifier::PacketRes, 2 }, { Qualifier::TunnelTerminated, 4 } } ) {
+      const Term term = keyTerm( role );
+      const std::optional<U64> value = key.value( role );
+      like( value ? term.has && term.value == this->value( *value, term.value.get_sort().bv_size() )
+                  : !term.has,
+         weight );
+   }
+   // An EtherType without its header would be like, too.
+   like( !is( payload_, Payload::other ) ||
+            !isOneOf( etherType_, { Sim::etherTypeArp, Sim::etherTypeIpv4, Sim::etherTypeIpv6 } ),
+      ofTables );
+   for( const z3::expr& unusual : { popped_, switched_, replicated_, steered_, tagged_, tooLong_ } )
+      like( !unusual, ofTables );
+   // The rows as they are, of the place where it arrives.
+   z3::expr blockedNow = truth( false );
+   for( std::size_t index = 0; index < facts_.vlans.size(); ++index )
+      blockedNow =
+         blockedNow || ( is( vlan_, index ) && arrives( [ & ]( const ArrivalPlace& place ) {
+            return place.frontPanel && facts_.tables.stpState( place.port,
+                                          facts_.vlans[ index ].id ) != Sim::StpState::forwarding;
+         } ) );
+   like( blocked_ == blockedNow, ofTables );
+   like( openFlow_ == arrives( [ & ]( const ArrivalPlace& place ) {
+      return !place.stack && facts_.tables.openFlowPorts.contains( place.port );
+   } ),
+      ofTables );
+   const auto asNow = [ & ]( const z3::expr& vlan, const z3::expr& property, auto has ) {
+      like(
+         property == inVlan( vlan, [ & ]( const VlanPlace& place ) { return has( place.row ); } ),
+         ofTables );
+   };
+   const auto svi = []( const Sim::VlanProperties& row ) { return row.svi; };
+   const auto dropRouted = []( const Sim::VlanProperties& row ) { return row.dropRouted; };
+   asNow( vlan_, svi_, svi );
+   asNow( vlan_, dropRouted_, dropRouted );
+   asNow( vlan_, vxlan_, []( const Sim::VlanProperties& row ) { return row.vni.has_value(); } );
+   asNow( domain_, domainSvi_, svi );
+   asNow( domain_, domainDropRouted_, dropRouted );
+   z3::expr classNow = truth( false );
+   for( std::size_t index = 0; index < facts_.vlans.size(); ++index )
+      classNow = classNow || ( is( domain_, index ) &&
+                                l3Class_ == value( facts_.vlans[ index ].row.l3Class, wide ) );
+   like( classNow, ofTables );
+   like( sourceClass_ == value( 0, wide ), ofTables );
+   return all;
 }
 
 z3::expr Formula::differs( const Shape& shape, bool places )

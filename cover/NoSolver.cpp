@@ -25,6 +25,11 @@ Solver::Answer Solver::find( U32 )
    return {};
 }
 
+Solver::Answer Solver::nearest( U32, const Sim::FieldKey& )
+{
+   return {};
+}
+
 void Solver::refute( const Shape&, bool ) {}
 
 void Solver::reset() {}

@@ -62,26 +62,32 @@ class Solver::Search
          wishes_.push_back( { named( wish.holds ), wish.of } );
    }
 
-   Answer find( U32 id )
+   Answer find( U32 id ) { return found( id, winning( id ) ); }
+
+   Answer nearest( U32 id, const Sim::FieldKey& key )
    {
-      std::vector<z3::expr> assumed{ entry( id ) };
-      for( const auto& [ other, earlier ] : range_.entries() ) {
-         if( other >= id )
-            break;
-         if( earlier.active() &&
-             !excludeEachOther( *earlier.hardware, *range_.find( id )->hardware ) )
-            assumed.push_back( !entry( other ) );
-      }
-      Answer answer;
-      answer.shape = preferred( assumed, *range_.find( id )->hardware );
-      if( answer.shape )
-         return answer;
-      if( holds( assumed ) ) { // as far as the range decides
-         assumed.insert( assumed.end(), laws_.begin(), laws_.end() );
-         assumed.push_back( round_ );
-         holds( assumed );
-      }
-      return excluded( std::move( assumed ), *range_.find( id )->hardware );
+      const std::vector<z3::expr> assumed = winning( id );
+      z3::optimize nearest( formula_.context() );
+      z3::params settings( formula_.context() );
+      settings.set( "ctrl_c", false ); // a signal is the caller's
+      nearest.set( settings );
+      nearest.add( formula_.solver().assertions() );
+      for( const z3::expr& literal : assumed )
+         nearest.add( literal );
+      nearest.add( allLaws_ );
+      nearest.add( round_ );
+      const std::vector<Likeness> all = formula_.likenesses( key );
+      for( const Likeness& likeness : all )
+         nearest.add_soft( likeness.holds, likeness.weight );
+      if( nearest.check() != z3::sat )
+         return found( id, assumed );
+      // What is not alike is then as easy to read as can be.
+      std::vector<z3::expr> alike = assumed;
+      const z3::model model = nearest.get_model();
+      for( const Likeness& likeness : all )
+         if( model.eval( likeness.holds, true ).is_true() )
+            alike.push_back( named( likeness.holds ) );
+      return found( id, alike );
    }
 
    void refute( const Shape& shape, bool everywhere )
@@ -95,6 +101,35 @@ class Solver::Search
    }
 
  private:
+   /// The entry matches, and no earlier one does.
+   std::vector<z3::expr> winning( U32 id )
+   {
+      std::vector<z3::expr> assumed{ entry( id ) };
+      for( const auto& [ other, earlier ] : range_.entries() ) {
+         if( other >= id )
+            break;
+         if( earlier.active() &&
+             !excludeEachOther( *earlier.hardware, *range_.find( id )->hardware ) )
+            assumed.push_back( !entry( other ) );
+      }
+      return assumed;
+   }
+
+   /// A shape of which this holds, or what excludes it.
+   Answer found( U32 id, std::vector<z3::expr> assumed )
+   {
+      Answer answer;
+      answer.shape = preferred( assumed, *range_.find( id )->hardware );
+      if( answer.shape )
+         return answer;
+      if( holds( assumed ) ) { // as far as the range decides
+         assumed.insert( assumed.end(), laws_.begin(), laws_.end() );
+         assumed.push_back( round_ );
+         holds( assumed );
+      }
+      return excluded( std::move( assumed ), *range_.find( id )->hardware );
+   }
+
    /// A literal that means the expression.
    z3::expr named( const z3::expr& meaning )
    {
@@ -209,6 +244,11 @@ Solver::~Solver() = default;
 Solver::Answer Solver::find( U32 id )
 {
    return search_->find( id );
+}
+
+Solver::Answer Solver::nearest( U32 id, const Sim::FieldKey& key )
+{
+   return search_->nearest( id, key );
 }
 
 void Solver::refute( const Shape& shape, bool everywhere )

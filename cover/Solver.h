@@ -5,6 +5,7 @@
 #include "cover/Facts.h"
 #include "cover/Shape.h"
 #include "sim/chip/FieldGroup.h"
+#include "sim/packet/FieldKey.h"
 
 #include <memory>
 #include <optional>
@@ -35,6 +36,9 @@ class Solver
    };
    /// For an entry in hardware. Neither blockers nor reasons: its qualifiers exclude each other.
    Answer find( U32 id );
+   /// The same, as like as possible to a packet that presents the key to the range's stage, and comes in at the place of
+   /// the facts. Requires: the facts have a place.
+   Answer nearest( U32 id, const Sim::FieldKey& key );
    /// Excludes shapes like this one, whatever their addresses and numbers, from further answers for the entry; with
    /// `everywhere`, also those that arrive by another port or in another VLAN.
    void refute( const Shape& shape, bool everywhere );

@@ -463,7 +463,8 @@ TEST( Cover, ThePageTellsWhatTheFindingsAre )
    const std::string shown = Tool::runLine( { "shell" }, typed ).out;
    for( const std::string name :
       { "main: trap to cpu for l2 only with dmac=fennicMac\n  its packets",
-         "main: l3 vxlan with dmac=fennicMac\n  proved" } ) {
+         "main: l3 vxlan with dmac=fennicMac\n  proved", "  found    ArpRequest instead of",
+         "  found    route 10.9.0.1/32" } ) {
       const std::size_t at = page.find( name );
       ASSERT_NE( at, page.npos );
       EXPECT_THAT( shown, testing::HasSubstr( page.substr( at, page.find( "```", at ) - at ) ) );

@@ -175,6 +175,7 @@ pcap tests/packet/frames/frames.pcap in Ethernet1
 pcap tests/packet/frames/frames.pcap in Ethernet1 summary
 plan call handleTcamEntryMplsTrafficDrop false
 plan -v stp Ethernet1 blocking
+explain probe routed wants nexthopToCpu
 explain probe routed after stp Ethernet1 blocking
 call routedIntf Ethernet1
 note text

@@ -3,6 +3,7 @@
 #include "platform/runtime/Format.h"
 #include "tool/Session.h"
 #include "tool/packet/CaptureFile.h"
+#include "tool/packet/CoverageView.h"
 #include "tool/packet/EntryCover.h"
 #include "tool/packet/EntryFindings.h"
 #include "tool/packet/TableTrial.h"
@@ -45,37 +46,6 @@ CoverWords takeRangeAndUnits( const Session& session, Words& words )
    return asked;
 }
 
-/// The commands that show the packet; or the proof; or what was tried.
-std::vector<std::string> linesOf( const Session& session, const Coverage& about )
-{
-   std::vector<std::string> lines;
-   if( about.outcome == Outcome::proved )
-      return { proofText( session, about ) };
-   if( about.outcome == Outcome::unknown )
-      return about.tried;
-   lines = about.rows;
-   lines.push_back( "explain " + about.packet );
-   return lines;
-}
-
-ordered_json jsonOf( const Session& session, const Coverage& about )
-{
-   ordered_json json{ { "unit", about.unit }, { "range", about.range }, { "id", about.id },
-      { "entry", about.name }, { "outcome", Vormel::enumText( about.outcome ) } };
-   if( about.outcome == Outcome::found )
-      json.update( { { "commands", about.rows }, { "packet", about.packet },
-         { "effect", about.hasEffect } } );
-   else if( about.outcome == Outcome::unknown )
-      json.update( { { "tried", about.tried } } );
-   else {
-      json.update(
-         { { "blockers", blockerNames( session, about ) }, { "reasons", about.reasons } } );
-      if( about.largest )
-         json[ "largest" ] = nameOf( session, about, *about.largest );
-   }
-   return json;
-}
-
 std::string sectionOf( const CoverWords& asked, const Coverage& about )
 {
    return about.range + ( asked.units.size() > 1 ? format( " of unit %d", about.unit ) : "" ) +
@@ -106,7 +76,7 @@ void showCoverage( Session& session, const CoverWords& asked, const std::vector<
          for( const Coverage& about : all ) {
             table.section( sectionOf( asked, about ) );
             std::string outcome = Vormel::enumText( about.outcome );
-            for( const std::string& line : linesOf( session, about ) )
+            for( const std::string& line : coverageLines( session, about ) )
                table.row( { std::exchange( outcome, {} ), line } );
          }
          return table;
@@ -114,7 +84,7 @@ void showCoverage( Session& session, const CoverWords& asked, const std::vector<
       [ & ] {
          auto rows = ordered_json::array();
          for( const Coverage& about : all )
-            rows.push_back( jsonOf( session, about ) );
+            rows.push_back( coverageJson( session, about ) );
          return rows;
       } );
 }

@@ -3,9 +3,12 @@
 #include "tool/Interrupt.h"
 #include "tool/RunListener.h"
 #include "tool/Session.h"
+#include "tool/packet/CoverageView.h"
+#include "tool/packet/EntryCover.h"
 #include "tool/packet/ExplanationView.h"
 #include "tool/packet/PacketWords.h"
 #include "tool/packet/Untold.h"
+#include "tool/packet/Wants.h"
 #include "tool/packet/WhatIf.h"
 #include "tool/words/Command.h"
 #include "tool/words/EntryChoice.h"
@@ -91,16 +94,69 @@ void showWhatIf( Session& session, const Sim::Arrival& arrival, const Planned& p
       [ & ] { return whatIfTable( changes ); }, [ & ] { return whatIfJson( changes ); } );
 }
 
+Table wantedTable( const Session& session, const Wanted& wanted )
+{
+   Table table( { { "Outcome" }, { "What it takes" } } );
+   std::string outcome = Vormel::enumText( wanted.about.outcome );
+   const auto add = [ & ]( const std::string& text ) {
+      table.row( { std::exchange( outcome, {} ), text } );
+   };
+   if( wanted.already ) {
+      table.row( { "", "Nothing: the packet wins the entry." } );
+      return table;
+   }
+   for( const std::string& change : wanted.changes )
+      add( change );
+   for( const std::string& line : coverageLines( session, wanted.about ) )
+      add( line );
+   return table;
+}
+
+ordered_json wantedJson( const Session& session, const Wanted& wanted )
+{
+   ordered_json row = coverageJson( session, wanted.about );
+   if( wanted.already )
+      row = { { "unit", wanted.about.unit }, { "range", wanted.about.range },
+         { "id", wanted.about.id }, { "entry", wanted.about.name }, { "outcome", "wins" } };
+   row.erase( "effect" );
+   if( wanted.about.outcome == Cover::Outcome::found )
+      row[ "changes" ] = wanted.changes;
+   return ordered_json::array( { row } );
+}
+
+/// The packet's words are those in front.
+Act explainWant( const Session& session, Words& words, const Sim::Arrival& arrival )
+{
+   Line inFront = words.line();
+   inFront.words = { inFront.words.begin() + 1,
+      inFront.words.begin() + ( words.last() - words.line().words.data() ) };
+   const std::string packet = commandText( inFront );
+   const Word* const first = words.peek();
+   const EntryChoice entry = takeEntry( session, words );
+   needSolver( words );
+   return [ arrival, packet, entry, first, &words ]( Session& live ) {
+      const Wanted wanted =
+         words.blaming( *first, [ & ] { return wantsEntry( live, arrival, packet, entry ); } );
+      live.console().table(
+         arrivalText( live.packets().engine(), arrival ) + " wants '" + wanted.about.name + "'",
+         [ & ] { return wantedTable( live, wanted ); },
+         [ & ] { return wantedJson( live, wanted ); } );
+   };
+}
+
 Act explainPacket( const Session& session, Words& words )
 {
    const bool all = words.accept( "-v" );
    const Sim::Arrival arrival = takeArrivalBehind( session, words );
-   if( words.accept( "after" ) ) {
-      if( all )
-         words.fail( "'-v' is for one explanation; leave it out" );
+   const bool after = words.accept( "after" );
+   const bool wants = !after && words.accept( "wants" );
+   if( all && ( after || wants ) )
+      words.fail( "'-v' is for one explanation; leave it out" );
+   if( wants )
+      return explainWant( session, words, arrival );
+   if( after )
       return [ arrival, planned = takePlanned( session, words ) ](
                 Session& live ) { showWhatIf( live, arrival, planned ); };
-   }
    return [ all, arrival ]( Session& live ) {
       PacketDesk& desk = live.packets();
       Sim::Explanation explanation;
@@ -501,8 +557,8 @@ std::vector<Command> packetCommands()
 {
    return {
       { "packet", "[-v] in PORT FRAME|probe NAME", "send a packet into a port", sendPacket },
-      { "explain", "[-v] in PORT FRAME|probe NAME [after COMMAND...]",
-         "explain the outcome of a packet, or what a command would change in it; changes nothing",
+      { "explain", "[-v] in PORT FRAME|probe NAME [after COMMAND...|wants ENTRY]",
+         "explain the outcome of a packet, what a command would change in it, or how it would win an entry; changes nothing",
          explainPacket },
       { "pcap", "FILE in PORT [frames A-B] [summary]",
          "the frames of a file come in, and what became of each, or of those that fared alike",

@@ -1,0 +1,114 @@
+// What it would take that a packet wins an entry: found and confirmed for each entry that has a packet, and the smallest
+// change of those that are known.
+#include "tool/packet/Wants.h"
+#include "tests/packet/PacketTest.h"
+#include "tool/packet/EntryCover.h"
+#include "tool/packet/PacketWords.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace Strata::Tool {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class WantsTest : public PacketTest
+{
+ protected:
+   void SetUp() override
+   {
+      if( !Cover::Solver::available() )
+         GTEST_SKIP() << "this build has no solver";
+   }
+   Wanted wants( const std::string& packet, const std::string& entry )
+   {
+      const Line line = splitLine( "test", 1, packet );
+      Words words( line );
+      const Sim::Arrival arrival = takeArrival( session, words );
+      const Line named = splitLine( "test", 1, entry );
+      Words name( named );
+      return wantsEntry( session, arrival, packet, takeEntry( session, name ) );
+   }
+   std::string shown( const std::string& command )
+   {
+      out.str( {} );
+      run( command );
+      return out.str();
+   }
+};
+
+TEST_F( WantsTest, NamesTheSmallestChange )
+{
+   bringUp( "hsdk" );
+   const std::string packet = "in Ethernet1 dmac router ipv4 src 10.1.0.5 dst 10.2.0.9";
+   const Wanted toCpu = wants( packet, "nexthopToCpu" );
+   EXPECT_THAT( toCpu.about.rows, ElementsAre( "route 10.2.0.9/32 via cpu" ) );
+   EXPECT_EQ( toCpu.about.packet, packet ) << "as it is";
+   EXPECT_THAT( toCpu.changes, IsEmpty() );
+   const Wanted flood = wants( packet, "vlanFlooding" );
+   EXPECT_THAT( flood.about.rows, ElementsAre( HasSubstr( "route 10.2.0.9/32 via flood" ) ) );
+   EXPECT_EQ( flood.about.packet, packet );
+
+   const std::string request = "\"drop ucast arp request with dmac=bridgeMac\"";
+   const Wanted asks = wants( "in Ethernet1 dmac router vlan 10 arp reply", request );
+   EXPECT_THAT( asks.about.rows, IsEmpty() );
+   EXPECT_THAT( asks.changes, ElementsAre( "ArpRequest instead of ArpReply" ) );
+   const Wanted other = wants( "in Ethernet1 dmac 00:00:00:00:00:55 vlan 10 arp request", request );
+   EXPECT_THAT( other.about.rows, IsEmpty() );
+   EXPECT_THAT( other.changes,
+      ElementsAre( "destination MAC 02:00:a1:00:00:01 instead of 00:00:00:00:00:55" ) );
+   EXPECT_THAT( wants( "in Ethernet1 dmac router vlan 4000 arp request", request ).changes,
+      ElementsAre( HasSubstr( " instead of 4000" ) ) );
+   run( "no vlan 10 svi\nno vlan 20 svi\nno vlan 30 svi\nno vlan 100 svi" );
+   const Wanted svi = wants( "in Ethernet1 dmac router vlan 10 arp request", request );
+   EXPECT_THAT( svi.about.rows, ElementsAre( "vlan 10 svi" ) );
+   EXPECT_THAT( svi.changes, IsEmpty() );
+}
+
+TEST_F( WantsTest, SaysWhatExcludesEachPacket )
+{
+   bringUp( "hsdk" );
+   run(
+      "no router\nset virtualRouterMacAddr 02:00:a1:00:00:77\ncall handleTcamEntryL2FennicToCpu" );
+   const Wanted none = wants( "in Ethernet1 vlan 10 ipv4", "\"l3 vxlan with dmac=fennicMac\"" );
+   EXPECT_EQ( none.about.outcome, Cover::Outcome::proved );
+   EXPECT_THAT( none.about.reasons, ElementsAre( "no my-station entry is met like that" ) );
+}
+
+TEST_F( WantsTest, IsSaidAtTheCommandLine )
+{
+   bringUp( "hsdk" );
+   const std::string packet = "explain in Ethernet1 dmac router ipv4 dst 10.2.0.9 ";
+   const std::string text = shown( packet + "wants nexthopToCpu" );
+   EXPECT_THAT( text, HasSubstr( "found    route 10.2.0.9/32 via cpu" ) );
+   EXPECT_THAT( text, HasSubstr( packet.substr( 0, packet.size() - 1 ) ) );
+   EXPECT_THAT( shown( "explain in Ethernet1 dmac router ipv4 dst 10.3.0.1 wants nexthopToCpu" ),
+      HasSubstr( "Nothing: the packet wins the entry." ) );
+   EXPECT_THROW( run( packet + "wants urpf-single-wide 1" ), InputError ) << "it is not there";
+   EXPECT_THAT( shown( packet + "wants nexthopToCpu --json" ), HasSubstr( "\"changes\": []" ) );
+}
+
+TEST_F( WantsTest, EveryEntryThatHasAPacketHasOneNearAnyOther )
+{
+   bringUp( "hsdk" );
+   for( const Cover::Coverage& about : entryCover( session, { 0 } ) )
+      for( const std::string packet : { "in Ethernet1 dmac router ipv4 dst 10.2.0.9",
+              "in Ethernet5 dmac ff:ff:ff:ff:ff:ff arp request", "in cpu vlan 30 ipv6 ttl 1" } ) {
+         SCOPED_TRACE( packet + " wants " + about.name );
+         const Wanted wanted = wants( packet, "\"" + about.name + "\"" );
+         if( wanted.already )
+            continue;
+         EXPECT_EQ( wanted.about.outcome, about.outcome );
+         if( wanted.about.outcome == Cover::Outcome::found ) {
+            EXPECT_TRUE( wants( wanted.about.packet, "\"" + about.name + "\"" ).already ||
+                         !wanted.about.rows.empty() );
+            EXPECT_FALSE( wanted.changes.empty() && wanted.about.rows.empty() );
+         }
+      }
+}
+
+} // namespace
+} // namespace Strata::Tool
