@@ -1,6 +1,7 @@
 #!/bin/sh
 # test.sh PRESET [CTEST-ARGUMENT...]
-# Runs the tests of a preset that is built. Prints how many faults of hardware calls they tried.
+# Runs the tests of a preset that is built. Prints how many faults of hardware calls, deaths of agents and plans they
+# tried.
 set -u
 cd "$(dirname "$0")/.." || exit
 preset=$1
@@ -16,6 +17,8 @@ fi
 # shellcheck disable=SC2086 # a list of words
 $run ctest --preset "$preset" --parallel "$(nproc)" --progress "$@"
 status=$?
-awk -F 'faults tried: ' 'NF == 2 { tried += $2 } END { if( tried ) print "faults tried: " tried }' \
-   "build/$preset/Testing/Temporary/LastTest.log"
+for what in faults deaths plans; do
+   awk -F "$what tried: " -v what="$what" 'NF == 2 { tried += $2 } END { if( tried ) print what " tried: " tried }' \
+      "build/$preset/Testing/Temporary/LastTest.log"
+done
 exit $status

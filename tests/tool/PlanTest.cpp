@@ -8,6 +8,7 @@
 
 #include <filesystem>
 #include <gmock/gmock.h>
+#include <iostream>
 
 namespace Strata::Tool {
 namespace {
@@ -92,6 +93,7 @@ TEST_P( PlanTest, ComesTrueAndChangesNothing )
       ++plans;
    }
    EXPECT_GT( plans, 0 );
+   std::cout << "plans tried: " << plans << "\n";
 }
 
 std::vector<std::string> scenarios()

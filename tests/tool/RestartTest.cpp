@@ -16,6 +16,7 @@
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
+#include <iostream>
 #include <map>
 #include <regex>
 #include <set>
@@ -218,7 +219,7 @@ TEST_P( RestartTest, TheChipsEndAsIfTheAgentHadNeverDied )
    }
    for( const auto& [ text, times ] : wrong )
       ADD_FAILURE() << times << " times " << text;
-   std::cout << "deaths: " << deaths << "\n";
+   std::cout << "deaths tried: " << deaths << "\n";
 }
 
 /// Where a scenario sets a mark, the agent starts again over the chips as they are. "PACKET: what becomes of it from CALL"
