@@ -252,7 +252,8 @@ void restart( Session& session, Restart kind )
 Act startAgain( const Session& session, Words& words )
 {
    static constexpr std::array<std::string_view, 2> kinds{ "cold", "warm" };
-   const Restart kind = words.choose( "how", kinds ) == "cold" ? Restart::cold : Restart::warm;
+   const Restart kind =
+      words.choose( "a kind of start", kinds ) == "cold" ? Restart::cold : Restart::warm;
    if( session.agent().recorder().recording() )
       words.failAt( words.line().words.front(),
          "a recording is one of a single agent; run the scenario without it" );
