@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::string_view replacement = "\xEF\xBF\xBD"; // U+FFFD
 
-/// The length of the UTF-8 character at the start of the text; 0 if there is none.
+/// The length of the UTF-8 character at the start of the text; 0 if the text does not start with a whole one.
 std::size_t characterAt( std::string_view text )
 {
    const auto byte = [ & ]( std::size_t i ) { return static_cast<unsigned char>( text[ i ] ); };

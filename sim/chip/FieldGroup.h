@@ -25,16 +25,14 @@ struct FieldEntry
    std::optional<FieldRule> hardware{}; // the rule that packets are matched against
    bool enabled = true;
    bool holdsRoom = true;
-   bool claimed =
-      true; // since the agent's start; otherwise what an earlier agent has left in hardware
-   std::set<SdkOperation>
-      unavailable{};                 // qualifiers with the result "not available" since the claim
-   bool qualifierRefused = false;    // by the chip, although its attributes have the capability
-   bool actionsRemoved = false;      // since the last install
-   U64 hits = 0;                     // since the first claim
-   U64 hitsAtMark = 0;               // of these, before the last hitsMark()
-   Cause cause{};                    // of the installation
-   std::optional<bool> switchedTo{}; // the last state that enableEntry set
+   bool claimed = true;                  // otherwise an earlier agent has left it in hardware
+   std::set<SdkOperation> unavailable{}; // qualifiers that were not available since the claim
+   bool qualifierRefused = false;        // by the chip, although its attributes have the capability
+   bool actionsRemoved = false;          // since the last install
+   U64 hits = 0;                         // since the first claim
+   U64 hitsAtMark = 0;                   // of these, before the last hitsMark()
+   Cause cause{};                        // of the installation
+   std::optional<bool> switchedTo{};     // the last state that enableEntry set
    Cause switchCause{};
 
    /// The cause of enabling or disabling it, when that differs from the installation's.

@@ -20,16 +20,6 @@
 namespace Strata::Tool {
 namespace {
 
-/// Whether the command changes a switch that exists.
-bool isEvent( const Command& command )
-{
-   static const std::set<std::string_view> others{ "switch", "no switch", "quiet", "loud", "mark",
-      "note", "include", "transient", "packet", "pcap", "probe", "no probe", "capture",
-      "no capture", "cover", "lint" };
-   return command.needsSwitch && !command.shows() && !command.name.starts_with( "expect" ) &&
-          !others.contains( command.name );
-}
-
 /// "COMMAND => PACKET: what becomes of it" for each transient of the scenario's events that is not accepted.
 std::string transientsOf( const std::string& scenario )
 {

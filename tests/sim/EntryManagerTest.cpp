@@ -68,7 +68,7 @@ TEST_F( EntryManagerTest, ANewAgentAdoptsWhatItClaimsAndTheRestIsSwept )
    group( 0 ).abandon();
    EXPECT_EQ( group( 0 ).room() - group( 0 ).roomLeft(), 3u );
 
-   // Until it is claimed again, it is none of the manager's.
+   // Until it is claimed again, the manager does not change it.
    EXPECT_NE( manager->reinstallEntry( 0, base ), ok );
    manager->releaseEntry( 0, base );
    EXPECT_EQ( manager->getEntry( 0, base, "kept", {} ), base );

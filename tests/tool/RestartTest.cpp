@@ -19,7 +19,6 @@
 #include <iostream>
 #include <map>
 #include <regex>
-#include <set>
 #include <unistd.h>
 
 namespace Strata::Tool {
@@ -80,16 +79,6 @@ bool isAccepted( const std::string& where, const std::string& what )
    return std::ranges::any_of( rows, [ & ]( const Accepted& row ) {
       return std::regex_match( where, row.where ) && std::regex_search( what, row.what );
    } );
-}
-
-/// Whether the line changes what an agent has to bring back.
-bool isOfAgent( const Command& command )
-{
-   static const std::set<std::string_view> others{ "switch", "no switch", "quiet", "loud", "mark",
-      "note", "include", "transient", "packet", "pcap", "probe", "no probe", "capture",
-      "no capture", "lint", "trace", "fault", "no fault", "hits" };
-   return command.needsSwitch && !command.shows() && !command.name.starts_with( "expect" ) &&
-          !others.contains( command.name );
 }
 
 /// Whether the line does what no agent does: it writes to the chips, makes their calls fail, or makes single entries. A new
@@ -180,6 +169,26 @@ class RestartTest : public testing::TestWithParam<std::string>
       return texts;
    }
 
+   std::string scenario() const { return std::filesystem::path( GetParam() ).stem().string(); }
+
+   /// Runs the scenario. `visit` comes before each line on a switch that is as an agent has made it.
+   void walk( const std::function<void( const Line&, const Command& )>& visit )
+   {
+      ScenarioFile file( GetParam() );
+      bool foreign = false;
+      while( const std::optional<Line> line = file.next() ) {
+         if( line->words.empty() )
+            continue;
+         Words words( *line );
+         const Command& command = takeCommand( words );
+         foreign =
+            ( foreign && command.name != "switch" ) || isForeign( command, commandText( *line ) );
+         if( session_.hasAgent() && !foreign )
+            visit( *line, command );
+         session_.run( *line );
+      }
+   }
+
    Vormel::LockAnchor lock_{ Vormel::activityLock() };
    std::ofstream nothing_{ "/dev/null" };
    Console console_{ nothing_, nothing_, {} };
@@ -189,34 +198,24 @@ class RestartTest : public testing::TestWithParam<std::string>
 TEST_P( RestartTest, TheChipsEndAsIfTheAgentHadNeverDied )
 {
    const U64 step = fromEnvironment( "STRATA_DEATHS", 97 );
-   ScenarioFile file( GetParam() );
    U64 deaths = 0;
    U64 at = 0;
-   bool foreign = false;
    std::map<std::string, U64> wrong;
-   while( const std::optional<Line> line = file.next() ) {
-      if( line->words.empty() )
-         continue;
-      Words words( *line );
-      const Command& command = takeCommand( words );
-      foreign =
-         ( foreign && command.name != "switch" ) || isForeign( command, commandText( *line ) );
-      if( session_.hasAgent() && isOfAgent( command ) && !foreign ) {
-         const auto [ expected, calls ] = undisturbed( *line );
-         for( U64 call = 1; call <= calls; ++call )
-            for( const Restart kind : { Restart::cold, Restart::warm } ) {
-               if( ++at % step != 0 )
-                  continue;
-               ++deaths;
-               const std::string where =
-                  std::filesystem::path( GetParam() ).stem().string() + " " + commandText( *line );
-               for( const std::string& what : deathAt( *line, call, kind, expected ) )
-                  if( !isAccepted( where, what ) )
-                     ++wrong[ where + ( kind == Restart::cold ? " cold: " : " warm: " ) + what ];
-            }
-      }
-      session_.run( *line );
-   }
+   walk( [ & ]( const Line& line, const Command& command ) {
+      if( !isEvent( command ) )
+         return;
+      const auto [ expected, calls ] = undisturbed( line );
+      for( U64 call = 1; call <= calls; ++call )
+         for( const Restart kind : { Restart::cold, Restart::warm } ) {
+            if( ++at % step != 0 )
+               continue;
+            ++deaths;
+            const std::string where = scenario() + " " + commandText( line );
+            for( const std::string& what : deathAt( line, call, kind, expected ) )
+               if( !isAccepted( where, what ) )
+                  ++wrong[ where + ( kind == Restart::cold ? " cold: " : " warm: " ) + what ];
+         }
+   } );
    for( const auto& [ text, times ] : wrong )
       ADD_FAILURE() << times << " times " << text;
    std::cout << "deaths tried: " << deaths << "\n";
@@ -228,31 +227,21 @@ TEST_P( RestartTest, PacketsAreForwardedMeanwhileAsBefore )
 {
    if( !Cover::Solver::available() )
       GTEST_SKIP() << "this build has no solver";
-   const Line restart = splitLine( "test", 1, "restart warm" );
-   ScenarioFile file( GetParam() );
    const U64 every = fromEnvironment( "STRATA_WATCHED", 1 );
    U64 marks = 0;
-   bool foreign = false;
-   while( const std::optional<Line> line = file.next() ) {
-      if( line->words.empty() )
-         continue;
-      Words words( *line );
-      const Command& command = takeCommand( words );
-      foreign =
-         ( foreign && command.name != "switch" ) || isForeign( command, commandText( *line ) );
-      if( command.name == "mark" && session_.hasAgent() && !foreign && ++marks % every == 0 ) {
-         Words restartWords( restart );
-         const Act act = takeCommand( restartWords ).act( session_, restartWords );
-         const std::string where =
-            std::filesystem::path( GetParam() ).stem().string() + " restart warm";
-         for( const Transient& transient : runWatched( session_, act, restartWords ) ) {
-            const std::string what =
-               transient.packet + ": " + transient.meanwhile + " from " + transient.call;
-            EXPECT_TRUE( isAccepted( where, what ) ) << placeText( *line ) << " " << what;
-         }
+   walk( [ & ]( const Line& line, const Command& command ) {
+      if( command.name != "mark" || ++marks % every != 0 )
+         return;
+      const Line restart = splitLine( "test", 1, "restart warm" );
+      Words words( restart );
+      const Act act = takeCommand( words ).act( session_, words );
+      for( const Transient& transient : runWatched( session_, act, words ) ) {
+         const std::string what =
+            transient.packet + ": " + transient.meanwhile + " from " + transient.call;
+         EXPECT_TRUE( isAccepted( scenario() + " restart warm", what ) )
+            << placeText( line ) << " " << what;
       }
-      session_.run( *line );
-   }
+   } );
 }
 
 TEST( Restart, IsRefusedInARecordingAndListsWhatItRemoves )

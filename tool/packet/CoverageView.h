@@ -1,4 +1,4 @@
-// Packets that were found for entries, and proofs that there is none, as text and as JSON.
+// What a search for packets has found, a packet or a proof for each entry, as text and as JSON.
 #pragma once
 
 #include "cover/Cover.h"

@@ -319,4 +319,10 @@ Sim::Arrival takeArrival( const Session& session, Words& words )
    return { entrance.port, takeFrame( session, words ), entrance.higig };
 }
 
+void checkCaptures( PacketDesk& desk, const Words& words )
+{
+   if( const std::string problem = desk.takeProblem(); !problem.empty() )
+      words.failAt( words.line().words.front(), problem );
+}
+
 } // namespace Strata::Tool

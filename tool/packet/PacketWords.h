@@ -13,6 +13,7 @@
 
 namespace Strata::Tool {
 
+class PacketDesk;
 class Session;
 
 /// The names of ports, other than interfaces.
@@ -74,5 +75,8 @@ Sim::Frame checkedFrame( Sim::Frame frame );
 
 /// Takes a frame: its layers from the outside in, or `hex BYTES`, or `pcap FILE [frame N]`.
 Sim::Frame takeFrame( const Session& session, Words& words );
+
+/// InputError, once, if a file could not be written; the packets were nevertheless sent.
+void checkCaptures( PacketDesk& desk, const Words& words );
 
 } // namespace Strata::Tool

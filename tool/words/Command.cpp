@@ -22,6 +22,7 @@ std::vector<Theme> allThemes()
       { "Forwarding tables", tableCommands() },
       { "Routes", routeCommands() },
       { "Packets", packetCommands() },
+      { "Captures", captureCommands() },
       { "Probes", probeCommands() },
       { "Packets for entries", coverCommands() },
       { "Packets while a command runs", transientCommands() },

@@ -90,6 +90,7 @@ std::vector<Command> changeCommands();
 std::vector<Command> planCommands();
 std::vector<Command> roomCommands();
 std::vector<Command> packetCommands();
+std::vector<Command> captureCommands();
 std::vector<Command> probeCommands();
 std::vector<Command> coverCommands();
 std::vector<Command> transientCommands();
