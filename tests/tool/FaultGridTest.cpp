@@ -5,6 +5,7 @@
 #include "desk/SwitchState.h"
 #include "platform/runtime/Activity.h"
 #include "tests/FromEnvironment.h"
+#include "tests/tool/CommandLine.h"
 #include "tool/ChildProcess.h"
 #include "tool/ScenarioFile.h"
 #include "tool/Session.h"
@@ -21,7 +22,6 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
-#include <set>
 #include <string>
 #include <unistd.h>
 #include <utility>
@@ -135,9 +135,8 @@ class FaultGrid : public testing::TestWithParam<std::vector<std::string>>
 
    bool canHaveFaults( const Line& line ) const
    {
-      static const std::set<std::string_view> others{
-         "switch", "expect", "show", "plan", "no", "transient" };
-      return session_->hasAgent() && !others.contains( line.words.front().text ) &&
+      Words words( line );
+      return session_->hasAgent() && isEvent( takeCommand( words ) ) &&
              session_->agent().hardware().faults().armed().empty();
    }
 

@@ -56,11 +56,10 @@ void removeStations( Session& session, const EthAddr& mac )
       for( const U32 index : indexes )
          session.agent().call( "removeMyStationTcamEntry", unit, index );
    }
-   session.agent().helper()->routerMacIndexIs( myStationIdxInvalid() );
 }
 
 /// The my-station entries come last: until then the CPU gets the packets to the MAC address, and afterwards they are
-/// routed.
+/// routed. Those of another address before it have the same index.
 void routerIs( Session& session, const EthAddr& mac, const std::vector<U32>& units )
 {
    const auto& helper = session.agent().helper();
@@ -81,6 +80,7 @@ void routerDel( Session& session )
 {
    const auto& helper = session.agent().helper();
    removeStations( session, helper->routerMacAddr() );
+   helper->routerMacIndexIs( myStationIdxInvalid() );
    helper->routerMacAddrIs( EthAddr() );
    session.agent().call( "handleRouting", false, false );
 }
