@@ -30,6 +30,21 @@ bool excludeEachOther( const FieldRule& left, const FieldRule& right )
    return false;
 }
 
+/// Whether each packet that `inner` matches is also matched by `outer`, as far as their qualifiers show one by one.
+bool includes( const FieldRule& outer, const FieldRule& inner )
+{
+   return std::ranges::all_of( outer.qualifiers, [ & ]( const FieldQualifier& wide ) {
+      const auto narrow = std::ranges::find( inner.qualifiers, wide.role, &FieldQualifier::role );
+      if( narrow == inner.qualifiers.end() )
+         return false;
+      if( !Sim::comparesValue( wide.role ) )
+         return *narrow == wide;
+      const Sim::ValueMask a = Sim::valueMask( wide );
+      const Sim::ValueMask b = Sim::valueMask( *narrow );
+      return ( a.mask & ~b.mask ) == 0 && ( ( a.value ^ b.value ) & a.mask ) == 0;
+   } );
+}
+
 bool contains( const z3::expr_vector& literals, const z3::expr& literal )
 {
    for( unsigned at = 0; at < literals.size(); ++at )
@@ -62,7 +77,20 @@ class Solver::Search
          wishes_.push_back( { named( wish.holds ), wish.of } );
    }
 
-   Answer find( U32 id ) { return found( id, winning( id ) ); }
+   Answer find( U32 id )
+   {
+      // Most entries that have no packet have it by one wider entry before them, which needs no search.
+      const auto wider = std::ranges::find_if( range_.entries(), [ & ]( const auto& other ) {
+         return other.first >= id || ( other.second.active() && includes( *other.second.hardware,
+                                                                   *range_.find( id )->hardware ) );
+      } );
+      if( wider->first == id )
+         return found( id, winning( id ) );
+      Answer answer;
+      if( holds( { entry( id ) } ) )
+         answer.blockers.push_back( wider->first );
+      return answer;
+   }
 
    Answer nearest( U32 id, const Sim::FieldKey& key )
    {
@@ -127,7 +155,7 @@ class Solver::Search
          assumed.push_back( round_ );
          holds( assumed );
       }
-      return excluded( std::move( assumed ), *range_.find( id )->hardware );
+      return excluded( id, std::move( assumed ) );
    }
 
    /// A literal that means the expression.
@@ -182,13 +210,15 @@ class Solver::Search
       return formula_.shape( formula_.solver().get_model() );
    }
 
-   /// The assumptions that contradict each other, of which none can be left out; the entry's own is the first.
-   Answer excluded( std::vector<z3::expr> assumed, const FieldRule& rule )
+   /// The assumptions that contradict each other, of which none can be left out.
+   Answer excluded( U32 id, std::vector<z3::expr> assumed )
    {
       const z3::expr_vector core = formula_.solver().unsat_core();
       std::erase_if(
          assumed, [ & ]( const z3::expr& literal ) { return !contains( core, literal ); } );
-      for( std::size_t at = assumed.size(); at-- > 0; ) {
+      // That the entry itself matches, which comes first, is not part of the answer.
+      const std::size_t first = !assumed.empty() && z3::eq( assumed.front(), entry( id ) ) ? 1 : 0;
+      for( std::size_t at = assumed.size(); at-- > first; ) {
          std::vector<z3::expr> fewer = assumed;
          fewer.erase( fewer.begin() + static_cast<std::ptrdiff_t>( at ) );
          if( !holds( fewer ) )
@@ -197,9 +227,9 @@ class Solver::Search
       Answer answer;
       std::vector<Law> laws;
       for( const z3::expr& literal : assumed ) {
-         for( const auto& [ id, matches ] : entries_ )
-            if( z3::eq( literal, !matches ) )
-               answer.blockers.push_back( id );
+         for( const auto& [ other, matches ] : entries_ )
+            if( literal.is_not() && z3::eq( literal.arg( 0 ), matches ) )
+               answer.blockers.push_back( other );
          for( const auto& [ law, name ] : Vormel::enumTable<Law> )
             if( z3::eq( literal, formula_.literal( law ) ) )
                laws.push_back( law );
@@ -212,8 +242,9 @@ class Solver::Search
          if( !isGeneral( law ) || ( allGeneral && law == laws.back() ) )
             answer.reasons.emplace_back( reasonText( law ) );
       // A group or flood with one member departs by one port, too, which the formula leaves out.
-      const bool departs = std::ranges::find( rule.qualifiers, Sim::Qualifier::OutPortsClass,
-                              &FieldQualifier::role ) != rule.qualifiers.end();
+      const std::vector<FieldQualifier>& qualifiers = range_.find( id )->hardware->qualifiers;
+      const bool departs = std::ranges::find( qualifiers, Sim::Qualifier::OutPortsClass,
+                              &FieldQualifier::role ) != qualifiers.end();
       if( departs && answer.blockers.empty() ) {
          answer.limited = true;
          answer.reasons.emplace_back( "groups and floods with one port are not tried" );

@@ -286,8 +286,8 @@ class SmallKeys
    {
       FieldRule rule;
       for( const Qualifier role : roles )
-         if( below( 3 ) != 0 )
-            rule.qualifierIs( { .role = role, .data = below( 8 ), .mask = below( 8 ) } );
+         if( below( 3 ) != 0 ) // low bits, of which some roles have one
+            rule.qualifierIs( { .role = role, .data = below( 8 ), .mask = 1 + below( 3 ) } );
       rule.actionIs( { .role = below( 2 ) == 0 ? FieldAction::Drop : FieldAction::CopyToCpu } );
       return rule;
    }
@@ -336,7 +336,7 @@ TEST_F( PacketTest, BlockersAreThoseThatCoverAnEntryAndNoneTooMany )
    U32 covered = 0;
    for( U64 seed = 0; covered < 1000; ++seed ) {
       SmallKeys dice( seed );
-      const U32 size = 2 + dice.below( 9 );
+      const U32 size = 2 + dice.below( 60 );
       FieldGroup group( { "random", {}, 1, size, size } );
       for( U32 id = 1; id <= size; ++id ) {
          group.claim( id, "entry", {} );

@@ -1,6 +1,9 @@
 // What it would take that a packet wins an entry: found and confirmed for each entry that has a packet, and the smallest
 // change of those that are known.
+//
+// STRATA_WATCHED: at every how many entries and packets.
 #include "tool/packet/Wants.h"
+#include "tests/FromEnvironment.h"
 #include "tests/packet/PacketTest.h"
 #include "tool/packet/EntryCover.h"
 #include "tool/packet/PacketWords.h"
@@ -94,9 +97,13 @@ TEST_F( WantsTest, IsSaidAtTheCommandLine )
 TEST_F( WantsTest, EveryEntryThatHasAPacketHasOneNearAnyOther )
 {
    bringUp( "hsdk" );
+   const U64 every = fromEnvironment( "STRATA_WATCHED", 1 );
+   U64 place = 0;
    for( const Cover::Coverage& about : entryCover( session, { 0 } ) )
       for( const std::string packet : { "in Ethernet1 dmac router ipv4 dst 10.2.0.9",
               "in Ethernet5 dmac ff:ff:ff:ff:ff:ff arp request", "in cpu vlan 30 ipv6 ttl 1" } ) {
+         if( place++ % every != 0 )
+            continue;
          SCOPED_TRACE( packet + " wants " + about.name );
          const Wanted wanted = wants( packet, "\"" + about.name + "\"" );
          if( wanted.already )
