@@ -1,5 +1,6 @@
 #include "desk/Anonymiser.h"
 
+#include "desk/AddressMap.h"
 #include "platform/sdk/SdkRoles.h"
 #include "platform/types/EthAddr.h"
 
@@ -19,134 +20,6 @@ using Vormel::EthAddr;
 using Vormel::ValueError;
 
 namespace {
-
-// --- Addresses -------------------------------------------------------------------------------------
-
-enum class Family : U8
-{
-   mac,
-   ip4,
-   ip6
-};
-
-/// As many leading bytes as an address of the family has. A MAC address has its first byte turned: group and local bit come
-/// first.
-using Bits = std::array<U8, 16>;
-
-constexpr U32 lengthOf( Family family )
-{
-   return family == Family::mac ? 48 : family == Family::ip4 ? 32 : 128;
-}
-
-/// Addresses that begin alike and are mapped to themselves.
-struct Block
-{
-   Family family;
-   U32 length;
-   Bits bits;
-};
-
-constexpr std::array<Block, 10> reserved{ {
-   { Family::mac, 1, { 0x80 } },        // group addresses
-   { Family::mac, 48, {} },             // zero; on the way to it the local bit is fixed
-   { Family::ip4, 8, {} },              // this network
-   { Family::ip4, 8, { 127 } },         // loopback
-   { Family::ip4, 16, { 169, 254 } },   // link-local
-   { Family::ip4, 3, { 224 } },         // multicast, and what is above
-   { Family::ip6, 127, {} },            // :: and ::1
-   { Family::ip6, 8, { 0xff } },        // multicast
-   { Family::ip6, 10, { 0xfe, 0x80 } }, // link-local
-   { Family::ip6, 96, { 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xff, 0xff } }, // followed by an IPv4 address
-} };
-
-bool bitOf( const Bits& bits, U32 i )
-{
-   return ( bits[ i / 8 ] >> ( 7 - i % 8 ) & 1 ) != 0;
-}
-
-bool startAlike( const Bits& a, const Bits& b, U32 length )
-{
-   for( U32 i = 0; i < length; ++i )
-      if( bitOf( a, i ) != bitOf( b, i ) )
-         return false;
-   return true;
-}
-
-Bits operator&( Bits bits, const Bits& mask )
-{
-   std::ranges::transform(
-      bits, mask, bits.begin(), []( U8 a, U8 b ) { return static_cast<U8>( a & b ); } );
-   return bits;
-}
-
-Bits prefixMask( U32 length )
-{
-   Bits mask{};
-   for( U32 i = 0; i < length; ++i )
-      mask[ i / 8 ] |= static_cast<U8>( 0x80 >> i % 8 );
-   return mask;
-}
-
-/// Whether the bit behind the first `length` ones is fixed: these lead to a reserved block, or into one.
-bool isFixed( Family family, const Bits& bits, U32 length )
-{
-   return std::ranges::any_of( reserved, [ & ]( const Block& block ) {
-      return block.family == family &&
-             startAlike( bits, block.bits, std::min( length, block.length ) );
-   } );
-}
-
-Bits mapped( const SipKey& key, Family family, const Bits& bits )
-{
-   Bits result = bits;
-   std::array<U8, 18> before{ static_cast<U8>( family ) }; // how many bits there are, and these
-   for( U32 i = 0; i < lengthOf( family ); ++i ) {
-      const auto bit = static_cast<U8>( 0x80 >> i % 8 );
-      before[ 1 ] = static_cast<U8>( i );
-      if( !isFixed( family, bits, i ) && ( sipHash( key, before ) & 1 ) != 0 )
-         result[ i / 8 ] ^= bit;
-      before[ 2 + i / 8 ] |= static_cast<U8>( bits[ i / 8 ] & bit );
-   }
-   const Block& embedding = reserved.back();
-   if( family == Family::ip6 && startAlike( bits, embedding.bits, embedding.length ) ) {
-      Bits embedded{};
-      std::copy_n( bits.begin() + 12, 4, embedded.begin() );
-      std::ranges::copy_n( mapped( key, Family::ip4, embedded ).begin(), 4, result.begin() + 12 );
-   }
-   return result;
-}
-
-/// A value that counts under the mask only: what it does not have there it does not get.
-Bits mapped( const SipKey& key, Family family, const Bits& bits, const Bits& mask )
-{
-   const Bits whole = mapped( key, family, bits );
-   return ( bits & mask ) == bits ? whole & mask : whole;
-}
-
-Bits bitsOf( const EthAddr& mac )
-{
-   Bits bits{};
-   std::ranges::copy( mac.bytes(), bits.begin() );
-   bits[ 0 ] = static_cast<U8>( ( mac[ 0 ] & 1 ) << 7 | ( mac[ 0 ] & 2 ) << 5 | mac[ 0 ] >> 2 );
-   return bits;
-}
-
-EthAddr macOf( const Bits& bits )
-{
-   EthAddr mac;
-   for( U32 i = 0; i < EthAddr::size; ++i )
-      mac.byteIs( i, bits[ i ] );
-   mac.byteIs( 0, static_cast<U8>( bits[ 0 ] >> 7 | ( bits[ 0 ] >> 5 & 2 ) | bits[ 0 ] << 2 ) );
-   return mac;
-}
-
-Bits bitsOf( U32 ip )
-{
-   return { static_cast<U8>( ip >> 24 ), static_cast<U8>( ip >> 16 ), static_cast<U8>( ip >> 8 ),
-      static_cast<U8>( ip ) };
-}
-
-// --- Texts -----------------------------------------------------------------------------------------
 
 bool isDigit( char c )
 {
@@ -215,7 +88,7 @@ class AddressScan
       U64 number = 0;
       std::from_chars( digits.data(), digits.data() + digits.size(), number, 16 );
       const EthAddr address = EthAddr::fromNumber( number );
-      const EthAddr other = macOf( mapped( key_, Family::mac, bitsOf( address ) ) );
+      const EthAddr other = macOf( mapped( key_, AddressFamily::mac, bitsOf( address ) ) );
       if( other == address )
          return take( at_ + length, std::string( text_.substr( at_, length ) ) );
       std::string plain = other.toString();
@@ -229,17 +102,17 @@ class AddressScan
    {
       if( at_ > 1 && text_[ at_ - 1 ] == '.' && isDigit( text_[ at_ - 2 ] ) )
          return false;
-      return ip( Family::ip4, AF_INET, []( char c ) { return isDigit( c ) || c == '.'; } );
+      return ip( AddressFamily::ip4, AF_INET, []( char c ) { return isDigit( c ) || c == '.'; } );
    }
 
    bool ip6()
    {
-      return ip(
-         Family::ip6, AF_INET6, []( char c ) { return isHexDigit( c ) || c == '.' || c == ':'; } );
+      return ip( AddressFamily::ip6, AF_INET6,
+         []( char c ) { return isHexDigit( c ) || c == '.' || c == ':'; } );
    }
 
    template<class IsPart>
-   bool ip( Family family, int system, IsPart isPart )
+   bool ip( AddressFamily family, int system, IsPart isPart )
    {
       std::size_t end = at_;
       while( end < text_.size() && end - at_ < INET6_ADDRSTRLEN && isPart( text_[ end ] ) )
@@ -250,11 +123,11 @@ class AddressScan
       if( candidate.ends_with( '.' ) ||
           ( candidate.ends_with( ':' ) && !candidate.ends_with( "::" ) ) )
          candidate.pop_back(); // of the sentence around it
-      Bits bits{};
+      AddressBits bits{};
       if( inet_pton( system, candidate.c_str(), bits.data() ) != 1 )
          return false;
-      const Bits mask = maskBehind( at_ + candidate.size(), family );
-      const Bits other = mapped( key_, family, bits, mask );
+      const AddressBits mask = maskBehind( at_ + candidate.size(), family );
+      const AddressBits other = mapped( key_, family, bits, mask );
       if( other == bits )
          return take( at_ + candidate.size(), candidate );
       std::array<char, INET6_ADDRSTRLEN> text{};
@@ -263,7 +136,7 @@ class AddressScan
    }
 
    /// Of the length of a prefix, as in 10.0.0.0/8; of a whole address if none is there.
-   Bits maskBehind( std::size_t at, Family family ) const
+   AddressBits maskBehind( std::size_t at, AddressFamily family ) const
    {
       U32 length = lengthOf( family );
       if( after( at ) == '/' ) {
@@ -281,8 +154,6 @@ class AddressScan
    std::size_t at_ = 0;
    std::vector<Replacement> found_;
 };
-
-// --- Records ---------------------------------------------------------------------------------------
 
 /// Copies the JSON of a record, with its addresses mapped. Requires: it is JSON.
 class RecordCopy
@@ -431,13 +302,14 @@ class RecordCopy
          read( textOf( member.key == "mac" ? "mask" : roleName( MemoryField::MacAddrMask ) ) );
       if( !mac || !mask )
          return std::nullopt;
-      const EthAddr other = macOf( mapped( key_, Family::mac, bitsOf( *mac ), bitsOf( *mask ) ) );
+      const EthAddr other =
+         macOf( mapped( key_, AddressFamily::mac, bitsOf( *mac ), bitsOf( *mask ) ) );
       return other == *mac ? std::string( member.text ) : '"' + other.toString() + '"';
    }
 
    std::optional<std::string> maskedIp( std::string_view data, std::string_view mask ) const
    {
-      const auto read = []( std::string_view digits ) -> std::optional<Bits> {
+      const auto read = []( std::string_view digits ) -> std::optional<AddressBits> {
          U32 number = 0;
          const char* const begin = digits.data();
          const char* const end = begin + digits.size();
@@ -449,7 +321,7 @@ class RecordCopy
       const auto under = read( mask );
       if( !ip || !under )
          return std::nullopt;
-      const Bits other = mapped( key_, Family::ip4, *ip, *under );
+      const AddressBits other = mapped( key_, AddressFamily::ip4, *ip, *under );
       return std::to_string(
          U32{ other[ 0 ] } << 24 | U32{ other[ 1 ] } << 16 | U32{ other[ 2 ] } << 8 | other[ 3 ] );
    }

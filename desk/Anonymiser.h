@@ -1,9 +1,6 @@
 // Maps the MAC and IP addresses of a recording one to one, so that it can be given to others (docs/recording.md).
 //
-// Addresses that share their first bits, however many, are mapped to addresses that share exactly these; for MAC
-// addresses that is true from the first byte on. Reserved addresses are mapped to themselves. Each bit is flipped or
-// not by a pseudorandom function of the bits before it, so nothing is remembered, and a key always gives the same
-// mapping.
+// Nothing is remembered, and a key always gives the same mapping (desk/AddressMap.h).
 #pragma once
 
 #include "desk/SipHash.h"
