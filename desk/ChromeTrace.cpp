@@ -2,6 +2,7 @@
 
 #include <fstream>
 #include <map>
+#include <nlohmann/json.hpp>
 #include <ostream>
 #include <set>
 #include <stdexcept>

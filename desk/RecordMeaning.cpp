@@ -3,6 +3,7 @@
 #include "desk/Replay.h"
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 
 namespace Strata::Desk {
 

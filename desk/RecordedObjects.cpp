@@ -2,6 +2,8 @@
 
 #include "platform/runtime/Errors.h"
 
+#include <nlohmann/json.hpp>
+
 namespace Strata::Desk {
 
 using Vormel::Attribute;

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <nlohmann/json.hpp>
 
 namespace Strata::Desk {
 
@@ -180,6 +181,11 @@ U64 numberIn( const Json& object, const char* member )
 RecordingError::RecordingError( const std::string& file, std::size_t line, const std::string& what )
    : std::runtime_error( file + ( line == 0 ? "" : ":" + std::to_string( line ) ) + ": " + what )
 {}
+
+Json RecordedLine::json() const
+{
+   return Json::parse( text );
+}
 
 RecordingFile::RecordingFile( const std::string& file ) : name_( file )
 {

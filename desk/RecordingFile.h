@@ -4,7 +4,7 @@
 #include "platform/runtime/Enum.h"
 #include "platform/runtime/Types.h"
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -48,7 +48,7 @@ struct RecordedLine
    std::string text;
 
    /// All its members; those that the page lists are of their types, and there unless they may be missing.
-   Json json() const { return Json::parse( text ); }
+   Json json() const;
 };
 
 class RecordingFile

@@ -9,6 +9,7 @@
 
 #include <concepts>
 #include <limits>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <string_view>

@@ -5,6 +5,7 @@
 #include "tests/tool/CommandLine.h"
 
 #include <functional>
+#include <nlohmann/json.hpp>
 
 namespace Strata::Desk {
 namespace {

@@ -9,6 +9,7 @@
 #include "tool/shell/LineReader.h"
 #include "tool/shell/Worker.h"
 #include "tool/view/Screen.h"
+#include "tool/view/Table.h"
 
 #include <memory>
 #include <optional>

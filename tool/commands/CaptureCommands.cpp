@@ -3,6 +3,7 @@
 #include "tool/Interrupt.h"
 #include "tool/Session.h"
 #include "tool/packet/PacketWords.h"
+#include "tool/view/Table.h"
 #include "tool/words/Command.h"
 
 #include <map>

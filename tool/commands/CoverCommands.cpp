@@ -7,6 +7,7 @@
 #include "tool/packet/EntryCover.h"
 #include "tool/packet/EntryFindings.h"
 #include "tool/packet/TableTrial.h"
+#include "tool/view/Table.h"
 #include "tool/words/Command.h"
 
 #include <filesystem>

@@ -1,6 +1,7 @@
 // The packets that are sent again and again: their names, and what becomes of them now.
 #include "tool/Session.h"
 #include "tool/packet/PacketWords.h"
+#include "tool/view/Table.h"
 #include "tool/words/Command.h"
 
 #include <array>

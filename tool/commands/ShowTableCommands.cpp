@@ -1,6 +1,7 @@
 // Tables that packets are forwarded by, and counters.
 #include "platform/runtime/Format.h"
 #include "tool/Session.h"
+#include "tool/view/Table.h"
 #include "tool/words/Command.h"
 
 #include <nlohmann/json.hpp>

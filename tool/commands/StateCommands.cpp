@@ -7,6 +7,7 @@
 #include "tool/words/Command.h"
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 

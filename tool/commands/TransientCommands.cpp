@@ -1,6 +1,7 @@
 // What becomes of packets while a command runs.
 #include "tool/Session.h"
 #include "tool/packet/Transients.h"
+#include "tool/view/Table.h"
 #include "tool/words/Command.h"
 
 #include <nlohmann/json.hpp>

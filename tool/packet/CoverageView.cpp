@@ -2,6 +2,8 @@
 
 #include "tool/packet/EntryFindings.h"
 
+#include <nlohmann/json.hpp>
+
 namespace Strata::Tool {
 
 using Cover::Coverage;

@@ -3,7 +3,7 @@
 
 #include "cover/Cover.h"
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <vector>
 

@@ -5,7 +5,7 @@
 #include "tool/view/Table.h"
 
 #include <cstddef>
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <vector>
 

@@ -1,9 +1,11 @@
 #include "tool/view/Console.h"
 
 #include "tool/RunListener.h"
+#include "tool/view/Table.h"
 
 #include <algorithm>
 #include <iterator>
+#include <nlohmann/json.hpp>
 #include <ranges>
 #include <sstream>
 

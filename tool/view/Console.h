@@ -6,14 +6,13 @@
 #include "platform/runtime/Types.h"
 #include "sim/switch/Transcript.h"
 #include "tool/view/Folding.h"
-#include "tool/view/Table.h"
 #include "tool/words/Filter.h"
 #include "tool/words/Words.h"
 
 #include <fstream>
 #include <functional>
 #include <iosfwd>
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -37,6 +36,7 @@ struct ConsoleConfig
 
 class Console;
 class RunListener;
+class Table;
 
 /// Collects what a command shows, and shows it at the end of its lifetime.
 class Showing

@@ -5,7 +5,7 @@
 #include "sim/chip/FieldGroup.h"
 #include "tool/view/Table.h"
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
 #include <string_view>

@@ -2,6 +2,7 @@
 #include "tool/Interrupt.h"
 #include "tool/view/Console.h"
 #include "tool/view/Screen.h"
+#include "tool/view/Table.h"
 
 #include <cerrno>
 #include <cstring>
