@@ -20,7 +20,7 @@ help:
 	@echo 'make instructions   count the instructions of paths and jobs, and fail above the bounds in bench/instructions.txt'
 	@echo 'make mutants FILES=routing/entries/UrpfEntries.cpp   break the library token by token and name the test that notices'
 	@echo '                      N=20  SEED=1  SKIP=10  LINES=20-40  FUNCTION=<pattern>  KIND=<pattern>  SCENARIOS=1  LIST=1'
-	@echo 'make soak           the random steps, and the deaths of agents, in full number'
+	@echo 'make soak           the random steps and frames, and the deaths of agents, in full number'
 	@echo 'make faults         let every hardware call of every scenario fail in every way     SCENARIOS="urpf mpls ..."'
 	@echo 'make fuzz           change scenarios, frames, captures and generic access at random    SECONDS=$(SECONDS)  TARGETS="Frame ..."'
 	@echo 'make coverage       say how much of each room the tests run      COVERAGE_FLAGS="--list"'
@@ -69,7 +69,7 @@ mutants:
 soak:
 	@sh ci/setup.sh test
 	@sh ci/build.sh debug strata-l3-tests
-	@STRATA_RANDOM_STEPS=10000 STRATA_DEATHS=1 sh ci/test.sh debug -R 'PathIndependence|WhateverTheStepsBefore|NeverDied'
+	@STRATA_RANDOM_STEPS=10000 STRATA_DEATHS=1 STRATA_FRAMES=5000 sh ci/test.sh debug -R 'PathIndependence|WhateverTheStepsBefore|NeverDied|PresentIsNotExcluded'
 
 faults:
 	@sh ci/setup.sh test

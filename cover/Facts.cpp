@@ -5,7 +5,9 @@
 #include "sim/chip/MyStationTable.h"
 #include "sim/chip/RegisterLayout.h"
 
+#include <algorithm>
 #include <map>
+#include <set>
 #include <tuple>
 #include <vector>
 
@@ -41,17 +43,20 @@ bool field( const Chip& chip, Register reg, RegisterField which )
    return registerField( chip.registerValue( reg ), which ) != 0;
 }
 
-/// Whether the chip checks the reverse path of a family, if the VLAN's row asks for it.
+/// Whether the chip checks the reverse path of a family, if port and VLAN ask for it.
 bool checksReversePath( const Chip& chip, RegisterField ofFamily )
 {
-   const ChipProfile& profile = chip.profile();
-   return ( !profile.supports( Register::IngConfig64 ) ||
-             field( chip, Register::IngConfig64, ofFamily ) ) &&
-          ( !profile.supports( SwitchControl::L3InterfaceUrpfEnable ) ||
-             chip.control( SwitchControl::L3InterfaceUrpfEnable ) != 0 );
+   return !chip.profile().supports( Register::IngConfig64 ) ||
+          field( chip, Register::IngConfig64, ofFamily );
 }
 
 } // namespace
+
+bool StationPlace::isMetFrom( const ArrivalPlace& arrival ) const
+{
+   const U32 from = arrival.stack ? FieldKey::stackPort : arrival.sdkPort;
+   return portMask == 0 || ( from <= 0x7F && ( ( from ^ port ) & portMask ) == 0 );
+}
 
 Facts::Facts( const SimSwitch& ofHardware, const ForwardingTables& ofTables, U32 ofUnit,
    PortNames usedNames, const std::optional<PacketPlace>& place )
@@ -108,7 +113,7 @@ void Facts::addVlans( const std::optional<PacketPlace>& entrance )
       const VlanProperties& row = tables.vlan( id );
       std::vector<bool> atStations;
       for( const StationPlace& station : stations )
-         atStations.push_back( ( ( id ^ station.vlan ) & station.vlanMask ) == 0 );
+         atStations.push_back( station.isMetIn( id ) );
       const std::string rowKey = format( "%d %d %d %d %d %d", row.svi, row.dropRouted,
          row.vni.has_value(), row.l3Class, static_cast<U32>( row.urpf ), row.mtu );
       if( !kinds.emplace( vlan.flags, vlan.members.toString(), rowKey, atStations ).second )
@@ -131,10 +136,18 @@ void Facts::addVlans( const std::optional<PacketPlace>& entrance )
    }
    while( unused > 1 && ( chip.vlans().contains( unused ) || tables.vlans.contains( unused ) ) )
       --unused;
-   if( entrance && !chip.vlans().contains( entrance->vlan ) ) {
+   const bool isNowhere = entrance && !chip.vlans().contains( entrance->vlan );
+   if( isNowhere )
       unused = entrance->vlan;
+   // A tunnel may end in a VLAN that is only named by a station.
+   for( const StationPlace& station : stations )
+      if( const U16 id = static_cast<U16>( station.vlan & station.vlanMask );
+          id >= 1 && id <= 4094 && std::ranges::none_of( vlans, [ & ]( const VlanPlace& place ) {
+             return station.isMetIn( place.id );
+          } ) )
+         vlans.push_back( { .id = id, .exists = false, .row = tables.vlan( id ) } );
+   if( isNowhere )
       placeVlan = vlans.size();
-   }
    vlans.push_back( { .id = unused, .exists = false, .row = tables.vlan( unused ) } );
 }
 
@@ -155,6 +168,8 @@ void Facts::addArrivals()
       place.ipv6 = !place.frontPanel || ofPort( PortControl::IP6 );
       place.usesRoutes = chip.control( sdkPort, SwitchControl::L3EgressMode ) != 0;
       place.looksUpSource = chip.control( sdkPort, SwitchControl::L2TrafficSrcIpLookup ) != 0;
+      place.checksReversePath = !chip.profile().supports( SwitchControl::L3InterfaceUrpfEnable ) ||
+                                chip.control( sdkPort, SwitchControl::L3InterfaceUrpfEnable ) != 0;
       for( const VlanPlace& vlan : vlans )
          place.inVlan.push_back(
             vlan.exists && ( !place.frontPanel ||

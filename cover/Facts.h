@@ -24,9 +24,10 @@ struct ArrivalPlace
    bool up = true;
    bool ipv4 = false; // routing is on
    bool ipv6 = false;
-   bool usesRoutes = false;    // L3EgressMode
-   bool looksUpSource = false; // L2TrafficSrcIpLookup
-   std::vector<bool> inVlan{}; // by index in Facts::vlans
+   bool usesRoutes = false;        // L3EgressMode
+   bool looksUpSource = false;     // L2TrafficSrcIpLookup
+   bool checksReversePath = false; // L3InterfaceUrpfEnable, or the chip has no such control
+   std::vector<bool> inVlan{};     // by index in Facts::vlans
 };
 
 struct VlanPlace
@@ -53,6 +54,10 @@ struct StationPlace
    bool ipv6 = false;
    bool mpls = false;
    bool arp = false;
+
+   /// Whether packets that arrive there may meet it.
+   bool isMetFrom( const ArrivalPlace& arrival ) const;
+   bool isMetIn( U16 vlanId ) const { return ( ( vlanId ^ vlan ) & vlanMask ) == 0; }
 };
 
 /// How the words of packets name ports.
@@ -83,14 +88,14 @@ struct Facts
    const Sim::Chip& chip;
 
    std::vector<ArrivalPlace> arrivals;
-   std::vector<VlanPlace> vlans; // one of each kind; the last may not exist
+   std::vector<VlanPlace> vlans; // one of each kind; the last ones may not exist
    // Of the place.
    std::optional<std::size_t> placeArrival;
    std::size_t placeVlan = 0;
    std::vector<StationPlace> stations;
    std::vector<Sim::PortRef> destinations; // all ports of all units
    bool routesOutOfTunnels;                // in the pass that ends them
-   bool checksReversePath4;
+   bool checksReversePath4;                // where the port does
    bool checksReversePath6;
    bool trapsTtl; // packets whose TTL has expired are dropped before the entries are looked up
 

@@ -71,6 +71,7 @@ Formula::Formula( const Facts& facts, const FieldGroup& range )
      tagged_( flag( "tagged" ) ),
      tooLong_( flag( "tooLong" ) ),
      fragment_( flag( "fragment" ) ),
+     otherArp_( flag( "otherArp" ) ),
      fate_( number( "fate", 8 ) ),
      port_( number( "port", 16 ) ),
      group_( number( "group", wide ) ),
@@ -146,14 +147,17 @@ bool Formula::arrivalMatches( const ArrivalPlace& arrival, const FieldQualifier&
 void Formula::chooseArrivals()
 {
    std::vector<const FieldQualifier*> portSets;
+   const auto addPortSets = [ & ]( const FieldGroup& group ) {
+      for( const auto& [ id, entry ] : group.entries() )
+         if( entry.installed() )
+            for( const FieldQualifier& qualifier : entry.hardware->qualifiers )
+               if( !comparesValue( qualifier.role ) && qualifier.role != Qualifier::OutPortsClass )
+                  portSets.push_back( &qualifier );
+   };
+   addPortSets( range_ );
    for( const FieldGroup& group : facts_.chip.groups() )
-      if( &group == &range_ || group.profile().stage == FieldStage::lookup )
-         for( const auto& [ id, entry ] : group.entries() )
-            if( entry.installed() )
-               for( const FieldQualifier& qualifier : entry.hardware->qualifiers )
-                  if( !comparesValue( qualifier.role ) &&
-                      qualifier.role != Qualifier::OutPortsClass )
-                     portSets.push_back( &qualifier );
+      if( &group != &range_ && group.profile().stage == FieldStage::lookup )
+         addPortSets( group );
    std::map<std::vector<bool>, std::size_t> kinds;
    std::vector<std::size_t> indices( facts_.arrivals.size() );
    std::iota( indices.begin(), indices.end(), 0 );
@@ -162,10 +166,11 @@ void Formula::chooseArrivals()
    for( const std::size_t index : indices ) {
       const ArrivalPlace& arrival = facts_.arrivals[ index ];
       std::vector<bool> kind{ arrival.stack, arrival.cpu, arrival.frontPanel, arrival.up,
-         arrival.ipv4, arrival.ipv6, arrival.usesRoutes, arrival.looksUpSource };
+         arrival.ipv4, arrival.ipv6, arrival.usesRoutes, arrival.looksUpSource,
+         arrival.checksReversePath };
       kind.insert( kind.end(), arrival.inVlan.begin(), arrival.inVlan.end() );
       for( const StationPlace& station : facts_.stations )
-         kind.push_back( ( ( arrival.sdkPort ^ station.port ) & station.portMask ) == 0 );
+         kind.push_back( station.isMetFrom( arrival ) );
       for( const FieldQualifier* const qualifier : portSets )
          kind.push_back( arrivalMatches( arrival, *qualifier ) );
       if( kinds.emplace( std::move( kind ), index ).second )
@@ -213,6 +218,10 @@ void Formula::headerLaws()
                        isOneOf( protocol_, { 6, int{ ipProtocolUdp }, 58 } ) ) );
    law( Law::headers, z3::ule( priority_, value( 7, 8 ) ) );
    law( Law::words, !fragment_ ); // which has no ports
+   law( Law::words, !otherArp_ ); // neither request nor reply
+   law( Law::headers,
+      z3::implies( otherArp_, is( lookedUp_, Payload::other ) &&
+                                 ( tunnel_ || etherType_ == value( etherTypeArp, 16 ) ) ) );
 }
 
 /// The first of the chip's my-station entries that the packet meets.
@@ -221,23 +230,15 @@ Formula::Hit Formula::lookUp( const z3::expr& mac, const z3::expr& vlan, const z
    Hit hit{ truth( false ), truth( false ), truth( false ), truth( false ), truth( false ) };
    z3::expr none = truth( true );
    for( const StationPlace& station : facts_.stations ) {
-      const auto arrivesThere = [ & ]( const ArrivalPlace& arrival ) {
-         const U32 port = arrival.stack ? FieldKey::stackPort : arrival.sdkPort;
-         return station.portMask == 0 ||
-                ( port <= 0x7F && ( ( port ^ station.port ) & station.portMask ) == 0 );
-      };
       z3::expr meets = ( mac & value( station.mask, macBits ) ) == value( station.mac, macBits );
       if( station.vlanMask != 0 )
          meets = meets && inVlan( vlan, [ & ]( const VlanPlace& place ) {
-            return ( ( place.id ^ station.vlan ) & station.vlanMask ) == 0;
+            return station.isMetIn( place.id );
          } );
-      if( station.portMask != 0 ) {
-         z3::expr any = truth( false );
-         for( std::size_t index = 0; index < facts_.arrivals.size(); ++index )
-            if( arrivesThere( facts_.arrivals[ index ] ) )
-               any = any || is( arrival_, index );
-         meets = meets && any;
-      }
+      if( station.portMask != 0 )
+         meets = meets && arrives( [ & ]( const ArrivalPlace& arrival ) {
+            return station.isMetFrom( arrival );
+         } );
       if( !station.outsideTunnels )
          meets = meets && inTunnel;
       const z3::expr first = meets && none;
@@ -305,10 +306,11 @@ void Formula::tunnelLaws()
    law( Law::headers,
       ends( z3::implies( is( payload_, Payload::ipv4 ),
          byte != value( 0, 8 ) && byte != value( 127, 8 ) && z3::ult( byte, value( 224, 8 ) ) ) ) );
-   law( Law::rows, ends( domain_ != vlan_ ) );
    law( Law::headers, z3::implies( tagged_, tunnel_ ) );
-   law( Law::rows, z3::implies( !tunnel_, domain_ == vlan_ && domainSvi_ == svi_ &&
-                                             domainDropRouted_ == dropRouted_ ) );
+   law( Law::rows, tunnel_ || domain_ == vlan_ );
+   law( Law::rows,
+      z3::implies( domain_ == vlan_, domainSvi_ == svi_ && domainDropRouted_ == dropRouted_ ) );
+   law( Law::rows, ends( z3::implies( domain_ == vlan_, vxlan_ ) ) );
 }
 
 void Formula::labelLaws()
@@ -354,7 +356,7 @@ void Formula::destinationLaws()
    };
    const z3::expr label = is( lookedUp_, Payload::mpls ) && hit_.mpls;
    const z3::expr arp =
-      isOneOf( lookedUp_, { Payload::arpRequest, Payload::arpReply } ) && hit_.arp;
+      ( isOneOf( lookedUp_, { Payload::arpRequest, Payload::arpReply } ) || otherArp_ ) && hit_.arp;
    const z3::expr settled = ( label && !popped_ && !switched_ ) || arp || ( popped_ && !routable_ );
    solver_.add( z3::ule( fate_, value( static_cast<U64>( Fate::ended ), 8 ) ) );
    when( switched_, isHop_ && !routable_ );
@@ -402,7 +404,6 @@ void Formula::multicastLaws()
 void Formula::rowLaws()
 {
    law( Law::rows, z3::implies( dropRouted_, svi_ ) );
-   law( Law::rows, z3::implies( tooLong_, domainSvi_ ) );
    law( Law::rows, z3::implies( blocked_,
                       arrives( []( const ArrivalPlace& place ) { return place.frontPanel; } ) ) );
    law( Law::rows, z3::implies( domainDropRouted_, domainSvi_ ) );
@@ -424,6 +425,8 @@ void Formula::stageLaws()
       law( Law::reversePath, routable_ && !mustLose_ && domainSvi_ );
       law( Law::reversePath,
          z3::ite( ipv6_, truth( facts_.checksReversePath6 ), truth( facts_.checksReversePath4 ) ) );
+      law( Law::reversePath,
+         arrives( []( const ArrivalPlace& place ) { return place.checksReversePath; } ) );
    }
 }
 

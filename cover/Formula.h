@@ -135,7 +135,7 @@ class Formula
    z3::expr arrival_, vlan_, domain_;
    z3::expr payload_, inner_;
    z3::expr tunnel_, popped_, popsV6_, switched_, steered_, replicated_;
-   z3::expr blocked_, tagged_, tooLong_, fragment_;
+   z3::expr blocked_, tagged_, tooLong_, fragment_, otherArp_;
    z3::expr fate_, port_, group_;
    z3::expr dstMac_, innerMac_, etherType_, dstIp_, protocol_, l4Port_, ttl_, innerTtl_, priority_;
    z3::expr svi_, dropRouted_, vxlan_, domainSvi_, domainDropRouted_, l3Class_, openFlow_,

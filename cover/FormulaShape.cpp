@@ -104,6 +104,7 @@ std::vector<Wish> Formula::wishes()
       if( !tunnel.local.isV6() )
          ends = ends || dstIp_ == value( tunnel.local.v4Number(), 32 );
    wish( z3::implies( tunnel_, ends ) );
+   wish( z3::implies( tunnel_, domain_ != vlan_ ) );
    wish( z3::implies( tunnel_,
       inVlan( domain_, []( const VlanPlace& place ) { return place.row.vni.has_value(); } ) ) );
    // The properties that the VLANs have already.

@@ -136,8 +136,8 @@ void Recipe::makeVlan(
 
 void Recipe::makeVlans()
 {
-   makeVlan( vlan(), shape_.svi, shape_.dropRouted, shape_.vxlan, !shape_.tunnel );
-   if( shape_.tunnel )
+   makeVlan( vlan(), shape_.svi, shape_.dropRouted, shape_.vxlan, shape_.domain == shape_.vlan );
+   if( shape_.domain != shape_.vlan )
       makeVlan( domain(), shape_.domainSvi, shape_.domainDropRouted, true, true );
 }
 
@@ -216,9 +216,20 @@ void Recipe::makeStation()
    }
 }
 
+/// Whether a packet that is too long can be routed into it, because it has the interface that an MTU is of.
+bool Recipe::takesMtu( const VlanPlace& place ) const
+{
+   const bool hasSvi = &place == &domain() ? shape_.domainSvi
+                       : &place == &vlan() ? shape_.svi
+                                           : true;
+   return !shape_.tooLong || hasSvi;
+}
+
 U16 Recipe::vlanWith( bool vxlan )
 {
    const auto fits = [ & ]( const VlanPlace& place ) {
+      if( !takesMtu( place ) )
+         return false;
       if( &place == &domain() && shape_.tunnel )
          return vxlan;
       if( &place == &vlan() )
@@ -242,7 +253,7 @@ std::string Recipe::nextHop()
    const auto behind = [ & ]( const std::string& place, U16 vlanId ) {
       return format( " via %s mac %s vlan %d", place, hopMac, vlanId );
    };
-   const U16 near = domain().exists || shape_.tunnel ? domain().id : vlan().id;
+   const auto near = [ & ] { return takesMtu( domain() ) ? domain().id : vlanWith( false ); };
    switch( shape_.fate ) {
    case Fate::hopCpu:
       return " via cpu";
@@ -251,7 +262,7 @@ std::string Recipe::nextHop()
    case Fate::hopVxlanFlood:
       return behind( "flood", vlanWith( true ) );
    case Fate::hopTunnel:
-      return behind( "tunnel " + tunnelName(), near );
+      return behind( "tunnel " + tunnelName(), near() );
    default:
       break;
    }
@@ -259,7 +270,7 @@ std::string Recipe::nextHop()
    return behind( facts_.isCpu( port ) // which 'via cpu' would make a next hop at the CPU
                      ? format( "port %d unit %d", port.port, port.unit )
                      : facts_.portWords( port ),
-      near );
+      near() );
 }
 
 void Recipe::makeRoutes()

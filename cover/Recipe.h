@@ -44,6 +44,7 @@ class Recipe
    std::string somePort() const;
    /// The name of a tunnel. Adds a row that makes one if the tables have no tunnel.
    std::string tunnelName();
+   bool takesMtu( const VlanPlace& place ) const;
    /// The number of a VLAN with, or without, VXLAN, for next hops.
    U16 vlanWith( bool vxlan );
    U32 vniOf( U16 vlanId );

@@ -211,9 +211,11 @@ Act makeVlan( const Session& session, Words& words )
 void resetVlanProperty( Sim::VlanProperties& vlan, std::string_view property )
 {
    const Sim::VlanProperties plain;
-   if( property == "svi" ) {
-      vlan.svi = vlan.dropRouted = false;
-      vlan.routerMac = plain.routerMac;
+   if( property == "svi" ) { // its settings go with it
+      Sim::VlanProperties without;
+      std::swap( without.vni, vlan.vni );
+      std::swap( without.tunnels, vlan.tunnels );
+      vlan = without;
    } else if( property == "drop-routed" ) {
       vlan.dropRouted = false;
    } else if( property == "vxlan" ) {
