@@ -193,6 +193,8 @@ class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
    void installTcamEntryForL3Vxlan( MacType macType );
    /// Tunnelled packets for stations are not trapped. Records tcamEntryL2Vxlan.
    void programL2VxlanTcam( MacType macType );
+   // Unlike the operations above, the two of ARP make their entries also while the MAC is zero, to match that address.
+
    /// ARP replies to the MAC go to the CPU, on units that do not send them there themselves. Actions are added
    /// only while no id is recorded. Records tcamEntryArpReply.
    void handleTcamEntryArpReplyToCpu( MacType macType );
@@ -354,6 +356,7 @@ class VORMEL_EXPORT RoutingStatusHelper : public Vormel::Entity
    VORMEL_HIDDEN void noteMacIs( MacType macType, const EthAddr& mac );
    VORMEL_HIDDEN void noteWritten(
       MacType macType, EthAddr WrittenMacs::*entry, const EthAddr& mac );
+   VORMEL_HIDDEN void noteCommonMac( MacType macType );
 
    struct InPorts
    {

@@ -156,6 +156,7 @@ class VORMEL_EXPORT Entity : public Counted, public Publisher
       const Key kept = key; // the caller's key and value may be references into the member
       const T stored = value;
       memberDel( number, map, kept );
+      memberDel( number, map, kept ); // a subscriber may have put it back
       memberIs( number, map, kept, stored );
    }
 };

@@ -54,7 +54,7 @@ void RoutingStatusHelper::initTtlCheck()
    }
    for( const auto& i : shared().units() )
       if( i.key() <= highestTtlCheckUnit )
-         initializeTtlCheckTcam( ttlCheckTcamManager(), static_cast<U8>( i.key() ) );
+         initializeTtlCheckTcam( manager, static_cast<U8>( i.key() ) );
 }
 
 void RoutingStatusHelper::initializeNextHopToCpuTcam()

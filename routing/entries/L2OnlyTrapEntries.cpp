@@ -74,6 +74,7 @@ void RoutingStatusHelper::installNoted( MacType macType )
       noteMacIs( macType, EthAddr() );
       throw;
    }
+   noteCommonMac( macType ); // a subscriber may have changed the MAC between two entries
 }
 
 // Called before the trap entries are made, so that the trap never matches tunnel traffic.
@@ -105,8 +106,13 @@ void RoutingStatusHelper::noteWritten(
 {
    WrittenMacs& written = trap_.written[ macType ];
    written.*entry = mac;
-   if( written.handled )
-      return;
+   if( !written.handled )
+      noteCommonMac( macType );
+}
+
+void RoutingStatusHelper::noteCommonMac( MacType macType )
+{
+   const WrittenMacs& written = trap_.written[ macType ];
    const EthAddr& common = written.trap;
    const bool arpAgrees = written.arpReply == common &&
                           ( macType != MacType::bridgeMac || written.arpRequest == common );

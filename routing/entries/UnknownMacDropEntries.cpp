@@ -73,10 +73,10 @@ U32 RoutingStatusHelper::createTcamEntryVlanFloodTc( U16 tc )
          i.key(), entryId, BCM_FIELD_PKT_RES_L2UNKNOWN, BCM_FIELD_EXACT_MATCH_MASK ) );
       pair[ 1 ] = entryId;
 
-      const int action = bcmFieldActionDrop;
       for( const U32 entry : pair ) {
          VORMEL_TRACE( routingTrace, 2, "processing entry 0x" << std::hex << entry );
          CHECKED( bcm_field_qualify_IntPriority( i.key(), entry, tc, BCM_FIELD_EXACT_MATCH_MASK ) );
+         const int action = bcmFieldActionDrop;
          CHECKED( bcm_field_action_add( i.key(), entry, action, 0, 0 ) );
          installEntry( *tcamManager(), i.key(), entry );
       }

@@ -7,9 +7,47 @@
 #include "routing/reactors/NestedReactors.h"
 
 #include <algorithm>
+#include <set>
 #include <utility>
 
 namespace Strata {
+
+namespace {
+
+/// Notes which rows of ports and LAG members change while the reactor is constructed, before it has subscribed.
+class RowChanges final : public Vormel::Subscriber
+{
+ public:
+   using Rows = std::set<std::pair<Vormel::AttributeNumber, IntfId>>;
+
+   RowChanges( const Ref<const StrataCommonSmData>& scsd, Rows& rows )
+      : scsd_( scsd ),
+        rows_( rows )
+   {
+      if( scsd_ )
+         scsd_->subscriberAdd( *this );
+   }
+   ~RowChanges()
+   {
+      if( scsd_ )
+         scsd_->subscriberDel( *this );
+   }
+   RowChanges( const RowChanges& ) = delete;
+   RowChanges& operator=( const RowChanges& ) = delete;
+
+   void onChange( const Vormel::Change& change ) noexcept override
+   {
+      if( change.number == StrataCommonSmData::lagOfMemberNumber ||
+          change.number == StrataCommonSmData::strataIntfToPortNumber )
+         rows_.emplace( change.number, change.key.as<IntfId>() );
+   }
+
+ private:
+   const Ref<const StrataCommonSmData> scsd_;
+   Rows& rows_;
+};
+
+} // namespace
 
 Ref<RoutingStatusSm> RoutingStatusSmIs( const Ref<const StrataCommonSmData>& scsd,
    const Ref<const Features>& features, const Ref<const StrataMiscConfig>& miscConfig,
@@ -24,9 +62,18 @@ Ref<RoutingStatusSm> RoutingStatusSmIs( const Ref<const StrataCommonSmData>& scs
    const std::vector<U32> pairsBefore =
       routingStatusHelper ? Vormel::keysOf( routingStatusHelper->tcamEntryVlanFloodDrop() )
                           : std::vector<U32>();
-   sm->start();
+   RowChanges::Rows rows;
+   {
+      const RowChanges changes( scsd, rows );
+      sm->start();
+   }
    sm->hasNotificationActiveIs( true );
    sm->catchUp( pairsBefore );
+   for( const auto& [ number, intf ] : rows )
+      if( number == StrataCommonSmData::lagOfMemberNumber )
+         sm->doAddOrRemoveLagPortFlood( intf );
+      else
+         sm->handleStrataIntfToPort( intf );
    return sm;
 }
 
@@ -65,8 +112,8 @@ void RoutingStatusSm::start()
    handleInitialized();
 }
 
-// Handles the interfaces and traffic classes that were added or removed before the reactor had subscribed: a subscriber
-// of a change that is published during its construction may do so.
+// Handles the interfaces and traffic classes that were added or removed, and a dual hash that was switched, before the
+// reactor had subscribed: a subscriber of a change that is published during its construction may do so.
 void RoutingStatusSm::catchUp( const std::vector<U32>& pairsBefore )
 {
    if( ethIntfStatusDir_ ) {
@@ -80,6 +127,9 @@ void RoutingStatusSm::catchUp( const std::vector<U32>& pairsBefore )
             intfStatusIs( status );
       }
    }
+   if( miscConfig_ && ( miscConfig_->l2DualHash() != inForce().l2DualHash ||
+                         miscConfig_->l3DualHash() != inForce().l3DualHash ) )
+      handleDualHash();
    const Ref<RoutingStatusHelper> helper = routingStatusHelper_;
    if( !helper || !helper->tcamManager() )
       return;

@@ -4,7 +4,9 @@
 
 #include "platform/runtime/Syslog.h"
 
+#include <gmock/gmock.h>
 #include <memory>
+#include <tuple>
 
 namespace Strata {
 namespace {
@@ -217,6 +219,70 @@ TEST_F( ReentrancyTest, ASubscriberMayChangeInputsDuringTheConstructionOfTheReac
    EXPECT_EQ( helper().tcamEntryVlanFloodDrop( 3 ), 0u );
    EXPECT_NE( helper().tcamEntryVlanFloodDrop( 4 ), 0u );
    EXPECT_NE( helper().tcamEntryVlanFloodDrop( 5 ), 0u );
+}
+
+TEST_F( ReentrancyTest, ASubscriberMayChangeRowsDuringTheConstructionOfTheReactor )
+{
+   const IntfId three( "Ethernet3" );
+   hw().miscConfig()->l2DualHashIs( true );
+   hw().lagIs( lag, { two } );
+   status( lag )->forwardingModelIs( ForwardingModel::routed );
+   hw().addInterface( three, 0, 3, ForwardingModel::bridged );
+   const Meddler veto( hw().hwStatus(), HwStatus::l2DualHashNumber,
+      [ & ] { hw().miscConfig()->l2DualHashIs( false ); } );
+   const Meddler move(
+      agent->helper(), RoutingStatusHelper::reprogramVlanFloodRequiredNumber, [ & ] {
+         if( helper().reprogramVlanFloodRequired() != 3 )
+            return; // each interface has been handled now
+         hw().lagIs( lag, { one } );
+         hw().scsd()->strataIntfToPortDel( three );
+      } );
+   agent->bringUp();
+   EXPECT_FALSE( hw().hwStatus()->l2DualHash() );
+   EXPECT_EQ( hw().chip( 0 ).control( SwitchControl::HashL2Dual ), 0 );
+   EXPECT_TRUE( helper().routedPortsAndRoutedLagMember( one ) );
+   EXPECT_FALSE( helper().routedPortsAndRoutedLagMember( two ) );
+   EXPECT_FALSE( helper().vlanFloodPbmp().contains( 1 ) );
+   EXPECT_TRUE( helper().vlanFloodPbmp().contains( 2 ) );
+   EXPECT_FALSE( helper().vlanFloodPbmp().contains( 3 ) );
+   EXPECT_EQ( floodPorts(), helper().vlanFloodPbmp().toString() );
+}
+
+TEST_F( ReentrancyTest, AMacThatChangesBetweenItsEntriesIsInAllOfThemAfterTheNextCall )
+{
+   using Helper = RoutingStatusHelper;
+   const EthAddr after( 2, 0, 0, 0, 0, 0xB );
+   helper().init( true, true );
+   for( const auto& [ macType, set, handle ] :
+      { std::tuple( MacType::bridgeMac, &Helper::routerMacAddrIs, &Helper::handleTcamEntryL2ToCpu ),
+         std::tuple( MacType::fennicMac, &Helper::virtualRouterMacAddrIs,
+            &Helper::handleTcamEntryL2FennicToCpu ) } ) {
+      ( helper().*set )( EthAddr( 2, 0, 0, 0, 0, 0xA ) );
+      {
+         const Meddler meddler( agent->helper(), Helper::tcamEntryL3VxlanNumber,
+            [ & ] { ( helper().*set )( after ); } );
+         ( helper().*handle )();
+      }
+      ( helper().*handle )();
+      const U32 id = helper().tcamEntryL3Vxlan( macType );
+      EXPECT_THAT( hw().chip( 0 ).groupOf( id )->find( id )->hardware->text(),
+         testing::HasSubstr( "DstMac " + after.toString() ) );
+   }
+}
+
+TEST_F( ReentrancyTest, AClassMayComeBackWhileItIsReplaced )
+{
+   StrataMiscConfig& config = *hw().miscConfig();
+   agent->bringUp();
+   config.unknownMacDropTrafficClassIs( 3, true );
+   bool back = false;
+   const Meddler meddler(
+      hw().miscConfig(), StrataMiscConfig::unknownMacDropTrafficClassNumber, [ & ] {
+         if( !std::exchange( back, true ) )
+            config.unknownMacDropTrafficClassIs( 3, true );
+      } );
+   config.unknownMacDropTrafficClassIs( 3, false );
+   EXPECT_NE( helper().tcamEntryVlanFloodDrop( 3 ), 0u );
 }
 
 TEST_F( ReentrancyTest, ASubscriberMayCallTheOppositeOfAnOperation )
