@@ -144,12 +144,17 @@ std::vector<std::string> Agent::restart( Restart kind )
    deliver( inputs.early );
    if( !reacts )
       deliver( inputs.late );
-   for( const Request& request : requests )
+   // What was delivered is not the cause of the calls that are repeated.
+   const std::string cause = kind == Restart::cold ? "restart cold" : "restart warm";
+   for( const Request& request : requests ) {
+      hardware_.causeIs( cause );
       if( request.operation.empty() ) {
          startReactors( request.without );
          deliver( inputs.late );
       } else if( isPossible( request ) )
          callWith( request.operation, request.arguments );
+   }
+   hardware_.causeIs( cause );
    return hardware_.sweep();
 }
 

@@ -262,6 +262,26 @@ TEST( Restart, IsRefusedInARecordingAndListsWhatItRemoves )
       testing::HasSubstr( "removed" ) );
 }
 
+TEST( Restart, AnInputIsTheCauseOnlyOfWhatFollowsFromIt )
+{
+   const std::string out = runText( "switch hsdk ports 4\ninterface Ethernet1-4 unit 0 port 1\n"
+                                    "bring-up\nrouter 02:00:a1:00:00:01\nvlan 1 svi\n"
+                                    "set miscConfig.unknownMacDropTrafficClass[3] true\n"
+                                    "route 10.1.0.1/32 via cpu\nrestart warm\n"
+                                    "explain in Ethernet1 dmac router ipv4 dst 10.1.0.1\n"
+                                    "explain in Ethernet1 vlan 1 priority 3 dmac "
+                                    "02:00:00:00:00:77 ipv4\n",
+      { "--quiet" } )
+                              .out;
+   EXPECT_THAT( out, testing::HasSubstr( "written by 'restart warm'\n" ) );
+   EXPECT_THAT( out, testing::Not( testing::HasSubstr( "inserted Ethernet4" ) ) );
+   EXPECT_THAT(
+      out, testing::ContainsRegex( "installed by 'restart warm' \\(record [0-9]+\\)\n" ) );
+   EXPECT_THAT(
+      out, testing::ContainsRegex( "installed by 'restart warm' \\(record [0-9]+\\), after\n"
+                                   " +miscConfig.unknownMacDropTrafficClass\\[3\\]" ) );
+}
+
 std::vector<std::string> files()
 {
    std::vector<std::string> names;
