@@ -1,5 +1,6 @@
 #include "desk/ChromeTrace.h"
 
+#include <filesystem>
 #include <fstream>
 #include <map>
 #include <nlohmann/json.hpp>
@@ -172,6 +173,9 @@ class Events
 
 void checkChromeTrace( const std::string& file )
 {
+   std::error_code none;
+   if( std::filesystem::is_directory( file, none ) )
+      throw std::runtime_error( "'" + file + "' is a directory; give the trace another name" );
    std::string start( opening.size(), ' ' );
    if( std::ifstream present( file ); present.read( start.data(), 1 ) ) {
       present.read( start.data() + 1, static_cast<std::streamsize>( start.size() - 1 ) );

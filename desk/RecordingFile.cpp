@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdint>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -187,6 +189,15 @@ Json RecordedLine::json() const
    return Json::parse( text );
 }
 
+[[noreturn]] static void failToRead( const std::string& file )
+{
+   const std::string why = std::strerror( errno );
+   std::error_code none;
+   throw RecordingError( file, 0,
+      "cannot be read: " +
+         ( std::filesystem::is_directory( file, none ) ? "it is a directory" : why ) );
+}
+
 RecordingFile::RecordingFile( const std::string& file ) : name_( file )
 {
    std::ifstream in( file, std::ios::binary );
@@ -194,7 +205,7 @@ RecordingFile::RecordingFile( const std::string& file ) : name_( file )
    std::size_t line = 0;
    std::uintmax_t bytes = 0;
    if( !in )
-      throw RecordingError( file, 0, "cannot be read" );
+      failToRead( file );
    while( std::getline( in, text ) ) {
       ++line;
       bytes += text.size();
@@ -220,7 +231,7 @@ RecordingFile::RecordingFile( const std::string& file ) : name_( file )
          ends_.emplace( of, records_.size() - 1 );
    }
    if( in.bad() )
-      throw RecordingError( file, 0, "cannot be read" );
+      failToRead( file );
    if( records_.empty() )
       throw RecordingError( file, 0, "is empty: a recording begins with a header" );
    if( unknownCount_ > 0 )

@@ -107,10 +107,12 @@ std::string otherCall(
 
 SavedPlan SavedPlan::read( const std::string& file )
 {
-   std::error_code none;
    std::ifstream in( file, std::ios::binary );
-   if( !std::filesystem::is_regular_file( file, none ) || !in )
-      throw ValueError( "cannot read a saved plan '" + file + "'" );
+   const std::string why = std::strerror( errno );
+   std::error_code none;
+   if( !in || !std::filesystem::is_regular_file( file, none ) )
+      throw ValueError(
+         "cannot read the plan '" + file + "': " + ( in ? "it is not a regular file" : why ) );
    try {
       const ordered_json json = parsed( in );
       return { json.at( "commands" ), json.at( "calls" ), stateOf( json.at( "state" ) ) };

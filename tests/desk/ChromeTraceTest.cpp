@@ -1,6 +1,9 @@
 // Recordings as trace events: slices nest, arrows have both ends, counters count.
 #include "tests/tool/CommandLine.h"
 
+#include <filesystem>
+#include <fstream>
+#include <gmock/gmock.h>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <vector>
@@ -97,6 +100,20 @@ TEST( ChromeTraceTest, CallsNestInInputsAndArrowsHaveBothEnds )
    std::ofstream( other ) << "something else";
    EXPECT_EQ( runText( "switch hsdk\n", { "--chrome-trace", other.c_str() } ).status, 2 );
    EXPECT_EQ( contentsOf( other ), "something else" );
+   const Outcome directory =
+      runText( "switch hsdk\n", { "--chrome-trace", testing::TempDir().c_str() } );
+   EXPECT_THAT(
+      directory.err, testing::HasSubstr( "' is a directory; give the trace another name" ) );
+   EXPECT_FALSE( std::filesystem::exists( testing::TempDir() + ".recording" ) );
+
+   // What comes before a line that cannot be run.
+   std::filesystem::remove( file );
+   EXPECT_EQ(
+      runText( "switch hsdk\nbring-up\nnosuch\n", { "--chrome-trace", file.c_str() } ).status, 2 );
+   EXPECT_GT( TraceReader( file ).calls[ "bcm_switch_control_set" ], 5 );
+   EXPECT_FALSE( std::filesystem::exists( file + ".recording" ) );
+   EXPECT_THAT( runText( "note x\n", { "--chrome-trace", file.c_str() } ).err,
+      testing::HasSubstr( "the scenario has no 'switch' line" ) );
 
    // A recording's own times.
    EXPECT_EQ( runLine( { "replay", "scenarios/recordings/tutorial.recording", "--chrome-trace",

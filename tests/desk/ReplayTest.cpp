@@ -410,7 +410,7 @@ TEST_F( ReplayTest, FilesThatAreNoRecordingsAreRefusedWithTheirLine )
          "line 4: the member 'colour' of 'state' is unknown to this version, like 1 more: passed over\n" ) );
    const Outcome none = runLine( { "replay", "/nosuch.recording" } );
    EXPECT_EQ( none.status, 2 );
-   EXPECT_THAT( none.err, HasSubstr( "/nosuch.recording: cannot be read" ) );
+   EXPECT_THAT( none.err, HasSubstr( "/nosuch.recording: cannot be read: No such file" ) );
 }
 
 } // namespace

@@ -103,8 +103,8 @@ TEST_F( SavedPlanTest, ReplacesAndReadsNothingElse )
          did( "plan save " + other + " note x" ), HasSubstr( "give the plan another name" ) );
       EXPECT_EQ( contentsOf( other ), text );
    }
-   EXPECT_THAT( did( "apply " + other + ".not" ), HasSubstr( "cannot read a saved plan" ) );
-   EXPECT_THAT( did( "apply " + testing::TempDir() ), HasSubstr( "cannot read a saved plan" ) );
+   EXPECT_THAT( did( "apply " + other + ".not" ), HasSubstr( ".not': No such file" ) );
+   EXPECT_THAT( did( "apply " + testing::TempDir() ), HasSubstr( "': it is not a regular file" ) );
    EXPECT_THAT( did( "plan save /no/such/x.plan note x" ), HasSubstr( "No such file" ) );
    save( "note first" );
    save( "note second" );

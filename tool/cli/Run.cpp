@@ -5,6 +5,9 @@
 #include "tool/cli/Subcommand.h"
 
 #include <cstdio>
+#include <filesystem>
+#include <stdexcept>
+#include <system_error>
 
 namespace Strata::Tool {
 
@@ -49,14 +52,19 @@ class Run : public Subcommand
          if( !trace_.empty() ) {
             Desk::checkChromeTrace( trace_ );
             Desk::checkReplaceable( recording, "the recording" );
+            std::remove( recording.c_str() );
          }
          const ExitStatus status = runScenario( file_, console,
             { .profile = profile_,
                .keepsRecords = options_.keepsRecords(),
                .recordingFile = recording } );
-         if( !recording.empty() && status != ExitStatus::error ) {
+         std::error_code none;
+         if( std::filesystem::exists( recording, none ) ) { // also behind a line that cannot be run
             Desk::writeChromeTrace( Desk::RecordingFile( recording ), trace_ );
             std::remove( recording.c_str() );
+         } else if( !trace_.empty() && status != ExitStatus::error ) {
+            throw std::runtime_error(
+               "there is no agent to trace: the scenario has no 'switch' line" );
          }
          return status;
       } catch( const std::exception& error ) {

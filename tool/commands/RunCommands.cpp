@@ -256,7 +256,8 @@ Act startAgain( const Session& session, Words& words )
       words.choose( "a kind of start", kinds ) == "cold" ? Restart::cold : Restart::warm;
    if( session.agent().recorder().recording() )
       words.failAt( words.line().words.front(),
-         "a recording is one of a single agent; run the scenario without it" );
+         "a recording is one of a single agent; run the scenario with 'strata-l3 run', without "
+         "--chrome-trace" );
    return [ kind ]( Session& live ) { restart( live, kind ); };
 }
 
