@@ -48,10 +48,10 @@ static std::string callText( const Fault& fault )
 
 std::string Fault::text() const
 {
-   std::string text = callText( *this );
-   if( callNumber )
-      text += " call-number " + std::to_string( *callNumber );
-   else if( nth != 1 )
+   std::string text = callNumber     ? "call-number " + std::to_string( *callNumber )
+                      : call.empty() ? "any"
+                                     : call;
+   if( !callNumber && nth != 1 )
       text += " nth " + std::to_string( nth );
    if( unit )
       text += " unit " + std::to_string( *unit );

@@ -124,6 +124,7 @@ TEST_F( CaptureTest, ACommentSaysWhatBecameOfEachFrame )
    const Sim::Verdict toCpu = send( "in Ethernet2 dmac router ipv4 dst 10.3.0.1 length 61" );
    send( "in Ethernet3 smac 01:00:00:00:00:01 ipv4" );
    send( "in Ethernet7 vlan 10 dmac 00:00:00:00:00:01 ipv4" );
+   send( "in Ethernet1 dmac router arp request" );
    run( "no capture drops" );
    run( "no capture" );
 
@@ -145,11 +146,12 @@ TEST_F( CaptureTest, ACommentSaysWhatBecameOfEachFrame )
                  "installed by 'bring-up' (record " ) );
 
    const auto drops = BlockReader( file( "-drops.pcapng" ) ).frames;
-   ASSERT_EQ( drops.size(), 2u );
+   ASSERT_EQ( drops.size(), 3u );
    EXPECT_EQ( drops[ 0 ].interface, "Ethernet3" );
    EXPECT_THAT( drops[ 0 ].comment, StartsWith( "in Ethernet3: dropped: " ) );
    EXPECT_EQ( drops[ 1 ].interface, "Ethernet7" );
    EXPECT_THAT( drops[ 1 ].comment, HasSubstr( "VLAN 10" ) );
+   EXPECT_THAT( drops[ 2 ].comment, StartsWith( "in Ethernet1: dropped by main 1039 " ) );
    // Read back as any other capture.
    EXPECT_EQ( Tool::frameInFile( file( "-drops.pcapng" ), 2 ).bytes(), drops[ 1 ].bytes );
 }

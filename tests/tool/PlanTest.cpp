@@ -168,6 +168,9 @@ TEST_F( PlanOfNetwork, RoomIsWhatIsLeftAndWhatFeaturesNeed )
    run( "bring-up" );
    const std::string before = shown( "show room" );
    EXPECT_THAT( before, HasSubstr( "11 used, 3 left of 14" ) );
+   EXPECT_THROW( run( "unit 0 room main 10" ), InputError ) << "it holds 11";
+   run( "unit 0 room main 64\nunit 0 room main 11\nunit 0 room main 14" );
+   EXPECT_THROW( run( "fault call-number 1" ), InputError ) << "it has been made";
    EXPECT_THAT( before, testing::Not( HasSubstr( "bring-up" ) ) ) << "it is done";
    EXPECT_THAT( before, HasSubstr( "does not fit: main needs 5, has 3" ) );
    EXPECT_THAT( before, HasSubstr( "  main needs 2\n" ) );
@@ -232,7 +235,9 @@ TEST_F( PlanOfNetwork, ExplainsWhatACommandWouldChange )
    EXPECT_THAT( other, HasSubstr( "leaves  Ethernet4: " ) );
    EXPECT_THAT( other, HasSubstr( "\n          -> Ethernet5: " ) );
    EXPECT_THAT( other, testing::Not( HasSubstr( "my-station" ) ) ) << "which is the same";
-   EXPECT_THAT( shown( packet + "no router" ), HasSubstr( "my-station" ) );
+   const std::string bridged = shown( packet + "no router" );
+   EXPECT_THAT( bridged, HasSubstr( "my-station" ) );
+   EXPECT_LT( bridged.find( "\n  MAC " ), bridged.find( "\n  leaves " ) ) << "as in 'explain'";
    EXPECT_THAT( shown( packet + "note x" ), HasSubstr( "Nothing differs." ) );
    EXPECT_THAT( shown( packet + "note x --json" ), HasSubstr( "[]" ) );
    EXPECT_EQ( chip().group( "main" )->roomLeft(), used );

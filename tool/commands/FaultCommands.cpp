@@ -1,4 +1,5 @@
 // Faults: what becomes of hardware calls instead of their effect.
+#include "platform/runtime/Format.h"
 #include "sim/sdk/Faults.h"
 #include "tool/Session.h"
 #include "tool/words/Command.h"
@@ -7,6 +8,8 @@
 #include <array>
 
 namespace Strata::Tool {
+
+using Vormel::format;
 
 namespace {
 
@@ -69,7 +72,12 @@ Act inject( const Session& session, Words& words )
          fault.always = true;
    }
    words.blaming( [ & ] { Sim::Faults::check( fault ); } );
-   return [ fault ]( Session& live ) { live.agent().hardware().faults().inject( fault ); };
+   return [ fault, &words ]( Session& live ) {
+      Sim::SimSwitch& hardware = live.agent().hardware();
+      if( const U64 made = hardware.shim().calls(); fault.callNumber.value_or( made + 1 ) <= made )
+         words.fail( format( "the call has been made already; the next is number %d", made + 1 ) );
+      hardware.faults().inject( fault );
+   };
 }
 
 Act clear( const Session&, Words& words )

@@ -1,4 +1,5 @@
 // Describing the switch: its chips, units, ports, interfaces, LAGs and VLANs.
+#include "platform/runtime/Format.h"
 #include "platform/types/IntfId.h"
 #include "sim/chip/ChipProfile.h"
 #include "tool/Interrupt.h"
@@ -6,6 +7,7 @@
 #include "tool/words/Command.h"
 #include "tool/words/InterfaceRange.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 
@@ -14,6 +16,7 @@ namespace Strata::Tool {
 namespace {
 
 using Interface::ForwardingModel;
+using Vormel::format;
 using Vormel::IntfId;
 
 /// "2" for the first two, or "0,4,7".
@@ -89,12 +92,18 @@ Act unitProperty( const Session& session, Words& words )
    const U32 unit = session.takeUnit( words );
    const std::string_view property = words.choose( "a property", properties );
    if( property == "room" ) {
+      const auto& groups = session.agent().hardware().chip( unit ).groups();
       std::vector<std::string_view> names;
-      for( const Sim::FieldGroup& group : session.agent().hardware().chip( unit ).groups() )
+      for( const Sim::FieldGroup& group : groups )
          names.push_back( group.profile().name );
       const std::string_view name = words.choose( "a range of entries", names );
-      const U32 size = session.agent().hardware().tcamManager( name )->profile().size;
-      const U32 room = static_cast<U32>( words.number( "a number of entries", 0, size ) );
+      const Sim::FieldGroup& group =
+         groups[ static_cast<std::size_t>( std::ranges::find( names, name ) - names.begin() ) ];
+      const U32 most = std::max( group.profile().size, group.profile().room );
+      const U32 room = static_cast<U32>( words.number( "a number of entries", 0, most ) );
+      if( const U32 used = group.room() - group.roomLeft(); room < used )
+         words.fail(
+            format( "unit %d holds %d entries of %s; give it room for these", unit, used, name ) );
       return [ = ]( Session& live ) {
          live.agent().hardware().chip( unit ).group( name )->roomIs( room );
       };

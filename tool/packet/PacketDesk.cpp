@@ -141,8 +141,9 @@ void PacketDesk::write(
       else if( drops_ && !pass.drop.empty() &&
                !addTo( *drops_, arrival.frame,
                   { arrivalName( engine_, arrival ),
-                     frameComment(
-                        engine_, arrival, verdict, *explanation, i, "dropped: " + pass.drop ) } ) )
+                     frameComment( engine_, arrival, verdict, *explanation, i,
+                        pass.drop.starts_with( "dropped " ) ? pass.drop
+                                                            : "dropped: " + pass.drop ) } ) )
          drops_.reset();
    }
 }

@@ -4,9 +4,8 @@
 #include "tool/Session.h"
 #include "tool/packet/ExplanationView.h"
 
-#include <map>
+#include <algorithm>
 #include <nlohmann/json.hpp>
-#include <utility>
 
 namespace Strata::Tool {
 
@@ -37,20 +36,27 @@ std::vector<ExplainedChange> explainedChanges(
    } );
    if( !later.why.empty() )
       throw Vormel::ValueError( "'" + commandText( planned.line ) + "' " + later.why );
-   // In the order of now; what is only behind the command comes last.
    std::vector<ExplainedChange> all;
-   std::map<std::pair<U32, std::string>, std::size_t> places;
-   for( const ExplainedPart& part : now ) {
-      places.emplace( std::pair( part.pass, part.part ), all.size() );
+   for( const ExplainedPart& part : now )
       all.push_back( { part.pass, part.part, part.text, std::nullopt } );
-   }
+   // What is only behind the command comes behind the stage before it there.
+   auto place = all.begin();
    for( const auto& [ form, line ] : later.lines ) {
       const ordered_json row = ordered_json::parse( line );
-      const auto [ at, isNew ] = places.emplace(
-         std::pair( row[ 0 ].get<U32>(), row[ 1 ].get<std::string>() ), all.size() );
-      if( isNew )
-         all.push_back( { row[ 0 ], row[ 1 ], std::nullopt, std::nullopt } );
-      all[ at->second ].then = row[ 2 ].get<std::string>();
+      const U32 pass = row[ 0 ];
+      const std::string part = row[ 1 ];
+      const auto same = std::ranges::find_if( all, [ & ]( const ExplainedChange& change ) {
+         return change.pass == pass && change.part == part;
+      } );
+      if( same != all.end() ) {
+         place = same;
+      } else {
+         while( place != all.end() && place->pass < pass )
+            ++place;
+         place = all.insert( place, { pass, part, std::nullopt, std::nullopt } );
+      }
+      place->then = row[ 2 ];
+      ++place;
    }
    std::erase_if( all, []( const ExplainedChange& change ) { return change.now == change.then; } );
    return all;

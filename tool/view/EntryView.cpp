@@ -136,7 +136,7 @@ Table hitsTable( Sim::SimSwitch& hardware )
                unit, { group.profile().name, id, entry.name, std::string( entryState( entry ) ),
                         entry.hits - std::min( entry.hits, entry.hitsAtMark ) } );
       } );
-   Table table( { { "Entry" }, { "Units" }, { "State" }, { "Hits", Align::right } } );
+   Table table( { { "Hits", Align::right }, { "Units" }, { "State" }, { "Entry" } } );
    for( const bool hit : { true, false } ) {
       bool isFirst = true;
       for( const auto& [ row, units ] : byUnit.rows() ) {
@@ -145,8 +145,8 @@ Table hitsTable( Sim::SimSwitch& hardware )
          if( isFirst )
             table.section( hit ? "Hit" : "Not hit" );
          isFirst = false;
-         table.row( { row.group + ' ' + std::to_string( row.id ) + " \"" + row.name + '"',
-                       numberRanges( units ), row.state, std::to_string( row.hits ) },
+         table.row( { std::to_string( row.hits ), numberRanges( units ), row.state,
+                       row.group + ' ' + std::to_string( row.id ) + " \"" + row.name + '"' },
             { { "group", row.group }, { "id", row.id }, { "name", row.name },
                { "state", row.state }, { "hits", row.hits }, { "units", units } } );
       }
