@@ -9,6 +9,7 @@
 
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -17,7 +18,8 @@ namespace Tiny {
 class MetricsServer
 {
  public:
-   /// Replaces a socket that an earlier process has left there. std::runtime_error if it cannot listen.
+   /// Replaces a socket that an earlier process has left there, and no other file. std::runtime_error if it cannot
+   /// listen.
    explicit MetricsServer( const std::string& path )
       : listener_( ::socket( AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0 ) )
    {
@@ -26,7 +28,11 @@ class MetricsServer
       if( path.size() >= sizeof address.sun_path )
          throw std::runtime_error( path + ": the path of a socket has at most 107 characters" );
       path.copy( address.sun_path, path.size() );
-      ::unlink( path.c_str() );
+      struct stat present
+      {
+      };
+      if( ::lstat( path.c_str(), &present ) == 0 && S_ISSOCK( present.st_mode ) )
+         ::unlink( path.c_str() );
       if( ::bind( listener_, reinterpret_cast<const sockaddr*>( &address ), sizeof address ) != 0 ||
           ::listen( listener_, 4 ) != 0 )
          throw std::runtime_error( path + ": " + std::strerror( errno ) );

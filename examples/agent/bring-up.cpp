@@ -17,6 +17,7 @@
 #include <algorithm>
 #include <iostream>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -52,6 +53,10 @@ int main( int argc, char** argv )
 {
    const std::vector<std::string> arguments( argv + 1, argv + argc );
    const bool serves = arguments.size() == 2 && arguments[ 0 ] == "--metrics";
+   if( !serves && !arguments.empty() && arguments[ 0 ].starts_with( "--" ) ) {
+      std::cerr << "bring-up [FILE [BYTES]] or bring-up --metrics SOCKET\n";
+      return 2;
+   }
    // 1. Once per process: the shim, the activity lock on the reactor thread, the clock that timers run on.
    Tiny::Chip chip;
    Tiny::Shim shim( chip );
@@ -126,11 +131,17 @@ int main( int argc, char** argv )
    // 7. The agent's loop: events with the lock held, the lock released while it waits, timers when they are due.
    clock->runDue();
    if( serves )
-      serve( Tiny::MetricsServer( arguments[ 1 ] ), *clock, [ & ] {
-         return metricsText( observed, *helper, [ & ] {
-            const U64 used = chip.entries.size();
-            return std::vector<RangeRoom>{ { 0, "main", used, Tiny::EntryManager::size - used } };
+      try {
+         serve( Tiny::MetricsServer( arguments[ 1 ] ), *clock, [ & ] {
+            return metricsText( observed, *helper, [ & ] {
+               const U64 used = chip.entries.size();
+               return std::vector<RangeRoom>{
+                  { 0, "main", used, Tiny::EntryManager::size - used } };
+            } );
          } );
-      } );
+      } catch( const std::runtime_error& error ) {
+         std::cerr << error.what() << '\n';
+         return 2;
+      }
    return helper->vlanFloodPbmp() == *PortBitmap::parse( "1,3-4" ) ? 0 : 1;
 }
