@@ -136,6 +136,39 @@ TEST_F( PacketTest, AnEntryThatIsRewrittenInAWrongOrderIsNamed )
    EXPECT_GE( faults, 20U );
 }
 
+TEST_F( PacketTest, EntriesThatAreInstalledInAWrongOrderAreNamed )
+{
+   if( !Cover::Solver::available() )
+      GTEST_SKIP() << "this build has no solver";
+   bringUp( "hsdk" );
+   agent().hardware().critic().collect();
+   const Line line = splitLine( "test", 1, "transient" );
+   const Words words( line );
+   const auto manager = agent().hardware().tcamManager( "main" );
+   const auto idOf = [ & ]( const std::string& name ) {
+      const auto all = entryCover( session, { 0 }, "main" );
+      return std::ranges::find( all, name, &Cover::Coverage::name )->id;
+   };
+   const U32 trap = idOf( "trap to cpu for l2 only with dmac=bridgeMac" );
+   for( const std::string name :
+      { "drop ucast arp request with dmac=bridgeMac", "l2 vxlan with dmac=bridgeMac" } ) {
+      const U32 exception = idOf( name );
+      for( const bool wrong : { false, true } ) {
+         for( const U32 id : { trap, exception } )
+            manager->removeEntry( 0, id );
+         const auto transients = runWatched(
+            session,
+            [ & ]( Session& ) {
+               manager->installEntry( 0, wrong ? trap : exception );
+               manager->installEntry( 0, wrong ? exception : trap );
+            },
+            words );
+         EXPECT_EQ( std::ranges::count( transients, name, &Transient::packet ), wrong ? 1 : 0 )
+            << name;
+      }
+   }
+}
+
 TEST( Transient, IsExpectedUnlessAFileAcceptsIt )
 {
    if( !Cover::Solver::available() )
