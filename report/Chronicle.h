@@ -76,8 +76,10 @@ struct Event
    std::size_t chips = 0; // which switch of the run, from 1; 0 before the first
    std::vector<LogLine> lines{};
    std::optional<Judgement> judgement{};
-   std::vector<std::size_t> packets{}; // their positions
-   bool remark = false;                // only its notes matter
+   // Positions of its packets and transients.
+   std::vector<std::size_t> packets{};
+   std::vector<std::size_t> transients{};
+   bool remark = false; // only its notes matter
 };
 
 VORMEL_ENUM( Moment, U8, made, mark, end )
@@ -141,6 +143,23 @@ struct Finding
    std::string text;
 };
 
+/// A packet that fared neither as before nor as after a command while that ran: between two of its calls.
+struct Transient
+{
+   std::string packet; // the entry that it wins before or after, or its name as a probe
+   std::vector<std::string> commands; // that show it; the last one explains
+   // The call that makes it fare otherwise, and the one that ends it, by their record's numbers and texts.
+   U64 from = 0;
+   U64 to = 0;
+   std::string call;
+   std::string endedBy;
+   std::string before;
+   std::string meanwhile;
+   std::string after;
+   std::optional<std::string> reason{}; // why it is accepted; nothing if it is not
+   std::size_t event = 0;
+};
+
 struct Chronicle
 {
    std::string title{};
@@ -150,6 +169,8 @@ struct Chronicle
    std::vector<Event> events{};
    std::vector<Packet> packets{};
    std::vector<Snapshot> snapshots{};
+   std::size_t watched = 0; // commands during which packets were watched
+   std::vector<Transient> transients{};
    std::optional<std::vector<Finding>> findings{}; // of the last switch; nothing without a solver
    std::string end{};                              // why it ended before its end
 };

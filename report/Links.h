@@ -24,6 +24,10 @@ class Links
    {
       return "p" + std::to_string( position + 1 );
    }
+   static std::string transient( std::size_t position )
+   {
+      return "t" + std::to_string( position + 1 );
+   }
    /// "m1" for the first mark or end.
    std::string snapshot( std::size_t position ) const;
    /// "r113"; records of the second switch are "s2-r113".

@@ -1,6 +1,7 @@
 // What a reader wants first: the numbers of the run, what failed, which writes changed nothing, what is wrong with entries.
 #include "report/Page.h"
 
+#include <algorithm>
 #include <map>
 #include <set>
 #include <string>
@@ -93,6 +94,93 @@ void writeRedundant( const Page& page )
    }
 }
 
+/// A call, with a link to its record.
+void writeMoment(
+   const Page& page, std::size_t chips, const char* name, const std::string& call, U64 record )
+{
+   Html& html = page.html;
+   html.leaf( "dt", name );
+   const Html::Element data( html, "dd" );
+   html.leaf( "code", call );
+   if( page.links.eventOf( chips, record ) ) {
+      html.text( " " );
+      html.anchor( Links::record( chips, record ) );
+   }
+}
+
+void writeTransient( const Page& page, std::size_t position )
+{
+   Html& html = page.html;
+   const Transient& transient = page.chronicle.transients[ position ];
+   const Event& event = page.chronicle.events[ transient.event ];
+   const std::string id = Links::transient( position );
+   html.line();
+   const Html::Element article( html, "article", { { "id", id } } );
+   html.anchor( id );
+   const Html::Element fold( html, "details" );
+   {
+      const Html::Element summary( html, "summary" );
+      html.leaf( "b", transient.reason ? "accepted" : "transient",
+         { { "class", transient.reason ? "by" : "bad" } } );
+      html.text( " " + transient.packet + " while " );
+      html.leaf( "code", event.text );
+      html.leaf( "span", transient.meanwhile, { { "class", "outcome" } } );
+   }
+   const Html::Element list( html, "dl" );
+   html.leaf( "dt", "while" );
+   {
+      const Html::Element data( html, "dd" );
+      html.anchor( Links::event( transient.event ) );
+   }
+   html.leaf( "dt", "packet" );
+   {
+      const Html::Element data( html, "dd" );
+      for( const std::string& command : transient.commands ) {
+         if( &command != &transient.commands.front() )
+            html.single( "br" );
+         html.leaf( "code", command );
+      }
+   }
+   html.leaf( "dt", "before" );
+   html.leaf( "dd", transient.before );
+   writeMoment( page, event.chips, "from", transient.call, transient.from );
+   html.leaf( "dt", "meanwhile" );
+   html.leaf( "dd", transient.meanwhile );
+   writeMoment( page, event.chips, "until", transient.endedBy, transient.to );
+   html.leaf( "dt", "after" );
+   html.leaf( "dd", transient.after );
+   if( transient.reason ) {
+      html.leaf( "dt", "accepted" );
+      html.leaf( "dd", *transient.reason );
+   }
+}
+
+void writeTransients( const Page& page )
+{
+   const Chronicle& chronicle = page.chronicle;
+   if( chronicle.watched == 0 )
+      return;
+   Html& html = page.html;
+   html.leaf( "h3", "While commands ran" );
+   const std::string watched = "Packets were watched during " +
+                               counted( chronicle.watched, "command" ) +
+                               ", behind each call that changed a chip";
+   if( chronicle.transients.empty() ) {
+      html.leaf( "p", watched + ": each fared as before or as after." );
+      return;
+   }
+   const auto accepted = static_cast<std::size_t>( std::ranges::count_if(
+      chronicle.transients, []( const Transient& transient ) { return !!transient.reason; } ) );
+   html.leaf( "p", watched +
+                      ". Transients, in which one fared neither as before the command nor as "
+                      "after it: " +
+                      std::to_string( chronicle.transients.size() ) + ", of which " +
+                      std::to_string( accepted ) +
+                      " are accepted by the file beside the scenario." );
+   for( std::size_t i = 0; i < chronicle.transients.size(); ++i )
+      writeTransient( page, i );
+}
+
 void writeEntryFindings( const Page& page )
 {
    if( !page.chronicle.findings )
@@ -146,6 +234,7 @@ void writeFindings( const Page& page )
    const Html::Element section( html, "section", { { "aria-labelledby", "findings" } } );
    html.leaf( "h2", "Findings", { { "id", "findings" } } );
    writeExpectations( page );
+   writeTransients( page );
    writeRedundant( page );
    writeEntryFindings( page );
 }

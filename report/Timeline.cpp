@@ -155,6 +155,14 @@ void writeResult( const Page& page, const Event& event, std::size_t position )
       html.anchor( Links::packet( packet ) );
       html.text( " " + page.chronicle.packets[ packet ].outcome );
    }
+   if( !event.transients.empty() ) {
+      const Html::Element paragraph( html, "p" );
+      html.text( "Packets that meanwhile fared otherwise:" );
+      for( const std::size_t transient : event.transients ) {
+         html.text( " " );
+         html.anchor( Links::transient( transient ) );
+      }
+   }
    const auto& snapshots = page.chronicle.snapshots;
    for( std::size_t i = 0; i < snapshots.size(); ++i )
       if( snapshots[ i ].event == position && snapshots[ i ].moment != Moment::made ) {

@@ -210,6 +210,16 @@ void Chronicler::explained( Session& session, const Sim::Arrival& arrival,
    chronicle_.packets.push_back( std::move( packet ) );
 }
 
+void Chronicler::watched( const std::vector<Report::Transient>& transients )
+{
+   ++chronicle_.watched;
+   for( const Report::Transient& transient : transients ) {
+      event().transients.push_back( chronicle_.transients.size() );
+      chronicle_.transients.push_back( transient );
+      chronicle_.transients.back().event = chronicle_.events.size() - 1;
+   }
+}
+
 void Chronicler::recorded( const Sim::Record& record )
 {
    LogLine line{ .text = record.text,
@@ -235,8 +245,8 @@ void Chronicler::noted( std::string_view text )
 
 void Chronicler::shown( const std::string& title, const Table& table )
 {
-   if( !event().packets.empty() )
-      return; // its picture shows it
+   if( !event().packets.empty() || !event().transients.empty() )
+      return; // they are shown in their own section
    Report::Shown shown{ table.titles(), {} };
    table.visit(
       [ & ]( const std::string& section ) {

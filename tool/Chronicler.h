@@ -30,6 +30,7 @@ class Chronicler : public RunListener
    void marked( Session& session ) override;
    void explained( Session& session, const Sim::Arrival& arrival, const Sim::Verdict& verdict,
       const Sim::Explanation& explanation, bool isSent ) override;
+   void watched( const std::vector<Report::Transient>& transients ) override;
    void switchEnds( Session& session ) override;
    void recorded( const Sim::Record& record ) override;
    void noted( std::string_view text ) override;

@@ -8,6 +8,7 @@
 #include "tool/ChildProcess.h"
 #include "tool/Interrupt.h"
 #include "tool/RunListener.h"
+#include "tool/packet/Transients.h"
 #include "tool/words/Command.h"
 
 #include <algorithm>
@@ -96,7 +97,10 @@ void Session::run( const Line& line )
    std::optional<Showing> showing;
    if( command.shows() )
       showing.emplace( console_, std::move( filters ) );
-   act( *this );
+   if( config_.watchesEvents && command.isEvent() && !isCopy() )
+      runWatchedForListener( *this, act, asked );
+   else
+      act( *this );
 }
 
 void Session::checkPossible( const Words& words, const Command& command ) const

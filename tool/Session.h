@@ -48,6 +48,8 @@ struct SessionConfig
    bool checking = false;       // judges no expectation and writes no capture
    std::string recordingFile{}; // of the switch; empty for none
    U64 recordingLimit = 0;      // of the file, in bytes; 0 for none
+   bool watchesEvents =
+      false; // for packets that meanwhile fare otherwise; needs a solver or probes
    RecordListener listener{};
 };
 

@@ -15,7 +15,6 @@
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <set>
 
 namespace Strata::Tool {
 namespace {
@@ -36,14 +35,13 @@ std::string transientsOf( const std::string& scenario )
          continue;
       Words words( *line );
       const Command& command = takeCommand( words );
-      if( !isEvent( command ) || !session.hasAgent() || ++events % every != 0 ) {
+      if( !command.isEvent() || !session.hasAgent() || ++events % every != 0 ) {
          session.run( *line );
          continue;
       }
-      const std::set<std::string> accepted = acceptedTransients( scenario, commandText( *line ) );
       for( const Transient& transient :
-         runWatched( session, command.act( session, words ), words ) )
-         if( !accepted.contains( transient.packet ) && !accepted.contains( "*" ) )
+         runWatched( session, command.act( session, words ), words, commandText( *line ) ) )
+         if( !transient.reason )
             all += commandText( *line ) + " => " + transient.packet + ": " + transient.meanwhile +
                    " from " + transient.call + "\n";
    }
@@ -126,7 +124,7 @@ TEST_F( PacketTest, AnEntryThatIsRewrittenInAWrongOrderIsNamed )
       for( const WrongOrder order :
          { WrongOrder::removedFirst, WrongOrder::disabledMeanwhile, WrongOrder::halfWritten } ) {
          const auto transients = runWatched(
-            session, [ & ]( Session& live ) { rewrite( live, about, order ); }, words );
+            session, [ & ]( Session& live ) { rewrite( live, about, order ); }, words, {} );
          const bool named =
             std::ranges::find( transients, about.name, &Transient::packet ) != transients.end();
          EXPECT_TRUE( named ) << about.name << " " << static_cast<int>( order );
@@ -156,13 +154,12 @@ TEST_F( PacketTest, EntriesThatAreInstalledInAWrongOrderAreNamed )
       for( const bool wrong : { false, true } ) {
          for( const U32 id : { trap, exception } )
             manager->removeEntry( 0, id );
-         const auto transients = runWatched(
-            session,
+         const auto transients = runWatched( session,
             [ & ]( Session& ) {
                manager->installEntry( 0, wrong ? trap : exception );
                manager->installEntry( 0, wrong ? exception : trap );
             },
-            words );
+            words, {} );
          EXPECT_EQ( std::ranges::count( transients, name, &Transient::packet ), wrong ? 1 : 0 )
             << name;
       }

@@ -220,6 +220,49 @@ TEST( Report, FindingsNameTheEntryAtTheEnd )
       Not( HasSubstr( "<b>l2 mcast cpu and flood</b>" ) ) );
 }
 
+TEST( Report, TransientsAreShownWithTheCallsAndTheReasonThatAcceptsThem )
+{
+   if( !Cover::Solver::available() )
+      GTEST_SKIP() << "this build has no solver";
+   const std::string start =
+      "switch hsdk ports 4\ninterface Ethernet1-4 unit 0 port 1\nvlan 10 svi\nbring-up\n"
+      "probe request in Ethernet1 dmac 02:00:a1:00:00:01 vlan 10 arp request\n";
+   const std::string file = scenarioFile( start + "transient router 02:00:a1:00:00:01\n" );
+   std::ofstream( std::filesystem::path( file ).replace_extension( ".transients" ) )
+      << "* => request => the order is prescribed\n";
+   const std::string page = pageOf( file );
+   const PageParts parts( page );
+   EXPECT_EQ( parts.problem, "" );
+   EXPECT_THAT(
+      page, AllOf( HasSubstr( "during 1 command, behind" ),
+               HasSubstr( "<b class=\"by\">accepted</b> request while <code>transient router" ),
+               HasSubstr( "<dt>accepted</dt><dd>the order is prescribed</dd>" ),
+               HasSubstr( "<b class=\"bad\">transient</b> drop ucast arp request" ),
+               HasSubstr( "<dt>from</dt><dd><code>main installEntry unit 0 id 1040</code> <a "
+                          "href=\"#r" ),
+               HasSubstr( "<p>Packets that meanwhile fared otherwise: <a href=\"#t1\">" ),
+               Not( HasSubstr( "<caption>Transients" ) ) ) );
+
+   // The same command, which the option watches.
+   const std::string plain = scenarioFile( start + "router 02:00:a1:00:00:01\n" );
+   const auto transients = [ & ]( std::vector<const char*> options ) {
+      options.insert( options.begin(), { "report", plain.c_str(), "-o", "-" } );
+      return PageParts( runLine( options ).out ).ids.contains( "t1" );
+   };
+   EXPECT_TRUE( transients( { "--transients" } ) );
+   EXPECT_FALSE( transients( {} ) );
+   // What an act ends with is told as if it was not watched.
+   const std::string deadly =
+      scenarioFile( "switch hsdk\nfault bcm_switch_control_set code BCM_E_FAIL\nbring-up\n" );
+   EXPECT_EXIT( runLine( { "report", deadly.c_str(), "-o", "-", "--transients" },
+                   Tool::Terminal{ std::cin, std::cout, std::cerr } ),
+      testing::ExitedWithCode( 3 ), "the agent died here" );
+   EXPECT_THAT(
+      runLine( { "report", "scenarios/recordings/tutorial.recording", "-o", "-", "--transients" } )
+         .err,
+      HasSubstr( "a recording has no commands to watch" ) );
+}
+
 TEST( Report, ARecordingShowsItsInputsAndWhatItsTwinHolds )
 {
    const std::string recording = "scenarios/recordings/tutorial.recording";

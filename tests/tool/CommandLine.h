@@ -6,7 +6,6 @@
 
 #include <fstream>
 #include <gtest/gtest.h>
-#include <set>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -57,16 +56,6 @@ inline std::string contentsOf( const std::string& file )
    std::ostringstream text;
    text << std::ifstream( file ).rdbuf();
    return text.str();
-}
-
-/// Whether the command changes a switch that exists.
-inline bool isEvent( const Command& command )
-{
-   static const std::set<std::string_view> others{ "switch", "no switch", "quiet", "loud", "mark",
-      "note", "include", "transient", "packet", "pcap", "probe", "no probe", "capture",
-      "no capture", "cover", "lint" };
-   return command.needsSwitch && !command.shows() && !command.name.starts_with( "expect" ) &&
-          !others.contains( command.name );
 }
 
 } // namespace Strata::Tool

@@ -136,7 +136,7 @@ class FaultGrid : public testing::TestWithParam<std::vector<std::string>>
    bool canHaveFaults( const Line& line ) const
    {
       Words words( line );
-      return session_->hasAgent() && isEvent( takeCommand( words ) ) &&
+      return session_->hasAgent() && takeCommand( words ).isEvent() &&
              session_->agent().hardware().faults().armed().empty();
    }
 

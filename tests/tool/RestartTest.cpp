@@ -202,7 +202,7 @@ TEST_P( RestartTest, TheChipsEndAsIfTheAgentHadNeverDied )
    U64 at = 0;
    std::map<std::string, U64> wrong;
    walk( [ & ]( const Line& line, const Command& command ) {
-      if( !isEvent( command ) )
+      if( !command.isEvent() )
          return;
       const auto [ expected, calls ] = undisturbed( line );
       for( U64 call = 1; call <= calls; ++call )
@@ -235,7 +235,7 @@ TEST_P( RestartTest, PacketsAreForwardedMeanwhileAsBefore )
       const Line restart = splitLine( "test", 1, "restart warm" );
       Words words( restart );
       const Act act = takeCommand( words ).act( session_, words );
-      for( const Transient& transient : runWatched( session_, act, words ) ) {
+      for( const Transient& transient : runWatched( session_, act, words, {} ) ) {
          const std::string what =
             transient.packet + ": " + transient.meanwhile + " from " + transient.call;
          EXPECT_TRUE( isAccepted( scenario() + " restart warm", what ) )

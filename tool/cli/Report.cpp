@@ -1,5 +1,6 @@
 // strata-l3 report: a run, or a recording, as one HTML file.
 #include "report/Report.h"
+#include "cover/Solver.h"
 #include "desk/RecordingFile.h"
 #include "sim/chip/ChipProfile.h"
 #include "tool/Chronicler.h"
@@ -51,6 +52,8 @@ class ReportSubcommand : public Subcommand
          ->check( CLI::IsMember( std::vector<std::string>( profiles.begin(), profiles.end() ) ) );
       report->add_flag( "--no-lint", passesEntries_,
          "Do not search for what is wrong with entries, as 'lint' does" );
+      report->add_flag( "--transients", watchesEvents_,
+         "Watch packets while each command of the scenario runs, as 'transient' does" );
       return report;
    }
 
@@ -91,8 +94,14 @@ class ReportSubcommand : public Subcommand
          if( !tables_.empty() )
             throw std::runtime_error( "a second file belongs to a recording, and '" + file_ +
                                       "' is a scenario; leave it out" );
-         return runScenario( file_, console, { .profile = profile_ } );
+         if( watchesEvents_ && !Cover::Solver::available() )
+            throw std::runtime_error( "this build has no solver, which --transients needs; install "
+                                      "Debian's libz3-dev and build again" );
+         return runScenario(
+            file_, console, { .profile = profile_, .watchesEvents = watchesEvents_ } );
       }
+      if( watchesEvents_ )
+         throw std::runtime_error( "a recording has no commands to watch; leave --transients out" );
       const Desk::RecordingFile recording( file_ );
       chronicler.chronicle().notes = recording.notes();
       return runOnTwin( recording, tables_, console );
@@ -115,6 +124,7 @@ class ReportSubcommand : public Subcommand
    std::string page_;
    std::string profile_;
    bool passesEntries_ = false;
+   bool watchesEvents_ = false;
 };
 
 } // namespace

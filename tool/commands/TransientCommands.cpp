@@ -1,11 +1,11 @@
 // What becomes of packets while a command runs.
 #include "tool/Session.h"
+#include "tool/packet/EntryCover.h"
 #include "tool/packet/Transients.h"
 #include "tool/view/Table.h"
 #include "tool/words/Command.h"
 
 #include <nlohmann/json.hpp>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -31,11 +31,16 @@ const Command& takeWatchedCommand( Words& words )
 
 /// The act of the command behind this one.
 template<class Report>
-Act watched( const Session& session, Words& words, Report report )
+Act watchedAct( const Session& session, Words& words, Report report )
 {
+   const Word* const first = words.peek();
    const Command& command = takeWatchedCommand( words );
-   return [ act = command.act( session, words ), report, &words ](
-             Session& live ) { report( live, runWatched( live, act, words ), words ); };
+   if( session.probes().empty() ) // else these are watched
+      needSolver( words );
+   const Line& line = words.line();
+   const std::string text = commandText( line ).substr( first->column - line.words.front().column );
+   return [ act = command.act( session, words ), text, report, &words ](
+             Session& live ) { report( live, runWatched( live, act, words, text ) ); };
 }
 
 std::string momentText( U64 record, const std::string& call )
@@ -43,7 +48,7 @@ std::string momentText( U64 record, const std::string& call )
    return call + " (record " + std::to_string( record ) + ")";
 }
 
-void showTransients( Session& session, const std::vector<Transient>& all, const Words& )
+void showTransients( Session& session, const std::vector<Transient>& all )
 {
    session.console().table(
       "Transients",
@@ -58,6 +63,8 @@ void showTransients( Session& session, const std::vector<Transient>& all, const 
             table.row( { "", transient.meanwhile } );
             table.row( { "until", momentText( transient.to, transient.endedBy ) } );
             table.row( { "after", transient.after } );
+            if( transient.reason )
+               table.row( { "accepted", *transient.reason } );
          }
          return table;
       },
@@ -68,18 +75,18 @@ void showTransients( Session& session, const std::vector<Transient>& all, const 
                { "before", transient.before }, { "from", transient.from },
                { "call", transient.call }, { "meanwhile", transient.meanwhile },
                { "to", transient.to }, { "endedBy", transient.endedBy },
-               { "after", transient.after } } );
+               { "after", transient.after },
+               { "accepted",
+                  transient.reason ? ordered_json( *transient.reason ) : ordered_json() } } );
          return rows;
       } );
 }
 
-void expectHitless( Session& session, const std::vector<Transient>& all, const Words& words )
+void expectHitless( Session& session, const std::vector<Transient>& all )
 {
-   const std::set<std::string> accepted = acceptedTransients( words.line().file,
-      commandText( words.line() ).substr( std::string( "expect hitless " ).size() ) );
    std::string found;
    for( const Transient& transient : all )
-      if( !accepted.contains( transient.packet ) && !accepted.contains( "*" ) )
+      if( !transient.reason )
          found += ( found.empty() ? "" : "; " ) + ( "'" + transient.packet + "' " ) +
                   transient.meanwhile + " from " + momentText( transient.from, transient.call );
    session.expect( found.empty(), "no packet to fare otherwise than before or after",
@@ -94,12 +101,12 @@ std::vector<Command> transientCommands()
       { "transient", "COMMAND...",
          "run the command, and show packets that meanwhile fared neither as before nor as after",
          []( const Session& session, Words& words ) {
-            return watched( session, words, showTransients );
+            return watchedAct( session, words, showTransients );
          } },
       { "expect hitless", "COMMAND...",
          "run the command; no packet fares otherwise than before or after meanwhile",
          []( const Session& session, Words& words ) {
-            return watched( session, words, expectHitless );
+            return watchedAct( session, words, expectHitless );
          } },
    };
 }

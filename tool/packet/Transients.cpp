@@ -1,7 +1,9 @@
 #include "tool/packet/Transients.h"
 
+#include "cover/Solver.h"
 #include "platform/runtime/Activity.h"
 #include "tool/ChildProcess.h"
+#include "tool/RunListener.h"
 #include "tool/Session.h"
 #include "tool/packet/EntryCover.h"
 #include "tool/packet/TableTrial.h"
@@ -10,6 +12,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <map>
 #include <optional>
 #include <set>
 
@@ -88,9 +91,15 @@ class Watch
       };
       const auto& moments = packet.moments;
       for( std::size_t at = 1; at + 1 < moments.size(); ++at )
-         all.push_back( { packet.name, packet.commands, moments[ at ].record,
-            moments[ at + 1 ].record, moments[ at ].call, moments[ at + 1 ].call,
-            text( moments.front() ), text( moments[ at ] ), text( moments.back() ) } );
+         all.push_back( { .packet = packet.name,
+            .commands = packet.commands,
+            .from = moments[ at ].record,
+            .to = moments[ at + 1 ].record,
+            .call = moments[ at ].call,
+            .endedBy = moments[ at + 1 ].call,
+            .before = text( moments.front() ),
+            .meanwhile = text( moments[ at ] ),
+            .after = text( moments.back() ) } );
    }
 
    Session& session_;
@@ -102,6 +111,11 @@ class Watch
 bool isChange( const Sim::Record& record )
 {
    return record.field( "write" ) == "changed";
+}
+
+std::vector<EntryPacket> packetsOf( Session& session )
+{
+   return Cover::Solver::available() ? entryPackets( session ) : std::vector<EntryPacket>();
 }
 
 /// What a copy of the process sends that runs the act: packets of afterwards, if it changes a chip; else nothing.
@@ -117,19 +131,45 @@ void runInCopy( Session& session, const Act& act, ChildChannel& channel )
    if( !changed )
       return;
    channel.send( changedForm, {} );
-   for( const EntryPacket& packet : entryPackets( session ) )
+   for( const EntryPacket& packet : packetsOf( session ) )
       channel.send( packetForm, packet.line() );
 }
 
-} // namespace
-
-std::vector<Transient> runWatched( Session& session, const Act& act, const Words& words )
+ChildEnd rehearsed( Session& session, const Act& act )
 {
-   const ChildEnd copy =
-      runInChild( [ & ]( ChildChannel& channel ) { runInCopy( session, act, channel ); } );
-   if( copy.how != "ended with status 0" )
-      words.failAt( words.line().words.front(),
-         "in a copy of the process the command " + copy.how + ": " + copy.errorText );
+   return runInChild( [ & ]( ChildChannel& channel ) { runInCopy( session, act, channel ); } );
+}
+
+bool gotThrough( const ChildEnd& copy )
+{
+   return copy.how == "ended with status 0";
+}
+
+/// Why the file beside the scenario accepts each packet, by its name or "*".
+std::map<std::string, std::string> acceptedReasons(
+   const std::string& scenario, const std::string& command )
+{
+   constexpr std::string_view arrow = " => ";
+   std::map<std::string, std::string> reasons;
+   std::ifstream file( std::filesystem::path( scenario ).replace_extension( ".transients" ) );
+   for( std::string line; std::getline( file, line ); ) {
+      const std::size_t first = line.find( arrow );
+      if( line.starts_with( '#' ) || first == line.npos )
+         continue;
+      const std::string accepted = line.substr( 0, first );
+      if( accepted != "*" && command != accepted )
+         continue;
+      const std::string rest = line.substr( first + arrow.size() );
+      const std::size_t second = rest.find( arrow );
+      reasons.emplace( rest.substr( 0, second ),
+         second == rest.npos ? "" : rest.substr( second + arrow.size() ) );
+   }
+   return reasons;
+}
+
+/// Runs the act, which has been rehearsed and got through.
+std::vector<Transient> watched( Session& session, const Act& act, const ChildEnd& copy )
+{
    Watch watch( session );
    const auto has = [ & ]( char form ) {
       return std::ranges::find( copy.lines, form, &std::pair<char, std::string>::first ) !=
@@ -139,7 +179,7 @@ std::vector<Transient> runWatched( Session& session, const Act& act, const Words
       act( session );
       return {};
    }
-   for( const EntryPacket& packet : entryPackets( session ) )
+   for( const EntryPacket& packet : packetsOf( session ) )
       watch.add( packet );
    for( const auto& [ form, line ] : copy.lines )
       if( form == packetForm )
@@ -161,21 +201,38 @@ std::vector<Transient> runWatched( Session& session, const Act& act, const Words
    return watch.transients();
 }
 
-std::set<std::string> acceptedTransients( const std::string& scenario, const std::string& command )
+std::vector<Transient> judged( Session& session, const Act& act, const ChildEnd& copy,
+   const std::string& scenario, const std::string& command )
 {
-   constexpr std::string_view arrow = " => ";
-   std::set<std::string> packets;
-   std::ifstream file( std::filesystem::path( scenario ).replace_extension( ".transients" ) );
-   for( std::string line; std::getline( file, line ); ) {
-      const std::size_t first = line.find( arrow );
-      if( line.starts_with( '#' ) || first == line.npos )
-         continue;
-      const std::size_t behind = first + arrow.size();
-      const std::string accepted = line.substr( 0, first );
-      if( accepted == "*" || command == accepted )
-         packets.insert( line.substr( behind, line.find( arrow, behind ) - behind ) );
-   }
-   return packets;
+   std::vector<Transient> all = watched( session, act, copy );
+   const std::map<std::string, std::string> reasons = acceptedReasons( scenario, command );
+   for( Transient& transient : all )
+      for( const std::string& packet : { transient.packet, std::string( "*" ) } )
+         if( const auto at = reasons.find( packet ); at != reasons.end() && !transient.reason )
+            transient.reason = at->second;
+   if( RunListener* const listener = session.console().listener() )
+      listener->watched( all );
+   return all;
+}
+
+} // namespace
+
+std::vector<Transient> runWatched(
+   Session& session, const Act& act, const Words& words, const std::string& command )
+{
+   const ChildEnd copy = rehearsed( session, act );
+   if( !gotThrough( copy ) )
+      words.failAt( words.line().words.front(),
+         "in a copy of the process the command " + copy.how + ": " + copy.errorText );
+   return judged( session, act, copy, words.line().file, command );
+}
+
+void runWatchedForListener( Session& session, const Act& act, const Line& line )
+{
+   if( const ChildEnd copy = rehearsed( session, act ); gotThrough( copy ) )
+      judged( session, act, copy, line.file, commandText( line ) );
+   else
+      act( session );
 }
 
 } // namespace Strata::Tool

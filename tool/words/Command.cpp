@@ -3,6 +3,7 @@
 #include "tool/Session.h"
 
 #include <algorithm>
+#include <array>
 #include <functional>
 #include <iterator>
 #include <map>
@@ -132,6 +133,15 @@ NameWords takeNameWords( Words& words )
 }
 
 } // namespace
+
+bool Command::isEvent() const
+{
+   static constexpr std::array<std::string_view, 16> others{ "switch", "no switch", "quiet", "loud",
+      "mark", "note", "include", "transient", "packet", "pcap", "probe", "no probe", "capture",
+      "no capture", "cover", "lint" };
+   return needsSwitch && !shows() && !name.starts_with( "expect" ) &&
+          std::ranges::find( others, name ) == others.end();
+}
 
 const std::vector<Theme>& themes()
 {

@@ -40,6 +40,8 @@ struct Command
    }
    /// Whether the line may end with --json.
    bool takesJson() const { return shows() || name == "pcap" || name == "transient"; }
+   /// Whether it changes a switch that exists.
+   bool isEvent() const;
 
    /// Parses the line to its end. InputError, also from the act, with the place of the error.
    Act act( const Session& session, Words& words ) const;
