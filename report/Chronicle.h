@@ -135,12 +135,18 @@ struct Packet
    std::vector<Without> withouts{};
 };
 
-/// What `lint` finds about an entry.
-struct Finding
+/// What `lint` finds about the entries of a switch at its end.
+struct Findings
 {
-   EntryPlace entry;
-   std::string name;
-   std::string text;
+   struct Finding
+   {
+      EntryPlace entry;
+      std::string name;
+      std::string text;
+   };
+
+   std::size_t chips = 0;
+   std::vector<Finding> all{};
 };
 
 /// A packet that fared neither as before nor as after a command while that ran: between two of its calls.
@@ -171,8 +177,8 @@ struct Chronicle
    std::vector<Snapshot> snapshots{};
    std::size_t watched = 0; // commands during which packets were watched
    std::vector<Transient> transients{};
-   std::optional<std::vector<Finding>> findings{}; // of the last switch; nothing without a solver
-   std::string end{};                              // why it ended before its end
+   std::vector<Findings> findings{}; // of each switch; none without a solver
+   std::string end{};                // why it ended before its end
 };
 
 } // namespace Strata::Report

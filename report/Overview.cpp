@@ -30,7 +30,8 @@ void writeExpectations( const Page& page )
       return;
    html.leaf( "h3", "Expectations" );
    if( figures.failed == 0 ) {
-      html.leaf( "p", counted( figures.held, "expectation" ) + ", and each held." );
+      html.leaf( "p", counted( figures.held, "expectation" ) +
+                         ( figures.held == 1 ? ", which held." : ", and each held." ) );
    } else {
       const Html::Element list( html, "ul" );
       for( std::size_t i = 0; i < page.chronicle.events.size(); ++i ) {
@@ -181,26 +182,39 @@ void writeTransients( const Page& page )
       writeTransient( page, i );
 }
 
-void writeEntryFindings( const Page& page )
+void writeEntryFindings( const Page& page, const Findings& findings )
 {
-   if( !page.chronicle.findings )
-      return;
    Html& html = page.html;
-   html.leaf( "h3", "Entries at the end" );
-   if( page.chronicle.findings->empty() ) {
-      html.leaf( "p", "Each entry can win a packet and has an effect; nothing was found." );
+   if( findings.all.empty() ) {
+      html.leaf( "p", "Nothing: each entry can win a packet, and has an effect." );
       return;
    }
-   const std::size_t chips = page.chronicle.snapshots.back().chips;
    const Html::Element list( html, "ul" );
-   for( const Finding& finding : *page.chronicle.findings ) {
+   for( const Findings::Finding& finding : findings.all ) {
       const Html::Element item( html, "li" );
-      if( const auto snapshot = page.links.snapshotWith( chips, finding.entry ) ) {
+      if( const auto snapshot = page.links.snapshotWith( findings.chips, finding.entry ) ) {
          html.anchor( page.links.entry( *snapshot, finding.entry ) );
          html.text( " " );
       }
       html.leaf( "b", finding.name );
       html.text( ": " + finding.text );
+   }
+}
+
+void writeEntryFindings( const Page& page )
+{
+   const Chronicle& chronicle = page.chronicle;
+   if( chronicle.findings.empty() )
+      return;
+   page.html.leaf( "h3", "Entries at the end" );
+   page.html.leaf( "p",
+      "What 'lint' finds about the entries that are installed at the end: those that never win a "
+      "packet, change nothing, or contradict themselves." );
+   for( const Findings& findings : chronicle.findings ) {
+      if( chronicle.chips.size() > 1 )
+         page.html.leaf( "h4", "Switch " + std::to_string( findings.chips ) + ": " +
+                                  chronicle.chips[ findings.chips - 1 ] );
+      writeEntryFindings( page, findings );
    }
 }
 

@@ -192,10 +192,11 @@ void Chronicler::switchEnds( Session& session )
    take( Moment::end, session );
    if( !findsEntries_ || !Cover::Solver::available() )
       return;
-   chronicle_.findings.emplace();
+   Report::Findings findings{ .chips = chips_ };
    for( const Cover::Coverage& about : entryCover( session, session.agent().hardware().units() ) )
       for( const std::string& text : findingsOf( session, about ) )
-         chronicle_.findings->push_back( { { about.unit, about.id }, about.name, text } );
+         findings.all.push_back( { { about.unit, about.id }, about.name, text } );
+   chronicle_.findings.push_back( std::move( findings ) );
 }
 
 void Chronicler::explained( Session& session, const Sim::Arrival& arrival,

@@ -207,15 +207,23 @@ TEST( Report, RowsSayWhatHasChangedAndFoldPorts )
    EXPECT_THAT( page, HasSubstr( "main</th><td>11 used, 53 left of 64</td>" ) );
 }
 
-TEST( Report, FindingsNameTheEntryAtTheEnd )
+TEST( Report, FindingsNameTheEntryAtTheEndOfEachSwitch )
 {
    if( !Cover::Solver::available() )
       GTEST_SKIP() << "this build has no solver";
-   const std::string file = scenarioFile( "switch hsdk ports 8\nbring-up\n" );
+   const std::string file = scenarioFile(
+      "switch hsdk ports 8\nbring-up\nswitch acl ports 4\nswitch hsdk ports 4\nbring-up\n" );
    const std::string page = pageOf( file );
    EXPECT_EQ( PageParts( page ).problem, "" );
-   EXPECT_THAT(
-      page, HasSubstr( "<a href=\"#m1-1032\">#m1-1032</a> <b>l2 mcast cpu and flood</b>: no " ) );
+   std::size_t from = 0;
+   for( const std::string part : { "<h4>Switch 1: hsdk, 1 unit of 8 ports</h4>",
+           "<a href=\"#m1-1032\">#m1-1032</a> <b>l2 mcast cpu and flood</b>: no ",
+           "<h4>Switch 2: acl, 1 unit of 4 ports</h4><p>Nothing: each entry",
+           "<h4>Switch 3: hsdk, 1 unit of 4 ports</h4>",
+           "<a href=\"#m3-1032\">#m3-1032</a> <b>l2 mcast cpu and flood</b>: no " } ) {
+      from = page.find( part, from );
+      ASSERT_NE( from, page.npos ) << part;
+   }
    EXPECT_THAT( runLine( { "report", file.c_str(), "-o", "-", "--no-lint" } ).out,
       Not( HasSubstr( "<b>l2 mcast cpu and flood</b>" ) ) );
 }
@@ -254,7 +262,8 @@ TEST( Report, TransientsAreShownWithTheCallsAndTheReasonThatAcceptsThem )
    // What an act ends with is told as if it was not watched.
    const std::string deadly =
       scenarioFile( "switch hsdk\nfault bcm_switch_control_set code BCM_E_FAIL\nbring-up\n" );
-   EXPECT_EXIT( runLine( { "report", deadly.c_str(), "-o", "-", "--transients" },
+   const std::string dead = testing::TempDir() + "TransientsAreShown.html";
+   EXPECT_EXIT( runLine( { "report", deadly.c_str(), "-o", dead.c_str(), "--transients" },
                    Tool::Terminal{ std::cin, std::cout, std::cerr } ),
       testing::ExitedWithCode( 3 ), "the agent died here" );
    EXPECT_THAT(
