@@ -7,6 +7,7 @@
 #include "sim/switch/Cause.h"
 
 #include <cstddef>
+#include <map>
 #include <optional>
 #include <string>
 #include <utility>
@@ -91,6 +92,8 @@ struct Snapshot
    std::size_t chips = 0;
    std::size_t event = 0; // position of the event that it was taken in
    Desk::SwitchState state{};
+   std::map<EntryPlace, U64>
+      hits{}; // packets that an entry has won since it was claimed; those with none are left out
 };
 
 VORMEL_ENUM( StepKind, U8, stage, state, wins, misses, unmatched, leaves, cpu, lost )

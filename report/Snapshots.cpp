@@ -57,7 +57,19 @@ struct View
    const Snapshot& snapshot;
    std::vector<StateRow> rows;
    bool showsUnits;
+   bool showsHits; // some entry of the run was hit
 };
+
+/// "3", of all units, or "never"
+std::string hitsText( const View& view, const StateRow& row )
+{
+   U64 hits = 0;
+   for( const U32 unit : row.units )
+      if( const auto at = view.snapshot.hits.find( { unit, row.number } );
+          at != view.snapshot.hits.end() )
+         hits += at->second;
+   return hits == 0 ? "never" : std::to_string( hits );
+}
 
 void writeChange( const Page& page, const StateRow& row )
 {
@@ -118,6 +130,8 @@ void writeRow( const Page& page, const View& view, const StateRow& row )
          isFirst = false;
       }
    }
+   if( view.showsHits && row.section == Section::entries )
+      html.leaf( "td", row.change == RowChange::gone ? "" : hitsText( view, row ) );
    {
       const Html::Element by( html, "td" );
       writeCause( page, view.snapshot.chips, row.cause );
@@ -139,9 +153,11 @@ void writeSectionTable(
 {
    Html& html = page.html;
    const std::string caption = titleOf( section ) + " at " + page.links.snapshot( view.position );
-   std::vector<std::string> columns{ "What", "Units", "Contents", "Written by", "Change" };
+   std::vector<std::string> columns{ "What", "Units", "Contents", "Hits", "Written by", "Change" };
    if( !view.showsUnits )
       std::erase( columns, "Units" );
+   if( !view.showsHits || section != Section::entries )
+      std::erase( columns, "Hits" );
    const WideTable table( html, caption, columns );
    const Html::Element body( html, "tbody" );
    std::string range;
@@ -150,8 +166,8 @@ void writeSectionTable(
       if( section == Section::entries && row->range != range ) {
          range = row->range;
          const Html::Element line( html, "tr" );
-         html.leaf(
-            "th", range, { { "colspan", view.showsUnits ? "5" : "4" }, { "scope", "rowgroup" } } );
+         html.leaf( "th", range,
+            { { "colspan", std::to_string( columns.size() ) }, { "scope", "rowgroup" } } );
       }
       const bool hasId = section == Section::entries && row->change != RowChange::gone;
       if( hasId ) {
@@ -215,8 +231,8 @@ void writeSnapshot( const Page& page, std::size_t position )
    for( const auto& [ key, part ] : snapshot.state.parts() )
       if( key.kind == Desk::PartKind::chip )
          units.push_back( key.unit );
-   const View view{
-      position, snapshot, stateRows( snapshot.state, before.state ), units.size() > 1 };
+   const View view{ position, snapshot, stateRows( snapshot.state, before.state ), units.size() > 1,
+      std::ranges::any_of( all, []( const Snapshot& each ) { return !each.hits.empty(); } ) };
    const std::string id = page.links.snapshot( position );
    html.line();
    const Html::Element article( html, "article", { { "id", id } } );

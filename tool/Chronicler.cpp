@@ -151,8 +151,15 @@ void Chronicler::add( LogLine line )
 void Chronicler::take( Moment moment, const Session& session )
 {
    event();
-   chronicle_.snapshots.push_back( { moment, chips_, chronicle_.events.size() - 1,
-      Desk::SwitchState( session.agent().hardware() ) } );
+   const Sim::SimSwitch& hardware = session.agent().hardware();
+   Report::Snapshot snapshot{
+      moment, chips_, chronicle_.events.size() - 1, Desk::SwitchState( hardware ) };
+   for( const auto& [ unit, chip ] : hardware.chips() )
+      for( const Sim::FieldGroup& group : chip.groups() )
+         for( const auto& [ id, entry ] : group.entries() )
+            if( entry.hits > 0 )
+               snapshot.hits[ { unit, id } ] = entry.hits;
+   chronicle_.snapshots.push_back( std::move( snapshot ) );
 }
 
 void Chronicler::switchBegins()

@@ -159,6 +159,11 @@ TEST( Report, APacketShowsTheWinnerItsCauseAndWhatWouldBeWithoutIt )
                                  "href=\"#m1-1034\">#m1-1034</a>: leaves on no port" ) );
    EXPECT_TRUE( parts.ids.contains( "p1" ) && parts.ids.contains( "m1-1034" ) );
    EXPECT_EQ( parts.figures.at( "packets" ), 1U );
+   // The packet hit one entry.
+   EXPECT_THAT( page.substr( page.find( "<tr id=\"m1-1034\"" ), 500 ),
+      HasSubstr( "do CopyToCpu</td><td>1</td>" ) );
+   EXPECT_THAT(
+      page.substr( page.find( "<tr id=\"m1-1024\"" ), 500 ), HasSubstr( "</td><td>never</td>" ) );
    // The entry is as it was.
    EXPECT_THAT( page, Not( HasSubstr( "disabled by" ) ) );
 }
