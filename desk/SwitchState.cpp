@@ -304,4 +304,9 @@ std::string numberRanges( const std::vector<U32>& numbers )
    return text;
 }
 
+std::string counted( U64 count, std::string_view what )
+{
+   return std::to_string( count ) + " " + std::string( what ) + ( count == 1 ? "" : "s" );
+}
+
 } // namespace Strata::Desk

@@ -12,6 +12,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -83,5 +84,8 @@ std::vector<Difference> differences( const SwitchState& before, const SwitchStat
 
 /// "0-3,8": ascending numbers, of units, ports and the like.
 std::string numberRanges( const std::vector<U32>& numbers );
+
+/// "1 call", "2 calls"
+std::string counted( U64 count, std::string_view what );
 
 } // namespace Strata::Desk

@@ -79,9 +79,4 @@ void writeLines( Html& html, std::string_view text )
    }
 }
 
-std::string counted( std::size_t count, std::string_view what )
-{
-   return std::to_string( count ) + " " + std::string( what ) + ( count == 1 ? "" : "s" );
-}
-
 } // namespace Strata::Report

@@ -1,6 +1,7 @@
 // The parts of a report's page. Each writes one section with a heading of level 2.
 #pragma once
 
+#include "desk/SwitchState.h"
 #include "platform/runtime/Types.h"
 #include "report/Chronicle.h"
 #include "report/Html.h"
@@ -64,7 +65,6 @@ void writeEvents( const Page& page, const std::vector<std::size_t>& events );
 /// Text of which each line break is kept.
 void writeLines( Html& html, std::string_view text );
 
-/// "1 call", "2 calls"
-std::string counted( std::size_t count, std::string_view what );
+using Desk::counted;
 
 } // namespace Strata::Report

@@ -49,9 +49,9 @@ std::optional<Report::EntryPlace> entryOf( const Sim::Record& record )
 /// "hsdk, 2 units with 32 ports each"
 std::string chipText( const Sim::SimSwitch& hardware )
 {
-   const std::size_t units = hardware.units().size();
-   return Vormel::format( "%s, %d %s of %d ports", hardware.profile().name, units,
-      units == 1 ? "unit" : "units", hardware.portsPerUnit() );
+   return Vormel::format( "%s, %s of %s", hardware.profile().name,
+      Desk::counted( hardware.units().size(), "unit" ),
+      Desk::counted( hardware.portsPerUnit(), "port" ) );
 }
 
 /// The inputs of a recording, each with the records that it caused.

@@ -135,6 +135,8 @@ TEST_F( PlanOfNetwork, NamesTheProbesThatChange )
    EXPECT_THAT( other, HasSubstr( "a             Ethernet4\n                -> Ethernet5\n" ) );
    EXPECT_THAT( other, testing::Not( HasSubstr( "  b  " ) ) );
    EXPECT_THAT( shown( "plan no probe a" ), HasSubstr( "would make 0 calls" ) );
+   EXPECT_THAT(
+      shown( "plan call handleTcamEntryVlanFlood false" ), HasSubstr( "would make 1 call (" ) );
    EXPECT_THAT( shown( "plan no probe a" ), testing::Not( HasSubstr( "die" ) ) );
    EXPECT_THAT( shown( "plan route 10.2.0.0/16 via Ethernet4 mac 00:00:00:00:02:09 vlan 20" ),
       HasSubstr( "-> Ethernet4, as 02:00:a1:00:00:01 -> 00:00:00:00:02:09" ) );

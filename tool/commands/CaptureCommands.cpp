@@ -258,8 +258,7 @@ void replay( Session& session, const Words& words, const CaptureWords& asked )
       problem = error.what();
    }
    if( table.count() > 0 ) {
-      title = std::to_string( table.count() ) +
-              ( table.count() == 1 ? " frame of " : " frames of " ) + file + title;
+      title = Desk::counted( table.count(), "frame" ) + " of " + file + title;
       if( asked.summary )
          session.console().table(
             title, [ & ] { return table.summary(); }, [ & ] { return table.summaryRows(); } );

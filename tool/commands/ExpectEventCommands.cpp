@@ -27,7 +27,7 @@ struct Times
    bool hold( U64 found ) const { return exactly ? found == *exactly : found > 0; }
    std::string text() const
    {
-      return exactly ? std::to_string( *exactly ) + " times" : "at least once";
+      return exactly ? Desk::counted( *exactly, "time" ) : "at least once";
    }
 };
 

@@ -72,7 +72,7 @@ Act expectCpu( const Session& session, Words& words )
       queue = words.number( "a CPU queue", 0, session.agent().hardware().profile().cpuQueues - 1 );
    if( times > 0 && words.accept( "because" ) )
       reason = words.text( "a part of the reason" );
-   std::string expected = "the CPU to get it " + std::to_string( times ) + " times";
+   std::string expected = "the CPU to get it " + Desk::counted( times, "time" );
    if( queue )
       expected += " on queue " + std::to_string( *queue );
    if( !reason.empty() )
@@ -105,7 +105,8 @@ Act expectPasses( const Session& session, Words& words )
    const U64 wanted = words.number( "a number of passes", 1, Sim::maxPasses );
    return [ wanted ]( Session& live ) {
       const std::size_t passes = live.packets().last()->verdict.passes.size();
-      live.expect( passes == wanted, std::to_string( wanted ) + " passes",
+      live.expect( passes == wanted,
+         std::to_string( wanted ) + ( wanted == 1 ? " pass" : " passes" ),
          std::to_string( passes ) + ": " + found( live ) );
    };
 }

@@ -131,8 +131,8 @@ Act plan( const Session& session, Words& words )
          file ? Desk::SwitchState( live.agent().hardware() ) : Desk::SwitchState();
       const Plan made = planOf( live, planned.line, planned.act, withPackets );
       live.console().table(
-         format( "'%s' would make %d calls (writes: %d, redundant: %d)", text, made.calls.size(),
-            made.writes, made.redundant ),
+         format( "'%s' would make %s (writes: %d, redundant: %d)", text,
+            Desk::counted( made.calls.size(), "call" ), made.writes, made.redundant ),
          [ & ] { return planTable( made ); }, [ & ] { return planJson( text, made ); } );
       if( file && !made.end.empty() )
          words.failAt( *file, "it is not saved, because it does not get through" );

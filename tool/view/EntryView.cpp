@@ -1,4 +1,5 @@
 #include "tool/view/EntryView.h"
+#include "desk/SwitchState.h"
 
 #include "routing/TcamL3EntryId.h"
 #include "sim/switch/SimSwitch.h"
@@ -42,7 +43,7 @@ const Sim::FieldRule& ruleOf( const Sim::FieldEntry& entry )
 
 std::string describe( const Sim::FieldEntry& entry )
 {
-   return entry.name + ( entry.hits == 0 ? "" : " (" + std::to_string( entry.hits ) + " hits)" ) +
+   return entry.name + ( entry.hits == 0 ? "" : " (" + Desk::counted( entry.hits, "hit" ) + ")" ) +
           "\n  match " + ruleOf( entry ).text( "\n  do " );
 }
 
