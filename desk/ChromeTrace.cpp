@@ -1,5 +1,9 @@
 #include "desk/ChromeTrace.h"
 
+#include "desk/RecordedHardware.h"
+#include "sim/switch/SimSwitch.h"
+
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -20,7 +24,9 @@ constexpr std::string_view opening = "{\"displayTimeUnit\":\"ns\",\"traceEvents\
 class Events
 {
  public:
-   Events( const RecordingFile& recording, std::ostream& out ) : out_( out )
+   Events( const RecordingFile& recording, const RoomSizes& rooms, std::ostream& out )
+      : out_( out ),
+        rooms_( rooms )
    {
       out_ << opening;
       for( const RecordedLine& record : recording.records() ) {
@@ -54,6 +60,10 @@ class Events
          calls_.emplace( record.number, json );
       } else if( record.kind == RecordedKind::end || record.kind == RecordedKind::returned )
          closeUpTo( json.at( "of" ).get<U64>(), json, time );
+      else if( record.kind == RecordedKind::chip )
+         count( json, json, time );
+      else if( record.kind == RecordedKind::manager )
+         countRoom( json, time );
       else if( record.kind == RecordedKind::notify )
          event( "i", time, { { "name", recordText( json ) }, { "cat", "change" }, { "s", "t" } } );
    }
@@ -109,29 +119,62 @@ class Events
       const std::string call = begin.at( "call" ).get<std::string>();
       const Json& arguments = begin.at( "arguments" );
       if( begin.contains( "manager" ) ) {
-         if( call == "getEntry" || call == "releaseEntry" )
-            countClaim( begin, end, time );
+         countEntry( begin, end, time );
       } else if( end.value( "code", Json() ) == "success" && !call.starts_with( "bcm_field_" ) &&
                  ( call.ends_with( "_set" ) || call.ends_with( "_write" ) ) && !arguments.empty() )
          countWrite( call, arguments, time );
    }
-   void countClaim( const Json& begin, const Json& end, U64 time )
+   /// A range is known: its room on each unit.
+   void countRoom( const Json& manager, U64 time )
    {
-      const Json& arguments = begin.at( "arguments" );
-      const std::string range =
-         begin.at( "manager" ).get<std::string>() + " unit " + arguments.at( "unit" ).dump();
-      std::set<U64>& claimed = claimed_[ range ];
-      const std::size_t before = claimed.size();
-      if( begin.at( "call" ) == "releaseEntry" )
-         claimed.erase( arguments.at( "entryId" ).get<U64>() );
-      else if( const Json id = end.value( "result", Json( 0 ) ); id != 0 )
-         claimed.insert( id.get<U64>() );
-      if( claimed.size() == before )
-         return;
+      const std::string name = decodedText( manager.at( "manager" ) );
+      for( const auto& [ place, room ] : rooms_ )
+         if( place.first == groupNamed( name ) )
+            sizes_[ name + " unit " + std::to_string( place.second ) ] = room;
+      writeRoom( time );
+   }
+   void writeRoom( U64 time )
+   {
       Json all = Json::object();
-      for( const auto& [ name, ids ] : claimed_ )
-         all[ name ] = ids.size();
-      event( "C", time, { { "name", "claimed entries" }, { "args", all } } );
+      for( const auto& [ name, room ] : sizes_ ) {
+         const std::size_t used = fitted_[ name ].size();
+         all[ name ] = room - std::min<std::size_t>( room, used );
+      }
+      if( !all.empty() )
+         event( "C", time, { { "name", "room left" }, { "args", all } } );
+   }
+   /// An entry takes room from its claim or installation to its removal or release.
+   void countEntry( const Json& begin, const Json& end, U64 time )
+   {
+      const std::string call = begin.at( "call" ).get<std::string>();
+      const Json& arguments = begin.at( "arguments" );
+      if( !arguments.contains( "unit" ) || !arguments.contains( "entryId" ) )
+         return;
+      const std::string range =
+         decodedText( begin.at( "manager" ) ) + " unit " + arguments.at( "unit" ).dump();
+      std::set<U64>& claimed = claimed_[ range ];
+      std::set<U64>& fitted = fitted_[ range ];
+      const std::size_t claims = claimed.size();
+      const std::size_t used = fitted.size();
+      if( call == "getEntry" ) {
+         if( const Json id = end.value( "result", Json( 0 ) ); id != 0 )
+            if( claimed.insert( id.get<U64>() ).second )
+               fitted.insert( id.get<U64>() );
+      } else if( const U64 id = arguments.at( "entryId" ).get<U64>(); call == "releaseEntry" ) {
+         claimed.erase( id );
+         fitted.erase( id );
+      } else if( call == "removeEntry" )
+         fitted.erase( id );
+      else if( call == "installEntry" && end.value( "code", Json() ) == "success" )
+         fitted.insert( id );
+      if( claimed.size() != claims ) {
+         Json all = Json::object();
+         for( const auto& [ name, ids ] : claimed_ )
+            all[ name ] = ids.size();
+         event( "C", time, { { "name", "claimed entries" }, { "args", all } } );
+      }
+      if( fitted.size() != used )
+         writeRoom( time );
    }
    /// Of an operation that writes a control, register, memory entry or VLAN, the last argument is the value.
    void countWrite( const std::string& call, const Json& arguments, U64 time )
@@ -165,7 +208,10 @@ class Events
    std::vector<Slice> open_;
    std::map<U64, U64> inputs_; // that have caused no call yet, with their times
    std::map<U64, Json> calls_; // that have not ended
-   std::map<std::string, std::set<U64>> claimed_;
+   const RoomSizes& rooms_;
+   std::map<std::string, std::set<U64>> claimed_; // ids, by the range and unit
+   std::map<std::string, std::set<U64>> fitted_;  // those that take room
+   std::map<std::string, U32> sizes_;
    std::map<std::string, std::string> written_;
 };
 
@@ -185,11 +231,37 @@ void checkChromeTrace( const std::string& file )
    }
 }
 
-void writeChromeTrace( const RecordingFile& recording, const std::string& file )
+RoomSizes roomSizes( const Sim::SimSwitch& hardware )
+{
+   RoomSizes rooms;
+   for( const auto& [ unit, chip ] : hardware.chips() )
+      for( const Sim::FieldGroup& group : chip.groups() )
+         rooms[ { group.profile().key, unit } ] = group.room();
+   return rooms;
+}
+
+RoomSizes roomSizes( const RecordingFile& recording )
+{
+   RoomSizes rooms;
+   try {
+      const Sim::SimSwitchConfig hardware = hardwareOf( recording );
+      const auto known = Sim::chipProfileNames();
+      if( std::ranges::find( known, hardware.chip->name ) != known.end() )
+         for( const U32 unit : hardware.units )
+            for( const Sim::FieldGroupProfile& group : hardware.chip->groups )
+               rooms[ { group.key, unit } ] = group.room;
+   } catch( const RecordingError& ) {
+      // There is no such switch.
+   }
+   return rooms;
+}
+
+void writeChromeTrace(
+   const RecordingFile& recording, const RoomSizes& rooms, const std::string& file )
 {
    checkChromeTrace( file );
    std::ofstream out( file );
-   const Events events( recording, out );
+   const Events events( recording, rooms, out );
    if( !out.flush() )
       throw std::runtime_error( "'" + file + "' cannot be written" );
 }

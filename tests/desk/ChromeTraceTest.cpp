@@ -84,7 +84,7 @@ TEST( ChromeTraceTest, CallsNestInInputsAndArrowsHaveBothEnds )
    EXPECT_EQ( redundantWrites( "call handleVlanRoutingState 1 ip4\n" ), writes + 2 )
       << "one on each unit";
    EXPECT_EQ( redundantWrites( "call handleVlanRoutingState 1 ip6\n" ), writes );
-   const Outcome outcome = runText( "switch hsdk ports 4 units 2\nbring-up\n"
+   const Outcome outcome = runText( "switch hsdk ports 4 units 2\nunit 1 room main 40\nbring-up\n"
                                     "interface Ethernet1-2 unit 0 port 1\n"
                                     "set Ethernet1.forwardingModel routed\n"
                                     "call handleRouting true true\n"
@@ -96,6 +96,9 @@ TEST( ChromeTraceTest, CallsNestInInputsAndArrowsHaveBothEnds )
    EXPECT_GT( trace.calls[ "bcm_switch_control_set" ], 5 );
    const json before = trace.counts.at( "claimed entries" );
    EXPECT_EQ( before.at( "main unit 0" ), before.at( "main unit 1" ) );
+   const json room = trace.counts.at( "room left" );
+   EXPECT_EQ( room.at( "main unit 0" ).get<int>() + before.at( "main unit 0" ).get<int>(), 64 );
+   EXPECT_EQ( room.at( "main unit 1" ).get<int>(), 40 - before.at( "main unit 1" ).get<int>() );
    const std::string other = testing::TempDir() + "chrome-trace.txt";
    std::ofstream( other ) << "something else";
    EXPECT_EQ( runText( "switch hsdk\n", { "--chrome-trace", other.c_str() } ).status, 2 );
@@ -120,7 +123,9 @@ TEST( ChromeTraceTest, CallsNestInInputsAndArrowsHaveBothEnds )
                           file.c_str() } )
                  .status,
       0 );
-   EXPECT_GT( TraceReader( file ).arrows(), 5u );
+   const TraceReader recorded( file );
+   EXPECT_GT( recorded.arrows(), 5u );
+   EXPECT_EQ( recorded.counts.at( "room left" ).at( "main unit 0" ), 64 - 16 );
 }
 
 } // namespace

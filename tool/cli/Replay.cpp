@@ -73,7 +73,7 @@ class ReplaySubcommand : public Subcommand
          for( const std::string& note : recording.notes() )
             terminal.err << "strata-l3 replay: " << file_ << ": " << note << std::endl;
          if( !trace_.empty() )
-            Desk::writeChromeTrace( recording, trace_ );
+            Desk::writeChromeTrace( recording, Desk::roomSizes( recording ), trace_ );
          // The slice may end its process, as the recorded one may have; so it runs in a copy of this one.
          const ChildEnd child =
             runInChild( [ & ]( ChildChannel& channel ) { replayInto( channel, recording ); } );

@@ -1,6 +1,7 @@
 // strata-l3 run: runs a scenario.
 #include "desk/ChromeTrace.h"
 #include "sim/chip/ChipProfile.h"
+#include "tool/Session.h"
 #include "tool/cli/ConsoleOptions.h"
 #include "tool/cli/Subcommand.h"
 
@@ -54,13 +55,20 @@ class Run : public Subcommand
             Desk::checkReplaceable( recording, "the recording" );
             std::remove( recording.c_str() );
          }
+         Desk::RoomSizes rooms;
          const ExitStatus status = runScenario( file_, console,
             { .profile = profile_,
                .keepsRecords = options_.keepsRecords(),
-               .recordingFile = recording } );
+               .recordingFile = recording },
+            [ & ]( Session& session ) {
+               if( session.hasAgent() )
+                  rooms = Desk::roomSizes( session.agent().hardware() );
+            } );
          std::error_code none;
          if( std::filesystem::exists( recording, none ) ) { // also behind a line that cannot be run
-            Desk::writeChromeTrace( Desk::RecordingFile( recording ), trace_ );
+            const Desk::RecordingFile recorded( recording );
+            Desk::writeChromeTrace(
+               recorded, rooms.empty() ? Desk::roomSizes( recorded ) : rooms, trace_ );
             std::remove( recording.c_str() );
          } else if( !trace_.empty() && status != ExitStatus::error ) {
             throw std::runtime_error(

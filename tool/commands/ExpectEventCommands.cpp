@@ -1,4 +1,5 @@
 // Expectations about events since the last mark, and about commands that must fail.
+#include "desk/SwitchState.h"
 #include "platform/runtime/Snapshot.h"
 #include "tool/ChildProcess.h"
 #include "tool/Interrupt.h"

@@ -1,4 +1,5 @@
 // What a command would do; plans in files.
+#include "desk/SwitchState.h"
 #include "tool/Plan.h"
 
 #include "platform/runtime/Format.h"
