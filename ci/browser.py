@@ -179,16 +179,30 @@ def tutorial(directory):
     return scenario
 
 
+def frames(directory):
+    """A capture that is sent, by a router that packets are watched in."""
+    scenario = directory / 'frames.scenario'
+    scenario.write_text('switch hsdk ports 8\n'
+                        'interface Ethernet1-4 unit 0 port 1\n'
+                        'vlan 10 svi members Ethernet1-4\n'
+                        'bring-up\n'
+                        'router 02:00:a1:00:00:01\n'
+                        'native-vlan 10 Ethernet1-4\n'
+                        'pcap tests/packet/frames/frames.pcap in Ethernet1\n', encoding='utf-8')
+    return scenario
+
+
 def main():
     command = sys.argv[1]
     with tempfile.TemporaryDirectory() as name:
         directory = pathlib.Path(name)
         browser = Browser()
         problems = []
-        for scenario in (tutorial(directory), pathlib.Path('scenarios/two-units.scenario'),
-                         pathlib.Path('scenarios/recordings/tutorial.recording')):
+        for scenario, *options in ((tutorial(directory),), (pathlib.Path('scenarios/two-units.scenario'),),
+                                   (pathlib.Path('scenarios/recordings/tutorial.recording'),),
+                                   (frames(directory), '--transients')):
             page = directory / (scenario.name + '.html')
-            subprocess.run([command, 'report', scenario, '-o', page], check=True)
+            subprocess.run([command, 'report', scenario, '-o', page, *options], check=True)
             figures = {} if scenario.suffix == '.recording' else figures_of(command, scenario)
             problems += Check(browser, page, figures).all()
         browser.driver.quit()

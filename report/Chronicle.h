@@ -134,6 +134,8 @@ struct Packet
    std::string frame{}; // with where it came in
    std::string outcome{};
    bool sent = false; // else only explained
+   // Of a capture: the frames that fared like this one, which is the first of them, in ranges of the first and the last one.
+   std::vector<std::pair<U32, U32>> frames{};
    std::vector<Pass> passes{};
    std::vector<Without> withouts{};
 };
@@ -168,6 +170,9 @@ struct Transient
    std::optional<std::string> reason{}; // why it is accepted; nothing if it is not
    std::size_t event = 0;
 };
+
+/// As many frames of a capture have pictures, each of one that fared otherwise than those before.
+constexpr std::size_t mostFramePictures = 100;
 
 struct Chronicle
 {

@@ -28,6 +28,11 @@ class Links
    {
       return "t" + std::to_string( position + 1 );
    }
+   /// "e5-f7": frame 7 of the capture of an event.
+   static std::string frame( std::size_t event, const std::string& number )
+   {
+      return Links::event( event ) + "-f" + number;
+   }
    /// "m1" for the first mark or end.
    std::string snapshot( std::size_t position ) const;
    /// "r113"; records of the second switch are "s2-r113".

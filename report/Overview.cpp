@@ -75,7 +75,9 @@ void writeRedundant( const Page& page )
       }
    html.leaf( "h3", "Redundant writes" );
    if( all.empty() ) {
-      html.leaf( "p", "None: each of the " + counted( writes, "write" ) + " changed a chip." );
+      html.leaf( "p", writes == 0
+                         ? "No chip was written."
+                         : "None: each of the " + counted( writes, "write" ) + " changed a chip." );
       return;
    }
    html.leaf( "p", std::to_string( redundant ) + " of " + counted( writes, "write" ) +

@@ -69,6 +69,12 @@ void writePacket( const Page& page, std::size_t position )
       html.text( " " );
       html.leaf( "code", page.chronicle.events[ packet.event ].text );
    }
+   if( !packet.frames.empty() )
+      html.leaf( "p",
+         "The picture is of frame " + std::to_string( packet.frames.front().first ) +
+            " of the capture. The same entries won " + framesText( packet.frames ) +
+            ", which ended alike.",
+         { { "class", "by" } } );
    for( std::size_t i = 0; i < packet.passes.size(); ++i ) {
       const Pass& pass = packet.passes[ i ];
       if( packet.passes.size() > 1 )
@@ -91,7 +97,8 @@ void writePackets( const Page& page )
    html.leaf( "h2", "Packets", { { "id", "packets" } } );
    html.leaf( "p",
       "Each packet's way through the stages of the chip, from the top: what each stage found, the entry that won in "
-      "each range, the entries that nearly did, and who wrote them." );
+      "each range, the entries that nearly did, and who wrote them. Of a capture, the first 100 frames that fared otherwise than those "
+      "before them are shown." );
    for( std::size_t i = 0; i < page.chronicle.packets.size(); ++i )
       writePacket( page, i );
 }

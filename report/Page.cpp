@@ -67,6 +67,22 @@ void writeEvents( const Page& page, const std::vector<std::size_t>& events )
    }
 }
 
+std::string framesText( const std::vector<std::pair<U32, U32>>& frames )
+{
+   constexpr std::size_t mostRanges = 12;
+   const bool isOne = frames.size() == 1 && frames.front().first == frames.front().second;
+   std::string text = isOne ? "frame " : "frames ";
+   for( std::size_t i = 0; i < frames.size(); ++i ) {
+      if( i == mostRanges )
+         return text + ",...," + std::to_string( frames.back().second );
+      const auto& [ first, last ] = frames[ i ];
+      text += ( i == 0 ? "" : "," ) + std::to_string( first );
+      if( last != first )
+         text += "-" + std::to_string( last );
+   }
+   return text;
+}
+
 void writeLines( Html& html, std::string_view text )
 {
    for( ;; ) {

@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Strata::Report {
@@ -62,6 +63,8 @@ class WideTable
 void writeCause( const Page& page, std::size_t chips, const Sim::Cause& cause );
 /// "#e5 #e9"
 void writeEvents( const Page& page, const std::vector<std::size_t>& events );
+/// "frame 3", "frames 1-3,7": the frames of a capture; of many ranges the first ones and the last frame.
+std::string framesText( const std::vector<std::pair<U32, U32>>& frames );
 /// Text of which each line break is kept.
 void writeLines( Html& html, std::string_view text );
 

@@ -1,7 +1,10 @@
 // The events of a run in their order, with what each led to folded under it.
 #include "report/Page.h"
 
+#include <iterator>
+#include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Strata::Report {
@@ -18,8 +21,45 @@ std::string classOf( const LogLine& line )
    return line.word == "notify" ? "good" : line.word == "trace" ? "faint" : "";
 }
 
-void writeShown( Html& html, const LogLine& line )
+/// By the first frame of a range: the last one, and the position of the packet that shows how they fared.
+using FramePictures = std::map<U32, std::pair<U32, std::size_t>>;
+
+/// Empty if the event sent no capture.
+FramePictures framePictures( const Page& page, const Event& event )
 {
+   FramePictures pictures;
+   for( const std::size_t packet : event.packets )
+      for( const auto& [ first, last ] : page.chronicle.packets[ packet ].frames )
+         pictures[ first ] = { last, packet };
+   return pictures;
+}
+
+/// The cells of a frame of a capture, with an anchor and a link to the picture of how it fared.
+void writeFrame(
+   const Page& page, std::size_t event, const FramePictures& pictures, const Shown::Row& row )
+{
+   Html& html = page.html;
+   const std::string& number = row.cells.front();
+   const Html::Element element( html, "tr", { { "id", Links::frame( event, number ) } } );
+   {
+      const Html::Element data( html, "td" );
+      html.link( Links::frame( event, number ), number );
+   }
+   const Html::Element data( html, "td" );
+   html.text( row.cells.back() );
+   const auto next = pictures.upper_bound( static_cast<U32>( std::stoul( number ) ) );
+   if( next == pictures.begin() )
+      return;
+   const auto& [ last, packet ] = std::prev( next )->second;
+   if( last >= std::stoul( number ) ) {
+      html.text( " " );
+      html.anchor( Links::packet( packet ) );
+   }
+}
+
+void writeShown( const Page& page, std::size_t event, const LogLine& line )
+{
+   Html& html = page.html;
    const Shown& shown = *line.table;
    if( shown.rows.empty() ) {
       const Html::Element paragraph( html, "p" );
@@ -28,7 +68,13 @@ void writeShown( Html& html, const LogLine& line )
    }
    const WideTable table( html, line.text, shown.columns );
    const Html::Element body( html, "tbody" );
+   const FramePictures pictures = framePictures( page, page.chronicle.events[ event ] );
+   const bool hasFrames = !pictures.empty() && shown.columns.front() == "Frame";
    for( const Shown::Row& row : shown.rows ) {
+      if( hasFrames ) {
+         writeFrame( page, event, pictures, row );
+         continue;
+      }
       const Html::Element element( html, "tr" );
       if( row.heading ) {
          html.leaf( "th", row.cells.front(),
@@ -83,11 +129,12 @@ std::size_t writeRun( const Page& page, const Event& event, std::size_t from )
    return from;
 }
 
-void writeContents( const Page& page, const Event& event )
+void writeContents( const Page& page, std::size_t position )
 {
+   const Event& event = page.chronicle.events[ position ];
    for( std::size_t i = 0; i < event.lines.size(); )
       if( event.lines[ i ].table )
-         writeShown( page.html, event.lines[ i++ ] );
+         writeShown( page, position, event.lines[ i++ ] );
       else
          i = writeRun( page, event, i );
 }
@@ -152,8 +199,10 @@ void writeResult( const Page& page, const Event& event, std::size_t position )
    }
    for( const std::size_t packet : event.packets ) {
       const Html::Element paragraph( html, "p" );
+      const Packet& shown = page.chronicle.packets[ packet ];
       html.anchor( Links::packet( packet ) );
-      html.text( " " + page.chronicle.packets[ packet ].outcome );
+      html.text(
+         " " + ( shown.frames.empty() ? "" : framesText( shown.frames ) + ": " ) + shown.outcome );
    }
    if( !event.transients.empty() ) {
       const Html::Element paragraph( html, "p" );
@@ -211,7 +260,7 @@ void writeEvent( const Page& page, std::size_t position )
          html.leaf( "span", summary );
          html.leaf( "small", place );
       }
-      writeContents( page, event );
+      writeContents( page, position );
    }
    writeResult( page, event, position );
 }

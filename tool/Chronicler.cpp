@@ -54,6 +54,16 @@ std::string chipText( const Sim::SimSwitch& hardware )
       Desk::counted( hardware.portsPerUnit(), "port" ) );
 }
 
+/// What became of a frame, and which entries won it.
+std::string frameKey( const Sim::PacketEngine& engine, const Sim::Verdict& verdict )
+{
+   std::string key = engine.summary( verdict );
+   for( const Sim::PassVerdict& pass : verdict.passes )
+      for( const Sim::Winner& winner : pass.winners )
+         key += Vormel::format( "\n%d %s %d", pass.arrival.unit, winner.group, winner.id );
+   return key;
+}
+
 /// The inputs of a recording, each with the records that it caused.
 class RecordedEvents
 {
@@ -178,6 +188,7 @@ void Chronicler::twinMade( const Session& session, const Desk::RecordingFile& re
 
 void Chronicler::begins( const Line& line )
 {
+   frames_.clear();
    chronicle_.events.push_back( { .file = line.file,
       .line = line.number,
       .text = commandText( line ),
@@ -211,11 +222,38 @@ void Chronicler::explained( Session& session, const Sim::Arrival& arrival,
 {
    Report::Packet packet = packetStory(
       session.packets().engine(), session.agent().hardware(), arrival, verdict, explanation );
+   packet.sent = isSent;
+   add( std::move( packet ) );
+}
+
+void Chronicler::add( Report::Packet packet )
+{
    packet.chips = chips_;
    packet.event = chronicle_.events.size() - 1;
-   packet.sent = isSent;
    event().packets.push_back( chronicle_.packets.size() );
    chronicle_.packets.push_back( std::move( packet ) );
+}
+
+void Chronicler::frameComes( Session& session, U32 frame, const Sim::Arrival& arrival )
+{
+   Sim::PacketEngine& engine = session.packets().engine();
+   const Sim::Verdict verdict = engine.explain( arrival );
+   const auto [ at, isNew ] = frames_.try_emplace( frameKey( engine, verdict ) );
+   if( isNew && event().packets.size() < Report::mostFramePictures ) {
+      at->second = chronicle_.packets.size();
+      Sim::Explanation explanation;
+      engine.explain( arrival, &explanation );
+      Report::Packet packet =
+         packetStory( engine, session.agent().hardware(), arrival, verdict, explanation );
+      packet.sent = true;
+      add( std::move( packet ) );
+   }
+   if( !at->second )
+      return;
+   auto& frames = chronicle_.packets[ *at->second ].frames;
+   if( frames.empty() || frames.back().second + 1 != frame )
+      frames.emplace_back( frame, frame );
+   frames.back().second = frame;
 }
 
 void Chronicler::watched( const std::vector<Report::Transient>& transients )
@@ -253,7 +291,9 @@ void Chronicler::noted( std::string_view text )
 
 void Chronicler::shown( const std::string& title, const Table& table )
 {
-   if( !event().packets.empty() || !event().transients.empty() )
+   const std::vector<std::size_t>& packets = event().packets;
+   const bool isCapture = !packets.empty() && !chronicle_.packets[ packets.back() ].frames.empty();
+   if( ( !packets.empty() && !isCapture ) || !event().transients.empty() )
       return; // they are shown in their own section
    Report::Shown shown{ table.titles(), {} };
    table.visit(

@@ -6,6 +6,8 @@
 
 #include <cstddef>
 #include <functional>
+#include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -30,6 +32,7 @@ class Chronicler : public RunListener
    void marked( Session& session ) override;
    void explained( Session& session, const Sim::Arrival& arrival, const Sim::Verdict& verdict,
       const Sim::Explanation& explanation, bool isSent ) override;
+   void frameComes( Session& session, U32 frame, const Sim::Arrival& arrival ) override;
    void watched( const std::vector<Report::Transient>& transients ) override;
    void switchEnds( Session& session ) override;
    void recorded( const Sim::Record& record ) override;
@@ -47,6 +50,7 @@ class Chronicler : public RunListener
  private:
    Report::Event& event();
    void add( Report::LogLine line );
+   void add( Report::Packet packet );
    void take( Report::Moment moment, const Session& session );
 
    std::function<void()> whenDead_;
@@ -55,6 +59,8 @@ class Chronicler : public RunListener
    std::size_t chips_ = 0;
    const Session* session_ = nullptr; // while it has the present switch
    bool twinIsNew_ = false;           // its first mark is not one of a scenario
+   // Packets of the present capture, by what became of them and the entries that won; nothing for those without a picture.
+   std::map<std::string, std::optional<std::size_t>> frames_;
 };
 
 } // namespace Strata::Tool

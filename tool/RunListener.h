@@ -47,6 +47,8 @@ class RunListener
    /// A packet is about to be sent, or is only explained.
    virtual void explained( Session& session, const Sim::Arrival& arrival,
       const Sim::Verdict& verdict, const Sim::Explanation& explanation, bool isSent ) = 0;
+   /// A frame of a capture is about to be sent, by the present command.
+   virtual void frameComes( Session& session, U32 frame, const Sim::Arrival& arrival ) = 0;
    /// Packets were watched while the present command ran: those that fared neither as before nor as after.
    virtual void watched( const std::vector<Report::Transient>& transients ) = 0;
    /// The switch is about to be dropped, or the run is over.

@@ -1,6 +1,7 @@
 // Reports: well-formed pages whose links lead somewhere, with the numbers of the run's JSON.
 #include "cover/Solver.h"
 #include "desk/SwitchState.h"
+#include "report/Chronicle.h"
 #include "report/Html.h"
 #include "report/StateRows.h"
 #include "tests/tool/CommandLine.h"
@@ -231,6 +232,46 @@ TEST( Report, FindingsNameTheEntryAtTheEndOfEachSwitch )
    }
    EXPECT_THAT( runLine( { "report", file.c_str(), "-o", "-", "--no-lint" } ).out,
       Not( HasSubstr( "<b>l2 mcast cpu and flood</b>" ) ) );
+}
+
+TEST( Report, FramesOfACaptureHaveRowsAndOnePictureOfEachKind )
+{
+   const std::string start = "switch hsdk ports 8\ninterface Ethernet1-4 unit 0 port 1\nbring-up\n"
+                             "vlan 10 members Ethernet1-4\nnative-vlan 10 Ethernet1-4\n";
+   const std::string file = scenarioFile(
+      start + "pcap tests/packet/frames/frames.pcap in Ethernet1\n"
+              "pcap tests/packet/frames/frames.pcap in Ethernet1 frames 12-13 summary\n" );
+   const std::string page = pageOf( file );
+   const PageParts parts( page );
+   EXPECT_EQ( parts.problem, "" );
+   EXPECT_LE( page.size(), 3 * runLine( { "run", "--json", file.c_str() } ).out.size() );
+   EXPECT_TRUE( parts.ids.contains( "e6-f29" ) && !parts.ids.contains( "e7-f12" ) );
+   EXPECT_EQ( parts.figures.at( "packets" ), 8U );
+   EXPECT_THAT( page,
+      AllOf( HasSubstr( "<tr id=\"e6-f12\"><td><a href=\"#e6-f12\">12</a></td><td>Ethernet2-4; CPU "
+                        "queue 0: flood in VLAN 10 <a href=\"#p2\">" ),
+         HasSubstr( "The same entries won frames 10,12,21, which ended alike." ),
+         HasSubstr( "<a href=\"#p7\">#p7</a> frame 12: Ethernet2-4; CPU queue" ) ) );
+
+   // Frames that each fare otherwise, because their sources are other group addresses.
+   const std::string capture = testing::TempDir() + "FramesOfACapture.pcap";
+   std::ofstream out( capture, std::ios::binary );
+   const auto numbers = [ & ]( std::initializer_list<U32> values ) {
+      for( const U32 value : values )
+         out.write( reinterpret_cast<const char*>( &value ), sizeof value );
+   };
+   numbers( { 0xA1B2C3D4, 0x00040002, 0, 0, 65535, 1 } );
+   for( char i = 0; i < 105; ++i ) {
+      numbers( { 0, 0, 60, 60 } );
+      out << std::string( 6, '\2' ) + std::string( 5, '\1' ) + i + std::string( 48, '\0' );
+   }
+   out.close();
+   const std::string many = pageOf( scenarioFile( start + "pcap " + capture + " in Ethernet1\n" ) );
+   const PageParts manyParts( many );
+   EXPECT_EQ( manyParts.problem, "" );
+   EXPECT_EQ( manyParts.figures.at( "packets" ), mostFramePictures );
+   EXPECT_THAT( many, HasSubstr( "01:01:01:01:01:64 is a group address</td></tr>" ) );
+   EXPECT_THAT( many, HasSubstr( "01:01:01:01:01:63 is a group address <a href=\"#p100\">" ) );
 }
 
 TEST( Report, TransientsAreShownWithTheCallsAndTheReasonThatAcceptsThem )

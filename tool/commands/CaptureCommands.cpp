@@ -2,6 +2,7 @@
 #include "desk/SwitchState.h"
 #include "platform/runtime/Errors.h"
 #include "tool/Interrupt.h"
+#include "tool/RunListener.h"
 #include "tool/Session.h"
 #include "tool/packet/PacketWords.h"
 #include "tool/view/Table.h"
@@ -188,9 +189,10 @@ std::string cutKey( const CapturedFrame& captured, bool summary )
 }
 
 /// Sends a frame of a file. A frame that cannot be sent does not stop the others.
-void sendCaptured( PacketDesk& desk, const Entrance& entrance, const CapturedFrame& captured,
+void sendCaptured( Session& session, const Entrance& entrance, const CapturedFrame& captured,
    U32 number, bool summary, CaptureTable& table )
 {
+   PacketDesk& desk = session.packets();
    const auto add = [ & ]( const std::string& key, auto make ) {
       table.add( number, cutKey( captured, summary ) + key, [ & ] {
          FrameOutcome outcome = make();
@@ -200,6 +202,8 @@ void sendCaptured( PacketDesk& desk, const Entrance& entrance, const CapturedFra
    };
    try {
       Sim::Arrival arrival{ entrance.port, checkedFrame( captured.frame() ), entrance.higig };
+      if( RunListener* const listener = session.console().listener() )
+         listener->frameComes( session, number, arrival );
       Sim::Verdict verdict = desk.engine().send( arrival );
       add( outcomeKey( verdict ), [ & ] {
          return FrameOutcome{ desk.engine().summary( verdict ),
@@ -247,7 +251,7 @@ void replay( Session& session, const Words& words, const CaptureWords& asked )
          }
          if( reader.number() < asked.first )
             continue;
-         sendCaptured( desk, asked.entrance, *captured, reader.number(), asked.summary, table );
+         sendCaptured( session, asked.entrance, *captured, reader.number(), asked.summary, table );
       }
       if( title.empty() && asked.range && reader.number() < asked.last )
          title = ", which ends with frame " + std::to_string( reader.number() );
