@@ -8,6 +8,7 @@
 #include "sim/switch/SimSwitch.h"
 
 #include <map>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <utility>

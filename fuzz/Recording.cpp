@@ -6,6 +6,7 @@
 #include "platform/runtime/Errors.h"
 #include "tool/Session.h"
 
+#include <nlohmann/json.hpp>
 #include <string>
 
 namespace Strata::Fuzz {

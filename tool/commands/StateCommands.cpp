@@ -7,7 +7,7 @@
 #include "tool/words/Command.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
+#include <nlohmann/json.hpp> // IWYU pragma: keep, a complete type
 #include <optional>
 #include <string>
 
