@@ -22,10 +22,14 @@ struct Shown
    {
       std::vector<std::string> cells; // of a heading between rows, its text alone
       bool heading = false;
+
+      bool operator==( const Row& ) const = default;
    };
 
    std::vector<std::string> columns;
    std::vector<Row> rows;
+
+   bool operator==( const Shown& ) const = default;
 };
 
 /// An entry of a chip.
@@ -75,6 +79,7 @@ struct Event
    U32 line = 0;
    std::string text{};
    std::size_t chips = 0; // which switch of the run, from 1; 0 before the first
+   double seconds = 0;    // of the clock, when it began
    std::vector<LogLine> lines{};
    std::optional<Judgement> judgement{};
    // Positions of its packets and transients.
@@ -94,6 +99,7 @@ struct Snapshot
    Desk::SwitchState state{};
    std::map<EntryPlace, U64>
       hits{}; // packets that an entry has won since it was claimed; those with none are left out
+   std::map<std::string, Shown> tables{}; // of other parts of the agent, by their titles
 };
 
 VORMEL_ENUM( StepKind, U8, stage, state, wins, misses, unmatched, leaves, cpu, lost )

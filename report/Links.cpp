@@ -4,6 +4,19 @@
 
 namespace Strata::Report {
 
+namespace {
+
+template<class Writers, class Key>
+std::vector<std::size_t> eventsUpTo( const Writers& writers, const Key& key, std::size_t last )
+{
+   std::vector<std::size_t> events;
+   if( const auto at = writers.find( key ); at != writers.end() )
+      events.assign( at->second.begin(), at->second.upper_bound( last ) );
+   return events;
+}
+
+} // namespace
+
 Links::Links( const Chronicle& chronicle ) : chronicle_( chronicle )
 {
    for( std::size_t i = 0; i < chronicle.events.size(); ++i ) {
@@ -11,8 +24,12 @@ Links::Links( const Chronicle& chronicle ) : chronicle_( chronicle )
       for( const LogLine& line : event.lines ) {
          if( line.kind == LineKind::record )
             events_.emplace( std::pair( event.chips, line.record ), i );
-         if( line.entry && !line.write.empty() )
+         if( line.write.empty() )
+            continue;
+         if( line.entry )
             writers_[ { event.chips, *line.entry } ].insert( i );
+         else
+            targetWriters_[ { event.chips, line.target } ].insert( i );
       }
    }
 }
@@ -45,30 +62,33 @@ std::optional<std::size_t> Links::eventOf( std::size_t chips, U64 record ) const
    return at == events_.end() ? std::nullopt : std::optional( at->second );
 }
 
-std::optional<std::size_t> Links::snapshotWith( std::size_t chips, const EntryPlace& place ) const
+std::optional<std::size_t> Links::snapshotWith(
+   std::size_t chips, const EntryPlace& place, std::size_t event ) const
 {
+   const Desk::PartKey key{ Desk::PartKind::entry, place.id, 0, place.unit };
    std::optional<std::size_t> found;
    for( std::size_t i = 0; i < chronicle_.snapshots.size(); ++i ) {
       const Snapshot& snapshot = chronicle_.snapshots[ i ];
-      if( snapshot.chips == chips && snapshot.moment != Moment::made )
-         found = i;
+      if( snapshot.chips != chips || snapshot.moment == Moment::made ||
+          !snapshot.state.parts().contains( key ) )
+         continue;
+      found = i;
+      if( snapshot.event >= event )
+         break;
    }
-   if( !found )
-      return std::nullopt;
-   const auto& parts = chronicle_.snapshots[ *found ].state.parts();
-   const Desk::PartKey key{ Desk::PartKind::entry, place.id, 0, place.unit };
-   return parts.contains( key ) ? found : std::nullopt;
+   return found;
 }
 
 std::vector<std::size_t> Links::writersOf(
    std::size_t chips, const EntryPlace& place, std::size_t lastEvent ) const
 {
-   std::vector<std::size_t> events;
-   if( const auto at = writers_.find( { chips, place } ); at != writers_.end() )
-      for( const std::size_t event : at->second )
-         if( event <= lastEvent )
-            events.push_back( event );
-   return events;
+   return eventsUpTo( writers_, std::pair( chips, place ), lastEvent );
+}
+
+std::vector<std::size_t> Links::writersOf(
+   std::size_t chips, const std::string& target, std::size_t lastEvent ) const
+{
+   return eventsUpTo( targetWriters_, std::pair( chips, target ), lastEvent );
 }
 
 } // namespace Strata::Report

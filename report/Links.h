@@ -42,16 +42,21 @@ class Links
 
    /// The event with this record; nothing if no event has it.
    std::optional<std::size_t> eventOf( std::size_t chips, U64 record ) const;
-   /// The last snapshot of the switch, if it has the entry.
-   std::optional<std::size_t> snapshotWith( std::size_t chips, const EntryPlace& place ) const;
-   /// Events that have written an entry of the switch, up to this one.
+   /// The first snapshot of the switch from this event on that has the entry, or else the last one before it.
+   std::optional<std::size_t> snapshotWith(
+      std::size_t chips, const EntryPlace& place, std::size_t event ) const;
+   /// Events that have written an entry of the switch, up to this one; or what is written otherwise, on any unit.
    std::vector<std::size_t> writersOf(
       std::size_t chips, const EntryPlace& place, std::size_t lastEvent ) const;
+   std::vector<std::size_t> writersOf(
+      std::size_t chips, const std::string& target, std::size_t lastEvent ) const;
 
  private:
    const Chronicle& chronicle_;
    std::map<std::pair<std::size_t, U64>, std::size_t> events_; // by switch and record
-   std::map<std::pair<std::size_t, EntryPlace>, std::set<std::size_t>> writers_;
+   using Events = std::set<std::size_t>;
+   std::map<std::pair<std::size_t, EntryPlace>, Events> writers_;
+   std::map<std::pair<std::size_t, std::string>, Events> targetWriters_;
 };
 
 } // namespace Strata::Report

@@ -55,6 +55,8 @@ struct RedundantWrites
 {
    std::size_t times = 0;
    std::set<std::size_t> events;
+   const LogLine* last = nullptr;
+   std::size_t chips = 0; // of the last one
 };
 
 void writeRedundant( const Page& page )
@@ -72,6 +74,8 @@ void writeRedundant( const Page& page )
          RedundantWrites& found = all[ { line.target, line.call } ];
          ++found.times;
          found.events.insert( i );
+         found.last = &line;
+         found.chips = page.chronicle.events[ i ].chips;
       }
    html.leaf( "h3", "Redundant writes" );
    if( all.empty() ) {
@@ -84,13 +88,18 @@ void writeRedundant( const Page& page )
                       " left the chip as it was." );
    const Html::Element fold( html, "details" );
    html.leaf( "summary", counted( all.size(), "place" ) + " that got them" );
-   const WideTable table( html, "Redundant writes", { "What", "Call", "Times", "Events" } );
+   const WideTable table( html, "Redundant writes", { "What", "Last one", "Times", "Events" } );
    const Html::Element body( html, "tbody" );
    for( const auto& [ key, found ] : all ) {
       html.line();
       const Html::Element row( html, "tr" );
       html.leaf( "th", key.first, { { "scope", "row" } } );
-      html.leaf( "td", key.second );
+      {
+         const Html::Element last( html, "td" );
+         html.leaf( "code", found.last->text );
+         html.text( " " );
+         html.anchor( Links::record( found.chips, found.last->record ) );
+      }
       html.leaf( "td", std::to_string( found.times ), { { "class", "number" } } );
       const Html::Element events( html, "td" );
       writeEvents( page, { found.events.begin(), found.events.end() } );
@@ -194,7 +203,8 @@ void writeEntryFindings( const Page& page, const Findings& findings )
    const Html::Element list( html, "ul" );
    for( const Findings::Finding& finding : findings.all ) {
       const Html::Element item( html, "li" );
-      if( const auto snapshot = page.links.snapshotWith( findings.chips, finding.entry ) ) {
+      if( const auto snapshot = page.links.snapshotWith(
+             findings.chips, finding.entry, page.chronicle.events.size() ) ) {
          html.anchor( page.links.entry( *snapshot, finding.entry ) );
          html.text( " " );
       }

@@ -7,9 +7,9 @@ namespace Strata::Report {
 
 namespace {
 
-void writeEntryLink( const Page& page, std::size_t chips, const EntryPlace& place )
+void writeEntryLink( const Page& page, const Packet& packet, const EntryPlace& place )
 {
-   if( const auto snapshot = page.links.snapshotWith( chips, place ) ) {
+   if( const auto snapshot = page.links.snapshotWith( packet.chips, place, packet.event ) ) {
       page.html.text( " " );
       page.html.anchor( page.links.entry( *snapshot, place ) );
    }
@@ -24,7 +24,7 @@ void writeStep( const Page& page, const Packet& packet, const Step& step )
    const Html::Element rest( html, "div" );
    html.text( step.text );
    if( step.entry )
-      writeEntryLink( page, packet.chips, *step.entry );
+      writeEntryLink( page, packet, *step.entry );
    if( !step.detail.empty() ) {
       const Html::Element detail( html, "p" );
       writeLines( html, step.detail );
@@ -42,7 +42,7 @@ void writeWithout( const Page& page, const Packet& packet )
    for( const Without& without : packet.withouts ) {
       const Html::Element paragraph( html, "p", { { "class", "without" } } );
       html.leaf( "b", "Without \"" + without.name + "\"" );
-      writeEntryLink( page, packet.chips, without.entry );
+      writeEntryLink( page, packet, without.entry );
       html.text( without.outcome == packet.outcome ? ": the same, " : ": " );
       html.text( without.outcome );
    }

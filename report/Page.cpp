@@ -83,6 +83,21 @@ std::string framesText( const std::vector<std::pair<U32, U32>>& frames )
    return text;
 }
 
+void writeShownRow( const Page& page, const Shown& shown, const Shown::Row& row )
+{
+   Html& html = page.html;
+   const Html::Element element( html, "tr" );
+   if( row.heading ) {
+      html.leaf( "th", row.cells.front(),
+         { { "colspan", std::to_string( shown.columns.size() ) }, { "scope", "rowgroup" } } );
+      return;
+   }
+   for( const std::string& cell : row.cells ) {
+      const Html::Element data( html, "td" );
+      writeLines( html, cell );
+   }
+}
+
 void writeLines( Html& html, std::string_view text )
 {
    for( ;; ) {

@@ -65,6 +65,8 @@ void writeCause( const Page& page, std::size_t chips, const Sim::Cause& cause );
 void writeEvents( const Page& page, const std::vector<std::size_t>& events );
 /// "frame 3", "frames 1-3,7": the frames of a capture; of many ranges the first ones and the last frame.
 std::string framesText( const std::vector<std::pair<U32, U32>>& frames );
+/// A table without its frame: a row.
+void writeShownRow( const Page& page, const Shown& shown, const Shown::Row& row );
 /// Text of which each line break is kept.
 void writeLines( Html& html, std::string_view text );
 

@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Strata::Report {
@@ -112,6 +114,47 @@ void writeLabel( const Page& page, const View& view, const StateRow& row )
    }
 }
 
+/// What a write to it is said to be about.
+std::string targetOf( const StateRow& row )
+{
+   switch( row.section ) {
+   case Section::controls:
+      return row.ports.empty() ? row.name
+                               : row.name + " of port " + std::to_string( row.ports.front() );
+   case Section::registers:
+      return row.name;
+   case Section::myStation:
+      return "my-station " + std::to_string( row.number );
+   case Section::vlans:
+      return row.name.empty() ? "VLAN " + std::to_string( row.number ) : row.name;
+   case Section::entries:
+   case Section::room:
+      return {};
+   }
+   return {};
+}
+
+/// The events that wrote it, of which the last one has removed what has gone.
+void writeWriters( const Page& page, const Snapshot& snapshot, const StateRow& row )
+{
+   Html& html = page.html;
+   const auto events = row.section == Section::entries
+                          ? page.links.writersOf( snapshot.chips,
+                               EntryPlace{ row.units.front(), row.number }, snapshot.event )
+                          : page.links.writersOf( snapshot.chips, targetOf( row ), snapshot.event );
+   if( row.change == RowChange::gone && !events.empty() ) {
+      html.text( "removed by " );
+      html.anchor( Links::event( events.back() ) );
+      html.text( " " );
+      html.leaf( "code", page.chronicle.events[ events.back() ].text );
+   }
+   writeCause( page, snapshot.chips, row.cause );
+   if( events.size() > 1 ) {
+      html.text( "; all that wrote it: " );
+      writeEvents( page, events );
+   }
+}
+
 void writeRow( const Page& page, const View& view, const StateRow& row )
 {
    Html& html = page.html;
@@ -134,15 +177,7 @@ void writeRow( const Page& page, const View& view, const StateRow& row )
       html.leaf( "td", row.change == RowChange::gone ? "" : hitsText( view, row ) );
    {
       const Html::Element by( html, "td" );
-      writeCause( page, view.snapshot.chips, row.cause );
-      if( row.section == Section::entries && row.change != RowChange::gone ) {
-         const auto events = page.links.writersOf(
-            view.snapshot.chips, { row.units.front(), row.number }, view.snapshot.event );
-         if( events.size() > 1 ) {
-            html.text( "; all that wrote it: " );
-            writeEvents( page, events );
-         }
-      }
+      writeWriters( page, view.snapshot, row );
    }
    const Html::Element change( html, "td" );
    writeChange( page, row );
@@ -207,6 +242,60 @@ void writeSection( const Page& page, const View& view, Section section )
    writeSectionTable( page, view, section, rows );
 }
 
+/// The rows of now and those that have gone, with one more column that says so.
+Shown withChanges( const Shown& now, const Shown& before )
+{
+   Shown all{ now.columns, {} };
+   all.columns.emplace_back( "Change" );
+   const auto add = [ & ]( const Shown& from, const Shown& other, const char* change ) {
+      for( Shown::Row row : from.rows ) {
+         const bool isInBoth = std::ranges::find( other.rows, row ) != other.rows.end();
+         if( &from == &before && ( isInBoth || row.heading ) )
+            continue;
+         if( !row.heading )
+            row.cells.emplace_back( isInBoth ? "" : change );
+         all.rows.push_back( std::move( row ) );
+      }
+   };
+   add( now, before, "new" );
+   add( before, now, "gone" );
+   return all;
+}
+
+/// What other parts of the agent held; a table that has not changed refers to the one before.
+void writeTables( const Page& page, const View& view, const Snapshot& before )
+{
+   Html& html = page.html;
+   std::map<std::string, Shown> tables = view.snapshot.tables;
+   for( const auto& [ title, shown ] : before.tables )
+      tables.try_emplace( title, Shown{ shown.columns, {} } );
+   for( const auto& [ title, now ] : tables ) {
+      html.line();
+      const auto former = before.tables.find( title );
+      const bool hasFormer = former != before.tables.end();
+      if( hasFormer && former->second == now ) {
+         const Html::Element paragraph( html, "p" );
+         html.leaf( "b", title );
+         html.text( " as at " );
+         html.anchor( page.links.snapshot( view.position - 1 ) );
+         continue;
+      }
+      const Shown shown = hasFormer ? withChanges( now, former->second ) : now;
+      const Html::Element fold( html, "details" );
+      {
+         const Html::Element summary( html, "summary" );
+         html.leaf( "b", title );
+         html.text( " " );
+         html.leaf( "span", counted( now.rows.size(), "row" ) + ( hasFormer ? ", changed" : "" ) );
+      }
+      const WideTable table(
+         html, title + " at " + page.links.snapshot( view.position ), shown.columns );
+      const Html::Element body( html, "tbody" );
+      for( const Shown::Row& row : shown.rows )
+         writeShownRow( page, shown, row );
+   }
+}
+
 /// "Mark #m1, behind #e5 mark"
 void writeTitle( const Page& page, const View& view )
 {
@@ -253,6 +342,7 @@ void writeSnapshot( const Page& page, std::size_t position )
    }
    for( const Section section : Vormel::enumValues<Section>() )
       writeSection( page, view, section );
+   writeTables( page, view, before );
 }
 
 } // namespace
@@ -267,7 +357,8 @@ void writeSnapshots( const Page& page )
    html.leaf( "h2", "Tables", { { "id", "tables" } } );
    html.leaf( "p",
       "What the chips held at each mark and at the end, and what had changed since the moment before. Equal rows of "
-      "several units or ports are one." );
+      "several units or ports are one. Hits are those of packets that were sent, not of those that were only explained. "
+      "Behind the chips' tables are those of other parts of the agent." );
    for( std::size_t i = 0; i < all.size(); ++i )
       if( all[ i ].moment != Moment::made )
          writeSnapshot( page, i );

@@ -1,6 +1,7 @@
 // The events of a run in their order, with what each led to folded under it.
 #include "report/Page.h"
 
+#include <cmath>
 #include <iterator>
 #include <map>
 #include <string>
@@ -70,22 +71,11 @@ void writeShown( const Page& page, std::size_t event, const LogLine& line )
    const Html::Element body( html, "tbody" );
    const FramePictures pictures = framePictures( page, page.chronicle.events[ event ] );
    const bool hasFrames = !pictures.empty() && shown.columns.front() == "Frame";
-   for( const Shown::Row& row : shown.rows ) {
-      if( hasFrames ) {
+   for( const Shown::Row& row : shown.rows )
+      if( hasFrames )
          writeFrame( page, event, pictures, row );
-         continue;
-      }
-      const Html::Element element( html, "tr" );
-      if( row.heading ) {
-         html.leaf( "th", row.cells.front(),
-            { { "colspan", std::to_string( shown.columns.size() ) }, { "scope", "rowgroup" } } );
-         continue;
-      }
-      for( const std::string& cell : row.cells ) {
-         const Html::Element data( html, "td" );
-         writeLines( html, cell );
-      }
-   }
+      else
+         writeShownRow( page, shown, row );
 }
 
 void writeLogLine( const Page& page, const Event& event, const LogLine& line )
@@ -137,6 +127,18 @@ void writeContents( const Page& page, std::size_t position )
          writeShown( page, position, event.lines[ i++ ] );
       else
          i = writeRun( page, event, i );
+}
+
+/// "12.5 s", to the millisecond.
+std::string secondsText( double seconds )
+{
+   const long long milliseconds = std::llround( seconds * 1000 );
+   std::string text = std::to_string( milliseconds / 1000 ) + "." +
+                      std::to_string( 1000 + milliseconds % 1000 ).substr( 1 );
+   text.erase( text.find_last_not_of( '0' ) + 1 );
+   if( text.back() == '.' )
+      text.pop_back();
+   return text + " s";
 }
 
 /// "243 calls, 12 redundant; 31 notifications"
@@ -245,7 +247,10 @@ void writeEvent( const Page& page, std::size_t position )
    html.anchor( id );
    const Html::Element rest( html, "div" );
    const std::string summary = summaryOf( event );
-   const std::string place = std::to_string( event.line );
+   const double before = position == 0 ? 0 : page.chronicle.events[ position - 1 ].seconds;
+   const std::string place =
+      std::to_string( event.line ) +
+      ( event.seconds > before ? ", at " + secondsText( event.seconds ) : "" );
    if( event.remark )
       writeRemark( page, event );
    else if( event.lines.empty() ) {

@@ -9,7 +9,9 @@
 #include "tool/packet/PacketStory.h"
 #include "tool/view/ChangesView.h"
 #include "tool/view/Table.h"
+#include "tool/words/Command.h"
 
+#include <algorithm>
 #include <map>
 #include <optional>
 #include <utility>
@@ -64,6 +66,17 @@ std::string frameKey( const Sim::PacketEngine& engine, const Sim::Verdict& verdi
    return key;
 }
 
+Report::Shown shownOf( const Table& table )
+{
+   Report::Shown shown{ table.titles(), {} };
+   table.visit(
+      [ & ]( const std::string& section ) {
+         shown.rows.push_back( { { section }, true } );
+      },
+      [ & ]( const std::vector<std::string>& cells ) { shown.rows.push_back( { cells } ); } );
+   return shown;
+}
+
 /// The inputs of a recording, each with the records that it caused.
 class RecordedEvents
 {
@@ -78,14 +91,19 @@ class RecordedEvents
 
    void addTo( Report::Chronicle& chronicle, std::size_t chips )
    {
+      std::optional<U64> start;
       for( const Desk::RecordedLine& record : recording_.records() ) {
          const Desk::Json json = record.json();
+         const U64 time = json.at( "t" ).get<U64>();
+         if( !start )
+            start = time;
          if( Desk::isInput( record.kind ) ) {
             events_[ record.number ] = chronicle.events.size();
             chronicle.events.push_back( { .file = recording_.name(),
                .line = static_cast<U32>( record.line ),
                .text = Desk::recordText( json ),
-               .chips = chips } );
+               .chips = chips,
+               .seconds = static_cast<double>( time - *start ) / 1e9 } );
          } else if( const std::string word = wordOf( record, json ); !word.empty() ) {
             const auto cause = events_.find( json.value( "cause", U64{ 0 } ) );
             if( cause == events_.end() && chronicle.events.empty() )
@@ -158,7 +176,7 @@ void Chronicler::add( LogLine line )
    event().lines.push_back( std::move( line ) );
 }
 
-void Chronicler::take( Moment moment, const Session& session )
+void Chronicler::take( Moment moment, Session& session )
 {
    event();
    const Sim::SimSwitch& hardware = session.agent().hardware();
@@ -169,7 +187,39 @@ void Chronicler::take( Moment moment, const Session& session )
          for( const auto& [ id, entry ] : group.entries() )
             if( entry.hits > 0 )
                snapshot.hits[ { unit, id } ] = entry.hits;
+   if( moment != Moment::made )
+      takeTables( session, snapshot );
    chronicle_.snapshots.push_back( std::move( snapshot ) );
+}
+
+void Chronicler::takeTables( Session& session, Report::Snapshot& snapshot )
+{
+   tablesOf_ = &snapshot;
+   for( const char* const text :
+      { "show lags", "show routes", "show macs", "show forwarding", "show probes", "show room" } ) {
+      // What features would need is found by copies of the process, which takes a moment.
+      if( snapshot.moment != Moment::end && text == std::string_view( "show room" ) )
+         continue;
+      const Line line = splitLine( "report", 1, text );
+      Words words( line );
+      const Command& command = takeCommand( words );
+      try {
+         session.checkPossible( words, command );
+         command.act( session, words )( session );
+      } catch( const InputError& ) {
+         // A recording does not tell it.
+      }
+   }
+   tablesOf_ = nullptr;
+   // The room itself is part of the state.
+   if( auto room = snapshot.tables.extract( "Room for entries" ) ) {
+      auto& rows = room.mapped().rows;
+      const auto heading = std::ranges::find( rows, true, &Report::Shown::Row::heading );
+      rows.erase( rows.begin(), heading == rows.end() ? heading : heading + 1 );
+      room.key() = "Room for features that are off";
+      if( !rows.empty() )
+         snapshot.tables.insert( std::move( room ) );
+   }
 }
 
 void Chronicler::switchBegins()
@@ -193,6 +243,7 @@ void Chronicler::begins( const Line& line )
       .line = line.number,
       .text = commandText( line ),
       .chips = chips_,
+      .seconds = session_ && session_->hasAgent() ? session_->agent().clock().now() : 0,
       .remark = line.words.front().text == "note" } );
 }
 
@@ -291,17 +342,17 @@ void Chronicler::noted( std::string_view text )
 
 void Chronicler::shown( const std::string& title, const Table& table )
 {
+   if( tablesOf_ ) {
+      Report::Shown shown = shownOf( table );
+      if( !shown.rows.empty() )
+         tablesOf_->tables.emplace( title, std::move( shown ) );
+      return;
+   }
    const std::vector<std::size_t>& packets = event().packets;
    const bool isCapture = !packets.empty() && !chronicle_.packets[ packets.back() ].frames.empty();
    if( ( !packets.empty() && !isCapture ) || !event().transients.empty() )
       return; // they are shown in their own section
-   Report::Shown shown{ table.titles(), {} };
-   table.visit(
-      [ & ]( const std::string& section ) {
-         shown.rows.push_back( { { section }, true } );
-      },
-      [ & ]( const std::vector<std::string>& cells ) { shown.rows.push_back( { cells } ); } );
-   add( { .kind = LineKind::shown, .text = title, .table = std::move( shown ) } );
+   add( { .kind = LineKind::shown, .text = title, .table = shownOf( table ) } );
 }
 
 void Chronicler::shown( const std::string& title, const std::string& json )

@@ -51,14 +51,17 @@ class Chronicler : public RunListener
    Report::Event& event();
    void add( Report::LogLine line );
    void add( Report::Packet packet );
-   void take( Report::Moment moment, const Session& session );
+   void take( Report::Moment moment, Session& session );
+   /// What commands show of the rest of the agent.
+   void takeTables( Session& session, Report::Snapshot& snapshot );
 
    std::function<void()> whenDead_;
    Report::Chronicle chronicle_;
    bool findsEntries_ = false;
    std::size_t chips_ = 0;
-   const Session* session_ = nullptr; // while it has the present switch
-   bool twinIsNew_ = false;           // its first mark is not one of a scenario
+   Session* session_ = nullptr;           // while it has the present switch
+   Report::Snapshot* tablesOf_ = nullptr; // while its tables are taken
+   bool twinIsNew_ = false;               // its first mark is not one of a scenario
    // Packets of the present capture, by what became of them and the entries that won; nothing for those without a picture.
    std::map<std::string, std::optional<std::size_t>> frames_;
 };

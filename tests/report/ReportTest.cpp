@@ -19,6 +19,7 @@
 namespace Strata::Report {
 namespace {
 
+using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 using Tool::contentsOf;
@@ -167,6 +168,42 @@ TEST( Report, APacketShowsTheWinnerItsCauseAndWhatWouldBeWithoutIt )
       page.substr( page.find( "<tr id=\"m1-1024\"" ), 500 ), HasSubstr( "</td><td>never</td>" ) );
    // The entry is as it was.
    EXPECT_THAT( page, Not( HasSubstr( "disabled by" ) ) );
+}
+
+TEST( Report, MarksHaveTheTablesAndTheWritersOfTheirMoment )
+{
+   const std::string page =
+      pageOf( scenarioFile( "switch hsdk ports 8\n"
+                            "interface Ethernet1-2 unit 0 port 1\n"
+                            "bring-up\n"
+                            "router 02:00:a1:00:00:01\n"
+                            "vlan 10 svi members Ethernet1-2\n"
+                            "native-vlan 10 Ethernet1-2\n"
+                            "route 10.1.0.1/32 via cpu\n"
+                            "packet in Ethernet1 dmac router ipv4 dst 10.1.0.1\n"
+                            "mark\n"
+                            "advance 10s\n"
+                            "no router\n"
+                            "mark\n"
+                            "route 10.1.0.2/32 via cpu\n" ) );
+   EXPECT_EQ( PageParts( page ).problem, "" );
+   const auto behind = [ & ]( const std::string& place ) {
+      return page.substr( page.find( place ), 700 );
+   };
+   // The entry has gone at the end, so the packet's links lead to the mark behind it.
+   EXPECT_THAT( behind( "bridgeMac&quot; misses" ), HasSubstr( "<a href=\"#m1-10" ) );
+   EXPECT_THAT( behind( "id=\"m2\"" ), Not( HasSubstr( "id=\"m2-1040\"" ) ) );
+   EXPECT_THAT( page, HasSubstr( "removed by <a href=\"#e11\">#e11</a> <code>no router</code>" ) );
+   EXPECT_THAT( behind( "L3EgressMode</th><td>1</td>" ),
+      HasSubstr( "all that wrote it: <a href=\"#e3\">#e3</a> <a href=\"#e4\">#e4</a>" ) );
+   EXPECT_THAT( page, HasSubstr( "<caption>Routes at m1</caption>" ) );
+   EXPECT_THAT( page, HasSubstr( "<b>Routes</b> as at <a href=\"#m1\">#m1</a>" ) );
+   EXPECT_THAT( behind( "<caption>Routes at m3</caption>" ),
+      AllOf(
+         HasSubstr( "10.1.0.2/32" ), HasSubstr( "<td>new</td>" ), Not( HasSubstr( "gone" ) ) ) );
+   EXPECT_THAT( page, HasSubstr( "<caption>Room for features that are off at m3</caption>" ) );
+   EXPECT_THAT( page, HasSubstr( "<small>11, at 10 s</small>" ) );
+   EXPECT_THAT( behind( "<caption>Redundant writes" ), HasSubstr( "bcm_" ) );
 }
 
 TEST( Report, FailuresAndTheEndOfTheRunAreShown )
