@@ -69,12 +69,13 @@ mutants:
 soak:
 	@sh ci/setup.sh test
 	@sh ci/build.sh debug strata-l3-tests
-	@STRATA_RANDOM_STEPS=10000 STRATA_DEATHS=1 STRATA_FRAMES=5000 sh ci/test.sh debug -R 'PathIndependence|WhateverTheStepsBefore|NeverDied|PresentIsNotExcluded'
+	@STRATA_RANDOM_STEPS=10000 STRATA_DEATHS=1 STRATA_FRAMES=5000 sh ci/long.sh \
+	   '*PathIndependence*' '*WhateverTheStepsBefore*' '*NeverDied*' '*PresentIsNotExcluded*'
 
 faults:
 	@sh ci/setup.sh test
 	@sh ci/build.sh debug strata-l3-tests
-	@sh ci/grid.sh $(SCENARIOS)
+	@STRATA_FAULTS=all sh ci/long.sh $(patsubst %,'*FaultGrid*/%',$(subst -,,$(or $(SCENARIOS),*)))
 
 fuzz:
 	@sh ci/setup.sh fuzz
