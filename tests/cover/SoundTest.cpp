@@ -118,7 +118,8 @@ class PacketDice
 
    std::string vlan()
    {
-      return std::to_string( *std::next( vlans_.begin(), below( vlans_.size() ) ) );
+      return std::to_string(
+         *std::next( vlans_.begin(), static_cast<std::ptrdiff_t>( below( vlans_.size() ) ) ) );
    }
    std::string port()
    {
