@@ -82,10 +82,4 @@ struct Difference
 /// In the order of parts, and within a part in that of its fields. Empty if both hold the same, whatever caused it.
 std::vector<Difference> differences( const SwitchState& before, const SwitchState& after );
 
-/// "0-3,8": ascending numbers, of units, ports and the like.
-std::string numberRanges( const std::vector<U32>& numbers );
-
-/// "1 call", "2 calls"
-std::string counted( U64 count, std::string_view what );
-
 } // namespace Strata::Desk

@@ -1,7 +1,7 @@
 // The parts of a report's page. Each writes one section with a heading of level 2.
 #pragma once
 
-#include "desk/SwitchState.h"
+#include "desk/Texts.h"
 #include "platform/runtime/Types.h"
 #include "report/Chronicle.h"
 #include "report/Html.h"

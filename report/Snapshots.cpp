@@ -1,4 +1,5 @@
 // The tables of the chips at each mark and at the end, with what has changed since the moment before.
+#include "desk/Texts.h"
 #include "report/Page.h"
 #include "report/StateRows.h"
 

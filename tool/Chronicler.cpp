@@ -1,6 +1,7 @@
 #include "tool/Chronicler.h"
 
 #include "desk/RecordingFile.h"
+#include "desk/Texts.h"
 #include "platform/runtime/Format.h"
 #include "sim/switch/SimSwitch.h"
 #include "tool/Session.h"

@@ -5,19 +5,18 @@
 #include "tool/Plan.h"
 #include "tool/ScenarioFile.h"
 #include "tool/Session.h"
+#include "tool/WholeFile.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
-#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <map>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
-#include <unistd.h>
+#include <stdexcept>
 #include <utility>
 
 namespace Strata::Tool {
@@ -131,25 +130,13 @@ void SavedPlan::write( const std::string& file ) const
       { "calls", calls }, { "state", ordered_json::array() } };
    for( const auto& [ key, part ] : state.parts() )
       json[ "state" ].push_back( partJson( key, part ) );
-   const std::string text =
-      json.dump( 1, ' ', false, ordered_json::error_handler_t::replace ) + "\n";
-   // Beside it first: a plan that is there stays if the disk is full.
-   const std::string part = format( "%s.%d", file, static_cast<int>( ::getpid() ) );
-   const int descriptor = ::open( part.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666 );
-   bool written = descriptor >= 0;
-   for( std::size_t at = 0; written && at < text.size(); ) {
-      const ssize_t sent = ::write( descriptor, text.data() + at, text.size() - at );
-      written = sent >= 0 || errno == EINTR;
-      at += sent > 0 ? static_cast<std::size_t>( sent ) : 0;
+   try {
+      WholeFile plan( file );
+      plan.out() << json.dump( 1, ' ', false, ordered_json::error_handler_t::replace ) << "\n";
+      plan.finish();
+   } catch( const std::runtime_error& error ) {
+      throw ValueError( error.what() );
    }
-   written =
-      written && ::close( descriptor ) == 0 && std::rename( part.c_str(), file.c_str() ) == 0;
-   if( written )
-      return;
-   const int why = errno;
-   if( descriptor >= 0 )
-      std::remove( part.c_str() );
-   throw ValueError( "'" + file + "' cannot be written: " + std::strerror( why ) );
 }
 
 std::string obstacleOfSaving( const std::string& file )

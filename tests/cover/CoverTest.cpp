@@ -4,6 +4,7 @@
 #include "cover/Recipe.h"
 #include "cover/Solver.h"
 #include "tests/FromEnvironment.h"
+#include "tests/cover/NeedsSolver.h"
 #include "tests/packet/PacketTest.h"
 #include "tests/routing/Steps.h"
 #include "tests/sim/EveryProfile.h"
@@ -65,10 +66,6 @@ const std::vector<U32>& unitsOf( Tool::Session& session )
 {
    return session.agent().hardware().units();
 }
-
-#define NEEDS_SOLVER() \
-   if( !Solver::available() ) \
-   GTEST_SKIP() << "this build has no solver"
 
 /// On the profile, or each scenario on its own if that is empty.
 void coverScenarios( const std::string& profile )

@@ -3,6 +3,7 @@
 //
 // STRATA_WATCHED: every how many events are watched.
 #include "tests/FromEnvironment.h"
+#include "tests/cover/NeedsSolver.h"
 #include "tests/packet/PacketTest.h"
 #include "tests/tool/CommandLine.h"
 #include "tool/ScenarioFile.h"
@@ -63,8 +64,7 @@ class TransientTest : public testing::TestWithParam<std::string>
 
 TEST_P( TransientTest, NoPacketFaresOtherwiseThanBeforeOrAfterAnEvent )
 {
-   if( !Cover::Solver::available() )
-      GTEST_SKIP() << "this build has no solver";
+   NEEDS_SOLVER();
    EXPECT_EQ( transientsOf( "scenarios/" + GetParam() + ".scenario" ), "" );
 }
 
@@ -111,8 +111,7 @@ void rewrite( Session& session, const Cover::Coverage& about, WrongOrder order )
 
 TEST_F( PacketTest, AnEntryThatIsRewrittenInAWrongOrderIsNamed )
 {
-   if( !Cover::Solver::available() )
-      GTEST_SKIP() << "this build has no solver";
+   NEEDS_SOLVER();
    bringUp( "hsdk" );
    agent().hardware().critic().collect();
    const Line line = splitLine( "test", 1, "transient" );
@@ -136,8 +135,7 @@ TEST_F( PacketTest, AnEntryThatIsRewrittenInAWrongOrderIsNamed )
 
 TEST_F( PacketTest, EntriesThatAreInstalledInAWrongOrderAreNamed )
 {
-   if( !Cover::Solver::available() )
-      GTEST_SKIP() << "this build has no solver";
+   NEEDS_SOLVER();
    bringUp( "hsdk" );
    agent().hardware().critic().collect();
    const Line line = splitLine( "test", 1, "transient" );
@@ -168,8 +166,7 @@ TEST_F( PacketTest, EntriesThatAreInstalledInAWrongOrderAreNamed )
 
 TEST( Transient, IsExpectedUnlessAFileAcceptsIt )
 {
-   if( !Cover::Solver::available() )
-      GTEST_SKIP() << "this build has no solver";
+   NEEDS_SOLVER();
    const std::string text =
       "switch hsdk ports 4\ninterface Ethernet1-4 unit 0 port 1\nvlan 10 svi\nbring-up\n"
       "probe request in Ethernet1 dmac 02:00:a1:00:00:01 vlan 10 arp request\n"

@@ -4,6 +4,7 @@
 // STRATA_WATCHED: at every how many entries and packets.
 #include "tool/packet/Wants.h"
 #include "tests/FromEnvironment.h"
+#include "tests/cover/NeedsSolver.h"
 #include "tests/packet/PacketTest.h"
 #include "tool/packet/EntryCover.h"
 #include "tool/packet/PacketWords.h"
@@ -21,11 +22,7 @@ using testing::IsEmpty;
 class WantsTest : public PacketTest
 {
  protected:
-   void SetUp() override
-   {
-      if( !Cover::Solver::available() )
-         GTEST_SKIP() << "this build has no solver";
-   }
+   void SetUp() override { NEEDS_SOLVER(); }
    Wanted wants( const std::string& packet, const std::string& entry )
    {
       const Line line = splitLine( "test", 1, packet );

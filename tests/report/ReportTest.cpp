@@ -1,9 +1,9 @@
 // Reports: well-formed pages whose links lead somewhere, with the numbers of the run's JSON.
-#include "cover/Solver.h"
 #include "desk/SwitchState.h"
 #include "report/Chronicle.h"
 #include "report/Html.h"
 #include "report/StateRows.h"
+#include "tests/cover/NeedsSolver.h"
 #include "tests/tool/CommandLine.h"
 
 #include <algorithm>
@@ -141,18 +141,19 @@ TEST( Report, TextsAreEscaped )
    EXPECT_EQ( PageParts( page ).problem, "" );
 }
 
+/// Eight lines, of which the last one's packet is routed to the CPU.
+const std::string routedToCpu = "switch hsdk ports 8\n"
+                                "interface Ethernet1-2 unit 0 port 1\n"
+                                "bring-up\n"
+                                "router 02:00:a1:00:00:01\n"
+                                "vlan 10 svi members Ethernet1-2\n"
+                                "native-vlan 10 Ethernet1-2\n"
+                                "route 10.1.0.1/32 via cpu\n"
+                                "packet in Ethernet1 dmac router ipv4 dst 10.1.0.1\n";
+
 TEST( Report, APacketShowsTheWinnerItsCauseAndWhatWouldBeWithoutIt )
 {
-   const std::string page = pageOf( scenarioFile( "switch hsdk ports 8\n"
-                                                  "interface Ethernet1-2 unit 0 port 1\n"
-                                                  "bring-up\n"
-                                                  "router 02:00:a1:00:00:01\n"
-                                                  "vlan 10 svi members Ethernet1-2\n"
-                                                  "native-vlan 10 Ethernet1-2\n"
-                                                  "route 10.1.0.1/32 via cpu\n"
-                                                  "packet in Ethernet1 dmac router ipv4 dst "
-                                                  "10.1.0.1\n"
-                                                  "show entries\n" ) );
+   const std::string page = pageOf( scenarioFile( routedToCpu + "show entries\n" ) );
    const PageParts parts( page );
    EXPECT_EQ( parts.problem, "" );
    EXPECT_THAT( page, HasSubstr( "1034 &quot;NextHop to Cpu&quot; wins <a href=\"#m1-1034\">" ) );
@@ -172,20 +173,11 @@ TEST( Report, APacketShowsTheWinnerItsCauseAndWhatWouldBeWithoutIt )
 
 TEST( Report, MarksHaveTheTablesAndTheWritersOfTheirMoment )
 {
-   const std::string page =
-      pageOf( scenarioFile( "switch hsdk ports 8\n"
-                            "interface Ethernet1-2 unit 0 port 1\n"
-                            "bring-up\n"
-                            "router 02:00:a1:00:00:01\n"
-                            "vlan 10 svi members Ethernet1-2\n"
-                            "native-vlan 10 Ethernet1-2\n"
-                            "route 10.1.0.1/32 via cpu\n"
-                            "packet in Ethernet1 dmac router ipv4 dst 10.1.0.1\n"
-                            "mark\n"
-                            "advance 10s\n"
-                            "no router\n"
-                            "mark\n"
-                            "route 10.1.0.2/32 via cpu\n" ) );
+   const std::string page = pageOf( scenarioFile( routedToCpu + "mark\n"
+                                                                "advance 10s\n"
+                                                                "no router\n"
+                                                                "mark\n"
+                                                                "route 10.1.0.2/32 via cpu\n" ) );
    EXPECT_EQ( PageParts( page ).problem, "" );
    const auto behind = [ & ]( const std::string& place ) {
       return page.substr( page.find( place ), 700 );
@@ -252,8 +244,7 @@ TEST( Report, RowsSayWhatHasChangedAndFoldPorts )
 
 TEST( Report, FindingsNameTheEntryAtTheEndOfEachSwitch )
 {
-   if( !Cover::Solver::available() )
-      GTEST_SKIP() << "this build has no solver";
+   NEEDS_SOLVER();
    const std::string file = scenarioFile(
       "switch hsdk ports 8\nbring-up\nswitch acl ports 4\nswitch hsdk ports 4\nbring-up\n" );
    const std::string page = pageOf( file );
@@ -313,8 +304,7 @@ TEST( Report, FramesOfACaptureHaveRowsAndOnePictureOfEachKind )
 
 TEST( Report, TransientsAreShownWithTheCallsAndTheReasonThatAcceptsThem )
 {
-   if( !Cover::Solver::available() )
-      GTEST_SKIP() << "this build has no solver";
+   NEEDS_SOLVER();
    const std::string start =
       "switch hsdk ports 4\ninterface Ethernet1-4 unit 0 port 1\nvlan 10 svi\nbring-up\n"
       "probe request in Ethernet1 dmac 02:00:a1:00:00:01 vlan 10 arp request\n";

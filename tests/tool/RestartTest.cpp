@@ -4,6 +4,7 @@
 // STRATA_DEATHS: at every how many calls it dies. STRATA_WATCHED: at every how many marks packets are watched.
 #include "platform/runtime/Activity.h"
 #include "tests/FromEnvironment.h"
+#include "tests/cover/NeedsSolver.h"
 #include "tests/tool/CommandLine.h"
 #include "tool/ChildProcess.h"
 #include "tool/ScenarioFile.h"
@@ -225,8 +226,7 @@ TEST_P( RestartTest, TheChipsEndAsIfTheAgentHadNeverDied )
 /// for each packet that fares otherwise meanwhile.
 TEST_P( RestartTest, PacketsAreForwardedMeanwhileAsBefore )
 {
-   if( !Cover::Solver::available() )
-      GTEST_SKIP() << "this build has no solver";
+   NEEDS_SOLVER();
    const U64 every = fromEnvironment( "STRATA_WATCHED", 1 );
    U64 marks = 0;
    walk( [ & ]( const Line& line, const Command& command ) {

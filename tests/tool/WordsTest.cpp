@@ -1,4 +1,5 @@
 #include "tool/words/Words.h"
+#include "desk/Texts.h"
 #include "tool/view/Table.h"
 #include "tool/words/ByUnit.h"
 #include "tool/words/Command.h"

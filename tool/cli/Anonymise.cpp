@@ -1,8 +1,8 @@
 // strata-l3 anonymise: a copy of a recording with other addresses, to be given to others.
 #include "desk/Anonymiser.h"
 #include "desk/RecordingFile.h"
+#include "tool/WholeFile.h"
 #include "tool/cli/Subcommand.h"
-#include "tool/cli/WholeFile.h"
 
 #include <cerrno>
 #include <cstdio>

@@ -5,8 +5,8 @@
 #include "sim/chip/ChipProfile.h"
 #include "tool/Chronicler.h"
 #include "tool/ScenarioFile.h"
+#include "tool/WholeFile.h"
 #include "tool/cli/Subcommand.h"
-#include "tool/cli/WholeFile.h"
 #include "tool/view/Console.h"
 
 #include <filesystem>

@@ -1,5 +1,5 @@
 // Captures: files of frames that come in, and files that packets are written to.
-#include "desk/SwitchState.h"
+#include "desk/Texts.h"
 #include "platform/runtime/Errors.h"
 #include "tool/Interrupt.h"
 #include "tool/RunListener.h"

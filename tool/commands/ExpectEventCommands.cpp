@@ -1,5 +1,5 @@
 // Expectations about events since the last mark, and about commands that must fail.
-#include "desk/SwitchState.h"
+#include "desk/Texts.h"
 #include "platform/runtime/Snapshot.h"
 #include "tool/ChildProcess.h"
 #include "tool/Interrupt.h"

@@ -1,5 +1,5 @@
 // Expectations about the last packet that was sent or explained.
-#include "desk/SwitchState.h"
+#include "desk/Texts.h"
 #include "tool/Session.h"
 #include "tool/packet/PacketWords.h"
 #include "tool/words/Command.h"

@@ -1,5 +1,6 @@
 // What a command would do; plans in files.
 #include "desk/SwitchState.h"
+#include "desk/Texts.h"
 #include "tool/Plan.h"
 
 #include "platform/runtime/Format.h"

@@ -1,4 +1,5 @@
 // The room for entries: what is left, and what the features that are off would need.
+#include "desk/Texts.h"
 #include "platform/runtime/Format.h"
 #include "tool/Plan.h"
 #include "tool/Session.h"

@@ -1,5 +1,5 @@
 #include "tool/view/EntryView.h"
-#include "desk/SwitchState.h"
+#include "desk/Texts.h"
 
 #include "routing/TcamL3EntryId.h"
 #include "sim/switch/SimSwitch.h"

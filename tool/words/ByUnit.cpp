@@ -1,5 +1,7 @@
 #include "tool/words/ByUnit.h"
 
+#include "desk/Texts.h"
+
 #include <utility>
 
 namespace Strata::Tool {

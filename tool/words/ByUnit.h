@@ -1,7 +1,7 @@
 // Merges equal rows of different units into one row.
 #pragma once
 
-#include "desk/SwitchState.h"
+#include "desk/Texts.h"
 #include "platform/runtime/Types.h"
 #include "tool/view/Table.h"
 

@@ -1,4 +1,4 @@
-#include "tool/cli/WholeFile.h"
+#include "tool/WholeFile.h"
 
 #include <cerrno>
 #include <cstdio>
