@@ -26,7 +26,11 @@ class SavedPlanTest : public testing::Test
       EXPECT_NE( outcome.status, 3 ) << outcome.err;
       return outcome.out + outcome.err;
    }
-   void save( const std::string& command ) { did( "plan save " + file_ + " " + command ); }
+   void save( const std::string& command )
+   {
+      EXPECT_THAT(
+         did( "plan save " + file_ + " " + command ), testing::Not( HasSubstr( "cannot write" ) ) );
+   }
    /// Saves it again with another text in it.
    void change( const std::string& from, const std::string& to ) const
    {
