@@ -1,5 +1,4 @@
 // The room for entries: what is left, and what the features that are off would need.
-#include "desk/Texts.h"
 #include "platform/runtime/Format.h"
 #include "tool/Plan.h"
 #include "tool/Session.h"

@@ -1,6 +1,5 @@
 #include "tool/view/ChangesView.h"
 
-#include "desk/Texts.h"
 #include "sim/switch/SimSwitch.h"
 #include "tool/words/ByUnit.h"
 

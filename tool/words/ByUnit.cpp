@@ -1,7 +1,5 @@
 #include "tool/words/ByUnit.h"
 
-#include "desk/Texts.h"
-
 #include <utility>
 
 namespace Strata::Tool {
