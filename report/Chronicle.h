@@ -59,6 +59,7 @@ struct LogLine
    std::string write{};               // "changed", "redundant" or empty, as in JSON
    std::string call{};                // the operation, of a write
    std::string target{};              // what is written, in words, of a write
+   U32 unit = 0;                      // where it is
    std::optional<EntryPlace> entry{}; // that the call is about
    std::optional<Shown> table{};
    bool failed = false; // a call with an error, a refused claim, a fatal line
@@ -110,11 +111,21 @@ struct Step
    /// What a cause did, and the cause.
    using Act = std::pair<std::string, Sim::Cause>;
 
+   /// State other than entries that the chip looked at.
+   struct Read
+   {
+      U32 unit = 0;
+      std::string target; // "L3EgressMode", as in a write
+      std::string text;   // "L3EgressMode is 1"
+      Sim::Cause cause;   // its last write
+   };
+
    StepKind kind = StepKind::stage;
    std::string stage{}; // "my-station", or the range
    std::string text{};
    std::string detail{};              // advice, or the rule of an entry
    std::vector<Act> acts{};           // "installed", and by what
+   std::vector<Read> reads{};         // of the one step that has them
    std::optional<EntryPlace> entry{}; // that wins or misses
 };
 

@@ -1,18 +1,23 @@
 #include "report/Links.h"
 
+#include "report/StateRows.h"
+
 #include <algorithm>
+#include <cctype>
+#include <iterator>
+#include <utility>
 
 namespace Strata::Report {
 
 namespace {
 
-template<class Writers, class Key>
-std::vector<std::size_t> eventsUpTo( const Writers& writers, const Key& key, std::size_t last )
+/// "IP4-of-port-1"
+std::string idText( const std::string& target )
 {
-   std::vector<std::size_t> events;
-   if( const auto at = writers.find( key ); at != writers.end() )
-      events.assign( at->second.begin(), at->second.upper_bound( last ) );
-   return events;
+   std::string id;
+   for( const char c : target )
+      id += std::isalnum( static_cast<unsigned char>( c ) ) != 0 ? c : '-';
+   return id;
 }
 
 } // namespace
@@ -24,13 +29,24 @@ Links::Links( const Chronicle& chronicle ) : chronicle_( chronicle )
       for( const LogLine& line : event.lines ) {
          if( line.kind == LineKind::record )
             events_.emplace( std::pair( event.chips, line.record ), i );
-         if( line.write.empty() )
-            continue;
-         if( line.entry )
-            writers_[ { event.chips, *line.entry } ].insert( i );
-         else
-            targetWriters_[ { event.chips, line.target } ].insert( i );
+         if( !line.write.empty() )
+            writes_[ { event.chips, line.unit,
+                        line.entry ? target( line.entry->id ) : line.target } ]
+               .push_back( { i, line.record, line.write == "changed", line.call } );
       }
+   }
+   for( auto& [ place, writes ] : writes_ )
+      std::ranges::sort( writes, {}, &Write::record );
+   rows_.resize( chronicle.snapshots.size() );
+   for( std::size_t i = 0; i < chronicle.snapshots.size(); ++i ) {
+      if( chronicle.snapshots[ i ].moment == Moment::made )
+         continue;
+      for( const StateRow& each :
+         stateRows( chronicle.snapshots[ i ].state, chronicle.snapshots[ i - 1 ].state ) )
+         if( each.change != RowChange::gone )
+            for( const U32 unit : each.units )
+               for( const std::string& target : targetsOf( each ) )
+                  rows_[ i ].insert( row( i, unit, target ) );
    }
 }
 
@@ -48,12 +64,12 @@ std::string Links::record( std::size_t chips, U64 number )
    return chips < 2 ? own : "s" + std::to_string( chips ) + "-" + own;
 }
 
-std::string Links::entry( std::size_t position, const EntryPlace& place ) const
+std::string Links::row( std::size_t position, U32 unit, const std::string& target ) const
 {
    const auto& parts = chronicle_.snapshots[ position ].state.parts();
-   const std::string id = snapshot( position ) + "-" + std::to_string( place.id );
-   const bool isFirst = parts.empty() || parts.begin()->first.unit == place.unit;
-   return isFirst ? id : id + "-u" + std::to_string( place.unit );
+   const std::string id = snapshot( position ) + "-" + idText( target );
+   const bool isFirst = parts.empty() || parts.begin()->first.unit == unit;
+   return isFirst ? id : id + "-u" + std::to_string( unit );
 }
 
 std::optional<std::size_t> Links::eventOf( std::size_t chips, U64 record ) const
@@ -62,33 +78,33 @@ std::optional<std::size_t> Links::eventOf( std::size_t chips, U64 record ) const
    return at == events_.end() ? std::nullopt : std::optional( at->second );
 }
 
-std::optional<std::size_t> Links::snapshotWith(
-   std::size_t chips, const EntryPlace& place, std::size_t event ) const
+std::optional<std::string> Links::rowAfter(
+   std::size_t chips, U32 unit, const std::string& target, std::size_t event ) const
 {
-   const Desk::PartKey key{ Desk::PartKind::entry, place.id, 0, place.unit };
-   std::optional<std::size_t> found;
+   std::optional<std::string> found;
    for( std::size_t i = 0; i < chronicle_.snapshots.size(); ++i ) {
       const Snapshot& snapshot = chronicle_.snapshots[ i ];
-      if( snapshot.chips != chips || snapshot.moment == Moment::made ||
-          !snapshot.state.parts().contains( key ) )
+      if( snapshot.chips != chips || snapshot.moment == Moment::made )
          continue;
-      found = i;
+      std::string id = row( i, unit, target );
+      if( !rows_[ i ].contains( id ) )
+         continue;
+      found = std::move( id );
       if( snapshot.event >= event )
          break;
    }
    return found;
 }
 
-std::vector<std::size_t> Links::writersOf(
-   std::size_t chips, const EntryPlace& place, std::size_t lastEvent ) const
+std::vector<Links::Write> Links::writesTo( std::size_t chips, U32 unit, const std::string& target,
+   std::size_t lastEvent, U64 lastRecord ) const
 {
-   return eventsUpTo( writers_, std::pair( chips, place ), lastEvent );
-}
-
-std::vector<std::size_t> Links::writersOf(
-   std::size_t chips, const std::string& target, std::size_t lastEvent ) const
-{
-   return eventsUpTo( targetWriters_, std::pair( chips, target ), lastEvent );
+   std::vector<Write> writes;
+   if( const auto at = writes_.find( { chips, unit, target } ); at != writes_.end() )
+      std::ranges::copy_if( at->second, std::back_inserter( writes ), [ & ]( const Write& write ) {
+         return write.event <= lastEvent && write.record <= lastRecord;
+      } );
+   return writes;
 }
 
 } // namespace Strata::Report

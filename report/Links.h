@@ -5,11 +5,13 @@
 #include "report/Chronicle.h"
 
 #include <cstddef>
+#include <limits>
 #include <map>
 #include <optional>
 #include <set>
 #include <string>
-#include <utility>
+#include <tuple>
+#include <vector>
 
 namespace Strata::Report {
 
@@ -37,26 +39,35 @@ class Links
    std::string snapshot( std::size_t position ) const;
    /// "r113"; records of the second switch are "s2-r113".
    static std::string record( std::size_t chips, U64 number );
-   /// "m1-1034", or on another unit than the first "m1-1034-u1".
-   std::string entry( std::size_t snapshot, const EntryPlace& place ) const;
+   /// The row of what is written: "m1-L3EgressMode", of an entry "m1-1034", or on another unit than the first
+   /// "m1-1034-u1".
+   std::string row( std::size_t snapshot, U32 unit, const std::string& target ) const;
+   /// What a write to an entry is about.
+   static std::string target( U32 entry ) { return std::to_string( entry ); }
 
    /// The event with this record; nothing if no event has it.
    std::optional<std::size_t> eventOf( std::size_t chips, U64 record ) const;
-   /// The first snapshot of the switch from this event on that has the entry, or else the last one before it.
-   std::optional<std::size_t> snapshotWith(
-      std::size_t chips, const EntryPlace& place, std::size_t event ) const;
-   /// Events that have written an entry of the switch, up to this one; or what is written otherwise, on any unit.
-   std::vector<std::size_t> writersOf(
-      std::size_t chips, const EntryPlace& place, std::size_t lastEvent ) const;
-   std::vector<std::size_t> writersOf(
-      std::size_t chips, const std::string& target, std::size_t lastEvent ) const;
+   /// The row in the first snapshot of the switch from this event on that has it, or else in the last one before it.
+   std::optional<std::string> rowAfter(
+      std::size_t chips, U32 unit, const std::string& target, std::size_t event ) const;
+
+   struct Write
+   {
+      std::size_t event = 0;
+      U64 record = 0;
+      bool changed = false;
+      std::string call{};
+   };
+
+   /// The writes to a place, in the order of their records, up to this event and record.
+   std::vector<Write> writesTo( std::size_t chips, U32 unit, const std::string& target,
+      std::size_t lastEvent, U64 lastRecord = std::numeric_limits<U64>::max() ) const;
 
  private:
    const Chronicle& chronicle_;
    std::map<std::pair<std::size_t, U64>, std::size_t> events_; // by switch and record
-   using Events = std::set<std::size_t>;
-   std::map<std::pair<std::size_t, EntryPlace>, Events> writers_;
-   std::map<std::pair<std::size_t, std::string>, Events> targetWriters_;
+   std::map<std::tuple<std::size_t, U32, std::string>, std::vector<Write>> writes_;
+   std::vector<std::set<std::string>> rows_; // of each snapshot that is shown
 };
 
 } // namespace Strata::Report

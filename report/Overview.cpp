@@ -203,9 +203,9 @@ void writeEntryFindings( const Page& page, const Findings& findings )
    const Html::Element list( html, "ul" );
    for( const Findings::Finding& finding : findings.all ) {
       const Html::Element item( html, "li" );
-      if( const auto snapshot = page.links.snapshotWith(
-             findings.chips, finding.entry, page.chronicle.events.size() ) ) {
-         html.anchor( page.links.entry( *snapshot, finding.entry ) );
+      if( const auto row = page.links.rowAfter( findings.chips, finding.entry.unit,
+             Links::target( finding.entry.id ), page.chronicle.events.size() ) ) {
+         html.anchor( *row );
          html.text( " " );
       }
       html.leaf( "b", finding.name );

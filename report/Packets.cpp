@@ -1,23 +1,77 @@
 // Each packet's way through the stages of the chip, as a picture that is an ordered list.
 #include "report/Page.h"
 
+#include <map>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace Strata::Report {
 
 namespace {
 
+void writeRowLink( const Page& page, const Packet& packet, U32 unit, const std::string& target )
+{
+   if( const auto row = page.links.rowAfter( packet.chips, unit, target, packet.event ) ) {
+      page.html.text( " " );
+      page.html.anchor( *row );
+   }
+}
+
 void writeEntryLink( const Page& page, const Packet& packet, const EntryPlace& place )
 {
-   if( const auto snapshot = page.links.snapshotWith( packet.chips, place, packet.event ) ) {
-      page.html.text( " " );
-      page.html.anchor( page.links.entry( *snapshot, place ) );
+   writeRowLink( page, packet, place.unit, Links::target( place.id ) );
+}
+
+/// What was read, for each event that wrote it last.
+void writeReads( const Page& page, const Packet& packet, const Step& step )
+{
+   Html& html = page.html;
+   struct Group
+   {
+      std::vector<const Step::Read*> reads{};
+      Origins origins{};
+   };
+   std::map<std::pair<std::size_t, std::string>, Group> groups;
+   for( const Step::Read& read : step.reads ) {
+      Origins origins;
+      addOrigin( origins,
+         page.links.writesTo(
+            packet.chips, read.unit, read.target, packet.event, read.cause.record ),
+         read.cause );
+      const std::size_t event =
+         origins.records.empty() ? packet.event : origins.records.begin()->first;
+      Group& group = groups[ { event, origins.records.empty() ? read.cause.text : "" } ];
+      group.reads.push_back( &read );
+      for( const auto& [ at, records ] : origins.records )
+         group.origins.records[ at ].insert(
+            group.origins.records[ at ].end(), records.begin(), records.end() );
+      for( const auto& [ at, writes ] : origins.redundant )
+         group.origins.redundant[ at ] += writes;
+   }
+   for( const auto& [ key, group ] : groups ) {
+      html.line();
+      const Html::Element item( html, "li", { { "class", "state" } } );
+      html.leaf( "b", "state" );
+      const Html::Element rest( html, "div" );
+      for( const Step::Read* const read : group.reads ) {
+         html.text( ( read == group.reads.front() ? "" : ", " ) + read->text );
+         writeRowLink( page, packet, read->unit, read->target );
+      }
+      const Html::Element act( html, "p", { { "class", "by" } } );
+      html.text( "written by " );
+      writeOrigins( page, packet.chips, group.origins, group.reads.front()->cause );
+      writeRedundantSince( page, group.origins );
    }
 }
 
 void writeStep( const Page& page, const Packet& packet, const Step& step )
 {
    Html& html = page.html;
+   if( !step.reads.empty() ) {
+      writeReads( page, packet, step );
+      return;
+   }
    html.line();
    const Html::Element item( html, "li", { { "class", Vormel::enumName( step.kind ) } } );
    html.leaf( "b", step.stage );
@@ -32,7 +86,18 @@ void writeStep( const Page& page, const Packet& packet, const Step& step )
    for( const auto& [ how, cause ] : step.acts ) {
       const Html::Element act( html, "p", { { "class", "by" } } );
       html.text( how + " by " );
-      writeCause( page, packet.chips, cause );
+      Origins origins;
+      if( step.entry ) {
+         auto writes = page.links.writesTo( packet.chips, step.entry->unit,
+            Links::target( step.entry->id ), packet.event, cause.record );
+         // Its rule and its state are written by different calls.
+         std::erase_if( writes, [ how = how == "installed" ]( const Links::Write& write ) {
+            return ( write.call == "enableEntry" ) == how;
+         } );
+         addOrigin( origins, writes, cause );
+      }
+      writeOrigins( page, packet.chips, origins, cause );
+      writeRedundantSince( page, origins );
    }
 }
 

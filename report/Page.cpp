@@ -1,6 +1,9 @@
 #include "report/Page.h"
 
+#include <algorithm>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace Strata::Report {
 
@@ -54,6 +57,72 @@ void writeCause( const Page& page, std::size_t chips, const Sim::Cause& cause )
    }
    if( !cause.event.empty() )
       html.leaf( "q", ", after " + cause.event );
+}
+
+void addOrigin( Origins& origins, const std::vector<Links::Write>& writes, const Sim::Cause& cause )
+{
+   if( !cause.text.empty() &&
+       std::ranges::find( writes, cause.record, &Links::Write::record ) == writes.end() )
+      return;
+   const auto last = std::find_if(
+      writes.rbegin(), writes.rend(), []( const Links::Write& write ) { return write.changed; } );
+   for( auto at = last.base(); at != writes.end(); ++at )
+      ++origins.redundant[ at->event ];
+   if( last != writes.rend() )
+      origins.records[ last->event ].push_back( last->record );
+   for( const Links::Write& write : writes )
+      if( write.changed )
+         origins.changers.insert( write.event );
+}
+
+static void writeRecords( const Page& page, std::size_t chips, const std::vector<U64>& records )
+{
+   constexpr std::size_t mostUnfolded = 3;
+   const auto all = [ & ] {
+      for( const U64 record : records ) {
+         page.html.text( " " );
+         page.html.anchor( Links::record( chips, record ) );
+      }
+   };
+   if( records.size() <= mostUnfolded )
+      return all();
+   const Html::Element fold( page.html, "details" );
+   page.html.leaf( "summary", counted( records.size(), "record" ) );
+   all();
+}
+
+void writeOrigins(
+   const Page& page, std::size_t chips, const Origins& origins, const Sim::Cause& cause )
+{
+   Html& html = page.html;
+   if( origins.records.empty() ) {
+      if( origins.redundant.empty() )
+         writeCause( page, chips, cause );
+      else
+         html.text( "as it was" );
+      return;
+   }
+   for( const auto& [ event, records ] : origins.records ) {
+      if( event != origins.records.begin()->first )
+         html.text( "; " );
+      html.anchor( Links::event( event ) );
+      html.text( " " );
+      html.leaf( "code", page.chronicle.events[ event ].text );
+      writeRecords( page, chips, records );
+      if( !cause.event.empty() && std::ranges::find( records, cause.record ) != records.end() )
+         html.leaf( "q", ", after " + cause.event );
+   }
+}
+
+void writeRedundantSince( const Page& page, const Origins& origins )
+{
+   const char* between = "; changed nothing since: ";
+   for( const auto& [ event, writes ] : origins.redundant ) {
+      page.html.text( std::exchange( between, ", " ) );
+      page.html.anchor( Links::event( event ) );
+      if( writes > 1 )
+         page.html.text( " (" + counted( writes, "write" ) + ")" );
+   }
 }
 
 void writeEvents( const Page& page, const std::vector<std::size_t>& events )

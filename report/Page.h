@@ -9,6 +9,8 @@
 #include "sim/switch/Cause.h"
 
 #include <cstddef>
+#include <map>
+#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -61,6 +63,23 @@ class WideTable
 
 /// "#e5 bring-up", as a link, and the record: what a cause names. Only its text if the run has no such record.
 void writeCause( const Page& page, std::size_t chips, const Sim::Cause& cause );
+/// Which writes gave something its value: of several ports or units together.
+struct Origins
+{
+   std::map<std::size_t, std::vector<U64>> records{}; // that changed it last, by their events
+   std::set<std::size_t> changers{};                  // all events that have changed it
+   std::map<std::size_t, std::size_t>
+      redundant{}; // writes that have changed nothing since, by their events
+};
+/// Adds those of one place. The cause is its last write as the chip knows it, if that is known; nothing is added if it
+/// was not a call.
+void addOrigin(
+   Origins& origins, const std::vector<Links::Write>& writes, const Sim::Cause& cause );
+/// "#e5 bring-up #r17 #r18"; without a write the cause.
+void writeOrigins(
+   const Page& page, std::size_t chips, const Origins& origins, const Sim::Cause& cause );
+/// "; changed nothing since: #e9 (2 writes)"
+void writeRedundantSince( const Page& page, const Origins& origins );
 /// "#e5 #e9"
 void writeEvents( const Page& page, const std::vector<std::size_t>& events );
 /// "frame 3", "frames 1-3,7": the frames of a capture; of many ranges the first ones and the last frame.

@@ -60,7 +60,8 @@ struct View
    const Snapshot& snapshot;
    std::vector<StateRow> rows;
    bool showsUnits;
-   bool showsHits; // some entry of the run was hit
+   bool showsHits;     // some entry of the run was hit
+   std::size_t before; // event of the snapshot before
 };
 
 /// "3", of all units, or "never"
@@ -93,67 +94,54 @@ void writeChange( const Page& page, const StateRow& row )
    }
 }
 
+/// The row has the id of the first unit and port; those of the others are in its head.
 void writeLabel( const Page& page, const View& view, const StateRow& row )
 {
    Html& html = page.html;
-   if( row.section != Section::entries || row.change == RowChange::gone ) {
+   if( row.change == RowChange::gone ) {
       html.leaf( "th", labelOf( row ), { { "scope", "row" } } );
       return;
    }
    const Html::Element head( html, "th", { { "scope", "row" } } );
-   const std::string id = page.links.entry( view.position, { row.units.front(), row.number } );
-   // The row has the id of the first unit.
+   const std::vector<std::string> targets = targetsOf( row );
    for( const U32 unit : row.units )
-      if( unit != row.units.front() )
-         html.leaf(
-            "span", "", { { "id", page.links.entry( view.position, { unit, row.number } ) } } );
-   html.link( id, "#" + std::to_string( row.number ) );
-   html.text( " " + row.name );
-   if( row.state != "installed" ) {
+      for( const std::string& target : targets )
+         if( unit != row.units.front() || target != targets.front() )
+            html.leaf( "span", "", { { "id", page.links.row( view.position, unit, target ) } } );
+   const bool isEntry = row.section == Section::entries;
+   html.link( page.links.row( view.position, row.units.front(), targets.front() ),
+      isEntry ? "#" + std::to_string( row.number ) : labelOf( row ) );
+   if( isEntry )
+      html.text( " " + row.name );
+   if( isEntry && row.state != "installed" ) {
       html.text( " " );
       html.leaf( "em", row.state );
    }
 }
 
-/// What a write to it is said to be about.
-std::string targetOf( const StateRow& row )
+/// The events that changed it, of which the last one has removed what has gone; then what changed nothing.
+void writeWriters( const Page& page, const View& view, const StateRow& row )
 {
-   switch( row.section ) {
-   case Section::controls:
-      return row.ports.empty() ? row.name
-                               : row.name + " of port " + std::to_string( row.ports.front() );
-   case Section::registers:
-      return row.name;
-   case Section::myStation:
-      return "my-station " + std::to_string( row.number );
-   case Section::vlans:
-      return row.name.empty() ? "VLAN " + std::to_string( row.number ) : row.name;
-   case Section::entries:
-   case Section::room:
-      return {};
+   const bool isGone = row.change == RowChange::gone;
+   Origins origins;
+   // The cause is that of the first place.
+   Sim::Cause cause = row.cause;
+   for( const U32 unit : row.units )
+      for( const std::string& target : targetsOf( row ) )
+         addOrigin( origins,
+            page.links.writesTo( view.snapshot.chips, unit, target, view.snapshot.event ),
+            std::exchange( cause, {} ) );
+   // What was there before, and was removed otherwise than by a call.
+   if( isGone && !origins.records.empty() && origins.records.rbegin()->first <= view.before )
+      return;
+   if( isGone && !origins.records.empty() )
+      page.html.text( "removed by " );
+   writeOrigins( page, view.snapshot.chips, origins, row.cause );
+   if( origins.changers.size() > 1 ) {
+      page.html.text( "; all that changed it: " );
+      writeEvents( page, { origins.changers.begin(), origins.changers.end() } );
    }
-   return {};
-}
-
-/// The events that wrote it, of which the last one has removed what has gone.
-void writeWriters( const Page& page, const Snapshot& snapshot, const StateRow& row )
-{
-   Html& html = page.html;
-   const auto events = row.section == Section::entries
-                          ? page.links.writersOf( snapshot.chips,
-                               EntryPlace{ row.units.front(), row.number }, snapshot.event )
-                          : page.links.writersOf( snapshot.chips, targetOf( row ), snapshot.event );
-   if( row.change == RowChange::gone && !events.empty() ) {
-      html.text( "removed by " );
-      html.anchor( Links::event( events.back() ) );
-      html.text( " " );
-      html.leaf( "code", page.chronicle.events[ events.back() ].text );
-   }
-   writeCause( page, snapshot.chips, row.cause );
-   if( events.size() > 1 ) {
-      html.text( "; all that wrote it: " );
-      writeEvents( page, events );
-   }
+   writeRedundantSince( page, origins );
 }
 
 void writeRow( const Page& page, const View& view, const StateRow& row )
@@ -178,7 +166,7 @@ void writeRow( const Page& page, const View& view, const StateRow& row )
       html.leaf( "td", row.change == RowChange::gone ? "" : hitsText( view, row ) );
    {
       const Html::Element by( html, "td" );
-      writeWriters( page, view.snapshot, row );
+      writeWriters( page, view, row );
    }
    const Html::Element change( html, "td" );
    writeChange( page, row );
@@ -205,10 +193,10 @@ void writeSectionTable(
          html.leaf( "th", range,
             { { "colspan", std::to_string( columns.size() ) }, { "scope", "rowgroup" } } );
       }
-      const bool hasId = section == Section::entries && row->change != RowChange::gone;
-      if( hasId ) {
+      if( row->change != RowChange::gone ) {
          const Html::Element line( html, "tr",
-            { { "id", page.links.entry( view.position, { row->units.front(), row->number } ) } } );
+            { { "id",
+               page.links.row( view.position, row->units.front(), targetsOf( *row ).front() ) } } );
          writeRow( page, view, *row );
       } else {
          const Html::Element line( html, "tr" );
@@ -322,7 +310,8 @@ void writeSnapshot( const Page& page, std::size_t position )
       if( key.kind == Desk::PartKind::chip )
          units.push_back( key.unit );
    const View view{ position, snapshot, stateRows( snapshot.state, before.state ), units.size() > 1,
-      std::ranges::any_of( all, []( const Snapshot& each ) { return !each.hits.empty(); } ) };
+      std::ranges::any_of( all, []( const Snapshot& each ) { return !each.hits.empty(); } ),
+      before.event };
    const std::string id = page.links.snapshot( position );
    html.line();
    const Html::Element article( html, "article", { { "id", id } } );

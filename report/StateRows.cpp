@@ -163,6 +163,31 @@ bool isTold( const StateRow& row )
 
 } // namespace
 
+std::vector<std::string> targetsOf( const StateRow& row )
+{
+   switch( row.section ) {
+   case Section::entries:
+      return { std::to_string( row.number ) };
+   case Section::controls: {
+      if( row.ports.empty() )
+         return { row.name };
+      std::vector<std::string> all;
+      for( const U32 port : row.ports )
+         all.push_back( row.name + " of port " + std::to_string( port ) );
+      return all;
+   }
+   case Section::registers:
+      return { row.name };
+   case Section::myStation:
+      return { "my-station " + std::to_string( row.number ) };
+   case Section::vlans:
+      return { row.name.empty() ? "VLAN " + std::to_string( row.number ) : row.name };
+   case Section::room:
+      return { "room " + row.range };
+   }
+   return {};
+}
+
 std::vector<StateRow> stateRows( const Desk::SwitchState& now, const Desk::SwitchState& before )
 {
    std::map<PartKey, std::vector<Difference>> changes;

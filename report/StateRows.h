@@ -30,6 +30,9 @@ struct StateRow
    std::vector<U32> units{};
 };
 
+/// What writes to it are said to be about, for each of its ports: "L3EgressMode", "IP4 of port 1", "1034" for an entry.
+std::vector<std::string> targetsOf( const StateRow& row );
+
 /// In the order of sections. Parts that are as the chip came are left out, except entries, VLANs and room.
 std::vector<StateRow> stateRows( const Desk::SwitchState& now, const Desk::SwitchState& before );
 

@@ -50,6 +50,7 @@ dt{color:var(--dim)}dd{margin:0}
 .log .same{color:var(--dim)}
 .log .same b,em{color:var(--warn);font-style:normal;font-weight:600}
 .log .child{white-space:pre-wrap}
+td details,.way details{display:inline-block;vertical-align:top}
 .wide{overflow-x:auto;margin:.5rem 0}
 table{border-collapse:collapse;width:100%}
 caption{text-align:left;color:var(--dim);font-size:.85rem;padding-bottom:.25rem}

@@ -78,9 +78,10 @@ void writeShown( const Page& page, std::size_t event, const LogLine& line )
          writeShownRow( page, shown, row );
 }
 
-void writeLogLine( const Page& page, const Event& event, const LogLine& line )
+void writeLogLine( const Page& page, std::size_t position, const LogLine& line )
 {
    Html& html = page.html;
+   const Event& event = page.chronicle.events[ position ];
    const std::string kind = classOf( line );
    const auto content = [ & ] {
       if( line.kind == LineKind::record ) {
@@ -93,6 +94,13 @@ void writeLogLine( const Page& page, const Event& event, const LogLine& line )
       if( line.write == "redundant" ) {
          html.text( " " );
          html.leaf( "b", "redundant" );
+      }
+      if( line.write != "changed" )
+         return;
+      if( const auto row = page.links.rowAfter( event.chips, line.unit,
+             line.entry ? Links::target( line.entry->id ) : line.target, position ) ) {
+         html.text( " " );
+         html.anchor( *row );
       }
    };
    const std::string id = Links::record( event.chips, line.record );
@@ -111,11 +119,12 @@ void writeLogLine( const Page& page, const Event& event, const LogLine& line )
 }
 
 /// The lines of an event that are one line each, from this one on; returns the first that is not written.
-std::size_t writeRun( const Page& page, const Event& event, std::size_t from )
+std::size_t writeRun( const Page& page, std::size_t position, std::size_t from )
 {
+   const Event& event = page.chronicle.events[ position ];
    const Html::Element list( page.html, "ul", { { "class", "log" } } );
    while( from < event.lines.size() && !event.lines[ from ].table )
-      writeLogLine( page, event, event.lines[ from++ ] );
+      writeLogLine( page, position, event.lines[ from++ ] );
    return from;
 }
 
@@ -126,7 +135,7 @@ void writeContents( const Page& page, std::size_t position )
       if( event.lines[ i ].table )
          writeShown( page, position, event.lines[ i++ ] );
       else
-         i = writeRun( page, event, i );
+         i = writeRun( page, position, i );
 }
 
 /// "12.5 s", to the millisecond.

@@ -49,6 +49,15 @@ std::optional<Report::EntryPlace> entryOf( const Sim::Record& record )
       static_cast<U32>( std::stoul( unit ) ), static_cast<U32>( std::stoul( id ) ) };
 }
 
+/// What a write is about.
+void addTarget( LogLine& line, const Sim::Record& record, const Sim::SimSwitch& hardware )
+{
+   line.target = writtenPlace( record, hardware );
+   line.entry = entryOf( record );
+   if( const std::string unit = record.field( "unit" ); !unit.empty() )
+      line.unit = static_cast<U32>( std::stoul( unit ) );
+}
+
 /// "hsdk, 2 units with 32 ports each"
 std::string chipText( const Sim::SimSwitch& hardware )
 {
@@ -151,8 +160,8 @@ class RecordedEvents
           made->second->field( "call" ) == json.at( "call" ).get<std::string>() ) {
          line.write = made->second->field( "write" );
          line.call = made->second->field( "call" );
-         line.target = line.write.empty() ? "" : writtenPlace( *made->second, hardware_ );
-         line.entry = entryOf( *made->second );
+         if( !line.write.empty() )
+            addTarget( line, *made->second, hardware_ );
       }
       return line;
    }
@@ -327,8 +336,7 @@ void Chronicler::recorded( const Sim::Record& record )
       .failed = isFailure( record ) };
    if( !line.write.empty() && session_ ) {
       line.call = record.field( "call" );
-      line.target = writtenPlace( record, session_->agent().hardware() );
-      line.entry = entryOf( record );
+      addTarget( line, record, session_->agent().hardware() );
    }
    add( std::move( line ) );
 }

@@ -170,6 +170,45 @@ TEST( Report, APacketShowsTheWinnerItsCauseAndWhatWouldBeWithoutIt )
    EXPECT_THAT( page, Not( HasSubstr( "disabled by" ) ) );
 }
 
+TEST( Report, WritersAreThoseThatChangedARowAndRowsHaveAnchors )
+{
+   const std::string page = pageOf(
+      scenarioFile( routedToCpu + "call l3Init true\n"
+                                  "call handleVlanRoutingState 10 ip4,ip6\n"
+                                  "call handleVlanRoutingState 10 ip4,ip6\n"
+                                  "explain in Ethernet1 dmac router ipv4 dst 10.1.0.1\n" ) );
+   EXPECT_EQ( PageParts( page ).problem, "" );
+   const auto line = [ & ]( const std::string& start, const std::string& text ) {
+      const std::size_t at = page.find( text, page.find( start ) );
+      return page.substr( at, page.find( '\n', at ) - at );
+   };
+   const std::string bringUp = "<a href=\"#e3\">#e3</a> <code>bring-up</code> <a href=\"#r17\">";
+   const std::string vlan =
+      "<a href=\"#e10\">#e10</a> <code>call handleVlanRoutingState 10 ip4,ip6</code> "
+      "<a href=\"#r364\">#r364</a>; changed nothing since: <a href=\"#e11\">#e11</a><";
+   // Of a packet, at the time of the packet.
+   EXPECT_THAT( line( "id=\"p1\"", "installed by " ),
+      AllOf( HasSubstr( bringUp ), Not( HasSubstr( "#e9" ) ) ) );
+   EXPECT_THAT( line( "id=\"p2\"", "installed by " ),
+      AllOf( HasSubstr( bringUp ),
+         HasSubstr( "since: <a href=\"#e3\">#e3</a>, <a href=\"#e9\">#e9</a>" ) ) );
+   EXPECT_THAT( line( "id=\"p2\"", "VLAN 10 has" ),
+      HasSubstr( "<a href=\"#m1-VLAN-10\">#m1-VLAN-10</a><p class=\"by\">written by " + vlan ) );
+   EXPECT_THAT( line( "id=\"p2\"", "my-station 1 " ),
+      HasSubstr(
+         "<a href=\"#m1-L3EgressMode\">#m1-L3EgressMode</a><p class=\"by\">written by <a href=\"#e4\">#e4</a> "
+         "<code>router 02:00:a1:00:00:01</code> <a href=\"#r280\">#r280</a> <a href=\"#r271\">#r271</a>" ) );
+   // Of a row, and of the call that changed it.
+   EXPECT_THAT( line( "id=\"m1\"", "<tr id=\"m1-1034\"" ), HasSubstr( bringUp ) );
+   EXPECT_THAT( line( "id=\"m1\"", "<tr id=\"m1-VLAN-10\"" ), HasSubstr( vlan ) );
+   EXPECT_THAT( line( "id=\"m1\"", "<tr id=\"m1-L3UcastTtl1ToCpu\"" ),
+      HasSubstr( "since: <a href=\"#e3\">#e3</a> (3 writes), <a href=\"#e4\">#e4</a>, " ) );
+   EXPECT_THAT(
+      line( "id=\"e3\"", "<li id=\"r219\"" ), HasSubstr( "<a href=\"#m1-IP4-of-port-2\">" ) );
+   EXPECT_THAT( line( "id=\"m1\"", "<tr id=\"m1-IP4-of-port-1\"" ),
+      HasSubstr( "<a href=\"#r206\">#r206</a> <a href=\"#r219\">#r219</a></td>" ) );
+}
+
 TEST( Report, MarksHaveTheTablesAndTheWritersOfTheirMoment )
 {
    const std::string page = pageOf( scenarioFile( routedToCpu + "mark\n"
@@ -186,8 +225,8 @@ TEST( Report, MarksHaveTheTablesAndTheWritersOfTheirMoment )
    EXPECT_THAT( behind( "bridgeMac&quot; misses" ), HasSubstr( "<a href=\"#m1-10" ) );
    EXPECT_THAT( behind( "id=\"m2\"" ), Not( HasSubstr( "id=\"m2-1040\"" ) ) );
    EXPECT_THAT( page, HasSubstr( "removed by <a href=\"#e11\">#e11</a> <code>no router</code>" ) );
-   EXPECT_THAT( behind( "L3EgressMode</th><td>1</td>" ),
-      HasSubstr( "all that wrote it: <a href=\"#e3\">#e3</a> <a href=\"#e4\">#e4</a>" ) );
+   EXPECT_THAT( behind( "L3EgressMode</a></th><td>1</td>" ),
+      HasSubstr( "all that changed it: <a href=\"#e3\">#e3</a> <a href=\"#e4\">#e4</a>" ) );
    EXPECT_THAT( page, HasSubstr( "<caption>Routes at m1</caption>" ) );
    EXPECT_THAT( page, HasSubstr( "<b>Routes</b> as at <a href=\"#m1\">#m1</a>" ) );
    EXPECT_THAT( behind( "<caption>Routes at m3</caption>" ),
@@ -233,13 +272,16 @@ TEST( Report, RowsSayWhatHasChangedAndFoldPorts )
                                                   "mark\n"
                                                   "vlan 10 members Ethernet1-2\n" ) );
    EXPECT_EQ( PageParts( page ).problem, "" );
-   EXPECT_THAT( page, HasSubstr( "IP4 of port 1-4</th>" ) );
+   EXPECT_THAT( page,
+      testing::ContainsRegex(
+         "IP4 of port 1-4</a></th><td>1</td><td><a href=\"#e3\">#e3</a> <code>bring-up</code>"
+         "<details><summary>4 records</summary>( <a href=\"#r[0-9]+\">#r[0-9]+</a>){4}</details></td>" ) );
    const std::size_t second = page.find( "<article id=\"m2\"" );
    const std::string row = page.substr( page.find( "id=\"m2-1024\"", second ), 1500 );
    EXPECT_THAT( row, HasSubstr( ">changed</b>, was RedirectPbmp" ) );
-   EXPECT_THAT( row, HasSubstr( "all that wrote it: <a href=\"#e3\">#e3</a> <a href=\"#e5\">" ) );
-   EXPECT_THAT( page.substr( page.find( "id=\"m1-1024\"" ), 300 ), HasSubstr( ">new</b>" ) );
-   EXPECT_THAT( page, HasSubstr( "main</th><td>11 used, 53 left of 64</td>" ) );
+   EXPECT_THAT( row, HasSubstr( "all that changed it: <a href=\"#e3\">#e3</a> <a href=\"#e5\">" ) );
+   EXPECT_THAT( page.substr( page.find( "id=\"m1-1024\"" ), 400 ), HasSubstr( ">new</b>" ) );
+   EXPECT_THAT( page, HasSubstr( "main</a></th><td>11 used, 53 left of 64</td>" ) );
 }
 
 TEST( Report, FindingsNameTheEntryAtTheEndOfEachSwitch )

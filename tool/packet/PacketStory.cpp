@@ -47,26 +47,20 @@ class PassStory
  private:
    void add( Step step ) { steps_.push_back( std::move( step ) ); }
 
-   /// What was read, one step for each command that wrote it.
+   /// What was read and has been written.
    void addState()
    {
-      const std::size_t first = steps_.size();
+      Step step{ .kind = StepKind::state, .stage = "state" };
       for( const Sim::StateNote& note : explanation_.state ) {
          if( !note.cause || note.cause->text.empty() )
             continue;
-         const auto same = std::find_if( steps_.begin() + static_cast<std::ptrdiff_t>( first ),
-            steps_.end(), [ & ]( const Step& step ) {
-               const Sim::Cause& cause = step.acts.front().second;
-               return cause.text == note.cause->text && cause.event == note.cause->event;
-            } );
-         if( same != steps_.end() )
-            same->text += ", " + note.text();
-         else
-            add( { .kind = StepKind::state,
-               .stage = "state",
-               .text = note.text(),
-               .acts = { { "written", *note.cause } } } );
+         const std::string text = note.text();
+         const std::size_t end = std::min( text.find( " is " ), text.find( " has " ) );
+         step.reads.push_back(
+            { verdict_.arrival.unit, text.substr( 0, end ), text, *note.cause } );
       }
+      if( !step.reads.empty() )
+         add( std::move( step ) );
    }
 
    static void addEnabling( Step& step, const Sim::FieldEntry& entry )
