@@ -9,6 +9,7 @@
 #include "tool/ScenarioFile.h"
 #include "tool/Session.h"
 #include "tool/packet/EntryCover.h"
+#include "tool/packet/TableTrial.h"
 #include "tool/packet/Transients.h"
 
 #include <algorithm>
@@ -187,6 +188,20 @@ TEST( Transient, IsExpectedUnlessAFileAcceptsIt )
    std::ofstream( accepted ) << "router 02:00:a1:00:00:09 => " << entry
                              << " => another\n* => request => the same\n";
    EXPECT_EQ( runText( text ).status, 1 );
+}
+
+TEST_F( PacketTest, APacketIsWatchedInTheVlanThatItsRowsMake )
+{
+   bringUp( "hsdk" );
+   const std::string packet = "in Ethernet1 dmac 02:00:00:00:00:55 vlan 77 ipv4";
+   const Cover::Trial trial = tryPacket( session, { "vlan 77" }, packet );
+   Scene scene = sceneOf( session, { "vlan 77" }, packet );
+   EXPECT_EQ( outcome( *trial.verdict ), "E2 E3 E4 E5 E6 E7 E8" );
+   EXPECT_TRUE( verdictIn( session, scene ) == *trial.verdict );
+   EXPECT_FALSE( chip().vlans().contains( 77 ) );
+   run( "vlan 77 members Ethernet1 Ethernet2" );
+   EXPECT_EQ( outcome( verdictIn( session, scene ) ), "E2" ) << "of the switch";
+   EXPECT_TRUE( chip().vlans().contains( 77 ) );
 }
 
 } // namespace

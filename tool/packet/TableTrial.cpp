@@ -29,14 +29,18 @@ class TableGuard
    ~TableGuard()
    {
       session_.packets().tables() = std::move( tables_ );
-      for( auto& [ unit, chip ] : session_.agent().hardware().chips() ) {
-         std::set<U16> made;
+      for( const U16 id : madeVlans() )
+         session_.agent().hardware().vlanDel( id );
+   }
+
+   std::set<U16> madeVlans() const
+   {
+      std::set<U16> made;
+      for( const auto& [ unit, chip ] : session_.agent().hardware().chips() )
          for( const auto& [ id, vlan ] : chip.vlans() )
             if( !vlans_.contains( id ) )
                made.insert( id );
-         for( const U16 id : made )
-            chip.vlanDel( id );
-      }
+      return made;
    }
 
  private:
@@ -92,14 +96,23 @@ Scene sceneOf(
 {
    const TableGuard guard( session );
    Sim::Arrival arrival = takeAfter( session, commands, packet );
-   return { session.packets().tables(), std::move( arrival ) };
+   return { session.packets().tables(), std::move( arrival ), guard.madeVlans() };
 }
 
 Sim::Verdict verdictIn( Session& session, Scene& scene )
 {
+   std::vector<std::pair<Sim::Chip*, U16>> made;
+   for( auto& [ unit, chip ] : session.agent().hardware().chips() )
+      for( const U16 id : scene.madeVlans )
+         if( !chip.vlans().contains( id ) ) {
+            chip.vlanIs( id );
+            made.emplace_back( &chip, id );
+         }
    std::swap( session.packets().tables(), scene.tables );
    Sim::Verdict verdict = session.packets().engine().explain( scene.arrival );
    std::swap( session.packets().tables(), scene.tables );
+   for( const auto& [ chip, id ] : made )
+      chip->vlanDel( id );
    return verdict;
 }
 

@@ -5,6 +5,7 @@
 #include "desk/Probes.h"
 
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -26,13 +27,14 @@ struct Scene
 {
    Sim::ForwardingTables tables;
    Sim::Arrival arrival;
+   std::set<U16> madeVlans{}; // by the commands
 };
 
 /// InputError if a command or the packet is refused.
 Scene sceneOf(
    Session& session, const std::vector<std::string>& commands, const std::string& packet );
 
-/// Of the chips as they are, with the scene's tables.
+/// Of the chips as they are, with the scene's tables and VLANs.
 Sim::Verdict verdictIn( Session& session, Scene& scene );
 
 } // namespace Strata::Tool
