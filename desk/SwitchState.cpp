@@ -66,7 +66,7 @@ class Parts
          Part& room = add( PartKind::room, number++, "room of " + range );
          room.range = range;
          room.fields = { { "used", std::to_string( group.room() - group.roomLeft() ) },
-            { "room", std::to_string( group.room() ) } };
+            { "room", std::to_string( group.capacity() ) } };
       }
    }
 

@@ -175,6 +175,10 @@ struct Findings
 struct Transient
 {
    std::string packet; // the entry that it wins before or after, or its name as a probe
+   // Of the entry. Empty and 0 for a probe.
+   std::string range{};
+   U32 unit = 0;
+   std::string place{};               // "main", or "main of unit 1" of a switch with several
    std::vector<std::string> commands; // that show it; the last one explains
    // The call that makes it fare otherwise, and the one that ends it, by their record's numbers and texts.
    U64 from = 0;
@@ -186,6 +190,9 @@ struct Transient
    std::string after;
    std::optional<std::string> reason{}; // why it is accepted; nothing if it is not
    std::size_t event = 0;
+
+   /// "main: vlan flood", or the probe.
+   std::string title() const { return place.empty() ? packet : place + ": " + packet; }
 };
 
 /// As many frames of a capture have pictures, each of one that fared otherwise than those before.

@@ -134,7 +134,7 @@ void writeTransient( const Page& page, std::size_t position )
       const Html::Element summary( html, "summary" );
       html.leaf( "b", transient.reason ? "accepted" : "transient",
          { { "class", transient.reason ? "by" : "bad" } } );
-      html.text( " " + transient.packet + " while " );
+      html.text( " " + transient.title() + " while " );
       html.leaf( "code", event.text );
       html.leaf( "span", transient.meanwhile, { { "class", "outcome" } } );
    }

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <iostream>
 #include <poll.h>
+#include <sstream>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <system_error>
@@ -122,7 +123,26 @@ std::string howItEnded( int status )
    return signal == SIGABRT ? "aborted" : "was killed by signal " + std::to_string( signal );
 }
 
+/// The line of the last words of a process that says why it died: the call that failed, or else the last one.
+std::string whyItDied( const std::string& words )
+{
+   std::istringstream lines( words );
+   std::string why;
+   for( std::string line; std::getline( lines, line ) && why.find( "API ERROR:" ) == why.npos; )
+      why = line;
+   return why;
+}
+
 } // namespace
+
+std::string ChildEnd::obstacle() const
+{
+   if( errorText.empty() )
+      return "would die: it " + how;
+   return how == "ended with status 1"
+             ? "would be refused: " + errorText.substr( 0, errorText.find( '\n' ) )
+             : "would die: " + whyItDied( errorText );
+}
 
 ChildEnd runInChild( const std::function<void( ChildChannel& )>& work )
 {

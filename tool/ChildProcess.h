@@ -23,6 +23,11 @@ struct ChildEnd
    std::string errorText; // all of its standard error
    std::vector<std::pair<char, std::string>>
       lines; // the lines that it sent, in order: form and text
+
+   bool gotThrough() const { return how == "ended with status 0"; }
+   /// "would be refused: WHY" or "would die: WHY", in one line, of work that is a command's. Requires: it has not got
+   /// through.
+   std::string obstacle() const;
 };
 
 /// The child ends with status 0 when the work returns, and with 1 when it throws; the exception's text is then

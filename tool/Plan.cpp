@@ -11,7 +11,6 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <set>
-#include <sstream>
 #include <utility>
 
 namespace Strata::Tool {
@@ -74,7 +73,9 @@ std::string withFrames( const Desk::ProbeVerdict& verdict, std::string text )
 {
    if( verdict.verdict() )
       for( const Sim::Departure* const departure : verdict.verdict()->departures() )
-         text += ", as " + departure->frame.text();
+         if( const std::string frame = ", as " + departure->frame.text();
+             text.find( frame ) == text.npos )
+            text += frame;
    return text;
 }
 
@@ -195,8 +196,10 @@ void readOutcome( Plan& plan, const Json& outcome, const Sim::SimSwitch& hardwar
                const U32 used = group.room() - group.roomLeft();
                const U32 peak = row[ 2 ];
                const U32 after = row[ 3 ];
-               plan.rooms.push_back( { unit, group.profile().name, group.room(), group.roomLeft(),
-                  peak - std::min( used, peak ), group.room() - std::min( after, group.room() ) } );
+               const U32 most = group.capacity();
+               plan.rooms.push_back(
+                  { unit, group.profile().name, most, most - std::min( used, most ),
+                     peak - std::min( used, peak ), most - std::min( after, most ) } );
             }
 }
 
@@ -212,18 +215,9 @@ void readPackets( Plan& plan, const Json& outcome, const Desk::Probes& probes,
          continue;
       }
       const EntryPacket& packet = packets[ at - probes.size() ];
-      plan.packets.push_back( { packet.name, packet.commands(), row[ 1 ], row[ 2 ] } );
+      plan.packets.push_back(
+         { packet.name, packet.commands(), row[ 1 ], row[ 2 ], packet.range, packet.unit } );
    }
-}
-
-/// The line of the last words of a process that says why it died: the call that failed, or else the last one.
-std::string whyItDied( const std::string& words )
-{
-   std::istringstream lines( words );
-   std::string why;
-   for( std::string line; std::getline( lines, line ) && why.find( "API ERROR:" ) == why.npos; )
-      why = line;
-   return why;
 }
 
 Plan planIn( Session& session, const Line& line, const Act& act, bool unlimited,
@@ -263,9 +257,8 @@ Plan planIn( Session& session, const Line& line, const Act& act, bool unlimited,
       default:
          break;
       }
-   if( !complete && plan.end.empty() && end.how != "ended with status 0" )
-      plan.end =
-         "it would die: " + ( end.errorText.empty() ? end.how : whyItDied( end.errorText ) );
+   if( !complete && plan.end.empty() && !end.gotThrough() )
+      plan.end = "it " + end.obstacle();
    return plan;
 }
 
@@ -331,13 +324,7 @@ Look lookAfter( Session& session, const Planned& planned,
       look( channel );
    } );
    safePoint( [] { return "in the copy of the process, which has ended"; } );
-   if( end.how == "ended with status 0" )
-      return { end.lines, {} };
-   const bool refused = end.how == "ended with status 1";
-   return { {}, end.errorText.empty() ? end.how
-                : refused
-                   ? "would be refused: " + end.errorText.substr( 0, end.errorText.find( '\n' ) )
-                   : "would die: " + whyItDied( end.errorText ) };
+   return end.gotThrough() ? Look{ end.lines, {} } : Look{ {}, end.obstacle() };
 }
 
 } // namespace Strata::Tool

@@ -29,6 +29,9 @@ struct Plan
       std::vector<std::string> commands; // that show it; none for a probe
       std::string before;
       std::string after;
+      // Of the entry.
+      std::string range{};
+      U32 unit = 0;
    };
 
    std::vector<std::string>

@@ -9,6 +9,7 @@
 #include "sim/sdk/SdkCodes.h"
 #include "sim/switch/Cause.h"
 
+#include <algorithm>
 #include <map>
 #include <optional>
 #include <set>
@@ -86,6 +87,8 @@ class FieldGroup
 
    U32 room() const { return room_; }
    U32 roomLeft() const { return roomUsed_ < room_ ? room_ - roomUsed_ : 0; }
+   /// How many entries can be in use: the range has no more than its ids.
+   U32 capacity() const { return std::min( room_, profile_.size ); }
    /// Entries in hardware stay there when the number shrinks.
    void roomIs( U32 room ) { room_ = room; }
 

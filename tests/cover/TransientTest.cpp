@@ -181,13 +181,39 @@ TEST( Transient, IsExpectedUnlessAFileAcceptsIt )
    EXPECT_EQ( refused.status, 1 ) << refused.out << refused.err;
    EXPECT_THAT( refused.out, testing::HasSubstr( "1 of 2 expectations" ) );
    for( const std::string& packet :
-      { "'" + entry + "' CPU queue 0: ", std::string( "'request' CPU queue 0: " ) } )
+      { "main '" + entry + "' CPU queue 0: ", std::string( " 'request' CPU queue 0: " ) } )
       EXPECT_THAT( refused.out + refused.err, testing::HasSubstr( packet ) );
    std::ofstream( accepted ) << "router 02:00:a1:00:00:01 => * => prescribed\n";
    EXPECT_EQ( runText( text ).status, 0 );
    std::ofstream( accepted ) << "router 02:00:a1:00:00:09 => " << entry
                              << " => another\n* => request => the same\n";
    EXPECT_EQ( runText( text ).status, 1 );
+}
+
+TEST( Transient, IsOfAnEntryOfARangeAndUnit )
+{
+   NEEDS_SOLVER();
+   const std::string start =
+      "switch hsdk units 2 ports 4\ninterface Ethernet1-4 unit 0 port 1\nvlan 10 svi\nbring-up\n";
+   const std::string shown = runText( start + "transient router 02:00:a1:00:00:01\n" ).out;
+   for( const std::string unit : { "0", "1" } )
+      EXPECT_THAT( shown, testing::HasSubstr( "main of unit " + unit + ": drop ucast arp" ) );
+   const std::string json = runText( start + "transient router 02:00:a1:00:00:01 --json\n" ).out;
+   EXPECT_THAT( json, testing::HasSubstr( R"("range": "main")" ) );
+   EXPECT_THAT( json, testing::HasSubstr( R"("unit": 1)" ) );
+}
+
+TEST( Transient, OfACommandThatDoesNotGetThroughIsRefusedInOneLine )
+{
+   const std::string start = "switch hsdk ports 4\nprobe a in port 1 dmac 02:00:00:00:00:02 ipv4\n";
+   const std::string dies =
+      runText( start + "fault bcm_switch_control_set code BCM_E_FAIL\ntransient bring-up\n" ).err;
+   EXPECT_THAT(
+      dies, testing::ContainsRegex(
+               ":4:1: the command would die: routing/chip/.*API ERROR:Operation failed" ) );
+   EXPECT_EQ( std::ranges::count( dies, '\n' ), 3 ) << dies;
+   EXPECT_THAT( runText( start + "transient set miscConfig.syslogTimeout -5\n" ).err,
+      testing::HasSubstr( "the command would be refused: " ) );
 }
 
 TEST_F( PacketTest, APacketIsWatchedInTheVlanThatItsRowsMake )

@@ -134,7 +134,7 @@ TEST_F( SwitchStateTest, TellsEachValueBesideEntries )
           chip.myStation().write( 3, entry );
        },
          "my-station 3||-|invalid" },
-      { [ & ] { main.roomIs( main.room() - 1 ); }, "room of main|room|" },
+      { [ & ] { main.roomIs( main.capacity() - 1 ); }, "room of main|room|" },
    };
    for( const auto& [ change, expected ] : changes )
       EXPECT_THAT( rows( change ), ElementsAre( testing::StartsWith( expected ) ) );

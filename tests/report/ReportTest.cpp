@@ -281,7 +281,7 @@ TEST( Report, RowsSayWhatHasChangedAndFoldPorts )
    EXPECT_THAT( row, HasSubstr( ">changed</b>, was RedirectPbmp" ) );
    EXPECT_THAT( row, HasSubstr( "all that changed it: <a href=\"#e3\">#e3</a> <a href=\"#e5\">" ) );
    EXPECT_THAT( page.substr( page.find( "id=\"m1-1024\"" ), 400 ), HasSubstr( ">new</b>" ) );
-   EXPECT_THAT( page, HasSubstr( "main</a></th><td>11 used, 53 left of 64</td>" ) );
+   EXPECT_THAT( page, HasSubstr( "main</a></th><td>11 used, 42 left of 53</td>" ) );
 }
 
 TEST( Report, FindingsNameTheEntryAtTheEndOfEachSwitch )
@@ -360,7 +360,7 @@ TEST( Report, TransientsAreShownWithTheCallsAndTheReasonThatAcceptsThem )
       page, AllOf( HasSubstr( "during 1 command, behind" ),
                HasSubstr( "<b class=\"by\">accepted</b> request while <code>transient router" ),
                HasSubstr( "<dt>accepted</dt><dd>the order is prescribed</dd>" ),
-               HasSubstr( "<b class=\"bad\">transient</b> drop ucast arp request" ),
+               HasSubstr( "<b class=\"bad\">transient</b> main: drop ucast arp request" ),
                HasSubstr( "<dt>from</dt><dd><code>main installEntry unit 0 id 1040</code> <a "
                           "href=\"#r" ),
                HasSubstr( "<p>Packets that meanwhile fared otherwise: <a href=\"#t1\">" ),

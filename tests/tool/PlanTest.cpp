@@ -149,8 +149,8 @@ TEST_F( PlanOfNetwork, SaysWhatDoesNotFitAndWhy )
    const std::string room = "unit 0 room main ";
    const std::string change = "plan set miscConfig.unknownMacDropTrafficClass[3] true";
    const U32 used = main.room() - main.roomLeft();
-   EXPECT_THAT( shown( change ), HasSubstr( std::to_string( main.roomLeft() - 2 ) + " of " +
-                                            std::to_string( main.room() ) + " left" ) );
+   EXPECT_THAT(
+      shown( change ), HasSubstr( std::to_string( mainRangeIds - used - 2 ) + " of 53 left" ) );
    run( room + std::to_string( used + 2 ) );
    EXPECT_THAT( shown( change ), HasSubstr( "0 of " + std::to_string( used + 2 ) + " left" ) );
    run( room + std::to_string( used + 1 ) );
@@ -171,7 +171,9 @@ TEST_F( PlanOfNetwork, RoomIsWhatIsLeftAndWhatFeaturesNeed )
    const std::string before = shown( "show room" );
    EXPECT_THAT( before, HasSubstr( "11 used, 3 left of 14" ) );
    EXPECT_THROW( run( "unit 0 room main 10" ), InputError ) << "it holds 11";
-   run( "unit 0 room main 64\nunit 0 room main 11\nunit 0 room main 14" );
+   run( "unit 0 room main 64" );
+   EXPECT_THAT( shown( "show room" ), HasSubstr( "11 used, 42 left of 53" ) ) << "as it has ids";
+   run( "unit 0 room main 11\nunit 0 room main 14" );
    EXPECT_THROW( run( "fault call-number 1" ), InputError ) << "it has been made";
    EXPECT_THAT( before, testing::Not( HasSubstr( "bring-up" ) ) ) << "it is done";
    EXPECT_THAT( before, HasSubstr( "does not fit: main needs 5, has 3" ) );
@@ -198,7 +200,7 @@ TEST_F( PlanOfNetwork, RoomIsNeededForAMomentToo )
             return at;
       return Plan::Room();
    };
-   const U32 left = main.roomLeft();
+   const U32 left = mainRangeIds - ( main.room() - main.roomLeft() );
    const Plan::Room gone = roomOf( removal );
    EXPECT_EQ( gone.needs, 0 );
    EXPECT_EQ( gone.leftAfter, left + 2 );
@@ -221,10 +223,10 @@ TEST_F( PlanOfNetwork, NamesThePacketsForEntriesThatChange )
    }
    EXPECT_THAT( shown( "plan -v note x" ), testing::Not( HasSubstr( "Packet for" ) ) );
    const std::string gone = shown( "plan -v no router" );
-   EXPECT_THAT( gone, HasSubstr( "Packet for 'drop ucast arp" ) ) << "found before it";
+   EXPECT_THAT( gone, HasSubstr( "Packet for main: drop ucast arp" ) ) << "found before it";
    run( "no router" );
    const std::string made = shown( "plan -v router 02:00:a1:00:00:01" );
-   EXPECT_THAT( made, HasSubstr( "Packet for 'drop ucast arp" ) ) << "after it";
+   EXPECT_THAT( made, HasSubstr( "Packet for main: drop ucast arp" ) ) << "after it";
 }
 
 TEST_F( PlanOfNetwork, ExplainsWhatACommandWouldChange )

@@ -67,7 +67,7 @@ TEST_F( SavedPlanTest, NamesWhatHasDrifted )
                                     "unit 0 room main 40\napply " +
                                     file_ );
    EXPECT_THAT( drifted, HasSubstr( "unit 0 my-station 34: is new" ) );
-   EXPECT_THAT( drifted, HasSubstr( "unit 0 room of main: room was 64, is 40" ) );
+   EXPECT_THAT( drifted, HasSubstr( "unit 0 room of main: room was 53, is 40" ) );
    EXPECT_EQ( did( "no router\nexpect error \"gone; and \" apply " + file_ +
                    "\nexpect entry \"mpls traffic drop\" installed" ),
       "" );

@@ -51,10 +51,12 @@ Table plannedChanges( const Plan& plan )
 }
 
 /// Each under a heading of its own, because names of entries are long.
-void addPackets( Table& table, const std::vector<Plan::PacketChange>& changes )
+void addPackets(
+   const Session& session, Table& table, const std::vector<Plan::PacketChange>& changes )
 {
    for( const Plan::PacketChange& change : changes ) {
-      table.section( "Packet for '" + change.name + "'" );
+      table.section(
+         "Packet for " + rangeText( session, change.range, change.unit ) + ": " + change.name );
       for( const std::string& command : change.commands )
          table.row( { "", "", command } );
       table.row( { "", "", change.before + "\n-> " + change.after } );
@@ -67,14 +69,15 @@ ordered_json packetsJson( const std::vector<Plan::PacketChange>& changes, const 
    for( const Plan::PacketChange& change : changes ) {
       ordered_json row{ { name, change.name } };
       if( !change.commands.empty() )
-         row[ "commands" ] = change.commands;
+         row.update( { { "range", change.range }, { "unit", change.unit },
+            { "commands", change.commands } } );
       row.update( { { "before", change.before }, { "after", change.after } } );
       rows.push_back( std::move( row ) );
    }
    return rows;
 }
 
-Table planTable( const Plan& plan )
+Table planTable( const Session& session, const Plan& plan )
 {
    Table table = plannedChanges( plan );
    if( !plan.end.empty() ) {
@@ -94,7 +97,7 @@ Table planTable( const Plan& plan )
       table.section( "Probes" );
    for( const Plan::PacketChange& change : plan.probes )
       table.row( { change.name, "", change.before + "\n-> " + change.after } );
-   addPackets( table, plan.packets );
+   addPackets( session, table, plan.packets );
    return table;
 }
 
@@ -121,6 +124,8 @@ Act plan( const Session& session, Words& words )
    const bool withPackets = words.accept( "-v" );
    if( withPackets )
       needSolver( words );
+   if( const Word* const next = words.peek(); next && next->text.starts_with( '-' ) )
+      words.failAt( *next, "'plan' has no option '" + next->text + "'; it has -v" );
    const Word* file = nullptr;
    if( words.accept( "save" ) ) {
       file = &words.take( "a file's name", "FILE" );
@@ -135,7 +140,7 @@ Act plan( const Session& session, Words& words )
       live.console().table(
          format( "'%s' would make %s (writes: %d, redundant: %d)", text,
             Desk::counted( made.calls.size(), "call" ), made.writes, made.redundant ),
-         [ & ] { return planTable( made ); }, [ & ] { return planJson( text, made ); } );
+         [ & ] { return planTable( live, made ); }, [ & ] { return planJson( text, made ); } );
       if( file && !made.end.empty() )
          words.failAt( *file, "it is not saved, because it does not get through" );
       if( file && !live.checking() &&

@@ -5,6 +5,7 @@
 #include "tool/words/ByUnit.h"
 #include "tool/words/Command.h"
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
@@ -67,11 +68,11 @@ void addRanges( const Sim::SimSwitch& hardware, ByUnit<UnitRow>& rows )
    for( const auto& [ unit, chip ] : hardware.chips() )
       for( const Sim::FieldGroup& group : chip.groups() ) {
          const U32 used = group.room() - group.roomLeft();
-         rows.add( unit,
-            { { group.profile().name,
-                 format( "%d used, %d left of %d", used, group.roomLeft(), group.room() ) },
-               { { "range", group.profile().name }, { "size", group.profile().size },
-                  { "room", group.room() }, { "used", used }, { "left", group.roomLeft() } } } );
+         const U32 left = group.capacity() - std::min( used, group.capacity() );
+         rows.add( unit, { { group.profile().name,
+                              format( "%d used, %d left of %d", used, left, group.capacity() ) },
+                            { { "range", group.profile().name }, { "size", group.profile().size },
+                               { "room", group.room() }, { "used", used }, { "left", left } } } );
       }
 }
 

@@ -55,7 +55,7 @@ void showTransients( Session& session, const std::vector<Transient>& all )
       [ & ] {
          Table table( { { "When" }, { "What becomes of the packet" } } );
          for( const Transient& transient : all ) {
-            table.section( transient.packet );
+            table.section( transient.title() );
             for( const std::string& command : transient.commands )
                table.row( { "packet", command } );
             table.row( { "before", transient.before } );
@@ -71,11 +71,15 @@ void showTransients( Session& session, const std::vector<Transient>& all )
       [ & ] {
          auto rows = ordered_json::array();
          for( const Transient& transient : all )
-            rows.push_back( { { "packet", transient.packet }, { "commands", transient.commands },
-               { "before", transient.before }, { "from", transient.from },
-               { "call", transient.call }, { "meanwhile", transient.meanwhile },
-               { "to", transient.to }, { "endedBy", transient.endedBy },
-               { "after", transient.after },
+            rows.push_back( { { "packet", transient.packet },
+               { "range",
+                  transient.range.empty() ? ordered_json() : ordered_json( transient.range ) },
+               { "unit",
+                  transient.range.empty() ? ordered_json() : ordered_json( transient.unit ) },
+               { "commands", transient.commands }, { "before", transient.before },
+               { "from", transient.from }, { "call", transient.call },
+               { "meanwhile", transient.meanwhile }, { "to", transient.to },
+               { "endedBy", transient.endedBy }, { "after", transient.after },
                { "accepted",
                   transient.reason ? ordered_json( *transient.reason ) : ordered_json() } } );
          return rows;
@@ -87,7 +91,8 @@ void expectHitless( Session& session, const std::vector<Transient>& all )
    std::string found;
    for( const Transient& transient : all )
       if( !transient.reason )
-         found += ( found.empty() ? "" : "; " ) + ( "'" + transient.packet + "' " ) +
+         found += ( found.empty() ? "" : "; " ) + transient.place +
+                  ( transient.place.empty() ? "'" : " '" ) + transient.packet + "' " +
                   transient.meanwhile + " from " + momentText( transient.from, transient.call );
    session.expect( found.empty(), "no packet to fare otherwise than before or after",
       found + "; 'transient' shows all" );

@@ -65,7 +65,7 @@ std::vector<std::string> EntryPacket::commands() const
 
 std::string EntryPacket::line() const
 {
-   std::string text = name;
+   std::string text = name + partsEnd + range + partsEnd + std::to_string( unit );
    for( const std::string& row : rows )
       text += partsEnd + row;
    return text + partsEnd + packet;
@@ -77,7 +77,14 @@ EntryPacket EntryPacket::of( const std::string& line )
    std::istringstream stream( line );
    for( std::string part; std::getline( stream, part, partsEnd ); )
       parts.push_back( part );
-   return { parts.front(), { parts.begin() + 1, parts.end() - 1 }, parts.back() };
+   return { parts[ 0 ], parts[ 1 ], static_cast<U32>( std::stoul( parts[ 2 ] ) ),
+      { parts.begin() + 3, parts.end() - 1 }, parts.back() };
+}
+
+std::string rangeText( const Session& session, std::string_view range, U32 unit )
+{
+   const bool several = session.agent().hardware().units().size() > 1;
+   return std::string( range ) + ( several ? " of unit " + std::to_string( unit ) : "" );
 }
 
 std::vector<EntryPacket> entryPackets( Session& session )
@@ -90,7 +97,7 @@ std::vector<EntryPacket> entryPackets( Session& session )
          if( !cover.isStill( known ) )
             known = cover.of( id );
          if( known.outcome == Cover::Outcome::found )
-            all.push_back( { known.name, known.rows, known.packet } );
+            all.push_back( { known.name, known.range, known.unit, known.rows, known.packet } );
       } );
    return all;
 }

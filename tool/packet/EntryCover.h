@@ -20,6 +20,8 @@ std::vector<Cover::Coverage> entryCover(
 struct EntryPacket
 {
    std::string name; // of the entry
+   std::string range;
+   U32 unit = 0;
    std::vector<std::string> rows;
    std::string packet; // as behind `explain`
 
@@ -29,6 +31,9 @@ struct EntryPacket
    std::string line() const;
    static EntryPacket of( const std::string& line );
 };
+
+/// "main", or "main of unit 1" of a switch with several.
+std::string rangeText( const Session& session, std::string_view range, U32 unit );
 
 /// Found ones of all units, whose words name ports by their numbers. Those that were found before and still win their
 /// entries are remembered. Requires: Cover::Solver::available().

@@ -27,6 +27,8 @@ constexpr char changedForm = 'C'; // the command changes a chip
 struct Watched
 {
    std::string name;
+   std::string range; // empty for a probe
+   U32 unit;
    std::vector<std::string> commands;
    Scene scene;
    struct Moment
@@ -48,8 +50,8 @@ class Watch
       if( !known_.insert( packet.commands() ).second )
          return;
       try {
-         packets_.push_back(
-            { packet.name, packet.commands(), sceneOf( session_, packet.rows, packet.packet ) } );
+         packets_.push_back( { packet.name, packet.range, packet.unit, packet.commands(),
+            sceneOf( session_, packet.rows, packet.packet ) } );
       } catch( const InputError& ) {
          // Before the command there is no such port or VLAN.
       }
@@ -60,7 +62,7 @@ class Watch
       for( const auto& [ name, probe ] : session_.probes() )
          if( const auto chip = chips.find( probe.arrival.port.unit );
              chip != chips.end() && chip->second.ports().contains( probe.arrival.port.port ) )
-            packets_.push_back( { name, { "explain probe " + name },
+            packets_.push_back( { name, {}, 0, { "explain probe " + name },
                { session_.packets().tables(), probe.arrival } } );
    }
 
@@ -92,6 +94,9 @@ class Watch
       const auto& moments = packet.moments;
       for( std::size_t at = 1; at + 1 < moments.size(); ++at )
          all.push_back( { .packet = packet.name,
+            .range = packet.range,
+            .unit = packet.unit,
+            .place = packet.range.empty() ? "" : rangeText( session_, packet.range, packet.unit ),
             .commands = packet.commands,
             .from = moments[ at ].record,
             .to = moments[ at + 1 ].record,
@@ -138,11 +143,6 @@ void runInCopy( Session& session, const Act& act, ChildChannel& channel )
 ChildEnd rehearsed( Session& session, const Act& act )
 {
    return runInChild( [ & ]( ChildChannel& channel ) { runInCopy( session, act, channel ); } );
-}
-
-bool gotThrough( const ChildEnd& copy )
-{
-   return copy.how == "ended with status 0";
 }
 
 /// Why the file beside the scenario accepts each packet, by its name or "*".
@@ -221,15 +221,14 @@ std::vector<Transient> runWatched(
    Session& session, const Act& act, const Words& words, const std::string& command )
 {
    const ChildEnd copy = rehearsed( session, act );
-   if( !gotThrough( copy ) )
-      words.failAt( words.line().words.front(),
-         "in a copy of the process the command " + copy.how + ": " + copy.errorText );
+   if( !copy.gotThrough() )
+      words.failAt( words.line().words.front(), "the command " + copy.obstacle() );
    return judged( session, act, copy, words.line().file, command );
 }
 
 void runWatchedForListener( Session& session, const Act& act, const Line& line )
 {
-   if( const ChildEnd copy = rehearsed( session, act ); gotThrough( copy ) )
+   if( const ChildEnd copy = rehearsed( session, act ); copy.gotThrough() )
       judged( session, act, copy, line.file, commandText( line ) );
    else
       act( session );
