@@ -286,8 +286,8 @@ class SmallKeys
    {
       FieldRule rule;
       for( const Qualifier role : roles )
-         if( below( 3 ) != 0 ) // low bits, of which some roles have one
-            rule.qualifierIs( { .role = role, .data = below( 8 ), .mask = 1 + below( 3 ) } );
+         if( below( 3 ) != 0 ) // bits, of which some roles have one
+            rule.qualifierIs( { .role = role, .data = below( 8 ), .mask = 1 + below( 7 ) } );
       rule.actionIs( { .role = below( 2 ) == 0 ? FieldAction::Drop : FieldAction::CopyToCpu } );
       return rule;
    }
