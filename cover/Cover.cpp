@@ -71,7 +71,7 @@ bool sameEffect( const Verdict& one, const Verdict& other )
           learned( one ) == learned( other );
 }
 
-bool RangeCover::hasEffect( U32 id, const Coverage& coverage, const Verdict& with )
+std::optional<Verdict> RangeCover::without( U32 id, const Coverage& coverage )
 {
    struct Disabled
    {
@@ -83,11 +83,24 @@ bool RangeCover::hasEffect( U32 id, const Coverage& coverage, const Verdict& wit
       }
       ~Disabled() { range.enable( id, true ); }
    };
-   const Trial without = [ & ] {
-      const Disabled disabled( range_, id );
-      return evaluate_( coverage.rows, coverage.packet );
-   }();
-   return without.verdict && !sameEffect( with, *without.verdict );
+   const Disabled disabled( range_, id );
+   return evaluate_( coverage.rows, coverage.packet ).verdict;
+}
+
+/// "leaves on 3 ports, for the CPU: TTL 1", without addresses.
+static std::string fateText( const Verdict& verdict )
+{
+   std::string text;
+   const auto add = [ & ](
+                       const std::string& part ) { text += ( text.empty() ? "" : ", " ) + part; };
+   if( const std::size_t ports = verdict.departures().size(); ports > 0 )
+      add( "leaves on " + std::to_string( ports ) + ( ports == 1 ? " port" : " ports" ) );
+   for( const Sim::CpuCopy* const copy : verdict.cpuCopies() )
+      for( const std::string& reason : copy->reasons )
+         add( "for the CPU: " + reason );
+   if( !verdict.drop().empty() )
+      add( "on no port: " + verdict.passes.back().dropReason );
+   return text;
 }
 
 bool RangeCover::isStill( const Coverage& found )
@@ -168,6 +181,8 @@ Coverage RangeCover::of( U32 id )
    if( coverage.outcome != Outcome::unknown )
       return coverage;
    U32 wonBy = 0;
+   std::set<std::string> alike;
+   std::set<std::string> fates;
    for( U32 trial = 0; trial < mostTrials && wonBy < mostWins && !coverage.hasEffect; ++trial ) {
       const Solver::Answer answer = solver_->find( id );
       if( !answer.shape ) {
@@ -183,7 +198,14 @@ Coverage RangeCover::of( U32 id )
          found.outcome = Outcome::found;
          found.rows = recipe.rows();
          found.packet = recipe.packet();
-         found.hasEffect = hasEffect( id, found, *outcome.verdict );
+         const std::optional<Verdict> other = without( id, found );
+         found.hasEffect = other && !sameEffect( *outcome.verdict, *other );
+         std::string words;
+         for( const std::string& row : found.rows )
+            words += row + "; ";
+         alike.insert( words + found.packet );
+         if( other )
+            fates.insert( fateText( *other ) );
          if( wonBy++ == 0 || found.hasEffect )
             coverage = std::move( found );
       } else {
@@ -191,6 +213,10 @@ Coverage RangeCover::of( U32 id )
             recipe.packet() + ( outcome.refusal.empty() ? "" : ": " + outcome.refusal ) );
       }
       solver_->refute( *answer.shape, won );
+   }
+   if( !coverage.hasEffect ) {
+      coverage.alike = std::move( alike );
+      coverage.fates = std::move( fates );
    }
    solver_->reset();
    return coverage;

@@ -10,6 +10,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -43,6 +44,9 @@ struct Coverage
    std::vector<std::string> rows{};
    std::string packet{};
    bool hasEffect = false; // without the entry the packet would fare otherwise
+   // If not: the packets that won, as words with their rows, and how they fare without the entry, which is the same.
+   std::set<std::string> alike{};
+   std::set<std::string> fates{};
 
    // Proved: what excludes each packet. Neither: the entry's qualifiers exclude each other.
    std::vector<U32> blockers{};
@@ -86,7 +90,8 @@ class RangeCover
    bool isWonAfter( U32 id, const std::vector<std::string>& rows, const std::string& packet,
       std::string& refusal ) const;
    bool wins( U32 id, const Sim::Verdict& verdict ) const;
-   bool hasEffect( U32 id, const Coverage& coverage, const Sim::Verdict& with );
+   /// How the packet fares without the entry; nothing if the rows are refused then.
+   std::optional<Sim::Verdict> without( U32 id, const Coverage& coverage );
    void prove( Coverage& coverage, const Solver::Answer& answer ) const;
 
    Facts facts_;

@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -87,6 +88,7 @@ struct Event
    std::vector<std::size_t> packets{};
    std::vector<std::size_t> transients{};
    bool remark = false; // only its notes matter
+   bool inCopy = false; // it was done in a copy of the process, of which the switch knows nothing
 };
 
 VORMEL_ENUM( Moment, U8, made, mark, end )
@@ -157,6 +159,8 @@ struct Packet
    std::vector<Without> withouts{};
 };
 
+VORMEL_ENUM( FindingKind, U8, neverWins, noEffect, actions )
+
 /// What `lint` finds about the entries of a switch at its end.
 struct Findings
 {
@@ -164,7 +168,11 @@ struct Findings
    {
       EntryPlace entry;
       std::string name;
+      FindingKind kind;
       std::string text;
+      // Those that were tried, as commands, and how they fare with and without the entry.
+      std::set<std::string> packets{};
+      std::set<std::string> fates{};
    };
 
    std::size_t chips = 0;

@@ -136,7 +136,7 @@ void writeTransient( const Page& page, std::size_t position )
          { { "class", transient.reason ? "by" : "bad" } } );
       html.text( " " + transient.title() + " while " );
       html.leaf( "code", event.text );
-      html.leaf( "span", transient.meanwhile, { { "class", "outcome" } } );
+      html.leaf( "span", fateText( transient.meanwhile ), { { "class", "outcome" } } );
    }
    const Html::Element list( html, "dl" );
    html.leaf( "dt", "while" );
@@ -154,17 +154,30 @@ void writeTransient( const Page& page, std::size_t position )
       }
    }
    html.leaf( "dt", "before" );
-   html.leaf( "dd", transient.before );
+   html.leaf( "dd", fateText( transient.before ) );
    writeMoment( page, event.chips, "from", transient.call, transient.from );
    html.leaf( "dt", "meanwhile" );
-   html.leaf( "dd", transient.meanwhile );
+   html.leaf( "dd", fateText( transient.meanwhile ) );
    writeMoment( page, event.chips, "until", transient.endedBy, transient.to );
    html.leaf( "dt", "after" );
-   html.leaf( "dd", transient.after );
+   html.leaf( "dd", fateText( transient.after ) );
    if( transient.reason ) {
       html.leaf( "dt", "accepted" );
       html.leaf( "dd", *transient.reason );
    }
+}
+
+std::string kindText( FindingKind kind )
+{
+   switch( kind ) {
+   case FindingKind::neverWins:
+      return "never reached";
+   case FindingKind::noEffect:
+      return "no effect";
+   case FindingKind::actions:
+      return "wrong actions";
+   }
+   return {};
 }
 
 void writeTransients( const Page& page )
@@ -193,6 +206,70 @@ void writeTransients( const Page& page )
       writeTransient( page, i );
 }
 
+/// The pass in which it was lost.
+void writeDrop( const Page& page, const Packet& packet, const Pass& pass )
+{
+   Html& html = page.html;
+   const std::string reason = pass.steps.back().text;
+   const Step* last =
+      nullptr; // what was looked up before it was lost, or the entry that dropped it
+   for( const Step& step : pass.steps ) {
+      if( step.kind == StepKind::stage && step.stage != "learning" )
+         last = &step;
+      if( step.kind == StepKind::wins &&
+          reason.find( " " + std::to_string( step.entry->id ) + " \"" ) != reason.npos ) {
+         last = &step;
+         break;
+      }
+   }
+   html.text( ": " + reason );
+   if( !last )
+      return;
+   if( last->kind == StepKind::stage ) {
+      html.text( "; last stage: " + last->stage + ", " + last->text );
+      return;
+   }
+   if( const auto row = page.links.rowAfter(
+          packet.chips, last->entry->unit, Links::target( last->entry->id ), packet.event ) ) {
+      html.text( " " );
+      html.anchor( *row );
+   }
+   for( const Step::Act& act : last->acts ) {
+      html.text( ", " );
+      writeAct( page, packet, *last, act );
+   }
+}
+
+void writeDrops( const Page& page )
+{
+   const std::vector<Packet>& packets = page.chronicle.packets;
+   if( packets.empty() )
+      return;
+   Html& html = page.html;
+   html.leaf( "h3", "Dropped packets" );
+   const auto lost = std::ranges::count_if( packets, isLost );
+   html.leaf( "p",
+      lost == 0
+         ? "None of " + counted( packets.size(), "packet" ) + ": all went to a port or to the CPU."
+         : std::to_string( lost ) + " of " + counted( packets.size(), "packet" ) +
+              " went neither to a port nor to the CPU:" );
+   if( lost == 0 )
+      return;
+   const Html::Element list( html, "ul" );
+   for( std::size_t i = 0; i < packets.size(); ++i ) {
+      const Packet& packet = packets[ i ];
+      if( !isLost( packet ) )
+         continue;
+      html.line();
+      const Html::Element item( html, "li" );
+      html.anchor( Links::packet( i ) );
+      html.text( ( packet.sent ? " " : " (only explained) " ) +
+                 ( packet.frames.empty() ? "" : framesText( packet.frames ) + ", first " ) );
+      html.leaf( "b", packet.frame );
+      writeDrop( page, packet, packet.passes.back() );
+   }
+}
+
 void writeEntryFindings( const Page& page, const Findings& findings )
 {
    Html& html = page.html;
@@ -209,7 +286,17 @@ void writeEntryFindings( const Page& page, const Findings& findings )
          html.text( " " );
       }
       html.leaf( "b", finding.name );
-      html.text( ": " + finding.text );
+      html.text( ": " + kindText( finding.kind ) + ": " + finding.text );
+      if( finding.packets.empty() )
+         continue;
+      const Html::Element fold( html, "details" );
+      html.leaf( "summary", counted( finding.packets.size(), "packet" ) + " tried" );
+      html.leaf( "p", "The entry takes each of them. With it and without it the same comes out:" );
+      for( const std::set<std::string>* const lines : { &finding.fates, &finding.packets } ) {
+         const Html::Element tried( html, "ul" );
+         for( const std::string& line : *lines )
+            html.leaf( "li", line );
+      }
    }
 }
 
@@ -220,8 +307,9 @@ void writeEntryFindings( const Page& page )
       return;
    page.html.leaf( "h3", "Entries at the end" );
    page.html.leaf( "p",
-      "What 'lint' finds about the entries that are installed at the end: those that never win a "
-      "packet, change nothing, or contradict themselves." );
+      "What 'lint' finds. Never reached: it is proved that no packet gets to the entry. No effect: each packet that was "
+      "found for it comes out the same without it. Wrong actions: they contradict each other, or mean nothing at their "
+      "stage." );
    for( const Findings& findings : chronicle.findings ) {
       if( chronicle.chips.size() > 1 )
          page.html.leaf( "h4", "Switch " + std::to_string( findings.chips ) + ": " +
@@ -246,8 +334,19 @@ void writeOverview( const Page& page )
    writeFigure( html, "writes", figures.writes );
    writeFigure( html, "redundant", figures.redundant );
    writeFigure( html, "notifications", figures.notifications );
-   if( !page.chronicle.packets.empty() )
-      writeFigure( html, "packets", page.chronicle.packets.size() );
+   const auto& packets = page.chronicle.packets;
+   if( !packets.empty() ) {
+      const auto explained = std::ranges::count( packets, false, &Packet::sent );
+      writeFigure( html, "packets", packets.size(),
+         explained > 0 ? std::to_string( explained ) + " only explained" : "" );
+   }
+   if( page.chronicle.watched > 0 ) {
+      const auto& transients = page.chronicle.transients;
+      const auto accepted = std::ranges::count_if(
+         transients, []( const Transient& transient ) { return !!transient.reason; } );
+      writeFigure( html, "transients", transients.size(),
+         accepted > 0 ? std::to_string( accepted ) + " accepted" : "" );
+   }
    if( figures.held + figures.failed > 0 ) {
       writeFigure( html, "held", figures.held );
       writeFigure( html, "failed", figures.failed );
@@ -261,6 +360,7 @@ void writeFindings( const Page& page )
    html.leaf( "h2", "Findings", { { "id", "findings" } } );
    writeExpectations( page );
    writeTransients( page );
+   writeDrops( page );
    writeRedundant( page );
    writeEntryFindings( page );
 }

@@ -76,28 +76,17 @@ void writeStep( const Page& page, const Packet& packet, const Step& step )
    const Html::Element item( html, "li", { { "class", Vormel::enumName( step.kind ) } } );
    html.leaf( "b", step.stage );
    const Html::Element rest( html, "div" );
-   html.text( step.text );
+   const bool isForecast = step.stage == "learning" && !packet.sent;
+   html.text( ( isForecast ? "not learned, since it was only explained: " : "" ) + step.text );
    if( step.entry )
       writeEntryLink( page, packet, *step.entry );
    if( !step.detail.empty() ) {
       const Html::Element detail( html, "p" );
       writeLines( html, step.detail );
    }
-   for( const auto& [ how, cause ] : step.acts ) {
-      const Html::Element act( html, "p", { { "class", "by" } } );
-      html.text( how + " by " );
-      Origins origins;
-      if( step.entry ) {
-         auto writes = page.links.writesTo( packet.chips, step.entry->unit,
-            Links::target( step.entry->id ), packet.event, cause.record );
-         // Its rule and its state are written by different calls.
-         std::erase_if( writes, [ how = how == "installed" ]( const Links::Write& write ) {
-            return ( write.call == "enableEntry" ) == how;
-         } );
-         addOrigin( origins, writes, cause );
-      }
-      writeOrigins( page, packet.chips, origins, cause );
-      writeRedundantSince( page, origins );
+   for( const Step::Act& act : step.acts ) {
+      const Html::Element paragraph( html, "p", { { "class", "by" } } );
+      writeAct( page, packet, step, act );
    }
 }
 
@@ -109,7 +98,7 @@ void writeWithout( const Page& page, const Packet& packet )
       html.leaf( "b", "Without \"" + without.name + "\"" );
       writeEntryLink( page, packet, without.entry );
       html.text( without.outcome == packet.outcome ? ": the same, " : ": " );
-      html.text( without.outcome );
+      html.text( fateText( without.outcome ) );
    }
 }
 
@@ -125,7 +114,7 @@ void writePacket( const Page& page, std::size_t position )
    {
       const Html::Element summary( html, "summary" );
       html.leaf( "h3", packet.frame );
-      html.leaf( "span", packet.outcome, { { "class", "outcome" } } );
+      html.leaf( "span", fateText( packet.outcome ), { { "class", "outcome" } } );
    }
    {
       const Html::Element paragraph( html, "p", { { "class", "by" } } );
@@ -152,6 +141,24 @@ void writePacket( const Page& page, std::size_t position )
 }
 
 } // namespace
+
+void writeAct( const Page& page, const Packet& packet, const Step& step, const Step::Act& act )
+{
+   const auto& [ how, cause ] = act;
+   page.html.text( how + " by " );
+   Origins origins;
+   if( step.entry ) {
+      auto writes = page.links.writesTo( packet.chips, step.entry->unit,
+         Links::target( step.entry->id ), packet.event, cause.record );
+      // Its rule and its state are written by different calls.
+      std::erase_if( writes, [ ofRule = how == "installed" ]( const Links::Write& write ) {
+         return ( write.call == "enableEntry" ) == ofRule;
+      } );
+      addOrigin( origins, writes, cause );
+   }
+   writeOrigins( page, packet.chips, origins, cause );
+   writeRedundantSince( page, origins );
+}
 
 void writePackets( const Page& page )
 {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -134,6 +135,24 @@ void writeEvents( const Page& page, const std::vector<std::size_t>& events )
       page.html.anchor( Links::event( event ) );
       isFirst = false;
    }
+}
+
+// Ports come first in an outcome, then copies for the CPU.
+static constexpr std::string_view onNoPort = "leaves on no port: ";
+
+std::string fateText( const std::string& outcome )
+{
+   if( !outcome.starts_with( "CPU queue" ) )
+      return outcome;
+   const std::size_t at = outcome.find( "; " + std::string( onNoPort ) );
+   const std::string cpu = "to the CPU alone," + outcome.substr( 3, at - 3 );
+   return at == outcome.npos ? cpu
+                             : cpu + "; to no port: " + outcome.substr( at + 2 + onNoPort.size() );
+}
+
+bool isLost( const Packet& packet )
+{
+   return packet.outcome.starts_with( onNoPort );
 }
 
 std::string framesText( const std::vector<std::pair<U32, U32>>& frames )

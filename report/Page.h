@@ -80,8 +80,13 @@ void writeOrigins(
    const Page& page, std::size_t chips, const Origins& origins, const Sim::Cause& cause );
 /// "; changed nothing since: #e9 (2 writes)"
 void writeRedundantSince( const Page& page, const Origins& origins );
+/// "installed by #e5 bring-up #r17"
+void writeAct( const Page& page, const Packet& packet, const Step& step, const Step::Act& act );
 /// "#e5 #e9"
 void writeEvents( const Page& page, const std::vector<std::size_t>& events );
+/// What became of a packet. One that the CPU alone gets is not lost.
+std::string fateText( const std::string& outcome );
+bool isLost( const Packet& packet );
 /// "frame 3", "frames 1-3,7": the frames of a capture; of many ranges the first ones and the last frame.
 std::string framesText( const std::vector<std::pair<U32, U32>>& frames );
 /// A table without its frame: a row.

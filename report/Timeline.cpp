@@ -131,6 +131,10 @@ std::size_t writeRun( const Page& page, std::size_t position, std::size_t from )
 void writeContents( const Page& page, std::size_t position )
 {
    const Event& event = page.chronicle.events[ position ];
+   if( event.inCopy )
+      page.html.leaf( "p",
+         "Done in a copy of the process, which is gone: the agent and the switch are as before.",
+         { { "class", "note" } } );
    for( std::size_t i = 0; i < event.lines.size(); )
       if( event.lines[ i ].table )
          writeShown( page, position, event.lines[ i++ ] );
@@ -183,6 +187,8 @@ std::string summaryOf( const Event& event )
       add( shown );
    if( others > 0 )
       add( counted( others, text.empty() ? "line" : "other line" ) );
+   if( event.inCopy )
+      text += ", in a copy of the process";
    return text;
 }
 
@@ -212,8 +218,8 @@ void writeResult( const Page& page, const Event& event, std::size_t position )
       const Html::Element paragraph( html, "p" );
       const Packet& shown = page.chronicle.packets[ packet ];
       html.anchor( Links::packet( packet ) );
-      html.text(
-         " " + ( shown.frames.empty() ? "" : framesText( shown.frames ) + ": " ) + shown.outcome );
+      html.text( " " + ( shown.frames.empty() ? "" : framesText( shown.frames ) + ": " ) +
+                 fateText( shown.outcome ) );
    }
    if( !event.transients.empty() ) {
       const Html::Element paragraph( html, "p" );

@@ -254,7 +254,8 @@ void Chronicler::begins( const Line& line )
       .text = commandText( line ),
       .chips = chips_,
       .seconds = session_ && session_->hasAgent() ? session_->agent().clock().now() : 0,
-      .remark = line.words.front().text == "note" } );
+      .remark = line.words.front().text == "note",
+      .inCopy = line.words.front().text == "plan" } );
 }
 
 void Chronicler::marked( Session& session )
@@ -273,8 +274,13 @@ void Chronicler::switchEnds( Session& session )
       return;
    Report::Findings findings{ .chips = chips_ };
    for( const Cover::Coverage& about : entryCover( session, session.agent().hardware().units() ) )
-      for( const std::string& text : findingsOf( session, about ) )
-         findings.all.push_back( { { about.unit, about.id }, about.name, text } );
+      for( const auto& [ kind, text ] : findingsOf( session, about ) ) {
+         findings.all.push_back( { { about.unit, about.id }, about.name, kind, text } );
+         if( kind == Report::FindingKind::noEffect ) {
+            findings.all.back().packets = about.alike;
+            findings.all.back().fates = about.fates;
+         }
+      }
    chronicle_.findings.push_back( std::move( findings ) );
 }
 
@@ -388,6 +394,7 @@ void Chronicler::failed( const Line&, const std::string& expected, const std::st
 
 void Chronicler::childWrote( std::string_view text )
 {
+   event().inCopy = true;
    add( { .kind = LineKind::child, .text = std::string( text ) } );
 }
 

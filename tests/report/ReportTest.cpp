@@ -209,6 +209,49 @@ TEST( Report, WritersAreThoseThatChangedARowAndRowsHaveAnchors )
       HasSubstr( "<a href=\"#r206\">#r206</a> <a href=\"#r219\">#r219</a></td>" ) );
 }
 
+TEST( Report, PacketsThatGoToTheCpuAreNotLostAndThoseThatAreLostAreListed )
+{
+   const std::string page =
+      pageOf( scenarioFile( routedToCpu + "packet in Ethernet1 dmac router arp request\n"
+                                          "explain in Ethernet2 dmac router ipv4 dst 10.1.0.1\n"
+                                          "explain in Ethernet2 dmac router vlan 77 ipv4\n" ) );
+   const PageParts parts( page );
+   EXPECT_EQ( parts.problem, "" );
+   EXPECT_THAT( page,
+      AllOf( HasSubstr( "<b data-figure=\"packets\">4</b> 2 only explained" ),
+         HasSubstr( ">to the CPU alone, queue 0: main 1034 &quot;NextHop to Cpu&quot;</span>" ),
+         HasSubstr( "2 of 4 packets went neither to a port nor to the CPU:" ),
+         HasSubstr(
+            "<li><a href=\"#p2\">#p2</a> <b>ARP request: 0.0.0.0 asks for 0.0.0.0 in Ethernet1</b>: on no "
+            "port: dropped by main 1039 &quot;drop ucast arp request with dmac=bridgeMac&quot; <a "
+            "href=\"#m1-1039\">#m1-1039</a>, installed by <a href=\"#e4\">" ),
+         HasSubstr( "<li><a href=\"#p4\">#p4</a> (only explained) <b>" ),
+         HasSubstr( ": on no port: there is no VLAN 77" ),
+         HasSubstr( "<b>learning</b><div>02:00:00:00:00:01 in VLAN 10 is on Ethernet1<" ),
+         HasSubstr( "<b>learning</b><div>not learned, since it was only explained: 02:" ) ) );
+   EXPECT_THAT( pageOf( scenarioFile( routedToCpu ) ),
+      HasSubstr( "<p>None of 1 packet: all went to a port or to the CPU.<" ) );
+}
+
+TEST( Report, WhatWasDoneInACopyOfTheProcessSaysSo )
+{
+   const std::string copy = "<p class=\"note\">Done in a copy of the process";
+   const std::string page =
+      pageOf( scenarioFile( "switch hsdk\n"
+                            "bring-up\n"
+                            "plan router 02:00:a1:00:00:01\n"
+                            "fault bcm_field_action_add code BCM_E_FAIL\n"
+                            "expect dead \"API ERROR\" router 02:00:a1:00:00:01\n" ) );
+   const auto event = [ & ]( int number ) {
+      const std::size_t at = page.find( "<li id=\"e" + std::to_string( number ) + "\"" );
+      return page.substr( at, page.find( "<li id=\"e", at + 1 ) - at );
+   };
+   EXPECT_THAT( event( 2 ), Not( HasSubstr( copy ) ) );
+   EXPECT_THAT( event( 3 ), AllOf( HasSubstr( copy ), HasSubstr( "would make" ) ) );
+   EXPECT_THAT(
+      event( 5 ), AllOf( HasSubstr( copy ), HasSubstr( "in a copy of the process</span>" ) ) );
+}
+
 TEST( Report, MarksHaveTheTablesAndTheWritersOfTheirMoment )
 {
    const std::string page = pageOf( scenarioFile( routedToCpu + "mark\n"
@@ -292,11 +335,15 @@ TEST( Report, FindingsNameTheEntryAtTheEndOfEachSwitch )
    const std::string page = pageOf( file );
    EXPECT_EQ( PageParts( page ).problem, "" );
    std::size_t from = 0;
-   for( const std::string part : { "<h4>Switch 1: hsdk, 1 unit of 8 ports</h4>",
-           "<a href=\"#m1-1032\">#m1-1032</a> <b>l2 mcast cpu and flood</b>: no ",
-           "<h4>Switch 2: acl, 1 unit of 4 ports</h4><p>Nothing: each entry",
-           "<h4>Switch 3: hsdk, 1 unit of 4 ports</h4>",
-           "<a href=\"#m3-1032\">#m3-1032</a> <b>l2 mcast cpu and flood</b>: no " } ) {
+   for( const std::string part :
+      { "<h4>Switch 1: hsdk, 1 unit of 8 ports</h4>",
+         "<a href=\"#m1-1032\">#m1-1032</a> <b>l2 mcast cpu and flood</b>: no effect: no packet",
+         "packets tried</summary><p>The entry takes each of them. With it and without it the same comes out:</p>"
+         "<ul><li>leaves on ",
+         "</li><li>mac 01:00:5e:01:02:03 vlan 1 group 2; in port ",
+         "<h4>Switch 2: acl, 1 unit of 4 ports</h4><p>Nothing: each entry",
+         "<h4>Switch 3: hsdk, 1 unit of 4 ports</h4>",
+         "<a href=\"#m3-1032\">#m3-1032</a> <b>l2 mcast cpu and flood</b>: no " } ) {
       from = page.find( part, from );
       ASSERT_NE( from, page.npos ) << part;
    }
@@ -373,6 +420,8 @@ TEST( Report, TransientsAreShownWithTheCallsAndTheReasonThatAcceptsThem )
       return PageParts( runLine( options ).out ).ids.contains( "t1" );
    };
    EXPECT_TRUE( transients( { "--transients" } ) );
+   EXPECT_THAT(
+      page, testing::ContainsRegex( "<b data-figure=\"transients\">[0-9]+</b> [0-9]+ accepted" ) );
    EXPECT_FALSE( transients( {} ) );
    // What an act ends with is told as if it was not watched.
    const std::string deadly =

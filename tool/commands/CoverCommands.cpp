@@ -57,10 +57,10 @@ void showFindings( Session& session, const CoverWords& asked )
 {
    Table table( { { "Finding" } } );
    for( const Coverage& about : entryCover( session, asked.units, asked.range ) ) {
-      const std::vector<std::string> findings = findingsOf( session, about );
+      const std::vector<EntryFinding> findings = findingsOf( session, about );
       if( !findings.empty() )
          table.section( sectionOf( asked, about ) );
-      for( const std::string& finding : findings )
+      for( const auto& [ kind, finding ] : findings )
          table.row(
             { finding }, { { "unit", about.unit }, { "range", about.range }, { "id", about.id },
                             { "entry", about.name }, { "finding", finding } } );

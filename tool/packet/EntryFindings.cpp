@@ -3,10 +3,13 @@
 #include "sim/chip/FieldRefusals.h"
 #include "tool/Session.h"
 
+#include <utility>
+
 namespace Strata::Tool {
 
 using Cover::Coverage;
 using Cover::Outcome;
+using Report::FindingKind;
 
 namespace {
 
@@ -67,17 +70,20 @@ std::string proofText( const Session& session, const Coverage& about )
    return text.empty() ? "its qualifiers exclude each other" : text;
 }
 
-std::vector<std::string> findingsOf( const Session& session, const Coverage& about )
+std::vector<EntryFinding> findingsOf( const Session& session, const Coverage& about )
 {
    const Sim::Chip& chip = session.agent().hardware().chip( about.unit );
-   std::vector<std::string> findings;
+   std::vector<EntryFinding> findings;
    for( const Sim::FieldGroup& group : chip.groups() )
       if( const Sim::FieldEntry* const entry = group.find( about.id ) )
-         findings = actionFindings( chip.profile(), group.profile().stage, *entry->hardware );
+         for( std::string& text :
+            actionFindings( chip.profile(), group.profile().stage, *entry->hardware ) )
+            findings.push_back( { FindingKind::actions, std::move( text ) } );
    if( about.outcome == Outcome::proved && ( !about.blockers.empty() || about.reasons.empty() ) )
-      findings.push_back( proofText( session, about ) );
+      findings.push_back( { FindingKind::neverWins, proofText( session, about ) } );
    if( about.outcome == Outcome::found && !about.hasEffect )
-      findings.emplace_back( "no packet that was tried fares otherwise without it" );
+      findings.push_back(
+         { FindingKind::noEffect, "no packet that was tried fares otherwise without it" } );
    return findings;
 }
 

@@ -3,6 +3,7 @@
 
 #include "cover/Cover.h"
 #include "platform/runtime/Types.h"
+#include "report/Chronicle.h"
 
 #include <string>
 #include <vector>
@@ -17,7 +18,12 @@ std::string nameOf( const Session& session, const Cover::Coverage& about, U32 id
 std::vector<std::string> blockerNames( const Session& session, const Cover::Coverage& about );
 /// What excludes each packet.
 std::string proofText( const Session& session, const Cover::Coverage& about );
+struct EntryFinding
+{
+   Report::FindingKind kind;
+   std::string text;
+};
 /// What is wrong with the entry: it never wins, has no effect, or its actions do not go together.
-std::vector<std::string> findingsOf( const Session& session, const Cover::Coverage& about );
+std::vector<EntryFinding> findingsOf( const Session& session, const Cover::Coverage& about );
 
 } // namespace Strata::Tool

@@ -112,8 +112,10 @@ class PassStory
                .stage = "CPU",
                .text = format( "queue %d: %s", verdict_.cpu->queue, reason ) } );
       if( !verdict_.drop.empty() )
-         add(
-            { .kind = StepKind::lost, .stage = "leaves", .text = "on no port: " + verdict_.drop } );
+         add( { .kind = verdict_.cpu ? StepKind::unmatched : StepKind::lost,
+            .stage = "leaves",
+            .text = ( verdict_.cpu ? "on no port, the CPU alone gets it: " : "on no port: " ) +
+                    verdict_.drop } );
    }
 
    /// Ports on which the same frame leaves are listed together.
