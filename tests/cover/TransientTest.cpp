@@ -188,6 +188,11 @@ TEST( Transient, IsExpectedUnlessAFileAcceptsIt )
    std::ofstream( accepted ) << "router 02:00:a1:00:00:09 => " << entry
                              << " => another\n* => request => the same\n";
    EXPECT_EQ( runText( text ).status, 1 );
+   std::ofstream( accepted ) << "# why\n\n* => request\n";
+   const Outcome unclear = runText( text );
+   EXPECT_EQ( unclear.status, 2 );
+   EXPECT_THAT( unclear.err,
+      testing::HasSubstr( ".transients:3:1: a line is 'COMMAND => PACKET => REASON'" ) );
 }
 
 TEST( Transient, IsOfAnEntryOfARangeAndUnit )

@@ -145,24 +145,30 @@ ChildEnd rehearsed( Session& session, const Act& act )
    return runInChild( [ & ]( ChildChannel& channel ) { runInCopy( session, act, channel ); } );
 }
 
-/// Why the file beside the scenario accepts each packet, by its name or "*".
+/// Why the file beside the scenario accepts each packet, by its name or "*". InputError at a line that accepts nothing.
 std::map<std::string, std::string> acceptedReasons(
    const std::string& scenario, const std::string& command )
 {
    constexpr std::string_view arrow = " => ";
    std::map<std::string, std::string> reasons;
-   std::ifstream file( std::filesystem::path( scenario ).replace_extension( ".transients" ) );
+   const auto path = std::filesystem::path( scenario ).replace_extension( ".transients" );
+   std::ifstream file( path );
+   U32 number = 0;
    for( std::string line; std::getline( file, line ); ) {
+      ++number;
+      if( line.empty() || line.starts_with( '#' ) )
+         continue;
       const std::size_t first = line.find( arrow );
-      if( line.starts_with( '#' ) || first == line.npos )
-         continue;
+      const std::size_t second = first == line.npos ? first : line.find( arrow, first + 1 );
+      if( second == line.npos )
+         throw InputError( { .file = path, .number = number, .text = line, .words = {} }, 1,
+            static_cast<U32>( line.size() ),
+            "a line is 'COMMAND => PACKET => REASON', or starts with '#'" );
       const std::string accepted = line.substr( 0, first );
-      if( accepted != "*" && command != accepted )
-         continue;
-      const std::string rest = line.substr( first + arrow.size() );
-      const std::size_t second = rest.find( arrow );
-      reasons.emplace( rest.substr( 0, second ),
-         second == rest.npos ? "" : rest.substr( second + arrow.size() ) );
+      const std::size_t packet = first + arrow.size();
+      if( accepted == "*" || command == accepted )
+         reasons.emplace(
+            line.substr( packet, second - packet ), line.substr( second + arrow.size() ) );
    }
    return reasons;
 }
@@ -204,8 +210,8 @@ std::vector<Transient> watched( Session& session, const Act& act, const ChildEnd
 std::vector<Transient> judged( Session& session, const Act& act, const ChildEnd& copy,
    const std::string& scenario, const std::string& command )
 {
-   std::vector<Transient> all = watched( session, act, copy );
    const std::map<std::string, std::string> reasons = acceptedReasons( scenario, command );
+   std::vector<Transient> all = watched( session, act, copy );
    for( Transient& transient : all )
       for( const std::string& packet : { transient.packet, std::string( "*" ) } )
          if( const auto at = reasons.find( packet ); at != reasons.end() && !transient.reason )
