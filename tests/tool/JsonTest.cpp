@@ -133,6 +133,10 @@ constexpr const char* scenario = R"(switch register
 call init true true
 call handleRouting true false
 show options-profiles
+switch hsdk ports 4
+bring-up
+call handleVlanCpuPort 1 true
+lint
 switch hsdk units 2 ports 8 seed 1
 interface Ethernet1-4 unit 0 port 1
 lag Port-Channel1 Ethernet3-4
@@ -169,7 +173,6 @@ explain in Ethernet1 dmac router ipv4 src 10.1.0.5 dst 10.2.0.9 ttl 1
 explain in Ethernet1 dmac ff:ff:ff:ff:ff:ff arp request from 10.1.0.1 for 10.1.0.5
 probe routed in Ethernet1 dmac router ipv4 src 10.1.0.5 dst 10.2.0.9
 cover
-lint
 transient call installTcamEntryForNonRoutableToCpu bridgeMac
 pcap tests/packet/frames/frames.pcap in Ethernet1
 pcap tests/packet/frames/frames.pcap in Ethernet1 summary

@@ -42,8 +42,14 @@ std::vector<std::string_view> rangeNames( const Session& session )
 CoverWords takeRangeAndUnits( const Session& session, Words& words )
 {
    CoverWords asked;
-   asked.range = words.acceptOneOf( rangeNames( session ) );
+   const std::vector<std::string_view> ranges = rangeNames( session );
+   const Word* const first = words.peek();
+   asked.range = words.acceptOneOf( ranges );
    asked.units = session.takeUnits( words );
+   if( first && words.peek() == first && first->text != "pcap" )
+      words.failAt(
+         *first, "there is no range '" + first->text + "'" +
+                    didYouMean( first->text, ranges, "; the switch has " + joined( ranges ) ) );
    return asked;
 }
 

@@ -188,8 +188,9 @@ Act Command::act( const Session& session, Words& words ) const
          "it looks at records, which are not kept with --no-transcript" );
    words.syntaxIs( std::string( name ) + ( syntax.empty() ? "" : " " ) + std::string( syntax ) );
    const auto offerForms = [ & ] {
-      if( takesJson() )
-         words.accept( "--json" ); // Session takes these two where they end the line
+      // Session takes these two where they end the line.
+      if( takesJson() && words.accept( "--json" ) && words.peek() )
+         words.fail( "'--json' stands at the end of the line" );
       if( shows() )
          words.offer( "|" );
    };

@@ -39,7 +39,10 @@ struct Command
              name == "plan" || name == "help";
    }
    /// Whether the line may end with --json.
-   bool takesJson() const { return shows() || name == "pcap" || name == "transient"; }
+   bool takesJson() const
+   {
+      return shows() || name == "pcap" || name == "transient" || name == "lint";
+   }
    /// Whether it changes a switch that exists.
    bool isEvent() const;
 
