@@ -140,8 +140,10 @@ void RangeCover::leaveOutRows( Coverage& found ) const
    for( std::size_t at = found.rows.size(); at-- > 0; ) {
       std::vector<std::string> fewer = found.rows;
       fewer.erase( fewer.begin() + static_cast<std::ptrdiff_t>( at ) );
-      if( isWonAfter( found.id, fewer, found.packet, refusal ) )
+      if( isWonAfter( found.id, fewer, found.packet, refusal ) ) {
          found.rows = std::move( fewer );
+         at = found.rows.size(); // a row may be needed only because of the one that went
+      }
    }
 }
 
@@ -180,13 +182,27 @@ Coverage RangeCover::of( U32 id )
    Coverage coverage = start( id );
    if( coverage.outcome != Outcome::unknown )
       return coverage;
+   search( coverage );
+   // What becomes of the packets without the entry may depend on the VLAN.
+   for( std::size_t vlan = 0; vlan < facts_.vlans.size(); ++vlan )
+      if( coverage.outcome == Outcome::found && !coverage.hasEffect ) {
+         solver_->lookUpIn( vlan );
+         search( coverage );
+      }
+   return coverage;
+}
+
+/// Prefers a packet that fares otherwise without the entry to one that was found before.
+void RangeCover::search( Coverage& coverage )
+{
+   const U32 id = coverage.id;
    U32 wonBy = 0;
    std::set<std::string> alike;
    std::set<std::string> fates;
    for( U32 trial = 0; trial < mostTrials && wonBy < mostWins && !coverage.hasEffect; ++trial ) {
       const Solver::Answer answer = solver_->find( id );
       if( !answer.shape ) {
-         if( wonBy == 0 )
+         if( coverage.outcome == Outcome::unknown )
             prove( coverage, answer );
          break;
       }
@@ -206,7 +222,8 @@ Coverage RangeCover::of( U32 id )
          alike.insert( words + found.packet );
          if( other )
             fates.insert( fateText( *other ) );
-         if( wonBy++ == 0 || found.hasEffect )
+         ++wonBy;
+         if( coverage.outcome == Outcome::unknown || found.hasEffect )
             coverage = std::move( found );
       } else {
          coverage.tried.push_back(
@@ -214,12 +231,14 @@ Coverage RangeCover::of( U32 id )
       }
       solver_->refute( *answer.shape, won );
    }
-   if( !coverage.hasEffect ) {
-      coverage.alike = std::move( alike );
-      coverage.fates = std::move( fates );
+   if( coverage.hasEffect ) {
+      coverage.alike.clear();
+      coverage.fates.clear();
+   } else {
+      coverage.alike.merge( alike );
+      coverage.fates.merge( fates );
    }
    solver_->reset();
-   return coverage;
 }
 
 } // namespace Strata::Cover

@@ -86,6 +86,7 @@ class RangeCover
 
  private:
    Coverage start( U32 id );
+   void search( Coverage& coverage );
    void leaveOutRows( Coverage& found ) const;
    bool isWonAfter( U32 id, const std::vector<std::string>& rows, const std::string& packet,
       std::string& refusal ) const;

@@ -25,7 +25,7 @@ const char* reasonText( Law law )
    case Law::arrival:
       return "no port that is up and in a VLAN receives it";
    case Law::station:
-      return "no my-station entry is met like that";
+      return "no my-station entry matches its destination MAC in its VLAN";
    case Law::vxlan:
       return "the chip has no VXLAN";
    case Law::onePass:
@@ -403,6 +403,10 @@ void Formula::multicastLaws()
 
 void Formula::rowLaws()
 {
+   // Routes of groups have words of their own, for packets that are not sent to the router.
+   law( Law::words,
+      z3::implies( !tunnel_ && is( payload_, Payload::ipv4 ) && routable_ && !steered_ && isHop_,
+         dstIp_.extract( 31, 28 ) != value( 0xE, 4 ) ) );
    law( Law::rows, z3::implies( dropRouted_, svi_ ) );
    law( Law::rows, z3::implies( blocked_,
                       arrives( []( const ArrivalPlace& place ) { return place.frontPanel; } ) ) );

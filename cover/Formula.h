@@ -52,6 +52,7 @@ class Formula
    /// needed for counts more than what is in the frame. Requires: the facts have a place.
    std::vector<Likeness> likenesses( const Sim::FieldKey& key );
    Shape shape( const z3::model& model ) const;
+   z3::expr isLookedUpIn( std::size_t vlan ) { return is( domain_, vlan ); }
    /// True for shapes that differ in what the packet is and what becomes of it; `places` includes where it arrives.
    z3::expr differs( const Shape& shape, bool places );
 

@@ -146,8 +146,11 @@ std::vector<Likeness> Formula::likenesses( const Sim::FieldKey& key )
    const auto like = [ & ]( const z3::expr& holds, unsigned weight ) {
       all.push_back( { holds, weight } );
    };
-   like( is( arrival_, *facts_.placeArrival ), 2 );
-   like( is( vlan_, facts_.placeVlan ), 2 );
+   constexpr unsigned ofPlace = 25; // rather two rows of the tables than another port
+   like( is( arrival_, *facts_.placeArrival ), ofPlace );
+   like( is( vlan_, facts_.placeVlan ), ofPlace );
+   if( key.value( Qualifier::EtherType ) != Sim::etherTypeIpv6 )
+      like( !is( payload_, Payload::ipv6 ), 3 );
    for( const auto& [ role, weight ] :
       std::initializer_list<std::pair<Qualifier, unsigned>>{ { Qualifier::Ttl, 1 },
          { Qualifier::IntPriority, 1 }, { Qualifier::L4DstPort, 1 }, { Qualifier::IpProtocol, 1 },
@@ -207,16 +210,17 @@ z3::expr Formula::differs( const Shape& shape, bool places )
    };
    const bool broadcast = ( shape.tunnel ? shape.innerMac : shape.dstMac ) == broadcastMac;
    const bool expired = ( shape.tunnel || shape.popped ? shape.innerTtl : shape.ttl ) <= 1;
-   z3::expr all = same( payload_, static_cast<U64>( shape.payload ) ) &&
-                  same( inner_, static_cast<U64>( shape.inner ) ) &&
-                  same( fate_, static_cast<U64>( shape.fate ) ) &&
-                  tunnel_ == truth( shape.tunnel ) && popped_ == truth( shape.popped ) &&
-                  switched_ == truth( shape.switched ) && steered_ == truth( shape.steered ) &&
-                  blocked_ == truth( shape.blocked ) && tagged_ == truth( shape.tagged ) &&
-                  tooLong_ == truth( shape.tooLong ) && replicated_ == truth( shape.replicated ) &&
-                  ( sourceClass_ == value( 0, 32 ) ) == truth( shape.sourceClass == 0 ) &&
-                  ( mac_ == value( broadcastMac, 48 ) ) == truth( broadcast ) &&
-                  z3::ule( effectiveTtl_, value( 1, 8 ) ) == truth( expired );
+   z3::expr all =
+      same( payload_, static_cast<U64>( shape.payload ) ) &&
+      ( shape.tunnel ? same( inner_, static_cast<U64>( shape.inner ) ) : truth( true ) ) &&
+      same( fate_, static_cast<U64>( shape.fate ) ) && tunnel_ == truth( shape.tunnel ) &&
+      popped_ == truth( shape.popped ) && switched_ == truth( shape.switched ) &&
+      steered_ == truth( shape.steered ) && blocked_ == truth( shape.blocked ) &&
+      tagged_ == truth( shape.tagged ) && tooLong_ == truth( shape.tooLong ) &&
+      replicated_ == truth( shape.replicated ) &&
+      ( sourceClass_ == value( 0, 32 ) ) == truth( shape.sourceClass == 0 ) &&
+      ( mac_ == value( broadcastMac, 48 ) ) == truth( broadcast ) &&
+      z3::ule( effectiveTtl_, value( 1, 8 ) ) == truth( expired );
    if( places )
       all = all && same( arrival_, shape.arrival ) && same( vlan_, shape.vlan ) &&
             same( domain_, shape.domain );

@@ -32,6 +32,8 @@ Solver::Answer Solver::nearest( U32, const Sim::FieldKey& )
 
 void Solver::refute( const Shape&, bool ) {}
 
+void Solver::lookUpIn( std::size_t ) {}
+
 void Solver::reset() {}
 
 } // namespace Strata::Cover

@@ -123,6 +123,11 @@ class Solver::Search
       formula_.solver().add( z3::implies( round_, formula_.differs( shape, !everywhere ) ) );
    }
 
+   void lookUpIn( std::size_t vlan )
+   {
+      formula_.solver().add( z3::implies( round_, formula_.isLookedUpIn( vlan ) ) );
+   }
+
    void reset()
    {
       round_ = formula_.context().bool_const( ( "round" + std::to_string( ++rounds_ ) ).c_str() );
@@ -285,6 +290,11 @@ Solver::Answer Solver::nearest( U32 id, const Sim::FieldKey& key )
 void Solver::refute( const Shape& shape, bool everywhere )
 {
    search_->refute( shape, everywhere );
+}
+
+void Solver::lookUpIn( std::size_t vlan )
+{
+   search_->lookUpIn( vlan );
 }
 
 void Solver::reset()

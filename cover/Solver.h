@@ -42,6 +42,8 @@ class Solver
    /// Excludes shapes like this one, whatever their addresses and numbers, from further answers for the entry; with
    /// `everywhere`, also those that arrive by another port or in another VLAN.
    void refute( const Shape& shape, bool everywhere );
+   /// Until reset(): only packets that are looked up in this VLAN of the facts, by index.
+   void lookUpIn( std::size_t vlan );
    /// Ends the search for an entry: forgets what was refuted.
    void reset();
 

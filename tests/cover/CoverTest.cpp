@@ -328,6 +328,18 @@ bool cover( const FieldGroup& group, const std::vector<U32>& ids, const FieldRul
    } );
 }
 
+TEST_F( PacketTest, AnEffectIsLookedForInEachKindOfVlan )
+{
+   NEEDS_SOLVER();
+   bringUp( "hsdk" );
+   run( "call handleVlanCpuPort 10 true" ); // the only VLAN where copies are for the entries alone
+   std::vector<std::string> without;
+   for( const Coverage& about : Tool::entryCover( session, { 0 }, "main" ) )
+      if( about.outcome == Outcome::found && !about.hasEffect )
+         without.push_back( about.name );
+   EXPECT_THAT( without, testing::IsEmpty() );
+}
+
 TEST_F( PacketTest, BlockersAreThoseThatCoverAnEntryAndNoneTooMany )
 {
    NEEDS_SOLVER();

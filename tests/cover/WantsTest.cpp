@@ -68,6 +68,39 @@ TEST_F( WantsTest, NamesTheSmallestChange )
    EXPECT_THAT( svi.changes, IsEmpty() );
 }
 
+TEST_F( WantsTest, KeepsToThePlaceAndTheKindOfThePacket )
+{
+   bringUp( "hsdk" );
+   run( "stp Ethernet1 blocking" );
+   const std::string blocked = "in Ethernet1 dmac router ipv4 src 10.1.0.5 dst 10.2.0.9";
+   const Wanted forwards = wants( blocked, "nexthopToCpu" );
+   EXPECT_EQ( forwards.about.packet, blocked );
+   EXPECT_THAT( forwards.about.rows,
+      ElementsAre( HasSubstr( "stp Ethernet1 forwarding vlan" ), "route 10.2.0.9/32 via cpu" ) );
+   EXPECT_THAT( wants( "in Ethernet2 dmac router vlan 10 arp request", "nexthopToCpu" ).changes,
+      testing::Contains( HasSubstr( "EtherType 0x800 " ) ) );
+   const Wanted group = wants( "in Ethernet2 dmac router ipv4 dst 239.1.2.3", "nexthopToCpu" );
+   EXPECT_THAT( group.changes, ElementsAre( HasSubstr( "instead of 239.1.2.3" ) ) );
+   EXPECT_THAT( group.about.tried, IsEmpty() ) << "routes of groups are known to be refused";
+   run( "route 10.9.0.0/16 via cpu" );
+   EXPECT_THAT(
+      wants( "in Ethernet2 dmac router ipv4 options dst 10.9.0.1", "nexthopToCpu" ).changes,
+      ElementsAre( "no IP options" ) )
+      << "which no entry compares";
+   EXPECT_THAT(
+      wants( "in Ethernet2 dmac router ipv4 src 239.1.1.1 dst 10.9.0.1", "nexthopToCpu" ).changes,
+      ElementsAre( HasSubstr( " instead of 239.1.1.1" ) ) );
+   EXPECT_THAT( wants( "in higig dmac router vlan 10 arp reply",
+                   "\"trap to cpu for l2 only from cpu with dmac=bridgeMac\"" )
+                   .changes,
+      ElementsAre( HasSubstr( "instead of the stack link of unit 0" ) ) );
+   run( "set pbr.pbrEnabled true\npbr rule via flood mac 02:00:00:00:00:07 vlan 10" );
+   EXPECT_THAT(
+      wants( "in Ethernet2 dmac router vlan 10 arp request", "vlanFloodingPbr" ).about.rows,
+      IsEmpty() )
+      << "neither takes the rule back nor adds a route instead";
+}
+
 TEST_F( WantsTest, SaysWhatExcludesEachPacket )
 {
    bringUp( "hsdk" );
@@ -75,7 +108,8 @@ TEST_F( WantsTest, SaysWhatExcludesEachPacket )
       "no router\nset virtualRouterMacAddr 02:00:a1:00:00:77\ncall handleTcamEntryL2FennicToCpu" );
    const Wanted none = wants( "in Ethernet1 vlan 10 ipv4", "\"l3 vxlan with dmac=fennicMac\"" );
    EXPECT_EQ( none.about.outcome, Cover::Outcome::proved );
-   EXPECT_THAT( none.about.reasons, ElementsAre( "no my-station entry is met like that" ) );
+   EXPECT_THAT( none.about.reasons,
+      ElementsAre( "no my-station entry matches its destination MAC in its VLAN" ) );
 }
 
 TEST_F( WantsTest, IsSaidAtTheCommandLine )

@@ -85,6 +85,30 @@ std::vector<std::string> differences( const Sim::FieldKey& now, const Sim::Field
    return all;
 }
 
+/// What no entry compares, and yet can keep a packet from the lookups.
+std::vector<std::string> otherDifferences( const Sim::Headers& now, const Sim::Headers& then )
+{
+   std::vector<std::string> all;
+   if( now.srcMac != then.srcMac )
+      all.push_back( format( "source MAC %s instead of %s", then.srcMac, now.srcMac ) );
+   if( now.ip && then.ip ) {
+      if( now.ip->source != then.ip->source )
+         all.push_back( format(
+            "source %s instead of %s", then.ip->source.toString(), now.ip->source.toString() ) );
+      if( now.ip->options && !then.ip->options )
+         all.emplace_back( "no IP options" );
+      if( !now.ip->checksumRight && then.ip->checksumRight )
+         all.emplace_back( "a right checksum" );
+   }
+   return all;
+}
+
+std::string entranceName( Session& session, const Sim::Arrival& arrival )
+{
+   return arrival.higig ? format( "the stack link of unit %d", arrival.port.unit )
+                        : session.packets().engine().portName( arrival.port );
+}
+
 /// Of the arrival that the words of a packet make, and of what it presents.
 std::vector<std::string> changesOf( Session& session, const Sim::Arrival& arrival,
    const Sim::FieldKey& key, const Cover::Coverage& found )
@@ -92,11 +116,10 @@ std::vector<std::string> changesOf( Session& session, const Sim::Arrival& arriva
    Sim::Explanation explanation;
    tryPacket( session, found.rows, found.packet, &explanation );
    const Scene scene = sceneOf( session, found.rows, found.packet );
-   const Sim::PacketEngine& engine = session.packets().engine();
    std::vector<std::string> all;
    if( scene.arrival.port != arrival.port || scene.arrival.higig != arrival.higig )
-      all.push_back( format( "in by %s instead of %s", engine.portName( scene.arrival.port ),
-         engine.portName( arrival.port ) ) );
+      all.push_back( format( "in by %s instead of %s", entranceName( session, scene.arrival ),
+         entranceName( session, arrival ) ) );
    const U16 vlan = placeOf( scene.tables, scene.arrival ).vlan;
    const U16 before = placeOf( session.packets().tables(), arrival ).vlan;
    if( vlan != before )
@@ -104,6 +127,8 @@ std::vector<std::string> changesOf( Session& session, const Sim::Arrival& arriva
    for( std::string& difference :
       differences( key, keyOf( explanation, scene.arrival, found.range ) ) )
       all.push_back( std::move( difference ) );
+   if( all.empty() )
+      all = otherDifferences( arrival.frame.headers(), scene.arrival.frame.headers() );
    return all;
 }
 
@@ -117,7 +142,9 @@ Wanted wantsEntry( Session& session, const Sim::Arrival& arrival, const std::str
    const Sim::FieldEntry* const chosen = findEntry( hardware.chip( unit ), entry );
    if( !chosen || !chosen->installed() )
       throw Vormel::ValueError(
-         format( "%s is not in hardware on unit %d, where the packet arrives", entry.text, unit ) );
+         format( "%s is not in hardware on unit %d, where the packet arrives; "
+                 "'show entries' lists what is",
+            entry.text, unit ) );
    Sim::Explanation explanation;
    const Sim::Verdict verdict = session.packets().engine().explain( arrival, &explanation );
    const Sim::ForwardingTables tables = session.packets().tables();
