@@ -78,8 +78,8 @@ std::optional<std::size_t> Links::eventOf( std::size_t chips, U64 record ) const
    return at == events_.end() ? std::nullopt : std::optional( at->second );
 }
 
-std::optional<std::string> Links::rowAfter(
-   std::size_t chips, U32 unit, const std::string& target, std::size_t event ) const
+std::optional<std::string> Links::rowAfter( std::size_t chips, U32 unit, const std::string& target,
+   std::size_t event, std::size_t* shownAt ) const
 {
    std::optional<std::string> found;
    for( std::size_t i = 0; i < chronicle_.snapshots.size(); ++i ) {
@@ -90,6 +90,8 @@ std::optional<std::string> Links::rowAfter(
       if( !rows_[ i ].contains( id ) )
          continue;
       found = std::move( id );
+      if( shownAt )
+         *shownAt = snapshot.event;
       if( snapshot.event >= event )
          break;
    }

@@ -48,8 +48,9 @@ class Links
    /// The event with this record; nothing if no event has it.
    std::optional<std::size_t> eventOf( std::size_t chips, U64 record ) const;
    /// The row in the first snapshot of the switch from this event on that has it, or else in the last one before it.
-   std::optional<std::string> rowAfter(
-      std::size_t chips, U32 unit, const std::string& target, std::size_t event ) const;
+   /// `shownAt` is set to the last event before that snapshot.
+   std::optional<std::string> rowAfter( std::size_t chips, U32 unit, const std::string& target,
+      std::size_t event, std::size_t* shownAt = nullptr ) const;
 
    struct Write
    {

@@ -144,7 +144,7 @@ void writeTransient( const Page& page, std::size_t position )
       const Html::Element data( html, "dd" );
       html.anchor( Links::event( transient.event ) );
    }
-   html.leaf( "dt", "packet" );
+   html.leaf( "dt", transient.commands.size() > 1 ? "packet, with rows made for it" : "packet" );
    {
       const Html::Element data( html, "dd" );
       for( const std::string& command : transient.commands ) {
@@ -187,7 +187,8 @@ void writeTransients( const Page& page )
       return;
    Html& html = page.html;
    html.leaf( "h3", "While commands ran" );
-   const std::string watched = "Packets were watched during " +
+   const std::string watched = "The probes and, if the command has the solver, a packet for each "
+                               "entry were watched during " +
                                counted( chronicle.watched, "command" ) +
                                ", behind each call that changed a chip";
    if( chronicle.transients.empty() ) {
@@ -199,9 +200,9 @@ void writeTransients( const Page& page )
    html.leaf( "p", watched +
                       ". Transients, in which one fared neither as before the command nor as "
                       "after it: " +
-                      std::to_string( chronicle.transients.size() ) + ", of which " +
-                      std::to_string( accepted ) +
-                      " are accepted by the file beside the scenario." );
+                      std::to_string( chronicle.transients.size() ) +
+                      "; accepted by the file beside the scenario: " + std::to_string( accepted ) +
+                      "." );
    for( std::size_t i = 0; i < chronicle.transients.size(); ++i )
       writeTransient( page, i );
 }
@@ -248,11 +249,13 @@ void writeDrops( const Page& page )
    Html& html = page.html;
    html.leaf( "h3", "Dropped packets" );
    const auto lost = std::ranges::count_if( packets, isLost );
-   html.leaf( "p",
-      lost == 0
-         ? "None of " + counted( packets.size(), "packet" ) + ": all went to a port or to the CPU."
-         : std::to_string( lost ) + " of " + counted( packets.size(), "packet" ) +
-              " went neither to a port nor to the CPU:" );
+   const auto explained = std::ranges::count( packets, false, &Packet::sent );
+   const std::string all =
+      counted( packets.size(), "packet" ) +
+      ( explained > 0 ? " (" + std::to_string( explained ) + " only explained)" : "" );
+   html.leaf( "p", lost == 0 ? "None of " + all + ": all went to a port or to the CPU."
+                             : std::to_string( lost ) + " of " + all +
+                                  " went neither to a port nor to the CPU:" );
    if( lost == 0 )
       return;
    const Html::Element list( html, "ul" );
@@ -274,7 +277,7 @@ void writeEntryFindings( const Page& page, const Findings& findings )
 {
    Html& html = page.html;
    if( findings.all.empty() ) {
-      html.leaf( "p", "Nothing: each entry can win a packet, and has an effect." );
+      html.leaf( "p", "Nothing: each entry can win a packet and has an effect, or is disabled." );
       return;
    }
    const Html::Element list( html, "ul" );

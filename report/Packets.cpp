@@ -1,6 +1,8 @@
 // Each packet's way through the stages of the chip, as a picture that is an ordered list.
 #include "report/Page.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <map>
 #include <string>
 #include <utility>
@@ -12,10 +14,21 @@ namespace {
 
 void writeRowLink( const Page& page, const Packet& packet, U32 unit, const std::string& target )
 {
-   if( const auto row = page.links.rowAfter( packet.chips, unit, target, packet.event ) ) {
-      page.html.text( " " );
-      page.html.anchor( *row );
-   }
+   std::size_t shownAt = 0;
+   const auto row = page.links.rowAfter( packet.chips, unit, target, packet.event, &shownAt );
+   if( !row )
+      return;
+   page.html.text( " " );
+   page.html.anchor( *row );
+   const std::vector<Links::Write> writes =
+      page.links.writesTo( packet.chips, unit, target, shownAt );
+   const auto later = std::find_if( writes.rbegin(), writes.rend(),
+      [ & ]( const Links::Write& write ) { return write.changed && write.event > packet.event; } );
+   if( later == writes.rend() )
+      return;
+   page.html.text( " (changed since by " );
+   page.html.anchor( Links::event( later->event ) );
+   page.html.text( ")" );
 }
 
 void writeEntryLink( const Page& page, const Packet& packet, const EntryPlace& place )

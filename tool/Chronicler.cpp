@@ -15,7 +15,9 @@
 #include <algorithm>
 #include <map>
 #include <optional>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace Strata::Tool {
 
@@ -24,6 +26,8 @@ using Report::LogLine;
 using Report::Moment;
 
 namespace {
+
+constexpr const char* roomTitle = "Room for features that are off";
 
 bool isFailure( const Sim::Record& record )
 {
@@ -202,14 +206,33 @@ void Chronicler::take( Moment moment, Session& session )
    chronicle_.snapshots.push_back( std::move( snapshot ) );
 }
 
+/// Whether the ranges have as much room as in the snapshot before, which has tables.
+static bool hasRoomOf( const Report::Snapshot& before, const Report::Snapshot& now )
+{
+   const auto roomsOf = []( const Report::Snapshot& snapshot ) {
+      std::vector<std::string> rooms;
+      for( const auto& [ key, part ] : snapshot.state.parts() )
+         if( key.kind == Desk::PartKind::room )
+            rooms.push_back( part.text );
+      return rooms;
+   };
+   return before.moment != Moment::made && now.moment != Moment::end &&
+          roomsOf( before ) == roomsOf( now );
+}
+
 void Chronicler::takeTables( Session& session, Report::Snapshot& snapshot )
 {
    tablesOf_ = &snapshot;
    for( const char* const text :
       { "show lags", "show routes", "show macs", "show forwarding", "show probes", "show room" } ) {
       // What features would need is found by copies of the process, which takes a moment.
-      if( snapshot.moment != Moment::end && text == std::string_view( "show room" ) )
+      if( text == std::string_view( "show room" ) &&
+          hasRoomOf( chronicle_.snapshots.back(), snapshot ) ) {
+         const auto& before = chronicle_.snapshots.back().tables;
+         if( const auto at = before.find( roomTitle ); at != before.end() )
+            snapshot.tables.insert( *at );
          continue;
+      }
       const Line line = splitLine( "report", 1, text );
       Words words( line );
       const Command& command = takeCommand( words );
@@ -226,7 +249,7 @@ void Chronicler::takeTables( Session& session, Report::Snapshot& snapshot )
       auto& rows = room.mapped().rows;
       const auto heading = std::ranges::find( rows, true, &Report::Shown::Row::heading );
       rows.erase( rows.begin(), heading == rows.end() ? heading : heading + 1 );
-      room.key() = "Room for features that are off";
+      room.key() = roomTitle;
       if( !rows.empty() )
          snapshot.tables.insert( std::move( room ) );
    }
