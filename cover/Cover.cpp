@@ -71,7 +71,7 @@ bool sameEffect( const Verdict& one, const Verdict& other )
           learned( one ) == learned( other );
 }
 
-std::optional<Verdict> RangeCover::without( U32 id, const Coverage& coverage )
+std::optional<Verdict> RangeCover::without( U32 id, const Recipe& recipe )
 {
    struct Disabled
    {
@@ -84,7 +84,7 @@ std::optional<Verdict> RangeCover::without( U32 id, const Coverage& coverage )
       ~Disabled() { range.enable( id, true ); }
    };
    const Disabled disabled( range_, id );
-   return evaluate_( coverage.rows, coverage.packet ).verdict;
+   return evaluate_( recipe.rows(), recipe.packet() ).verdict;
 }
 
 /// "leaves on 3 ports, for the CPU: TTL 1", without addresses.
@@ -140,10 +140,10 @@ void RangeCover::leaveOutRows( Coverage& found ) const
    for( std::size_t at = found.rows.size(); at-- > 0; ) {
       std::vector<std::string> fewer = found.rows;
       fewer.erase( fewer.begin() + static_cast<std::ptrdiff_t>( at ) );
-      if( isWonAfter( found.id, fewer, found.packet, refusal ) ) {
-         found.rows = std::move( fewer );
-         at = found.rows.size(); // a row may be needed only because of the one that went
-      }
+      if( !isWonAfter( found.id, fewer, found.packet, refusal ) )
+         continue;
+      found.rows = std::move( fewer );
+      at = found.rows.size(); // a row may be needed only because of the one that went
    }
 }
 
@@ -197,8 +197,6 @@ void RangeCover::search( Coverage& coverage )
 {
    const U32 id = coverage.id;
    U32 wonBy = 0;
-   std::set<std::string> alike;
-   std::set<std::string> fates;
    for( U32 trial = 0; trial < mostTrials && wonBy < mostWins && !coverage.hasEffect; ++trial ) {
       const Solver::Answer answer = solver_->find( id );
       if( !answer.shape ) {
@@ -210,21 +208,21 @@ void RangeCover::search( Coverage& coverage )
       const Trial outcome = evaluate_( recipe.rows(), recipe.packet() );
       const bool won = outcome.verdict && wins( id, *outcome.verdict );
       if( won ) {
-         Coverage found = coverage;
-         found.outcome = Outcome::found;
-         found.rows = recipe.rows();
-         found.packet = recipe.packet();
-         const std::optional<Verdict> other = without( id, found );
-         found.hasEffect = other && !sameEffect( *outcome.verdict, *other );
-         std::string words;
-         for( const std::string& row : found.rows )
-            words += row + "; ";
-         alike.insert( words + found.packet );
-         if( other )
-            fates.insert( fateText( *other ) );
+         const std::optional<Verdict> other = without( id, recipe );
+         const bool matters = other && !sameEffect( *outcome.verdict, *other );
+         if( coverage.outcome == Outcome::unknown || matters ) {
+            coverage.outcome = Outcome::found;
+            coverage.rows = recipe.rows();
+            coverage.packet = recipe.packet();
+            coverage.hasEffect = matters;
+         }
          ++wonBy;
-         if( coverage.outcome == Outcome::unknown || found.hasEffect )
-            coverage = std::move( found );
+         std::string words;
+         for( const std::string& row : recipe.rows() )
+            words += row + "; ";
+         coverage.alike.insert( words + recipe.packet() );
+         if( other )
+            coverage.fates.insert( fateText( *other ) );
       } else {
          coverage.tried.push_back(
             recipe.packet() + ( outcome.refusal.empty() ? "" : ": " + outcome.refusal ) );
@@ -234,9 +232,6 @@ void RangeCover::search( Coverage& coverage )
    if( coverage.hasEffect ) {
       coverage.alike.clear();
       coverage.fates.clear();
-   } else {
-      coverage.alike.merge( alike );
-      coverage.fates.merge( fates );
    }
    solver_->reset();
 }

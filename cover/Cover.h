@@ -17,6 +17,8 @@
 
 namespace Strata::Cover {
 
+class Recipe;
+
 /// Evaluates a packet after commands that change the tables, and takes the commands back. Without a verdict the commands
 /// or the packet are refused, for the reason given.
 struct Trial
@@ -92,7 +94,7 @@ class RangeCover
       std::string& refusal ) const;
    bool wins( U32 id, const Sim::Verdict& verdict ) const;
    /// How the packet fares without the entry; nothing if the rows are refused then.
-   std::optional<Sim::Verdict> without( U32 id, const Coverage& coverage );
+   std::optional<Sim::Verdict> without( U32 id, const Recipe& recipe );
    void prove( Coverage& coverage, const Solver::Answer& answer ) const;
 
    Facts facts_;

@@ -180,6 +180,12 @@ std::string kindText( FindingKind kind )
    return {};
 }
 
+std::ptrdiff_t acceptedIn( const Chronicle& chronicle )
+{
+   return std::ranges::count_if(
+      chronicle.transients, []( const Transient& transient ) { return !!transient.reason; } );
+}
+
 void writeTransients( const Page& page )
 {
    const Chronicle& chronicle = page.chronicle;
@@ -195,8 +201,7 @@ void writeTransients( const Page& page )
       html.leaf( "p", watched + ": each fared as before or as after." );
       return;
    }
-   const auto accepted = static_cast<std::size_t>( std::ranges::count_if(
-      chronicle.transients, []( const Transient& transient ) { return !!transient.reason; } ) );
+   const auto accepted = acceptedIn( chronicle );
    html.leaf( "p", watched +
                       ". Transients, in which one fared neither as before the command nor as "
                       "after it: " +
@@ -207,13 +212,20 @@ void writeTransients( const Page& page )
       writeTransient( page, i );
 }
 
+/// "3 only explained"; empty if all were sent.
+std::string explainedText( const std::vector<Packet>& packets )
+{
+   const auto explained = std::ranges::count( packets, false, &Packet::sent );
+   return explained > 0 ? std::to_string( explained ) + " only explained" : "";
+}
+
 /// The pass in which it was lost.
 void writeDrop( const Page& page, const Packet& packet, const Pass& pass )
 {
    Html& html = page.html;
    const std::string reason = pass.steps.back().text;
-   const Step* last =
-      nullptr; // what was looked up before it was lost, or the entry that dropped it
+   // What was looked up before it was lost, or the entry that dropped it.
+   const Step* last = nullptr;
    for( const Step& step : pass.steps ) {
       if( step.kind == StepKind::stage && step.stage != "learning" )
          last = &step;
@@ -230,11 +242,7 @@ void writeDrop( const Page& page, const Packet& packet, const Pass& pass )
       html.text( "; last stage: " + last->stage + ", " + last->text );
       return;
    }
-   if( const auto row = page.links.rowAfter(
-          packet.chips, last->entry->unit, Links::target( last->entry->id ), packet.event ) ) {
-      html.text( " " );
-      html.anchor( *row );
-   }
+   writeEntryLink( page, packet, *last->entry );
    for( const Step::Act& act : last->acts ) {
       html.text( ", " );
       writeAct( page, packet, *last, act );
@@ -249,10 +257,9 @@ void writeDrops( const Page& page )
    Html& html = page.html;
    html.leaf( "h3", "Dropped packets" );
    const auto lost = std::ranges::count_if( packets, isLost );
-   const auto explained = std::ranges::count( packets, false, &Packet::sent );
+   const std::string explained = explainedText( packets );
    const std::string all =
-      counted( packets.size(), "packet" ) +
-      ( explained > 0 ? " (" + std::to_string( explained ) + " only explained)" : "" );
+      counted( packets.size(), "packet" ) + ( explained.empty() ? "" : " (" + explained + ")" );
    html.leaf( "p", lost == 0 ? "None of " + all + ": all went to a port or to the CPU."
                              : std::to_string( lost ) + " of " + all +
                                   " went neither to a port nor to the CPU:" );
@@ -338,15 +345,11 @@ void writeOverview( const Page& page )
    writeFigure( html, "redundant", figures.redundant );
    writeFigure( html, "notifications", figures.notifications );
    const auto& packets = page.chronicle.packets;
-   if( !packets.empty() ) {
-      const auto explained = std::ranges::count( packets, false, &Packet::sent );
-      writeFigure( html, "packets", packets.size(),
-         explained > 0 ? std::to_string( explained ) + " only explained" : "" );
-   }
+   if( !packets.empty() )
+      writeFigure( html, "packets", packets.size(), explainedText( packets ) );
    if( page.chronicle.watched > 0 ) {
       const auto& transients = page.chronicle.transients;
-      const auto accepted = std::ranges::count_if(
-         transients, []( const Transient& transient ) { return !!transient.reason; } );
+      const auto accepted = acceptedIn( page.chronicle );
       writeFigure( html, "transients", transients.size(),
          accepted > 0 ? std::to_string( accepted ) + " accepted" : "" );
    }

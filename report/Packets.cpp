@@ -31,11 +31,6 @@ void writeRowLink( const Page& page, const Packet& packet, U32 unit, const std::
    page.html.text( ")" );
 }
 
-void writeEntryLink( const Page& page, const Packet& packet, const EntryPlace& place )
-{
-   writeRowLink( page, packet, place.unit, Links::target( place.id ) );
-}
-
 /// What was read, for each event that wrote it last.
 void writeReads( const Page& page, const Packet& packet, const Step& step )
 {
@@ -154,6 +149,11 @@ void writePacket( const Page& page, std::size_t position )
 }
 
 } // namespace
+
+void writeEntryLink( const Page& page, const Packet& packet, const EntryPlace& place )
+{
+   writeRowLink( page, packet, place.unit, Links::target( place.id ) );
+}
 
 void writeAct( const Page& page, const Packet& packet, const Step& step, const Step::Act& act )
 {

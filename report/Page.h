@@ -68,8 +68,7 @@ struct Origins
 {
    std::map<std::size_t, std::vector<U64>> records{}; // that changed it last, by their events
    std::set<std::size_t> changers{};                  // all events that have changed it
-   std::map<std::size_t, std::size_t>
-      redundant{}; // writes that have changed nothing since, by their events
+   std::map<std::size_t, std::size_t> redundant{};    // writes since that changed nothing, by event
 };
 /// Adds those of one place. The cause is its last write as the chip knows it, if that is known; nothing is added if it
 /// was not a call.
@@ -80,6 +79,8 @@ void writeOrigins(
    const Page& page, std::size_t chips, const Origins& origins, const Sim::Cause& cause );
 /// "; changed nothing since: #e9 (2 writes)"
 void writeRedundantSince( const Page& page, const Origins& origins );
+/// To the row of an entry in the first table behind the packet; says if an event has changed it in between.
+void writeEntryLink( const Page& page, const Packet& packet, const EntryPlace& place );
 /// "installed by #e5 bring-up #r17"
 void writeAct( const Page& page, const Packet& packet, const Step& step, const Step::Act& act );
 /// "#e5 #e9"

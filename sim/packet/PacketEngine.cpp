@@ -201,17 +201,23 @@ std::string PacketEngine::verdictJson( const Verdict& verdict ) const
    return jsonText( jsonOf( *this, verdict ) );
 }
 
+std::string PacketEngine::arrivalName( const Arrival& arrival ) const
+{
+   return arrival.higig ? format( "the stack link of unit %d", arrival.port.unit )
+                        : portName( arrival.port );
+}
+
 RecordContent PacketEngine::contentOf( const Arrival& arrival, const Verdict& verdict ) const
 {
-   const std::string from = arrival.higig ? format( "the stack link of unit %d", arrival.port.unit )
-                                          : portName( arrival.port );
    const Json json = jsonOf( *this, verdict );
-   std::vector<RecordField> fields{ { "in", from }, { "frame", arrival.frame.text() } };
+   std::vector<RecordField> fields{
+      { "in", arrivalName( arrival ) }, { "frame", arrival.frame.text() } };
    for( const char* const name : { "departures", "passes", "cpu" } )
       fields.emplace_back( name, JsonText{ jsonText( json[ name ] ) } );
    if( json.contains( "drop" ) )
       fields.emplace_back( "drop", verdict.drop() );
-   return { "in " + from + ": " + arrival.frame.payloadText() + " => " + summary( verdict ),
+   return { "in " + arrivalName( arrival ) + ": " + arrival.frame.payloadText() + " => " +
+               summary( verdict ),
       std::move( fields ) };
 }
 

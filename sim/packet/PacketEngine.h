@@ -65,6 +65,8 @@ class PacketEngine
    static std::string loopText();
 
    std::string portName( PortRef port ) const;
+   /// "Ethernet1", or "the stack link of unit 0".
+   std::string arrivalName( const Arrival& arrival ) const;
    std::string portNames( const std::vector<PortRef>& ports ) const;
    /// The name of the port's LAG; an empty text for a port that is in no LAG.
    std::string lagOf( PortRef port ) const;

@@ -53,10 +53,9 @@ CoverWords takeRangeAndUnits( const Session& session, Words& words )
    return asked;
 }
 
-std::string sectionOf( const CoverWords& asked, const Coverage& about )
+std::string sectionOf( const Session& session, const Coverage& about )
 {
-   return about.range + ( asked.units.size() > 1 ? format( " of unit %d", about.unit ) : "" ) +
-          ": " + about.name;
+   return rangeText( session, about.range, about.unit ) + ": " + about.name;
 }
 
 void showFindings( Session& session, const CoverWords& asked )
@@ -65,7 +64,7 @@ void showFindings( Session& session, const CoverWords& asked )
    for( const Coverage& about : entryCover( session, asked.units, asked.range ) ) {
       const std::vector<EntryFinding> findings = findingsOf( session, about );
       if( !findings.empty() )
-         table.section( sectionOf( asked, about ) );
+         table.section( sectionOf( session, about ) );
       for( const auto& [ kind, finding ] : findings )
          table.row(
             { finding }, { { "unit", about.unit }, { "range", about.range }, { "id", about.id },
@@ -74,14 +73,14 @@ void showFindings( Session& session, const CoverWords& asked )
    session.console().table( "Findings about the entries", table );
 }
 
-void showCoverage( Session& session, const CoverWords& asked, const std::vector<Coverage>& all )
+void showCoverage( Session& session, const std::vector<Coverage>& all )
 {
    session.console().table(
       "Packets for the entries",
       [ & ] {
          Table table( { { "Outcome" }, { "Packet, or what excludes it" } } );
          for( const Coverage& about : all ) {
-            table.section( sectionOf( asked, about ) );
+            table.section( sectionOf( session, about ) );
             std::string outcome = Vormel::enumText( about.outcome );
             for( const std::string& line : coverageLines( session, about ) )
                table.row( { std::exchange( outcome, {} ), line } );
@@ -127,7 +126,7 @@ Act cover( const Session& session, Words& words )
    needSolver( words );
    return [ asked, directory, &words ]( Session& live ) {
       const std::vector<Coverage> all = entryCover( live, asked.units, asked.range );
-      showCoverage( live, asked, all );
+      showCoverage( live, all );
       if( directory && !live.checking() )
          words.blaming( *directory, [ & ] { writeCaptures( live, all, asked.directory ); } );
    };

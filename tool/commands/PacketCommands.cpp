@@ -23,7 +23,7 @@ using nlohmann::ordered_json;
 
 std::string arrivalText( Sim::PacketEngine& engine, const Sim::Arrival& arrival )
 {
-   return "In by " + arrivalName( engine, arrival ) + ": " + arrival.frame.text();
+   return "In by " + engine.arrivalName( arrival ) + ": " + arrival.frame.text();
 }
 
 void showExplanation( Session& session, Sim::PacketEngine& engine, const Sim::Arrival& arrival,

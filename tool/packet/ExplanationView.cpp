@@ -337,17 +337,11 @@ Table explanationTable( Sim::PacketEngine& engine, const Sim::Verdict& verdict,
    return table;
 }
 
-std::string arrivalName( const Sim::PacketEngine& engine, const Sim::Arrival& arrival )
-{
-   return arrival.higig ? format( "the stack link of unit %d", arrival.port.unit )
-                        : engine.portName( arrival.port );
-}
-
 std::string frameComment( const Sim::PacketEngine& engine, const Sim::Arrival& arrival,
    const Sim::Verdict& verdict, const Sim::Explanation& explanation, std::size_t pass,
    const std::string& fate )
 {
-   std::string text = "in " + arrivalName( engine, arrival ) + ": " + fate;
+   std::string text = "in " + engine.arrivalName( arrival ) + ": " + fate;
    for( std::size_t i = 0; i <= pass; ++i ) {
       const std::string number = verdict.passes.size() > 1 ? format( "pass %d: ", i + 1 ) : "";
       for( const Sim::StageNote& note : explanation.passes[ i ].stages )

@@ -16,9 +16,6 @@ namespace Strata::Tool {
 Table explanationTable( Sim::PacketEngine& engine, const Sim::Verdict& verdict,
    const Sim::Explanation& explanation, bool all );
 
-/// "Ethernet1", or "the stack link of unit 0".
-std::string arrivalName( const Sim::PacketEngine& engine, const Sim::Arrival& arrival );
-
 /// The comment on a captured frame of a pass, one line each: where the packet came in and what became of this frame
 /// (`fate`), the state that kept the chip from routing it, and the entries that won up to then, with their causes.
 std::string frameComment( const Sim::PacketEngine& engine, const Sim::Arrival& arrival,

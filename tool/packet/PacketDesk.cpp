@@ -140,7 +140,7 @@ void PacketDesk::write(
             } );
       else if( drops_ && !pass.drop.empty() &&
                !addTo( *drops_, arrival.frame,
-                  { arrivalName( engine_, arrival ),
+                  { engine_.arrivalName( arrival ),
                      frameComment( engine_, arrival, verdict, *explanation, i,
                         pass.drop.starts_with( "dropped " ) ? pass.drop
                                                             : "dropped: " + pass.drop ) } ) )

@@ -181,9 +181,7 @@ Report::Packet packetStory( Sim::PacketEngine& engine, Sim::SimSwitch& hardware,
    const Sim::Arrival& arrival, const Sim::Verdict& verdict, const Sim::Explanation& explanation )
 {
    Report::Packet packet;
-   packet.frame = arrival.frame.payloadText() + " in " +
-                  ( arrival.higig ? "the stack link of unit " + std::to_string( arrival.port.unit )
-                                  : engine.portName( arrival.port ) );
+   packet.frame = arrival.frame.payloadText() + " in " + engine.arrivalName( arrival );
    packet.outcome = engine.summary( verdict );
    for( std::size_t i = 0; i < verdict.passes.size(); ++i )
       packet.passes.push_back( { engine.portName( verdict.passes[ i ].arrival ),

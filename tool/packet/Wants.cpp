@@ -103,12 +103,6 @@ std::vector<std::string> otherDifferences( const Sim::Headers& now, const Sim::H
    return all;
 }
 
-std::string entranceName( Session& session, const Sim::Arrival& arrival )
-{
-   return arrival.higig ? format( "the stack link of unit %d", arrival.port.unit )
-                        : session.packets().engine().portName( arrival.port );
-}
-
 /// Of the arrival that the words of a packet make, and of what it presents.
 std::vector<std::string> changesOf( Session& session, const Sim::Arrival& arrival,
    const Sim::FieldKey& key, const Cover::Coverage& found )
@@ -116,10 +110,11 @@ std::vector<std::string> changesOf( Session& session, const Sim::Arrival& arriva
    Sim::Explanation explanation;
    tryPacket( session, found.rows, found.packet, &explanation );
    const Scene scene = sceneOf( session, found.rows, found.packet );
+   const Sim::PacketEngine& engine = session.packets().engine();
    std::vector<std::string> all;
    if( scene.arrival.port != arrival.port || scene.arrival.higig != arrival.higig )
-      all.push_back( format( "in by %s instead of %s", entranceName( session, scene.arrival ),
-         entranceName( session, arrival ) ) );
+      all.push_back( format( "in by %s instead of %s", engine.arrivalName( scene.arrival ),
+         engine.arrivalName( arrival ) ) );
    const U16 vlan = placeOf( scene.tables, scene.arrival ).vlan;
    const U16 before = placeOf( session.packets().tables(), arrival ).vlan;
    if( vlan != before )
