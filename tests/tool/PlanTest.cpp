@@ -128,7 +128,8 @@ TEST_F( PlanOfNetwork, NamesTheProbesThatChange )
 {
    bringUp( "hsdk" );
    run( "probe a in Ethernet1 dmac router ipv4 dst 10.2.0.9\n"
-        "probe b in Ethernet1 dmac router ipv4 dst 10.3.0.1" );
+        "probe b in Ethernet1 dmac router ipv4 dst 10.3.0.1\n"
+        "probe c in Ethernet1 dmac router ipv4 dst 10.4.0.9" );
    EXPECT_THAT( shown( "plan note x" ), testing::Not( HasSubstr( "Probes" ) ) );
    const std::string other =
       shown( "plan route 10.2.0.0/16 via Ethernet5 mac 00:00:00:00:02:02 vlan 20" );
@@ -140,6 +141,10 @@ TEST_F( PlanOfNetwork, NamesTheProbesThatChange )
    EXPECT_THAT( shown( "plan no probe a" ), testing::Not( HasSubstr( "die" ) ) );
    EXPECT_THAT( shown( "plan route 10.2.0.0/16 via Ethernet4 mac 00:00:00:00:02:09 vlan 20" ),
       HasSubstr( "-> Ethernet4, as 02:00:a1:00:00:01 -> 00:00:00:00:02:09" ) );
+   EXPECT_THAT( shown( "plan route 10.4.0.0/16 via flood mac 00:00:00:00:04:09 vlan 20" ),
+      HasSubstr( "-> Ethernet4-6, as 02:00:a1:00:00:01 -> 00:00:00:00:04:09, IPv4\n"
+                 "                10.0.0.1 -> 10.4.0.9 ttl 63, UDP 40000 -> 53\n" ) )
+      << "the frames of a flood once";
 }
 
 TEST_F( PlanOfNetwork, SaysWhatDoesNotFitAndWhy )
