@@ -215,7 +215,8 @@ class Solver::Search
       return formula_.shape( formula_.solver().get_model() );
    }
 
-   /// The assumptions that contradict each other, of which none can be left out.
+   /// The assumptions that contradict each other, of which none can be left out. The solver can minimise them itself
+   /// (core.minimize), but takes longer.
    Answer excluded( U32 id, std::vector<z3::expr> assumed )
    {
       const z3::expr_vector core = formula_.solver().unsat_core();
