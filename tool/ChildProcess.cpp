@@ -139,9 +139,8 @@ std::string ChildEnd::obstacle() const
 {
    if( errorText.empty() )
       return "would die: it " + how;
-   return how == "ended with status 1"
-             ? "would be refused: " + errorText.substr( 0, errorText.find( '\n' ) )
-             : "would die: " + whyItDied( errorText );
+   return wasRefused() ? "would be refused: " + errorText.substr( 0, errorText.find( '\n' ) )
+                       : "would die: " + whyItDied( errorText );
 }
 
 ChildEnd runInChild( const std::function<void( ChildChannel& )>& work )

@@ -25,6 +25,7 @@ struct ChildEnd
       lines; // the lines that it sent, in order: form and text
 
    bool gotThrough() const { return how == "ended with status 0"; }
+   bool wasRefused() const { return how == "ended with status 1"; }
    /// "would be refused: WHY" or "would die: WHY", in one line, of work that is a command's. Requires: it has not got
    /// through.
    std::string obstacle() const;

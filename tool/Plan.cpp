@@ -4,6 +4,7 @@
 #include "tool/Interrupt.h"
 #include "tool/Session.h"
 #include "tool/packet/EntryCover.h"
+#include "tool/packet/ExplanationView.h"
 #include "tool/packet/TableTrial.h"
 
 #include <algorithm>
@@ -68,25 +69,17 @@ std::vector<Seen> verdictsOf(
    return all;
 }
 
-/// The text with the frames that leave, for verdicts that differ in these alone.
-std::string withFrames( const Desk::ProbeVerdict& verdict, std::string text )
-{
-   if( verdict.verdict() )
-      for( const Sim::Departure* const departure : verdict.verdict()->departures() )
-         if( const std::string frame = ", as " + departure->frame.text();
-             text.find( frame ) == text.npos )
-            text += frame;
-   return text;
-}
-
 /// The texts of both; none if they are equal, or one is not there.
 std::optional<std::pair<std::string, std::string>> change( const Seen& before, const Seen& after )
 {
    if( !before || !after || before->first == after->first )
       return std::nullopt;
    const bool same = before->second == after->second;
-   return std::pair( same ? withFrames( before->first, before->second ) : before->second,
-      same ? withFrames( after->first, after->second ) : after->second );
+   const auto text = [ same ]( const auto& seen ) {
+      const auto& [ verdict, words ] = *seen;
+      return same && verdict.verdict() ? withFrames( *verdict.verdict(), words ) : words;
+   };
+   return std::pair( text( before ), text( after ) );
 }
 
 Json textOrNull( const std::optional<std::string>& text )

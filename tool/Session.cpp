@@ -112,14 +112,15 @@ void Session::checkPossible( const Words& words, const Command& command ) const
                                         "which has its switch and no slice" );
 }
 
-/// Whether the last lines of an agent that dies name such a record.
-static bool neededAtDeath( Sim::RecordKind kind )
+/// Whether the last lines of an agent that dies name such a record, or listeners get it.
+static bool isNeeded( Sim::RecordKind kind )
 {
    switch( kind ) {
    case Sim::RecordKind::call:
    case Sim::RecordKind::entry:
    case Sim::RecordKind::claim:
    case Sim::RecordKind::breach:
+   case Sim::RecordKind::note:
       return true;
    default:
       return false;
@@ -130,7 +131,8 @@ void Session::heard( const Sim::Record& record )
 {
    if( isCall( record ) )
       lastCall_ = record.text;
-   if( config_.listener && ( isCall( record ) || record.kind == Sim::RecordKind::claim ) )
+   if( config_.listener && ( isCall( record ) || record.kind == Sim::RecordKind::claim ||
+                              record.kind == Sim::RecordKind::note ) )
       config_.listener( *this, record );
    // The slice checks the result of a uRPF claim and continues without the entry.
    if( record.kind == Sim::RecordKind::claim && firstRefusedClaim_.empty() &&
@@ -147,8 +149,7 @@ Sim::Transcript::Listener Session::listener()
 
 Sim::Transcript::Filter Session::filter() const
 {
-   return
-      [ this ]( Sim::RecordKind kind ) { return neededAtDeath( kind ) || console_.hears( kind ); };
+   return [ this ]( Sim::RecordKind kind ) { return isNeeded( kind ) || console_.hears( kind ); };
 }
 
 void Session::twinIs( const Desk::RecordingFile& recording )

@@ -38,7 +38,7 @@ inline bool isCall( const Sim::Record& record )
    return record.kind == Sim::RecordKind::call || record.kind == Sim::RecordKind::entry;
 }
 
-/// Gets the hardware calls and the refused claims, while the line that makes them runs.
+/// Gets the hardware calls, the refused claims and the notes, while the line that makes them runs.
 using RecordListener = std::function<void( const Session&, const Sim::Record& )>;
 
 struct SessionConfig

@@ -209,6 +209,7 @@ void SimSwitch::reset()
    for( auto& [ unit, chip ] : chips_ )
       chip.reset();
    critic_.restart();
+   transcript_.add( RecordKind::note, std::string( "the chips are reset" ) );
 }
 
 void SimSwitch::abandon()
@@ -224,6 +225,9 @@ std::vector<std::string> SimSwitch::sweep()
    for( auto& [ unit, chip ] : chips_ )
       for( std::string& name : chip.sweep() )
          names.push_back( "unit " + std::to_string( unit ) + " " + std::move( name ) );
+   if( !names.empty() )
+      transcript_.add(
+         RecordKind::note, std::string( "what the new agent has not claimed is removed" ) );
    return names;
 }
 

@@ -33,7 +33,7 @@ VORMEL_ENUM( RecordKind, U8,
    breach, // a broken convention
    packet,
    command, // a command of the tool
-   note )
+   note )   // what becomes of the chips without the slice
 
 /// An array, an object or null, as JSON.
 struct JsonText

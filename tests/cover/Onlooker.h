@@ -54,15 +54,20 @@ class Onlooker
                session_.packets().engine().summary( verdict ) } );
       }
    }
-   /// "explain ...: what becomes of it", without the first and the last of a packet; with the records between which it was.
+   /// "explain ...: what becomes of it" where that is neither the first nor the last of the packet, or the first again after
+   /// the last; with the records between which it was.
    std::multiset<std::string> meanwhile( bool withRecords ) const
    {
       std::multiset<std::string> all;
-      for( const Packet& packet : packets_ )
-         for( std::size_t at = 1; at + 1 < packet.seen.size(); ++at )
-            all.insert( text( packet.command, packet.seen[ at ].summary,
-               withRecords ? packet.seen[ at ].record : 0,
-               withRecords ? packet.seen[ at + 1 ].record : 0 ) );
+      for( const Packet& packet : packets_ ) {
+         const std::vector<Seen>& seen = packet.seen;
+         const auto arrived = std::ranges::find( seen, seen.back().fate, &Seen::fate );
+         for( auto now = seen.begin(); now != seen.end(); ++now )
+            if( now->fate != seen.back().fate &&
+                ( now->fate != seen.front().fate || now > arrived ) )
+               all.insert( text( packet.command, now->summary, withRecords ? now->record : 0,
+                  withRecords ? std::next( now )->record : 0 ) );
+      }
       return all;
    }
    std::vector<Fate> last() const
@@ -75,7 +80,9 @@ class Onlooker
    static std::string text(
       const std::string& command, const std::string& summary, U64 from, U64 to )
    {
-      return command + ": " + summary + " " + std::to_string( from ) + "-" + std::to_string( to );
+      return command + ": " + summary.substr( 0, summary.find( ", as " ) ) + " " +
+             std::to_string( from ) + "-" +
+             std::to_string( to ); // frames are told where texts are alike
    }
 
  private:

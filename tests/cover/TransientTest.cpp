@@ -21,7 +21,19 @@
 namespace Strata::Tool {
 namespace {
 
-/// "COMMAND => PACKET: what becomes of it" for each transient of the scenario's events that is not accepted.
+/// The lines of the file beside the scenario that accept something.
+std::set<std::string> acceptingLines( const std::string& scenario )
+{
+   std::set<std::string> all;
+   std::ifstream file( std::filesystem::path( scenario ).replace_extension( ".transients" ) );
+   for( std::string line; std::getline( file, line ); )
+      if( !line.starts_with( '#' ) )
+         all.insert( line );
+   return all;
+}
+
+/// "COMMAND => PACKET: what becomes of it" for each transient of the scenario's events that is not accepted, and the lines of
+/// the file beside it that accept none.
 std::string transientsOf( const std::string& scenario )
 {
    const Vormel::LockAnchor lock( Vormel::activityLock() );
@@ -32,6 +44,7 @@ std::string transientsOf( const std::string& scenario )
    const U64 every = fromEnvironment( "STRATA_WATCHED", 1 );
    U64 events = 0;
    std::string all;
+   std::set<std::string> unused = acceptingLines( scenario );
    while( const std::optional<Line> line = lines.next() ) {
       if( line->words.empty() )
          continue;
@@ -43,10 +56,19 @@ std::string transientsOf( const std::string& scenario )
       }
       for( const Transient& transient :
          runWatched( session, command.act( session, words ), words, commandText( *line ) ) )
-         if( !transient.reason )
+         if( transient.reason )
+            std::erase_if( unused, [ & ]( const std::string& accepting ) {
+               return accepting.ends_with( " => " + *transient.reason ) &&
+                      ( accepting.starts_with( "* => " ) ||
+                         accepting.starts_with( commandText( *line ) + " => " ) );
+            } );
+         else
             all += commandText( *line ) + " => " + transient.packet + ": " + transient.meanwhile +
                    " from " + transient.call + "\n";
    }
+   if( every == 1 )
+      for( const std::string& accepting : unused )
+         all += "unused: " + accepting + "\n";
    return all;
 }
 
@@ -165,6 +187,32 @@ TEST_F( PacketTest, EntriesThatAreInstalledInAWrongOrderAreNamed )
    }
 }
 
+TEST_F( PacketTest, WhatIsAsAfterwardsIsNoTransientAndWhatIsAsBeforeOnlyIfItGoesBack )
+{
+   bringUp( "hsdk" );
+   run( "probe mine in Ethernet1 dmac 02:00:a1:00:00:01 vlan 10 ipv4 dst 10.3.0.1" );
+   Sim::SimSwitch& hardware = agent().hardware();
+   const auto& entries = chip().group( "main" )->entries();
+   const auto trap = std::ranges::find_if(
+      entries, []( const auto& entry ) { return entry.second.name == "NextHop to Cpu"; } );
+   const auto enable = [ & ]( bool enabled ) {
+      hardware.tcamManager( "main" )->enableEntry(
+         0, trap->first, enabled, hardware.shim().fieldEntryEnableMode() );
+   };
+   const Line line = splitLine( "test", 1, "transient" );
+   const auto meanwhile = [ & ]( const std::vector<bool>& steps ) {
+      std::string all;
+      for( const Transient& transient : runWatched( session,
+              [ & ]( Session& ) { std::ranges::for_each( steps, enable ); }, Words( line ), {} ) )
+         if( transient.packet == "mine" )
+            all += transient.meanwhile == transient.before ? "as before;" : "otherwise;";
+      return all;
+   };
+   EXPECT_EQ( meanwhile( { false, true, false, true } ), "otherwise;otherwise;" );
+   EXPECT_EQ( meanwhile( { false, true, false } ), "as before;" );
+   EXPECT_EQ( meanwhile( { true } ), "" );
+}
+
 TEST( Transient, IsExpectedUnlessAFileAcceptsIt )
 {
    NEEDS_SOLVER();
@@ -180,14 +228,21 @@ TEST( Transient, IsExpectedUnlessAFileAcceptsIt )
    const Outcome refused = runText( text );
    EXPECT_EQ( refused.status, 1 ) << refused.out << refused.err;
    EXPECT_THAT( refused.out, testing::HasSubstr( "1 of 2 expectations" ) );
-   for( const std::string& packet :
-      { "main '" + entry + "' CPU queue 0: ", std::string( " 'request' CPU queue 0: " ) } )
-      EXPECT_THAT( refused.out + refused.err, testing::HasSubstr( packet ) );
+   EXPECT_THAT( refused.out,
+      testing::ContainsRegex( "found     main: mpls traffic drop: CPU queue 0: .*; also main: " +
+                              entry + "; also request; 'transient' instead" ) );
    std::ofstream( accepted ) << "router 02:00:a1:00:00:01 => * => prescribed\n";
-   EXPECT_EQ( runText( text ).status, 0 );
+   const Outcome held = runText( text );
+   EXPECT_EQ( held.status, 0 );
+   EXPECT_THAT( held.out, testing::Not( testing::HasSubstr( "accepts nothing" ) ) );
    std::ofstream( accepted ) << "router 02:00:a1:00:00:09 => " << entry
                              << " => another\n* => request => the same\n";
    EXPECT_EQ( runText( text ).status, 1 );
+   std::ofstream( accepted ) << "* => * => the same\nrouter 02:00:a1:00:00:01 => "
+                                "vlan flood => it does not fare otherwise\n";
+   const Outcome unused = runText( text );
+   EXPECT_EQ( unused.status, 0 );
+   EXPECT_THAT( unused.out, testing::HasSubstr( "2: this line accepts nothing" ) );
    std::ofstream( accepted ) << "# why\n\n* => request\n";
    const Outcome unclear = runText( text );
    EXPECT_EQ( unclear.status, 2 );
@@ -218,7 +273,18 @@ TEST( Transient, OfACommandThatDoesNotGetThroughIsRefusedInOneLine )
                ":4:1: the command would die: routing/chip/.*API ERROR:Operation failed" ) );
    EXPECT_EQ( std::ranges::count( dies, '\n' ), 3 ) << dies;
    EXPECT_THAT( runText( start + "transient set miscConfig.syslogTimeout -5\n" ).err,
-      testing::HasSubstr( "the command would be refused: " ) );
+      testing::HasSubstr( ":3:40: syslogTimeout must be " ) );
+   EXPECT_THAT( runText( start + "transient include another.scenario\n" ).err,
+      testing::HasSubstr( "'include' is not such a command, but the lines of its file may be" ) );
+}
+
+TEST( Transient, BeginsWithTheResetOfTheChips )
+{
+   EXPECT_THAT( runText( "switch hsdk ports 4\nvlan 1 svi\nrouter 02:00:a1:00:00:01\nbring-up\n"
+                         "probe a in port 1 dmac 02:00:a1:00:00:01 arp request\n"
+                         "transient restart cold\n" )
+                   .out,
+      testing::HasSubstr( "from    the chips are reset (record " ) );
 }
 
 TEST_F( PacketTest, APacketIsWatchedInTheVlanThatItsRowsMake )

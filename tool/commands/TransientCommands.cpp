@@ -6,6 +6,7 @@
 #include "tool/words/Command.h"
 
 #include <nlohmann/json.hpp>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -21,11 +22,11 @@ const Command& takeWatchedCommand( Words& words )
       words.failAtEnd( "expected a command, as in 'set pbr.pbrEnabled true'" );
    const Word* const first = words.peek();
    const Command& command = takeCommand( words );
-   const bool only =
-      command.shows() || command.name.starts_with( "expect " ) || command.name == "transient";
-   if( only || !command.needsSwitch || command.name == "switch" || command.name == "no switch" )
-      words.failAt( *first, "packets are watched while a switch changes; '" +
-                               std::string( command.name ) + "' does not change one" );
+   if( !command.isEvent() )
+      words.failAt(
+         *first, "packets are watched while one command changes the switch; '" +
+                    std::string( command.name ) + "' is not such a command" +
+                    ( command.name == "include" ? ", but the lines of its file may be" : "" ) );
    return command;
 }
 
@@ -54,14 +55,24 @@ void showTransients( Session& session, const std::vector<Transient>& all )
       "Transients",
       [ & ] {
          Table table( { { "When" }, { "What becomes of the packet" } } );
-         for( const Transient& transient : all ) {
-            table.section( transient.title() );
-            for( const std::string& command : transient.commands )
-               table.row( { "packet", command } );
-            table.row( { "before", transient.before } );
+         for( std::size_t at = 0; at < all.size(); ++at ) {
+            const Transient& transient = all[ at ];
+            const Transient* const last = at > 0 ? &all[ at - 1 ] : nullptr;
+            const Transient* const next = at + 1 < all.size() ? &all[ at + 1 ] : nullptr;
+            if( !last || last->commands != transient.commands ) {
+               table.section( transient.title() );
+               for( const std::string& command : transient.commands )
+                  table.row(
+                     { &command == &transient.commands.back() ? "packet" : "tables", command } );
+               table.row( { "before", transient.before } );
+            }
             table.row( { "from", momentText( transient.from, transient.call ) } );
             table.row( { "", transient.meanwhile } );
-            table.row( { "until", momentText( transient.to, transient.endedBy ) } );
+            const bool goesOn = next && next->commands == transient.commands;
+            if( !goesOn || next->from != transient.to )
+               table.row( { "until", momentText( transient.to, transient.endedBy ) } );
+            if( goesOn )
+               continue;
             table.row( { "after", transient.after } );
             if( transient.reason )
                table.row( { "accepted", *transient.reason } );
@@ -89,13 +100,14 @@ void showTransients( Session& session, const std::vector<Transient>& all )
 void expectHitless( Session& session, const std::vector<Transient>& all )
 {
    std::string found;
+   std::set<std::string> told;
    for( const Transient& transient : all )
-      if( !transient.reason )
-         found += ( found.empty() ? "" : "; " ) + transient.place +
-                  ( transient.place.empty() ? "'" : " '" ) + transient.packet + "' " +
-                  transient.meanwhile + " from " + momentText( transient.from, transient.call );
+      if( !transient.reason && told.insert( transient.title() ).second )
+         found += found.empty() ? transient.title() + ": " + transient.meanwhile + " from " +
+                                     momentText( transient.from, transient.call )
+                                : "; also " + transient.title();
    session.expect( found.empty(), "no packet to fare otherwise than before or after",
-      found + "; 'transient' shows all" );
+      found + "; 'transient' instead of 'expect hitless' shows all" );
 }
 
 } // namespace

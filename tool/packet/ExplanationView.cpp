@@ -337,6 +337,15 @@ Table explanationTable( Sim::PacketEngine& engine, const Sim::Verdict& verdict,
    return table;
 }
 
+std::string withFrames( const Sim::Verdict& verdict, std::string text )
+{
+   for( const Sim::Departure* const departure : verdict.departures() )
+      if( const std::string frame = ", as " + departure->frame.text();
+          text.find( frame ) == text.npos )
+         text += frame;
+   return text;
+}
+
 std::string frameComment( const Sim::PacketEngine& engine, const Sim::Arrival& arrival,
    const Sim::Verdict& verdict, const Sim::Explanation& explanation, std::size_t pass,
    const std::string& fate )

@@ -16,6 +16,9 @@ namespace Strata::Tool {
 Table explanationTable( Sim::PacketEngine& engine, const Sim::Verdict& verdict,
    const Sim::Explanation& explanation, bool all );
 
+/// The text of what becomes of a packet with the frames that leave, for verdicts that differ in these alone.
+std::string withFrames( const Sim::Verdict& verdict, std::string text );
+
 /// The comment on a captured frame of a pass, one line each: where the packet came in and what became of this frame
 /// (`fate`), the state that kept the chip from routing it, and the entries that won up to then, with their causes.
 std::string frameComment( const Sim::PacketEngine& engine, const Sim::Arrival& arrival,

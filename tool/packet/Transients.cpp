@@ -6,13 +6,13 @@
 #include "tool/RunListener.h"
 #include "tool/Session.h"
 #include "tool/packet/EntryCover.h"
+#include "tool/packet/ExplanationView.h"
 #include "tool/packet/TableTrial.h"
 
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <map>
 #include <optional>
 #include <set>
 
@@ -85,14 +85,29 @@ class Watch
    }
 
  private:
-   /// Verdicts between the first and the last are neither the old nor the new one, or go back.
+   /// A verdict is a transient unless it is the new one, or the old one before it was the new one for the first time.
    void add( const Watched& packet, std::vector<Transient>& all ) const
    {
-      const auto text = [ this ]( const Watched::Moment& moment ) {
+      const auto summary = [ this ]( const Watched::Moment& moment ) {
          return session_.packets().engine().summary( moment.verdict );
       };
       const auto& moments = packet.moments;
-      for( std::size_t at = 1; at + 1 < moments.size(); ++at )
+      const Sim::Verdict& before = moments.front().verdict;
+      const Sim::Verdict& after = moments.back().verdict;
+      bool wasNew = Cover::sameEffect( before, after );
+      for( std::size_t at = 1; at + 1 < moments.size(); ++at ) {
+         const Sim::Verdict& now = moments[ at ].verdict;
+         const bool isOld = Cover::sameEffect( now, before );
+         const bool isNew = Cover::sameEffect( now, after );
+         wasNew = wasNew || isNew;
+         if( isNew || ( isOld && !wasNew ) )
+            continue;
+         const std::string meanwhile = summary( moments[ at ] );
+         const bool alike = ( !isOld && meanwhile == summary( moments.front() ) ) ||
+                            meanwhile == summary( moments.back() );
+         const auto text = [ & ]( const Watched::Moment& moment ) {
+            return alike ? withFrames( moment.verdict, summary( moment ) ) : summary( moment );
+         };
          all.push_back( { .packet = packet.name,
             .range = packet.range,
             .unit = packet.unit,
@@ -105,6 +120,7 @@ class Watch
             .before = text( moments.front() ),
             .meanwhile = text( moments[ at ] ),
             .after = text( moments.back() ) } );
+      }
    }
 
    Session& session_;
@@ -112,10 +128,10 @@ class Watch
    std::set<std::vector<std::string>> known_;
 };
 
-/// Whether it is of a write that changes a chip.
+/// Whether it is of a write that changes a chip, or of what the switch itself does to its chips.
 bool isChange( const Sim::Record& record )
 {
-   return record.field( "write" ) == "changed";
+   return record.field( "write" ) == "changed" || record.kind == Sim::RecordKind::note;
 }
 
 std::vector<EntryPacket> packetsOf( Session& session )
@@ -145,32 +161,45 @@ ChildEnd rehearsed( Session& session, const Act& act )
    return runInChild( [ & ]( ChildChannel& channel ) { runInCopy( session, act, channel ); } );
 }
 
-/// Why the file beside the scenario accepts each packet, by its name or "*". InputError at a line that accepts nothing.
-std::map<std::string, std::string> acceptedReasons(
-   const std::string& scenario, const std::string& command )
+/// A line of the file beside the scenario.
+struct Accepted
+{
+   Line line;
+   std::string command; // or "*"
+   std::string packet;  // or "*"
+   std::string reason;
+
+   bool accepts( const Transient& transient ) const
+   {
+      return packet == "*" || packet == transient.packet;
+   }
+};
+
+/// Those for the command. InputError at a line that accepts nothing.
+std::vector<Accepted> acceptedDuring( const std::string& command, const std::string& scenario )
 {
    constexpr std::string_view arrow = " => ";
-   std::map<std::string, std::string> reasons;
+   std::vector<Accepted> all;
    const auto path = std::filesystem::path( scenario ).replace_extension( ".transients" );
    std::ifstream file( path );
    U32 number = 0;
-   for( std::string line; std::getline( file, line ); ) {
+   for( std::string text; std::getline( file, text ); ) {
       ++number;
-      if( line.empty() || line.starts_with( '#' ) )
+      if( text.empty() || text.starts_with( '#' ) )
          continue;
-      const std::size_t first = line.find( arrow );
-      const std::size_t second = first == line.npos ? first : line.find( arrow, first + 1 );
-      if( second == line.npos )
-         throw InputError( { .file = path, .number = number, .text = line, .words = {} }, 1,
-            static_cast<U32>( line.size() ),
+      Line line{ .file = path, .number = number, .text = text, .words = {} };
+      const std::size_t first = text.find( arrow );
+      const std::size_t second = first == text.npos ? first : text.find( arrow, first + 1 );
+      if( second == text.npos )
+         throw InputError( line, 1, static_cast<U32>( text.size() ),
             "a line is 'COMMAND => PACKET => REASON', or starts with '#'" );
-      const std::string accepted = line.substr( 0, first );
+      const std::string accepted = text.substr( 0, first );
       const std::size_t packet = first + arrow.size();
       if( accepted == "*" || command == accepted )
-         reasons.emplace(
-            line.substr( packet, second - packet ), line.substr( second + arrow.size() ) );
+         all.push_back( { std::move( line ), accepted, text.substr( packet, second - packet ),
+            text.substr( second + arrow.size() ) } );
    }
-   return reasons;
+   return all;
 }
 
 /// Runs the act, which has been rehearsed and got through.
@@ -207,15 +236,29 @@ std::vector<Transient> watched( Session& session, const Act& act, const ChildEnd
    return watch.transients();
 }
 
+/// Why each is accepted. A line for the command that accepts nothing is told.
+void accept( Session& session, std::vector<Transient>& all, const std::vector<Accepted>& lines )
+{
+   for( const Accepted& accepted : lines ) {
+      bool used = accepted.command == "*"; // may be for another command
+      for( Transient& transient : all )
+         if( accepted.accepts( transient ) ) {
+            used = true;
+            if( !transient.reason || accepted.packet != "*" )
+               transient.reason = accepted.reason;
+         }
+      if( !used )
+         session.console().notice( placeText( accepted.line ) +
+                                   ": this line accepts nothing; no such packet was a transient" );
+   }
+}
+
 std::vector<Transient> judged( Session& session, const Act& act, const ChildEnd& copy,
    const std::string& scenario, const std::string& command )
 {
-   const std::map<std::string, std::string> reasons = acceptedReasons( scenario, command );
+   const std::vector<Accepted> lines = acceptedDuring( command, scenario );
    std::vector<Transient> all = watched( session, act, copy );
-   for( Transient& transient : all )
-      for( const std::string& packet : { transient.packet, std::string( "*" ) } )
-         if( const auto at = reasons.find( packet ); at != reasons.end() && !transient.reason )
-            transient.reason = at->second;
+   accept( session, all, lines );
    if( RunListener* const listener = session.console().listener() )
       listener->watched( all );
    return all;
@@ -227,6 +270,10 @@ std::vector<Transient> runWatched(
    Session& session, const Act& act, const Words& words, const std::string& command )
 {
    const ChildEnd copy = rehearsed( session, act );
+   if( copy.wasRefused() ) {
+      act( session ); // says why, at the word
+      return {};
+   }
    if( !copy.gotThrough() )
       words.failAt( words.line().words.front(), "the command " + copy.obstacle() );
    return judged( session, act, copy, words.line().file, command );
