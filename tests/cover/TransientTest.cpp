@@ -58,9 +58,9 @@ std::string transientsOf( const std::string& scenario )
          runWatched( session, command.act( session, words ), words, commandText( *line ) ) )
          if( transient.reason )
             std::erase_if( unused, [ & ]( const std::string& accepting ) {
-               return accepting.ends_with( " => " + *transient.reason ) &&
-                      ( accepting.starts_with( "* => " ) ||
-                         accepting.starts_with( commandText( *line ) + " => " ) );
+               return accepting.ends_with(
+                         " => " + transient.packet + " => " + *transient.reason ) ||
+                      accepting.ends_with( "* => " + *transient.reason );
             } );
          else
             all += commandText( *line ) + " => " + transient.packet + ": " + transient.meanwhile +

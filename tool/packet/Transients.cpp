@@ -21,7 +21,8 @@ namespace Strata::Tool {
 namespace {
 
 constexpr char packetForm = 'P';
-constexpr char changedForm = 'C'; // the command changes a chip
+constexpr char changedForm = 'C';             // the command changes a chip
+constexpr const char* ending = ".transients"; // of a file that accepts some
 
 /// A packet that is evaluated again and again.
 struct Watched
@@ -161,43 +162,55 @@ ChildEnd rehearsed( Session& session, const Act& act )
    return runInChild( [ & ]( ChildChannel& channel ) { runInCopy( session, act, channel ); } );
 }
 
-/// A line of the file beside the scenario.
+/// A line of a file beside the scenario.
 struct Accepted
 {
    Line line;
-   std::string command; // or "*"
-   std::string packet;  // or "*"
+   std::string command; // as the packet, it may be the start of a name, and end with '*'
+   std::string packet;
    std::string reason;
-
-   bool accepts( const Transient& transient ) const
-   {
-      return packet == "*" || packet == transient.packet;
-   }
+   bool forAll; // scenarios of the directory
 };
 
-/// Those for the command. InputError at a line that accepts nothing.
-std::vector<Accepted> acceptedDuring( const std::string& command, const std::string& scenario )
+bool isMeant( const std::string& pattern, const std::string& name )
+{
+   return pattern.ends_with( '*' ) ? name.starts_with( pattern.substr( 0, pattern.size() - 1 ) )
+                                   : name == pattern;
+}
+
+/// InputError if it accepts nothing.
+Accepted acceptedBy( Line line, bool forAll )
 {
    constexpr std::string_view arrow = " => ";
+   const std::string& text = line.text;
+   const std::size_t first = text.find( arrow );
+   const std::size_t second = first == text.npos ? first : text.find( arrow, first + 1 );
+   if( second == text.npos )
+      throw InputError( line, 1, static_cast<U32>( text.size() ),
+         "a line is 'COMMAND => PACKET => REASON', or starts with '#'" );
+   const std::size_t packet = first + arrow.size();
+   return { line, text.substr( 0, first ), text.substr( packet, second - packet ),
+      text.substr( second + arrow.size() ), forAll };
+}
+
+/// The lines for the command: of the scenario's own file, then of the one for all in its directory.
+std::vector<Accepted> acceptedDuring( const std::string& command, const std::string& scenario )
+{
+   const std::filesystem::path own = std::filesystem::path( scenario ).replace_extension( ending );
+   const std::filesystem::path ofAll = own.parent_path() / ( std::string( "all" ) + ending );
    std::vector<Accepted> all;
-   const auto path = std::filesystem::path( scenario ).replace_extension( ".transients" );
-   std::ifstream file( path );
-   U32 number = 0;
-   for( std::string text; std::getline( file, text ); ) {
-      ++number;
-      if( text.empty() || text.starts_with( '#' ) )
-         continue;
-      Line line{ .file = path, .number = number, .text = text, .words = {} };
-      const std::size_t first = text.find( arrow );
-      const std::size_t second = first == text.npos ? first : text.find( arrow, first + 1 );
-      if( second == text.npos )
-         throw InputError( line, 1, static_cast<U32>( text.size() ),
-            "a line is 'COMMAND => PACKET => REASON', or starts with '#'" );
-      const std::string accepted = text.substr( 0, first );
-      const std::size_t packet = first + arrow.size();
-      if( accepted == "*" || command == accepted )
-         all.push_back( { std::move( line ), accepted, text.substr( packet, second - packet ),
-            text.substr( second + arrow.size() ) } );
+   for( const auto& path : std::set{ own, ofAll } ) {
+      std::ifstream file( path );
+      U32 number = 0;
+      for( std::string text; std::getline( file, text ); ) {
+         ++number;
+         if( text.empty() || text.starts_with( '#' ) )
+            continue;
+         Accepted accepted = acceptedBy(
+            { .file = path, .number = number, .text = text, .words = {} }, path == ofAll );
+         if( isMeant( accepted.command, command ) )
+            all.push_back( std::move( accepted ) );
+      }
    }
    return all;
 }
@@ -236,15 +249,15 @@ std::vector<Transient> watched( Session& session, const Act& act, const ChildEnd
    return watch.transients();
 }
 
-/// Why each is accepted. A line for the command that accepts nothing is told.
+/// Why each is accepted. A line for this one command that accepts nothing is told.
 void accept( Session& session, std::vector<Transient>& all, const std::vector<Accepted>& lines )
 {
    for( const Accepted& accepted : lines ) {
-      bool used = accepted.command == "*"; // may be for another command
+      bool used = accepted.forAll || accepted.command.ends_with( '*' );
       for( Transient& transient : all )
-         if( accepted.accepts( transient ) ) {
+         if( isMeant( accepted.packet, transient.packet ) ) {
             used = true;
-            if( !transient.reason || accepted.packet != "*" )
+            if( !transient.reason || accepted.packet == transient.packet )
                transient.reason = accepted.reason;
          }
       if( !used )
