@@ -193,7 +193,7 @@ Accepted acceptedBy( Line line, bool forAll )
       text.substr( second + arrow.size() ), forAll };
 }
 
-/// The lines for the command: of the scenario's own file, then of the one for all in its directory.
+/// The lines for the command, of the scenario's own file and of the one for all in its directory.
 std::vector<Accepted> acceptedDuring( const std::string& command, const std::string& scenario )
 {
    const std::filesystem::path own = std::filesystem::path( scenario ).replace_extension( ending );
