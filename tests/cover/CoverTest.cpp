@@ -19,6 +19,7 @@
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 #include <random>
 #include <set>
 
@@ -465,6 +466,44 @@ TEST_F( PacketTest, FoundPacketsAreWrittenToCaptures )
    }
    EXPECT_EQ( std::distance( std::filesystem::directory_iterator( directory ), {} ), files );
    EXPECT_GT( files, 5U );
+}
+
+TEST_F( PacketTest, OneEntryIsCoveredAlone )
+{
+   NEEDS_SOLVER();
+   const auto names = [ this ]( const std::string& words ) {
+      out.str( {} );
+      run( words + " --json" );
+      std::vector<std::string> all;
+      for( const auto& row : nlohmann::json::parse( out.str().substr( out.str().find( "\n[" ) ) ) )
+         all.push_back( row[ "entry" ] );
+      return all;
+   };
+   const std::string none = " the entries, of which none";
+   run( "switch hsdk units 2 ports 8" );
+   out.str( {} );
+   run( "cover\nlint urpf-single-wide" );
+   EXPECT_THAT(
+      out.str(), testing::HasSubstr( "Packets for" + none + " is in hardware; 'bring-up'" ) );
+   EXPECT_THAT(
+      out.str(), testing::HasSubstr( "Findings about" + none + " is in hardware; 'bring-up'" ) );
+   bringUp( "hsdk" );
+   using testing::ElementsAre;
+   EXPECT_THAT( names( "cover nexthopToCpu" ), ElementsAre( "NextHop to Cpu" ) );
+   EXPECT_THAT( names( "cover main 33 unit 0" ), ElementsAre( "NextHop to Cpu" ) );
+   EXPECT_THAT( names( R"(cover "vlan flood")" ), ElementsAre( "vlan flood" ) );
+   EXPECT_GT( names( "cover main" ).size(), 10U );
+   run( "set virtualRouterMacAddr 02:00:a1:00:00:01\ncall handleTcamEntryL2FennicToCpu" );
+   const std::string shadowed = "trap to cpu for l2 only with dmac=fennicMac";
+   EXPECT_THAT( names( "lint" ), testing::Contains( shadowed ) );
+   EXPECT_THAT( names( "lint l2OnlyFennicCpuRx" ), testing::Each( shadowed ) );
+   EXPECT_THAT( names( "lint l2OnlyFennicCpuRx" ), testing::Not( testing::IsEmpty() ) );
+   EXPECT_THAT( names( "lint nexthopToCpu" ), testing::IsEmpty() );
+   EXPECT_THROW( run( "cover vlanFloodingDrop" ), Tool::InputError ) << "it is not in hardware";
+   out.str( {} );
+   run( "lint urpf-single-wide" );
+   EXPECT_THAT(
+      out.str(), testing::HasSubstr( none + " of urpf-single-wide is in hardware; 'show room'" ) );
 }
 
 /// The page says what its commands say, apart from the packets that the solver chose.

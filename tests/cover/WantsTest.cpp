@@ -125,6 +125,26 @@ TEST_F( WantsTest, IsSaidAtTheCommandLine )
    EXPECT_THAT( shown( packet + "wants nexthopToCpu --json" ), HasSubstr( "\"changes\": []" ) );
 }
 
+TEST_F( WantsTest, AnotherNameOrNumberOfTheEntryIsHinted )
+{
+   bringUp( "hsdk" );
+   const auto refusal = [ this ]( const std::string& entry ) {
+      try {
+         run( "explain in Ethernet1 vlan 10 ipv4 wants " + entry );
+      } catch( const InputError& error ) {
+         return error.problem();
+      }
+      return std::string();
+   };
+   EXPECT_THAT( refusal( "1034" ), HasSubstr( "that id, 'NextHop to Cpu', is 'main 33' here" ) );
+   EXPECT_THAT( refusal( "16" ), HasSubstr( "'16' (main 1017) is not in hardware on unit 0" ) );
+   EXPECT_THAT( refusal( R"("vlan flod")" ), HasSubstr( "; did you mean 'vlan flood'?" ) );
+   EXPECT_THAT( refusal( "vlanFloodingDrop" ), HasSubstr( "; did you mean 'vlanFlooding" ) );
+   EXPECT_THAT( refusal( "ttl-check 0" ), HasSubstr( "'show entries' lists what is" ) );
+   EXPECT_THAT( shown( "explain in Ethernet1 vlan 10 ipv4 wants 34" ),
+      HasSubstr( "wants 'mpls traffic drop' (main 1035)" ) );
+}
+
 TEST_F( WantsTest, EveryEntryThatHasAPacketHasOneNearAnyOther )
 {
    bringUp( "hsdk" );

@@ -9,10 +9,14 @@
 #include "tool/packet/TableTrial.h"
 #include "tool/view/Table.h"
 #include "tool/words/Command.h"
+#include "tool/words/EntryChoice.h"
 
+#include <array>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Strata::Tool {
@@ -26,31 +30,46 @@ using Vormel::format;
 
 struct CoverWords
 {
-   std::string range; // empty for all
+   EntryChoice chosen;
+   const Word* choice; // null if nothing is chosen
    std::vector<U32> units;
    std::string directory{}; // of the packets' captures; empty for none
 };
 
-std::vector<std::string_view> rangeNames( const Session& session )
+CoverWords takeChoiceAndUnits( const Session& session, Words& words )
 {
-   std::vector<std::string_view> names;
-   for( const Sim::FieldGroupProfile& group : session.agent().hardware().profile().groups )
-      names.push_back( group.name );
-   return names;
+   constexpr std::array<std::string_view, 3> followers{ "unit", "pcap", "--json" };
+   const Word* const first = words.peek();
+   EntryChoice chosen = takeRangeOrEntry( session, words, followers );
+   const Word* const choice = words.peek() == first ? nullptr : words.last();
+   return { std::move( chosen ), choice, session.takeUnits( words ) };
 }
 
-CoverWords takeRangeAndUnits( const Session& session, Words& words )
+/// InputError if the entry that is asked for is not in hardware.
+std::vector<Coverage> coverOf( Session& session, const Words& words, const CoverWords& asked )
 {
-   CoverWords asked;
-   const std::vector<std::string_view> ranges = rangeNames( session );
-   const Word* const first = words.peek();
-   asked.range = words.acceptOneOf( ranges );
-   asked.units = session.takeUnits( words );
-   if( first && words.peek() == first && first->text != "pcap" )
+   std::vector<Coverage> all = entryCover( session, asked.units, asked.chosen );
+   if( all.empty() && asked.chosen.isOne() )
       words.failAt(
-         *first, "there is no range '" + first->text + "'" +
-                    didYouMean( first->text, ranges, "; the switch has " + joined( ranges ) ) );
-   return asked;
+         *asked.choice, notInHardware( session.agent().hardware(), asked.units, asked.chosen,
+                           asked.units.size() == 1 ? format( "on unit %d", asked.units.front() )
+                                                   : "on any unit" ) );
+   return all;
+}
+
+/// With the reason why there is nothing to say about any entry.
+std::string titleOf( const Session& session, const std::string& title, const CoverWords& asked,
+   const std::vector<Coverage>& all )
+{
+   if( !all.empty() )
+      return title;
+   for( const U32 unit : asked.units )
+      for( const Sim::FieldGroup& group : session.agent().hardware().chip( unit ).groups() )
+         for( const auto& [ id, entry ] : group.entries() )
+            if( entry.installed() )
+               return title + ", of which none of " + asked.chosen.group +
+                      " is in hardware; 'show room' lists the features that are off";
+   return title + ", of which none is in hardware; 'bring-up' installs them";
 }
 
 std::string sectionOf( const Session& session, const Coverage& about )
@@ -58,10 +77,11 @@ std::string sectionOf( const Session& session, const Coverage& about )
    return rangeText( session, about.range, about.unit ) + ": " + about.name;
 }
 
-void showFindings( Session& session, const CoverWords& asked )
+void showFindings( Session& session, const Words& words, const CoverWords& asked )
 {
    Table table( { { "Finding" } } );
-   for( const Coverage& about : entryCover( session, asked.units, asked.range ) ) {
+   const std::vector<Coverage> all = coverOf( session, words, asked );
+   for( const Coverage& about : all ) {
       const std::vector<EntryFinding> findings = findingsOf( session, about );
       if( !findings.empty() )
          table.section( sectionOf( session, about ) );
@@ -70,13 +90,13 @@ void showFindings( Session& session, const CoverWords& asked )
             { finding }, { { "unit", about.unit }, { "range", about.range }, { "id", about.id },
                             { "entry", about.name }, { "finding", finding } } );
    }
-   session.console().table( "Findings about the entries", table );
+   session.console().table( titleOf( session, "Findings about the entries", asked, all ), table );
 }
 
-void showCoverage( Session& session, const std::vector<Coverage>& all )
+void showCoverage( Session& session, const CoverWords& asked, const std::vector<Coverage>& all )
 {
    session.console().table(
-      "Packets for the entries",
+      titleOf( session, "Packets for the entries", asked, all ),
       [ & ] {
          Table table( { { "Outcome" }, { "Packet, or what excludes it" } } );
          for( const Coverage& about : all ) {
@@ -115,7 +135,7 @@ void writeCaptures(
 
 Act cover( const Session& session, Words& words )
 {
-   CoverWords asked = takeRangeAndUnits( session, words );
+   CoverWords asked = takeChoiceAndUnits( session, words );
    const Word* directory = nullptr;
    if( words.accept( "pcap" ) ) {
       asked.directory = words.take( "a directory", "DIR" ).text;
@@ -125,8 +145,8 @@ Act cover( const Session& session, Words& words )
    }
    needSolver( words );
    return [ asked, directory, &words ]( Session& live ) {
-      const std::vector<Coverage> all = entryCover( live, asked.units, asked.range );
-      showCoverage( live, all );
+      const std::vector<Coverage> all = coverOf( live, words, asked );
+      showCoverage( live, asked, all );
       if( directory && !live.checking() )
          words.blaming( *directory, [ & ] { writeCaptures( live, all, asked.directory ); } );
    };
@@ -134,9 +154,9 @@ Act cover( const Session& session, Words& words )
 
 Act lint( const Session& session, Words& words )
 {
-   const CoverWords asked = takeRangeAndUnits( session, words );
+   const CoverWords asked = takeChoiceAndUnits( session, words );
    needSolver( words );
-   return [ asked ]( Session& live ) { showFindings( live, asked ); };
+   return [ asked, &words ]( Session& live ) { showFindings( live, words, asked ); };
 }
 
 } // namespace
@@ -144,9 +164,9 @@ Act lint( const Session& session, Words& words )
 std::vector<Command> coverCommands()
 {
    return {
-      { "cover", "[RANGE] [unit N] [pcap DIR]",
+      { "cover", "[RANGE|ENTRY] [unit N] [pcap DIR]",
          "find a packet that each entry wins, or prove that there is none", cover },
-      { "lint", "[RANGE] [unit N]",
+      { "lint", "[RANGE|ENTRY] [unit N]",
          "list entries that never win, have no effect, or whose actions do not go together", lint },
    };
 }

@@ -134,7 +134,8 @@ Act explainWant( const Session& session, Words& words, const Sim::Arrival& arriv
       const Wanted wanted =
          words.blaming( *first, [ & ] { return wantsEntry( live, arrival, packet, entry ); } );
       live.console().table(
-         arrivalText( live.packets().engine(), arrival ) + " wants '" + wanted.about.name + "'",
+         arrivalText( live.packets().engine(), arrival ) + " wants '" + wanted.about.name + "' (" +
+            wanted.about.range + " " + std::to_string( wanted.about.id ) + ")",
          [ & ] { return wantedTable( live, wanted ); },
          [ & ] { return wantedJson( live, wanted ); } );
    };

@@ -17,8 +17,8 @@ using Cover::RangeCover;
 
 constexpr char partsEnd = '\t';
 
-/// Calls `each` for every entry in hardware, with the search of its range.
-void forEntries( Session& session, const std::vector<U32>& units, std::string_view range,
+/// Calls `each` for every entry in hardware that is chosen, with the search of its range.
+void forEntries( Session& session, const std::vector<U32>& units, const EntryChoice& chosen,
    Cover::PortNames names, const std::function<void( RangeCover& cover, U32 unit, U32 id )>& each )
 {
    Sim::SimSwitch& hardware = session.agent().hardware();
@@ -26,11 +26,9 @@ void forEntries( Session& session, const std::vector<U32>& units, std::string_vi
    const Sim::ForwardingTables tables = session.packets().tables();
    for( const U32 unit : units )
       for( Sim::FieldGroup& group : hardware.chip( unit ).groups() ) {
-         if( !range.empty() && group.profile().name != range )
-            continue;
          std::optional<RangeCover> cover;
          for( const auto& [ id, entry ] : group.entries() ) {
-            if( !entry.installed() )
+            if( !entry.installed() || !chosen.includes( group, id, entry ) )
                continue;
             if( !cover )
                cover.emplace(
@@ -48,10 +46,10 @@ void forEntries( Session& session, const std::vector<U32>& units, std::string_vi
 } // namespace
 
 std::vector<Coverage> entryCover(
-   Session& session, const std::vector<U32>& units, std::string_view range )
+   Session& session, const std::vector<U32>& units, const EntryChoice& chosen )
 {
    std::vector<Coverage> all;
-   forEntries( session, units, range, Cover::PortNames::interfaces,
+   forEntries( session, units, chosen, Cover::PortNames::interfaces,
       [ & ]( RangeCover& cover, U32, U32 id ) { all.push_back( cover.of( id ) ); } );
    return all;
 }
@@ -61,6 +59,14 @@ std::vector<std::string> EntryPacket::commands() const
    std::vector<std::string> all = rows;
    all.push_back( "explain " + packet );
    return all;
+}
+
+std::vector<Coverage> entryCover(
+   Session& session, const std::vector<U32>& units, std::string_view range )
+{
+   EntryChoice chosen;
+   chosen.group = range;
+   return entryCover( session, units, chosen );
 }
 
 std::string EntryPacket::line() const

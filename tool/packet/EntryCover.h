@@ -2,6 +2,7 @@
 #pragma once
 
 #include "cover/Cover.h"
+#include "tool/words/EntryChoice.h"
 #include "tool/words/Words.h"
 
 #include <string>
@@ -12,9 +13,11 @@ namespace Strata::Tool {
 
 class Session;
 
-/// For the entries in hardware of one range, or of all if its name is empty. Requires: Cover::Solver::available().
+/// For the entries in hardware that are chosen. Requires: Cover::Solver::available().
 std::vector<Cover::Coverage> entryCover(
-   Session& session, const std::vector<U32>& units, std::string_view range = {} );
+   Session& session, const std::vector<U32>& units, const EntryChoice& chosen = {} );
+std::vector<Cover::Coverage> entryCover(
+   Session& session, const std::vector<U32>& units, std::string_view range );
 
 /// A packet for an entry, as commands.
 struct EntryPacket

@@ -136,10 +136,8 @@ Wanted wantsEntry( Session& session, const Sim::Arrival& arrival, const std::str
    Sim::SimSwitch& hardware = session.agent().hardware();
    const Sim::FieldEntry* const chosen = findEntry( hardware.chip( unit ), entry );
    if( !chosen || !chosen->installed() )
-      throw Vormel::ValueError(
-         format( "%s is not in hardware on unit %d, where the packet arrives; "
-                 "'show entries' lists what is",
-            entry.text, unit ) );
+      throw Vormel::ValueError( notInHardware(
+         hardware, { unit }, entry, format( "on unit %d, where the packet arrives", unit ) ) );
    Sim::Explanation explanation;
    const Sim::Verdict verdict = session.packets().engine().explain( arrival, &explanation );
    const Sim::ForwardingTables tables = session.packets().tables();

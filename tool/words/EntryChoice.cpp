@@ -1,46 +1,79 @@
 #include "tool/words/EntryChoice.h"
 
+#include "platform/runtime/Format.h"
 #include "tool/Session.h"
 #include "tool/view/EntryView.h"
 #include "tool/view/Expectation.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace Strata::Tool {
 
-/// The word taken last is not an entry of the range.
-[[noreturn]] static void failNoEntry(
-   const Session& session, const Words& words, const std::string& group )
+using Vormel::format;
+
+namespace {
+
+constexpr std::string_view entryMeaning =
+   "an entry: an offset, a name such as nexthopToCpu, or the name it is claimed under in quotes";
+
+std::vector<std::string_view> rangeNames( const Sim::SimSwitch& hardware )
 {
-   const Sim::SimSwitch& hardware = session.agent().hardware();
-   const U32 last = hardware.tcamManager( group )->profile().size - 1;
    std::vector<std::string_view> names;
    for( const auto& manager : hardware.tcamManagers() )
       names.push_back( manager->profile().name );
+   return names;
+}
+
+/// "; the entry with that id is 'main 33', 'NextHop to Cpu'", of a number that is the id of an entry.
+std::string idHint( const Sim::SimSwitch& hardware, U64 id )
+{
+   for( const auto& [ unit, chip ] : hardware.chips() )
+      for( const Sim::FieldGroup& group : chip.groups() )
+         for( const auto& [ each, entry ] : group.entries() )
+            if( each == id )
+               return format( "; the entry with that id, '%s', is '%s %d' here", entry.name,
+                  group.profile().name, each - group.profile().base );
+   return {};
+}
+
+/// The word taken last is not an entry of the range, nor a range where these fit as well.
+[[noreturn]] void failNoEntry(
+   const Session& session, const Words& words, const std::string& group, bool orRange )
+{
+   const Sim::SimSwitch& hardware = session.agent().hardware();
+   const std::string& word = words.last()->text;
+   const std::vector<std::string_view> ranges = rangeNames( hardware );
+   std::vector<std::string_view> names = ranges;
    if( group == "main" )
       for( const std::string_view name : entryOffsetNames() )
          names.push_back( name );
-   words.fail( "'" + words.last()->text + "' is not an entry of the " + group + " range" +
-               didYouMean( words.last()->text, names,
-                  "; write an offset from 0 to " + std::to_string( last ) +
-                     ", or in quotes the name that it is claimed under" ) );
+   const auto number = numberIn( word );
+   std::string hint = number ? idHint( hardware, *number ) : "";
+   if( hint.empty() )
+      hint = didYouMean( word, names,
+         format( "; write %san offset from 0 to %d, or in quotes the name that it is claimed under",
+            orRange ? "one of the ranges " + joined( ranges ) + ", or of an entry " : "",
+            hardware.tcamManager( group )->profile().size - 1 ) );
+   words.fail( format( orRange ? "'%s' is neither a range nor an entry of the %s range%s"
+                               : "'%s' is not an entry of the %s range%s",
+      word, group, hint ) );
 }
 
-EntryChoice takeEntry( const Session& session, Words& words )
+EntryChoice takeChoice( const Session& session, Words& words, bool orRange )
 {
    const Sim::SimSwitch& hardware = session.agent().hardware();
    EntryChoice choice;
    if( const Word* const word = words.peek(); word && hardware.tcamManager( word->text ) )
       choice.group = words.take( {} ).text;
-   const Word& word = words.take( "an entry: an offset, a name such as nexthopToCpu, or the "
-                                  "name it is claimed under in quotes",
-      "NAME" );
+   const Word& word = words.take( entryMeaning, "NAME" );
    choice.text = choice.group + ( choice.group.empty() ? "" : " " ) + word.text;
    if( word.quoted ) {
       choice.name = word.text;
       return choice;
    }
-   if( choice.group.empty() )
+   const bool named = !choice.group.empty();
+   if( !named )
       choice.group = "main";
    const auto number = numberIn( word.text );
    choice.offset = number && *number < hardware.tcamManager( choice.group )->profile().size
@@ -48,21 +81,86 @@ EntryChoice takeEntry( const Session& session, Words& words )
                    : choice.group == "main" ? entryOffset( word.text )
                                             : std::nullopt;
    if( !choice.offset )
-      failNoEntry( session, words, choice.group );
+      failNoEntry( session, words, choice.group, orRange && !named );
    return choice;
+}
+
+/// What didYouMean() finds for the word, or for its beginning: a longer name than the right one is not a slip.
+std::string nearestText( const std::string& word, std::span<const std::string_view> names )
+{
+   std::string found;
+   for( std::size_t size = word.size(); found.empty() && size * 2 > word.size(); --size )
+      found = didYouMean( word.substr( 0, size ), names );
+   return found;
+}
+
+} // namespace
+
+EntryChoice takeEntry( const Session& session, Words& words )
+{
+   return takeChoice( session, words, false );
+}
+
+EntryChoice takeRangeOrEntry(
+   const Session& session, Words& words, std::span<const std::string_view> followers )
+{
+   const auto isThere = [ & ]( std::size_t ahead ) {
+      const Word* const word = words.peek( ahead );
+      return word &&
+             ( word->quoted || std::ranges::find( followers, word->text ) == followers.end() );
+   };
+   words.offer( "NAME", entryMeaning );
+   const std::vector<std::string_view> ranges = rangeNames( session.agent().hardware() );
+   if( isThere( 0 ) &&
+       ( isThere( 1 ) || std::ranges::find( ranges, words.peek()->text ) == ranges.end() ) )
+      return takeChoice( session, words, true );
+   EntryChoice all;
+   all.group = all.text = words.acceptOneOf( ranges );
+   if( !all.group.empty() )
+      words.offer( "NAME", entryMeaning );
+   return all;
+}
+
+bool EntryChoice::includes(
+   const Sim::FieldGroup& range, U32 id, const Sim::FieldEntry& entry ) const
+{
+   return ( group.empty() || range.profile().name == group ) &&
+          ( !offset || id == range.profile().base + *offset ) &&
+          ( name.empty() || entry.name == name );
+}
+
+std::string notInHardware( const Sim::SimSwitch& hardware, const std::vector<U32>& units,
+   const EntryChoice& choice, std::string_view where )
+{
+   std::string id;
+   std::vector<std::string_view> names;
+   for( const U32 unit : units )
+      for( const Sim::FieldGroup& group : hardware.chip( unit ).groups() ) {
+         const Sim::FieldGroupProfile& range = group.profile();
+         if( choice.offset && range.name == choice.group )
+            id = format( " (%s %d)", range.name, range.base + *choice.offset );
+         for( const auto& [ each, entry ] : group.entries() )
+            if( entry.installed() )
+               names.push_back( entry.name );
+         for( const std::string_view name : entryOffsetNames() )
+            if( const Sim::FieldEntry* const entry =
+                   group.find( range.base + *entryOffset( name ) );
+                range.name == "main" && entry && entry->installed() )
+               names.push_back( name );
+      }
+   const std::string hint = nearestText(
+      choice.name.empty() ? choice.text.substr( choice.text.rfind( ' ' ) + 1 ) : choice.name,
+      names );
+   return format( "'%s'%s is not in hardware %s%s", choice.text, id, where,
+      hint.empty() ? "; 'show entries' lists what is" : hint );
 }
 
 const Sim::FieldEntry* findEntry( const Sim::Chip& chip, const EntryChoice& choice )
 {
-   for( const Sim::FieldGroup& group : chip.groups() ) {
-      if( !choice.group.empty() && group.profile().name != choice.group )
-         continue;
-      if( choice.offset )
-         return group.find( group.profile().base + *choice.offset );
+   for( const Sim::FieldGroup& group : chip.groups() )
       for( const auto& [ id, entry ] : group.entries() )
-         if( entry.name == choice.name )
+         if( choice.includes( group, id, entry ) )
             return &entry;
-   }
    return nullptr;
 }
 
