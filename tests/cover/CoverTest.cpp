@@ -454,15 +454,28 @@ TEST_F( PacketTest, FoundPacketsAreWrittenToCaptures )
    std::filesystem::remove_all( directory );
    std::filesystem::create_directory( directory );
    bringUp( "acl" );
+   const std::string last = directory + "/main-1041-unit-0.pcapng";
+   std::ofstream( last ) << "of another";
+   EXPECT_THROW( run( "cover main pcap " + directory ), Tool::InputError );
+   EXPECT_EQ( std::distance( std::filesystem::directory_iterator( directory ), {} ), 1 )
+      << "no file is written";
+   std::filesystem::remove( last );
    run( "cover main pcap " + directory );
    std::size_t files = 0;
    for( const Coverage& about : Tool::entryCover( session, { 0 }, "main" ) ) {
       if( about.outcome != Outcome::found )
          continue;
       ++files;
-      const std::string file = directory + "/main-" + std::to_string( about.id ) + "-unit-0.pcap";
+      const std::string file = directory + "/main-" + std::to_string( about.id ) + "-unit-0.pcapng";
       EXPECT_TRUE( Tool::frameInFile( file, 1 ) ==
                    Tool::sceneOf( session, about.rows, about.packet ).arrival.frame );
+      const std::string contents = Tool::contentsOf( file );
+      EXPECT_THAT( contents, testing::HasSubstr( ": what becomes of it: " ) );
+      EXPECT_THAT( contents, testing::HasSubstr( "\nexplain " + about.packet + "\n" ) );
+      for( const std::string& row : about.rows )
+         EXPECT_THAT( contents, testing::HasSubstr( "\nneeds " + row + "\n" ) );
+      EXPECT_THAT( contents, testing::HasSubstr( "\nmain " + std::to_string( about.id ) + " \"" +
+                                                 about.name + "\" wins: " ) );
    }
    EXPECT_EQ( std::distance( std::filesystem::directory_iterator( directory ), {} ), files );
    EXPECT_GT( files, 5U );

@@ -6,6 +6,7 @@
 #include "tool/packet/CoverageView.h"
 #include "tool/packet/EntryCover.h"
 #include "tool/packet/EntryFindings.h"
+#include "tool/packet/ExplanationView.h"
 #include "tool/packet/TableTrial.h"
 #include "tool/view/Table.h"
 #include "tool/words/Command.h"
@@ -115,19 +116,38 @@ void showCoverage( Session& session, const CoverWords& asked, const std::vector<
       } );
 }
 
-/// Writes the frame of each packet that is found to a capture of its own: main-1016-unit-0.pcap.
+/// How the frame of a packet comes in and what becomes of it, the commands that it needs, and the entries that it wins.
+CaptureWriter::Note noteOf( Session& session, const Coverage& about, const Sim::Arrival& arrival )
+{
+   Sim::Explanation explanation;
+   const Sim::Verdict verdict =
+      *tryPacket( session, about.rows, about.packet, &explanation ).verdict;
+   const Sim::PacketEngine& engine = session.packets().engine();
+   std::string fate = "what becomes of it: " + engine.summary( verdict );
+   for( const std::string& row : about.rows )
+      fate += "\nneeds " + row;
+   fate += "\nexplain " + about.packet;
+   return { engine.arrivalName( arrival ),
+      frameComment( engine, arrival, verdict, explanation, 0, fate ) };
+}
+
+/// Writes the frame of each packet that is found to a capture of its own: main-1016-unit-0.pcapng.
 void writeCaptures(
    Session& session, const std::vector<Coverage>& all, const std::string& directory )
 {
-   for( const Coverage& about : all ) {
-      if( about.outcome != Outcome::found )
-         continue;
-      const std::string file =
-         directory + format( "/%s-%d-unit-%d.pcap", about.range, about.id, about.unit );
-      if( hasOtherContents( file ) )
+   std::vector<std::pair<std::string, const Coverage*>> files;
+   for( const Coverage& about : all )
+      if( about.outcome == Outcome::found )
+         files.emplace_back(
+            directory + format( "/%s-%d-unit-%d.pcapng", about.range, about.id, about.unit ),
+            &about );
+   for( const auto& [ file, about ] : files )
+      if( hasOtherContents( file ) || std::filesystem::is_directory( file ) )
          throw Vormel::ValueError( "'" + file + "' exists and is not a capture" );
-      const Scene scene = sceneOf( session, about.rows, about.packet );
-      const std::string problem = CaptureWriter( file ).add( scene.arrival.frame, 0 );
+   for( const auto& [ file, about ] : files ) {
+      const Scene scene = sceneOf( session, about->rows, about->packet );
+      const std::string problem = CaptureWriter( file ).add(
+         scene.arrival.frame, 0, noteOf( session, *about, scene.arrival ) );
       if( !problem.empty() )
          throw Vormel::ValueError( problem );
    }
