@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <map>
 #include <stdexcept>
+#include <utility>
 
 namespace Strata::Cover {
 
@@ -243,10 +244,17 @@ class Solver::Search
       }
       // How results follow from lookups is part of each proof; it is a reason only if there is no other.
       const auto isGeneral = []( Law law ) { return law == Law::key || law == Law::destination; };
+      const auto isOfValues = [ & ]( Law law ) {
+         return isGeneral( law ) || law == Law::headers || law == Law::rows;
+      };
       const bool allGeneral = std::ranges::all_of( laws, isGeneral );
+      bool toName = answer.blockers.empty();
       for( const Law law : laws )
          if( !isGeneral( law ) || ( allGeneral && law == laws.back() ) )
-            answer.reasons.emplace_back( reasonText( law ) );
+            answer.reasons.push_back(
+               reasonText( law ) + ( isOfValues( law ) && std::exchange( toName, false )
+                                         ? excludedValues( id, assumed )
+                                         : "" ) );
       // A group or flood with one member departs by one port, too, which the formula leaves out.
       const std::vector<FieldQualifier>& qualifiers = range_.find( id )->hardware->qualifiers;
       const bool departs = std::ranges::find( qualifiers, Sim::Qualifier::OutPortsClass,
@@ -259,6 +267,27 @@ class Solver::Search
                        std::ranges::find( laws, Law::words ) != laws.end();
       std::ranges::sort( answer.blockers );
       return answer;
+   }
+
+   /// ": Ttl 1 and IpType ArpRequest", the values of the entry that these assumptions alone exclude, of which none can be
+   /// left out.
+   std::string excludedValues( U32 id, std::vector<z3::expr> assumed )
+   {
+      std::erase_if(
+         assumed, [ & ]( const z3::expr& literal ) { return z3::eq( literal, entry( id ) ); } );
+      FieldRule rule = *range_.find( id )->hardware;
+      for( std::size_t at = rule.qualifiers.size(); at-- > 0; ) {
+         FieldRule fewer = rule;
+         fewer.qualifiers.erase( fewer.qualifiers.begin() + static_cast<std::ptrdiff_t>( at ) );
+         assumed.push_back( named( formula_.matches( fewer ) ) );
+         if( !holds( assumed ) )
+            rule = std::move( fewer );
+         assumed.pop_back();
+      }
+      std::string text;
+      for( const FieldQualifier& qualifier : rule.qualifiers )
+         text += ( text.empty() ? ": " : " and " ) + qualifier.text();
+      return text;
    }
 
    const Sim::FieldGroup& range_;

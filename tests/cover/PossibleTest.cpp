@@ -4,6 +4,8 @@
 #include "tests/packet/PacketTest.h"
 #include "tool/packet/EntryCover.h"
 
+#include <gmock/gmock.h>
+
 namespace Strata::Cover {
 namespace {
 
@@ -124,6 +126,21 @@ TEST_F( PossibleTest, OnePortChecksTheReversePath )
    };
    EXPECT_EQ( outcome( 3 ), Outcome::found );
    EXPECT_EQ( outcome( 2 ), Outcome::proved );
+}
+
+TEST_F( PossibleTest, AReasonNamesTheValuesThatNoPacketPresents )
+{
+   NEEDS_SOLVER();
+   bringUp( "hsdk" );
+   const FieldQualifier request =
+      exact( Qualifier::IpType, static_cast<U64>( FieldIpType::ArpRequest ) );
+   const FieldQualifier ttl = exact( Qualifier::Ttl, 64 );
+   const FieldQualifier udp = exact( Qualifier::IpProtocol, 17 );
+   EXPECT_THAT( covered( { from( { 1, 2 } ), udp, bit( Qualifier::HiGig, 0 ), request } ).reasons,
+      testing::ElementsAre(
+         "no packet presents such values: " + udp.text() + " and " + request.text() ) );
+   EXPECT_THAT( covered( { bit( Qualifier::HiGig, 0 ), ttl, request } ).reasons,
+      testing::Contains( "no frame has such headers: " + ttl.text() + " and " + request.text() ) );
 }
 
 } // namespace
