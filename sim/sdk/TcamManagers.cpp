@@ -323,10 +323,10 @@ Ref<StrataBoundedTcamEntryManager> SimTcamGroupManager::boundedTcamEntryManager(
    TcamGroup group ) const
 {
    const auto at = managers_.find( group );
-   return at == managers_.end() ? nullptr : Ref<StrataBoundedTcamEntryManager>( at->second );
+   return at == managers_.end() ? nullptr : at->second;
 }
 
-void SimTcamGroupManager::managerIs( TcamGroup group, Ref<SimTcamEntryManager> manager )
+void SimTcamGroupManager::managerIs( TcamGroup group, Ref<StrataBoundedTcamEntryManager> manager )
 {
    if( manager )
       managers_[ group ] = std::move( manager );

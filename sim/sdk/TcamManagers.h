@@ -69,11 +69,11 @@ class SimTcamGroupManager : public StrataTcamGroupManager
    VORMEL_ENTITY( SimTcamGroupManager, STRATA_SIM_TCAM_GROUP_MANAGER_ATTRIBUTES )
 
    Ref<StrataBoundedTcamEntryManager> boundedTcamEntryManager( TcamGroup group ) const override;
-   /// Null removes the assignment.
-   void managerIs( TcamGroup group, Ref<SimTcamEntryManager> manager );
+   /// Null removes the assignment. The manager may wrap that of the range.
+   void managerIs( TcamGroup group, Ref<StrataBoundedTcamEntryManager> manager );
 
  private:
-   std::map<TcamGroup, Ref<SimTcamEntryManager>> managers_;
+   std::map<TcamGroup, Ref<StrataBoundedTcamEntryManager>> managers_;
 };
 
 } // namespace Strata::Sim

@@ -16,6 +16,7 @@
 #include <algorithm>
 #include <iostream>
 #include <map>
+#include <memory>
 #include <optional>
 #include <random>
 #include <string>
@@ -48,6 +49,7 @@ enum class Method : U8
 struct Write
 {
    Method method;
+   Sim::SimTcamEntryManager* manager;
    U32 unit;
    U32 id;
    bool enable = false;
@@ -57,7 +59,10 @@ struct Write
 
    bool puts() const { return method <= Method::reinstall; }
    bool takes() const { return method == Method::remove || method == Method::release; }
-   bool isOf( const Write& other ) const { return unit == other.unit && id == other.id; }
+   bool isOf( const Write& other ) const
+   {
+      return manager == other.manager && unit == other.unit && id == other.id;
+   }
 };
 
 struct Fault
@@ -65,23 +70,20 @@ struct Fault
    Disorder disorder = Disorder::none;
    std::size_t at = 0;           // of the event's writes
    std::optional<Write> early{}; // that is made before it
+   std::string range{};          // of that write
 };
 
-/// Makes writes in another order than it is asked for.
-class DisorderlyManager final : public ForwardingTcamEntryManager
+/// The writes to all ranges, which are made in another order than they are asked for.
+class Writes
 {
  public:
-   DisorderlyManager( Ref<StrataBoundedTcamEntryManager> next, Sim::SimSwitch& hardware )
-      : ForwardingTcamEntryManager( std::move( next ) ),
-        hardware_( hardware )
-   {}
-   const Vormel::EntityType& entityType() const override { return next().entityType(); }
+   explicit Writes( Sim::SimSwitch& hardware ) : hardware_( hardware ) {}
 
    void begin( const Fault& fault, Onlooker* onlooker )
    {
       fault_ = fault;
       onlooker_ = onlooker;
-      writes_.clear();
+      all_.clear();
    }
    /// What is held back is made.
    void end()
@@ -89,31 +91,15 @@ class DisorderlyManager final : public ForwardingTcamEntryManager
       if( held_ )
          make( *std::exchange( held_, std::nullopt ) );
    }
-   const std::vector<Write>& writes() const { return writes_; }
+   const std::vector<Write>& all() const { return all_; }
 
-   int installEntry( U32 unit, U32 id ) override
-   {
-      return perform( { Method::install, unit, id } );
-   }
-   int reinstallEntry( U32 unit, U32 id ) override
-   {
-      return perform( { Method::reinstall, unit, id } );
-   }
-   void removeEntry( U32 unit, U32 id ) override { perform( { Method::remove, unit, id } ); }
-   void releaseEntry( U32 unit, U32 id ) override { perform( { Method::release, unit, id } ); }
-   int enableEntry( U32 unit, U32 id, bool enable, int /* mode */ ) override
-   {
-      return perform( { Method::enable, unit, id, enable } );
-   }
-
- private:
    int perform( Write write )
    {
       const Sim::FieldEntry* const entry = entryOf( write );
       write.installed = entry && entry->installed();
       write.enabled = entry && entry->enabled;
-      const bool faulty = writes_.size() == fault_.at;
-      writes_.push_back( write );
+      const bool faulty = all_.size() == fault_.at;
+      all_.push_back( write );
       if( !faulty || fault_.disorder == Disorder::none ) {
          const int code = make( write );
          if( fault_.disorder == Disorder::exchanged )
@@ -131,11 +117,11 @@ class DisorderlyManager final : public ForwardingTcamEntryManager
          make( *fault_.early );
          break;
       case Disorder::removedFirst:
-         make( { Method::remove, write.unit, write.id } );
+         make( { Method::remove, write.manager, write.unit, write.id } );
          write.method = Method::install;
          break;
       case Disorder::switchedFirst:
-         make( { Method::enable, write.unit, write.id, !write.enabled } );
+         make( { Method::enable, write.manager, write.unit, write.id, !write.enabled } );
          break;
       case Disorder::cleared:
          clear( write );
@@ -143,10 +129,11 @@ class DisorderlyManager final : public ForwardingTcamEntryManager
       }
       const int code = make( write );
       if( fault_.disorder == Disorder::switchedFirst && write.method == Method::reinstall )
-         make( { Method::enable, write.unit, write.id, write.enabled } );
+         make( { Method::enable, write.manager, write.unit, write.id, write.enabled } );
       return code;
    }
 
+ private:
    /// What is in hardware loses its actions; what is new does not have them at first.
    void clear( Write& write )
    {
@@ -155,7 +142,8 @@ class DisorderlyManager final : public ForwardingTcamEntryManager
       if( write.installed )
          entry.claim = *entry.hardware;
       entry.claim.actions = { { .role = FieldAction::CosQCpuNew, .parameter0 = 1 } };
-      make( { write.installed ? Method::reinstall : Method::install, write.unit, write.id } );
+      make( { write.installed ? Method::reinstall : Method::install, write.manager, write.unit,
+         write.id } );
       entryOf( write )->claim = claim;
    }
 
@@ -164,17 +152,17 @@ class DisorderlyManager final : public ForwardingTcamEntryManager
       const int code = [ & ] {
          switch( write.method ) {
          case Method::install:
-            return next().installEntry( write.unit, write.id );
+            return write.manager->installEntry( write.unit, write.id );
          case Method::reinstall:
-            return next().reinstallEntry( write.unit, write.id );
+            return write.manager->reinstallEntry( write.unit, write.id );
          case Method::remove:
-            next().removeEntry( write.unit, write.id );
+            write.manager->removeEntry( write.unit, write.id );
             return 0;
          case Method::release:
-            next().releaseEntry( write.unit, write.id );
+            write.manager->releaseEntry( write.unit, write.id );
             return 0;
          case Method::enable:
-            return next().enableEntry(
+            return write.manager->enableEntry(
                write.unit, write.id, write.enable, hardware_.shim().fieldEntryEnableMode() );
          }
          return -1;
@@ -187,14 +175,47 @@ class DisorderlyManager final : public ForwardingTcamEntryManager
 
    Sim::FieldEntry* entryOf( const Write& write )
    {
-      return hardware_.chip( write.unit ).group( "main" )->find( write.id );
+      return hardware_.chip( write.unit ).group( write.manager->profile().name )->find( write.id );
    }
 
    Sim::SimSwitch& hardware_;
    Fault fault_;
    Onlooker* onlooker_ = nullptr;
-   std::vector<Write> writes_;
+   std::vector<Write> all_;
    std::optional<Write> held_;
+};
+
+/// A range's manager, which leaves its writes to those of all ranges.
+class DisorderlyManager final : public ForwardingTcamEntryManager
+{
+ public:
+   DisorderlyManager( const Ref<Sim::SimTcamEntryManager>& next, std::shared_ptr<Writes> writes )
+      : ForwardingTcamEntryManager( next ),
+        manager_( *next ),
+        writes_( std::move( writes ) )
+   {}
+   const Vormel::EntityType& entityType() const override { return next().entityType(); }
+
+   int installEntry( U32 unit, U32 id ) override { return perform( Method::install, unit, id ); }
+   int reinstallEntry( U32 unit, U32 id ) override
+   {
+      return perform( Method::reinstall, unit, id );
+   }
+   void removeEntry( U32 unit, U32 id ) override { perform( Method::remove, unit, id ); }
+   void releaseEntry( U32 unit, U32 id ) override { perform( Method::release, unit, id ); }
+   int enableEntry( U32 unit, U32 id, bool enable, int /* mode */ ) override
+   {
+      return perform( Method::enable, unit, id, enable );
+   }
+
+ private:
+   int perform( Method method, U32 unit, U32 id, bool enable = false )
+   {
+      return writes_->perform( { method, &manager_, unit, id, enable } );
+   }
+
+   Sim::SimTcamEntryManager& manager_;
+   std::shared_ptr<Writes> writes_;
 };
 
 /// Lets the onlooker look behind each call that may change a chip.
@@ -244,7 +265,7 @@ std::vector<Fault> disordersOf( const std::vector<Write>& writes )
              std::none_of( writes.begin(), removal,
                 [ & ]( const Write& other ) { return other.isOf( *removal ); } ) )
             all.push_back( { Disorder::removedEarly, at,
-               Write{ Method::remove, removal->unit, removal->id } } );
+               Write{ Method::remove, removal->manager, removal->unit, removal->id } } );
    }
    return all;
 }
@@ -273,7 +294,7 @@ class DisorderTest : public PacketTest
          Words words( line );
          takeCommand( words ).act( session, words )( session );
       }
-      manager_->end();
+      writes_->end();
    }
 
    std::vector<Step> rehearse( const Cycle& cycle, std::mt19937_64& random )
@@ -283,16 +304,18 @@ class DisorderTest : public PacketTest
          Step step{ commands };
          step.before = entryPackets( session );
          step.memory = session.packets().entryPackets();
-         manager_->begin( {}, nullptr );
+         writes_->begin( {}, nullptr );
          act( commands );
          step.after = entryPackets( session );
-         step.faults = disordersOf( manager_->writes() );
+         step.faults = disordersOf( writes_->all() );
          std::ranges::shuffle( step.faults, random );
-         std::map<Disorder, std::size_t> seen;
+         std::map<std::pair<std::string, Disorder>, std::size_t> seen;
          std::vector<std::pair<std::size_t, Fault>>
-            turns; // the first of each disorder, the second of each, ...
-         for( const Fault& fault : step.faults )
-            turns.emplace_back( ++seen[ fault.disorder ], fault );
+            turns; // the first of each disorder of each range, the second of each, ...
+         for( Fault& fault : step.faults ) {
+            fault.range = writes_->all()[ fault.at ].manager->profile().name;
+            turns.emplace_back( ++seen[ { fault.range, fault.disorder } ], fault );
+         }
          std::ranges::stable_sort( turns, {}, &std::pair<std::size_t, Fault>::first );
          step.faults = { Fault{} };
          for( const auto& [ turn, fault ] : turns )
@@ -315,7 +338,7 @@ class DisorderTest : public PacketTest
             return Scene{ session.packets().tables(), arrival };
          } );
       onlooker.look();
-      manager_->begin( fault, &onlooker );
+      writes_->begin( fault, &onlooker );
       WatchedShim shim;
       shim.onlooker = &onlooker;
       const Line line = splitLine( "test", 1, "transient" );
@@ -324,6 +347,7 @@ class DisorderTest : public PacketTest
          runWatched( session, [ & ]( Session& ) { act( step.commands ); }, Words( line ), {} ) )
          reported.insert( Onlooker::text(
             transient.commands.back(), transient.meanwhile, transient.from, transient.to ) );
+      writes_->begin( {}, nullptr );
       const std::string where = step.commands.back() + ": disorder " +
                                 std::to_string( static_cast<int>( fault.disorder ) ) + " of " +
                                 std::to_string( fault.at );
@@ -335,7 +359,7 @@ class DisorderTest : public PacketTest
       EXPECT_TRUE( onlooker.last() == step.end ) << where;
       const std::multiset<std::string> seen = onlooker.meanwhile( false );
       if( !std::ranges::includes( step.transients, seen ) )
-         ++visible_[ fault.disorder ];
+         ++visible_[ fault.range ][ fault.disorder ];
    }
 
    void run( const Cycle& cycle, U64 tried, std::mt19937_64& random )
@@ -344,12 +368,10 @@ class DisorderTest : public PacketTest
       tried = fromEnvironment( "STRATA_DISORDERS", tried );
       for( std::size_t round = 0; round <= tried; ++round )
          for( Step& step : steps ) {
-            if( round < step.faults.size() ) {
+            if( round < step.faults.size() )
                watch( step, step.faults[ round ] );
-            } else {
-               manager_->begin( {}, nullptr );
+            else
                act( step.commands );
-            }
          }
    }
 
@@ -358,8 +380,14 @@ class DisorderTest : public PacketTest
       bringUp( profile );
       Sim::SimSwitch& hardware = agent().hardware();
       hardware.critic().restIs( true );
-      manager_ = Vormel::make<DisorderlyManager>( hardware.tcamManager(), hardware );
-      agent().helper()->tcamManagerIs( manager_ );
+      writes_ = std::make_shared<Writes>( hardware );
+      for( const Ref<Sim::SimTcamEntryManager>& manager : hardware.tcamManagers() ) {
+         const auto disorderly = Vormel::make<DisorderlyManager>( manager, writes_ );
+         if( const auto group = manager->profile().key )
+            hardware.tcamGroupManager()->managerIs( *group, disorderly );
+         else
+            agent().helper()->tcamManagerIs( disorderly );
+      }
       session.probes().clear();
       Cover::PacketDice dice( session, 1 );
       while( session.probes().size() < 12 )
@@ -371,8 +399,8 @@ class DisorderTest : public PacketTest
          }
    }
 
-   Ref<DisorderlyManager> manager_;
-   std::map<Disorder, U32> visible_;
+   std::shared_ptr<Writes> writes_;
+   std::map<std::string, std::map<Disorder, U32>> visible_;
 };
 
 TEST_F( DisorderTest, EachThatAPacketSeesIsATransientOfThatPacket )
@@ -383,24 +411,45 @@ TEST_F( DisorderTest, EachThatAPacketSeesIsATransientOfThatPacket )
       "set virtualRouterMacAddr 02:00:a1:00:00:99", "call handleTcamEntryL2FennicToCpu" };
    const Cycle macs{ { "set virtualRouterMacAddr 02:00:a1:00:00:01", virtualMac[ 1 ], "no router" },
       { "router 02:00:a1:00:00:01", virtualMac[ 0 ], virtualMac[ 1 ] } };
-   const Cycle floods{ { "set Ethernet7.forwardingModel routed", "set pbr.pbrEnabled true" },
-      { "set pbr.pbrEnabled false", "set Ethernet7.forwardingModel bridged" } };
-   const Cycle classes{ { "set miscConfig.unknownMacDropTrafficClass[3] true" },
-      { "del miscConfig.unknownMacDropTrafficClass[3]" } };
-   std::mt19937_64 random( 1 ); // NOLINT(cert-msc51-cpp): the same at each run
-   prepare( "hsdk" );
-   run( macs, 9, random );
-   run( floods, 12, random );
-   run( { { "call l3Init true" } }, 28, random ); // which rewrites entries as they are
-   prepare( "register" );
-   run( classes, 5, random );
+   const Lines features{ "set Ethernet7.forwardingModel routed", "set pbr.pbrEnabled true",
+      "set miscConfig.unknownMacDropTrafficClass[3] true", "call handleMplsRouting true",
+      "call doUrpfHwInitStage1 true", "set mlagStatus.peerMacRoutingEnabled true" };
+   const Lines noFeatures{ "set mlagStatus.peerMacRoutingEnabled false",
+      "call doUrpfHwInitStage1 false", "call handleMplsRouting false",
+      "del miscConfig.unknownMacDropTrafficClass[3]", "set pbr.pbrEnabled false",
+      "set Ethernet7.forwardingModel bridged" };
+   // Entries are written as they are.
+   const Lines again{ "call l3Init true", "call handleTcamEntryMplsPhpLspPing true",
+      "set urpf.tcamEntryUrpf4 0", "set urpf.tcamEntryUrpf6 0", "call doUrpfHwInitStage1 true" };
+   const Cycle links{
+      { "lag Port-Channel1 Ethernet3 Ethernet2" }, { "lag Port-Channel1 Ethernet3" } };
+   U64 seed = 0;
+   for( const std::string_view profile : Sim::chipProfileNames() ) {
+      SCOPED_TRACE( profile );
+      std::mt19937_64 random( ++seed ); // NOLINT(cert-msc51-cpp): the same at each run
+      prepare( std::string( profile ) );
+      PacketTest::run( R"(lag Port-Channel1 Ethernet3
+set mlagStatus.peerLinkIntf Port-Channel1
+set mlagStatus.peerMacAddr 02:00:a1:00:00:02
+set mlagHwStatus.peerMacRoutingSupported true
+set urpf.doubleWideMode )" +
+                       std::string( seed % 2 == 0 ? "true" : "false" ) );
+      run( macs, 4, random );
+      run( { features, noFeatures }, 2, random );
+      act( features );
+      run( { again }, 20, random );
+      run( links, 4, random );
+   }
    U32 visible = 0;
-   for( const auto& [ disorder, times ] : visible_ )
-      visible += times;
+   for( const auto& [ range, kinds ] : visible_ ) {
+      EXPECT_GE( kinds.size(), range == "main" ? 5U : 3U ) << range;
+      for( const auto& [ disorder, times ] : kinds )
+         visible += times;
+   }
    std::cout << "disorders that a packet sees: " << visible << ", of " << visible_.size()
-             << " kinds\n";
-   EXPECT_GE( visible, 20U );
-   EXPECT_GE( visible_.size(), 5U );
+             << " ranges\n";
+   EXPECT_GE( visible, 60U );
+   EXPECT_EQ( visible_.size(), Sim::chipProfile( "hsdk" ).groups.size() ) << "ranges";
 }
 
 } // namespace

@@ -3,7 +3,6 @@
 #include "platform/runtime/Activity.h"
 #include "platform/runtime/Snapshot.h"
 #include "tests/packet/PacketTest.h"
-#include "tests/tool/CommandLine.h"
 #include "tool/ScenarioFile.h"
 
 #include <filesystem>
