@@ -179,7 +179,7 @@ bool isMeant( const std::string& pattern, const std::string& name )
 }
 
 /// InputError if it accepts nothing.
-Accepted acceptedBy( Line line, bool forAll )
+Accepted acceptedBy( const Line& line, bool forAll )
 {
    constexpr std::string_view arrow = " => ";
    const std::string& text = line.text;
