@@ -71,7 +71,8 @@ bool sameEffect( const Verdict& one, const Verdict& other )
           learned( one ) == learned( other );
 }
 
-std::optional<Verdict> RangeCover::without( U32 id, const Recipe& recipe )
+std::optional<Verdict> RangeCover::without(
+   U32 id, const std::vector<std::string>& rows, const std::string& packet )
 {
    struct Disabled
    {
@@ -84,7 +85,7 @@ std::optional<Verdict> RangeCover::without( U32 id, const Recipe& recipe )
       ~Disabled() { range.enable( id, true ); }
    };
    const Disabled disabled( range_, id );
-   return evaluate_( recipe.rows(), recipe.packet() ).verdict;
+   return evaluate_( rows, packet ).verdict;
 }
 
 /// "leaves on 3 ports, for the CPU: TTL 1", without addresses.
@@ -109,7 +110,10 @@ bool RangeCover::isStill( const Coverage& found )
    if( found.outcome != Outcome::found || !entry || entry->name != found.name )
       return false;
    const Trial outcome = evaluate_( found.rows, found.packet );
-   return outcome.verdict && wins( found.id, *outcome.verdict );
+   if( !outcome.verdict || !wins( found.id, *outcome.verdict ) )
+      return false;
+   const std::optional<Verdict> other = without( found.id, found.rows, found.packet );
+   return other && !sameEffect( *outcome.verdict, *other );
 }
 
 Coverage RangeCover::start( U32 id )
@@ -208,7 +212,7 @@ void RangeCover::search( Coverage& coverage )
       const Trial outcome = evaluate_( recipe.rows(), recipe.packet() );
       const bool won = outcome.verdict && wins( id, *outcome.verdict );
       if( won ) {
-         const std::optional<Verdict> other = without( id, recipe );
+         const std::optional<Verdict> other = without( id, recipe.rows(), recipe.packet() );
          const bool matters = other && !sameEffect( *outcome.verdict, *other );
          if( coverage.outcome == Outcome::unknown || matters ) {
             coverage.outcome = Outcome::found;

@@ -83,7 +83,7 @@ class RangeCover
    /// A packet that wins the entry and is as like as possible to this one, which presents the key to the range and comes
    /// in at the place; with rows of which none can be left out. Requires: there is a place.
    Coverage nearest( U32 id, const Sim::FieldKey& key, const std::string& packet );
-   /// Whether a packet that was found before still wins its entry.
+   /// Whether a packet that was found before still wins its entry, and fares otherwise without it.
    bool isStill( const Coverage& found );
 
  private:
@@ -94,7 +94,8 @@ class RangeCover
       std::string& refusal ) const;
    bool wins( U32 id, const Sim::Verdict& verdict ) const;
    /// How the packet fares without the entry; nothing if the rows are refused then.
-   std::optional<Sim::Verdict> without( U32 id, const Recipe& recipe );
+   std::optional<Sim::Verdict> without(
+      U32 id, const std::vector<std::string>& rows, const std::string& packet );
    void prove( Coverage& coverage, const Solver::Answer& answer ) const;
 
    Facts facts_;

@@ -299,7 +299,7 @@ Planned takePlanned( const Session& session, Words& words )
          line.words.begin(), line.words.begin() + ( last - words.line().words.data() ) + 1 );
    const Word* const first = words.peek();
    const Command& command = takeCommand( words );
-   if( command.shows() || command.name.starts_with( "expect " ) )
+   if( command.shows() || command.name.starts_with( "expect " ) || command.name == "transient" )
       words.failAt( *first, "only what changes something is planned; run '" +
                                std::string( command.name ) + "' itself" );
    session.checkPossible( words, command );

@@ -37,8 +37,10 @@ struct Watched
       U64 record; // 0: before the first
       std::string call;
       Sim::Verdict verdict;
+      std::string text; // with the names of then
    };
-   std::vector<Moment> moments{}; // each with another verdict than the one before
+   std::vector<Moment> moments{}; // each with another effect than the one before
+   std::string latest{};          // the text of the last look
 };
 
 class Watch
@@ -71,9 +73,10 @@ class Watch
    {
       for( Watched& packet : packets_ ) {
          Sim::Verdict verdict = verdictIn( session_, packet.scene );
+         packet.latest = session_.packets().engine().summary( verdict );
          if( packet.moments.empty() ||
              !Cover::sameEffect( packet.moments.back().verdict, verdict ) )
-            packet.moments.push_back( { record, call, std::move( verdict ) } );
+            packet.moments.push_back( { record, call, std::move( verdict ), packet.latest } );
       }
    }
 
@@ -89,9 +92,6 @@ class Watch
    /// A verdict is a transient unless it is the new one, or the old one before it was the new one for the first time.
    void add( const Watched& packet, std::vector<Transient>& all ) const
    {
-      const auto summary = [ this ]( const Watched::Moment& moment ) {
-         return session_.packets().engine().summary( moment.verdict );
-      };
       const auto& moments = packet.moments;
       const Sim::Verdict& before = moments.front().verdict;
       const Sim::Verdict& after = moments.back().verdict;
@@ -103,11 +103,11 @@ class Watch
          wasNew = wasNew || isNew;
          if( isNew || ( isOld && !wasNew ) )
             continue;
-         const std::string meanwhile = summary( moments[ at ] );
-         const bool alike = ( !isOld && meanwhile == summary( moments.front() ) ) ||
-                            meanwhile == summary( moments.back() );
-         const auto text = [ & ]( const Watched::Moment& moment ) {
-            return alike ? withFrames( moment.verdict, summary( moment ) ) : summary( moment );
+         const std::string& meanwhile = moments[ at ].text;
+         const bool alike =
+            ( !isOld && meanwhile == moments.front().text ) || meanwhile == packet.latest;
+         const auto text = [ alike ]( const Sim::Verdict& verdict, const std::string& words ) {
+            return alike ? withFrames( verdict, words ) : words;
          };
          all.push_back( { .packet = packet.name,
             .range = packet.range,
@@ -118,9 +118,9 @@ class Watch
             .to = moments[ at + 1 ].record,
             .call = moments[ at ].call,
             .endedBy = moments[ at + 1 ].call,
-            .before = text( moments.front() ),
-            .meanwhile = text( moments[ at ] ),
-            .after = text( moments.back() ) } );
+            .before = text( before, moments.front().text ),
+            .meanwhile = text( now, meanwhile ),
+            .after = text( after, packet.latest ) } );
       }
    }
 
@@ -261,8 +261,9 @@ void accept( Session& session, std::vector<Transient>& all, const std::vector<Ac
                transient.reason = accepted.reason;
          }
       if( !used )
-         session.console().notice( placeText( accepted.line ) +
-                                   ": this line accepts nothing; no such packet was a transient" );
+         session.console().notice(
+            placeText( accepted.line ) +
+            ": this line accepts nothing here; no such packet was a transient" );
    }
 }
 
