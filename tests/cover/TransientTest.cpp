@@ -299,11 +299,14 @@ TEST( Transient, TellsWhatBecomesOfThePacketWithTheNamesOfThen )
       "switch hsdk ports 4\ninterface Ethernet1-4 unit 0 port 1\nvlan 10 svi members Ethernet1-4\n"
       "router 02:00:a1:00:00:01\nbring-up\nroute 10.0.0.2/32 via cpu\n"
       "probe routed in port 1 dmac 02:00:a1:00:00:01 vlan 10 ipv4 dst 10.0.0.2\n"
-      "probe flooded in port 1 dmac 02:00:00:00:00:77 vlan 10 ipv4\n";
+      "route 10.0.0.3/32 via flood mac 02:00:00:00:00:03 vlan 10\n"
+      "probe flooded in port 1 dmac 02:00:a1:00:00:01 vlan 10 ipv4 dst 10.0.0.3\n";
    const std::string reset = runText( start + "transient restart cold\n" ).out;
    const std::string routed = reset.substr( reset.find( "\nrouted\n" ) );
    EXPECT_THAT( routed, testing::HasSubstr( "from    the chips are reset (record " ) );
    EXPECT_THAT( routed, testing::HasSubstr( "after   CPU queue 0: main 1034 \"NextHop to Cpu\"" ) );
+   EXPECT_THAT( runText( start + "transient no interface Ethernet2-4\n" ).out,
+      testing::ContainsRegex( "\nflooded\n.*\n  before  Ethernet1-4\n" ) );
 }
 
 TEST_F( PacketTest, APacketIsWatchedInTheVlanThatItsRowsMake )
