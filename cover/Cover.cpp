@@ -47,10 +47,17 @@ void RangeCover::prove( Coverage& coverage, const Solver::Answer& answer ) const
    }
 }
 
-bool RangeCover::wins( U32 id, const Verdict& verdict ) const
+bool wins( const Verdict& verdict, U32 unit, const std::string& range, U32 id )
 {
-   const auto& winners = verdict.passes.front().winners;
-   return std::ranges::find( winners, Winner{ range_.profile().name, id } ) != winners.end();
+   return std::ranges::any_of( verdict.passes, [ & ]( const PassVerdict& pass ) {
+      return pass.arrival.unit == unit &&
+             std::ranges::find( pass.winners, Winner{ range, id } ) != pass.winners.end();
+   } );
+}
+
+bool RangeCover::isWonBy( U32 id, const Verdict& verdict ) const
+{
+   return wins( verdict, facts_.unit, range_.profile().name, id );
 }
 
 bool sameEffect( const Verdict& one, const Verdict& other )
@@ -110,7 +117,7 @@ bool RangeCover::isStill( const Coverage& found )
    if( found.outcome != Outcome::found || !entry || entry->name != found.name )
       return false;
    const Trial outcome = evaluate_( found.rows, found.packet );
-   if( !outcome.verdict || !wins( found.id, *outcome.verdict ) )
+   if( !outcome.verdict || !isWonBy( found.id, *outcome.verdict ) )
       return false;
    const std::optional<Verdict> other = without( found.id, found.rows, found.packet );
    return other && !sameEffect( *outcome.verdict, *other );
@@ -135,7 +142,7 @@ bool RangeCover::isWonAfter( U32 id, const std::vector<std::string>& rows,
 {
    const Trial outcome = evaluate_( rows, packet );
    refusal = outcome.refusal;
-   return outcome.verdict && wins( id, *outcome.verdict );
+   return outcome.verdict && isWonBy( id, *outcome.verdict );
 }
 
 void RangeCover::leaveOutRows( Coverage& found ) const
@@ -151,7 +158,8 @@ void RangeCover::leaveOutRows( Coverage& found ) const
    }
 }
 
-Coverage RangeCover::nearest( U32 id, const FieldKey& key, const std::string& packet )
+Coverage RangeCover::nearest(
+   U32 id, const FieldKey& key, const std::string& packet, bool otherPackets )
 {
    Coverage coverage = start( id );
    for( U32 trial = 0; trial < mostTrials && coverage.outcome == Outcome::unknown; ++trial ) {
@@ -163,6 +171,8 @@ Coverage RangeCover::nearest( U32 id, const FieldKey& key, const std::string& pa
       const Recipe recipe( facts_, *answer.shape );
       // The rows alone may be enough.
       for( const std::string& candidate : { packet, recipe.packet() } ) {
+         if( candidate != packet && !otherPackets )
+            break;
          std::string refusal;
          if( isWonAfter( id, recipe.rows(), candidate, refusal ) ) {
             coverage.outcome = Outcome::found;
@@ -189,7 +199,8 @@ Coverage RangeCover::of( U32 id )
    search( coverage );
    // What becomes of the packets without the entry may depend on the VLAN.
    for( std::size_t vlan = 0; vlan < facts_.vlans.size(); ++vlan )
-      if( coverage.outcome == Outcome::found && !coverage.hasEffect ) {
+      if( coverage.outcome == Outcome::found && !coverage.hasEffect &&
+          facts_.vlans[ vlan ].isNewKind ) {
          solver_->lookUpIn( vlan );
          search( coverage );
       }
@@ -210,7 +221,7 @@ void RangeCover::search( Coverage& coverage )
       }
       const Recipe recipe( facts_, *answer.shape );
       const Trial outcome = evaluate_( recipe.rows(), recipe.packet() );
-      const bool won = outcome.verdict && wins( id, *outcome.verdict );
+      const bool won = outcome.verdict && isWonBy( id, *outcome.verdict );
       if( won ) {
          const std::optional<Verdict> other = without( id, recipe.rows(), recipe.packet() );
          const bool matters = other && !sameEffect( *outcome.verdict, *other );

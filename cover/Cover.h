@@ -63,6 +63,9 @@ struct Coverage
 /// the passes in between.
 bool sameEffect( const Sim::Verdict& one, const Sim::Verdict& other );
 
+/// Whether the packet wins the entry, in any pass through the unit.
+bool wins( const Sim::Verdict& verdict, U32 unit, const std::string& range, U32 id );
+
 /// Packets that were found before, by unit and entry.
 using Memory = std::map<std::pair<U32, U32>, Coverage>;
 
@@ -81,8 +84,10 @@ class RangeCover
    /// For an entry in hardware. Of packets that win it, one that fares otherwise without the entry is preferred.
    Coverage of( U32 id );
    /// A packet that wins the entry and is as like as possible to this one, which presents the key to the range and comes
-   /// in at the place; with rows of which none can be left out. Requires: there is a place.
-   Coverage nearest( U32 id, const Sim::FieldKey& key, const std::string& packet );
+   /// in at the place; with rows of which none can be left out. Without `otherPackets`, only rows are looked for.
+   /// Requires: there is a place.
+   Coverage nearest(
+      U32 id, const Sim::FieldKey& key, const std::string& packet, bool otherPackets = true );
    /// Whether a packet that was found before still wins its entry, and fares otherwise without it.
    bool isStill( const Coverage& found );
 
@@ -92,7 +97,7 @@ class RangeCover
    void leaveOutRows( Coverage& found ) const;
    bool isWonAfter( U32 id, const std::vector<std::string>& rows, const std::string& packet,
       std::string& refusal ) const;
-   bool wins( U32 id, const Sim::Verdict& verdict ) const;
+   bool isWonBy( U32 id, const Sim::Verdict& verdict ) const;
    /// How the packet fares without the entry; nothing if the rows are refused then.
    std::optional<Sim::Verdict> without(
       U32 id, const std::vector<std::string>& rows, const std::string& packet );

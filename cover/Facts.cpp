@@ -104,6 +104,7 @@ void Facts::addStations()
 void Facts::addVlans( const std::optional<PacketPlace>& entrance )
 {
    std::set<std::tuple<std::set<VlanFlag>, std::string, std::string, std::vector<bool>>> kinds;
+   std::set<std::tuple<std::set<VlanFlag>, std::vector<bool>, bool, U32>> coarseKinds;
    U16 unused = 4094;
    std::vector<U16> ids;
    for( const auto& [ id, vlan ] : chip.vlans() )
@@ -132,6 +133,12 @@ void Facts::addVlans( const std::optional<PacketPlace>& entrance )
             }
       if( members != 1 )
          place.onlyPort.reset();
+      place.isNewKind =
+         coarseKinds
+            .emplace( vlan.flags, atStations,
+               vlan.members.contains( static_cast<U32>( chip.profile().specialPorts.cpu ) ),
+               std::min( members, 2U ) )
+            .second;
       vlans.push_back( place );
    }
    while( unused > 1 && ( chip.vlans().contains( unused ) || tables.vlans.contains( unused ) ) )
@@ -148,7 +155,8 @@ void Facts::addVlans( const std::optional<PacketPlace>& entrance )
          vlans.push_back( { .id = id, .exists = false, .row = tables.vlan( id ) } );
    if( isNowhere )
       placeVlan = vlans.size();
-   vlans.push_back( { .id = unused, .exists = false, .row = tables.vlan( unused ) } );
+   if( !chip.vlans().contains( unused ) )
+      vlans.push_back( { .id = unused, .exists = false, .row = tables.vlan( unused ) } );
 }
 
 void Facts::addArrivals()
@@ -170,10 +178,9 @@ void Facts::addArrivals()
       place.looksUpSource = chip.control( sdkPort, SwitchControl::L2TrafficSrcIpLookup ) != 0;
       place.checksReversePath = !chip.profile().supports( SwitchControl::L3InterfaceUrpfEnable ) ||
                                 chip.control( sdkPort, SwitchControl::L3InterfaceUrpfEnable ) != 0;
-      for( const VlanPlace& vlan : vlans )
-         place.inVlan.push_back(
-            vlan.exists && ( !place.frontPanel ||
-                              chip.vlans().at( vlan.id ).members.contains( place.port.port ) ) );
+      for( const VlanPlace& vlan : vlans ) // a VLAN that is made has all ports
+         place.inVlan.push_back( !vlan.exists || !place.frontPanel ||
+                                 chip.vlans().at( vlan.id ).members.contains( place.port.port ) );
       arrivals.push_back( std::move( place ) );
    };
    for( const U32 port : chip.ports() )

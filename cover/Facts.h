@@ -37,6 +37,8 @@ struct VlanPlace
    bool ipv4 = true;   // routing is not switched off
    bool ipv6 = true;
    bool multicast = false;
+   /// It exists, and but for its ports and rows there is none like it in front of it.
+   bool isNewKind = false;
    std::optional<Sim::PortRef> onlyPort{}; // the member of a VLAN with one front-panel port
    Sim::VlanProperties row{};
 };

@@ -118,6 +118,8 @@ std::vector<Wish> Formula::wishes()
    asNow( domain_, domainSvi_, []( const Sim::VlanProperties& row ) { return row.svi; } );
    asNow(
       domain_, domainDropRouted_, []( const Sim::VlanProperties& row ) { return row.dropRouted; } );
+   for( const z3::expr& vlan : { vlan_, domain_ } )
+      wish( inVlan( vlan, []( const VlanPlace& place ) { return place.exists; } ) );
    wish( is( payload_, Payload::ipv4 ), Qualifier::EtherType );
    wish( is( inner_, Payload::ipv4 ) );
    wish( !popsV6_ );
@@ -192,8 +194,20 @@ std::vector<Likeness> Formula::likenesses( const Sim::FieldKey& key )
    asNow( vlan_, svi_, svi );
    asNow( vlan_, dropRouted_, dropRouted );
    asNow( vlan_, vxlan_, []( const Sim::VlanProperties& row ) { return row.vni.has_value(); } );
-   asNow( domain_, domainSvi_, svi );
-   asNow( domain_, domainDropRouted_, dropRouted );
+   // Outside tunnels they are the same rows.
+   const z3::expr isOneVlan = domain_ == vlan_;
+   const auto inTunnel = [ & ]( const z3::expr& property, auto has ) {
+      like( isOneVlan ||
+               property ==
+                  inVlan( domain_, [ & ]( const VlanPlace& place ) { return has( place.row ); } ),
+         ofTables );
+   };
+   inTunnel( domainSvi_, svi );
+   inTunnel( domainDropRouted_, dropRouted );
+   // A VLAN that is not there has to be made.
+   const auto exists = []( const VlanPlace& place ) { return place.exists; };
+   like( inVlan( vlan_, exists ), ofTables );
+   like( isOneVlan || inVlan( domain_, exists ), ofTables );
    z3::expr classNow = truth( false );
    for( std::size_t index = 0; index < facts_.vlans.size(); ++index )
       classNow = classNow || ( is( domain_, index ) &&

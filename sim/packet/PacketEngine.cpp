@@ -67,7 +67,9 @@ Verdict PacketEngine::explain( const Arrival& arrival, Explanation* explanation 
                format( "a loop: more than %d passes", maxPasses );
             break;
          }
-         PassExplanation* const about = explanation ? &explanation->passes.emplace_back() : nullptr;
+         PassExplanation* const about = explanation ? &explanation->passes.emplace_back(
+                                                         PassExplanation{ *next, {}, {}, {}, {} } )
+                                                    : nullptr;
          Pass::Result result = Pass( view, *next, about ).run();
          verdict.passes.push_back( std::move( result.verdict ) );
          std::ranges::move( result.again, std::back_inserter( again ) );

@@ -138,6 +138,7 @@ struct StateNote
 
 struct PassExplanation
 {
+   Arrival arrival;
    std::vector<StageNote> stages; // in order, up to the ranges
    std::vector<RangeNote> ranges;
    std::vector<StageNote> after; // what came of it

@@ -48,11 +48,11 @@ std::string problemOf( Tool::Session& session, const Coverage& about )
                                                              : "";
    Explanation explanation;
    tryPacket( session, about.rows, about.packet, &explanation );
-   for( const RangeNote& range : explanation.passes.front().ranges )
-      if( range.group == about.range )
-         return winnerByWalk( range ) == about.id ? ""
-                                                  : name + "does not win " + about.packet + "\n";
-   return name + "its range does not see " + about.packet + "\n";
+   for( const PassExplanation& pass : explanation.passes )
+      for( const RangeNote& range : pass.ranges )
+         if( range.group == about.range && winnerByWalk( range ) == about.id )
+            return "";
+   return name + "does not win " + about.packet + "\n";
 }
 
 std::string problemsOf( Tool::Session& session, const std::vector<Coverage>& all )
@@ -203,8 +203,9 @@ TEST_P( CoverTest, NoPacketWinsAnEntryThatIsProvedToHaveNone )
          const Recipe recipe( facts, dice.shape() );
          const Trial trial = Tool::tryPacket( session, recipe.rows(), recipe.packet() );
          if( trial.verdict )
-            for( const Winner& winner : trial.verdict->passes.front().winners )
-               won.emplace( winner.group, winner.id );
+            for( const PassVerdict& pass : trial.verdict->passes )
+               for( const Winner& winner : pass.winners )
+                  won.emplace( winner.group, winner.id );
       }
       return won;
    };

@@ -423,7 +423,7 @@ TEST_F( DisorderTest, EachThatAPacketSeesIsATransientOfThatPacket )
       "set urpf.tcamEntryUrpf4 0", "set urpf.tcamEntryUrpf6 0", "call doUrpfHwInitStage1 true" };
    const Cycle links{
       { "lag Port-Channel1 Ethernet3 Ethernet2" }, { "lag Port-Channel1 Ethernet3" } };
-   U64 seed = 0;
+   U64 seed = 20; // five kinds of disorders are seen then, in fewer turns than with others
    for( const std::string_view profile : Sim::chipProfileNames() ) {
       SCOPED_TRACE( profile );
       std::mt19937_64 random( ++seed ); // NOLINT(cert-msc51-cpp): the same at each run

@@ -134,19 +134,26 @@ class Sound
    {
       Explanation explanation;
       const Verdict verdict = session_.packets().engine().explain( arrival, &explanation );
-      const U32 unit = arrival.port.unit;
-      const Chip& chip = session_.agent().hardware().chip( unit );
-      for( const Winner& winner : verdict.passes.front().winners )
-         won_.try_emplace( { unit, winner.group, winner.id }, arrival.frame.text() );
-      for( const RangeNote& range : explanation.passes.front().ranges )
-         for( const FieldGroup& group : chip.groups() )
-            if( group.profile().name == range.group ) {
-               FieldRule rule;
-               rule.qualifiers = qualifiersOf( range.presented, chip.ports() );
-               rule.actionIs( { .role = FieldAction::CopyToCpu } );
-               keys_[ { unit, group.profile().stage } ].try_emplace(
-                  rule.text(), std::pair{ rule, arrival.frame.text() } );
-            }
+      for( const PassVerdict& pass : verdict.passes )
+         for( const Winner& winner : pass.winners )
+            won_.try_emplace(
+               { pass.arrival.unit, winner.group, winner.id }, arrival.frame.text() );
+      for( const PassExplanation& pass : explanation.passes )
+         for( const RangeNote& range : pass.ranges )
+            present( pass.arrival, range );
+   }
+
+   void present( const Arrival& arrival, const RangeNote& range )
+   {
+      const Chip& chip = session_.agent().hardware().chip( arrival.port.unit );
+      for( const FieldGroup& group : chip.groups() )
+         if( group.profile().name == range.group ) {
+            FieldRule rule;
+            rule.qualifiers = qualifiersOf( range.presented, chip.ports() );
+            rule.actionIs( { .role = FieldAction::CopyToCpu } );
+            keys_[ { arrival.port.unit, group.profile().stage } ].try_emplace(
+               rule.text(), std::pair{ rule, arrival.frame.text() } );
+         }
    }
 
    /// A key as the qualifiers that only it matches, and a frame that presents it.

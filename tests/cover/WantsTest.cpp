@@ -60,8 +60,9 @@ TEST_F( WantsTest, NamesTheSmallestChange )
    EXPECT_THAT( other.about.rows, IsEmpty() );
    EXPECT_THAT( other.changes,
       ElementsAre( "destination MAC 02:00:a1:00:00:01 instead of 00:00:00:00:00:55" ) );
-   EXPECT_THAT( wants( "in Ethernet1 dmac router vlan 4000 arp request", request ).changes,
-      ElementsAre( HasSubstr( " instead of 4000" ) ) );
+   const Wanted made = wants( "in Ethernet1 dmac router vlan 4000 arp request", request );
+   EXPECT_THAT( made.about.rows, ElementsAre( "vlan 4000 svi" ) );
+   EXPECT_THAT( made.changes, IsEmpty() );
    run( "no vlan 10 svi\nno vlan 20 svi\nno vlan 30 svi\nno vlan 100 svi" );
    const Wanted svi = wants( "in Ethernet1 dmac router vlan 10 arp request", request );
    EXPECT_THAT( svi.about.rows, ElementsAre( "vlan 10 svi" ) );
@@ -99,6 +100,33 @@ TEST_F( WantsTest, KeepsToThePlaceAndTheKindOfThePacket )
       wants( "in Ethernet2 dmac router vlan 10 arp request", "vlanFloodingPbr" ).about.rows,
       IsEmpty() )
       << "neither takes the rule back nor adds a route instead";
+}
+
+TEST_F( WantsTest, SearchesEachPassOfThePacket )
+{
+   bringUp( "register" );
+   run( R"(vlan 30 vxlan 5030
+tunnel far local 192.0.2.1 remote 192.0.2.2 via Ethernet2 mac 02:00:00:00:00:09 vlan 20)" );
+   const std::string packet =
+      "in Ethernet1 dmac router vlan 10 ipv4 src 192.0.2.2 dst 192.0.2.1 udp vxlan 5030 "
+      "dmac router ipv4 dst 10.8.0.1";
+   const Wanted toCpu = wants( packet, "nexthopToCpu" );
+   EXPECT_THAT( toCpu.about.rows, ElementsAre( "route 10.8.0.1/32 via cpu" ) );
+   EXPECT_EQ( toCpu.about.packet, packet );
+   EXPECT_THAT( toCpu.changes, IsEmpty() );
+   run( "route 10.8.0.1/32 via cpu" );
+   EXPECT_TRUE( wants( packet, "nexthopToCpu" ).already );
+}
+
+TEST_F( WantsTest, CountsThePropertiesOfAVlanOnce )
+{
+   bringUp( "fabric-vfi" );
+   run( "vlan 10 drop-routed" );
+   const std::string packet = "in Ethernet1 dmac router vlan 10 ipv4 dst 10.2.0.9";
+   const Wanted routed = wants( packet, "nexthopToCpu" );
+   EXPECT_EQ( routed.about.packet, packet );
+   EXPECT_THAT(
+      routed.about.rows, ElementsAre( "no vlan 10 drop-routed", "route 10.2.0.9/32 via cpu" ) );
 }
 
 TEST_F( WantsTest, SaysWhatExcludesEachPacket )

@@ -34,6 +34,7 @@ void forEntries( Session& session, const std::vector<U32>& units, const EntryCho
                cover.emplace(
                   hardware, tables, unit, group,
                   [ &session ]( const std::vector<std::string>& rows, const std::string& packet ) {
+                     safePoint( [ & ] { return "at the packet " + packet; } );
                      return tryPacket( session, rows, packet );
                   },
                   names );

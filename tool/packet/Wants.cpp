@@ -2,6 +2,7 @@
 
 #include "platform/runtime/Errors.h"
 #include "platform/runtime/Format.h"
+#include "tool/Interrupt.h"
 #include "tool/Session.h"
 #include "tool/packet/TableTrial.h"
 
@@ -48,12 +49,10 @@ Sim::FieldKey keyOfFrame( const Sim::Headers& headers )
    return key;
 }
 
-Sim::FieldKey keyOf(
-   const Sim::Explanation& explanation, const Sim::Arrival& arrival, const std::string& range )
+Sim::FieldKey keyOf( const Sim::PassExplanation& pass, const std::string& range )
 {
-   const auto& ranges = explanation.passes.front().ranges;
-   const auto at = std::ranges::find( ranges, range, &Sim::RangeNote::group );
-   return at == ranges.end() ? keyOfFrame( arrival.frame.headers() ) : at->presented;
+   const auto at = std::ranges::find( pass.ranges, range, &Sim::RangeNote::group );
+   return at == pass.ranges.end() ? keyOfFrame( pass.arrival.frame.headers() ) : at->presented;
 }
 
 Cover::PacketPlace placeOf( const Sim::ForwardingTables& tables, const Sim::Arrival& arrival )
@@ -120,11 +119,40 @@ std::vector<std::string> changesOf( Session& session, const Sim::Arrival& arriva
    if( vlan != before )
       all.push_back( format( "VLAN %d instead of %d", vlan, before ) );
    for( std::string& difference :
-      differences( key, keyOf( explanation, scene.arrival, found.range ) ) )
+      differences( key, keyOf( explanation.passes.front(), found.range ) ) )
       all.push_back( std::move( difference ) );
    if( all.empty() )
       all = otherDifferences( arrival.frame.headers(), scene.arrival.frame.headers() );
    return all;
+}
+
+/// A packet that comes into a chip again may win the entry then, by other rows alone; if those do not do for its first pass,
+/// that is less than another packet.
+Wanted nearest( Session& session, const Sim::Explanation& explanation, const std::string& packet,
+   Sim::FieldGroup& range, U32 id )
+{
+   const Sim::ForwardingTables tables = session.packets().tables();
+   const auto search = [ & ]( const Sim::PassExplanation& pass, bool isFirst ) {
+      Cover::RangeCover cover(
+         session.agent().hardware(), tables, pass.arrival.port.unit, range,
+         [ & ]( const std::vector<std::string>& rows, const std::string& words ) {
+            safePoint( [ & ] { return "at the packet " + words; } );
+            return tryPacket( session, rows, words );
+         },
+         Cover::PortNames::interfaces, placeOf( tables, pass.arrival ) );
+      return cover.nearest( id, keyOf( pass, range.profile().name ), packet, isFirst );
+   };
+   const Sim::PassExplanation& first = explanation.passes.front();
+   Wanted wanted{ search( first, true ), false, {} };
+   for( const Sim::PassExplanation& pass : explanation.passes )
+      if( &pass != &first && pass.arrival.port.unit == first.arrival.port.unit &&
+          wanted.about.packet != packet )
+         if( Cover::Coverage again = search( pass, false ); again.outcome == Cover::Outcome::found )
+            wanted.about = std::move( again );
+   if( wanted.about.outcome == Cover::Outcome::found )
+      wanted.changes =
+         changesOf( session, first.arrival, keyOf( first, range.profile().name ), wanted.about );
+   return wanted;
 }
 
 } // namespace
@@ -140,32 +168,16 @@ Wanted wantsEntry( Session& session, const Sim::Arrival& arrival, const std::str
          hardware, { unit }, entry, format( "on unit %d, where the packet arrives", unit ) ) );
    Sim::Explanation explanation;
    const Sim::Verdict verdict = session.packets().engine().explain( arrival, &explanation );
-   const Sim::ForwardingTables tables = session.packets().tables();
-   Wanted wanted;
    for( Sim::FieldGroup& group : hardware.chip( unit ).groups() )
       for( const auto& [ id, each ] : group.entries() ) {
          if( &each != chosen )
             continue;
-         const Sim::Winner winner{ group.profile().name, id };
-         const auto& winners = verdict.passes.front().winners;
-         wanted.about = {
-            .unit = unit, .range = group.profile().name, .id = id, .name = each.name };
-         wanted.already = std::ranges::find( winners, winner ) != winners.end();
-         if( wanted.already )
-            return wanted;
-         const Sim::FieldKey key = keyOf( explanation, arrival, group.profile().name );
-         Cover::RangeCover cover(
-            hardware, tables, unit, group,
-            [ &session ]( const std::vector<std::string>& rows, const std::string& words ) {
-               return tryPacket( session, rows, words );
-            },
-            Cover::PortNames::interfaces, placeOf( tables, arrival ) );
-         wanted.about = cover.nearest( id, key, packet );
-         if( wanted.about.outcome == Cover::Outcome::found )
-            wanted.changes = changesOf( session, arrival, key, wanted.about );
-         return wanted;
+         const std::string& range = group.profile().name;
+         if( Cover::wins( verdict, unit, range, id ) )
+            return { { .unit = unit, .range = range, .id = id, .name = each.name }, true, {} };
+         return nearest( session, explanation, packet, group, id );
       }
-   return wanted;
+   return {};
 }
 
 } // namespace Strata::Tool
