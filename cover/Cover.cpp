@@ -200,7 +200,7 @@ Coverage RangeCover::of( U32 id )
    // What becomes of the packets without the entry may depend on the VLAN.
    for( std::size_t vlan = 0; vlan < facts_.vlans.size(); ++vlan )
       if( coverage.outcome == Outcome::found && !coverage.hasEffect &&
-          facts_.vlans[ vlan ].isNewKind ) {
+          facts_.vlans[ vlan ].isFirstOfKind ) {
          solver_->lookUpIn( vlan );
          search( coverage );
       }

@@ -101,10 +101,21 @@ void Facts::addStations()
    }
 }
 
+/// Of all units.
+std::vector<PortRef> Facts::frontPanelMembers( U16 vlanId ) const
+{
+   std::vector<PortRef> members;
+   for( const auto& [ ofUnit, chipOfUnit ] : hardware.chips() )
+      if( const auto at = chipOfUnit.vlans().find( vlanId ); at != chipOfUnit.vlans().end() )
+         for( const U32 port : at->second.members& chipOfUnit.frontPanelPorts() )
+            members.push_back( { ofUnit, port } );
+   return members;
+}
+
 void Facts::addVlans( const std::optional<PacketPlace>& entrance )
 {
    std::set<std::tuple<std::set<VlanFlag>, std::string, std::string, std::vector<bool>>> kinds;
-   std::set<std::tuple<std::set<VlanFlag>, std::vector<bool>, bool, U32>> coarseKinds;
+   std::set<std::tuple<std::set<VlanFlag>, std::vector<bool>, bool, std::size_t>> searchKinds;
    U16 unused = 4094;
    std::vector<U16> ids;
    for( const auto& [ id, vlan ] : chip.vlans() )
@@ -124,20 +135,14 @@ void Facts::addVlans( const std::optional<PacketPlace>& entrance )
       place.ipv6 = !vlan.flags.contains( VlanFlag::vlanIp6RoutingOff );
       place.multicast = vlan.flags.contains( VlanFlag::vlanMcastRoutingOn ) &&
                         !vlan.flags.contains( VlanFlag::vlanMcastRoutingOff );
-      U32 members = 0;
-      for( const auto& [ other, chipOfOther ] : hardware.chips() )
-         if( const auto at = chipOfOther.vlans().find( id ); at != chipOfOther.vlans().end() )
-            for( const U32 port : at->second.members& chipOfOther.frontPanelPorts() ) {
-               place.onlyPort = PortRef{ other, port };
-               ++members;
-            }
-      if( members != 1 )
-         place.onlyPort.reset();
-      place.isNewKind =
-         coarseKinds
-            .emplace( vlan.flags, atStations,
-               vlan.members.contains( static_cast<U32>( chip.profile().specialPorts.cpu ) ),
-               std::min( members, 2U ) )
+      const std::vector<PortRef> members = frontPanelMembers( id );
+      if( members.size() == 1 )
+         place.onlyPort = members.front();
+      const bool hasCpu =
+         vlan.members.contains( static_cast<U32>( chip.profile().specialPorts.cpu ) );
+      place.isFirstOfKind =
+         searchKinds
+            .emplace( vlan.flags, atStations, hasCpu, std::min<std::size_t>( members.size(), 2 ) )
             .second;
       vlans.push_back( place );
    }

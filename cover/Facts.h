@@ -37,8 +37,8 @@ struct VlanPlace
    bool ipv4 = true;   // routing is not switched off
    bool ipv6 = true;
    bool multicast = false;
-   /// It exists, and but for its ports and rows there is none like it in front of it.
-   bool isNewKind = false;
+   /// The first VLAN that exists with its routing flags, my-station entries, CPU port, and none, one or several ports.
+   bool isFirstOfKind = false;
    std::optional<Sim::PortRef> onlyPort{}; // the member of a VLAN with one front-panel port
    Sim::VlanProperties row{};
 };
@@ -117,6 +117,7 @@ struct Facts
 
  private:
    std::string unitWords( U32 ofUnit ) const; // " unit 4", if there are several
+   std::vector<Sim::PortRef> frontPanelMembers( U16 vlanId ) const;
    void addVlans( const std::optional<PacketPlace>& entrance );
    void addArrivals();
    void addStations();

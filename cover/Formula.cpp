@@ -23,7 +23,7 @@ const char* reasonText( Law law )
    case Law::words:
       return "commands have no words for such a frame";
    case Law::arrival:
-      return "no port that is up and in a VLAN receives it";
+      return "no port that is up receives it";
    case Law::station:
       return "no my-station entry matches its destination MAC in its VLAN";
    case Law::vxlan:

@@ -138,7 +138,7 @@ struct StateNote
 
 struct PassExplanation
 {
-   Arrival arrival;
+   Arrival arrival;               // at the chip
    std::vector<StageNote> stages; // in order, up to the ranges
    std::vector<RangeNote> ranges;
    std::vector<StageNote> after; // what came of it

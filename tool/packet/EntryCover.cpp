@@ -31,13 +31,7 @@ void forEntries( Session& session, const std::vector<U32>& units, const EntryCho
             if( !entry.installed() || !chosen.includes( group, id, entry ) )
                continue;
             if( !cover )
-               cover.emplace(
-                  hardware, tables, unit, group,
-                  [ &session ]( const std::vector<std::string>& rows, const std::string& packet ) {
-                     safePoint( [ & ] { return "at the packet " + packet; } );
-                     return tryPacket( session, rows, packet );
-                  },
-                  names );
+               cover.emplace( hardware, tables, unit, group, packetTrials( session ), names );
             safePoint( [ &at = entry ] { return "at the entry '" + at.name + "'"; } );
             each( *cover, unit, id );
          }

@@ -1,5 +1,6 @@
 #include "tool/packet/TableTrial.h"
 
+#include "tool/Interrupt.h"
 #include "tool/Session.h"
 #include "tool/packet/PacketWords.h"
 #include "tool/words/Command.h"
@@ -77,6 +78,14 @@ Cover::Trial tryPacket( Session& session, const std::vector<std::string>& comman
    } catch( const InputError& refusal ) {
       return { std::nullopt, refusal.problem() };
    }
+}
+
+Cover::Evaluate packetTrials( Session& session )
+{
+   return [ &session ]( const std::vector<std::string>& rows, const std::string& packet ) {
+      safePoint( [ & ] { return "at the packet " + packet; } );
+      return tryPacket( session, rows, packet );
+   };
 }
 
 std::optional<Desk::ProbeVerdict> probeAfter(

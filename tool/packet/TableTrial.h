@@ -18,6 +18,9 @@ class Session;
 Cover::Trial tryPacket( Session& session, const std::vector<std::string>& commands,
    const std::string& packet, Sim::Explanation* explanation = nullptr );
 
+/// Tries packets by tryPacket(), each at a safe point. Requires: the session outlives it.
+Cover::Evaluate packetTrials( Session& session );
+
 /// What becomes of the packet, as of a probe; none if a command or the packet is refused.
 std::optional<Desk::ProbeVerdict> probeAfter(
    Session& session, const std::vector<std::string>& commands, const std::string& packet );

@@ -2,7 +2,6 @@
 
 #include "platform/runtime/Errors.h"
 #include "platform/runtime/Format.h"
-#include "tool/Interrupt.h"
 #include "tool/Session.h"
 #include "tool/packet/TableTrial.h"
 
@@ -126,20 +125,14 @@ std::vector<std::string> changesOf( Session& session, const Sim::Arrival& arriva
    return all;
 }
 
-/// A packet that comes into a chip again may win the entry then, by other rows alone; if those do not do for its first pass,
-/// that is less than another packet.
+/// The answer for the packet's first pass, or rows that are enough for a later pass if those for the first are not.
 Wanted nearest( Session& session, const Sim::Explanation& explanation, const std::string& packet,
    Sim::FieldGroup& range, U32 id )
 {
    const Sim::ForwardingTables tables = session.packets().tables();
    const auto search = [ & ]( const Sim::PassExplanation& pass, bool isFirst ) {
-      Cover::RangeCover cover(
-         session.agent().hardware(), tables, pass.arrival.port.unit, range,
-         [ & ]( const std::vector<std::string>& rows, const std::string& words ) {
-            safePoint( [ & ] { return "at the packet " + words; } );
-            return tryPacket( session, rows, words );
-         },
-         Cover::PortNames::interfaces, placeOf( tables, pass.arrival ) );
+      Cover::RangeCover cover( session.agent().hardware(), tables, pass.arrival.port.unit, range,
+         packetTrials( session ), Cover::PortNames::interfaces, placeOf( tables, pass.arrival ) );
       return cover.nearest( id, keyOf( pass, range.profile().name ), packet, isFirst );
    };
    const Sim::PassExplanation& first = explanation.passes.front();
