@@ -90,6 +90,7 @@ class Formula
    {
       return variable == value( static_cast<U64>( what ), variable.get_sort().bv_size() );
    }
+   z3::expr hasItsHeader();
    template<class E>
    z3::expr isOneOf( const z3::expr& variable, std::initializer_list<E> choices );
    /// True if the packet arrives by a place, or in a VLAN, of which this holds.

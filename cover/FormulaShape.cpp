@@ -78,6 +78,13 @@ Shape Formula::shape( const z3::model& model ) const
    return shape;
 }
 
+/// Not an EtherType that has words of its own, without the header behind it.
+z3::expr Formula::hasItsHeader()
+{
+   return !is( payload_, Payload::other ) ||
+          !isOneOf( etherType_, { Sim::etherTypeArp, Sim::etherTypeIpv4, Sim::etherTypeIpv6 } );
+}
+
 std::vector<Wish> Formula::wishes()
 {
    constexpr U64 usualMac = 0x020000000002;
@@ -121,6 +128,9 @@ std::vector<Wish> Formula::wishes()
    for( const z3::expr& vlan : { vlan_, domain_ } )
       wish( inVlan( vlan, []( const VlanPlace& place ) { return place.exists; } ) );
    wish( is( payload_, Payload::ipv4 ), Qualifier::EtherType );
+   wish( hasItsHeader() );
+   wish( z3::implies( is( payload_, Payload::other ), etherType_ == value( usualEtherType, 16 ) ),
+      Qualifier::EtherType );
    wish( is( inner_, Payload::ipv4 ) );
    wish( !popsV6_ );
    wish( protocol_ == value( Sim::ipProtocolUdp, 8 ), Qualifier::IpProtocol );
@@ -165,10 +175,7 @@ std::vector<Likeness> Formula::likenesses( const Sim::FieldKey& key )
                   : !term.has,
          weight );
    }
-   // An EtherType without its header would be like, too.
-   like( !is( payload_, Payload::other ) ||
-            !isOneOf( etherType_, { Sim::etherTypeArp, Sim::etherTypeIpv4, Sim::etherTypeIpv6 } ),
-      ofTables );
+   like( hasItsHeader(), ofTables ); // an EtherType without its header would be like, too
    for( const z3::expr& unusual : { popped_, switched_, replicated_, steered_, tagged_, tooLong_ } )
       like( !unusual, ofTables );
    // The rows as they are, of the place where it arrives.

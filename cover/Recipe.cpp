@@ -362,7 +362,7 @@ std::string Recipe::network( Payload payload, bool outer ) const
    case Payload::other:
       break;
    }
-   return format( "ethertype 0x%x", outer ? shape_.etherType : 0x88B5U );
+   return format( "ethertype 0x%x", outer ? shape_.etherType : usualEtherType );
 }
 
 std::string Recipe::makePacket() const

@@ -26,6 +26,9 @@ VORMEL_ENUM( Fate, U8,
    lost,          // it is to be routed, and dropped
    ended )        // neither routed nor bridged: a label or ARP that ends here
 
+/// For experiments; nothing looks behind it.
+inline constexpr U32 usualEtherType = 0x88B5;
+
 struct Shape
 {
    std::size_t arrival = 0; // index in Facts::arrivals

@@ -38,6 +38,15 @@ static std::string dstPortText( const FieldQualifier& q )
    return "mod " + part( q.data, q.mask ) + " port " + part( q.port, q.portMask );
 }
 
+/// The number where it is no value of the enum.
+template<class E>
+static std::string roleText( U64 number )
+{
+   const std::string_view name =
+      number < roleNames<E>.size() ? roleName( static_cast<E>( number ) ) : std::string_view();
+   return name.empty() ? std::to_string( number ) : std::string( name );
+}
+
 static std::string valueText( const FieldQualifier& q )
 {
    std::string decimal = std::to_string( q.data );
@@ -70,9 +79,9 @@ static std::string valueText( const FieldQualifier& q )
    case Qualifier::Ttl:
       return format( "%d/0x%x", q.data, q.mask );
    case Qualifier::IpType:
-      return std::string( roleName( static_cast<FieldIpType>( q.data ) ) );
+      return roleText<FieldIpType>( q.data );
    case Qualifier::PacketRes:
-      return std::string( roleName( static_cast<PacketResult>( q.data ) ) );
+      return roleText<PacketResult>( q.data );
    case Qualifier::InPorts:
    case Qualifier::InPortsClass:
    case Qualifier::OutPortsClass:

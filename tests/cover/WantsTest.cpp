@@ -148,7 +148,7 @@ TEST_F( WantsTest, IsSaidAtTheCommandLine )
    EXPECT_THAT( text, HasSubstr( "found    route 10.2.0.9/32 via cpu" ) );
    EXPECT_THAT( text, HasSubstr( packet.substr( 0, packet.size() - 1 ) ) );
    EXPECT_THAT( shown( "explain in Ethernet1 dmac router ipv4 dst 10.3.0.1 wants nexthopToCpu" ),
-      HasSubstr( "Nothing: the packet wins the entry." ) );
+      HasSubstr( "wins     nothing: the packet" ) );
    EXPECT_THROW( run( packet + "wants urpf-single-wide 1" ), InputError ) << "it is not there";
    EXPECT_THAT( shown( packet + "wants nexthopToCpu --json" ), HasSubstr( "\"changes\": []" ) );
 }
@@ -165,6 +165,8 @@ TEST_F( WantsTest, AnotherNameOrNumberOfTheEntryIsHinted )
       return std::string();
    };
    EXPECT_THAT( refusal( "1034" ), HasSubstr( "that id, 'NextHop to Cpu', is 'main 33' here" ) );
+   EXPECT_THAT(
+      refusal( "1017" ), HasSubstr( "no entry has that id; the nearest is 1021, 'vlan fl" ) );
    EXPECT_THAT( refusal( "16" ), HasSubstr( "'16' (main 1017) is not in hardware on unit 0" ) );
    EXPECT_THAT( refusal( R"("vlan flod")" ), HasSubstr( "; did you mean 'vlan flood'?" ) );
    EXPECT_THAT( refusal( "vlanFloodingDrop" ), HasSubstr( "; did you mean 'vlanFlooding" ) );

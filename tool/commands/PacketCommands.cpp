@@ -98,7 +98,7 @@ Table wantedTable( const Session& session, const Wanted& wanted )
       table.row( { std::exchange( outcome, {} ), text } );
    };
    if( wanted.already ) {
-      table.row( { "", "Nothing: the packet wins the entry." } );
+      table.row( { "wins", "nothing: the packet wins the entry as it is" } );
       return table;
    }
    for( const std::string& change : wanted.changes )
@@ -144,11 +144,13 @@ Act explainWant( const Session& session, Words& words, const Sim::Arrival& arriv
 Act explainPacket( const Session& session, Words& words )
 {
    const bool all = words.accept( "-v" );
+   const Word* const option = words.last();
    const Sim::Arrival arrival = takeArrivalBehind( session, words );
    const bool after = words.accept( "after" );
    const bool wants = !after && words.accept( "wants" );
    if( all && ( after || wants ) )
-      words.fail( "'-v' is for one explanation; leave it out" );
+      words.failAt( *option, "'-v' shows all of one explanation, and '" + words.last()->text +
+                                "' shows none; leave it out" );
    if( wants )
       return explainWant( session, words, arrival );
    if( after )
@@ -201,7 +203,7 @@ std::vector<Command> packetCommands()
    return {
       { "packet", "[-v] in PORT FRAME|probe NAME", "send a packet into a port", sendPacket },
       { "explain", "[-v] in PORT FRAME|probe NAME [after COMMAND...|wants ENTRY]",
-         "explain the outcome of a packet, what a command would change in it, or how it would win an entry; changes nothing",
+         "explain the outcome of a packet, what a command would change in it, or what it would take to win an entry; changes nothing",
          explainPacket },
    };
 }

@@ -22,11 +22,16 @@ const Command& takeWatchedCommand( Words& words )
       words.failAtEnd( "expected a command, as in 'set pbr.pbrEnabled true'" );
    const Word* const first = words.peek();
    const Command& command = takeCommand( words );
-   if( !command.isEvent() )
-      words.failAt(
-         *first, "packets are watched while one command changes the switch; '" +
-                    std::string( command.name ) + "' is not such a command" +
-                    ( command.name == "include" ? ", but the lines of its file may be" : "" ) );
+   if( !command.isEvent() ) {
+      const std::string name = "'" + std::string( command.name ) + "'";
+      words.failAt( *first, "packets are watched while one command changes the switch; " + name +
+                               ( command.name == "switch"       ? " makes another one"
+                                  : command.name == "no switch" ? " ends it"
+                                  : command.shows() ? " only shows something; run it by itself"
+                                  : command.name == "include"
+                                     ? " is not such a command, but the lines of its file may be"
+                                     : " is not such a command" ) );
+   }
    return command;
 }
 

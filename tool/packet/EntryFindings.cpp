@@ -37,6 +37,18 @@ std::vector<std::string> actionFindings(
    return findings;
 }
 
+/// Which qualifiers of the entry its fields cannot have at all; empty if they only exclude each other.
+std::string impossibleValues( const Session& session, const Coverage& about )
+{
+   std::vector<std::string> values;
+   for( const Sim::FieldGroup& group : session.agent().hardware().chip( about.unit ).groups() )
+      if( const Sim::FieldEntry* const entry = group.find( about.id ) )
+         for( const Sim::FieldQualifier& qualifier : entry->hardware->qualifiers )
+            if( Sim::qualifierCode( group.profile().stage, {}, qualifier ) != Sim::SdkCode::None )
+               values.push_back( qualifier.text() );
+   return listed( values, ", " );
+}
+
 } // namespace
 
 std::string nameOf( const Session& session, const Coverage& about, U32 id )
@@ -67,7 +79,11 @@ std::string proofText( const Session& session, const Coverage& about )
    }
    if( !about.reasons.empty() )
       text += ( text.empty() ? "" : "; " ) + listed( about.reasons, ", " );
-   return text.empty() ? "its qualifiers exclude each other" : text;
+   if( !text.empty() )
+      return text;
+   const std::string impossible = impossibleValues( session, about );
+   return impossible.empty() ? "its qualifiers exclude each other"
+                             : "the field has no such value: " + impossible;
 }
 
 std::vector<EntryFinding> findingsOf( const Session& session, const Coverage& about )

@@ -73,7 +73,7 @@ constexpr Meaning meanings[] = {
    { "plan -v", "also which packets for entries would fare otherwise" },
    { "plan save", "keep the plan in this file, for 'apply'" },
    { "after", "what this command would change in it" },
-   { "wants", "what it would take that it wins this entry" },
+   { "wants", "what it would take to win this entry" },
    { "-v", "with every entry and all state" },
    { "in", "where the packet arrives" },
    { "port", "by its number in the chip" },

@@ -136,9 +136,9 @@ NameWords takeNameWords( Words& words )
 
 bool Command::isEvent() const
 {
-   static constexpr std::array<std::string_view, 16> others{ "switch", "no switch", "quiet", "loud",
+   static constexpr std::array<std::string_view, 14> others{ "switch", "no switch", "quiet", "loud",
       "mark", "note", "include", "transient", "packet", "pcap", "probe", "no probe", "capture",
-      "no capture", "cover", "lint" };
+      "no capture" };
    return needsSwitch && !shows() && !name.starts_with( "expect" ) &&
           std::ranges::find( others, name ) == others.end();
 }

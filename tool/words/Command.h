@@ -36,13 +36,10 @@ struct Command
    bool shows() const
    {
       return name.starts_with( "show " ) || name == "explain" || name == "cover" ||
-             name == "plan" || name == "help";
+             name == "lint" || name == "plan" || name == "help";
    }
    /// Whether the line may end with --json.
-   bool takesJson() const
-   {
-      return shows() || name == "pcap" || name == "transient" || name == "lint";
-   }
+   bool takesJson() const { return shows() || name == "pcap" || name == "transient"; }
    /// Whether it changes a switch that exists.
    bool isEvent() const;
 

@@ -6,6 +6,7 @@
 #include "tool/view/Expectation.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace Strata::Tool {
@@ -25,16 +26,27 @@ std::vector<std::string_view> rangeNames( const Sim::SimSwitch& hardware )
    return names;
 }
 
-/// "; the entry with that id is 'main 33', 'NextHop to Cpu'", of a number that is the id of an entry.
+/// "; the entry with that id, 'NextHop to Cpu', is 'main 33' here", of a number that is an id of a range; without such an
+/// entry the nearest ones.
 std::string idHint( const Sim::SimSwitch& hardware, U64 id )
 {
+   std::string nearest;
    for( const auto& [ unit, chip ] : hardware.chips() )
-      for( const Sim::FieldGroup& group : chip.groups() )
-         for( const auto& [ each, entry ] : group.entries() )
-            if( each == id )
-               return format( "; the entry with that id, '%s', is '%s %d' here", entry.name,
-                  group.profile().name, each - group.profile().base );
-   return {};
+      for( const Sim::FieldGroup& group : chip.groups() ) {
+         const Sim::FieldGroupProfile& range = group.profile();
+         if( id < range.base || id >= U64{ range.base } + range.size || group.entries().empty() )
+            continue;
+         const auto next = group.entries().lower_bound( static_cast<U32>( id ) );
+         const auto& [ near, entry ] =
+            *( next == group.entries().end() ? std::prev( next ) : next );
+         const std::string place = format( "'%s %d' here", range.name, near - range.base );
+         if( near == id )
+            return format( "; the entry with that id, '%s', is %s", entry.name, place );
+         if( nearest.empty() )
+            nearest = format( "; no entry has that id; the nearest is %d, '%s', which is %s", near,
+               entry.name, place );
+      }
+   return nearest;
 }
 
 /// The word taken last is not an entry of the range, nor a range where these fit as well.
@@ -64,7 +76,13 @@ EntryChoice takeChoice( const Session& session, Words& words, bool orRange )
 {
    const Sim::SimSwitch& hardware = session.agent().hardware();
    EntryChoice choice;
-   if( const Word* const word = words.peek(); word && hardware.tcamManager( word->text ) )
+   const Word* const range = words.peek();
+   const bool isRange = range && hardware.tcamManager( range->text );
+   if( isRange && range->quoted )
+      words.failAt(
+         *range, "quotes are for the name that an entry is claimed under; write the range '" +
+                    range->text + "' without them" );
+   if( isRange )
       choice.group = words.take( {} ).text;
    const Word& word = words.take( entryMeaning, "NAME" );
    choice.text = choice.group + ( choice.group.empty() ? "" : " " ) + word.text;
@@ -111,8 +129,8 @@ EntryChoice takeRangeOrEntry(
    };
    words.offer( "NAME", entryMeaning );
    const std::vector<std::string_view> ranges = rangeNames( session.agent().hardware() );
-   if( isThere( 0 ) &&
-       ( isThere( 1 ) || std::ranges::find( ranges, words.peek()->text ) == ranges.end() ) )
+   if( isThere( 0 ) && ( isThere( 1 ) || words.peek()->quoted ||
+                          std::ranges::find( ranges, words.peek()->text ) == ranges.end() ) )
       return takeChoice( session, words, true );
    EntryChoice all;
    all.group = all.text = words.acceptOneOf( ranges );

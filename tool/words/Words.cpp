@@ -150,12 +150,18 @@ std::string didYouMean(
    constexpr std::size_t most = 3; // names that are worth listing
    const std::string lower = lowerCase( wrong );
    const std::string_view nearest = Vormel::nearestName( wrong, names );
+   // Differs from the other if several are as near.
+   const std::string_view last =
+      Vormel::nearestName( wrong, std::vector<std::string_view>( names.rbegin(), names.rend() ) );
    const bool slip = !nearest.empty() && isSlipOf( wrong, nearest );
    std::vector<std::string_view> meant;
    std::ranges::copy_if( names, std::back_inserter( meant ),
       [ & ]( std::string_view name ) { return lowerCase( name ) == lower; } );
-   if( meant.empty() && slip && nearest.size() <= wrong.size() + 1 )
+   if( meant.empty() && slip && nearest.size() <= wrong.size() + 1 ) {
       meant.push_back( nearest ); // rather than all that start with the word
+      if( last != nearest && isSlipOf( wrong, last ) )
+         meant.push_back( last );
+   }
    if( meant.empty() && wrong.size() > 1 )
       std::ranges::copy_if( names, std::back_inserter( meant ),
          [ & ]( std::string_view name ) { return lowerCase( name ).starts_with( lower ); } );
@@ -381,7 +387,8 @@ void Words::failAt( const Word& word, const std::string& problem ) const
    const bool behindFilter = line_.words.front().text == "|"; // the line is the filters alone
    throw InputError( line_, word.column, word.width,
       isFilter && !behindFilter ? "there is no output to filter; "
-                                  "only 'show', 'explain' and 'help' take filters"
+                                  "only 'show', 'explain', 'plan', 'cover', 'lint' and "
+                                  "'help' take filters"
                                 : problem );
 }
 
