@@ -97,6 +97,7 @@ static ExitStatus runToEnd( const std::string& file, Console& console, SessionCo
             begins( session );
          if( !file.empty() )
             runLines( file, session );
+         session.tellIdleAcceptances();
          session.end();
          if( atEnd )
             atEnd( session );
@@ -132,6 +133,7 @@ ExitStatus checkScenario( const std::string& file, Console& console )
 {
    return withSession( file, console, { .checking = true }, [ & ]( Session& session ) {
       runLines( file, session );
+      session.tellIdleAcceptances();
       session.end();
       console.summary( file, session.counts(), RunEnd::checked );
       console.checkWritten();

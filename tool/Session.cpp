@@ -1,5 +1,6 @@
 #include "tool/Session.h"
 
+#include "cover/Solver.h"
 #include "desk/RecordedHardware.h"
 #include "desk/Twin.h"
 #include "platform/runtime/Assert.h"
@@ -378,6 +379,8 @@ void Session::broken( const std::string& what )
 
 void Session::refused( const InputError& error )
 {
+   if( !refusals_.insert( error.what() ).second )
+      return;
    ++counts_.refused;
    console_.refused( error );
    console_.error( error.what() );
@@ -388,6 +391,15 @@ void Session::passedOver( const Line& line, const std::string& why )
    console_.notice(
       ( line.inclusion ? placeText( line ) : "Line " + std::to_string( line.number ) ) +
       " is skipped: " + why );
+}
+
+void Session::tellIdleAcceptances()
+{
+   // Other chips have other transients, and without a solver only those of probes are seen.
+   if( !config_.profile.empty() || !Cover::Solver::available() )
+      return;
+   for( const std::string& text : acceptedTransients_.idle( config_.watchesEvents ) )
+      console_.notice( text );
 }
 
 void Session::end()

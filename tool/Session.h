@@ -7,6 +7,7 @@
 #include "desk/Probes.h"
 #include "desk/RecordingFile.h"
 #include "desk/SwitchState.h"
+#include "tool/packet/AcceptedTransients.h"
 #include "tool/packet/PacketDesk.h"
 #include "tool/view/Console.h"
 #include "tool/words/Words.h"
@@ -15,6 +16,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -103,6 +105,10 @@ class Session
    Desk::Probes& probes() { return probes_; }
    const Desk::Probes& probes() const { return probes_; }
 
+   AcceptedTransients& acceptedTransients() { return acceptedTransients_; }
+   /// Tells of lines that have accepted no transient in the run.
+   void tellIdleAcceptances();
+
    // While hasAgent().
 
    /// Takes the name of an object.
@@ -140,7 +146,7 @@ class Session
    U32 failures() const { return counts_.failures; }
    /// A convention of the hardware calls was broken on a foreign profile.
    void broken( const std::string& what );
-   /// Reports and counts a line that cannot be run, of a check.
+   /// Reports and counts a line that cannot be run, of a check; an error once that several lines meet.
    void refused( const InputError& error );
    /// Whether the last `switch` line of a check was refused, so that there is nothing to run lines on.
    bool hasLostSwitch() const { return hasLostSwitch_; }
@@ -176,6 +182,7 @@ class Session
    std::unique_ptr<Agent> agent_;
    std::unique_ptr<PacketDesk> packets_; // of the agent's switch
    Desk::Probes probes_;
+   AcceptedTransients acceptedTransients_;
    const Line* running_ = nullptr; // the innermost of an included file
    std::optional<Line> last_;      // the line that ran last
    SessionConfig config_;
@@ -187,7 +194,8 @@ class Session
    bool isTwin_ = false;
    bool over_ = false;
    bool hasLostSwitch_ = false;
-   ChildChannel* channel_ = nullptr; // of a child
+   ChildChannel* channel_ = nullptr;  // of a child
+   std::set<std::string> refusals_{}; // of a check
    RunCounts counts_;
 };
 

@@ -21,17 +21,6 @@
 namespace Strata::Tool {
 namespace {
 
-/// The lines of the file beside the scenario that accept something.
-std::set<std::string> acceptingLines( const std::string& scenario )
-{
-   std::set<std::string> all;
-   std::ifstream file( std::filesystem::path( scenario ).replace_extension( ".transients" ) );
-   for( std::string line; std::getline( file, line ); )
-      if( !line.starts_with( '#' ) )
-         all.insert( line );
-   return all;
-}
-
 /// "COMMAND => PACKET: what becomes of it" for each transient of the scenario's events that is not accepted, and the lines of
 /// the file beside it that accept none.
 std::string transientsOf( const std::string& scenario )
@@ -44,7 +33,6 @@ std::string transientsOf( const std::string& scenario )
    const U64 every = fromEnvironment( "STRATA_WATCHED", 1 );
    U64 events = 0;
    std::string all;
-   std::set<std::string> unused = acceptingLines( scenario );
    while( const std::optional<Line> line = lines.next() ) {
       if( line->words.empty() )
          continue;
@@ -56,19 +44,13 @@ std::string transientsOf( const std::string& scenario )
       }
       for( const Transient& transient :
          runWatched( session, command.act( session, words ), words, commandText( *line ) ) )
-         if( transient.reason )
-            std::erase_if( unused, [ & ]( const std::string& accepting ) {
-               return accepting.ends_with(
-                         " => " + transient.packet + " => " + *transient.reason ) ||
-                      accepting.ends_with( "* => " + *transient.reason );
-            } );
-         else
+         if( !transient.reason )
             all += commandText( *line ) + " => " + transient.packet + ": " + transient.meanwhile +
                    " from " + transient.call + "\n";
    }
    if( every == 1 )
-      for( const std::string& accepting : unused )
-         all += "unused: " + accepting + "\n";
+      for( const std::string& idle : session.acceptedTransients().idle( true ) )
+         all += idle + "\n";
    return all;
 }
 
@@ -228,41 +210,88 @@ TEST_F( PacketTest, WhatIsAsAfterwardsIsNoTransientAndWhatIsAsBeforeOnlyIfItGoes
    EXPECT_EQ( meanwhile( { true } ), "" );
 }
 
-TEST( Transient, IsExpectedUnlessAFileAcceptsIt )
+/// A scenario with a probe that fares otherwise while the switch becomes a router, and the files that accept it.
+class AcceptedTest : public testing::Test
 {
-   NEEDS_SOLVER();
+ protected:
+   void SetUp() override { NEEDS_SOLVER(); }
+   void TearDown() override { std::filesystem::remove_all( file ); }
+
+   Outcome run( const std::string& accepting, const std::string& behind = {} ) const
+   {
+      std::ofstream( file ) << accepting;
+      return runText( text + behind );
+   }
+
    const std::string text =
       "switch hsdk ports 4\ninterface Ethernet1-4 unit 0 port 1\nvlan 10 svi\nbring-up\n"
       "probe request in Ethernet1 dmac 02:00:a1:00:00:01 vlan 10 arp request\n"
       "expect hitless set pbr.pbrEnabled true\n"
       "expect hitless router 02:00:a1:00:00:01\n";
-   const std::string accepted =
+   const std::filesystem::path file =
       std::filesystem::path( scenarioFile( text ) ).replace_extension( ".transients" );
-   const std::string entry = "drop ucast arp request with dmac=bridgeMac";
-   std::filesystem::remove( accepted );
+};
+
+TEST_F( AcceptedTest, FailureSaysWhatToWriteIntoWhichFile )
+{
    const Outcome refused = runText( text );
    EXPECT_EQ( refused.status, 1 ) << refused.out << refused.err;
    EXPECT_THAT( refused.out, testing::HasSubstr( "1 of 2 expectations" ) );
+   EXPECT_THAT( refused.out,
+      testing::ContainsRegex( "found     main: .*: CPU queue 0: .*; also request; .*" ) );
+   const std::string found = refused.out.substr( refused.out.find( "write '" ) + 7 );
+   const std::string line = found.substr( 0, found.find( "=> REASON' into '" ) ) + "=> it is so\n";
+   EXPECT_THAT( found, testing::HasSubstr( "into '" + file.string() + "'" ) );
+   EXPECT_EQ( run( line + "router * => request => the same\n" ).status, 0 ) << line;
+}
+
+TEST_F( AcceptedTest, NamesAreWholeOrStartsAndBlanksAndCaseDoNotCount )
+{
+   EXPECT_EQ(
+      run( "router 02:00:a1:00:00:09 => * => another\n* => request => one of two\n" ).status, 1 );
+   EXPECT_EQ( run( "router => * => not the whole name\n" ).status, 1 );
+   const Outcome held = run(
+      "  # why\n \t\n\tROUTER  02:00:A1:* =>main:  Drop UCAST *=> entry\r\n* => request => whole => name\n"
+      "* => req* => start\n",
+      "no router\ntransient router 02:00:a1:00:00:01\n" );
+   EXPECT_EQ( held.status, 0 ) << held.out << held.err;
+   EXPECT_THAT( held.out, testing::HasSubstr( "  accepted  entry\n" ) );
+   EXPECT_THAT( held.out, testing::HasSubstr( "  accepted  whole => name\n" ) );
+}
+
+TEST_F( AcceptedTest, LinesThatAcceptNothingInTheWholeRunAreTold )
+{
+   const std::string again = "no router\nexpect hitless router 02:00:a1:00:00:01\n"
+                             "expect hitless set pbr.pbrEnabled true\n";
+   const std::string lines = "router 02:00:a1:00:00:01 => * => prescribed\n"
+                             "router 02:00:a1:00:00:01 => vlan flood => none\n"
+                             "set pbr.pbrEnabled false => * => no such command\n";
+   const Outcome all = run( lines, again );
+   EXPECT_EQ( all.status, 0 );
    EXPECT_THAT(
-      refused.out, testing::ContainsRegex(
-                      "found     main: .*: CPU queue 0: .*; also request; 'transient' instead" ) );
-   std::ofstream( accepted ) << "router 02:00:a1:00:00:01 => * => prescribed\n";
-   const Outcome held = runText( text );
-   EXPECT_EQ( held.status, 0 );
-   EXPECT_THAT( held.out, testing::Not( testing::HasSubstr( "accepts nothing" ) ) );
-   std::ofstream( accepted ) << "router 02:00:a1:00:00:09 => " << entry
-                             << " => another\n* => request => the same\n";
-   EXPECT_EQ( runText( text ).status, 1 );
-   std::ofstream( accepted ) << "* => * => the same\nrouter 02:00:a1:00:00:01 => "
-                                "vlan flood => it does not fare otherwise\n";
-   const Outcome unused = runText( text );
-   EXPECT_EQ( unused.status, 0 );
-   EXPECT_THAT( unused.out, testing::ContainsRegex( "2: this line[ \n]accepts[ \n]nothing" ) );
-   std::ofstream( accepted ) << "# why\n\n* => request\n";
-   const Outcome unclear = runText( text );
-   EXPECT_EQ( unclear.status, 2 );
-   EXPECT_THAT( unclear.err,
-      testing::HasSubstr( ".transients:3:1: a line is 'COMMAND => PACKET => REASON'" ) );
+      all.out, testing::ContainsRegex( ":2:[ \n]this[ \n]line[ \n]accepts[ \n]nothing" ) );
+   EXPECT_EQ( all.out.find( "accepts" ), all.out.rfind( "accepts" ) ) << all.out;
+   EXPECT_THAT( run( "router 02:00:a1:00:00:01 => request => at first\n* => * => all\n",
+                   "no router\nset pbr.pbrEnabled false\nrouter 02:00:a1:00:00:01\n" + again )
+                   .out,
+      testing::Not( testing::HasSubstr( "nothing" ) ) );
+}
+
+TEST_F( AcceptedTest, FilesThatCannotBeUsedAreRefusedOnce )
+{
+   for( const std::string bad :
+      { "* => request", " => * => no command", "* => => no packet", "* => * =>" } ) {
+      const Outcome unclear = run( "# why\n\n" + bad + "\n" );
+      EXPECT_EQ( unclear.status, 2 ) << bad;
+      EXPECT_THAT( unclear.err,
+         testing::HasSubstr( ".transients:3:1: a line is 'COMMAND => PACKET => REASON'" ) );
+   }
+   const Outcome checked = runText( text + "no router\n", { "--check" } );
+   EXPECT_THAT( checked.out + checked.err, testing::HasSubstr( "1 line cannot be run" ) );
+   std::filesystem::remove( file );
+   std::filesystem::create_directory( file );
+   EXPECT_THAT(
+      runText( text ).err, testing::ContainsRegex( ":6:1: cannot read .*: it is a directory" ) );
 }
 
 TEST( Transient, IsOfAnEntryOfARangeAndUnit )
@@ -274,6 +303,8 @@ TEST( Transient, IsOfAnEntryOfARangeAndUnit )
    for( const std::string unit : { "0", "1" } )
       EXPECT_THAT( shown, testing::HasSubstr( "main of unit " + unit + ": drop ucast arp" ) );
    const std::string json = runText( start + "transient router 02:00:a1:00:00:01 --json\n" ).out;
+   EXPECT_THAT( runText( start + "transient restart warm --json\n" ).out,
+      testing::ContainsRegex( "--json\n\\[\\]\n" ) );
    EXPECT_THAT( json, testing::HasSubstr( R"("range": "main")" ) );
    EXPECT_THAT( json, testing::HasSubstr( R"("unit": 1)" ) );
 }

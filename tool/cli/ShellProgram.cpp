@@ -113,6 +113,7 @@ ExitStatus ShellProgram::runSession( Console& console, Terminal& terminal, bool 
    if( isFirst && !file_.empty() )
       stoppable( console, [ & ] { runLines( file_, session ); } );
    converse( session, *readerFor( terminal, session ) );
+   session.tellIdleAcceptances();
    session.end();
    console.checkWritten();
    return refused_                  ? ExitStatus::error

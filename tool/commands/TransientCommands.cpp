@@ -1,5 +1,7 @@
 // What becomes of packets while a command runs.
+#include "cover/Solver.h"
 #include "tool/Session.h"
+#include "tool/packet/AcceptedTransients.h"
 #include "tool/packet/EntryCover.h"
 #include "tool/packet/Transients.h"
 #include "tool/view/Table.h"
@@ -45,8 +47,12 @@ Act watchedAct( const Session& session, Words& words, Report report )
       needSolver( words );
    const Line& line = words.line();
    const std::string text = commandText( line ).substr( first->column - line.words.front().column );
-   return [ act = command.act( session, words ), text, report, &words ](
-             Session& live ) { report( live, runWatched( live, act, words, text ) ); };
+   return [ act = command.act( session, words ), text, report, &words ]( Session& live ) {
+      if( !Cover::Solver::available() )
+         live.console().error( "This build has no solver, so of all packets only the probes are "
+                               "watched; Debian's libz3-dev has it." );
+      report( live, runWatched( live, act, words, text ), text );
+   };
 }
 
 std::string momentText( U64 record, const std::string& call )
@@ -54,7 +60,8 @@ std::string momentText( U64 record, const std::string& call )
    return call + " (record " + std::to_string( record ) + ")";
 }
 
-void showTransients( Session& session, const std::vector<Transient>& all )
+void showTransients(
+   Session& session, const std::vector<Transient>& all, const std::string& /*command*/ )
 {
    session.console().table(
       "Transients",
@@ -102,17 +109,23 @@ void showTransients( Session& session, const std::vector<Transient>& all )
       } );
 }
 
-void expectHitless( Session& session, const std::vector<Transient>& all )
+void expectHitless(
+   Session& session, const std::vector<Transient>& all, const std::string& command )
 {
    std::string found;
+   std::string advice;
    std::set<std::string> told;
-   for( const Transient& transient : all )
-      if( !transient.reason && told.insert( transient.title() ).second )
-         found += found.empty() ? transient.title() + ": " + transient.meanwhile + " from " +
-                                     momentText( transient.from, transient.call )
-                                : "; also " + transient.title();
+   for( const Transient& transient : all ) {
+      if( transient.reason || !told.insert( transient.title() ).second )
+         continue;
+      if( found.empty() )
+         advice = AcceptedTransients::advice( transient, *session.running(), command );
+      found += found.empty() ? transient.title() + ": " + transient.meanwhile + " from " +
+                                  momentText( transient.from, transient.call )
+                             : "; also " + transient.title();
+   }
    session.expect( found.empty(), "no packet to fare otherwise than before or after",
-      found + "; 'transient' instead of 'expect hitless' shows all" );
+      found + "; 'transient' instead of 'expect hitless' shows all; " + advice );
 }
 
 } // namespace

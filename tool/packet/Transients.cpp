@@ -5,13 +5,12 @@
 #include "tool/ChildProcess.h"
 #include "tool/RunListener.h"
 #include "tool/Session.h"
+#include "tool/packet/AcceptedTransients.h"
 #include "tool/packet/EntryCover.h"
 #include "tool/packet/ExplanationView.h"
 #include "tool/packet/TableTrial.h"
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
 #include <functional>
 #include <optional>
 #include <set>
@@ -21,8 +20,7 @@ namespace Strata::Tool {
 namespace {
 
 constexpr char packetForm = 'P';
-constexpr char changedForm = 'C';             // the command changes a chip
-constexpr const char* ending = ".transients"; // of a file that accepts some
+constexpr char changedForm = 'C'; // the command changes a chip
 
 /// A packet that is evaluated again and again.
 struct Watched
@@ -162,59 +160,6 @@ ChildEnd rehearsed( Session& session, const Act& act )
    return runInChild( [ & ]( ChildChannel& channel ) { runInCopy( session, act, channel ); } );
 }
 
-/// A line of a file beside the scenario.
-struct Accepted
-{
-   Line line;
-   std::string command; // as the packet, it may be the start of a name, and end with '*'
-   std::string packet;
-   std::string reason;
-   bool forAll; // scenarios of the directory
-};
-
-bool isMeant( const std::string& pattern, const std::string& name )
-{
-   return pattern.ends_with( '*' ) ? name.starts_with( pattern.substr( 0, pattern.size() - 1 ) )
-                                   : name == pattern;
-}
-
-/// InputError if it accepts nothing.
-Accepted acceptedBy( const Line& line, bool forAll )
-{
-   constexpr std::string_view arrow = " => ";
-   const std::string& text = line.text;
-   const std::size_t first = text.find( arrow );
-   const std::size_t second = first == text.npos ? first : text.find( arrow, first + 1 );
-   if( second == text.npos )
-      throw InputError( line, 1, static_cast<U32>( text.size() ),
-         "a line is 'COMMAND => PACKET => REASON', or starts with '#'" );
-   const std::size_t packet = first + arrow.size();
-   return { line, text.substr( 0, first ), text.substr( packet, second - packet ),
-      text.substr( second + arrow.size() ), forAll };
-}
-
-/// The lines for the command, of the scenario's own file and of the one for all in its directory.
-std::vector<Accepted> acceptedDuring( const std::string& command, const std::string& scenario )
-{
-   const std::filesystem::path own = std::filesystem::path( scenario ).replace_extension( ending );
-   const std::filesystem::path ofAll = own.parent_path() / ( std::string( "all" ) + ending );
-   std::vector<Accepted> all;
-   for( const auto& path : std::set{ own, ofAll } ) {
-      std::ifstream file( path );
-      U32 number = 0;
-      for( std::string text; std::getline( file, text ); ) {
-         ++number;
-         if( text.empty() || text.starts_with( '#' ) )
-            continue;
-         Accepted accepted = acceptedBy(
-            { .file = path, .number = number, .text = text, .words = {} }, path == ofAll );
-         if( isMeant( accepted.command, command ) )
-            all.push_back( std::move( accepted ) );
-      }
-   }
-   return all;
-}
-
 /// Runs the act, which has been rehearsed and got through.
 std::vector<Transient> watched( Session& session, const Act& act, const ChildEnd& copy )
 {
@@ -249,30 +194,20 @@ std::vector<Transient> watched( Session& session, const Act& act, const ChildEnd
    return watch.transients();
 }
 
-/// Why each is accepted. A line for this one command that accepts nothing is told.
-void accept( Session& session, std::vector<Transient>& all, const std::vector<Accepted>& lines )
-{
-   for( const Accepted& accepted : lines ) {
-      bool used = accepted.forAll || accepted.command.ends_with( '*' );
-      for( Transient& transient : all )
-         if( isMeant( accepted.packet, transient.packet ) ) {
-            used = true;
-            if( !transient.reason || accepted.packet == transient.packet )
-               transient.reason = accepted.reason;
-         }
-      if( !used )
-         session.console().notice(
-            placeText( accepted.line ) +
-            ": this line accepts nothing here; no such packet was a transient" );
-   }
-}
-
 std::vector<Transient> judged( Session& session, const Act& act, const ChildEnd& copy,
-   const std::string& scenario, const std::string& command )
+   const Line& line, const std::string& command )
 {
-   const std::vector<Accepted> lines = acceptedDuring( command, scenario );
+   AcceptedTransients& accepted = session.acceptedTransients();
+   std::vector<AcceptedTransients::Rule> rules;
+   try {
+      rules = accepted.rulesFor( line, command );
+   } catch( const InputError& ) {
+      if( session.passesRefused() )
+         act( session ); // for the lines behind it
+      throw;
+   }
    std::vector<Transient> all = watched( session, act, copy );
-   accept( session, all, lines );
+   accepted.accept( all, rules );
    if( RunListener* const listener = session.console().listener() )
       listener->watched( all );
    return all;
@@ -290,13 +225,13 @@ std::vector<Transient> runWatched(
    }
    if( !copy.gotThrough() )
       words.failAt( words.line().words.front(), "the command " + copy.obstacle() );
-   return judged( session, act, copy, words.line().file, command );
+   return judged( session, act, copy, words.line(), command );
 }
 
 void runWatchedForListener( Session& session, const Act& act, const Line& line )
 {
    if( const ChildEnd copy = rehearsed( session, act ); copy.gotThrough() )
-      judged( session, act, copy, line.file, commandText( line ) );
+      judged( session, act, copy, line, commandText( line ) );
    else
       act( session );
 }

@@ -13,9 +13,8 @@ namespace Strata::Tool {
 using Report::Transient;
 
 /// Runs the act of the command, and evaluates the probes and, if there is a solver, a packet for each entry, of before and
-/// after, behind each write. The file beside the scenario with the ending .transients, and all.transients in its directory,
-/// accept some, in lines of "COMMAND => PACKET => REASON"; the first two may be the start of a name, and end with "*".
-/// InputError if the act is refused, or would end the agent.
+/// after, behind each write. Files beside the scenario accept some (AcceptedTransients). InputError if the act is refused, or
+/// would end the agent.
 std::vector<Transient> runWatched(
    Session& session, const Act& act, const Words& words, const std::string& command );
 

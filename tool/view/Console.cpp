@@ -180,7 +180,8 @@ void Console::report( const std::string& title, const Table& table )
       text.pop_back(); // the blank line below
       return text;
    };
-   emit( Weight::ordinary, lines, [ & ] {
+   // Rows as JSON are one array, that of the command which shows them.
+   emit( rowsAsJson_ ? Weight::detail : Weight::ordinary, lines, [ & ] {
       return dump( { { "kind", "show" }, { "title", title }, { "rows", table.json() } } );
    } );
 }
